@@ -1,0 +1,69 @@
+# The kinds of target that this project is made of. Each hides its symbols, finds its neighbours by paths
+# relative to itself, and lies in the build tree where it lies in an installed one.
+include(GNUInstallDirs)
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_AUTORCC ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release)
+endif()
+
+set(NUBO_BIN_DIR ${PROJECT_BINARY_DIR}/bin)
+set(NUBO_LIB_DIR ${PROJECT_BINARY_DIR}/lib)
+
+find_program(NUBO_CCACHE ccache)
+if(NUBO_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${NUBO_CCACHE})
+endif()
+
+add_library(nubo_options INTERFACE)
+target_compile_options(nubo_options INTERFACE -Wall -Wextra -Wpedantic)
+target_include_directories(nubo_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_definitions(nubo_options INTERFACE QT_NO_CAST_TO_ASCII BOOST_BIND_GLOBAL_PLACEHOLDERS)
+if(NUBO_SANITIZE)
+  target_compile_options(nubo_options INTERFACE -fsanitize=${NUBO_SANITIZE} -fno-omit-frame-pointer
+    -fno-sanitize-recover=all)
+  target_link_options(nubo_options INTERFACE -fsanitize=${NUBO_SANITIZE})
+endif()
+
+# nubo_library(NAME sources...): a host library, exported through NUBO_<NAME>_EXPORT.
+function(nubo_library name)
+  add_library(${name} SHARED ${ARGN})
+  add_library(nubo::${name} ALIAS ${name})
+  string(TOUPPER ${name} upper)
+  target_compile_definitions(${name} PRIVATE NUBO_BUILD_${upper})
+  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+  target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:nubo_options>)
+  set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${NUBO_LIB_DIR} INSTALL_RPATH "$ORIGIN")
+endfunction()
+
+# nubo_module(NAME sources...): a library that the host loads at start, and that plug-ins link against.
+function(nubo_module name)
+  nubo_library(${name} ${ARGN})
+  set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${NUBO_BIN_DIR}/modules
+    INSTALL_RPATH "$ORIGIN/../../lib")
+endfunction()
+
+# nubo_plugin(NAME KIND sources...): a plug-in in bin/plugins/KIND/.
+function(nubo_plugin name kind)
+  add_library(${name} MODULE ${ARGN})
+  target_link_libraries(${name} PRIVATE nubo_options)
+  set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${NUBO_BIN_DIR}/plugins/${kind}
+    INSTALL_RPATH "$ORIGIN/../../modules:$ORIGIN/../../../lib")
+endfunction()
+
+# nubo_executable(NAME sources...): a program beside the modules and plug-ins.
+function(nubo_executable name)
+  add_executable(${name} ${ARGN})
+  target_link_libraries(${name} PRIVATE nubo_options)
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${NUBO_BIN_DIR}
+    INSTALL_RPATH "$ORIGIN/../lib:$ORIGIN/modules")
+endfunction()

@@ -1,0 +1,108 @@
+// What the host runs for its users: a named operation with typed parameters.
+#pragma once
+
+#include <QObject>
+#include <atomic>
+#include <memory>
+#include <vector>
+
+#include "kernel/main/commanddescriptor.h"
+#include "kernel/main/parameterset.h"
+#include "kernel/main/typesolver.h"
+
+QT_BEGIN_NAMESPACE
+class QWidget;
+QT_END_NAMESPACE
+
+namespace nubo::main {
+
+/// Tells user interfaces what happens to a command. Signals are emitted on whichever thread caused
+/// them; receivers on the application thread connect as usual and are queued.
+class NUBO_KERNEL_EXPORT CommandMonitor : public QObject {
+  Q_OBJECT
+ signals:
+  void textChanged(const QString& text);
+  /// Percentage 0 to 100, or -1 while it is not known.
+  void processedChanged(int percent);
+  void enabledChanged(bool enabled);
+  void started();
+  void finished();
+};
+
+/// A command is registered by a module or made by code, and executed on a command thread. Derived
+/// commands fill the protected attributes in their constructors.
+class NUBO_KERNEL_EXPORT Command {
+ public:
+  /// Takes ownership of both; each may be null.
+  Command(CommandDescriptor* descriptor, CommandGUIDescriptor* guiDescriptor);
+  virtual ~Command();
+
+  /// Converts `values` into the command's own set with the same ID and makes that the current one.
+  /// False, with everything as it was, when there is no such set or a value does not fit.
+  virtual bool setParameters(const ParameterSet& values);
+  /// A window or a widget of the command's own in place of the generated dialog; null: none.
+  virtual QWidget* getGUIWindow();
+  virtual QWidget* getCommandWidget();
+  /// A new command of the same kind, made by the creation function registered for its name, with a
+  /// copy of the current values. Null for commands that were not registered. The caller owns it.
+  virtual Command* clone() const;
+  /// Asks a running command to end. May be called on any thread, and when nothing runs.
+  virtual void abort();
+  /// Does the work, on a command thread.
+  virtual void execute() = 0;
+
+  /// What the command reports of itself; any thread.
+  void updateText(const QString& text);
+  void updateProcessed(int percent);
+  void disableCommand(bool disable);
+
+  bool isEnabled() const { return m_Enabled; }
+  bool isAbortable() const { return m_Abortable; }
+  bool isProgrammatic() const { return m_Programmatic; }
+  /// True: every run uses a clone, so that several can run at once.
+  bool runsOnClone() const { return m_RunsOnClone; }
+  int getPlacement() const { return m_Placement; }
+  CommandMonitor* monitor() const { return mp_Monitor.get(); }
+  const CommandDescriptor* getDescriptor() const { return mp_Descriptor.get(); }
+  QString getName() const;
+  const std::vector<std::unique_ptr<CommandGUIDescriptor>>& getGUIDescriptors() const { return m_GUIDescriptors; }
+  std::vector<ParameterSet>& getParameterSets() { return m_ParameterSets; }
+  /// Makes the set with this ID the current one as its values stand; false if there is none.
+  bool selectParameterSet(int id);
+
+ protected:
+  Command(const Command& other);
+  Command& operator=(const Command& other);
+
+  std::vector<ParameterSet> m_ParameterSets;
+  ParameterSet* mp_CurrentParameterSet = nullptr;  ///< into m_ParameterSets; null until one is chosen
+  int m_CurrentParameterSetID = -1;
+  TypeSolver m_TypeSolver;
+  bool m_Programmatic = false;  ///< made by code with its inputs; never offered in a menu
+  bool m_RunsOnClone = false;
+  std::atomic<bool> m_Aborted{false};
+  bool m_Abortable = false;
+  bool m_Undoable = false;
+  int m_Placement = 0;  ///< where user interfaces may offer it: bits of CommandGUIDescriptor::GUIFLAG
+
+  std::vector<std::unique_ptr<CommandGUIDescriptor>> m_GUIDescriptors;
+
+ private:
+  std::unique_ptr<CommandDescriptor> mp_Descriptor;
+  std::unique_ptr<CommandMonitor> mp_Monitor;
+  std::atomic<bool> m_Enabled{true};
+};
+
+/// A command that stores settings.
+class NUBO_KERNEL_EXPORT SettingsCommand : public Command {
+ public:
+  using Command::Command;
+  ~SettingsCommand() override;
+  /// Whether "SETTINGS_CHANGED" is fired after a successful run (the default).
+  void setFireEvent(bool fire) { m_FireEvent = fire; }
+
+ protected:
+  bool m_FireEvent = true;
+};
+
+}  // namespace nubo::main

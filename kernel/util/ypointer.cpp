@@ -1,0 +1,7 @@
+#include "kernel/util/ypointer.h"
+
+namespace nubo::util {
+
+YObject::~YObject() = default;
+
+}  // namespace nubo::util

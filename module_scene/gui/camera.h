@@ -1,0 +1,41 @@
+// Where a panel looks from.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include "module_scene/math/matrix.h"
+#include "module_scene/scene/boundingbox.h"
+#include "module_scene/visibility.h"
+
+namespace nubo::gui {
+
+/// An orbiting camera: angles about a centre, a distance and a scale that gives the model a radius of 1.
+/// A value without an owner's thread; z is up, angles are in degrees.
+class NUBO_MODULE_SCENE_EXPORT Camera {
+ public:
+  /// Turns about the vertical axis; 0 looks along +y (the front), 90 from the right (+x).
+  double azimuth = 30.0;
+  /// -90 (from below) to 90 (from above).
+  double elevation = 25.0;
+  /// From the centre, in scaled units.
+  double distance = 3.0;
+  math::Vector3 center{0, 0, 0};
+  double scale = 1.0;
+
+  /// From the scene to eye space, scaled.
+  math::Matrix4 transform() const;
+  /// Centres and scales so that the box's sphere fits a view of this size, at the angles as they are.
+  void fit(const scene::BoundingBox& box, int width, int height);
+  void orbit(double azimuthDelta, double elevationDelta);
+  /// Moves the centre across the view, in fractions of the view's height.
+  void pan(double right, double up);
+  /// Above 1 comes closer.
+  void zoom(double factor);
+  /// "front", "back", "left", "right", "top", "bottom", "oblique" or "AZIMUTH,ELEVATION"; false, with nothing
+  /// changed, for anything else.
+  [[nodiscard]] bool setView(const QString& view);
+  static QStringList viewNames();
+};
+
+}  // namespace nubo::gui

@@ -1,0 +1,47 @@
+// A widget that shows the global scene.
+#pragma once
+
+#include <QOpenGLWidget>
+#include <memory>
+
+#include "module_scene/gui/camera.h"
+
+namespace nubo::scene {
+class SceneDrawer;
+}
+
+namespace nubo::gui {
+
+/// Orbit with the left button, pan with the middle one (or shift), zoom with the wheel or the right one.
+/// Application thread only. Needs no visible window to be grabbed: its size and matrix are enough.
+/// Emits destroyed(this) at the beginning of its destructor, while it is still whole.
+class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
+  Q_OBJECT
+ public:
+  explicit ScenePanel(QWidget* parent = nullptr);
+  ~ScenePanel() override;
+
+  /// The view transform: from the scene to eye space, scaled so that the model has a radius of 1.
+  math::Matrix<double, 4, 4> getScaledTransformMatrix() const;
+  const Camera& getCamera() const { return m_Camera; }
+  void setCamera(const Camera& camera);
+  /// Shows the whole scene at the angles as they are.
+  void fit();
+
+ signals:
+  void cameraChanged();
+
+ protected:
+  void initializeGL() override;
+  void paintGL() override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void wheelEvent(QWheelEvent* event) override;
+
+ private:
+  Camera m_Camera;
+  std::unique_ptr<scene::SceneDrawer> m_Drawer;
+  QPoint m_LastPosition;
+};
+
+}  // namespace nubo::gui

@@ -1,0 +1,53 @@
+// The scene library's root object.
+#pragma once
+
+#include <QList>
+#include <atomic>
+#include <memory>
+
+#include "module_scene/gui/scenepanel.h"
+#include "module_scene/scene/scene.h"
+#include "module_scene/scene/sharedcontext.h"
+
+namespace nubo::gui {
+
+/// Made once by the program on the application thread after the Overseer, and destroyed before it, after
+/// all panels. Registers the cast classes of the scene's types.
+class NUBO_MODULE_SCENE_EXPORT Viewer {
+ public:
+  Viewer();
+  ~Viewer();
+  Viewer(const Viewer&) = delete;
+  Viewer& operator=(const Viewer&) = delete;
+  static Viewer* getInstance();
+
+  /// Never null; any thread.
+  util::YPointer<scene::Scene>& getGlobalScene() { return m_Scene; }
+  scene::SharedContext* getSharedContext() { return m_Context.get(); }
+  /// Whether OpenGL has framebuffer objects; any thread.
+  bool isFboAvailable() const { return m_FboAvailable; }
+
+  /// Makes a panel (or none, null) the active one and fires "SCENEPANEL_CHANGED" with it. A destroyed active
+  /// panel is replaced by none.
+  void setActivePanel(ScenePanel* panel);
+  ScenePanel* getActivePanel() const { return mp_ActivePanel; }
+  const QList<ScenePanel*>& getPanels() const { return m_Panels; }
+
+  /// Samples per pixel for edge smoothing, 0 for none; any thread. Drawers take it when they are made.
+  int getSamples() const { return m_Samples; }
+  void setSamples(int samples) { m_Samples = samples; }
+
+ private:
+  friend class ScenePanel;
+  void addPanel(ScenePanel* panel);
+  void removePanel(ScenePanel* panel);
+
+  util::YPointer<scene::Scene> m_Scene;
+  std::unique_ptr<scene::SharedContext> m_Context;
+  bool m_FboAvailable = false;
+  std::atomic<int> m_Samples{4};
+  QList<ScenePanel*> m_Panels;
+  ScenePanel* mp_ActivePanel = nullptr;
+};
+
+}  // namespace nubo::gui

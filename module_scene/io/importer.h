@@ -1,0 +1,24 @@
+// Reads model files.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include "module_scene/scene/sceneelement.h"
+
+namespace nubo::io {
+
+struct ImportResult {
+  util::YPointer<scene::SceneElement> root;  ///< null on failure
+  QString error;                             ///< one line: file and cause; empty on success
+  QStringList warnings;                      ///< one line each, such as a texture that is missing
+};
+
+/// Reads a model or point file with its materials and textures; any thread. Every failure, whatever the
+/// file holds, comes back as an error.
+[[nodiscard]] NUBO_MODULE_SCENE_EXPORT ImportResult importFile(const QString& fileName);
+
+/// Suffixes without dots, lower case, of the formats that importFile reads.
+NUBO_MODULE_SCENE_EXPORT QStringList importableSuffixes();
+
+}  // namespace nubo::io

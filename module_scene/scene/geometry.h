@@ -1,0 +1,56 @@
+// What elements are made of: faces, lines or points.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "module_scene/scene/boundingbox.h"
+#include "module_scene/scene/material.h"
+
+namespace nubo::scene {
+
+class GeometryBuffer;
+
+/// Kinds of geometry, as bits of SceneDrawer::glDraw's last argument.
+enum Kind { KindPoints = 1, KindLines = 2, KindFaces = 4 };
+
+/// A run of indices that lie close together, culled as one.
+struct Cluster {
+  std::uint32_t first = 0;  ///< into Geometry::indices
+  std::uint32_t count = 0;
+  std::array<float, 3> min{};
+  std::array<float, 3> max{};
+};
+
+/// Indexed vertices of one kind with one material. Filled once, finished with prepare(), and not
+/// changed after it became part of a scene; may be shared by elements.
+struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
+  Kind kind = KindFaces;
+  std::vector<float> positions;        ///< x y z per vertex
+  std::vector<float> normals;          ///< x y z per vertex, or empty
+  std::vector<std::uint8_t> colors;    ///< r g b a per vertex, or empty: the material's diffuse colour
+  std::vector<float> texCoords;        ///< u v per vertex, or empty
+  std::vector<std::uint32_t> indices;  ///< 3 per face, 2 per line, 1 per point
+  float width = 1.0f;                  ///< pixels: size of points, width of lines
+  util::YPointer<Material> material;   ///< null: the default material
+
+  // Made by prepare():
+  std::vector<Cluster> clusters;
+  BoundingBox box;
+  bool transparent = false;
+
+  Geometry();
+  ~Geometry() override;
+  std::size_t vertexCount() const { return positions.size() / 3; }
+  std::size_t primitiveCount() const { return indices.size() / (kind == KindFaces ? 3 : kind == KindLines ? 2 : 1); }
+
+  /// Joins equal vertices, computes smooth normals for faces that lack them, sorts the primitives into
+  /// spatial clusters and sets the box. Indices out of range must not occur.
+  void prepare();
+
+ private:
+  friend class BufferCache;
+  mutable util::YPointer<GeometryBuffer> m_Buffer;  ///< OpenGL's copy, see BufferCache
+};
+
+}  // namespace nubo::scene

@@ -1,0 +1,48 @@
+// Draws a scene into the current OpenGL context.
+#pragma once
+
+#include <QColor>
+#include <memory>
+
+#include "module_scene/scene/scene.h"
+
+namespace nubo::scene {
+
+/// One drawer serves one context at a time, on the thread on which that is current. The caller binds
+/// its framebuffer, clears it, sets the projection matrix and LIGHT0, and holds the scene's lock.
+class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
+ public:
+  /// Near and far clipping distances in the scaled space that ScenePanel's transform leads to, where
+  /// the whole model has a radius of 1.
+  static const double ZNEAR;
+  static const double ZFAR;
+
+  explicit SceneDrawer(const util::YPointer<Scene>& scene);
+  ~SceneDrawer();
+  SceneDrawer(const SceneDrawer&) = delete;
+  SceneDrawer& operator=(const SceneDrawer&) = delete;
+
+  /// Size in pixels of the area drawn into: the whole framebuffer. Sets the viewport.
+  void resize(int width, int height);
+  QColor getBackgroundColor() const;
+
+  /// Draws `root` (and `second`, if any) under `transform`, which leads from the scene to eye space.
+  /// `detail` 0.0 draws everything; larger values may leave out clusters smaller than that many pixels.
+  /// `layers` and `kinds` are sets of Layer and Kind bits.
+  ///
+  /// Edges are smoothed with the viewer's number of samples. A picture (no layers beyond 3) keeps an edge
+  /// pixel's own colour and carries coverage in alpha, so that it composes over any background; with
+  /// overlay layers edges blend into the background colour. The framebuffer's depth is not kept.
+  /// Primitives with a width in pixels are drawn whole where they only reach into the area.
+  void glDraw(const util::YPointer<SceneElement>& root, const util::YPointer<SceneElement>& second,
+              const math::Matrix4& transform, double detail, int layers, int kinds);
+
+  /// Samples per pixel for edge smoothing, 0 for none; the viewer's setting when the drawer was made.
+  void setSamples(int samples);
+
+ private:
+  struct Private;
+  std::unique_ptr<Private> d;
+};
+
+}  // namespace nubo::scene

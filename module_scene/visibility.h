@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QtCore/qglobal.h>
+
+// Symbols are hidden by default; what other libraries may use carries this macro.
+#ifdef NUBO_BUILD_MODULE_SCENE
+#define NUBO_MODULE_SCENE_EXPORT Q_DECL_EXPORT
+#else
+#define NUBO_MODULE_SCENE_EXPORT Q_DECL_IMPORT
+#endif

@@ -1,0 +1,73 @@
+// Paths that the scene can be moved along, step by step.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+
+#include "module_scene/scene/scene.h"
+#include "module_trajectory/visibility.h"
+
+namespace nubo::trajectory {
+
+using Point = std::array<double, 4>;  ///< x, y, z and a value of the user's
+using MatrixMap = std::map<util::YPointer<scene::SceneElement>, math::Matrix4>;
+
+/// A list of points that an element is moved along. Any thread; setPosition and the setters take the
+/// scene's lock themselves, so the caller must not hold it.
+class NUBO_MODULE_TRAJECTORY_EXPORT TrajectoryInfo {
+ public:
+  /// Moves `element` (null: nothing) of the global scene.
+  TrajectoryInfo(std::deque<Point> points, const util::YPointer<scene::SceneElement>& element);
+  const std::deque<Point>& getPoints() const { return m_Points; }
+  std::uint64_t getPosition() const { return m_Position; }
+  /// Brings the scene to that step before it returns; steps beyond the last are ignored.
+  void setPosition(std::uint64_t step);
+
+ private:
+  std::deque<Point> m_Points;
+  util::YPointer<scene::SceneElement> m_Element;
+  std::atomic<std::uint64_t> m_Position{0};
+};
+
+/// A list of steps that each give some elements a transform. As TrajectoryInfo otherwise.
+class NUBO_MODULE_TRAJECTORY_EXPORT AdvancedTrajectoryInfo {
+ public:
+  explicit AdvancedTrajectoryInfo(std::unique_ptr<std::deque<MatrixMap>> steps);
+  /// Null: no steps.
+  const std::deque<MatrixMap>* getMatrixMapList() const { return m_Steps.get(); }
+  std::uint64_t getPosition() const { return m_Position; }
+  void setPosition(std::uint64_t step);
+
+ private:
+  std::unique_ptr<std::deque<MatrixMap>> m_Steps;
+  std::atomic<std::uint64_t> m_Position{0};
+};
+
+/// Knows the trajectory that the program plays. Selected on the application thread; read on any.
+class NUBO_MODULE_TRAJECTORY_EXPORT TrajectoryHandler {
+ public:
+  enum MODE { Points = 0, Matrices = 1, None = 2 };
+  static TrajectoryHandler* getInstance();
+
+  MODE getSelectedMode() const { return m_Mode; }
+  /// Valid while selected; null in other modes.
+  TrajectoryInfo* getTrajectoryInfo() const { return m_Info.get(); }
+  AdvancedTrajectoryInfo* getAdvancedTrajectoryInfo() const { return m_AdvancedInfo.get(); }
+
+  void select(std::unique_ptr<TrajectoryInfo> info);
+  void select(std::unique_ptr<AdvancedTrajectoryInfo> info);
+  void clear();
+
+ private:
+  TrajectoryHandler() = default;
+  std::atomic<MODE> m_Mode{None};
+  std::unique_ptr<TrajectoryInfo> m_Info;
+  std::unique_ptr<AdvancedTrajectoryInfo> m_AdvancedInfo;
+};
+
+}  // namespace nubo::trajectory
