@@ -1,6 +1,7 @@
 // What elements are made of: faces, lines or points.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -20,6 +21,10 @@ struct Cluster {
   std::uint32_t count = 0;
   std::array<float, 3> min{};
   std::array<float, 3> max{};
+  /// Bounds the directions that the faces look in, for closed geometries: an axis of length 1 and the
+  /// cosine of the greatest angle between it and any face's own (not smoothed) normal, counter-clockwise
+  /// being the front. -2: not known, the cluster is never skipped for facing away.
+  std::array<float, 4> cone{0, 0, 0, -2};
 };
 
 /// Indexed vertices of one kind with one material. Filled once, finished with prepare(), and not
@@ -38,8 +43,11 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   std::vector<Cluster> clusters;
   BoundingBox box;
   bool transparent = false;
+  /// Faces only: opaque, and each edge belongs to exactly two faces that pass it in opposite directions
+  /// (degenerate faces apart), all counter-clockwise seen from outside, so that back faces cannot be seen.
+  bool closed = false;
 
-  Geometry();
+  Geometry();  // these two are in buffercache.cpp, which knows GeometryBuffer
   ~Geometry() override;
   std::size_t vertexCount() const { return positions.size() / 3; }
   std::size_t primitiveCount() const { return indices.size() / (kind == KindFaces ? 3 : kind == KindLines ? 2 : 1); }
