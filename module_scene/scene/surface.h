@@ -1,0 +1,65 @@
+// What the faces of a mesh have to do with each other, by where their corners lie.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "module_scene/math/matrix.h"
+
+namespace nubo::scene {
+
+/// A vertex with a computed normal.
+struct SmoothVertex {
+  std::uint32_t source;  ///< the vertex that it is a copy of
+  std::array<float, 3> normal;
+};
+
+/// The corners (places in the index list) at each point of a triangle mesh. Vertices of equal position
+/// are one point, whatever their colours or texture coordinates. Keeps references to what it was made of.
+class Surface {
+ public:
+  /// `distinct`: no two vertices have the same position.
+  Surface(const std::vector<float>& positions, const std::vector<std::uint32_t>& indices, bool distinct);
+
+  /// Whether each edge belongs to exactly two faces that pass it in opposite directions, and each connected
+  /// part of the mesh encloses a positive volume, so that its faces look outwards.
+  bool isClosed() const;
+
+  /// Normals that are smooth but for edges at which faces meet at more than 40 degrees. Vertices with
+  /// more than one normal are repeated; `newIndices` receives the index list to go with the result.
+  std::vector<SmoothVertex> smooth(std::vector<std::uint32_t>& newIndices) const;
+
+ private:
+  math::Vector3 position(std::uint32_t corner) const {
+    const float* p = &m_Positions[std::size_t(m_Indices[corner]) * 3];
+    return {p[0], p[1], p[2]};
+  }
+  std::uint32_t pointOf(std::uint32_t corner) const {
+    return m_PointOfVertex.empty() ? m_Indices[corner] : m_PointOfVertex[m_Indices[corner]];
+  }
+  bool isManifold() const;
+  bool enclosesVolume() const;
+  std::size_t pointCount() const { return m_FirstCorner.size() - 1; }
+
+  const std::vector<float>& m_Positions;
+  const std::vector<std::uint32_t>& m_Indices;
+  std::vector<std::uint32_t> m_PointOfVertex;  ///< empty: each vertex is a point of its own
+  std::vector<std::uint32_t> m_FirstCorner;    ///< per point, and one more: into m_Corners
+  std::vector<std::uint32_t> m_Corners;
+};
+
+inline math::Vector3 difference(const math::Vector3& a, const math::Vector3& b) {
+  return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+}
+inline double dot(const math::Vector3& a, const math::Vector3& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+inline math::Vector3 cross(const math::Vector3& a, const math::Vector3& b) {
+  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+/// With length 1, or zero if it has no direction.
+inline math::Vector3 normalized(const math::Vector3& a) {
+  const double length = std::sqrt(dot(a, a));
+  if (!(length > 0)) return {0, 0, 0};
+  return {a[0] / length, a[1] / length, a[2] / length};
+}
+
+}  // namespace nubo::scene
