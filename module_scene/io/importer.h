@@ -4,18 +4,19 @@
 #include <QString>
 #include <QStringList>
 
-#include "module_scene/scene/sceneelement.h"
+#include "module_scene/scene/animation.h"
 
 namespace nubo::io {
 
 struct ImportResult {
-  util::YPointer<scene::SceneElement> root;  ///< null on failure
+  util::YPointer<scene::SceneElement> root;  ///< null on failure; z is up, its own transform is identity
+  std::vector<scene::Animation> animations;  ///< of elements below root
   QString error;                             ///< one line: file and cause; empty on success
   QStringList warnings;                      ///< one line each, such as a texture that is missing
 };
 
-/// Reads a model or point file with its materials and textures; any thread. Every failure, whatever the
-/// file holds, comes back as an error.
+/// Reads a model or point file with its materials, textures and animations; any thread. Every failure,
+/// whatever the file holds, comes back as an error.
 [[nodiscard]] NUBO_MODULE_SCENE_EXPORT ImportResult importFile(const QString& fileName);
 
 /// Suffixes without dots, lower case, of the formats that importFile reads.

@@ -1,0 +1,96 @@
+#include "module_scene/io/assimpreader.h"
+
+#include <assimp/config.h>
+#include <assimp/postprocess.h>
+#include <assimp/scene.h>
+
+#include <QFile>
+#include <QFileInfo>
+#include <QMutex>
+#include <assimp/DefaultLogger.hpp>
+#include <assimp/Importer.hpp>
+#include <assimp/LogStream.hpp>
+
+#include "module_scene/io/importer.h"
+#include "module_scene/io/importerror.h"
+#include "module_scene/io/sceneconverter.h"
+
+namespace nubo::io {
+namespace {
+
+QString oneLine(const char* text) { return QString::fromUtf8(text).simplified().left(300); }
+
+/// Collects Assimp's warnings while it lives; nobody else may use Assimp meanwhile.
+class WarningCollector {
+ public:
+  explicit WarningCollector(QStringList& warnings) : m_Lock(&mutex()), mp_Stream(new Stream(warnings)) {
+    Assimp::DefaultLogger::create(nullptr, Assimp::Logger::NORMAL, 0);
+    Assimp::DefaultLogger::get()->attachStream(mp_Stream, Assimp::Logger::Warn | Assimp::Logger::Err);
+  }
+  ~WarningCollector() { Assimp::DefaultLogger::kill(); }  // which deletes the stream
+
+ private:
+  struct Stream : Assimp::LogStream {
+    explicit Stream(QStringList& warnings) : m_Warnings(warnings) {}
+    void write(const char* message) override {
+      static constexpr int Enough = 20;
+      // "Warn,  T0: the text"
+      QString text = oneLine(message);
+      text = text.mid(text.indexOf(QLatin1String(": ")) + 2);
+      if (m_Warnings.size() < Enough && !m_Warnings.contains(text)) m_Warnings << text;
+    }
+    QStringList& m_Warnings;
+  };
+  static QMutex& mutex() {
+    static QMutex mutex;
+    return mutex;
+  }
+
+  const QMutexLocker m_Lock;
+  Stream* mp_Stream;
+};
+
+/// Whether the format has z up, so that nothing is turned on its way here. Assimp turns most others to y
+/// up, and a few formats it leaves as they are.
+bool hasVerticalZ(const QString& suffix) {
+  static const QStringList suffixes{QStringLiteral("stl"), QStringLiteral("ply"), QStringLiteral("off"),
+                                    QStringLiteral("amf"), QStringLiteral("3mf"), QStringLiteral("dxf"),
+                                    QStringLiteral("raw"), QStringLiteral("cob"), QStringLiteral("scn")};
+  return suffixes.contains(suffix);
+}
+
+const aiScene& readScene(Assimp::Importer& importer, const QString& fileName) {
+  importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+  const unsigned steps = aiProcess_Triangulate | aiProcess_SortByPType | aiProcess_GenUVCoords |
+                         aiProcess_TransformUVCoords | aiProcess_ValidateDataStructure;
+  const aiScene* scene = importer.ReadFile(QFile::encodeName(fileName).constData(), steps);
+  if (!scene || !scene->mRootNode) {
+    QString cause = oneLine(importer.GetErrorString());
+    if (cause.contains(QLatin1String("No suitable reader"))) cause = QStringLiteral("its format is not known");
+    throw ImportError(cause.isEmpty() ? QStringLiteral("its content is not understood") : cause);
+  }
+  return *scene;
+}
+
+}  // namespace
+
+void readWithAssimp(const QString& fileName, ImportResult& result) {
+  const WarningCollector collector(result.warnings);
+  Assimp::Importer importer;
+  const aiScene& scene = readScene(importer, fileName);
+  const QString suffix = QFileInfo(fileName).suffix().toLower();
+  const bool linear =
+      suffix == QLatin1String("gltf") || suffix == QLatin1String("glb") || suffix == QLatin1String("vrm");
+  SceneConverter(fileName, scene, result).convert(hasVerticalZ(suffix), linear);
+}
+
+QStringList assimpSuffixes() {
+  aiString list;
+  Assimp::Importer().GetExtensionList(list);
+  QStringList suffixes;
+  for (const QString& pattern : QString::fromUtf8(list.C_Str()).split(QLatin1Char(';'), Qt::SkipEmptyParts))
+    suffixes << pattern.mid(2).toLower();  // from "*.obj"
+  return suffixes;
+}
+
+}  // namespace nubo::io

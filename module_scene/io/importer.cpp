@@ -1,0 +1,67 @@
+#include "module_scene/io/importer.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <new>
+
+#include "module_scene/io/assimpreader.h"
+#include "module_scene/io/importerror.h"
+#include "module_scene/io/stlreader.h"
+
+namespace nubo::io {
+namespace {
+
+/// Finds the causes that have nothing to do with a format.
+void checkFile(const QString& fileName) {
+  const QFileInfo info(fileName);
+  if (!info.exists()) throw ImportError(QStringLiteral("there is no such file"));
+  if (info.isDir()) throw ImportError(QStringLiteral("it is a directory"));
+  if (!info.isFile()) throw ImportError(QStringLiteral("it is not an ordinary file"));
+  QFile file(fileName);
+  if (!file.open(QIODevice::ReadOnly)) throw ImportError(file.errorString());
+  if (file.size() == 0) throw ImportError(QStringLiteral("the file is empty"));
+}
+
+void readStlFile(const QString& fileName, ImportResult& result) {
+  const util::YPointer<scene::Geometry> geometry = readStl(fileName);
+  const bool hadTriangles = !geometry->indices.empty();
+  geometry->prepare();
+  if (geometry->indices.empty())
+    throw ImportError(hadTriangles ? QStringLiteral("none of its geometry has usable coordinates")
+                                   : QStringLiteral("it holds no geometry"));
+  result.root = new scene::SceneElement(QFileInfo(fileName).fileName());
+  result.root->addGeometry(geometry);
+}
+
+void readFile(const QString& fileName, ImportResult& result) {
+  checkFile(fileName);
+  const bool stl = QFileInfo(fileName).suffix().compare(QLatin1String("stl"), Qt::CaseInsensitive) == 0;
+  if (stl && isPlainBinaryStl(fileName))
+    readStlFile(fileName, result);
+  else
+    readWithAssimp(fileName, result);
+}
+
+}  // namespace
+
+ImportResult importFile(const QString& fileName) {
+  ImportResult result;
+  QString cause;
+  try {
+    readFile(fileName, result);
+    return result;
+  } catch (const ImportError& error) {
+    cause = error.cause();
+  } catch (const std::bad_alloc&) {
+    cause = QStringLiteral("it takes more memory than there is");
+  } catch (const std::exception& error) {
+    cause = QString::fromUtf8(error.what()).simplified();
+  }
+  ImportResult failed;
+  failed.error = QStringLiteral("cannot read '%1': %2").arg(fileName, cause);
+  return failed;
+}
+
+QStringList importableSuffixes() { return assimpSuffixes(); }
+
+}  // namespace nubo::io

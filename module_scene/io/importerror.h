@@ -1,0 +1,16 @@
+// Why a file cannot be read, on its way to the one line that the user sees.
+#pragma once
+
+#include <QString>
+#include <stdexcept>
+
+namespace nubo::io {
+
+/// Thrown and caught within this folder only. The cause goes on after "cannot read 'FILE': ".
+class ImportError : public std::runtime_error {
+ public:
+  explicit ImportError(const QString& cause) : std::runtime_error(cause.toStdString()) {}
+  QString cause() const { return QString::fromUtf8(what()); }
+};
+
+}  // namespace nubo::io
