@@ -1,0 +1,192 @@
+#include "module_grab/video/encoder.h"
+
+#include <QFile>
+#include <QMutexLocker>
+#include <QSemaphore>
+#include <QThread>
+#include <memory>
+
+#include "kernel/log/logger.h"
+
+namespace nubo::grab::video {
+
+namespace {
+
+template <typename... Arguments>
+void logFailure(int line, const char* function, const char* format, const Arguments&... arguments) {
+  nubo::log::Logger::getInstance()->log(nubo::log::Failure, "module_grab/video/encoder", line, function, nullptr,
+                                        format, arguments...);
+}
+
+}  // namespace
+
+/// Feeds the chunks to the concrete encoder, one at a time.
+class Encoder::Runner : public QThread {
+ public:
+  explicit Runner(Encoder* encoder) : mp_Encoder(encoder) {}
+
+  bool m_Running = true;
+  bool m_Finishing = false;
+
+ protected:
+  void run() override;
+
+ private:
+  bool encodeNext(QMutexLocker* lock);
+
+  Encoder* mp_Encoder;
+};
+
+void Encoder::Runner::run() {
+  mp_Encoder->m_State = Running;
+  setPriority(QThread::IdlePriority);
+  Q_EMIT mp_Encoder->progressChanged(-1);
+  mp_Encoder->mp_Semaphore->acquire();
+  QMutexLocker lock(&mp_Encoder->m_Mutex);
+  while (m_Running && !(m_Finishing && mp_Encoder->m_Chunks.empty())) {
+    if (!encodeNext(&lock)) break;
+    mp_Encoder->mp_Semaphore->acquire();
+    lock.relock();
+  }
+  lock.unlock();
+  mp_Encoder->m_State = Finished;
+}
+
+/// Enters with the lock held and leaves without it. Receivers of the progress run without it too, so that
+/// they may call the encoder.
+bool Encoder::Runner::encodeNext(QMutexLocker* lock) {
+  const std::unique_ptr<QIODevice> chunk(mp_Encoder->m_Chunks.front());
+  mp_Encoder->m_Chunks.pop_front();
+  int percent = -1;
+  if (mp_Encoder->m_ChunksTotal > 0) {
+    percent = static_cast<int>(static_cast<float>(mp_Encoder->m_ChunksDone) /
+                               static_cast<float>(mp_Encoder->m_ChunksTotal) * 100.0f);
+    ++mp_Encoder->m_ChunksDone;
+  }
+  const bool last = m_Finishing && mp_Encoder->m_Chunks.empty();
+  lock->unlock();
+
+  if (percent >= 0) Q_EMIT mp_Encoder->progressChanged(percent);
+  if (mp_Encoder->encodeChunk(chunk.get(), last)) return true;
+  logFailure(__LINE__, "nubo::grab::video::Encoder::Runner::run", "Couldn't encode chunk!");
+  return false;
+}
+
+Encoder::Encoder()
+    : mp_Device(nullptr),
+      m_Aborted(false),
+      m_Width(0),
+      m_Height(0),
+      m_Fps(0),
+      m_Bitrate(0),
+      m_State(Idle),
+      mp_Semaphore(nullptr),
+      mp_Runner(nullptr),
+      m_ChunksDone(0),
+      m_ChunksTotal(0) {}
+
+Encoder::~Encoder() = default;
+
+bool Encoder::setOutputParameters(const QString& fileName, int width, int height, int fps, int bitrate) {
+  constexpr const char* function = "nubo::grab::video::Encoder::setOutputParameters";
+  m_Width = width;
+  m_Height = height;
+  m_Fps = fps;
+  m_Bitrate = bitrate;
+  if (width % 2 != 0) {
+    logFailure(__LINE__, function, "Encoder: invalid width specified");
+    return false;
+  }
+  if (height % 2 != 0) {
+    logFailure(__LINE__, function, "Encoder: invalid height specified");
+    return false;
+  }
+  auto file = std::make_unique<QFile>(fileName);
+  if (!file->open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+    logFailure(__LINE__, function, "Encoder: Couldn't open file '%s' for writing", fileName.toLocal8Bit().constData());
+    return false;
+  }
+  mp_Device = file.release();
+  return true;
+}
+
+bool Encoder::encodeVideoChunk(QIODevice* chunk, bool last) {
+  if (m_State == Failed) return false;
+  if (m_State == Idle) {
+    if (!initEncoding()) {
+      m_State = Failed;
+      logFailure(__LINE__, "nubo::grab::video::Encoder::encodeVideoChunk", "Couldn't initialize video encoding");
+      return false;
+    }
+    startWorker();
+  }
+  {
+    const QMutexLocker lock(&m_Mutex);
+    m_Chunks.push_back(chunk);
+    if (last) mp_Runner->m_Finishing = true;
+  }
+  mp_Semaphore->release(last ? 2 : 1);
+  return true;
+}
+
+void Encoder::startWorker() {
+  mp_Semaphore = new QSemaphore(0);
+  mp_Runner = new Runner(this);
+  m_State = Started;
+  mp_Runner->start(QThread::InheritPriority);
+}
+
+void Encoder::waitForFinish() {
+  {
+    const QMutexLocker lock(&m_Mutex);
+    m_ChunksTotal = static_cast<int>(m_Chunks.size());
+    m_ChunksDone = 0;
+  }
+  if (mp_Runner) mp_Runner->wait();
+  cleanUp();
+}
+
+void Encoder::abortEncoding() {
+  m_Aborted = true;
+  if (mp_Runner) {
+    {
+      const QMutexLocker lock(&m_Mutex);
+      mp_Runner->m_Running = false;
+    }
+    mp_Semaphore->release();
+    mp_Runner->wait();
+  }
+  if (mp_Device) {
+    mp_Device->close();
+    auto* file = qobject_cast<QFile*>(mp_Device);
+    if (file && !file->remove())
+      logFailure(__LINE__, "nubo::grab::video::Encoder::abortEncoding", "Couldn't remove file '%s'",
+                 file->fileName().toLocal8Bit().constData());
+  }
+  cleanUp();
+}
+
+void Encoder::cleanUp() {
+  finishEncoding();
+  m_State = Idle;
+  delete mp_Runner;
+  mp_Runner = nullptr;
+  delete mp_Semaphore;
+  mp_Semaphore = nullptr;
+  {
+    const QMutexLocker lock(&m_Mutex);
+    while (!m_Chunks.empty()) {
+      delete m_Chunks.front();
+      m_Chunks.pop_front();
+    }
+  }
+  delete mp_Device;
+  mp_Device = nullptr;
+}
+
+unsigned char Encoder::clamp(double value) {
+  if (value > 255.0) return 255;
+  return value >= 0.0 ? static_cast<unsigned char>(value) : 0;
+}
+
+}  // namespace nubo::grab::video

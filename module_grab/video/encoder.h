@@ -1,0 +1,98 @@
+// The base class of every video encoder: output file, queue of chunks, worker thread, orderly end and abort.
+#pragma once
+
+#include <QMutex>
+#include <QObject>
+#include <atomic>
+#include <deque>
+
+#include "module_grab/visibility.h"
+
+QT_BEGIN_NAMESPACE
+class QIODevice;
+class QSemaphore;
+QT_END_NAMESPACE
+
+namespace nubo::grab::video {
+
+/// Takes chunks of raw frames from a grabbing thread and has a concrete encoder, which a plug-in derives from
+/// this class, encode them one after the other on a worker thread of idle priority.
+///
+/// A chunk is a seekable device of raw frames back to back, without header, separator or padding. A raw frame is
+/// m_Height rows from the top of the picture to its bottom, a row m_Width pixels of the four bytes blue, green,
+/// red and alpha.
+///
+/// An encoder serves one recording: setOutputParameters, encodeVideoChunk for every chunk, then waitForFinish or
+/// abortEncoding, then deletion. Its owner calls one of these two before it deletes an encoder whose output
+/// parameters were set.
+class NUBO_MODULE_GRAB_EXPORT Encoder : public QObject {
+  Q_OBJECT
+
+ public:
+  Encoder();
+  /// Neither stops the worker nor deletes chunks or the output device.
+  ~Encoder() override;
+
+  /// Opens and truncates the output file. Sizes in pixels, both even; the bit rate in bits per second. Logs and
+  /// returns false for an odd size and for a file that cannot be opened. The parameters are stored in any case.
+  /// The owner's thread.
+  bool setOutputParameters(const QString& fileName, int width, int height, int fps, int bitrate);
+
+  /// Hands over one chunk, `last` with the final one, which may be null. True if the encoder took it and will
+  /// delete it; false, with the chunk still the caller's, if encoding cannot start. Never waits for the codec.
+  /// The grabbing thread.
+  bool encodeVideoChunk(QIODevice* chunk, bool last);
+
+  /// Waits until every chunk is encoded, and closes the output. The final chunk must have been handed over.
+  /// The owner's thread, never the worker.
+  void waitForFinish();
+
+ public Q_SLOTS:
+  /// Completes the chunk that is being encoded, drops the others, removes the output file. The owner's thread,
+  /// never the worker, with the grabbing thread at rest.
+  void abortEncoding();
+
+ Q_SIGNALS:
+  /// -1 when the worker starts; percentages of the backlog once waitForFinish has begun. Emitted on the worker.
+  void progressChanged(int percent);
+
+ protected:
+  /// Prepares the codec for the output device and parameters. Called once, on the thread that hands over the
+  /// first chunk. False, after logging why, when encoding cannot start.
+  virtual bool initEncoding() = 0;
+  /// Encodes the frames of one chunk, which can be null, and writes the result to mp_Device. The chunk stands
+  /// after its last byte and stays the base class's. Called on the worker, in hand-over order; `last` with the
+  /// final chunk only. False, after logging why, ends the encoding.
+  virtual bool encodeChunk(QIODevice* chunk, bool last) = 0;
+  /// Ends the encoding and lets go of mp_Device. Called exactly once, on the owner's thread, after the worker has
+  /// ended, whatever happened before: without a chunk, after a failed initEncoding or encodeChunk, and after an
+  /// abort, when m_Aborted is set and the file is gone.
+  virtual void finishEncoding() = 0;
+
+  /// Limits a colour value to 0 ... 255 and drops its fraction; not a number gives 0.
+  static unsigned char clamp(double value);
+
+  QIODevice* mp_Device;         ///< a QFile open for writing; null when no output is open
+  std::atomic<bool> m_Aborted;  ///< set for good by abortEncoding
+  int m_Width;
+  int m_Height;
+  int m_Fps;
+  int m_Bitrate;  ///< bits per second
+
+ private:
+  class Runner;
+  enum State { Idle = 0, Started = 1, Running = 2, Finished = 4, Failed = 8 };
+
+  void startWorker();
+  void cleanUp();
+
+  std::atomic<int> m_State;
+  std::deque<QIODevice*> m_Chunks;  ///< not yet taken by the worker, oldest first; owned
+  QMutex m_Mutex;                   ///< guards m_Chunks, the progress counters and the worker's flags
+  QSemaphore* mp_Semaphore;         ///< a permit for each chunk, one for the final chunk's end, one for an abort
+  Runner* mp_Runner;
+  int m_ChunksDone;
+  int m_ChunksTotal;
+};
+
+}  // namespace nubo::grab::video

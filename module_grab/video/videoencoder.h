@@ -1,0 +1,69 @@
+// The registry of video encoders: loads encoder plug-ins and picks an encoder by a file name's extension.
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <map>
+
+#include "module_grab/visibility.h"
+
+QT_BEGIN_NAMESPACE
+class QFileInfo;
+class QLibrary;
+QT_END_NAMESPACE
+
+namespace nubo::main {
+struct ThirdPartyInfos;
+}
+
+namespace nubo::grab::video {
+
+class Encoder;
+
+/// A plug-in is a library in the application directory's "/plugins/video/". It may export two functions with
+/// C linkage: `bool doRegister()`, which calls registerEncoder once per extension, and
+/// `nubo::main::ThirdPartyInfos getInfos()`, which names a library that the plug-in is built on. A plug-in whose
+/// doRegister returned true is unloaded by unloadPlugins; every encoder it made must have been deleted by then.
+///
+/// Used from one thread at a time.
+class NUBO_MODULE_GRAB_EXPORT VideoEncoder {
+ public:
+  /// Makes a new encoder, owned by the caller, or returns null. The argument is the registration's user data.
+  using EncoderFactory = Encoder* (*)(void* userData);
+
+  /// The one instance; made on the first call, and again on the first call after its deletion.
+  static VideoEncoder* getInstance();
+
+  ~VideoEncoder();
+  VideoEncoder& operator=(const VideoEncoder& other);
+
+  /// Unloads every plug-in and loads those of the plug-in directory, in name order. Plug-ins that cannot be
+  /// loaded are logged and skipped.
+  void refreshPlugins();
+  /// For plug-ins, from doRegister. Case of the extension is ignored. Logs and returns false if it is taken.
+  bool registerEncoder(EncoderFactory factory, const QString& extension, const QString& description, void* userData);
+  /// A new encoder, owned by the caller, for everything after the first dot of the file's name; null if nobody
+  /// registered that.
+  Encoder* getEncoder(const QString& fileName);
+  /// Extension in upper case to description. Valid as long as the registry.
+  const std::map<QString, QString>* getLoadableFiles();
+  /// Drops all registrations, unloads the plug-ins and clears the module's additional information records.
+  void unloadPlugins();
+
+ private:
+  struct EncoderEntry {
+    EncoderFactory factory;
+    void* userData;
+  };
+
+  VideoEncoder();
+  VideoEncoder(const VideoEncoder& other);
+  void loadPlugin(const QFileInfo& file, QList<nubo::main::ThirdPartyInfos>* infos);
+
+  static VideoEncoder* mp_This;
+  QList<QLibrary*> m_Libraries;  ///< those whose doRegister succeeded, in load order; owned
+  std::map<QString, EncoderEntry> m_Encoders;
+  std::map<QString, QString> m_LoadableFiles;
+};
+
+}  // namespace nubo::grab::video
