@@ -8,7 +8,8 @@
 namespace nubo::main {
 
 /// An event of a type (an id from EventHandler::addEvent) with up to two objects. A deferred event is
-/// delivered on the application thread later, any other on the firing thread before fireEvent returns.
+/// delivered on the application thread later (with null for an object that is gone by then), any other on
+/// the firing thread before fireEvent returns.
 class NUBO_KERNEL_EXPORT Event {
  public:
   Event(unsigned long type, QObject* first, QObject* second, bool deferred)

@@ -24,7 +24,7 @@ class NUBO_KERNEL_EXPORT EventHandler {
 
  private:
   EventHandler();
-  ~EventHandler();
+  ~EventHandler() = delete;  // used until the very end of the process
   struct Private;
   Private* d;
 };

@@ -24,7 +24,7 @@ class NUBO_KERNEL_EXPORT EventManager {
 
  private:
   EventManager();
-  ~EventManager();
+  ~EventManager() = delete;  // used until the very end of the process
   struct Private;
   Private* d;
 };

@@ -48,7 +48,7 @@ class NUBO_KERNEL_EXPORT Logger {
 
  private:
   Logger();
-  ~Logger();
+  ~Logger() = delete;  // used until the very end of the process
   struct Private;
   Private* d;
 };

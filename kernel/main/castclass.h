@@ -51,7 +51,7 @@ class NUBO_KERNEL_EXPORT CastClassManager {
 
  private:
   CastClassManager();
-  ~CastClassManager();
+  ~CastClassManager() = delete;  // used until the very end of the process
   struct Private;
   Private* d;
 };

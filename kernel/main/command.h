@@ -37,16 +37,19 @@ class NUBO_KERNEL_EXPORT Command {
   Command(CommandDescriptor* descriptor, CommandGUIDescriptor* guiDescriptor);
   virtual ~Command();
 
-  /// Converts `values` into the command's own set with the same ID and makes that the current one.
-  /// False, with everything as it was, when there is no such set or a value does not fit.
+  /// Converts `values`, parameter by parameter, into the command's own set with the same ID and makes
+  /// that the current one. A parameter without a value takes its default. False, with everything as it
+  /// was, when there is no such set, a value does not fit, or a required one has neither. Not while the
+  /// command runs.
   virtual bool setParameters(const ParameterSet& values);
   /// A window or a widget of the command's own in place of the generated dialog; null: none.
   virtual QWidget* getGUIWindow();
   virtual QWidget* getCommandWidget();
   /// A new command of the same kind, made by the creation function registered for its name, with a
-  /// copy of the current values. Null for commands that were not registered. The caller owns it.
+  /// copy of the current values. Null for commands that were not registered. The caller owns it, and
+  /// hands it to the command processor in place of this one where runsOnClone() says so.
   virtual Command* clone() const;
-  /// Asks a running command to end. May be called on any thread, and when nothing runs.
+  /// Asks a running command to end. May be called on any thread, when nothing runs, and repeatedly.
   virtual void abort();
   /// Does the work, on a command thread.
   virtual void execute() = 0;
@@ -71,6 +74,7 @@ class NUBO_KERNEL_EXPORT Command {
   bool selectParameterSet(int id);
 
  protected:
+  /// A copy has a monitor of its own; the copied sets share their parameters with the original's.
   Command(const Command& other);
   Command& operator=(const Command& other);
 
@@ -80,7 +84,7 @@ class NUBO_KERNEL_EXPORT Command {
   TypeSolver m_TypeSolver;
   bool m_Programmatic = false;  ///< made by code with its inputs; never offered in a menu
   bool m_RunsOnClone = false;
-  std::atomic<bool> m_Aborted{false};
+  std::atomic<bool> m_Aborted{false};  ///< set by abort(); false again when a run begins
   bool m_Abortable = false;
   bool m_Undoable = false;
   int m_Placement = 0;  ///< where user interfaces may offer it: bits of CommandGUIDescriptor::GUIFLAG
@@ -88,6 +92,10 @@ class NUBO_KERNEL_EXPORT Command {
   std::vector<std::unique_ptr<CommandGUIDescriptor>> m_GUIDescriptors;
 
  private:
+  friend class CommandProcessor;
+  ParameterSet* findParameterSet(int id);
+  void run();
+
   std::unique_ptr<CommandDescriptor> mp_Descriptor;
   std::unique_ptr<CommandMonitor> mp_Monitor;
   std::atomic<bool> m_Enabled{true};

@@ -27,7 +27,7 @@ class NUBO_KERNEL_EXPORT CommandManager {
 
  private:
   CommandManager();
-  ~CommandManager();
+  ~CommandManager() = delete;  // used until the very end of the process
   struct Private;
   Private* d;
 };

@@ -29,7 +29,7 @@ class NUBO_KERNEL_EXPORT ModuleManager {
 
  private:
   ModuleManager();
-  ~ModuleManager();
+  ~ModuleManager() = delete;  // used until the very end of the process
   struct Private;
   Private* d;
 };

@@ -30,12 +30,13 @@ class NUBO_KERNEL_EXPORT YProgressDialog {
   /// Percentage, 0 to 100; values outside are bounded, repeated values cost nothing.
   void setValue(int percent);
 
-  /// Replaces the presenter (application thread). Null shows nothing; the default is a QProgressDialog
-  /// when the program has a window.
+  /// Replaces the presenter for progress that begins from now on (application thread). Null shows nothing; the default
+  /// is a QProgressDialog when the program has a window.
   static void setPresenter(std::shared_ptr<ProgressPresenter> presenter);
 
  private:
-  int m_Percent = -1;
+  struct State;
+  std::shared_ptr<State> m_State;
 };
 
 }  // namespace nubo::util

@@ -1,0 +1,180 @@
+#include "kernel/main/modulemanager.h"
+
+#include <QDir>
+#include <QLibrary>
+#include <algorithm>
+#include <exception>
+#include <set>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "kernel/log/logger.h"
+
+namespace nubo::main {
+
+namespace {
+
+/// Why a library is no module.
+class ModuleError : public std::runtime_error {
+ public:
+  explicit ModuleError(const QString& reason) : std::runtime_error(reason.toUtf8().constData()) {}
+};
+
+void logFailure(const QString& fileName, const QString& reason) {
+  log::Logger::getInstance()->log(
+      log::Failure, "kernel/main/modulemanager", __LINE__, "nubo::main::ModuleManager::loadModules", nullptr,
+      QStringLiteral("Module \"%1\" failed: %2").arg(QFileInfo(fileName).fileName(), reason));
+}
+
+/// Runs foreign code of a module; false, with a record in the log, when something leaves it.
+template <class Function>
+bool attempt(const QString& fileName, Function function) {
+  try {
+    function();
+    return true;
+  } catch (const std::exception& exception) {
+    logFailure(fileName, QString::fromUtf8(exception.what()));
+  } catch (...) {
+    logFailure(fileName, QStringLiteral("unknown exception"));
+  }
+  return false;
+}
+
+/// A library with its factory, module and commands. Goes down in the reverse order in which it came up.
+class LoadedModule {
+ public:
+  explicit LoadedModule(const QString& fileName) : m_Library(fileName) {
+    // A library that lacks a function must be found out now, not when the function is called.
+    m_Library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
+  }
+  LoadedModule(const LoadedModule&) = delete;
+  LoadedModule& operator=(const LoadedModule&) = delete;
+  ~LoadedModule();
+
+  /// Throws what stands in the way.
+  void load();
+  void start(const boost::function<void(QString)>& progress) {
+    if (mp_Module->hasStartupActions()) mp_Module->doStartupActions(progress);
+    m_Started = true;
+  }
+  Module* module() const { return mp_Module.get(); }
+  QString name() const { return mp_Information->getName(); }
+  QString fileName() const { return m_Library.fileName(); }
+
+ private:
+  void resolve();
+  void makeCommands();
+
+  QLibrary m_Library;
+  ModuleFactory* (*m_GetFactory)() = nullptr;
+  void (*m_RecycleFactory)() = nullptr;
+  ModuleFactory* mp_Factory = nullptr;
+  std::vector<CommandCreator> m_Creators;
+  std::unique_ptr<InformationObject> mp_Information;
+  std::unique_ptr<Module> mp_Module;
+  bool m_Started = false;
+};
+
+LoadedModule::~LoadedModule() {
+  if (m_Started) attempt(fileName(), [this] { mp_Module->doShutdownActions(); });
+  CommandManager::getInstance()->removeOf(m_Creators);
+  mp_Module.reset();
+  if (mp_Factory) attempt(fileName(), m_RecycleFactory);
+  mp_Information.reset();
+  m_Library.unload();
+}
+
+void LoadedModule::load() {
+  if (!m_Library.load()) throw ModuleError(m_Library.errorString());
+  resolve();
+  mp_Factory = m_GetFactory();
+  if (!mp_Factory) throw ModuleError(QStringLiteral("it has no factory"));
+  mp_Module.reset(mp_Factory->createModule());
+  if (!mp_Module) throw ModuleError(QStringLiteral("its factory makes no module"));
+  mp_Information.reset(mp_Module->getInformationObject());
+  if (!mp_Information) throw ModuleError(QStringLiteral("it has no information object"));
+  if (ModuleManager::getInstance()->getModule(name())) {
+    throw ModuleError(QStringLiteral("a module \"%1\" is loaded already").arg(name()));
+  }
+  makeCommands();
+}
+
+void LoadedModule::resolve() {
+  m_GetFactory = reinterpret_cast<ModuleFactory* (*)()>(m_Library.resolve("getFactory"));
+  m_RecycleFactory = reinterpret_cast<void (*)()>(m_Library.resolve("recycleFactory"));
+  if (!m_GetFactory) throw ModuleError(QStringLiteral("it lacks the entry point getFactory"));
+  if (!m_RecycleFactory) throw ModuleError(QStringLiteral("it lacks the entry point recycleFactory"));
+}
+
+void LoadedModule::makeCommands() {
+  m_Creators = mp_Factory->getPrimaryCommands();
+  for (const CommandCreator creator : m_Creators) {
+    Command* command = creator();
+    if (!command) throw ModuleError(QStringLiteral("a command could not be made"));
+    if (CommandManager::getInstance()->add(command, creator)) mp_Module->registerCommand(command);
+  }
+}
+
+}  // namespace
+
+struct ModuleManager::Private {
+  QStringList newLibrariesIn(const QString& directory) const;
+
+  std::vector<std::unique_ptr<LoadedModule>> modules;
+};
+
+/// In name order, each once whatever links point to it, since a library has one factory only.
+QStringList ModuleManager::Private::newLibrariesIn(const QString& directory) const {
+  std::set<QString> known;
+  for (const auto& module : modules) known.insert(QFileInfo(module->fileName()).canonicalFilePath());
+  QStringList libraries;
+  for (const QFileInfo& file : QDir(directory).entryInfoList(QDir::Files, QDir::Name)) {
+    if (QLibrary::isLibrary(file.fileName()) && known.insert(file.canonicalFilePath()).second) {
+      libraries.append(file.absoluteFilePath());
+    }
+  }
+  return libraries;
+}
+
+ModuleManager::ModuleManager() : d(new Private) {}
+
+ModuleManager* ModuleManager::getInstance() {
+  static auto* manager = new ModuleManager;
+  return manager;
+}
+
+void ModuleManager::loadModules(const QString& directory, const boost::function<void(QString)>& progress) {
+  const boost::function<void(QString)> report = progress ? progress : [](const QString&) {};
+  std::vector<LoadedModule*> added;
+  for (const QString& fileName : d->newLibrariesIn(directory)) {
+    auto module = std::make_unique<LoadedModule>(fileName);
+    if (!attempt(fileName, [&] { module->load(); })) continue;
+    added.push_back(module.get());
+    d->modules.push_back(std::move(module));
+  }
+  for (LoadedModule* module : added) {
+    if (attempt(module->fileName(), [&] { module->start(report); })) continue;
+    const auto isIt = [module](const auto& other) { return other.get() == module; };
+    d->modules.erase(std::find_if(d->modules.begin(), d->modules.end(), isIt));
+  }
+}
+
+void ModuleManager::unloadModules() {
+  while (!d->modules.empty()) d->modules.pop_back();
+}
+
+Module* ModuleManager::getModule(const QString& name) const {
+  for (const auto& module : d->modules) {
+    if (module->name() == name) return module->module();
+  }
+  return nullptr;
+}
+
+QStringList ModuleManager::names() const {
+  QStringList names;
+  for (const auto& module : d->modules) names.append(module->name());
+  return names;
+}
+
+}  // namespace nubo::main

@@ -1,0 +1,15 @@
+#include "kernel/main/parameterset.h"
+
+namespace nubo::main {
+
+ParameterSet::ParameterSet(int id, const QString& name) : m_ID(id), m_Name(name) {}
+
+void ParameterSet::addParameter(AbstractParameter* parameter) {
+  m_Owned.emplace_back(parameter, [](AbstractParameter* last) {
+    last->clearValue();
+    delete last;
+  });
+  m_Parameters.push_back(parameter);
+}
+
+}  // namespace nubo::main
