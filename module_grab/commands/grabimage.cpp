@@ -1,0 +1,401 @@
+#include "module_grab/commands/grabimage.h"
+
+#include <QCursor>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QImage>
+#include <QImageWriter>
+#include <QOpenGLFramebufferObject>
+#include <QSettings>
+#include <algorithm>
+#include <boost/bind.hpp>
+#include <cmath>
+#include <limits>
+#include <optional>
+
+#include "kernel/events/event.h"
+#include "kernel/events/eventmanager.h"
+#include "kernel/log/logger.h"
+#include "kernel/main/overseer.h"
+#include "kernel/main/parameter.h"
+#include "kernel/main/parameterpanelfactory.h"
+#include "kernel/util/delegate.h"
+#include "kernel/util/functioncommand.h"
+#include "kernel/util/yprogressdialog.h"
+#include "module_grab/commands/composetile.h"
+#include "module_grab/commands/tiling.h"
+#include "module_grab/events.h"
+#include "module_grab/modulegrab.h"
+#include "module_grab/offscreencontext.h"
+#include "module_scene/gui/viewer.h"
+#include "module_scene/scene/scenedrawer.h"
+
+// Logs for a member function, in printf format.
+#define GRABIMAGE_LOG(level, member, ...)                                                  \
+  nubo::log::Logger::getInstance()->log(level, "module_grab/commands/grabimage", __LINE__, \
+                                        "nubo::commands::grab::GrabImage::" member, nullptr, __VA_ARGS__)
+
+namespace nubo::commands::grab {
+
+using main::Parameter;
+using math::Matrix4;
+using util::FunctionDelegate;
+using util::WorkerDelegate;
+
+namespace {
+
+[[maybe_unused]] const nubo::grab::GrabEvents GrabEventIds;
+const nubo::grab::SceneEvents SceneEventIds;
+[[maybe_unused]] const nubo::grab::GlobalEvents GlobalEventIds;
+
+constexpr int InteractiveSet = 1;
+constexpr int ProgrammaticSet = 10000;
+constexpr int OfferedInMenuAndToolBar = main::CommandGUIDescriptor::Menu | main::CommandGUIDescriptor::ToolBar;
+constexpr int LargestTile = 512;
+constexpr double MetersPerInch = 0.0254;
+const char DirectoryKey[] = "lastGrabImageDirectory";
+
+template <class T>
+Parameter<T>* newParameter(const char* name, const QString& description) {
+  return new Parameter<T>(QString::fromLatin1(name), description, QString(), true, nullptr);
+}
+
+template <class T>
+void addCallersValue(main::ParameterSet& set, const char* name, T* value) {
+  auto* parameter = newParameter<T>(name, QStringLiteral("noDesc"));
+  parameter->disableDeleteOnSet(true);
+  parameter->template setValue<T>(value);
+  set.addParameter(parameter);
+}
+
+main::CommandDescriptor* newDescriptor() {
+  return new main::CommandDescriptor(QStringLiteral("Grabs an image of the scene"),
+                                     QString::fromLatin1(GrabImage::CommandName));
+}
+
+/// What a picture needs to know of a panel.
+struct PanelView {
+  int width;
+  int height;
+  Matrix4 transform;
+};
+
+/// Reads a panel on the application thread in one visit, so that one that is closed meanwhile is simply gone.
+std::optional<PanelView> viewOf(const QPointer<gui::ScenePanel>& panel) {
+  std::optional<PanelView> view;
+  WorkerDelegate::invokeSync(new FunctionDelegate([&panel, &view] {
+    if (panel) view = PanelView{panel->width(), panel->height(), panel->getScaledTransformMatrix()};
+  }));
+  return view;
+}
+
+/// Of a picture of this width in the panel's aspect; heights beyond int end at its largest value, and a panel
+/// without a width gives none.
+int heightFor(int width, const PanelView& view) {
+  const double height = width * (double(view.height) / double(view.width));
+  if (!std::isfinite(height)) return 0;
+  return int(std::min(height, double(std::numeric_limits<int>::max())));
+}
+
+bool hasWritableSuffix(const QString& fileName) {
+  for (const QByteArray& format : QImageWriter::supportedImageFormats())
+    if (fileName.endsWith(QLatin1Char('.') + QString::fromLatin1(format).toLower())) return true;
+  return false;
+}
+
+/// Shows the wait cursor on the whole application for as long as it lives.
+class WaitCursor {
+ public:
+  WaitCursor() {
+    WorkerDelegate::invokeSync(
+        new FunctionDelegate([] { QGuiApplication::setOverrideCursor(QCursor(Qt::WaitCursor)); }));
+  }
+  ~WaitCursor() {
+    WorkerDelegate::invokeSync(new FunctionDelegate([] { QGuiApplication::restoreOverrideCursor(); }));
+  }
+  WaitCursor(const WaitCursor&) = delete;
+  WaitCursor& operator=(const WaitCursor&) = delete;
+};
+
+void setUpTile(scene::SceneDrawer& drawer, const Tile& tile, const Frustum& part) {
+  const QColor background = drawer.getBackgroundColor();
+  glClearColor(float(background.redF()), float(background.greenF()), float(background.blueF()), 0.0f);
+  glShadeModel(GL_SMOOTH);
+  glEnable(GL_DEPTH_TEST);
+  glEnable(GL_LIGHTING);
+  glEnable(GL_COLOR_MATERIAL);
+  drawer.resize(tile.width, tile.height);
+  glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+  glMatrixMode(GL_PROJECTION);
+  glLoadIdentity();
+  glFrustum(part.left, part.right, part.bottom, part.top, scene::SceneDrawer::ZNEAR, scene::SceneDrawer::ZFAR);
+  glMatrixMode(GL_MODELVIEW);
+  glLoadIdentity();
+  glEnable(GL_LIGHT0);
+}
+
+}  // namespace
+
+const char* const GrabImage::CommandName = "grabimage";
+bool GrabImage::m_Registered =
+    nubo::grab::ModuleGrab::ModuleGrabFactory::getInstance()->registerPrimaryCommand(&GrabImage::create);
+
+main::Command* GrabImage::create() { return new GrabImage; }
+
+GrabImage::GrabImage()
+    : Command(newDescriptor(),
+              new main::CommandGUIDescriptor(main::CommandGUIDescriptor::Menu, QObject::tr("Grab"), 10,
+                                             QString::fromLatin1(CommandName), QObject::tr("Image"),
+                                             new QIcon(QStringLiteral(":/module_grab/image/grabscene.png")))) {
+  m_Placement = OfferedInMenuAndToolBar;
+  m_Abortable = false;
+  m_Undoable = false;
+  buildInteractiveSet();
+  queueProbe();
+  disableCommand(true);
+}
+
+GrabImage::GrabImage(QImage* image, const Matrix4* transform, gui::ScenePanel* panel)
+    : Command(newDescriptor(), nullptr) {
+  m_Placement = 0;
+  m_Abortable = false;
+  m_Undoable = false;
+  m_Programmatic = true;
+  main::ParameterSet set(ProgrammaticSet, QString());
+  addCallersValue(set, "image", image);
+  // Parameters hold what they are given without const; the matrix is only read.
+  addCallersValue(set, "transform", const_cast<Matrix4*>(transform));
+  addCallersValue(set, "scenepanel", panel);
+  m_ParameterSets.push_back(set);
+  m_CurrentParameterSetID = set.getID();
+}
+
+GrabImage::GrabImage(const GrabImage& other) : Command(other), mp_ActivePanel(other.mp_ActivePanel) {
+  if (other.mp_PanelFactory) copyInteractiveSet(other);
+}
+
+GrabImage& GrabImage::operator=(const GrabImage& other) {
+  if (this == &other) return *this;
+  Command::operator=(other);
+  delete std::exchange(mp_PanelFactory, nullptr);
+  mp_ActivePanel = other.mp_ActivePanel;
+  if (other.mp_PanelFactory) copyInteractiveSet(other);
+  return *this;
+}
+
+GrabImage::~GrabImage() {
+  events::EventManager::getInstance()->unregisterAllEventFunctionsOf(static_cast<Command*>(this));
+  delete mp_PanelFactory;
+}
+
+void GrabImage::buildInteractiveSet() {
+  main::ParameterSet set(InteractiveSet, QString());
+  auto* fileName = newParameter<QString>("filename", QObject::tr("Imagefilename to save grab"));
+  mp_PanelFactory = new main::FileParameterPanelFactory(boost::bind(&GrabImage::createSaveDialog, this));
+  fileName->setParameterPanelFactory(mp_PanelFactory);
+  set.addParameter(fileName);
+  auto* width = newParameter<int>("width", QObject::tr("Width of the grabbed image"));
+  width->setDefaultParameterForDefaultGUI(QStringLiteral("10000"));
+  set.addParameter(width);
+  m_ParameterSets.push_back(set);
+}
+
+/// A copy has parameters of its own, whose file dialog is its own too.
+void GrabImage::copyInteractiveSet(const GrabImage& other) {
+  m_ParameterSets.clear();
+  mp_CurrentParameterSet = nullptr;
+  buildInteractiveSet();
+  if (other.mp_CurrentParameterSet) setParameters(*other.mp_CurrentParameterSet);
+}
+
+void GrabImage::queueProbe() {
+  mp_Life = std::make_shared<GrabImage*>(this);
+  auto* probe = new FunctionDelegate([life = std::weak_ptr<GrabImage*>(mp_Life)] {
+    if (const auto command = life.lock()) (*command)->probeFramebufferObjects();
+  });
+  main::Overseer::getInstance()->getCommandProcessor()->processCommand(
+      new util::FunctionCommand([probe] { WorkerDelegate::invoke(probe); }, true, nullptr),
+      main::CommandProcessor::Queued, false);
+}
+
+void GrabImage::probeFramebufferObjects() {
+  nubo::grab::OffscreenContext context(nullptr);
+  if (!context.isValid()) {
+    GRABIMAGE_LOG(log::Failure, "probeFramebufferObjects", "Could not create OpenGL context!");
+    return;
+  }
+  if (!context.makeCurrent()) {
+    GRABIMAGE_LOG(log::Failure, "probeFramebufferObjects", "Current OpenGL context is invalid!");
+    return;
+  }
+  if (!QOpenGLFramebufferObject::hasOpenGLFramebufferObjects()) {
+    GRABIMAGE_LOG(log::Failure, "probeFramebufferObjects",
+                  "Grab Image: Your graphics card doesn't support framebuffer objects!");
+    return;
+  }
+  events::EventManager::getInstance()->registerEventFunction(
+      SceneEventIds.SCENEPANEL_CHANGED,
+      new events::EventManager::Function(boost::bind(&GrabImage::scenePanelChanged, this, boost::placeholders::_1)),
+      static_cast<Command*>(this), nullptr);
+}
+
+void GrabImage::scenePanelChanged(const main::Event* event) {
+  mp_ActivePanel = qobject_cast<gui::ScenePanel*>(event->first());
+  disableCommand(mp_ActivePanel.isNull());
+}
+
+QFileDialog* GrabImage::createSaveDialog() {
+  QStringList filters;
+  for (const QByteArray& name : QImageWriter::supportedImageFormats()) {
+    const QString format = QString::fromLatin1(name);
+    filters.append(format.toUpper() + QStringLiteral("-File (*.") + format.toLower() + QLatin1Char(')'));
+  }
+  const QString directory = main::nuboSettings()->value(QLatin1String(DirectoryKey), QVariant()).toString();
+  auto* dialog = new QFileDialog(nullptr, QString(), QString(), QString());
+  dialog->setWindowTitle(QObject::tr("Save Image"));
+  dialog->setNameFilters(filters);
+  dialog->setAcceptMode(QFileDialog::AcceptSave);
+  dialog->setFileMode(QFileDialog::AnyFile);
+  dialog->setDefaultSuffix(QStringLiteral("png"));
+  dialog->setDirectory(directory);
+  return dialog;
+}
+
+void GrabImage::execute() {
+  if (m_CurrentParameterSetID == ProgrammaticSet)
+    executeProgrammatic();
+  else if (m_CurrentParameterSetID == InteractiveSet)
+    executeInteractive();
+}
+
+void GrabImage::executeProgrammatic() {
+  mp_CurrentParameterSet = &m_ParameterSets.back();
+  const auto& parameters = *mp_CurrentParameterSet->getParameterList();
+  auto* image = parameters[0]->getValue<QImage>();
+  const auto* transform = parameters[1]->getValue<Matrix4>();
+  auto* panel = parameters[2]->getValue<gui::ScenePanel>();
+  WorkerDelegate::invokeSync(new FunctionDelegate([this, panel] { mp_ActivePanel = panel; }));
+  if (!image || !transform) return;
+  const int dotsPerInch = int(image->dotsPerMeterX() * MetersPerInch);
+  updateProcessed(-1);
+  updateText(QObject::tr("Grabbing image with %1 dpi").arg(dotsPerInch, 0, 10, QLatin1Char(' ')));
+  saveImage(image, *transform);
+}
+
+void GrabImage::executeInteractive() {
+  if (!mp_CurrentParameterSet || mp_CurrentParameterSet->getParameterList()->empty()) return;
+  const auto& given = *mp_CurrentParameterSet->getParameterList();
+  Parameter<QString> fileNameParameter(QStringLiteral("noName"), QStringLiteral("noDesc"), QString(), true, nullptr);
+  Parameter<int> widthParameter(QStringLiteral("noName"), QStringLiteral("noDesc"), QString(), true, nullptr);
+  if (!m_TypeSolver.solve(&fileNameParameter, given[0])) {
+    log::qConsole("Parameter failure");
+    return;
+  }
+  const QString fileName = *fileNameParameter.getValue<QString>();
+  fileNameParameter.clearValue();
+  if (given.size() < 2 || !m_TypeSolver.solve(&widthParameter, given[1])) {
+    GRABIMAGE_LOG(log::Note, "execute", "Parameter failure");
+    return;
+  }
+  const int width = *widthParameter.getValue<int>();
+  widthParameter.clearValue();
+
+  if (!hasWritableSuffix(fileName)) {
+    GRABIMAGE_LOG(log::Failure, "execute", "No valid image file extension selected");
+    return;
+  }
+  const std::optional<PanelView> view = viewOf(mp_ActivePanel);
+  if (!view) return;
+  const int height = heightFor(width, *view);
+  if (width < 2 || height < 2) {
+    GRABIMAGE_LOG(log::Failure, "execute", "Target picture (%d x %d) size is to small!", width, height);
+    return;
+  }
+  if (!gui::Viewer::getInstance()->isFboAvailable()) {
+    GRABIMAGE_LOG(log::Failure, "execute", "Your graphics card doesn't support framebuffer objects - abort!");
+    return;
+  }
+  grabToFile(fileName, width, height, view->transform);
+}
+
+void GrabImage::grabToFile(const QString& fileName, int width, int height, const Matrix4& transform) {
+  main::nuboSettings()->setValue(QLatin1String(DirectoryKey), QFileInfo(fileName).absolutePath());
+  const WaitCursor cursor;
+  QImage image(width, height, QImage::Format_ARGB32);
+  if (image.isNull()) {
+    GRABIMAGE_LOG(log::Failure, "execute", "Couldn't create image buffer with size (%d x %d)", width, height);
+    return;
+  }
+  updateProcessed(-1);
+  updateText(QObject::tr("Building tiles"));
+  saveImage(&image, transform);
+  updateText(QObject::tr("Saving image"));
+  const QByteArray localName = fileName.toLocal8Bit();
+  if (image.save(fileName, nullptr, -1))
+    GRABIMAGE_LOG(log::Note, "execute", "Image saved to '%s'", localName.constData());
+  else
+    GRABIMAGE_LOG(log::Failure, "execute", "Couldn't save image '%s'!", localName.constData());
+}
+
+void GrabImage::saveImage(QImage* target, const Matrix4& transform) {
+  const util::YPointer<scene::Scene> scene = gui::Viewer::getInstance()->getGlobalScene();
+  const util::YPointer<scene::SceneElement> root = scene->getRootNode();
+  if (!root) return;
+
+  // Released last: the context goes back to the application thread, which may itself be waiting for the scene.
+  const scene::SharedContext* shared = scene::_GlobalContext();
+  std::optional<nubo::grab::OffscreenContext> context;
+  if (shared && shared->glContext()) context.emplace(shared->glContext());
+  if (!context || !context->isValid()) {
+    GRABIMAGE_LOG(log::Failure, "saveImage", "Could not create OpenGL context!");
+    return;
+  }
+  if (!context->makeCurrent()) {
+    GRABIMAGE_LOG(log::Failure, "saveImage", "Current OpenGL context is invalid!");
+    return;
+  }
+  scene::SceneLocker lock(scene, scene::LOCKTYPE(7));
+  scene::SceneDrawer drawer(scene);
+  renderTiles(target, transform, root, drawer);
+}
+
+void GrabImage::renderTiles(QImage* target, const Matrix4& transform, const util::YPointer<scene::SceneElement>& root,
+                            scene::SceneDrawer& drawer) {
+  const int width = target->width();
+  const int height = target->height();
+  GLint maxTextureSize = 0;
+  glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxTextureSize);
+  util::YProgressDialog progress(QObject::tr("Building Picture"), false);
+  const TileGrid grid(width, height, std::min(maxTextureSize, LargestTile));
+  const Frustum picture = pictureFrustum(width, height, scene::SceneDrawer::ZNEAR);
+  const auto outside = [target](int x, int y) {
+    GRABIMAGE_LOG(log::Failure, "saveImage", "setPixel(%d, %d) oversizes target image dimensions (%d, %d)", x, y,
+                  target->width(), target->height());
+  };
+
+  std::unique_ptr<QOpenGLFramebufferObject> framebuffer;
+  for (int i = 0; i < grid.count(); ++i) {
+    progress.setValue(int(double(i) / grid.count() * 100.0));
+    const Tile tile = grid.tile(i);
+    const QSize size(tile.width, tile.height);
+    if (!framebuffer || framebuffer->size() != size) {
+      framebuffer.reset();
+      framebuffer = std::make_unique<QOpenGLFramebufferObject>(size, QOpenGLFramebufferObject::CombinedDepthStencil,
+                                                               GL_TEXTURE_2D, GL_RGBA8);
+    }
+    if (!framebuffer->bind()) {
+      GRABIMAGE_LOG(log::Failure, "saveImage", "Couldn't bind framebuffer object!");
+      return;
+    }
+    setUpTile(drawer, tile, tileFrustum(tile, picture, width, height));
+    drawer.glDraw(root, nullptr, transform, 0.0, 3, 7);
+    glFlush();
+    const QImage pixels = framebuffer->toImage();
+    framebuffer->release();
+    composeTile(target, pixels, tile.x0, tile.targetRow, outside);
+  }
+}
+
+}  // namespace nubo::commands::grab

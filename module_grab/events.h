@@ -1,0 +1,74 @@
+// The ids of the event types that the module's sources work with.
+#pragma once
+
+#include "kernel/events/eventhandler.h"
+
+// A member that holds the id of the event type of its own name.
+#define NUBO_EVENT(category, name) \
+  const unsigned long name = nubo::events::EventHandler::getInstance()->addEvent(category, #name)
+
+namespace nubo::grab {
+
+/// The module's own events. A source keeps one static object; making it obtains the ids in this order.
+struct GrabEvents {
+  NUBO_EVENT("Grab", PICTURE_GRABBED);
+};
+
+/// The host's scene events, as GrabEvents.
+struct SceneEvents {
+  NUBO_EVENT("Scene", POINTS_SELECTED);
+  NUBO_EVENT("Scene", POINTS_DESELECTED);
+  NUBO_EVENT("Scene", POINTS_REPLACED);
+  NUBO_EVENT("Scene", SCENE_ELEMENTS_SELECTION);
+  NUBO_EVENT("Scene", SCENE_ELEMENTS_REPARENTED);
+  NUBO_EVENT("Scene", SCENE_ELEMENTS_RENAMED);
+  NUBO_EVENT("Scene", SCENE_MEASURING_CHANGED);
+  NUBO_EVENT("Scene", SCENE_GLOBALSCALING_CHANGED);
+  NUBO_EVENT("Scene", SCENE_TRANSFORM_LOCKED);
+  NUBO_EVENT("Scene", SCENE_TRANSFORM_UNLOCKED);
+  NUBO_EVENT("Scene", SCENE_STRUCTURE_LOCKED);
+  NUBO_EVENT("Scene", SCENE_STRUCTURE_UNLOCKED);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_ADDED);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_REMOVED);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_RENAMED);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_FOCUSED);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_SHOWN);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_HIDDEN);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_BBOX_SHOWN);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_BBOX_HIDDEN);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_CHILD_ADDED);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_CHILD_REMOVED);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_CHILDS_REORDERED);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_BEFORE_DELETED);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_DELETED);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_TRANSFORM_START);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_TRANSFORM_FINISH);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_TRANSFORM_FINISHED);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_TRANSFORM_STARTING);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_MULTIPLE_TRANSFORM_START);
+  NUBO_EVENT("Scene", SCENE_ELEMENT_MULTIPLE_TRANSFORM_FINISH);
+  NUBO_EVENT("Scene", SCENEPANEL_CHANGED);
+  NUBO_EVENT("Scene", LINESSCENEELEMENT_DATACHANGED);
+  NUBO_EVENT("Scene", LINESSCENEELEMENT_COLORCHANGED);
+  NUBO_EVENT("Scene", RESCALE_DATA);
+  NUBO_EVENT("Scene", SCENE_REDRAW);
+};
+
+/// The host's global events, as GrabEvents.
+struct GlobalEvents {
+  NUBO_EVENT("Global", MACRO_STARTED);
+  NUBO_EVENT("Global", MACRO_STOPPED);
+  NUBO_EVENT("Global", REDO_AVAILABLE);
+  NUBO_EVENT("Global", REDO_NOT_AVAILABLE);
+  NUBO_EVENT("Global", UNDO_AVAILABLE);
+  NUBO_EVENT("Global", UNDO_NOT_AVAILABLE);
+  NUBO_EVENT("Global", SETTINGS_CHANGED);
+  NUBO_EVENT("Global", SETTINGS_LOCKED);
+  NUBO_EVENT("Global", SETTINGS_UNLOCKED);
+  NUBO_EVENT("Global", RESET_SETTINGS);
+  NUBO_EVENT("Global", KERNEL_IS_ONLINE);
+};
+
+}  // namespace nubo::grab
+
+#undef NUBO_EVENT

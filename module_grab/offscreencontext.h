@@ -1,0 +1,34 @@
+// An OpenGL context of its own with a surface to be current on, for work away from any window.
+#pragma once
+
+#include <QtGlobal>
+#include <memory>
+
+QT_BEGIN_NAMESPACE
+class QOffscreenSurface;
+class QOpenGLContext;
+QT_END_NAMESPACE
+
+namespace nubo::grab {
+
+/// Belongs to the thread that makes it, and is used and destroyed there; the Qt objects inside are created and
+/// deleted on the application thread, so that thread must not be waiting for the caller's locks meanwhile.
+class OffscreenContext {
+ public:
+  /// Shares objects with `share` and takes the surface's format from it; null: shares with nobody.
+  explicit OffscreenContext(QOpenGLContext* share);
+  ~OffscreenContext();
+  OffscreenContext(const OffscreenContext&) = delete;
+  OffscreenContext& operator=(const OffscreenContext&) = delete;
+
+  /// False if OpenGL gave no context, or the program is ending.
+  [[nodiscard]] bool isValid() const { return mp_Context != nullptr; }
+  [[nodiscard]] bool makeCurrent();
+  void doneCurrent();
+
+ private:
+  std::unique_ptr<QOpenGLContext> mp_Context;
+  std::unique_ptr<QOffscreenSurface> mp_Surface;
+};
+
+}  // namespace nubo::grab
