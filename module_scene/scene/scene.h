@@ -13,15 +13,21 @@ enum LOCKTYPE { LockStructure = 1, LockTransforms = 2, LockData = 4, LockAll = 7
 
 /// A tree of elements with a background. Locks keep changes out, not other readers: any number of
 /// threads may hold one at a time, and a thread may hold several.
+///
+/// Locks and changes are granted in the order in which they were asked for, so that neither starves the
+/// other. Two kinds of thread wait for changes in progress only, not for those that still wait: one that
+/// holds a lock of this scene already, and the application thread, on which lock holders may depend.
 class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
  public:
   Scene();
   ~Scene() override;
 
-  /// Null: there is nothing to draw.
+  /// Null: there is nothing to draw. Any thread, with or without a lock.
   util::YPointer<SceneElement> getRootNode() const;
+  /// A change of structure of its own: waits for locks like SceneChange.
   void setRootNode(const util::YPointer<SceneElement>& root);
   QColor getBackgroundColor() const;
+  /// A change of data of its own: waits for locks like SceneChange.
   void setBackgroundColor(const QColor& color);
 
   /// Keeps everything still until the matching unlock() on the same thread; waits for a change in
@@ -39,7 +45,7 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   std::unique_ptr<Private> d;
 };
 
-/// Holds a lock from construction until unlock() or destruction, on one thread.
+/// Holds a lock from construction until unlock() or destruction, on one thread. Without a scene it does nothing.
 class NUBO_MODULE_SCENE_EXPORT SceneLocker {
  public:
   SceneLocker(const util::YPointer<Scene>& scene, LOCKTYPE type);

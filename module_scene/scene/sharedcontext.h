@@ -21,13 +21,15 @@ class NUBO_MODULE_SCENE_EXPORT SharedContext {
   ~SharedContext();
   /// Null if OpenGL is not to be had (logged once).
   QOpenGLContext* glContext() const { return mp_Context.get(); }
+  bool hasFramebufferObjects() const { return m_HasFramebufferObjects; }
   /// Exclusive use; recursive. Taken before the scene's lock and released after it.
   void lock() { m_Mutex.lock(); }
   void unlock() { m_Mutex.unlock(); }
 
  private:
-  std::unique_ptr<QOpenGLContext> mp_Context;
   std::unique_ptr<QOffscreenSurface> mp_Surface;
+  std::unique_ptr<QOpenGLContext> mp_Context;  // goes before its surface
+  bool m_HasFramebufferObjects = false;
   QRecursiveMutex m_Mutex;
 };
 

@@ -1,0 +1,86 @@
+#include "module_scene/gui/camera.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace nubo::gui {
+
+namespace {
+
+constexpr double Degree = 3.14159265358979323846 / 180.0;
+// Half of the smaller vertical opening angle under which a view is drawn, and room around the model.
+constexpr double HalfOpening = 22.5 * Degree;
+constexpr double Room = 1.05;
+constexpr double NearestDistance = 0.06;
+constexpr double FarthestDistance = 50.0;
+
+struct NamedView {
+  const char* name;
+  double azimuth, elevation;
+};
+
+constexpr NamedView Views[] = {{"front", 0, 0}, {"back", 180, 0},   {"left", 270, 0},   {"right", 90, 0},
+                               {"top", 0, 90},  {"bottom", 0, -90}, {"oblique", 30, 25}};
+
+}  // namespace
+
+math::Matrix4 Camera::transform() const {
+  return math::translation(0, 0, -distance) * math::rotation((elevation - 90) * Degree, {1, 0, 0}) *
+         math::rotation(-azimuth * Degree, {0, 0, 1}) * math::scaling(scale, scale, scale) *
+         math::translation(-center[0], -center[1], -center[2]);
+}
+
+void Camera::fit(const scene::BoundingBox& box, int width, int height) {
+  if (box.isEmpty()) return;
+  double square = 0;
+  for (int i = 0; i < 3; ++i) {
+    center[i] = 0.5 * (box.min[i] + box.max[i]);
+    square += std::pow(0.5 * (box.max[i] - box.min[i]), 2);
+  }
+  scale = square > 0 ? 1.0 / std::sqrt(square) : 1.0;
+  const double aspect = height > 0 && width > 0 ? double(width) / height : 1.0;
+  const double half = aspect < 1 ? std::atan(std::tan(HalfOpening) * aspect) : HalfOpening;
+  distance = std::clamp(Room / std::sin(half), NearestDistance, FarthestDistance);
+}
+
+void Camera::orbit(double azimuthDelta, double elevationDelta) {
+  azimuth = std::fmod(azimuth + azimuthDelta, 360.0);
+  if (azimuth < 0) azimuth += 360.0;
+  elevation = std::clamp(elevation + elevationDelta, -90.0, 90.0);
+}
+
+void Camera::pan(double right, double up) {
+  const double height = 2 * distance * std::tan(HalfOpening) / scale;
+  const math::Matrix4 view = transform();
+  for (int i = 0; i < 3; ++i)  // the rows of the view's rotation are the directions of its axes
+    center[i] += (right * view(0, i) + up * view(1, i)) / scale * height;
+}
+
+void Camera::zoom(double factor) {
+  if (factor > 0) distance = std::clamp(distance / factor, NearestDistance, FarthestDistance);
+}
+
+bool Camera::setView(const QString& view) {
+  for (const NamedView& named : Views) {
+    if (view.compare(QLatin1String(named.name), Qt::CaseInsensitive) != 0) continue;
+    azimuth = named.azimuth;
+    elevation = named.elevation;
+    return true;
+  }
+  const QStringList angles = view.split(QLatin1Char(','));
+  if (angles.size() != 2) return false;
+  bool isAzimuth = false, isElevation = false;
+  const double newAzimuth = angles[0].toDouble(&isAzimuth), newElevation = angles[1].toDouble(&isElevation);
+  if (!isAzimuth || !isElevation || !std::isfinite(newAzimuth) || !(std::abs(newElevation) <= 90.0)) return false;
+  azimuth = newAzimuth;
+  elevation = newElevation;
+  return true;
+}
+
+QStringList Camera::viewNames() {
+  QStringList names;
+  for (const NamedView& view : Views) names << QString::fromLatin1(view.name);
+  return names;
+}
+
+}  // namespace nubo::gui

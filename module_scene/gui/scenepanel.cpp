@@ -1,0 +1,115 @@
+#include "module_scene/gui/scenepanel.h"
+
+#include <GL/glu.h>
+
+#include <QMouseEvent>
+#include <QWheelEvent>
+#include <cmath>
+
+#include "module_scene/gui/viewer.h"
+#include "module_scene/scene/scenedrawer.h"
+
+namespace nubo::gui {
+
+namespace {
+
+constexpr double OpeningAngle = 45.0;
+constexpr double DegreesPerPixel = 0.4;
+constexpr int AllLayers = 65535;
+constexpr int AllKinds = 7;
+
+}  // namespace
+
+ScenePanel::ScenePanel(QWidget* parent) : QOpenGLWidget(parent) {
+  setMinimumSize(2, 2);
+  setFocusPolicy(Qt::StrongFocus);
+  if (Viewer* viewer = Viewer::getInstance()) viewer->addPanel(this);
+}
+
+ScenePanel::~ScenePanel() {
+  emit destroyed(this);
+  disconnect(this, &QObject::destroyed, nullptr, nullptr);  // once is enough
+  if (Viewer* viewer = Viewer::getInstance()) viewer->removePanel(this);
+  if (m_Drawer) {
+    makeCurrent();
+    m_Drawer.reset();
+    doneCurrent();
+  }
+}
+
+math::Matrix<double, 4, 4> ScenePanel::getScaledTransformMatrix() const { return m_Camera.transform(); }
+
+void ScenePanel::setCamera(const Camera& camera) {
+  m_Camera = camera;
+  update();
+  emit cameraChanged();
+}
+
+void ScenePanel::fit() {
+  const auto scene = scene::_GlobalScene();
+  const scene::SceneLocker locker(scene, scene::LockAll);
+  const auto root = scene ? scene->getRootNode() : nullptr;
+  if (!root) return;
+  Camera camera = m_Camera;
+  camera.fit(root->getBoundingBox(), width(), height());
+  setCamera(camera);
+}
+
+void ScenePanel::initializeGL() { m_Drawer.reset(); }
+
+void ScenePanel::paintGL() {
+  const auto scene = scene::_GlobalScene();
+  if (!scene) return;
+  const scene::SceneLocker locker(scene, scene::LockAll);
+  if (!m_Drawer) m_Drawer = std::make_unique<scene::SceneDrawer>(scene);
+  m_Drawer->setSamples(Viewer::getInstance()->getSamples());
+
+  const QSize pixels = size() * devicePixelRatioF();
+  const QColor background = m_Drawer->getBackgroundColor();
+  m_Drawer->resize(pixels.width(), pixels.height());
+  glClearColor(GLfloat(background.redF()), GLfloat(background.greenF()), GLfloat(background.blueF()), 0.0f);
+  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+  glMatrixMode(GL_PROJECTION);
+  glLoadIdentity();
+  gluPerspective(OpeningAngle, double(pixels.width()) / pixels.height(), scene::SceneDrawer::ZNEAR,
+                 scene::SceneDrawer::ZFAR);
+  glMatrixMode(GL_MODELVIEW);
+  glLoadIdentity();
+  m_Drawer->glDraw(scene->getRootNode(), nullptr, getScaledTransformMatrix(), 0.0, AllLayers, AllKinds);
+
+  // The window is opaque where the drawer left coverage.
+  glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_TRUE);
+  glClearColor(0, 0, 0, 1);
+  glClear(GL_COLOR_BUFFER_BIT);
+  glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+}
+
+void ScenePanel::mousePressEvent(QMouseEvent* event) {
+  m_LastPosition = event->pos();
+  if (Viewer* viewer = Viewer::getInstance()) viewer->setActivePanel(this);
+}
+
+void ScenePanel::mouseMoveEvent(QMouseEvent* event) {
+  const QPoint moved = event->pos() - m_LastPosition;
+  m_LastPosition = event->pos();
+  Camera camera = m_Camera;
+  const bool pans = event->buttons() & Qt::MiddleButton ||
+                    (event->buttons() & Qt::LeftButton && event->modifiers() & Qt::ShiftModifier);
+  if (pans)
+    camera.pan(-double(moved.x()) / height(), double(moved.y()) / height());
+  else if (event->buttons() & Qt::LeftButton)
+    camera.orbit(-moved.x() * DegreesPerPixel, moved.y() * DegreesPerPixel);
+  else if (event->buttons() & Qt::RightButton)
+    camera.zoom(std::exp(-2.0 * moved.y() / height()));
+  else
+    return;
+  setCamera(camera);
+}
+
+void ScenePanel::wheelEvent(QWheelEvent* event) {
+  Camera camera = m_Camera;
+  camera.zoom(std::exp(event->angleDelta().y() / 1200.0));
+  setCamera(camera);
+}
+
+}  // namespace nubo::gui

@@ -1,0 +1,51 @@
+#include "module_scene/gui/viewer.h"
+
+#include "kernel/events/eventhandler.h"
+#include "kernel/events/eventmanager.h"
+#include "module_scene/gui/castclasses.h"
+
+namespace nubo::gui {
+
+namespace {
+
+std::atomic<Viewer*> s_Viewer{nullptr};
+
+}  // namespace
+
+Viewer::Viewer() : m_Scene(new scene::Scene), m_Context(std::make_unique<scene::SharedContext>()) {
+  m_FboAvailable = m_Context->hasFramebufferObjects();
+  registerCastClasses();
+  s_Viewer = this;
+}
+
+Viewer::~Viewer() {
+  s_Viewer = nullptr;
+  m_Scene = nullptr;  // before the context, which frees what OpenGL holds of it
+}
+
+Viewer* Viewer::getInstance() { return s_Viewer; }
+
+void Viewer::setActivePanel(ScenePanel* panel) {
+  if (panel == mp_ActivePanel) return;
+  mp_ActivePanel = panel;
+  const unsigned long type = events::EventHandler::getInstance()->addEvent("Scene", "SCENEPANEL_CHANGED");
+  events::EventManager::getInstance()->fireEvent(main::Event(type, panel, nullptr, false));
+}
+
+void Viewer::addPanel(ScenePanel* panel) { m_Panels.append(panel); }
+
+void Viewer::removePanel(ScenePanel* panel) {
+  m_Panels.removeOne(panel);
+  if (panel == mp_ActivePanel) setActivePanel(nullptr);
+}
+
+}  // namespace nubo::gui
+
+namespace nubo::scene {
+
+util::YPointer<Scene> _GlobalScene() {
+  gui::Viewer* viewer = gui::Viewer::getInstance();
+  return viewer ? viewer->getGlobalScene() : nullptr;
+}
+
+}  // namespace nubo::scene

@@ -1,0 +1,219 @@
+#include "module_scene/scene/drawlist.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace nubo::scene {
+
+namespace {
+
+using Vector4 = std::array<double, 4>;
+
+double determinant(const math::Matrix4& m) {
+  return m(0, 0) * (m(1, 1) * m(2, 2) - m(1, 2) * m(2, 1)) - m(0, 1) * (m(1, 0) * m(2, 2) - m(1, 2) * m(2, 0)) +
+         m(0, 2) * (m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0));
+}
+
+// The point that an affine matrix maps to the origin.
+math::Vector3 originSeenFrom(const math::Matrix4& m, double determinant) {
+  math::Vector3 result{};
+  for (int i = 0; i < 3; ++i) {
+    const int a = (i + 1) % 3, b = (i + 2) % 3;
+    for (int j = 0; j < 3; ++j) {
+      const int c = (j + 1) % 3, e = (j + 2) % 3;
+      result[i] -= (m(c, a) * m(e, b) - m(c, b) * m(e, a)) / determinant * m(j, 3);
+    }
+  }
+  return result;
+}
+
+enum class Side { Outside, Across, Inside };
+
+// Decides about boxes and clusters in the space of one geometry.
+class Culler {
+ public:
+  Culler(const ViewQuery& query, const math::Matrix4& modelView, int margin) : m_Detail(query.detail) {
+    const math::Matrix4 clip = extended(query.projection, query.width, query.height, margin) * modelView;
+    for (int plane = 0; plane < 6; ++plane)
+      for (int column = 0; column < 4; ++column)
+        m_Planes[plane][column] = clip(3, column) + (plane % 2 ? -1 : 1) * clip(plane / 2, column);
+    for (int column = 0; column < 4; ++column) m_W[column] = clip(3, column);
+    m_PixelsPerUnit =
+        0.5 * query.height * std::abs(query.projection(1, 1)) * std::cbrt(std::abs(determinant(modelView)));
+  }
+
+  template <class Box>
+  Side side(const Box& box) const {
+    Side result = Side::Inside;
+    for (const Vector4& plane : m_Planes) {
+      if (farthest(plane, box.max, box.min) < 0) return Side::Outside;
+      if (farthest(plane, box.min, box.max) < 0) result = Side::Across;
+    }
+    return result;
+  }
+
+  template <class Box>
+  bool isBeyondNearPlane(const Box& box) const {
+    return farthest(m_Planes[4], box.min, box.max) > 0;
+  }
+
+  bool isTooSmall(const Cluster& cluster) const {
+    if (m_Detail <= 0) return false;
+    const double distance = farthest(m_W, cluster.min, cluster.max);
+    return distance > 0 && 2 * radius(cluster) * m_PixelsPerUnit < m_Detail * distance;
+  }
+
+  static double radius(const Cluster& cluster) {
+    double sum = 0;
+    for (int i = 0; i < 3; ++i) sum += std::pow(double(cluster.max[i]) - cluster.min[i], 2);
+    return 0.5 * std::sqrt(sum);
+  }
+
+ private:
+  // The plane's value at that corner of the box where it is largest, or with swapped corners, least.
+  template <class Corner>
+  static double farthest(const Vector4& plane, const Corner& high, const Corner& low) {
+    double value = plane[3];
+    for (int i = 0; i < 3; ++i) value += plane[i] * (plane[i] > 0 ? high[i] : low[i]);
+    return value;
+  }
+
+  std::array<Vector4, 6> m_Planes;
+  Vector4 m_W;
+  double m_Detail;
+  double m_PixelsPerUnit;
+};
+
+// Whether no face of the cluster looks towards the eye, for which both are seen from one space. All
+// directions from the eye to the cluster lie within asin(radius / distance) of that to its centre.
+bool facesAway(const Cluster& cluster, const math::Vector3& eye) {
+  const double cosine = cluster.cone[3];
+  if (cosine <= 0) return false;
+  double along = 0, square = 0;
+  for (int i = 0; i < 3; ++i) {
+    const double d = 0.5 * (double(cluster.min[i]) + cluster.max[i]) - eye[i];
+    along += d * cluster.cone[i];
+    square += d * d;
+  }
+  const double radius = Culler::radius(cluster);
+  if (along <= 0 || square <= radius * radius) return false;
+  const double distance = std::sqrt(square);
+  const double sine = std::sqrt(std::max(0.0, 1 - cosine * cosine));
+  const double spreadSine = radius / distance, spreadCosine = std::sqrt(1 - spreadSine * spreadSine);
+  const double bothCosine = cosine * spreadCosine - sine * spreadSine;
+  const double bothSine = sine * spreadCosine + cosine * spreadSine;
+  constexpr double Rounding = 1e-4;
+  return bothCosine > 0 && along > distance * (bothSine + Rounding);
+}
+
+}  // namespace
+
+int marginFor(float width) { return int(std::ceil(std::max(width, 1.0f) / 2)) + 1; }
+
+math::Matrix4 extended(const math::Matrix4& projection, int width, int height, int margin) {
+  if (margin == 0) return projection;
+  return math::scaling(double(width) / (width + 2 * margin), double(height) / (height + 2 * margin), 1) * projection;
+}
+
+void DrawList::clear() {
+  m_Opaque.clear();
+  m_Transparent.clear();
+  m_Unsorted.clear();
+  m_Sortables.clear();
+  m_Counts.clear();
+  m_Offsets.clear();
+  m_Margin = 0;
+}
+
+void DrawList::collect(const SceneElement& root, const math::Matrix4& transform, const ViewQuery& query) {
+  collect(root, transform, LayerModel, query);
+}
+
+void DrawList::collect(const SceneElement& element, const math::Matrix4& parent, Layer inherited,
+                       const ViewQuery& query) {
+  if (!element.isVisible()) return;
+  const Layer layer = element.getLayer() == LayerModel ? inherited : element.getLayer();
+  const math::Matrix4 modelView = parent * element.getTransform();
+  for (const auto& geometry : element.getGeometries()) {
+    const int layers = layer == LayerModel && geometry->transparent ? LayerTransparent : layer;
+    if ((query.layers & layers) && (query.kinds & geometry->kind)) add(*geometry, modelView, query);
+  }
+  for (const auto& child : element.getChildren()) collect(*child, modelView, layer, query);
+}
+
+void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, const ViewQuery& query) {
+  const int margin = geometry.kind == KindFaces ? 0 : marginFor(geometry.width);
+  const Culler culler(query, modelView, margin);
+  if (geometry.clusters.empty() || culler.side(geometry.box) == Side::Outside) return;
+
+  Batch batch;
+  batch.geometry = &geometry;
+  batch.buffer = BufferCache::buffer(geometry);
+  batch.modelView = modelView;
+  const double volume = determinant(modelView);
+  batch.mirrored = volume < 0;
+  // The near plane may open a closed surface and show its inside.
+  batch.cullBack = geometry.closed && !geometry.transparent && culler.isBeyondNearPlane(geometry.box);
+  batch.firstRange = m_Counts.size();
+  const bool perspective = query.projection(3, 2) != 0 && query.projection(3, 3) == 0;
+  const bool useCones = batch.cullBack && perspective && volume != 0;
+  const math::Vector3 eye = useCones ? originSeenFrom(modelView, volume) : math::Vector3{};
+
+  const std::size_t sortable = m_Sortables.size();
+  const auto addClusters = [&](std::size_t group, bool inside) {
+    const std::size_t end = std::min((group + 1) * GeometryBuffer::GroupSize, geometry.clusters.size());
+    for (std::size_t i = group * GeometryBuffer::GroupSize; i < end; ++i) {
+      const Cluster& cluster = geometry.clusters[i];
+      if (!inside && culler.side(cluster) == Side::Outside) continue;
+      if (culler.isTooSmall(cluster) || (useCones && facesAway(cluster, eye))) continue;
+      if (!geometry.transparent) {
+        addRange(batch.firstRange, cluster.first, cluster.count);
+        continue;
+      }
+      const math::Vector3 center = math::transformPoint(
+          modelView, {0.5 * (double(cluster.min[0]) + cluster.max[0]), 0.5 * (double(cluster.min[1]) + cluster.max[1]),
+                      0.5 * (double(cluster.min[2]) + cluster.max[2])});
+      m_Sortables.push_back({center[2], m_Unsorted.size(), cluster.first, cluster.count});
+    }
+  };
+  const auto& groups = batch.buffer->groups();
+  for (std::size_t i = 0; i < groups.size(); ++i)
+    if (const Side side = culler.side(groups[i]); side != Side::Outside) addClusters(i, side == Side::Inside);
+
+  batch.rangeCount = m_Counts.size() - batch.firstRange;
+  if (batch.rangeCount == 0 && m_Sortables.size() == sortable) return;
+  m_Margin = std::max(m_Margin, margin);
+  (geometry.transparent ? m_Unsorted : m_Opaque).push_back(std::move(batch));
+}
+
+// Adds to the batch whose ranges begin at `firstRange`; ranges that follow each other become one.
+void DrawList::addRange(std::size_t firstRange, std::uint32_t first, std::uint32_t count) {
+  const auto offset = [](std::size_t index) { return reinterpret_cast<const void*>(index * sizeof(std::uint32_t)); };
+  if (m_Counts.size() > firstRange && m_RangeEnd == first) {
+    m_Counts.back() += int(count);
+  } else {
+    m_Counts.push_back(int(count));
+    m_Offsets.push_back(offset(first));
+  }
+  m_RangeEnd = first + count;
+}
+
+void DrawList::sortTransparent() {
+  std::stable_sort(m_Sortables.begin(), m_Sortables.end(),
+                   [](const Sortable& a, const Sortable& b) { return a.depth < b.depth; });
+  std::size_t last = m_Unsorted.size();
+  for (const Sortable& cluster : m_Sortables) {
+    if (cluster.batch != last) {
+      m_Transparent.push_back(m_Unsorted[cluster.batch]);
+      m_Transparent.back().firstRange = m_Counts.size();
+      m_Transparent.back().rangeCount = 0;
+      last = cluster.batch;
+    }
+    Batch& batch = m_Transparent.back();
+    addRange(batch.firstRange, cluster.first, cluster.count);
+    batch.rangeCount = m_Counts.size() - batch.firstRange;
+  }
+}
+
+}  // namespace nubo::scene

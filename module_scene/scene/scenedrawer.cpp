@@ -1,0 +1,261 @@
+#include "module_scene/scene/scenedrawer.h"
+
+#include <QOpenGLExtraFunctions>
+#include <QOpenGLFunctions_2_0>
+#include <array>
+
+#include "module_scene/gui/viewer.h"
+#include "module_scene/scene/drawlist.h"
+#include "module_scene/scene/smoothbuffer.h"
+
+namespace nubo::scene {
+
+namespace {
+
+QOpenGLFunctions_2_0* functions() { return QOpenGLContext::currentContext()->versionFunctions<QOpenGLFunctions_2_0>(); }
+
+// Puts back, at the end of a drawing, everything of OpenGL's state that it may touch.
+class StateGuard {
+ public:
+  StateGuard() {
+    glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &m_DrawFramebuffer);
+    glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &m_ReadFramebuffer);
+    glGetIntegerv(GL_CURRENT_PROGRAM, &m_Program);
+    glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &m_ArrayBuffer);
+    glGetIntegerv(GL_ELEMENT_ARRAY_BUFFER_BINDING, &m_ElementBuffer);
+    glPushAttrib(GL_ALL_ATTRIB_BITS);
+    glPushClientAttrib(GL_CLIENT_ALL_ATTRIB_BITS);
+    for (std::size_t i = 0; i < Modes.size(); ++i) glGetDoublev(Queries[i], m_Matrices[i].data());
+  }
+  ~StateGuard() {
+    for (std::size_t i = 0; i < Modes.size(); ++i) {
+      glMatrixMode(Modes[i]);
+      glLoadMatrixd(m_Matrices[i].data());
+    }
+    glPopClientAttrib();
+    glPopAttrib();
+    QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
+    gl->glBindBuffer(GL_ARRAY_BUFFER, GLuint(m_ArrayBuffer));
+    gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, GLuint(m_ElementBuffer));
+    gl->glUseProgram(GLuint(m_Program));
+    gl->glBindFramebuffer(GL_DRAW_FRAMEBUFFER, GLuint(m_DrawFramebuffer));
+    gl->glBindFramebuffer(GL_READ_FRAMEBUFFER, GLuint(m_ReadFramebuffer));
+  }
+  StateGuard(const StateGuard&) = delete;
+  StateGuard& operator=(const StateGuard&) = delete;
+
+  GLuint framebuffer() const { return GLuint(m_DrawFramebuffer); }
+  const math::Matrix4& projection() const { return m_Matrices[0]; }
+  const math::Matrix4& modelView() const { return m_Matrices[1]; }
+
+ private:
+  static constexpr std::array<GLenum, 3> Modes{GL_PROJECTION, GL_MODELVIEW, GL_TEXTURE};
+  static constexpr std::array<GLenum, 3> Queries{GL_PROJECTION_MATRIX, GL_MODELVIEW_MATRIX, GL_TEXTURE_MATRIX};
+  GLint m_DrawFramebuffer = 0, m_ReadFramebuffer = 0, m_Program = 0, m_ArrayBuffer = 0, m_ElementBuffer = 0;
+  std::array<math::Matrix4, 3> m_Matrices;
+};
+
+void load(GLenum mode, const math::Matrix4& matrix) {
+  glMatrixMode(mode);
+  glLoadMatrixd(matrix.data());
+}
+
+// The state that all drawing starts from, whatever the caller left.
+void setUpState() {
+  QOpenGLFunctions_2_0* gl = functions();
+  gl->glUseProgram(0);
+  gl->glActiveTexture(GL_TEXTURE0);
+  gl->glClientActiveTexture(GL_TEXTURE0);
+  for (const GLenum off :
+       {GL_ALPHA_TEST, GL_BLEND, GL_COLOR_LOGIC_OP, GL_CULL_FACE, GL_DITHER, GL_FOG, GL_LINE_SMOOTH, GL_LINE_STIPPLE,
+        GL_POINT_SMOOTH, GL_POLYGON_SMOOTH, GL_POLYGON_STIPPLE, GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_TEXTURE_2D})
+    glDisable(off);
+  for (const GLenum on : {GL_DEPTH_TEST, GL_MULTISAMPLE, GL_NORMALIZE}) glEnable(on);
+  glDepthFunc(GL_LEQUAL);
+  glDepthMask(GL_TRUE);
+  glClearDepth(1.0);
+  glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+  glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+  glShadeModel(GL_SMOOTH);
+  glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
+  load(GL_TEXTURE, math::Matrix4());
+}
+
+// A light beside the eye, so that shapes show wherever one looks from, and a little from everywhere.
+void setUpLight() {
+  constexpr GLfloat Direction[] = {-0.25f, 0.4f, 1.0f, 0.0f};
+  constexpr GLfloat Diffuse[] = {0.85f, 0.85f, 0.85f, 1.0f};
+  constexpr GLfloat White[] = {1, 1, 1, 1};
+  constexpr GLfloat Black[] = {0, 0, 0, 1};
+  constexpr GLfloat Ambient[] = {0.22f, 0.22f, 0.22f, 1.0f};
+  load(GL_MODELVIEW, math::Matrix4());
+  glLightfv(GL_LIGHT0, GL_POSITION, Direction);
+  glLightfv(GL_LIGHT0, GL_AMBIENT, Black);
+  glLightfv(GL_LIGHT0, GL_DIFFUSE, Diffuse);
+  glLightfv(GL_LIGHT0, GL_SPECULAR, White);
+  glLightModelfv(GL_LIGHT_MODEL_AMBIENT, Ambient);
+  glEnable(GL_LIGHT0);
+}
+
+void setUpTexture(const Geometry& geometry, const Material& material) {
+  if (!material.texture || geometry.texCoords.empty()) {
+    glDisable(GL_TEXTURE_2D);
+    return;
+  }
+  glEnable(GL_TEXTURE_2D);
+  glBindTexture(GL_TEXTURE_2D, BufferCache::buffer(*material.texture)->name());
+}
+
+void setUpMaterial(const Geometry& geometry) {
+  static const Material DefaultMaterial;
+  const Material& material = geometry.material ? *geometry.material : DefaultMaterial;
+  setUpTexture(geometry, material);
+  const bool lit = material.lit && !geometry.normals.empty();
+  if (lit) {
+    glEnable(GL_LIGHTING);
+    glColorMaterial(GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE);
+    glEnable(GL_COLOR_MATERIAL);
+    glMaterialfv(GL_FRONT_AND_BACK, GL_SPECULAR, material.specular.data());
+    glMaterialfv(GL_FRONT_AND_BACK, GL_EMISSION, material.emissive.data());
+    glMaterialf(GL_FRONT_AND_BACK, GL_SHININESS, material.shininess);
+  } else {
+    glDisable(GL_LIGHTING);
+    glDisable(GL_COLOR_MATERIAL);
+  }
+  // Highlights lie on top of a texture.
+  const bool highlights = lit && glIsEnabled(GL_TEXTURE_2D) && material.shininess > 0;
+  glLightModeli(GL_LIGHT_MODEL_COLOR_CONTROL, highlights ? GL_SEPARATE_SPECULAR_COLOR : GL_SINGLE_COLOR);
+  glColor4fv(material.diffuse.data());
+  glPointSize(geometry.width);
+  glLineWidth(geometry.width);
+}
+
+// Draws batches one after the other, changing only the state that differs.
+class Painter {
+ public:
+  explicit Painter(const DrawList& list) : m_List(list) {}
+
+  void drawOpaque() {
+    for (const Batch& batch : m_List.opaque()) {
+      setUp(batch);
+      draw(batch);
+    }
+  }
+
+  // Colours are premultiplied where they are kept, so that alpha is the share that is covered. The far
+  // side of a body is drawn before its near side.
+  void drawTransparent() {
+    glEnable(GL_BLEND);
+    functions()->glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+    functions()->glBlendEquation(GL_FUNC_ADD);
+    glDepthMask(GL_FALSE);
+    for (const Batch& batch : m_List.transparent()) {
+      setUp(batch);
+      if (batch.geometry->kind != KindFaces) {
+        draw(batch);
+        continue;
+      }
+      glEnable(GL_CULL_FACE);
+      for (const GLenum hidden : {GL_FRONT, GL_BACK}) {
+        glCullFace(hidden);
+        draw(batch);
+      }
+      glDisable(GL_CULL_FACE);
+    }
+    glDepthMask(GL_TRUE);
+    glDisable(GL_BLEND);
+  }
+
+ private:
+  void setUp(const Batch& batch) {
+    load(GL_MODELVIEW, batch.modelView);
+    glFrontFace(batch.mirrored ? GL_CW : GL_CCW);
+    if (batch.cullBack) {
+      glEnable(GL_CULL_FACE);
+      glCullFace(GL_BACK);
+    } else {
+      glDisable(GL_CULL_FACE);
+    }
+    glLightModeli(GL_LIGHT_MODEL_TWO_SIDE, batch.cullBack ? GL_FALSE : GL_TRUE);
+    if (batch.geometry == mp_Current) return;
+    mp_Current = batch.geometry;
+    batch.buffer->bind(*batch.geometry);
+    setUpMaterial(*batch.geometry);
+  }
+
+  void draw(const Batch& batch) const {
+    const GLenum mode = batch.geometry->kind == KindFaces   ? GL_TRIANGLES
+                        : batch.geometry->kind == KindLines ? GL_LINES
+                                                            : GL_POINTS;
+    functions()->glMultiDrawElements(mode, m_List.counts().data() + batch.firstRange, GL_UNSIGNED_INT,
+                                     m_List.offsets().data() + batch.firstRange, GLsizei(batch.rangeCount));
+  }
+
+  const DrawList& m_List;
+  const Geometry* mp_Current = nullptr;
+};
+
+}  // namespace
+
+const double SceneDrawer::ZNEAR = 0.05;
+const double SceneDrawer::ZFAR = 100.0;
+
+struct SceneDrawer::Private {
+  util::YPointer<Scene> scene;
+  int width = 1, height = 1;
+  int samples = 0;
+  DrawList list;
+  SmoothBuffer buffer;
+
+  void paint(const math::Matrix4& projection) {
+    load(GL_PROJECTION, projection);
+    Painter painter(list);
+    painter.drawOpaque();
+    painter.drawTransparent();
+  }
+};
+
+SceneDrawer::SceneDrawer(const util::YPointer<Scene>& scene) : d(std::make_unique<Private>()) {
+  d->scene = scene;
+  if (const gui::Viewer* viewer = gui::Viewer::getInstance()) d->samples = viewer->getSamples();
+}
+
+SceneDrawer::~SceneDrawer() = default;
+
+void SceneDrawer::resize(int width, int height) {
+  d->width = width;
+  d->height = height;
+  glViewport(0, 0, width, height);
+}
+
+QColor SceneDrawer::getBackgroundColor() const { return d->scene->getBackgroundColor(); }
+
+void SceneDrawer::setSamples(int samples) { d->samples = samples; }
+
+void SceneDrawer::glDraw(const util::YPointer<SceneElement>& root, const util::YPointer<SceneElement>& second,
+                         const math::Matrix4& transform, double detail, int layers, int kinds) {
+  const StateGuard state;
+  const ViewQuery query{state.projection(), d->width, d->height, detail, layers, kinds};
+  const math::Matrix4 modelView = state.modelView() * transform;
+  d->list.clear();
+  if (root) d->list.collect(*root, modelView, query);
+  if (second) d->list.collect(*second, modelView, query);
+  d->list.sortTransparent();
+  if (d->list.isEmpty()) return;
+
+  setUpState();
+  setUpLight();
+  // What is opaque, unsmoothed and without a margin may go where it shall end up: the pixels are the same.
+  const bool direct = d->samples == 0 && d->list.transparent().empty() && d->list.margin() == 0;
+  if (direct || !d->buffer.begin(d->width, d->height, d->list.margin(), d->samples)) {
+    QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
+    d->paint(state.projection());
+    return;
+  }
+  d->paint(extended(state.projection(), d->width, d->height, d->list.margin()));
+  const bool isPicture = !(layers & ~(LayerModel | LayerTransparent));
+  d->buffer.finish(state.framebuffer(), getBackgroundColor(),
+                   isPicture ? SmoothBuffer::Edges::KeepColor : SmoothBuffer::Edges::Blend);
+}
+
+}  // namespace nubo::scene
