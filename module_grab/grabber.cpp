@@ -1,0 +1,152 @@
+#include "module_grab/grabber.h"
+
+#include <QBuffer>
+#include <QElapsedTimer>
+#include <QTemporaryFile>
+#include <new>
+
+#include "kernel/log/logger.h"
+#include "module_grab/freememory.h"
+#include "module_grab/pacing.h"
+#include "module_trajectory/trajectory.h"
+
+namespace nubo::grab {
+
+namespace {
+
+/// The selected trajectory, of either mode; without one it has no steps.
+class Trajectory {
+ public:
+  Trajectory() {
+    auto* handler = trajectory::TrajectoryHandler::getInstance();
+    const auto mode = handler->getSelectedMode();
+    if (mode == trajectory::TrajectoryHandler::Points) mp_Points = handler->getTrajectoryInfo();
+    if (mode == trajectory::TrajectoryHandler::Matrices) mp_Matrices = handler->getAdvancedTrajectoryInfo();
+  }
+
+  std::uint64_t position() const {
+    if (mp_Points) return mp_Points->getPosition();
+    return mp_Matrices ? mp_Matrices->getPosition() : 0;
+  }
+
+  /// May change from step to step.
+  std::uint64_t count() const {
+    if (mp_Points) return mp_Points->getPoints().size();
+    const auto* steps = mp_Matrices ? mp_Matrices->getMatrixMapList() : nullptr;
+    return steps ? steps->size() : 0;
+  }
+
+  void setPosition(std::uint64_t step) {
+    if (mp_Points) mp_Points->setPosition(step);
+    if (mp_Matrices) mp_Matrices->setPosition(step);
+  }
+
+ private:
+  trajectory::TrajectoryInfo* mp_Points = nullptr;
+  trajectory::AdvancedTrajectoryInfo* mp_Matrices = nullptr;
+};
+
+void logChunkFailure(int line, const char* message) {
+  log::Logger::getInstance()->log(log::Failure, "module_grab/videohandler", line,
+                                  "nubo::grab::VideoHandler::Grabber::createChunkFile", nullptr, "%s", message);
+}
+
+/// With room for what it will hold, so that it is not copied while it grows; null if it cannot be opened.
+std::unique_ptr<QIODevice> createMemoryChunk(std::int64_t capacity) {
+  auto chunk = std::make_unique<QBuffer>();
+  try {
+    chunk->buffer().reserve(static_cast<int>(capacity));
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+  return chunk->open(QIODevice::ReadWrite) ? std::move(chunk) : nullptr;
+}
+
+std::unique_ptr<QIODevice> createFileChunk() {
+  auto chunk = std::make_unique<QTemporaryFile>();
+  return chunk->open() ? std::move(chunk) : nullptr;
+}
+
+}  // namespace
+
+VideoHandler::Grabber::Grabber(VideoHandler* handler) : mp_Handler(handler) {
+  setObjectName(QStringLiteral("Grabber"));
+}
+
+VideoHandler::Grabber::~Grabber() = default;
+
+void VideoHandler::Grabber::run() {
+  std::unique_ptr<QIODevice> chunk = openFirstChunk();
+  if (!chunk) return;
+  QElapsedTimer clock;
+  clock.start();
+  Pacing pacing;
+  while (!m_Stop) {
+    if (!makeRoom(&chunk)) break;
+    mp_Handler->grabPicture(chunk.get());
+    const std::int64_t pause = pacing.pauseAfter(clock.restart());
+    if (pause > 0) msleep(static_cast<unsigned long>(pause));
+  }
+  endRecording(std::move(chunk));
+}
+
+std::unique_ptr<QIODevice> VideoHandler::Grabber::createChunkFile() const {
+  const std::uint32_t limit = mp_Handler->m_MaxChunkSize;
+  if (mp_Handler->m_UseMemoryAsBuffer && fitsInMemory(freeMemory(), limit)) {
+    // A full chunk exceeds the limit by less than a frame.
+    const std::int64_t frame = std::int64_t(mp_Handler->m_Width) * mp_Handler->m_Height * 4;
+    std::unique_ptr<QIODevice> chunk = createMemoryChunk(limit + frame);
+    if (!chunk) logChunkFailure(__LINE__, "Couldn't create temporary buffer");
+    return chunk;
+  }
+  std::unique_ptr<QIODevice> chunk = createFileChunk();
+  if (!chunk) logChunkFailure(__LINE__, "Couldn't open temporary file");
+  return chunk;
+}
+
+std::unique_ptr<QIODevice> VideoHandler::Grabber::openFirstChunk() {
+  std::unique_ptr<QIODevice> chunk = createChunkFile();
+  if (!chunk) mp_Handler->cleanUpGL();
+  return chunk;
+}
+
+bool VideoHandler::Grabber::makeRoom(std::unique_ptr<QIODevice>* chunk) {
+  if (!isChunkFull((*chunk)->size(), mp_Handler->m_MaxChunkSize)) return true;
+  handOver(std::move(*chunk), false);
+  *chunk = createChunkFile();
+  return *chunk != nullptr;
+}
+
+void VideoHandler::Grabber::handOver(std::unique_ptr<QIODevice> chunk, bool last) {
+  // What the encoder takes it also deletes, perhaps before the call returns.
+  if (mp_Handler->mp_Encoder->encodeVideoChunk(chunk.get(), last)) chunk.release();
+}
+
+void VideoHandler::Grabber::endRecording(std::unique_ptr<QIODevice> chunk) {
+  handOver(std::move(chunk), true);
+  mp_Handler->cleanUpGL();
+  emit mp_Handler->grabbingFinished();
+}
+
+VideoHandler::SyncedGrabber::SyncedGrabber(VideoHandler* handler) : Grabber(handler) {
+  setObjectName(QStringLiteral("SyncedGrabber"));
+}
+
+void VideoHandler::SyncedGrabber::run() {
+  std::unique_ptr<QIODevice> chunk = openFirstChunk();
+  if (!chunk) return;
+  Trajectory trajectory;
+  std::uint64_t position = trajectory.position();
+  std::uint64_t count = trajectory.count();
+  while (!m_Stop && position < count) {
+    if (!makeRoom(&chunk)) break;
+    emit mp_Handler->progressChanged(percentOfSteps(position, count));
+    trajectory.setPosition(position);
+    count = trajectory.count();
+    mp_Handler->grabPicture(chunk.get());
+    ++position;
+  }
+  endRecording(std::move(chunk));
+}
+
+}  // namespace nubo::grab

@@ -1,0 +1,112 @@
+// Records one scene panel into one video file.
+#pragma once
+
+#include <QMutex>
+#include <QObject>
+#include <QString>
+#include <QThread>
+#include <cstdint>
+#include <memory>
+
+#include "module_grab/video/encoder.h"
+#include "module_grab/visibility.h"
+#include "module_scene/math/matrix.h"
+
+QT_BEGIN_NAMESPACE
+class QIODevice;
+class QOffscreenSurface;
+class QOpenGLContext;
+class QOpenGLFramebufferObject;
+QT_END_NAMESPACE
+
+namespace nubo::gui {
+class ScenePanel;
+}
+namespace nubo::scene {
+class SceneDrawer;
+}
+
+namespace nubo::grab {
+
+/// Serves one recording: start it, wait for grabbingFinished() (or a reason of one's own to end it), then
+/// finish() or cancel() it and delete the handler. All of that on one thread, usually a command thread; while
+/// that is not the application thread, the application thread must be serving its delegates.
+///
+/// OpenGL objects are made and released on the application thread. In between they belong to the grabbing
+/// thread, where the context is current only within a frame. The panel is only touched on the application
+/// thread, which hands its transform over whenever it changes, so that a frame never waits for that thread and
+/// the panel can be destroyed at any time.
+class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject {
+  Q_OBJECT
+ public:
+  class Grabber;
+  class SyncedGrabber;
+
+  VideoHandler();
+  /// Ends a recording that is still going on as cancel() does.
+  ~VideoHandler() override;
+
+  /// Starts to record at a fixed pace. Sizes are in pixels; if one of them is 0, both are the panel's; odd ones
+  /// grow by one. False, with the reason in the log, if it cannot start.
+  bool start(const QString& fileName, int width, int height, gui::ScenePanel* panel);
+  /// As start(), one frame for each step of the selected trajectory from the current one on.
+  bool startSynced(const QString& fileName, int width, int height, gui::ScenePanel* panel);
+  /// Ends the recording and returns when everything grabbed is encoded.
+  void finish();
+  /// Ends the recording and removes the file.
+  void cancel();
+
+  /// Draws the scene as the panel shows it and appends it to the device as one raw frame: rows from the top,
+  /// pixels of the bytes blue, green, red, alpha. After a failure (logged) the frame or its rest is missing.
+  /// Grabbing thread.
+  void grabPicture(QIODevice* device);
+  /// Releases the OpenGL objects, if there still are any: on the application thread at once, on the grabbing
+  /// thread by posting the release.
+  void cleanUpGL();
+
+ signals:
+  /// A percentage, or -1 while it is not known; on the grabbing thread or the encoder's.
+  void progressChanged(int percent);
+  /// The grabbing thread has ended its work; emitted on that thread.
+  void grabbingFinished();
+
+ private slots:
+  void panelDestroyed(QObject* obj);
+
+ private:
+  bool launch(QThread::Priority priority, const QString& fileName, int width, int height, gui::ScenePanel* panel);
+  bool initStart(const QString& fileName, int width, int height, gui::ScenePanel* panel);
+  /// Takes everything that is needed of the panel in one visit to the application thread.
+  void attachPanel(gui::ScenePanel* panel, int width, int height);
+  void takeTransform();
+  void readSettings();
+  bool initGL();
+  bool makeContext();
+  /// Returns when the OpenGL objects are released and the panel is let go.
+  void releaseGL();
+  void stopGrabber();
+  void reset();
+  void drawScene();
+
+  QString m_FileName;
+  gui::ScenePanel* mp_Panel = nullptr;  ///< changed on the application thread, under m_Mutex while grabbing
+  std::unique_ptr<Grabber> mp_Grabber;
+  std::unique_ptr<QOpenGLFramebufferObject> mp_Fbo;
+  std::unique_ptr<QOpenGLContext> mp_Context;
+  std::unique_ptr<QOffscreenSurface> mp_Surface;
+  std::unique_ptr<scene::SceneDrawer> mp_SceneDrawer;
+  int m_Width = 0;
+  int m_Height = 0;
+  int m_MaxTextureSize = 0;
+  std::unique_ptr<video::Encoder> mp_Encoder;
+  std::uint32_t m_MaxChunkSize = 100 * (1u << 20);  ///< bytes
+  int m_Fps = 25;
+  int m_Bitrate = 0;  ///< bits per second
+  bool m_UseMemoryAsBuffer = true;
+  QMutex m_Mutex;  ///< held for a frame; taken before the shared context's lock and the scene's
+
+  QMutex m_TransformMutex;  ///< guards m_Transform; nothing is taken while it is held
+  math::Matrix4 m_Transform;
+};
+
+}  // namespace nubo::grab
