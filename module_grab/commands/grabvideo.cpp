@@ -1,0 +1,271 @@
+#include "module_grab/commands/grabvideo.h"
+
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QIcon>
+#include <QMutexLocker>
+#include <QSemaphore>
+#include <QSettings>
+#include <boost/bind/bind.hpp>
+
+#include "kernel/events/eventmanager.h"
+#include "kernel/log/logger.h"
+#include "kernel/main/overseer.h"
+#include "kernel/util/delegate.h"
+#include "module_grab/events.h"
+#include "module_grab/modulegrab.h"
+#include "module_grab/parameters.h"
+#include "module_grab/video/videoencoder.h"
+#include "module_grab/videohandler.h"
+
+namespace nubo::commands::grab {
+
+namespace {
+
+using nubo::grab::newParameter;
+using nubo::grab::solveParameter;
+using nubo::grab::VideoHandler;
+
+const nubo::grab::SceneEvents SceneEvents;
+const nubo::grab::GlobalEvents GlobalEvents;
+
+constexpr int MinimalSize = 16;
+const char LastDirectoryKey[] = "lastGrabVideoDirectory";
+
+void logExecution(int level, int line, const QString& message) {
+  log::Logger::getInstance()->log(level, "module_grab/commands/grabvideo", line,
+                                  "nubo::commands::grab::GrabVideo::execute", nullptr, message);
+}
+
+}  // namespace
+
+const char* GrabVideo::CommandName = "grabvideo";
+std::set<QObject*> GrabVideo::m_PanelSet;
+QPointer<gui::ScenePanel> GrabVideo::mp_ActivePanel;
+QMutex GrabVideo::m_PanelMutex;
+bool GrabVideo::m_Registered =
+    nubo::grab::ModuleGrab::ModuleGrabFactory::getInstance()->registerPrimaryCommand(&GrabVideo::create);
+
+/// What one execution was asked for; sizes in pixels, 0 for the panel's.
+struct GrabVideo::Request {
+  QString fileName;
+  int width;
+  int height;
+  bool sync;
+};
+
+main::Command* GrabVideo::create() { return new GrabVideo; }
+
+GrabVideo::GrabVideo()
+    : Command(new main::CommandDescriptor(QStringLiteral("Grabs a video of the active view"), CommandName),
+              new main::CommandGUIDescriptor(main::CommandGUIDescriptor::Menu, QObject::tr("Grab"), 20, CommandName,
+                                             QObject::tr("Video"),
+                                             new QIcon(QStringLiteral(":/module_grab/image/grabvideo.png")))) {
+  m_Placement = main::CommandGUIDescriptor::Menu | main::CommandGUIDescriptor::ToolBar;
+  m_Abortable = true;
+  m_Undoable = false;
+  m_RunsOnClone = true;
+  addParameters();
+  events::EventManager::getInstance()->registerEventFunction(
+      SceneEvents.SCENEPANEL_CHANGED,
+      new events::EventManager::Function(boost::bind(&GrabVideo::scenePanelChanged, this, boost::placeholders::_1)),
+      static_cast<main::Command*>(this), nullptr);
+  disableCommand(true);
+}
+
+GrabVideo::~GrabVideo() {
+  events::EventManager::getInstance()->unregisterAllEventFunctionsOf(static_cast<main::Command*>(this));
+}
+
+void GrabVideo::addParameters() {
+  mp_PanelFactory = std::make_unique<main::FileParameterPanelFactory>(boost::bind(&GrabVideo::createSaveDialog, this));
+  auto* fileName = newParameter<QString>("filename", QObject::tr("Filename to save video"));
+  fileName->setParameterPanelFactory(mp_PanelFactory.get());
+  auto* width = newParameter<int>("width", QObject::tr("Width of the video (0=window-width)"));
+  width->setDefaultParameterForDefaultGUI(QStringLiteral("0"));
+  auto* height = newParameter<int>("height", QObject::tr("Height of the video (0=window-height)"));
+  height->setDefaultParameterForDefaultGUI(QStringLiteral("0"));
+  auto* sync = newParameter<bool>(
+      "sync",
+      QObject::tr("If enabled (0=true, 1=false) then the grabbing will be synced with the collisionpath steps"));
+  sync->setDefaultParameterForDefaultGUI(QStringLiteral("1"));
+
+  main::ParameterSet set(0, QString());
+  set.addParameter(fileName);
+  set.addParameter(width);
+  set.addParameter(height);
+  set.addParameter(sync);
+  m_ParameterSets.push_back(set);
+}
+
+void GrabVideo::scenePanelChanged(const main::Event* event) {
+  auto* panel = qobject_cast<gui::ScenePanel*>(event->first());
+  const QMutexLocker locker(&m_PanelMutex);
+  disableCommand(!panel || m_PanelSet.count(panel) > 0);
+  mp_ActivePanel = panel;
+}
+
+main::Command* GrabVideo::clone() const {
+  auto* clone = dynamic_cast<GrabVideo*>(Command::clone());
+  if (!clone) return nullptr;
+  events::EventManager::getInstance()->unregisterAllEventFunctionsOf(static_cast<main::Command*>(clone));
+  // A clone is only ever made of the registered command, which is not a constant.
+  auto* prototype = const_cast<GrabVideo*>(this);
+  prototype->disableCommand(true);
+  clone->disableCommand(false);
+  clone->mp_Prototype = prototype;
+  return clone;
+}
+
+void GrabVideo::enableRegisteredCommand() {
+  if (mp_Prototype) mp_Prototype->disableCommand(false);
+}
+
+void GrabVideo::execute() {
+  if (m_CurrentParameterSetID != 0) return;
+  beginExecution();
+  const std::optional<Request> request = readRequest();
+  gui::ScenePanel* panel = request && checkSize(*request) ? claimPanel() : nullptr;
+  if (panel)
+    record(*request, panel);
+  else
+    enableRegisteredCommand();
+  endExecution();
+}
+
+std::optional<GrabVideo::Request> GrabVideo::readRequest() {
+  const auto fileName = solveParameter<QString>(m_TypeSolver, *mp_CurrentParameterSet, 0);
+  const auto width = solveParameter<int>(m_TypeSolver, *mp_CurrentParameterSet, 1);
+  const auto height = solveParameter<int>(m_TypeSolver, *mp_CurrentParameterSet, 2);
+  const auto sync = solveParameter<bool>(m_TypeSolver, *mp_CurrentParameterSet, 3);
+  if (fileName && width && height && sync) return Request{*fileName, *width, *height, *sync};
+  logExecution(log::Note, __LINE__, tr("Parameter failure"));
+  return std::nullopt;
+}
+
+bool GrabVideo::checkSize(const Request& request) {
+  const auto tooSmall = [](int size) { return size > 0 && size < MinimalSize; };
+  if (!tooSmall(request.width) && !tooSmall(request.height)) return true;
+  logExecution(log::Failure, __LINE__, tr("Selected width or height is to small (min. 16)"));
+  return false;
+}
+
+gui::ScenePanel* GrabVideo::claimPanel() {
+  gui::ScenePanel* panel = nullptr;
+  bool recorded = false;
+  // On the application thread no panel is closed between being found active and being watched.
+  util::WorkerDelegate::invokeSync(new util::FunctionDelegate([&] {
+    const QMutexLocker locker(&m_PanelMutex);
+    panel = mp_ActivePanel;
+    if (!panel) return;
+    recorded = !m_PanelSet.insert(panel).second;
+    if (recorded) return;
+    mp_GrabbedPanel = panel;
+    connect(panel, &QObject::destroyed, this, &GrabVideo::grabbingPanelClosed, Qt::DirectConnection);
+  }));
+  if (!panel) logExecution(log::Failure, __LINE__, tr("There is no active scene window selected"));
+  if (!recorded) return panel;
+  logExecution(log::Failure, __LINE__, QStringLiteral("Video grabbing is currently running on that scene window"));
+  return nullptr;
+}
+
+void GrabVideo::releasePanel(gui::ScenePanel* panel) {
+  // There a closing panel is not calling a slot of this command right now.
+  util::WorkerDelegate::invokeSync(new util::FunctionDelegate([this] {
+    if (mp_GrabbedPanel) mp_GrabbedPanel->disconnect(this);
+    mp_GrabbedPanel = nullptr;
+  }));
+  QMutexLocker locker(&m_PanelMutex);
+  m_PanelSet.erase(panel);
+  if (mp_ActivePanel == panel) enableRegisteredCommand();
+}
+
+void GrabVideo::record(const Request& request, gui::ScenePanel* panel) {
+  main::nuboSettings()->setValue(LastDirectoryKey, QFileInfo(request.fileName).absolutePath());
+  const bool started = startHandler(request, panel);
+  if (started) mp_GrabSemaphore->acquire();
+  releasePanel(panel);
+  if (m_Aborted)
+    abandonVideo();
+  else if (started)
+    finishVideo(request.fileName);
+  mp_VideoHandler.reset();
+}
+
+bool GrabVideo::startHandler(const Request& request, gui::ScenePanel* panel) {
+  mp_VideoHandler = std::make_unique<VideoHandler>();
+  connect(mp_VideoHandler.get(), &VideoHandler::grabbingFinished, this, &GrabVideo::grabbingFinished,
+          Qt::DirectConnection);
+  connect(mp_VideoHandler.get(), &VideoHandler::progressChanged, this, &GrabVideo::progressChanged,
+          Qt::DirectConnection);
+  updateProcessed(-1);
+  updateText(tr("RAW-Video grabbing started"));
+  const auto start = request.sync ? &VideoHandler::startSynced : &VideoHandler::start;
+  return (mp_VideoHandler.get()->*start)(request.fileName, request.width, request.height, panel);
+}
+
+void GrabVideo::finishVideo(const QString& fileName) {
+  logExecution(log::Note, __LINE__, tr("Video encoding started"));
+  updateText(tr("Video encoding started"));
+  mp_VideoHandler->finish();
+  logExecution(log::Milestone, __LINE__, tr("Video '%1' encoding done").arg(fileName));
+}
+
+void GrabVideo::abandonVideo() {
+  logExecution(log::Milestone, __LINE__, tr("Video grabbing aborted"));
+  mp_VideoHandler->cancel();
+}
+
+/// From here to endExecution() the recording can be ended, also before it has begun: an abort that comes while the
+/// panel is being looked up must not be lost.
+void GrabVideo::beginExecution() {
+  const QMutexLocker locker(&m_EndMutex);
+  m_Ended = false;
+  m_Aborted = false;
+  mp_GrabSemaphore = std::make_unique<QSemaphore>(0);
+}
+
+void GrabVideo::endExecution() {
+  const QMutexLocker locker(&m_EndMutex);
+  mp_GrabSemaphore.reset();
+}
+
+void GrabVideo::endRecording(bool abandon) {
+  const QMutexLocker locker(&m_EndMutex);
+  if (!mp_GrabSemaphore || m_Ended) return;
+  m_Ended = true;
+  m_Aborted = abandon;
+  mp_GrabSemaphore->release();
+}
+
+void GrabVideo::abort() { endRecording(false); }
+
+void GrabVideo::grabbingPanelClosed() {
+  mp_GrabbedPanel->disconnect(this);
+  mp_GrabbedPanel = nullptr;
+  endRecording(true);
+}
+
+void GrabVideo::grabbingFinished() { abort(); }
+
+void GrabVideo::progressChanged(int value) { updateProcessed(value); }
+
+QFileDialog* GrabVideo::createSaveDialog() {
+  QStringList filters;
+  QString defaultSuffix;
+  for (const auto& [extension, description] : *nubo::grab::video::VideoEncoder::getInstance()->getLoadableFiles()) {
+    const QString suffix = extension.toLower();
+    filters.append(QStringLiteral("%1 (*.%2)").arg(description, suffix));
+    if (defaultSuffix.isEmpty()) defaultSuffix = suffix;
+  }
+  auto* dialog = new QFileDialog(nullptr, QString(), QString(), QString());
+  dialog->setWindowTitle(tr("Save Video"));
+  dialog->setNameFilters(filters);
+  dialog->setAcceptMode(QFileDialog::AcceptSave);
+  dialog->setFileMode(QFileDialog::AnyFile);
+  dialog->setDefaultSuffix(defaultSuffix);
+  dialog->setDirectory(main::nuboSettings()->value(LastDirectoryKey).toString());
+  return dialog;
+}
+
+}  // namespace nubo::commands::grab

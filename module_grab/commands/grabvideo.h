@@ -1,0 +1,94 @@
+// The command "grabvideo": records a video of the active scene panel.
+#pragma once
+
+#include <QMutex>
+#include <QObject>
+#include <QPointer>
+#include <memory>
+#include <optional>
+#include <set>
+
+#include "kernel/events/event.h"
+#include "kernel/main/command.h"
+#include "kernel/main/parameterpanelfactory.h"
+#include "module_grab/visibility.h"
+#include "module_scene/gui/scenepanel.h"
+
+QT_BEGIN_NAMESPACE
+class QFileDialog;
+class QSemaphore;
+QT_END_NAMESPACE
+
+namespace nubo::grab {
+class VideoHandler;
+}
+
+namespace nubo::commands::grab {
+
+/// The registered command follows the active panel and is enabled while that can be recorded. Each recording runs
+/// on a clone, whose execute() blocks its command thread until the video is encoded or abandoned. The clone must
+/// not outlive the registered command.
+///
+/// A recording ends once, by whatever comes first: abort() and the end of grabbing have the video encoded, the
+/// closing of the panel has it abandoned. What comes later, or outside a recording, does nothing.
+class NUBO_MODULE_GRAB_EXPORT GrabVideo : public QObject, public main::Command {
+  Q_OBJECT
+ public:
+  static const char* CommandName;
+
+  GrabVideo();
+  ~GrabVideo() override;
+
+  /// Disables this command until the clone's run enables it again, or until another panel becomes active.
+  main::Command* clone() const override;
+  /// Ends the recording and keeps what was recorded. Any thread.
+  void abort() override;
+  void execute() override;
+
+ private slots:
+  void grabbingPanelClosed();
+  void grabbingFinished();
+  void progressChanged(int value);
+
+ private:
+  struct Request;
+
+  static main::Command* create();
+
+  void addParameters();
+  void scenePanelChanged(const main::Event* event);
+  QFileDialog* createSaveDialog();
+
+  std::optional<Request> readRequest();
+  bool checkSize(const Request& request);
+  /// Makes the active panel the one that this recording grabs; null, with the reason in the log, if there is none
+  /// or if it is being recorded.
+  gui::ScenePanel* claimPanel();
+  /// Lets the panel go, which may be closed by now, and enables the registered command if it is still the active one.
+  void releasePanel(gui::ScenePanel* panel);
+  void record(const Request& request, gui::ScenePanel* panel);
+  bool startHandler(const Request& request, gui::ScenePanel* panel);
+  void finishVideo(const QString& fileName);
+  void abandonVideo();
+
+  void beginExecution();
+  void endExecution();
+  void endRecording(bool abandon);
+  void enableRegisteredCommand();
+
+  static std::set<QObject*> m_PanelSet;
+  static QPointer<gui::ScenePanel> mp_ActivePanel;
+  static bool m_Registered;
+  static QMutex m_PanelMutex;  ///< guards m_PanelSet and mp_ActivePanel, and held while they decide what is enabled
+
+  gui::ScenePanel* mp_GrabbedPanel = nullptr;  ///< null once it is closed; application thread
+  std::unique_ptr<main::FileParameterPanelFactory> mp_PanelFactory;
+  std::unique_ptr<QSemaphore> mp_GrabSemaphore;
+  std::unique_ptr<nubo::grab::VideoHandler> mp_VideoHandler;
+  GrabVideo* mp_Prototype = nullptr;
+
+  QMutex m_EndMutex;  ///< guards mp_GrabSemaphore against its deletion, and m_Ended and m_Aborted while it lives
+  bool m_Ended = false;
+};
+
+}  // namespace nubo::commands::grab
