@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QMutex>
+#include <algorithm>
 #include <assimp/DefaultLogger.hpp>
 #include <assimp/Importer.hpp>
 #include <assimp/LogStream.hpp>
@@ -59,16 +60,45 @@ bool hasVerticalZ(const QString& suffix) {
   return suffixes.contains(suffix);
 }
 
+[[noreturn]] void throwCause(const Assimp::Importer& importer) {
+  QString cause = oneLine(importer.GetErrorString());
+  if (cause.contains(QLatin1String("No suitable reader"))) cause = QStringLiteral("its format is not known");
+  throw ImportError(cause.isEmpty() ? QStringLiteral("its content is not understood") : cause);
+}
+
+/// Leaves out faces with vertices that are not there, which later steps would follow, and gives vertices
+/// without any face, such as those of a point cloud, a point each.
+void mendFaces(aiMesh& mesh) {
+  unsigned kept = 0;
+  for (unsigned f = 0; f < mesh.mNumFaces; ++f) {
+    aiFace& face = mesh.mFaces[f];
+    if (face.mNumIndices > 0 &&
+        std::all_of(face.mIndices, face.mIndices + face.mNumIndices, [&](unsigned i) { return i < mesh.mNumVertices; }))
+      std::swap(mesh.mFaces[kept++], face);
+  }
+  const bool hadFaces = mesh.mNumFaces > 0;
+  mesh.mNumFaces = kept;
+  if (hadFaces || mesh.mNumVertices == 0) return;
+  delete[] mesh.mFaces;
+  mesh.mFaces = new aiFace[mesh.mNumVertices];
+  mesh.mNumFaces = mesh.mNumVertices;
+  for (unsigned i = 0; i < mesh.mNumFaces; ++i) {
+    mesh.mFaces[i].mNumIndices = 1;
+    mesh.mFaces[i].mIndices = new unsigned[1]{i};
+  }
+  mesh.mPrimitiveTypes = aiPrimitiveType_POINT;
+}
+
 const aiScene& readScene(Assimp::Importer& importer, const QString& fileName) {
   importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
-  const unsigned steps = aiProcess_Triangulate | aiProcess_SortByPType | aiProcess_GenUVCoords |
-                         aiProcess_TransformUVCoords | aiProcess_ValidateDataStructure;
-  const aiScene* scene = importer.ReadFile(QFile::encodeName(fileName).constData(), steps);
-  if (!scene || !scene->mRootNode) {
-    QString cause = oneLine(importer.GetErrorString());
-    if (cause.contains(QLatin1String("No suitable reader"))) cause = QStringLiteral("its format is not known");
-    throw ImportError(cause.isEmpty() ? QStringLiteral("its content is not understood") : cause);
-  }
+  const aiScene* scene = importer.ReadFile(QFile::encodeName(fileName).constData(), 0);
+  if (!scene || !scene->mRootNode) throwCause(importer);
+  // Assimp's own check would refuse point clouds and files with harmless faults.
+  for (unsigned i = 0; i < scene->mNumMeshes; ++i) mendFaces(*scene->mMeshes[i]);
+  if (scene->mNumMeshes == 0) throw ImportError(QStringLiteral("it holds no geometry"));
+  scene = importer.ApplyPostProcessing(aiProcess_Triangulate | aiProcess_SortByPType | aiProcess_GenUVCoords |
+                                       aiProcess_TransformUVCoords);
+  if (!scene || !scene->mRootNode) throwCause(importer);
   return *scene;
 }
 

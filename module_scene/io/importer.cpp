@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <new>
 
 #include "module_scene/io/assimpreader.h"
@@ -22,6 +23,20 @@ void checkFile(const QString& fileName) {
   if (file.size() == 0) throw ImportError(QStringLiteral("the file is empty"));
 }
 
+/// Refuses files whose header announces more than they can hold, before memory is taken for all of it.
+void checkCounts(const QString& fileName) {
+  static const QRegularExpression counts(
+      QStringLiteral("\\A(?:OFF\\s+(?<off>\\d+)|ply\\s[^\\0]*?\\nelement\\s+vertex\\s+(?<ply>\\d+))"));
+  QFile file(fileName);
+  if (!file.open(QIODevice::ReadOnly)) return;
+  const QRegularExpressionMatch match = counts.match(QString::fromLatin1(file.read(4096)));
+  const QString announced = match.captured(QStringLiteral("off")) + match.captured(QStringLiteral("ply"));
+  if (announced.toDouble() > double(file.size()))
+    throw ImportError(QStringLiteral("the file is truncated or damaged: it announces %1 vertices, but has %2 bytes")
+                          .arg(announced)
+                          .arg(file.size()));
+}
+
 void readStlFile(const QString& fileName, ImportResult& result) {
   const util::YPointer<scene::Geometry> geometry = readStl(fileName);
   const bool hadTriangles = !geometry->indices.empty();
@@ -35,6 +50,7 @@ void readStlFile(const QString& fileName, ImportResult& result) {
 
 void readFile(const QString& fileName, ImportResult& result) {
   checkFile(fileName);
+  checkCounts(fileName);
   const bool stl = QFileInfo(fileName).suffix().compare(QLatin1String("stl"), Qt::CaseInsensitive) == 0;
   if (stl && isPlainBinaryStl(fileName))
     readStlFile(fileName, result);

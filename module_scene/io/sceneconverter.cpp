@@ -48,8 +48,6 @@ void copyIndices(const aiMesh& mesh, scene::Geometry& geometry) {
                                                                    [&](unsigned i) { return i < mesh.mNumVertices; });
     if (usable) geometry.indices.insert(geometry.indices.end(), face.mIndices, face.mIndices + corners);
   }
-  if (mesh.mNumFaces == 0 && geometry.kind == scene::KindPoints)
-    for (unsigned i = 0; i < mesh.mNumVertices; ++i) geometry.indices.push_back(i);
 }
 
 bool isFinite(const aiVector3D& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
@@ -154,7 +152,8 @@ util::YPointer<scene::SceneElement> SceneConverter::convertNode(const aiNode& no
   for (unsigned i = 0; i < node.mNumMeshes; ++i)
     if (node.mMeshes[i] < m_Geometries.size() && m_Geometries[node.mMeshes[i]])
       element->addGeometry(m_Geometries[node.mMeshes[i]]);
-  for (unsigned i = 0; i < node.mNumChildren; ++i) element->addChild(convertNode(*node.mChildren[i], depth + 1));
+  for (unsigned i = 0; i < node.mNumChildren; ++i)
+    if (node.mChildren[i]) element->addChild(convertNode(*node.mChildren[i], depth + 1));
   m_Elements.insert(QByteArray(node.mName.C_Str()), {element, &node});
   return element;
 }
