@@ -1,0 +1,88 @@
+#include "module_trajectory/pointfile.h"
+
+#include <QFile>
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace nubo::trajectory {
+namespace {
+
+bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+/// The line's fields without comment and surrounding space; two separators in a row enclose an empty one.
+QByteArrayList fieldsOf(QByteArray line) {
+  const int comment = line.indexOf('#');
+  if (comment >= 0) line.truncate(comment);
+  QByteArrayList fields;
+  QByteArray field;
+  bool ended = true;  // by a separator, so that another one encloses an empty field
+  for (const char c : line.trimmed()) {
+    const bool separator = c == ',' || c == ';';
+    if (!separator && !isSpace(c)) {
+      field += c;
+      continue;
+    }
+    if (!field.isEmpty() || (separator && ended)) fields << field;
+    ended = separator || (ended && field.isEmpty());
+    field.clear();
+  }
+  if (!field.isEmpty()) fields << field;
+  return fields;
+}
+
+/// A point, or why the fields are none.
+std::optional<Point> toPoint(const QByteArrayList& fields, QString& cause) {
+  if (fields.size() != 3 && fields.size() != 4) {
+    cause = QStringLiteral("%1 values stand where 3 or 4 are expected").arg(fields.size());
+    return std::nullopt;
+  }
+  Point point{0, 0, 0, 0};
+  for (int i = 0; i < fields.size(); ++i) {
+    bool ok = false;
+    point[std::size_t(i)] = fields[i].toDouble(&ok);
+    if (ok && std::isfinite(point[std::size_t(i)])) continue;
+    cause = QStringLiteral("'%1' is not a number").arg(QString::fromUtf8(fields[i]).left(40));
+    return std::nullopt;
+  }
+  return point;
+}
+
+bool hasNoNumber(const QByteArrayList& fields) {
+  return std::none_of(fields.begin(), fields.end(), [](const QByteArray& field) {
+    bool ok = false;
+    field.toDouble(&ok);
+    return ok;
+  });
+}
+
+}  // namespace
+
+std::deque<Point> readPointFile(const QString& fileName, QString& error) {
+  std::deque<Point> points;
+  const auto fail = [&](const QString& cause) {
+    error = QStringLiteral("cannot read '%1': %2").arg(fileName, cause);
+    return std::deque<Point>();
+  };
+  QFile file(fileName);
+  if (!file.open(QIODevice::ReadOnly)) return fail(file.errorString());
+  bool mayBeNames = true;
+  for (int number = 1; !file.atEnd(); ++number) {
+    QByteArray line = file.readLine();
+    if (number == 1 && line.startsWith("\xEF\xBB\xBF")) line.remove(0, 3);
+    const QByteArrayList fields = fieldsOf(line);
+    if (fields.isEmpty() || (mayBeNames && hasNoNumber(fields))) {
+      mayBeNames = mayBeNames && fields.isEmpty();
+      continue;
+    }
+    mayBeNames = false;
+    QString cause;
+    const std::optional<Point> point = toPoint(fields, cause);
+    if (!point) return fail(QStringLiteral("line %1: %2").arg(number).arg(cause));
+    points.push_back(*point);
+  }
+  if (file.error() != QFile::NoError) return fail(file.errorString());
+  return points.empty() ? fail(QStringLiteral("it holds no points")) : points;
+}
+
+}  // namespace nubo::trajectory
