@@ -1,0 +1,76 @@
+#include "plugins/video/av/avencoder.h"
+
+#include <QFile>
+
+#include "kernel/log/logger.h"
+#include "plugins/video/av/formats.h"
+#include "plugins/video/av/fragments.h"
+#include "plugins/video/av/pipeline.h"
+
+namespace nubo::grab::video::av {
+
+namespace {
+
+void logFailure(int line, const char* function, const QString& message) {
+  nubo::log::Logger::getInstance()->log(nubo::log::Failure, "plugins/video/av/avencoder", line, function, nullptr,
+                                        message);
+}
+
+}  // namespace
+
+AvEncoder::AvEncoder(const Format& format) : m_Format(format) {}
+
+AvEncoder::~AvEncoder() = default;
+
+/// Exceptions must not reach the base class.
+template <typename Function>
+bool AvEncoder::guarded(const char* function, Function step) {
+  try {
+    step();
+    return true;
+  } catch (const std::exception& error) {
+    logFailure(__LINE__, function, QString::fromLocal8Bit(error.what()));
+    return false;
+  }
+}
+
+bool AvEncoder::initEncoding() {
+  return guarded("nubo::grab::video::av::AvEncoder::initEncoding", [this] {
+    if (!mp_Device) throw Error(QStringLiteral("There is no output file"));
+    m_Pipeline = std::make_unique<Pipeline>(m_Format, Picture{m_Width, m_Height, m_Fps, m_Bitrate}, mp_Device);
+  });
+}
+
+bool AvEncoder::encodeChunk(QIODevice* chunk, bool last) {
+  return guarded("nubo::grab::video::av::AvEncoder::encodeChunk", [this, chunk, last] {
+    if (chunk) encodeFrames(chunk);
+    if (m_Aborted) return;
+    if (last) m_Pipeline->drain();
+    m_Pipeline->flush();
+    m_Complete = last;
+  });
+}
+
+void AvEncoder::encodeFrames(QIODevice* chunk) {
+  const qint64 frameSize = 4LL * m_Width * m_Height;
+  const qint64 rest = chunk->size() % frameSize;
+  if (rest != 0)
+    logFailure(__LINE__, "nubo::grab::video::av::AvEncoder::encodeFrames",
+               QStringLiteral("The chunk holds an incomplete frame, its last %1 bytes are left out").arg(rest));
+  if (!chunk->seek(0)) throw Error(QStringLiteral("Couldn't read the chunk: %1").arg(chunk->errorString()));
+  for (qint64 frames = chunk->size() / frameSize; frames > 0 && !m_Aborted; --frames) m_Pipeline->encodeFrame(chunk);
+}
+
+void AvEncoder::finishEncoding() {
+  const auto pipeline = std::move(m_Pipeline);
+  if (!pipeline || !m_Complete || m_Aborted) return;
+  guarded("nubo::grab::video::av::AvEncoder::finishEncoding", [this, &pipeline] {
+    pipeline->finish();
+    auto* file = qobject_cast<QFile*>(mp_Device);
+    if (!m_Format.isFragmented || pipeline->frames() == 0 || !file) return;
+    file->close();
+    mergeFragments(file->fileName(), pipeline->frames(), m_Fps);
+  });
+}
+
+}  // namespace nubo::grab::video::av

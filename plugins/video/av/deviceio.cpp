@@ -1,0 +1,59 @@
+#include "plugins/video/av/deviceio.h"
+
+#include <QFileDevice>
+
+#include "plugins/video/av/libav.h"
+
+namespace nubo::grab::video::av {
+
+namespace {
+constexpr int bufferSize = 1 << 16;
+}
+
+DeviceIo::DeviceIo(QIODevice* device) : mp_Device(device) {
+  auto* buffer = static_cast<unsigned char*>(checkAllocated(av_malloc(bufferSize)));
+  mp_Context = avio_alloc_context(buffer, bufferSize, device->isWritable(), this, &read, &write,
+                                  device->isSequential() ? nullptr : &seek);
+  if (!mp_Context) av_free(buffer);
+  checkAllocated(mp_Context);
+}
+
+DeviceIo::~DeviceIo() {
+  av_freep(&mp_Context->buffer);
+  avio_context_free(&mp_Context);
+}
+
+void DeviceIo::flush() {
+  avio_flush(mp_Context);
+  checkWritten();
+  auto* file = qobject_cast<QFileDevice*>(mp_Device);
+  if (file && !file->flush()) m_Failure = mp_Device->errorString();
+  checkWritten();
+}
+
+void DeviceIo::checkWritten() const {
+  if (!m_Failure.isEmpty()) throw Error(QStringLiteral("Couldn't write the video: %1").arg(m_Failure));
+  check(mp_Context->error, "Couldn't write the video");
+}
+
+int DeviceIo::read(void* self, unsigned char* data, int size) {
+  const qint64 count = static_cast<DeviceIo*>(self)->mp_Device->read(reinterpret_cast<char*>(data), size);
+  if (count == 0) return AVERROR_EOF;
+  return count > 0 ? static_cast<int>(count) : AVERROR(EIO);
+}
+
+int DeviceIo::write(void* self, unsigned char* data, int size) {
+  auto* io = static_cast<DeviceIo*>(self);
+  if (io->mp_Device->write(reinterpret_cast<const char*>(data), size) == size) return size;
+  if (io->m_Failure.isEmpty()) io->m_Failure = io->mp_Device->errorString();
+  return AVERROR(EIO);
+}
+
+std::int64_t DeviceIo::seek(void* self, std::int64_t offset, int whence) {
+  auto* device = static_cast<DeviceIo*>(self)->mp_Device;
+  if (whence & AVSEEK_SIZE) return device->size();
+  if ((whence & ~AVSEEK_FORCE) != SEEK_SET) return AVERROR(EINVAL);  // libavformat translates the others
+  return device->seek(offset) ? offset : AVERROR(EIO);
+}
+
+}  // namespace nubo::grab::video::av

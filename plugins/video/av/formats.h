@@ -1,0 +1,27 @@
+// The video formats that this plug-in offers.
+#pragma once
+
+#include <vector>
+
+struct AVPacket;
+
+namespace nubo::grab::video::av {
+
+struct Format {
+  const char* extension;
+  const char* description;
+  const char* muxer;         ///< FFmpeg's name of the container
+  const char* muxerOptions;  ///< "name=value:name=value"
+  const char* codec;         ///< FFmpeg's name of the encoder
+  const char* codecOptions;
+  const char* filter;       ///< turns BGRA frames into what the encoder takes
+  bool hasTargetBitrate;    ///< false: the quality is fixed and the bit rate setting has no effect
+  bool isFragmented;        ///< written in fragments, to be merged when the file is complete
+  int maxFps;               ///< more do not fit the container's clock; 0: no limit
+  void (*edit)(AVPacket*);  ///< changes each packet before it is written; can be null
+};
+
+/// Those whose encoder and container are in the installed libraries. They live as long as the plug-in.
+std::vector<const Format*> availableFormats();
+
+}  // namespace nubo::grab::video::av

@@ -1,0 +1,76 @@
+// The smallest useful encoder plug-in, as a pattern for others: YUV4MPEG2, uncompressed video that ffplay shows and
+// most encoding programs read. Full resolution and range, colours as in JPEG (BT.601), no alpha.
+//
+// A library in plugins/video/ needs an encoder class, doRegister and, if it builds on a library worth naming,
+// getInfos (which this one has no need of).
+#include <QIODevice>
+
+#include "kernel/log/logger.h"
+#include "module_grab/video/encoder.h"
+#include "module_grab/video/videoencoder.h"
+
+namespace {
+
+using nubo::grab::video::Encoder;
+using nubo::grab::video::VideoEncoder;
+
+class Y4mEncoder : public Encoder {
+ protected:
+  /// Called once, before the first chunk, with the output file open and its parameters set.
+  bool initEncoding() override {
+    if (!mp_Device) return false;
+    return write(QStringLiteral("YUV4MPEG2 W%1 H%2 F%3:1 Ip A1:1 C444 XCOLORRANGE=FULL\n")
+                     .arg(m_Width)
+                     .arg(m_Height)
+                     .arg(m_Fps)
+                     .toLatin1());
+  }
+
+  /// Called for each chunk on a thread of its own. A chunk can be null, and stands at its end.
+  bool encodeChunk(QIODevice* chunk, bool /*last*/) override {
+    const qint64 frameSize = 4LL * m_Width * m_Height;
+    if (!chunk) return true;
+    chunk->seek(0);
+    for (qint64 count = chunk->size() / frameSize; count > 0 && !m_Aborted; --count) {
+      const QByteArray frame = chunk->read(frameSize);
+      if (frame.size() != frameSize || !write("FRAME\n") || !write(converted(frame))) return false;
+    }
+    return true;
+  }
+
+  /// Called at the end in any case, also after a failure; here, nothing follows the last frame.
+  void finishEncoding() override {}
+
+ private:
+  bool write(const QByteArray& data) {
+    if (mp_Device->write(data) == data.size()) return true;
+    nubo::log::Logger::getInstance()->log(nubo::log::Failure, "plugins/video/frames/y4mplugin", __LINE__,
+                                          "Y4mEncoder::write", nullptr, mp_Device->errorString());
+    return false;
+  }
+
+  /// Three planes, Y, Cb and Cr, of interleaved blue, green, red and alpha.
+  static QByteArray converted(const QByteArray& frame) {
+    const int size = frame.size() / 4;
+    QByteArray planes(3 * size, Qt::Uninitialized);
+    const auto* pixel = reinterpret_cast<const unsigned char*>(frame.constData());
+    auto* plane = reinterpret_cast<unsigned char*>(planes.data());
+    for (int i = 0; i < size; ++i, pixel += 4) {
+      const double y = 0.299 * pixel[2] + 0.587 * pixel[1] + 0.114 * pixel[0];
+      plane[i] = clamp(y + 0.5);
+      plane[i + size] = clamp((pixel[0] - y) / 1.772 + 128.5);
+      plane[i + 2 * size] = clamp((pixel[2] - y) / 1.402 + 128.5);
+    }
+    return planes;
+  }
+};
+
+Encoder* createEncoder(void* /*userData*/) { return new Y4mEncoder; }
+
+}  // namespace
+
+/// Called once after loading. False would say that the library cannot work here.
+extern "C" Q_DECL_EXPORT bool doRegister() {
+  return VideoEncoder::getInstance()->registerEncoder(&createEncoder, QStringLiteral("y4m"),
+                                                      QStringLiteral("Uncompressed video (YUV4MPEG2)"), nullptr);
+}
