@@ -1,0 +1,44 @@
+// A command's parameters as options of the command line.
+#pragma once
+
+#include <QString>
+#include <QVector>
+
+namespace nubo::main {
+class AbstractParameter;
+class Command;
+class ParameterSet;
+}  // namespace nubo::main
+
+namespace nubo::app {
+
+struct Argument {
+  QString name;   ///< without the leading dashes
+  QString value;  ///< null: the option stood alone
+};
+using Arguments = QVector<Argument>;
+
+/// Lower case, every run of characters that are neither letters nor digits a hyphen:
+/// "max. tempfile-size (MB)" becomes "max-tempfile-size-mb".
+QString optionName(const QString& parameterName);
+
+/// What a parameter gets when its option is not given; null: nothing. Application thread.
+QString defaultText(const main::AbstractParameter& parameter);
+
+/// Fills the command's inputs from the arguments and defaults and makes them current. Files that it will write
+/// are tried first. Returns the empty text, or one line that says what was wrong; then the command must not run.
+[[nodiscard]] QString bindArguments(main::Command& command, const Arguments& arguments);
+
+/// The files that the command's current inputs name for it to write.
+QStringList targetFiles(main::Command& command);
+
+/// Why a file cannot be written: "" if it can. Leaves no trace and an existing file as it is.
+[[nodiscard]] QString whyNotWritable(const QString& fileName);
+
+/// The text of "nubo COMMAND --help".
+QString commandHelpText(main::Command& command);
+
+/// Command and arguments as they were given, for messages.
+QString callText(const QString& command, const Arguments& arguments);
+
+}  // namespace nubo::app

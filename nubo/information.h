@@ -1,0 +1,13 @@
+// What the program can tell about itself without a scene.
+#pragma once
+
+#include <QString>
+
+namespace nubo::app {
+
+/// The text of --version: the program, what it is built on, the modules and what they bring. Modules are loaded.
+QString versionText();
+/// The text of --list-commands: a line for each command.
+QString commandListText();
+
+}  // namespace nubo::app

@@ -1,0 +1,122 @@
+// The program nubo.
+#include <langinfo.h>
+
+#include <QApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+
+#include "kernel/main/commandmanager.h"
+#include "nubo/commandline.h"
+#include "nubo/commandrun.h"
+#include "nubo/information.h"
+#include "nubo/platform.h"
+#include "nubo/report.h"
+#include "nubo/session.h"
+#include "nubo/terminalprogress.h"
+
+namespace {
+
+using namespace nubo;
+using namespace nubo::app;
+
+QStringList wordsOf(int argc, char** argv) {
+  QStringList words;
+  for (int i = 1; i < argc; ++i) words << QString::fromLocal8Bit(argv[i]);
+  return words;
+}
+
+/// Services often run without a locale; file names are UTF-8 all the same.
+void useUtf8() {
+  std::setlocale(LC_ALL, "");
+  if (QByteArray(nl_langinfo(CODESET)) == "ANSI_X3.4-1968") qputenv("LC_ALL", "C.UTF-8");
+  std::setlocale(LC_ALL, "");
+}
+
+ExitStatus refuse(Report& report, const QString& error, const Session& session) {
+  report.error(error);
+  // A large scene that is still being read for nothing is not worth waiting for.
+  if (session.isReadingScene()) std::_Exit(WrongCall);
+  return WrongCall;
+}
+
+/// The answer to a call that only asks; null for one that has a command to run.
+QString answer(const CommandLine& line, main::Command* command) {
+  if (line.help) return helpText();
+  if (line.version) return versionText();
+  if (line.listCommands) return commandListText();
+  if (line.commandHelp && command) return commandHelpText(*command);
+  return QString();
+}
+
+/// Brings the scene in front of the command; the empty text, or why the command cannot run.
+QString prepare(Session& session, const CommandLine& line, const main::Command& command, const QString& noOpenGL,
+                Report& report) {
+  // Storing settings needs no scene.
+  if (dynamic_cast<const main::SettingsCommand*>(&command) && line.scene.isEmpty()) return QString();
+  if (const QString error = session.showScene(line); !error.isEmpty()) return error;
+  const QStringList failures = report.takeFailures();
+  if (command.isEnabled()) {
+    for (const QString& failure : failures) report.note(failure);
+    return QString();
+  }
+  const QString reason = noOpenGL.isEmpty() ? failures.join("; ") : noOpenGL;
+  return callText(line.command, line.arguments) + ": " +
+         (reason.isEmpty() ? QStringLiteral("the command is not available here") : reason);
+}
+
+ExitStatus runCommand(Session& session, const CommandLine& line, const QString& noOpenGL, Report& report,
+                      TerminalProgress& progress) {
+  main::Command* registered = main::CommandManager::getInstance()->find(line.command);
+  const QString call = callText(line.command, line.arguments);
+  if (const QString error = bindArguments(*registered, line.arguments); !error.isEmpty())
+    return refuse(report, call + ": " + error, session);
+  progress.setText("Reading the scene");
+  if (const QString error = prepare(session, line, *registered, noOpenGL, report); !error.isEmpty()) {
+    report.error(error);
+    return Failed;
+  }
+  const std::unique_ptr<main::Command> clone(registered->runsOnClone() ? registered->clone() : nullptr);
+  CommandRun run(clone ? *clone : *registered, call, report, progress);
+  return run.run(session.processor(), line.duration);
+}
+
+ExitStatus runSession(CommandLine& line, const QString& noOpenGL) {
+  TerminalProgress progress(line.verbosity == Verbosity::Normal);
+  Report report(line.verbosity, progress);
+  const bool asks = line.version || line.listCommands || line.commandHelp;
+  Session session(line.settingsFile, asks ? QString() : line.scene, report);
+  settleCommand(line, main::CommandManager::getInstance()->names());
+  if (!line.error.isEmpty()) return refuse(report, line.error, session);
+
+  const QString text = answer(line, main::CommandManager::getInstance()->find(line.command));
+  if (!text.isNull()) {
+    std::fputs(text.toLocal8Bit().constData(), stdout);
+    if (noOpenGL.isEmpty())
+      for (const QString& failure : report.takeFailures()) report.note(failure);
+    return Done;
+  }
+  if (line.command.isEmpty()) return refuse(report, "no command was given; see nubo --help", session);
+  return runCommand(session, line, noOpenGL, report, progress);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  useUtf8();
+  logQtMessages();
+  CommandLine line = parseCommandLine(wordsOf(argc, argv));
+  if (!line.error.isEmpty()) {
+    std::fprintf(stderr, "nubo: %s\n", qPrintable(line.error));
+    return WrongCall;
+  }
+  QCoreApplication::setApplicationName("nubo");
+  QCoreApplication::setApplicationVersion(NUBO_VERSION);
+  QCoreApplication::addLibraryPath(QFileInfo(QFile::symLinkTarget("/proc/self/exe")).path() + "/plugins");
+  const QString noOpenGL = choosePlatform();
+  int noArguments = 1;
+  const QApplication application(noArguments, argv);
+  return runSession(line, noOpenGL);
+}

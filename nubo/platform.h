@@ -1,0 +1,13 @@
+// Which of Qt's platforms the program runs on.
+#pragma once
+
+#include <QString>
+
+namespace nubo::app {
+
+/// Chooses the platform for a run without a window, through QT_QPA_PLATFORM, unless the user set that: OpenGL
+/// through EGL, else an X display. Before the QApplication is made. Returns the empty text, or one line that says
+/// what to install where OpenGL is not to be had; the program runs then, but cannot draw.
+QString choosePlatform();
+
+}  // namespace nubo::app

@@ -1,0 +1,51 @@
+// What the program tells its user on the terminal.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <mutex>
+
+#include "nubo/commandline.h"
+
+namespace nubo::app {
+
+class TerminalProgress;
+
+/// Listens to the log and keeps the failures in it for whoever reports them; prints the log itself only when
+/// asked to be verbose. Thread-safe; lives on the application thread.
+class Report {
+ public:
+  Report(Verbosity verbosity, TerminalProgress& progress);
+  ~Report();
+  Report(const Report&) = delete;
+  Report& operator=(const Report&) = delete;
+
+  /// What failed since the last call, each text once, in order.
+  QStringList takeFailures();
+  /// The last record of consequence since the last call of takeFailures that was not a failure.
+  QString lastMilestone() const;
+
+  /// One line on standard error, "nubo: TEXT", whatever the verbosity.
+  void error(const QString& text);
+  /// The same, unless quiet.
+  void note(const QString& text);
+  /// A line on standard output, unless quiet.
+  void result(const QString& text);
+
+ private:
+  void keep(int level, const QString& message);
+  void printLine(FILE* stream, const QString& text);
+
+  const Verbosity m_Verbosity;
+  TerminalProgress& m_Progress;
+  mutable std::mutex m_Mutex;
+  QStringList m_Failures;
+  QString m_Milestone;
+  int m_LogObserver;
+  int m_ConsoleObserver;
+};
+
+/// Sends Qt's own messages to the log. Before the QApplication is made.
+void logQtMessages();
+
+}  // namespace nubo::app

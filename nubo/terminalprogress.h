@@ -1,0 +1,46 @@
+// A line at the bottom of the terminal that shows how far the work is.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QString>
+#include <mutex>
+
+#include "kernel/util/yprogressdialog.h"
+
+namespace nubo::app {
+
+/// Shows a text with a bar and the time left, on standard error. Shows nothing unless that is a terminal.
+/// Thread-safe.
+class TerminalProgress : public util::ProgressPresenter {
+ public:
+  explicit TerminalProgress(bool wanted);
+  ~TerminalProgress() override;
+
+  void begin(const void* id, const QString& label, bool modal) override;
+  void update(const void* id, int percent) override;
+  void end(const void* id) override;
+
+  /// What is being done from now on.
+  void setText(const QString& text);
+  /// -1: not known.
+  void setPercent(int percent);
+  /// Takes the line away, until something changes again.
+  void clear();
+
+ private:
+  void draw();
+  void erase();
+
+  std::mutex m_Mutex;
+  const bool m_Shown;
+  bool m_Drawn = false;
+  QString m_Text;
+  int m_Percent = -1;
+  QElapsedTimer m_Since;  ///< when the percentage last began anew
+};
+
+/// `Building tiles [#####     ]  50 % 0:07 left`, at most `columns` wide. A percentage of -1 leaves the bar out,
+/// negative seconds the time.
+QString progressLine(const QString& text, int percent, int secondsLeft, int columns);
+
+}  // namespace nubo::app

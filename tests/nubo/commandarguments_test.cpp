@@ -1,0 +1,119 @@
+#include "nubo/commandarguments.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QSlider>
+#include <QTemporaryDir>
+
+#include "kernel/main/command.h"
+#include "kernel/main/parameter.h"
+#include "kernel/main/parameterpanelfactory.h"
+
+using namespace nubo;
+using namespace nubo::app;
+using testing::HasSubstr;
+
+namespace {
+
+QSlider* sliderAt42() {
+  auto* slider = new QSlider;
+  slider->setRange(1, 100);
+  slider->setValue(42);
+  return slider;
+}
+
+class Sample : public main::Command {
+ public:
+  Sample() : Command(new main::CommandDescriptor("Takes a sample", "sample"), nullptr) {
+    main::ParameterSet set(7, "");
+    auto* file = new main::Parameter<QString>("File name", "Where to write", "", true, &m_File);
+    auto* count = new main::Parameter<int>("count", "How many", "", true, nullptr);
+    count->setDefaultParameterForDefaultGUI("3");
+    auto* limit = new main::Parameter<int>("max. tempfile-size (MB)", "How much", "", true, &m_Slider);
+    auto* flag = new main::Parameter<bool>("flag", "Whether", "", false, nullptr);
+    for (main::AbstractParameter* parameter :
+         {static_cast<main::AbstractParameter*>(file), static_cast<main::AbstractParameter*>(count),
+          static_cast<main::AbstractParameter*>(limit), static_cast<main::AbstractParameter*>(flag)})
+      set.addParameter(parameter);
+    m_ParameterSets.push_back(set);
+  }
+  void execute() override {}
+  QString value(int index) const { return m_ParameterSets[0].parameters()[index]->toString(); }
+  int currentSet() const { return m_CurrentParameterSetID; }
+
+ private:
+  main::FileParameterPanelFactory m_File{[]() -> QFileDialog* { return nullptr; }};
+  main::SliderParameterPanelFactory m_Slider{&sliderAt42};
+};
+
+TEST(CommandArguments, OptionNames) {
+  EXPECT_EQ(optionName("max. tempfile-size (MB)"), "max-tempfile-size-mb");
+  EXPECT_EQ(optionName("use memory buffer"), "use-memory-buffer");
+  EXPECT_EQ(optionName("(Odd__Name)"), "odd-name");
+}
+
+TEST(CommandArguments, FillGivenValuesAndDefaults) {
+  const QTemporaryDir directory;
+  const QString file = directory.filePath("out.txt");
+  Sample command;
+  ASSERT_EQ(bindArguments(command, {{"file-name", file}, {"flag", QString()}}), "");
+  EXPECT_EQ(command.currentSet(), 7);
+  EXPECT_EQ(command.value(0), file);
+  EXPECT_EQ(command.value(1), "3");
+  EXPECT_EQ(command.value(2), "42") << "a slider's place is its default";
+  EXPECT_EQ(*command.getParameterSets()[0].parameters()[3]->getValue<bool>(), true);
+  EXPECT_EQ(targetFiles(command), QStringList{file});
+  EXPECT_TRUE(QDir(directory.path()).isEmpty()) << "trying leaves nothing behind";
+}
+
+TEST(CommandArguments, RefuseWithAReason) {
+  const QTemporaryDir directory;
+  const QString file = directory.filePath("out.txt");
+  struct Row {
+    Arguments arguments;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {{}, "--file-name is missing (Where to write)"},
+      {{{"file-name", file}, {"conut", "3"}}, "--conut: unknown parameter; did you mean \"--count\"?"},
+      {{{"file-name", file}, {"count", "3"}, {"count", "4"}}, "--count is given twice"},
+      {{{"file-name", file}, {"count", QString()}}, "--count needs a value"},
+      {{{"file-name", file}, {"count", "abc"}}, "--count: \"abc\""},
+      {{{"file-name", file}, {"flag", "perhaps"}}, "--flag: \"perhaps\""},
+      {{{"file-name", ""}}, "a file name is wanted"},
+      {{{"file-name", directory.path()}}, "is a directory"},
+      {{{"file-name", directory.filePath("none/out.txt")}}, "does not exist"},
+      {{{"file-name", "/proc/out.txt"}}, "cannot write into the directory /proc"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.reason);
+    Sample command;
+    EXPECT_THAT(bindArguments(command, row.arguments).toStdString(), HasSubstr(row.reason));
+    EXPECT_EQ(command.value(1), "") << "nothing was set";
+  }
+}
+
+TEST(CommandArguments, TryingAnExistingFileKeepsIt) {
+  const QTemporaryDir directory;
+  QFile file(directory.filePath("old.txt"));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write("kept");
+  file.close();
+  EXPECT_EQ(whyNotWritable(file.fileName()), "");
+  EXPECT_THAT(whyNotWritable(file.fileName() + "/below.txt").toStdString(), HasSubstr("not a directory"));
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  EXPECT_EQ(file.readAll(), "kept");
+}
+
+TEST(CommandArguments, HelpNamesParametersWithTheirDefaults) {
+  Sample command;
+  const std::string help = commandHelpText(command).toStdString();
+  for (const char* part : {"Takes a sample", "--file-name FILE", "Where to write (required)",
+                           "--max-tempfile-size-mb NUMBER", "How much (default: 42)", "--flag YES|NO"})
+    EXPECT_THAT(help, HasSubstr(part));
+}
+
+}  // namespace

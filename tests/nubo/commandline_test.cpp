@@ -1,0 +1,120 @@
+#include "nubo/commandline.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "nubo/terminalprogress.h"
+
+using namespace nubo::app;
+using testing::HasSubstr;
+
+namespace {
+
+QStringList words(const char* line) { return QString(line).split(' ', Qt::SkipEmptyParts); }
+
+CommandLine settled(const char* line) {
+  CommandLine result = parseCommandLine(words(line));
+  if (result.error.isEmpty()) settleCommand(result, {"grabimage", "grabvideo", "setvideosettings"});
+  return result;
+}
+
+TEST(CommandLine, TellsSceneCommandAndArgumentsApart) {
+  struct Row {
+    const char *line, *scene, *command, *call;
+  };
+  const Row rows[] = {
+      {"model.glb grabimage --filename a.png --width 100", "model.glb", "grabimage",
+       "grabimage --filename a.png --width 100"},
+      {"grabimage --width=7", "", "grabimage", "grabimage --width 7"},
+      {"--quiet setvideosettings --fps 30", "", "setvideosettings", "setvideosettings --fps 30"},
+      {"grabimage grabimage", "grabimage", "grabimage", "grabimage"},
+      {"builtin", "builtin", "", ""},
+      {"some/model", "some/model", "", ""},
+      {"--size 10x20 m.stl grabvideo --sync --width -5", "m.stl", "grabvideo", "grabvideo --sync --width -5"},
+      {"m.stl grabimage --filename=--odd.png --size 3", "m.stl", "grabimage",
+       "grabimage --filename --odd.png --size 3"},
+      {"", "", "", ""},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.line);
+    const CommandLine line = settled(row.line);
+    EXPECT_EQ(line.error, "");
+    EXPECT_EQ(line.scene, row.scene);
+    EXPECT_EQ(line.command, row.command);
+    EXPECT_EQ(callText(line.command, line.arguments), row.call);
+  }
+  EXPECT_TRUE(settled("grabimage --help").commandHelp);
+  EXPECT_TRUE(settled("model.glb --help").help);
+  EXPECT_TRUE(settled("grabimage --width=").arguments[0].value == "");
+  EXPECT_FALSE(settled("grabimage --width=").arguments[0].value.isNull());
+  EXPECT_TRUE(settled("grabimage --width").arguments[0].value.isNull());
+}
+
+TEST(CommandLine, ReadsItsOptions) {
+  const CommandLine line = parseCommandLine(words(
+      "--size 800x450 --view 30,-20.5 --background #102030 --samples 0 --turntable 250 --steps 0:99 --duration 1.5 "
+      "--settings s.ini --verbose m.obj grabvideo"));
+  ASSERT_EQ(line.error, "");
+  EXPECT_EQ(line.size, QSize(800, 450));
+  EXPECT_EQ(line.view, "30,-20.5");
+  EXPECT_EQ(line.background, QColor(0x10, 0x20, 0x30));
+  EXPECT_EQ(line.samples, 0);
+  EXPECT_EQ(line.turntable, 250);
+  EXPECT_EQ(line.steps, std::make_pair(0, 99));
+  EXPECT_EQ(line.duration, 1.5);
+  EXPECT_EQ(line.settingsFile, "s.ini");
+  EXPECT_EQ(line.verbosity, Verbosity::Verbose);
+
+  const CommandLine plain = parseCommandLine({});
+  EXPECT_EQ(plain.size, QSize(1280, 720));
+  EXPECT_FALSE(plain.background.isValid());
+  EXPECT_FALSE(plain.samples || plain.turntable || plain.steps || plain.duration);
+}
+
+TEST(CommandLine, RefusesWithAReason) {
+  struct Row {
+    const char *line, *reason;
+  };
+  const Row rows[] = {
+      {"--sise 10x10 m.stl grabimage", "--sise: unknown option; did you mean \"--size\"?"},
+      {"--size 10 m.stl grabimage", "--size 10: expected WIDTHxHEIGHT"},
+      {"--size 0x10 m.stl grabimage", "--size 0x10: expected"},
+      {"--size 10x99999999999 m.stl grabimage", "expected"},
+      {"--size", "--size"},
+      {"--view fron m.stl grabimage", "did you mean \"front\"?"},
+      {"--view 1,x m.stl grabimage", "--view 1,x: expected"},
+      {"--background blu m.stl grabimage", "did you mean"},
+      {"--samples -1 m.stl grabimage", "--samples -1: expected a whole number from 0 to 64"},
+      {"--samples many m.stl grabimage", "expected a whole number"},
+      {"--turntable 0 m.stl grabvideo", "--turntable 0: expected"},
+      {"--turntable 9 --trajectory t.csv m.stl grabvideo", "exclude each other"},
+      {"--steps 5:4 m.stl grabvideo", "--steps 5:4: expected"},
+      {"--steps 5 m.stl grabvideo", "--steps 5: expected"},
+      {"--duration nan m.stl grabvideo", "--duration nan: expected"},
+      {"--duration 0 m.stl grabvideo", "--duration 0: expected"},
+      {"grabimge --width 3", "grabimge: unknown command; did you mean \"grabimage\"?"},
+      {"m.stl grab --width 3", "did you mean \"grabimage\" or \"grabvideo\"?"},
+      {"xyzzy", "xyzzy: unknown command"},
+      {"m.stl --size 3x3", "options of the program stand before the scene"},
+      {"grabimage --width 3 4", "4: expected --PARAMETER VALUE"},
+      {"m.stl grabimage now", "now: expected --PARAMETER VALUE"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.line);
+    const CommandLine line = settled(row.line);
+    EXPECT_THAT(line.error.toStdString(), HasSubstr(row.reason));
+    EXPECT_FALSE(line.error.contains('\n'));
+  }
+  EXPECT_FALSE(settled("xyzzy").error.contains("mean")) << "nothing is close";
+}
+
+TEST(ProgressLine, FitsTheTerminal) {
+  const QString full = progressLine("Building tiles", 50, 67, 80);
+  EXPECT_EQ(full, "Building tiles [###############               ]  50 % 1:07 left");
+  EXPECT_EQ(progressLine("Saving", -1, -1, 80), "Saving");
+  for (int columns : {0, 5, 40, 60})
+    EXPECT_LE(progressLine("Building tiles of a picture", 99, 100000, columns).size(), columns);
+  EXPECT_TRUE(progressLine("Text", 100, -1, 80).contains(QString(30, '#')));
+}
+
+}  // namespace
