@@ -1,5 +1,6 @@
 #include "module_grab/modulegrab.h"
 
+#include <QCoreApplication>
 #include <QIcon>
 #include <QObject>
 #include <QUrl>
@@ -16,7 +17,13 @@ namespace nubo::grab {
 
 namespace {
 constexpr char Category[] = "Grab";
+
+/// None in a program that is linked to this library and so loads it before it has an application, without which Qt
+/// ends the program when an icon is made.
+QIcon loadIcon() {
+  return QCoreApplication::instance() ? QIcon(QStringLiteral(":/module_grab/image/grabscene.png")) : QIcon();
 }
+}  // namespace
 
 ModuleGrab::ModuleGrab(main::InformationObject* information) : Module(information) {
   events::EventHandler::getInstance()->registerEventTypes(Category);
@@ -49,9 +56,8 @@ ModuleGrab::ModuleGrabFactory* ModuleGrab::ModuleGrabFactory::getInstance() {
 ModuleGrab::ModuleGrabFactory::ModuleGrabFactory() {
   // The first instance is made while the library loads, before the resources register themselves.
   initResources();
-  mp_Information = new main::InformationObject(
-      QStringLiteral("Offers picture and video grabbing of the scene"), QStringLiteral("Grab"),
-      QIcon(QStringLiteral(":/module_grab/image/grabscene.png")), QUrl(), QUrl());
+  mp_Information = new main::InformationObject(QStringLiteral("Offers picture and video grabbing of the scene"),
+                                               QStringLiteral("Grab"), loadIcon(), QUrl(), QUrl());
 }
 
 ModuleGrab::ModuleGrabFactory::~ModuleGrabFactory() {
