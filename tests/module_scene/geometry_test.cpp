@@ -1,0 +1,244 @@
+// Geometry::prepare: what it joins, smooths, sorts and knows about a mesh.
+#include "module_scene/scene/geometry.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <map>
+#include <random>
+
+namespace nubo::scene {
+namespace {
+
+using Mesh = util::YPointer<Geometry>;
+
+/// Vertices of their own for each triangle, as a file of loose triangles has them.
+Mesh soup(const std::vector<math::Vector3>& points, const std::vector<std::array<int, 3>>& faces) {
+  Mesh mesh(new Geometry);
+  for (const auto& face : faces)
+    for (const int corner : face) {
+      for (const double value : points[corner]) mesh->positions.push_back(float(value));
+      mesh->indices.push_back(std::uint32_t(mesh->indices.size()));
+    }
+  return mesh;
+}
+
+const std::vector<math::Vector3> CubePoints{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0},
+                                            {0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}};
+const std::vector<std::array<int, 3>> CubeFaces{{0, 2, 1}, {0, 3, 2}, {4, 5, 6}, {4, 6, 7}, {0, 1, 5}, {0, 5, 4},
+                                                {1, 2, 6}, {1, 6, 5}, {2, 3, 7}, {2, 7, 6}, {3, 0, 4}, {3, 4, 7}};
+
+math::Vector3 vertex(const std::vector<float>& values, std::uint32_t index) {
+  return {values[index * 3], values[index * 3 + 1], values[index * 3 + 2]};
+}
+
+/// A sphere as a soup, with a different pattern of triangles than rings alone.
+Mesh sphere(int rings) {
+  std::vector<math::Vector3> points;
+  std::vector<std::array<int, 3>> faces;
+  const int sectors = 2 * rings;
+  for (int r = 0; r <= rings; ++r)
+    for (int s = 0; s < sectors; ++s) {
+      const double theta = M_PI * r / rings, phi = 2 * M_PI * s / sectors, out = r % rings ? std::sin(theta) : 0;
+      points.push_back({out * std::cos(phi), out * std::sin(phi), std::cos(theta)});
+    }
+  for (int r = 0; r < rings; ++r)
+    for (int s = 0; s < sectors; ++s) {
+      const int a = r * sectors + s, b = r * sectors + (s + 1) % sectors;
+      faces.push_back({a, a + sectors, b + sectors});
+      faces.push_back({a, b + sectors, b});
+    }
+  return soup(points, faces);
+}
+
+TEST(Geometry, JoinsASoupAndKeepsTheCreasesOfACube) {
+  const Mesh cube = soup(CubePoints, CubeFaces);
+  cube->positions[0] = -0.0f;  // the same place as 0
+  cube->prepare();
+  EXPECT_EQ(cube->indices.size(), 36u);
+  EXPECT_EQ(cube->vertexCount(), 24u);  // three normals at each of 8 corners
+  for (std::size_t i = 0; i < 36; i += 3) {
+    const math::Vector3 a = vertex(cube->positions, cube->indices[i]),
+                        b = vertex(cube->positions, cube->indices[i + 1]),
+                        c = vertex(cube->positions, cube->indices[i + 2]);
+    math::Vector3 normal;
+    for (int k = 0; k < 3; ++k) {
+      const int l = (k + 1) % 3, m = (k + 2) % 3;
+      normal[k] = (b[l] - a[l]) * (c[m] - a[m]) - (b[m] - a[m]) * (c[l] - a[l]);
+    }
+    for (int k = 0; k < 3; ++k) EXPECT_EQ(vertex(cube->normals, cube->indices[i + k]), normal);
+  }
+}
+
+TEST(Geometry, SmoothNormalsOfASphereLookOutwards) {
+  const Mesh mesh = sphere(40);
+  mesh->prepare();
+  EXPECT_EQ(mesh->vertexCount(), 39u * 80 + 2);
+  for (std::uint32_t i = 0; i < mesh->vertexCount(); ++i)
+    for (int k = 0; k < 3; ++k)  // exact in theory where all neighbours lie on the sphere; 32-bit coordinates
+      ASSERT_NEAR(vertex(mesh->normals, i)[k], vertex(mesh->positions, i)[k], 1e-4);
+}
+
+TEST(Geometry, KnowsWhichMeshesAreClosed) {
+  struct Row {
+    const char* name;
+    bool closed;
+    std::function<Mesh()> make;
+  };
+  const auto without = [](std::size_t face) {
+    auto faces = CubeFaces;
+    faces.erase(faces.begin() + face);
+    return faces;
+  };
+  const auto with = [](std::array<int, 3> face) {
+    auto faces = CubeFaces;
+    faces.push_back(face);
+    return faces;
+  };
+  const auto turned = [](std::size_t first, std::size_t last) {
+    auto faces = CubeFaces;
+    for (; first < last; ++first) std::swap(faces[first][0], faces[first][1]);
+    return faces;
+  };
+  const std::vector<Row> rows{
+      {"cube", true, [&] { return soup(CubePoints, CubeFaces); }},
+      {"sphere whose poles are degenerate faces", true, [] { return sphere(20); }},
+      {"with a face without area", true,
+       [&] {
+         return soup(CubePoints, with({0, 1, 1}));
+       }},
+      {"open", false, [&] { return soup(CubePoints, without(3)); }},
+      {"with a face twice", false, [&] { return soup(CubePoints, with(CubeFaces[0])); }},
+      {"with one face turned", false, [&] { return soup(CubePoints, turned(4, 5)); }},
+      {"inside out", false, [&] { return soup(CubePoints, turned(0, 12)); }},
+      {"a cube and another that is inside out", false,
+       [&] {
+         auto points = CubePoints;
+         auto faces = CubeFaces;
+         for (auto p : CubePoints) points.push_back({p[0] * 0.5 + 3, p[1] * 0.5, p[2] * 0.5});
+         for (const auto& f : turned(0, 12)) faces.push_back({f[0] + 8, f[1] + 8, f[2] + 8});
+         return soup(points, faces);
+       }},
+      {"cut along seams of normals only", true,
+       [&] {
+         const Mesh mesh = soup(CubePoints, CubeFaces);
+         mesh->prepare();  // gives the sides normals of their own
+         return mesh;
+       }},
+      {"seen through", false,
+       [&] {
+         const Mesh mesh = soup(CubePoints, CubeFaces);
+         mesh->material = new Material;
+         mesh->material->diffuse[3] = 0.5f;
+         return mesh;
+       }},
+  };
+  for (const Row& row : rows) {
+    const Mesh mesh = row.make();
+    mesh->clusters.clear();
+    mesh->prepare();
+    EXPECT_EQ(mesh->closed, row.closed) << row.name;
+  }
+}
+
+TEST(Geometry, ClustersHoldEachFaceOnceWithinTheirBoxesAndCones) {
+  const Mesh mesh = sphere(150);
+  std::mt19937 random(1);
+  for (std::size_t i = mesh->indices.size() / 3; i > 1; --i) {  // files come in any order
+    const std::size_t other = random() % i;
+    for (int k = 0; k < 3; ++k) std::swap(mesh->indices[(i - 1) * 3 + k], mesh->indices[other * 3 + k]);
+  }
+  std::map<std::array<math::Vector3, 3>, int> faces;
+  const auto face = [&](std::size_t i) {
+    std::array<math::Vector3, 3> corners;
+    for (int k = 0; k < 3; ++k) corners[k] = vertex(mesh->positions, mesh->indices[i + k]);
+    return corners;
+  };
+  for (std::size_t i = 0; i < mesh->indices.size(); i += 3) ++faces[face(i)];
+  mesh->prepare();
+  ASSERT_TRUE(mesh->closed);
+
+  std::uint32_t first = 0;
+  double surfaces = 0;
+  for (const Cluster& cluster : mesh->clusters) {
+    EXPECT_EQ(cluster.first, first);
+    first += cluster.count;
+    EXPECT_LE(cluster.count, 3 * 1024u);
+    for (int k = 0; k < 3; ++k) {
+      const int l = (k + 1) % 3;
+      surfaces += 2.0 * (cluster.max[k] - cluster.min[k]) * (cluster.max[l] - cluster.min[l]);
+    }
+    for (std::uint32_t i = cluster.first; i < first; i += 3) {
+      --faces[face(i)];
+      math::Vector3 mean{0, 0, 0};
+      for (const math::Vector3& corner : face(i))
+        for (int k = 0; k < 3; ++k) {
+          ASSERT_GE(corner[k], cluster.min[k]);
+          ASSERT_LE(corner[k], cluster.max[k]);
+          mean[k] += corner[k];
+        }
+      // A face of a sphere looks where its middle lies, nearly.
+      const double length = std::sqrt(mean[0] * mean[0] + mean[1] * mean[1] + mean[2] * mean[2]);
+      const double cosine =
+          (mean[0] * cluster.cone[0] + mean[1] * cluster.cone[1] + mean[2] * cluster.cone[2]) / length;
+      ASSERT_GE(cosine, cluster.cone[3] - 0.01);
+    }
+    EXPECT_GT(cluster.cone[3], 0.5f) << "a small piece of a sphere looks one way";
+  }
+  EXPECT_EQ(first, mesh->indices.size());
+  EXPECT_EQ(mesh->indices.size(), 3u * (2 * 150 - 2) * 300);  // all but the degenerate ones at the poles
+  for (const auto& [corners, count] : faces)
+    if (corners[0] != corners[1] && corners[1] != corners[2] && corners[2] != corners[0]) {
+      ASSERT_EQ(count, 0);
+    }
+  EXPECT_LT(mesh->clusters.size(), 3 * mesh->indices.size() / 3 / 1024);
+  EXPECT_LT(surfaces, 60) << "boxes around pieces of a sphere of surface 12.6 are compact";
+}
+
+TEST(Geometry, ManyFacesInOnePlaceAreStillCut) {
+  Mesh mesh(new Geometry);
+  mesh->positions = {0, 0, 0, 1, 0, 0, 0, 1, 0, 1e6f, 0, 0, 1e6f + 1, 0, 0, 1e6f, 1, 0};
+  for (int i = 0; i < 5000; ++i) mesh->indices.insert(mesh->indices.end(), {0, 1, 2});
+  mesh->indices.insert(mesh->indices.end(), {3, 4, 5});
+  mesh->prepare();
+  std::size_t count = 0;
+  for (const Cluster& cluster : mesh->clusters) {
+    EXPECT_LE(cluster.count, 3 * 1024u);
+    count += cluster.count;
+  }
+  EXPECT_EQ(count, 3 * 5001u);
+}
+
+TEST(Geometry, LeavesOutWhatCannotBeDrawnAndKeepsTheRest) {
+  const float nan = std::numeric_limits<float>::quiet_NaN(), infinite = std::numeric_limits<float>::infinity();
+  Mesh mesh(new Geometry);
+  mesh->positions = {0, 0, 0, 1, 0, 0, 0, 1, 0, nan, 0, 0, 0, 0, infinite};
+  mesh->normals = {0, 0, 1, nan, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 1};
+  mesh->indices = {0, 1, 2, 0, 1, 3, 0, 4, 2, 0, 0, 1};
+  mesh->prepare();
+  EXPECT_EQ(mesh->indices.size(), 3u);
+  EXPECT_EQ(mesh->vertexCount(), 3u);
+  EXPECT_EQ(mesh->box.max, (math::Vector3{1, 1, 0}));
+  EXPECT_EQ(mesh->normals, (std::vector<float>{0, 0, 1, 0, 0, 1, 0, 0, 1}));
+
+  Mesh nothing(new Geometry);
+  nothing->positions = {nan, nan, nan};
+  nothing->indices = {0, 0, 0};
+  nothing->prepare();
+  EXPECT_TRUE(nothing->indices.empty() && nothing->clusters.empty() && nothing->box.isEmpty());
+  EXPECT_FALSE(nothing->closed);
+
+  Mesh points(new Geometry);
+  points->kind = KindPoints;
+  points->positions = {0, 0, 0, 2, 2, 2, 0, 0, 0};
+  points->colors = {1, 2, 3, 255, 1, 2, 3, 255, 9, 9, 9, 128};
+  points->indices = {0, 1, 2};
+  points->prepare();
+  EXPECT_EQ(points->vertexCount(), 3u) << "vertices of different colours are not the same";
+  EXPECT_TRUE(points->transparent);
+}
+
+}  // namespace
+}  // namespace nubo::scene
