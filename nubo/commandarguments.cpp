@@ -126,7 +126,7 @@ QString bindArguments(main::Command& command, const Arguments& arguments) {
     value->castString(text);
     if (!error.isEmpty() || !namesFile(*parameter)) continue;
     const QString cause = whyNotWritable(text);
-    if (!cause.isEmpty()) error = QStringLiteral("--%1 %2: %3").arg(optionName(parameter->getName()), text, cause);
+    if (!cause.isEmpty()) error = QStringLiteral("--%1: %2").arg(optionName(parameter->getName()), cause);
   }
   if (error.isEmpty() && !command.setParameters(values)) error = QStringLiteral("the command refuses these values");
   return error;

@@ -84,7 +84,9 @@ ExitStatus runCommand(Session& session, const CommandLine& line, const QString& 
 }
 
 ExitStatus runSession(CommandLine& line, const QString& noOpenGL) {
-  TerminalProgress progress(line.verbosity == Verbosity::Normal);
+  const auto shown = std::make_shared<TerminalProgress>(line.verbosity == Verbosity::Normal);
+  util::YProgressDialog::setPresenter(shown);
+  TerminalProgress& progress = *shown;
   Report report(line.verbosity, progress);
   const bool asks = line.version || line.listCommands || line.commandHelp;
   Session session(line.settingsFile, asks ? QString() : line.scene, report);
