@@ -28,7 +28,7 @@ const std::array<Format, 6> formats{{
     {"avi", "AVI video (MPEG-4 part 2)", "avi", "", "mpeg4", "", NUBO_BT709_420 "yuv420p", true, false, 0,
      &tagMpeg4Colours},
     {"gif", "Animated GIF", "gif", "", "gif", "",
-     "split[picture][copy];[copy]palettegen=stats_mode=single:reserve_transparent=0[palette];"
+     "format=bgr24,split[picture][copy];[copy]palettegen=stats_mode=single:reserve_transparent=0[palette];"
      "[picture][palette]paletteuse=new=1:dither=bayer:bayer_scale=4",
      false, false, 100, nullptr},
 }};

@@ -32,6 +32,15 @@ void setColours(AVCodecContext* codec) {
   if (!isRgb) codec->chroma_sample_location = AVCHROMA_LOC_LEFT;
 }
 
+/// Some encoders write the colours of the codec into their stream, some those of each frame.
+void setColours(AVFrame* frame, const AVCodecContext* codec) {
+  frame->color_primaries = codec->color_primaries;
+  frame->color_trc = codec->color_trc;
+  frame->colorspace = codec->colorspace;
+  frame->color_range = codec->color_range;
+  frame->chroma_location = codec->chroma_sample_location;
+}
+
 /// Peaks may reach twice the target within a second, so that a file can be streamed.
 void setBitrate(AVCodecContext* codec, int bitrate) {
   codec->bit_rate = bitrate;
@@ -119,6 +128,7 @@ void Pipeline::drain() {
 
 void Pipeline::encodeConverted() {
   while (m_Filter.pull(m_Converted.get())) {
+    setColours(m_Converted.get(), m_Codec.get());
     const int result = avcodec_send_frame(m_Codec.get(), m_Converted.get());
     av_frame_unref(m_Converted.get());
     check(result, action);
