@@ -238,7 +238,7 @@ TEST_F(Import, WhatCannotBeReadIsOneLineWithFileAndCause) {
       {write(QStringLiteral("garbage.dae"), garbage), ""},
       {write(QStringLiteral("cut.gltf"), animatedGltf().left(700)), ""},
       {write(QStringLiteral("nothing.stl"), binaryStl({}, 0)), "it holds no geometry"},
-      {write(QStringLiteral("nothing.obj"), "# nothing\nv 0 0 0\n"), ""},
+      {write(QStringLiteral("nothing.obj"), "# nothing\n"), ""},
       {write(QStringLiteral("nan.stl"), nans), "none of its geometry has usable coordinates"},
       {write(QStringLiteral("nan.obj"), "v nan nan nan\nv nan 0 0\nv 0 nan 0\nf 1 2 3\n"), ""},
       {write(QStringLiteral("huge.off"), "OFF\n353535235358 6 0\n0 0 0\n"), "truncated or damaged"},

@@ -80,10 +80,10 @@ TEST_F(Trajectory, TurntableTurnsOnceAboutTheMiddle) {
 
 TEST_F(Trajectory, AnimationsAreSampledUpToTheirEnd) {
   const util::YPointer<SceneElement> arm(new SceneElement), hand(new SceneElement);
-  const QQuaternion none, half = QQuaternion::fromAxisAndAngle(0, 0, 1, 180);
+  const QQuaternion none, quarter = QQuaternion::fromAxisAndAngle(0, 0, 1, 90);
   scene::Animation first, second;
   first.duration = 1;
-  first.tracks.push_back({arm, {{0, {0, 0, 0}}, {1, {8, 0, 0}}}, {{0, none}, {1, half}}, {{0, {2, 2, 2}}}});
+  first.tracks.push_back({arm, {{0, {0, 0, 0}}, {1, {8, 0, 0}}}, {{0, none}, {1, quarter}}, {{0, {2, 2, 2}}}});
   second.duration = 0.5;
   second.tracks.push_back({hand, {{0.25, {1, 0, 0}}, {0.5, {3, 0, 0}}}, {{0, none}}, {{0, {1, 1, 1}}}});
 
@@ -92,13 +92,13 @@ TEST_F(Trajectory, AnimationsAreSampledUpToTheirEnd) {
   ASSERT_TRUE(info) << qPrintable(error);
   ASSERT_EQ(info->getMatrixMapList()->size(), 5u);
   for (const MatrixMap& step : *info->getMatrixMapList()) EXPECT_EQ(step.size(), 2u);
-  info->setPosition(2);  // scaled by 2, turned by a quarter, moved half the way
-  expectNear(math::transformPoint(arm->getTransform(), {1, 0, 0}), {4, 2, 0});
+  info->setPosition(2);  // scaled by 2, turned and moved half the way
+  expectNear(math::transformPoint(arm->getTransform(), {1, 0, 0}), {4 + std::sqrt(2), std::sqrt(2), 0});
   expectNear(math::transformPoint(hand->getTransform(), {0, 0, 0}), {3, 0, 0});
   info->setPosition(0);
   expectNear(math::transformPoint(hand->getTransform(), {0, 0, 0}), {1, 0, 0});
   info->setPosition(4);
-  expectNear(math::transformPoint(arm->getTransform(), {1, 0, 0}), {6, 0, 0});
+  expectNear(math::transformPoint(arm->getTransform(), {1, 0, 0}), {8, 2, 0});
   expectNear(math::transformPoint(hand->getTransform(), {0, 0, 0}), {3, 0, 0});
 
   info = createAnimationTrajectory({first}, 3.5, error);  // the end falls between frames, and is not left out
