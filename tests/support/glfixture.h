@@ -1,0 +1,149 @@
+// Draws scenes the way modules do: into a framebuffer object, in a context of its own that shares with the
+// viewer's.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
+#include <QOpenGLFramebufferObject>
+#include <QPainter>
+#include <cmath>
+#include <functional>
+#include <memory>
+
+#include "module_scene/gui/viewer.h"
+#include "module_scene/scene/scenedrawer.h"
+
+namespace nubo::test {
+
+/// A context that shares with the viewer's, current while it lives. On any thread.
+class SharingContext {
+ public:
+  SharingContext() {
+    m_Surface.setFormat(scene::_GlobalContext()->glContext()->format());
+    m_Surface.create();
+    m_Context.setShareContext(scene::_GlobalContext()->glContext());
+    m_Valid = m_Context.create() && m_Context.makeCurrent(&m_Surface);
+  }
+  ~SharingContext() { m_Context.doneCurrent(); }
+  bool isValid() const { return m_Valid; }
+  QOpenGLContext* operator->() { return &m_Context; }
+
+ private:
+  QOffscreenSurface m_Surface;
+  QOpenGLContext m_Context;
+  bool m_Valid = false;
+};
+
+/// What to draw, and how.
+struct Shot {
+  util::YPointer<scene::SceneElement> root;
+  math::Matrix4 transform = math::translation(0, 0, -3);
+  int width = 256, height = 256;
+  int samples = 0;
+  int layers = 3;
+  int kinds = 7;
+};
+
+/// The viewer and a current context. Pictures come back as they lie in the framebuffer: with straight alpha.
+class GlFixture : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(viewer.isFboAvailable()) << "OpenGL is needed here";
+    context = std::make_unique<SharingContext>();
+    ASSERT_TRUE(context->isValid());
+  }
+
+  /// The part of a shot's picture that begins at (x, y), from its lower left corner.
+  static QImage drawPart(scene::SceneDrawer& drawer, const Shot& shot, int x, int y, int width, int height) {
+    QOpenGLFramebufferObject fbo(width, height, QOpenGLFramebufferObject::CombinedDepthStencil, GL_TEXTURE_2D,
+                                 GL_RGBA8);
+    return drawPart(fbo, drawer, shot, x, y);
+  }
+
+  static QImage drawPart(QOpenGLFramebufferObject& fbo, scene::SceneDrawer& drawer, const Shot& shot, int x, int y) {
+    const double half = std::tan(0.40391905546154483) * scene::SceneDrawer::ZNEAR;
+    const double side = half * shot.width / shot.height;
+    const auto across = [&](int pixel) { return pixel * 2 * side / shot.width - side; };
+    const auto up = [&](int pixel) { return pixel * 2 * half / shot.height - half; };
+    fbo.bind();
+    const QColor background = drawer.getBackgroundColor();
+    glClearColor(GLfloat(background.redF()), GLfloat(background.greenF()), GLfloat(background.blueF()), 0.0f);
+    glShadeModel(GL_SMOOTH);
+    for (const GLenum on : {GL_DEPTH_TEST, GL_LIGHTING, GL_COLOR_MATERIAL, GL_LIGHT0}) glEnable(on);
+    drawer.resize(fbo.width(), fbo.height());
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    glFrustum(across(x), across(x + fbo.width()), up(y), up(y + fbo.height()), scene::SceneDrawer::ZNEAR,
+              scene::SceneDrawer::ZFAR);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    drawer.setSamples(shot.samples);
+    drawer.glDraw(shot.root, nullptr, shot.transform, 0.0, shot.layers, shot.kinds);
+    const QImage image = fbo.toImage();
+    fbo.release();
+    return asStraight(image);
+  }
+
+  QImage draw(const Shot& shot) {
+    scene::SceneDrawer drawer(viewer.getGlobalScene());
+    return drawPart(drawer, shot, 0, 0, shot.width, shot.height);
+  }
+
+  /// The same picture from tiles with that edge.
+  QImage drawTiled(const Shot& shot, int edge) {
+    scene::SceneDrawer drawer(viewer.getGlobalScene());
+    QImage picture(shot.width, shot.height, QImage::Format_ARGB32);
+    for (int y = 0; y < shot.height; y += edge)
+      for (int x = 0; x < shot.width; x += edge) {
+        const int width = std::min(edge, shot.width - x), height = std::min(edge, shot.height - y);
+        const QImage tile = drawPart(drawer, shot, x, y, width, height);
+        for (int row = 0; row < height; ++row)
+          std::copy_n(reinterpret_cast<const QRgb*>(tile.constScanLine(row)), width,
+                      reinterpret_cast<QRgb*>(picture.scanLine(shot.height - y - height + row)) + x);
+      }
+    return picture;
+  }
+
+  gui::Viewer viewer;
+  std::unique_ptr<SharingContext> context;
+
+ private:
+  // toImage() calls the framebuffer's bytes premultiplied, which they are not.
+  static QImage asStraight(const QImage& image) {
+    QImage result(image.size(), QImage::Format_ARGB32);
+    for (int y = 0; y < image.height(); ++y)
+      std::copy_n(image.constScanLine(y), std::size_t(image.width()) * 4, result.scanLine(y));
+    return result;
+  }
+};
+
+/// How many pixels of two pictures of one size differ in any channel, and by how much at most.
+struct Difference {
+  int count = 0;
+  int greatest = 0;
+  QPoint first{-1, -1};
+};
+
+inline Difference compare(const QImage& a, const QImage& b) {
+  Difference result;
+  for (int y = 0; y < a.height(); ++y)
+    for (int x = 0; x < a.width(); ++x) {
+      const QRgb p = a.pixel(x, y), q = b.pixel(x, y);
+      if (p == q) continue;
+      if (result.count++ == 0) result.first = {x, y};
+      for (const int d : {qRed(p) - qRed(q), qGreen(p) - qGreen(q), qBlue(p) - qBlue(q), qAlpha(p) - qAlpha(q)})
+        result.greatest = std::max(result.greatest, std::abs(d));
+    }
+  return result;
+}
+
+inline std::ostream& operator<<(std::ostream& out, const Difference& d) {
+  return out << d.count << " pixels differ, by up to " << d.greatest << ", the first at " << d.first.x() << ", "
+             << d.first.y();
+}
+
+}  // namespace nubo::test
