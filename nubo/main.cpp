@@ -54,6 +54,7 @@ QString answer(const CommandLine& line, main::Command* command) {
 /// Brings the scene in front of the command; the empty text, or why the command cannot run.
 QString prepare(Session& session, const CommandLine& line, const main::Command& command, const QString& noOpenGL,
                 Report& report) {
+  session.waitForQueuedWork();
   // Storing settings needs no scene.
   if (dynamic_cast<const main::SettingsCommand*>(&command) && line.scene.isEmpty()) return QString();
   if (const QString error = session.showScene(line); !error.isEmpty()) return error;

@@ -57,7 +57,6 @@ void Session::reportWarnings(const QStringList& warnings) {
 }
 
 QString Session::showScene(const CommandLine& line) {
-  waitForQueuedWork();
   const auto& scene = m_Viewer.getGlobalScene();
   const io::ImportResult result = m_Import.valid() ? m_Import.get() : readScene(BuiltinScene);
   if (!result.root) return result.error;

@@ -25,13 +25,13 @@ class Session {
 
   main::CommandProcessor& processor() { return *m_Overseer.getCommandProcessor(); }
   bool isReadingScene() const;
-  /// Waits until what the modules queued has been done and the scene (the built-in one, if none was named) is
-  /// there; then a panel that is never visible shows it and becomes the active one. The empty text, or why there
-  /// is no scene.
+  /// Returns when everything that the modules queued while they were loaded has been done.
+  void waitForQueuedWork();
+  /// Waits for the scene (the built-in one, if none was named); then a panel that is never visible shows it and
+  /// becomes the active one. The empty text, or why there is no scene.
   [[nodiscard]] QString showScene(const CommandLine& line);
 
  private:
-  void waitForQueuedWork();
   void reportWarnings(const QStringList& warnings);
 
   Report& m_Report;

@@ -1,27 +1,28 @@
 #include "nubo/suggestion.h"
 
 #include <algorithm>
-#include <numeric>
 #include <vector>
 
 namespace nubo::app {
 
 namespace {
 
-// The number of letters to insert, delete or replace.
+// The number of letters to insert, delete, replace or swap with their neighbour.
 int editDistance(const QString& a, const QString& b) {
-  std::vector<int> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), 0);
-  for (int i = 1; i <= a.size(); ++i) {
-    int diagonal = row[0];
-    row[0] = i;
-    for (int j = 1; j <= b.size(); ++j) {
-      const int replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-      diagonal = row[j];
-      row[j] = std::min({row[j] + 1, row[j - 1] + 1, replaced});
+  std::vector<std::vector<int>> cost(a.size() + 1, std::vector<int>(b.size() + 1));
+  for (int i = 0; i <= a.size(); ++i) {
+    for (int j = 0; j <= b.size(); ++j) {
+      if (i == 0 || j == 0) {
+        cost[i][j] = i + j;
+        continue;
+      }
+      const bool equal = a[i - 1] == b[j - 1];
+      cost[i][j] = std::min({cost[i - 1][j] + 1, cost[i][j - 1] + 1, cost[i - 1][j - 1] + (equal ? 0 : 1)});
+      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+        cost[i][j] = std::min(cost[i][j], cost[i - 2][j - 2] + 1);
     }
   }
-  return row[b.size()];
+  return cost[a.size()][b.size()];
 }
 
 }  // namespace

@@ -1,0 +1,194 @@
+// Runs the program itself, the way a user does.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QProcess>
+#include <QSettings>
+#include <QTemporaryDir>
+
+using testing::HasSubstr;
+
+namespace {
+
+struct Outcome {
+  int status = -1;
+  QString output;
+  QString errors;
+};
+
+class Program : public testing::Test {
+ protected:
+  QString path(const QString& name) const { return m_Directory.filePath(name); }
+
+  void write(const QString& name, const QByteArray& content) {
+    QFile file(path(name));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(content);
+  }
+
+  QProcessEnvironment environment() const {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) environment.remove(name);
+    return environment;
+  }
+
+  /// Runs in the test's directory, with settings of its own. `line` is split at blanks.
+  Outcome run(const QString& line, const QProcessEnvironment& environment) const {
+    QProcess process;
+    process.setProgram(QStringLiteral(NUBO_TEST_BIN_DIR "/nubo"));
+    process.setArguments(QStringList{"--settings", m_Settings.filePath("nubo.ini")} + line.split(' '));
+    process.setWorkingDirectory(m_Directory.path());
+    process.setProcessEnvironment(environment);
+    process.start();
+    Outcome outcome;
+    if (process.waitForFinished(120000) && process.exitStatus() == QProcess::NormalExit)
+      outcome.status = process.exitCode();
+    outcome.output = QString::fromLocal8Bit(process.readAllStandardOutput());
+    outcome.errors = QString::fromLocal8Bit(process.readAllStandardError());
+    return outcome;
+  }
+  Outcome run(const QString& line) const { return run(line, environment()); }
+
+  QStringList files() const { return QDir(m_Directory.path()).entryList(QDir::Files | QDir::Hidden); }
+
+  QTemporaryDir m_Directory;
+  QTemporaryDir m_Settings;
+};
+
+void expectOneLine(const Outcome& outcome, int status, const char* part) {
+  EXPECT_EQ(outcome.status, status) << outcome.errors.toStdString();
+  EXPECT_THAT(outcome.errors.toStdString(), HasSubstr(part));
+  EXPECT_TRUE(outcome.errors.startsWith("nubo: ")) << outcome.errors.toStdString();
+  EXPECT_EQ(outcome.errors.count('\n'), 1) << outcome.errors.toStdString();
+  EXPECT_EQ(outcome.output, "");
+}
+
+TEST_F(Program, SaysInOneLineWhatIsWrong) {
+  write("empty.glb", "");
+  write("garbage.glb", QByteArray("glTF").append(QByteArray(5000, '\x9d')));
+  write("garbage.fbx", QByteArray(5000, '\x9d'));
+  write("truncated.stl", QByteArray(80, ' ') + QByteArray("\x10\x27\x00\x00", 4) + QByteArray(500, '\1'));
+  write("hollow.obj", "# no geometry\n");
+  write("nan.obj", "v nan nan nan\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+  write("model.unknown", "?");
+  write("old.png", "old");
+  ASSERT_TRUE(QDir(m_Directory.path()).mkdir("folder"));
+  const QStringList before = files();
+
+  struct Row {
+    const char* line;
+    int status;
+    const char* part;
+  };
+  const Row rows[] = {
+      {"missing.glb grabimage --filename a.png", 1, "missing.glb"},
+      {"empty.glb grabimage --filename a.png", 1, "empty.glb"},
+      {"garbage.glb grabimage --filename a.png", 1, "garbage.glb"},
+      {"garbage.fbx grabimage --filename a.png", 1, "garbage.fbx"},
+      {"truncated.stl grabimage --filename a.png", 1, "truncated.stl"},
+      {"hollow.obj grabimage --filename a.png", 1, "hollow.obj"},
+      {"nan.obj grabimage --filename a.png", 1, "nan.obj"},
+      {"model.unknown grabimage --filename a.png", 1, "model.unknown"},
+      {"folder grabimage --filename a.png", 1, "folder"},
+      {"grabimage --filename a.png --width 0", 1, "--width 0: Target picture (0 x 0) size is to small!"},
+      {"grabimage --filename a.png --width 1", 1, "size is to small!"},
+      {"grabimage --filename a.png --width -5", 1, "size is to small!"},
+      {"grabimage --filename a.png --width abc", 2, "\"abc\""},
+      {"grabimage --filename a.png --width 2147483647", 1, "Couldn't create image buffer with size (2147483647 x"},
+      {"grabimage --filename a.png --width 2147483648", 2, "2147483648"},
+      {"grabimage --filename a --width 64", 1, "--filename a --width 64: No valid image file extension selected"},
+      {"grabimage --filename a.xyz --width 64", 1, "No valid image file extension selected"},
+      {"grabimage --filename a.PNG --width 64", 1, "No valid image file extension selected"},
+      {"grabimage --filename folder --width 64", 2, "--filename folder --width 64: --filename: is a directory"},
+      {"grabimage --filename none/a.png --width 64", 2, "does not exist"},
+      {"grabimage --filename old.png/a.png --width 64", 2, "is not a directory"},
+      {"grabimage --filename /proc/a.png --width 64", 2, "cannot write into the directory /proc"},
+      {"grabimage --width 64", 2, "--filename is missing"},
+      {"grabimage --filename a.png --widht 64", 2, "did you mean \"--width\"?"},
+      {"grabimagee --filename a.png", 2, "did you mean \"grabimage\"?"},
+      {"--siez 3x3 grabimage --filename a.png", 2, "did you mean \"--size\"?"},
+      {"builtin", 2, "no command was given"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.line);
+    expectOneLine(run(row.line), row.status, row.part);
+    EXPECT_EQ(files(), before) << "nothing is left behind";
+  }
+  QFile old(path("old.png"));
+  ASSERT_TRUE(old.open(QIODevice::ReadOnly));
+  EXPECT_EQ(old.readAll(), "old");
+}
+
+TEST_F(Program, SaysWhatToInstallWithoutOpenGL) {
+  QProcessEnvironment withoutEgl = environment();
+  withoutEgl.insert("__EGL_VENDOR_LIBRARY_FILENAMES", path("no-such-driver.json"));
+  for (const char* display : {"", ":4711"}) {
+    withoutEgl.insert("DISPLAY", display);
+    expectOneLine(run("grabimage --filename a.png --width 64", withoutEgl), 1, "install libegl-mesa0");
+  }
+  EXPECT_TRUE(files().isEmpty());
+  // What needs no OpenGL works all the same.
+  const Outcome list = run("--list-commands", withoutEgl);
+  EXPECT_EQ(list.status, 0);
+  EXPECT_EQ(list.errors, "");
+  EXPECT_THAT(list.output.toStdString(), HasSubstr("grabimage "));
+  EXPECT_EQ(run("setvideosettings --fps 12", withoutEgl).status, 0);
+}
+
+TEST_F(Program, GrabsTheSceneAsTheOptionsSay) {
+  write("triangle.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+  const Outcome front = run("--size 300x200 --view front triangle.obj grabimage --filename front.png --width 90");
+  ASSERT_EQ(front.status, 0) << front.errors.toStdString();
+  EXPECT_EQ(front.errors, "");
+  EXPECT_THAT(front.output.toStdString(), HasSubstr("front.png"));
+  const QImage image(path("front.png"));
+  ASSERT_EQ(image.size(), QSize(90, 60)) << "the panel's aspect ratio";
+  // Seen from the front, the triangle has its right angle at the lower left.
+  const auto weight = [&](int left, int top) {
+    int sum = 0;
+    for (int y = top; y < top + 30; ++y)
+      for (int x = left; x < left + 45; ++x) sum += image.pixelColor(x, y).alpha();
+    return sum;
+  };
+  EXPECT_GT(weight(0, 30), 2 * weight(45, 0));
+  EXPECT_GT(weight(0, 30), 0);
+  EXPECT_EQ(image.pixelColor(0, 0).alpha(), 0);
+
+  const Outcome side = run("--quiet --size 300x200 --view top triangle.obj grabimage --filename top.png --width 90");
+  EXPECT_EQ(side.status, 0);
+  EXPECT_EQ(side.output + side.errors, "");
+  EXPECT_NE(QImage(path("top.png")), image);
+}
+
+TEST_F(Program, TellsAboutItsCommandsAndItself) {
+  struct Row {
+    const char *line, *part;
+  };
+  const Row rows[] = {
+      {"--help", "--turntable <N>"},
+      {"grabimage --help", "--width NUMBER"},
+      {"builtin grabvideo --help", "--sync YES|NO"},
+      {"--version", "Module Grab: Offers picture and video grabbing of the scene"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.line);
+    const Outcome outcome = run(row.line);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_THAT(outcome.output.toStdString(), HasSubstr(row.part));
+  }
+}
+
+TEST_F(Program, StoresSettingsAndKeepsTheOthers) {
+  ASSERT_EQ(run("setvideosettings --fps 30 --bitrate 4000").status, 0);
+  ASSERT_EQ(run("setvideosettings --fps 12").status, 0);
+  QSettings settings(m_Settings.filePath("nubo.ini"), QSettings::IniFormat);
+  EXPECT_EQ(settings.value("settings/grabvideofps").toInt(), 12);
+  EXPECT_EQ(settings.value("settings/grabvideokbps").toInt(), 4000);
+}
+
+}  // namespace
