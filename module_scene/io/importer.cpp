@@ -7,6 +7,7 @@
 
 #include "module_scene/io/assimpreader.h"
 #include "module_scene/io/importerror.h"
+#include "module_scene/io/plyreader.h"
 #include "module_scene/io/stlreader.h"
 
 namespace nubo::io {
@@ -37,25 +38,26 @@ void checkCounts(const QString& fileName) {
                           .arg(file.size()));
 }
 
-void readStlFile(const QString& fileName, ImportResult& result) {
-  const util::YPointer<scene::Geometry> geometry = readStl(fileName);
-  const bool hadTriangles = !geometry->indices.empty();
-  geometry->prepare();
-  if (geometry->indices.empty())
-    throw ImportError(hadTriangles ? QStringLiteral("none of its geometry has usable coordinates")
-                                   : QStringLiteral("it holds no geometry"));
-  result.root = new scene::SceneElement(QFileInfo(fileName).fileName());
-  result.root->addGeometry(geometry);
+/// Big files come in few formats; those have readers here that take little time and memory. Null: none has.
+util::YPointer<scene::Geometry> readQuickly(const QString& fileName) {
+  const QString suffix = QFileInfo(fileName).suffix().toLower();
+  if (suffix == QLatin1String("stl") && isPlainBinaryStl(fileName)) return readStl(fileName);
+  if (suffix == QLatin1String("ply")) return readBinaryPly(fileName);
+  return nullptr;
 }
 
 void readFile(const QString& fileName, ImportResult& result) {
   checkFile(fileName);
   checkCounts(fileName);
-  const bool stl = QFileInfo(fileName).suffix().compare(QLatin1String("stl"), Qt::CaseInsensitive) == 0;
-  if (stl && isPlainBinaryStl(fileName))
-    readStlFile(fileName, result);
-  else
-    readWithAssimp(fileName, result);
+  const util::YPointer<scene::Geometry> geometry = readQuickly(fileName);
+  if (!geometry) return readWithAssimp(fileName, result);
+  const bool hadPrimitives = !geometry->indices.empty();
+  geometry->prepare();
+  if (geometry->indices.empty())
+    throw ImportError(hadPrimitives ? QStringLiteral("none of its geometry has usable coordinates")
+                                    : QStringLiteral("it holds no geometry"));
+  result.root = new scene::SceneElement(QFileInfo(fileName).fileName());
+  result.root->addGeometry(geometry);
 }
 
 }  // namespace

@@ -160,6 +160,44 @@ TEST_F(Import, PlyKeepsColoursAndPoints) {
   EXPECT_EQ(many->primitiveCount(), 300u);
   EXPECT_EQ(many->box.max, (math::Vector3{299, 0, 1}));
 
+  const QByteArray swapped = QByteArray(
+                                 "ply\nformat binary_big_endian 1.0\nelement vertex 4\nproperty double x\n"
+                                 "property float y\nproperty short z\nproperty float red\nproperty float green\n"
+                                 "property float blue\nelement face 1\nproperty uchar flags\n"
+                                 "property list uchar ushort vertex_index\nend_header\n") +
+                             QByteArray::fromHex(
+                                 "0000000000000000"
+                                 "00000000"
+                                 "0000"
+                                 "3f8000000000000000000000"
+                                 "3ff0000000000000"
+                                 "00000000"
+                                 "0000"
+                                 "3f8000000000000000000000"
+                                 "3ff0000000000000"
+                                 "40000000"
+                                 "0000"
+                                 "3f8000000000000000000000"
+                                 "0000000000000000"
+                                 "40000000"
+                                 "fffd"
+                                 "3f8000000000000000000000"
+                                 "07"
+                                 "04"
+                                 "0000"
+                                 "0001"
+                                 "0002"
+                                 "0003");
+  const Geometry* big = single(write(QStringLiteral("swapped.ply"), swapped));
+  ASSERT_TRUE(big);
+  EXPECT_EQ(big->primitiveCount(), 2u);
+  EXPECT_EQ(big->box.min, (math::Vector3{0, 0, -3}));
+  EXPECT_EQ(big->box.max, (math::Vector3{1, 2, 0}));
+  EXPECT_EQ(big->colors[0], 255);
+  EXPECT_EQ(big->colors[1], 0);
+  EXPECT_TRUE(importFile(write(QStringLiteral("cut.ply"), swapped.left(swapped.size() - 1)))
+                  .error.endsWith(QStringLiteral("truncated")));
+
   QByteArray mesh =
       "ply\nformat ascii 1.0\nelement vertex 4\nproperty float x\nproperty float y\nproperty float z\n"
       "element face 1\nproperty list uchar int vertex_indices\nend_header\n0 0 0\n1 0 0\n1 1 0\n0 1 0\n4 0 1 2 3\n";

@@ -1,0 +1,288 @@
+#include "module_scene/io/plyreader.h"
+
+#include <QtEndian>
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "module_scene/io/mappedfile.h"
+#include "module_scene/scene/parallel.h"
+
+namespace nubo::io {
+namespace {
+
+constexpr float PointSize = 2.0f;  // pixels
+
+/// Thrown where a file needs a reader that knows more.
+struct NotForUs {};
+
+enum class Type { None, Int8, UInt8, Int16, UInt16, Int32, UInt32, Float, Double };
+
+Type typeOf(const QByteArray& name) {
+  static const std::pair<const char*, Type> names[]{
+      {"char", Type::Int8},   {"int8", Type::Int8},     {"uchar", Type::UInt8},   {"uint8", Type::UInt8},
+      {"short", Type::Int16}, {"int16", Type::Int16},   {"ushort", Type::UInt16}, {"uint16", Type::UInt16},
+      {"int", Type::Int32},   {"int32", Type::Int32},   {"uint", Type::UInt32},   {"uint32", Type::UInt32},
+      {"float", Type::Float}, {"float32", Type::Float}, {"double", Type::Double}, {"float64", Type::Double}};
+  for (const auto& [known, type] : names)
+    if (name == known) return type;
+  throw ImportError(QStringLiteral("PLY: unknown type '%1'").arg(QString::fromLatin1(name.left(40))));
+}
+
+std::size_t sizeOf(Type type) {
+  static constexpr std::size_t Sizes[]{0, 1, 1, 2, 2, 4, 4, 4, 8};
+  return Sizes[int(type)];
+}
+
+struct Property {
+  QByteArray name;
+  Type type;
+  Type countType;  ///< of a list's length; None: no list
+};
+
+struct Element {
+  QByteArray name;
+  std::uint64_t count;
+  std::vector<Property> properties;
+
+  bool hasLists() const {
+    return std::any_of(properties.begin(), properties.end(),
+                       [](const Property& p) { return p.countType != Type::None; });
+  }
+  std::size_t stride() const {
+    std::size_t sum = 0;
+    for (const Property& p : properties) sum += sizeOf(p.type);
+    return sum;
+  }
+};
+
+class PlyReader {
+ public:
+  explicit PlyReader(const QString& fileName)
+      : m_File(fileName), mp_At(m_File.data()), mp_End(m_File.data() + m_File.size()) {}
+
+  util::YPointer<scene::Geometry> read() {
+    readHeader();
+    m_Geometry = new scene::Geometry;
+    for (const Element& element : m_Elements) {
+      if (element.name == "vertex")
+        readVertices(element);
+      else
+        readOthers(element);
+    }
+    if (!m_HasFaces) makePoints();
+    return m_Geometry;
+  }
+
+ private:
+  QByteArray readLine() {
+    const auto* end = static_cast<const char*>(std::memchr(mp_At, '\n', std::size_t(mp_End - mp_At)));
+    if (!end) throw NotForUs();
+    const QByteArray line(mp_At, int(std::min<std::ptrdiff_t>(end - mp_At, 4096)));
+    mp_At = end + 1;
+    return line.simplified();
+  }
+
+  void readHeader() {
+    if (readLine() != "ply") throw NotForUs();
+    for (QByteArray line = readLine(); line != "end_header"; line = readLine()) {
+      const QByteArrayList words = line.split(' ');
+      if (words[0] == "format")
+        readFormat(words.value(1));
+      else if (words[0] == "comment" && words.value(1).toLower() == "texturefile")
+        throw NotForUs();
+      else if (words[0] == "element" && words.size() == 3)
+        m_Elements.push_back({words[1], words[2].toULongLong(), {}});
+      else if (words[0] == "property" && !m_Elements.empty())
+        readProperty(words);
+    }
+    if (!m_Binary) throw NotForUs();
+  }
+
+  void readFormat(const QByteArray& format) {
+    const bool big = format == "binary_big_endian";
+    m_Binary = big || format == "binary_little_endian";
+    m_Swapped = big != (Q_BYTE_ORDER == Q_BIG_ENDIAN);
+  }
+
+  void readProperty(const QByteArrayList& words) {
+    std::vector<Property>& properties = m_Elements.back().properties;
+    if (words.size() == 5 && words[1] == "list")
+      properties.push_back({words[4], typeOf(words[3]), typeOf(words[2])});
+    else if (words.size() == 3)
+      properties.push_back({words[2], typeOf(words[1]), Type::None});
+    else
+      throw ImportError(QStringLiteral("PLY: a property is not understood"));
+  }
+
+  template <class T>
+  T load(const char* at) const {
+    char bytes[sizeof(T)];
+    std::memcpy(bytes, at, sizeof(T));
+    if (m_Swapped) std::reverse(bytes, bytes + sizeof(T));
+    T value;
+    std::memcpy(&value, bytes, sizeof(T));
+    return value;
+  }
+
+  double value(Type type, const char* at) const {
+    switch (type) {
+      case Type::Int8:
+        return load<std::int8_t>(at);
+      case Type::UInt8:
+        return load<std::uint8_t>(at);
+      case Type::Int16:
+        return load<std::int16_t>(at);
+      case Type::UInt16:
+        return load<std::uint16_t>(at);
+      case Type::Int32:
+        return load<std::int32_t>(at);
+      case Type::UInt32:
+        return load<std::uint32_t>(at);
+      case Type::Float:
+        return double(load<float>(at));
+      case Type::Double:
+        return load<double>(at);
+      case Type::None:
+        break;
+    }
+    return 0;
+  }
+
+  /// The next `size` bytes.
+  const char* take(std::uint64_t size) {
+    if (size > std::uint64_t(mp_End - mp_At)) throw ImportError(QStringLiteral("the file is truncated"));
+    const char* taken = mp_At;
+    mp_At += size;
+    return taken;
+  }
+
+  struct Field {
+    Type type = Type::None;
+    std::size_t offset = 0;
+  };
+  /// Where the first of the properties of these names is in a record; of type None if there is none.
+  static Field field(const Element& element, std::initializer_list<const char*> names) {
+    Field found;
+    std::size_t offset = 0;
+    for (const Property& property : element.properties) {
+      const bool wanted = std::find(names.begin(), names.end(), property.name) != names.end();
+      if (wanted) return {property.type, offset};
+      offset += sizeOf(property.type);
+    }
+    return found;
+  }
+
+  void readVertices(const Element& element) {
+    const std::size_t stride = element.stride();
+    if (element.hasLists() || stride == 0) throw NotForUs();
+    if (element.count >= 0x7FFFFFFF) throw ImportError(QStringLiteral("it has too many vertices"));
+    if (element.count > std::uint64_t(mp_End - mp_At) / stride)
+      throw ImportError(QStringLiteral("the file is truncated: it announces %1 vertices, and has %2")
+                            .arg(element.count)
+                            .arg(std::uint64_t(mp_End - mp_At) / stride));
+    const char* records = take(element.count * stride);
+    const auto count = std::size_t(element.count);
+    const Field place[]{field(element, {"x"}), field(element, {"y"}), field(element, {"z"})};
+    const Field normal[]{field(element, {"nx"}), field(element, {"ny"}), field(element, {"nz"})};
+    const Field color[]{field(element, {"red", "r", "diffuse_red"}), field(element, {"green", "g", "diffuse_green"}),
+                        field(element, {"blue", "b", "diffuse_blue"}), field(element, {"alpha", "a", "diffuse_alpha"})};
+    const auto has = [](const Field* fields) {
+      return fields[0].type != Type::None && fields[1].type != Type::None && fields[2].type != Type::None;
+    };
+    if (!has(place)) throw ImportError(QStringLiteral("PLY: the vertices have no x, y and z"));
+    m_Geometry->positions = floats(records, stride, count, place);
+    if (has(normal)) m_Geometry->normals = floats(records, stride, count, normal);
+    if (has(color)) m_Geometry->colors = colors(records, stride, count, color);
+  }
+
+  std::vector<float> floats(const char* records, std::size_t stride, std::size_t count, const Field* fields) const {
+    std::vector<float> result(count * 3);
+    scene::parallelRanges(count, [&](std::size_t begin, std::size_t end, std::size_t) {
+      for (std::size_t i = begin; i < end; ++i)
+        for (std::size_t k = 0; k < 3; ++k)
+          result[i * 3 + k] = float(value(fields[k].type, records + i * stride + fields[k].offset));
+    });
+    return result;
+  }
+
+  std::vector<std::uint8_t> colors(const char* records, std::size_t stride, std::size_t count,
+                                   const Field* fields) const {
+    std::vector<std::uint8_t> result(count * 4, 255);
+    scene::parallelRanges(count, [&](std::size_t begin, std::size_t end, std::size_t) {
+      for (std::size_t i = begin; i < end; ++i)
+        for (std::size_t k = 0; k < 4; ++k)
+          if (fields[k].type != Type::None)
+            result[i * 4 + k] = component(fields[k].type, records + i * stride + fields[k].offset);
+    });
+    return result;
+  }
+
+  std::uint8_t component(Type type, const char* at) const {
+    double v = value(type, at);
+    if (type == Type::Float || type == Type::Double) v *= 255;
+    if (type == Type::UInt16) v /= 257;
+    return std::uint8_t(std::isfinite(v) ? std::lround(std::clamp(v, 0.0, 255.0)) : 0);
+  }
+
+  /// Faces, and whatever else there is, which is passed over.
+  void readOthers(const Element& element) {
+    if (element.name == "tristrips" && element.count > 0) throw NotForUs();
+    if (!element.hasLists()) {
+      // A count that overflows here is more than any file has.
+      if (element.count > m_File.size()) throw ImportError(QStringLiteral("the file is truncated"));
+      take(element.count * element.stride());
+      return;
+    }
+    for (std::uint64_t i = 0; i < element.count; ++i)
+      for (const Property& property : element.properties) {
+        const auto count =
+            property.countType == Type::None
+                ? 1u
+                : std::uint32_t(std::max(0.0, value(property.countType, take(sizeOf(property.countType)))));
+        const char* items = take(std::uint64_t(count) * sizeOf(property.type));
+        const bool corners = property.name == "vertex_indices" || property.name == "vertex_index";
+        if (element.name == "face" && corners) addFace(items, property.type, count);
+      }
+  }
+
+  void addFace(const char* items, Type type, std::uint32_t count) {
+    if (count > 4) throw NotForUs();
+    std::uint32_t corners[4];
+    m_HasFaces = true;
+    for (std::uint32_t k = 0; k < count; ++k) {
+      const double corner = value(type, items + k * sizeOf(type));
+      if (!(corner >= 0 && corner < double(m_Geometry->vertexCount())))
+        throw ImportError(QStringLiteral("PLY: a face has a vertex that is not there"));
+      corners[k] = std::uint32_t(corner);
+    }
+    for (std::uint32_t k = 2; k < count; ++k)
+      m_Geometry->indices.insert(m_Geometry->indices.end(), {corners[0], corners[k - 1], corners[k]});
+  }
+
+  void makePoints() {
+    m_Geometry->kind = scene::KindPoints;
+    m_Geometry->width = PointSize;
+    m_Geometry->indices.resize(m_Geometry->vertexCount());
+    for (std::size_t i = 0; i < m_Geometry->indices.size(); ++i) m_Geometry->indices[i] = std::uint32_t(i);
+  }
+
+  const MappedFile m_File;
+  const char* mp_At;
+  const char* mp_End;
+  bool m_Binary = false, m_Swapped = false, m_HasFaces = false;
+  std::vector<Element> m_Elements;
+  util::YPointer<scene::Geometry> m_Geometry;
+};
+
+}  // namespace
+
+util::YPointer<scene::Geometry> readBinaryPly(const QString& fileName) {
+  try {
+    return PlyReader(fileName).read();
+  } catch (const NotForUs&) {
+    return nullptr;
+  }
+}
+
+}  // namespace nubo::io
