@@ -50,10 +50,12 @@ class LoadedModule {
   }
   LoadedModule(const LoadedModule&) = delete;
   LoadedModule& operator=(const LoadedModule&) = delete;
-  ~LoadedModule();
+  ~LoadedModule() { unload(); }
 
   /// Throws what stands in the way.
   void load();
+  /// The module is found by its name until it is gone.
+  void unload();
   void start(const boost::function<void(QString)>& progress) {
     if (mp_Module->hasStartupActions()) mp_Module->doStartupActions(progress);
     m_Started = true;
@@ -76,11 +78,12 @@ class LoadedModule {
   bool m_Started = false;
 };
 
-LoadedModule::~LoadedModule() {
-  if (m_Started) attempt(fileName(), [this] { mp_Module->doShutdownActions(); });
-  CommandManager::getInstance()->removeOf(m_Creators);
-  mp_Module.reset();
-  if (mp_Factory) attempt(fileName(), m_RecycleFactory);
+void LoadedModule::unload() {
+  if (std::exchange(m_Started, false)) attempt(fileName(), [this] { mp_Module->doShutdownActions(); });
+  CommandManager::getInstance()->removeOf(std::exchange(m_Creators, {}));
+  delete mp_Module.get();
+  mp_Module.release();
+  if (std::exchange(mp_Factory, nullptr)) attempt(fileName(), m_RecycleFactory);
   mp_Information.reset();
   m_Library.unload();
 }
@@ -155,18 +158,22 @@ void ModuleManager::loadModules(const QString& directory, const boost::function<
   }
   for (LoadedModule* module : added) {
     if (attempt(module->fileName(), [&] { module->start(report); })) continue;
+    module->unload();
     const auto isIt = [module](const auto& other) { return other.get() == module; };
     d->modules.erase(std::find_if(d->modules.begin(), d->modules.end(), isIt));
   }
 }
 
 void ModuleManager::unloadModules() {
-  while (!d->modules.empty()) d->modules.pop_back();
+  while (!d->modules.empty()) {
+    d->modules.back()->unload();
+    d->modules.pop_back();
+  }
 }
 
 Module* ModuleManager::getModule(const QString& name) const {
   for (const auto& module : d->modules) {
-    if (module->name() == name) return module->module();
+    if (module->module() && module->name() == name) return module->module();
   }
   return nullptr;
 }

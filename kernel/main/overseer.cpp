@@ -4,6 +4,7 @@
 #include <QSettings>
 #include <QStandardPaths>
 #include <QThread>
+#include <QThreadStorage>
 #include <atomic>
 
 #include "kernel/util/delegate.h"
@@ -14,8 +15,12 @@ namespace {
 
 std::atomic<Overseer*> instance{nullptr};
 
-/// Ends with its thread; made anew when the program has come to use another file.
-thread_local std::unique_ptr<QSettings> settingsOfThread;
+/// Made anew when the program has come to use another file. Qt's storage rather than the language's, since a
+/// thread that Qt waited for has emptied it, and so has written its settings.
+QThreadStorage<std::shared_ptr<QSettings>>& settingsOfThread() {
+  static QThreadStorage<std::shared_ptr<QSettings>> storage;
+  return storage;
+}
 
 QString userSettingsFile() {
   return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/nubo/nubo.ini");
@@ -39,17 +44,17 @@ Overseer::Overseer(const QString& settingsFile)
 Overseer::~Overseer() {
   m_Processor->shutDown();
   util::WorkerDelegate::close();
-  settingsOfThread.reset();
+  settingsOfThread().setLocalData(nullptr);
   instance = nullptr;
 }
 
 Overseer* Overseer::getInstance() { return instance; }
 
 QSettings* Overseer::getQSettings() {
-  if (!settingsOfThread || settingsOfThread->fileName() != d->settingsFile) {
-    settingsOfThread = std::make_unique<QSettings>(d->settingsFile, QSettings::IniFormat);
-  }
-  return settingsOfThread.get();
+  std::shared_ptr<QSettings>& settings = settingsOfThread().localData();
+  if (!settings || settings->fileName() != d->settingsFile)
+    settings = std::make_shared<QSettings>(d->settingsFile, QSettings::IniFormat);
+  return settings.get();
 }
 
 QSettings* nuboSettings() {

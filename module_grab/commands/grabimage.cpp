@@ -18,7 +18,6 @@
 #include "kernel/events/eventmanager.h"
 #include "kernel/log/logger.h"
 #include "kernel/main/overseer.h"
-#include "kernel/main/parameter.h"
 #include "kernel/main/parameterpanelfactory.h"
 #include "kernel/util/delegate.h"
 #include "kernel/util/functioncommand.h"
@@ -28,6 +27,7 @@
 #include "module_grab/events.h"
 #include "module_grab/modulegrab.h"
 #include "module_grab/offscreencontext.h"
+#include "module_grab/parameters.h"
 #include "module_scene/gui/viewer.h"
 #include "module_scene/scene/scenedrawer.h"
 
@@ -38,8 +38,8 @@
 
 namespace nubo::commands::grab {
 
-using main::Parameter;
 using math::Matrix4;
+using nubo::grab::newParameter;
 using util::FunctionDelegate;
 using util::WorkerDelegate;
 
@@ -55,11 +55,6 @@ constexpr int OfferedInMenuAndToolBar = main::CommandGUIDescriptor::Menu | main:
 constexpr int LargestTile = 512;
 constexpr double MetersPerInch = 0.0254;
 const char DirectoryKey[] = "lastGrabImageDirectory";
-
-template <class T>
-Parameter<T>* newParameter(const char* name, const QString& description) {
-  return new Parameter<T>(QString::fromLatin1(name), description, QString(), true, nullptr);
-}
 
 template <class T>
 void addCallersValue(main::ParameterSet& set, const char* name, T* value) {
@@ -286,38 +281,32 @@ void GrabImage::executeProgrammatic() {
 
 void GrabImage::executeInteractive() {
   if (!mp_CurrentParameterSet || mp_CurrentParameterSet->getParameterList()->empty()) return;
-  const auto& given = *mp_CurrentParameterSet->getParameterList();
-  Parameter<QString> fileNameParameter(QStringLiteral("noName"), QStringLiteral("noDesc"), QString(), true, nullptr);
-  Parameter<int> widthParameter(QStringLiteral("noName"), QStringLiteral("noDesc"), QString(), true, nullptr);
-  if (!m_TypeSolver.solve(&fileNameParameter, given[0])) {
+  const auto fileName = nubo::grab::solveParameter<QString>(m_TypeSolver, *mp_CurrentParameterSet, 0);
+  if (!fileName) {
     log::qConsole("Parameter failure");
     return;
   }
-  const QString fileName = *fileNameParameter.getValue<QString>();
-  fileNameParameter.clearValue();
-  if (given.size() < 2 || !m_TypeSolver.solve(&widthParameter, given[1])) {
+  const auto width = nubo::grab::solveParameter<int>(m_TypeSolver, *mp_CurrentParameterSet, 1);
+  if (!width) {
     GRABIMAGE_LOG(log::Note, "execute", "Parameter failure");
     return;
   }
-  const int width = *widthParameter.getValue<int>();
-  widthParameter.clearValue();
-
-  if (!hasWritableSuffix(fileName)) {
+  if (!hasWritableSuffix(*fileName)) {
     GRABIMAGE_LOG(log::Failure, "execute", "No valid image file extension selected");
     return;
   }
   const std::optional<PanelView> view = viewOf(mp_ActivePanel);
   if (!view) return;
-  const int height = heightFor(width, *view);
-  if (width < 2 || height < 2) {
-    GRABIMAGE_LOG(log::Failure, "execute", "Target picture (%d x %d) size is to small!", width, height);
+  const int height = heightFor(*width, *view);
+  if (*width < 2 || height < 2) {
+    GRABIMAGE_LOG(log::Failure, "execute", "Target picture (%d x %d) size is to small!", *width, height);
     return;
   }
   if (!gui::Viewer::getInstance()->isFboAvailable()) {
     GRABIMAGE_LOG(log::Failure, "execute", "Your graphics card doesn't support framebuffer objects - abort!");
     return;
   }
-  grabToFile(fileName, width, height, view->transform);
+  grabToFile(*fileName, *width, height, view->transform);
 }
 
 void GrabImage::grabToFile(const QString& fileName, int width, int height, const Matrix4& transform) {
