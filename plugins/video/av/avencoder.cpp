@@ -63,11 +63,11 @@ void AvEncoder::encodeFrames(QIODevice* chunk) {
 
 void AvEncoder::finishEncoding() {
   const auto pipeline = std::move(m_Pipeline);
-  if (!pipeline || !m_Complete || m_Aborted) return;
+  if (!pipeline || !m_Complete || m_Aborted || pipeline->frames() == 0) return;
   guarded("nubo::grab::video::av::AvEncoder::finishEncoding", [this, &pipeline] {
     pipeline->finish();
     auto* file = qobject_cast<QFile*>(mp_Device);
-    if (!m_Format.isFragmented || pipeline->frames() == 0 || !file) return;
+    if (!m_Format.isFragmented || !file) return;
     file->close();
     mergeFragments(file->fileName(), pipeline->frames(), m_Fps);
   });

@@ -7,8 +7,16 @@
 namespace nubo::grab::video::av {
 
 namespace {
+
 constexpr int bufferSize = 1 << 16;
+
+/// A disk that fills up takes a part of the data, which Qt reports without a reason; trying the rest brings it out.
+bool flushed(QIODevice* device) {
+  auto* file = qobject_cast<QFileDevice*>(device);
+  return !file || file->flush() || file->flush();
 }
+
+}  // namespace
 
 DeviceIo::DeviceIo(QIODevice* device) : mp_Device(device) {
   auto* buffer = static_cast<unsigned char*>(checkAllocated(av_malloc(bufferSize)));
@@ -26,8 +34,7 @@ DeviceIo::~DeviceIo() {
 void DeviceIo::flush() {
   avio_flush(mp_Context);
   checkWritten();
-  auto* file = qobject_cast<QFileDevice*>(mp_Device);
-  if (file && !file->flush()) m_Failure = mp_Device->errorString();
+  if (!flushed(mp_Device)) m_Failure = mp_Device->errorString();
   checkWritten();
 }
 
@@ -44,8 +51,17 @@ int DeviceIo::read(void* self, unsigned char* data, int size) {
 
 int DeviceIo::write(void* self, unsigned char* data, int size) {
   auto* io = static_cast<DeviceIo*>(self);
-  if (io->mp_Device->write(reinterpret_cast<const char*>(data), size) == size) return size;
-  if (io->m_Failure.isEmpty()) io->m_Failure = io->mp_Device->errorString();
+  for (int written = 0; written < size;) {
+    const qint64 count = io->mp_Device->write(reinterpret_cast<const char*>(data) + written, size - written);
+    if (count <= 0) return io->writeFailed();
+    written += static_cast<int>(count);
+  }
+  return size;
+}
+
+int DeviceIo::writeFailed() {
+  flushed(mp_Device);
+  if (m_Failure.isEmpty()) m_Failure = mp_Device->errorString();
   return AVERROR(EIO);
 }
 

@@ -31,6 +31,8 @@ class DeviceIo {
   static int write(void* self, unsigned char* data, int size);
   static std::int64_t seek(void* self, std::int64_t offset, int whence);
 
+  int writeFailed();
+
   QIODevice* mp_Device;
   AVIOContext* mp_Context;
   QString m_Failure;

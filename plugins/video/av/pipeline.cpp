@@ -87,6 +87,7 @@ Frame rawFrame(const Picture& picture) {
 }
 
 const Picture& checked(const Format& format, const Picture& picture) {
+  if (picture.width < 1 || picture.height < 1) throw Error(QStringLiteral("The frames are empty"));
   if (picture.fps < 1) throw Error(QStringLiteral("The frame rate is below 1"));
   if (format.maxFps != 0 && picture.fps > format.maxFps)
     throw Error(QStringLiteral("%1 has room for at most %2 frames per second")
