@@ -66,6 +66,11 @@ bool hasVerticalZ(const QString& suffix) {
   throw ImportError(cause.isEmpty() ? QStringLiteral("its content is not understood") : cause);
 }
 
+unsigned typeOf(const aiFace& face) {
+  static constexpr unsigned Types[]{aiPrimitiveType_POINT, aiPrimitiveType_LINE, aiPrimitiveType_TRIANGLE};
+  return face.mNumIndices <= 3 ? Types[face.mNumIndices - 1] : unsigned(aiPrimitiveType_POLYGON);
+}
+
 /// Leaves out faces with vertices that are not there, which later steps would follow, and gives vertices
 /// without any face, such as those of a point cloud, a point each.
 void mendFaces(aiMesh& mesh) {
@@ -77,6 +82,8 @@ void mendFaces(aiMesh& mesh) {
       std::swap(mesh.mFaces[kept++], face);
   }
   const bool hadFaces = mesh.mNumFaces > 0;
+  if (hadFaces) mesh.mPrimitiveTypes = 0;
+  for (unsigned f = 0; f < kept; ++f) mesh.mPrimitiveTypes |= typeOf(mesh.mFaces[f]);
   mesh.mNumFaces = kept;
   if (hadFaces || mesh.mNumVertices == 0) return;
   delete[] mesh.mFaces;
@@ -95,7 +102,9 @@ const aiScene& readScene(Assimp::Importer& importer, const QString& fileName) {
   if (!scene || !scene->mRootNode) throwCause(importer);
   // Assimp's own check would refuse point clouds and files with harmless faults.
   for (unsigned i = 0; i < scene->mNumMeshes; ++i) mendFaces(*scene->mMeshes[i]);
-  if (scene->mNumMeshes == 0) throw ImportError(QStringLiteral("it holds no geometry"));
+  if (std::all_of(scene->mMeshes, scene->mMeshes + scene->mNumMeshes,
+                  [](aiMesh* mesh) { return mesh->mNumFaces == 0; }))
+    throw ImportError(QStringLiteral("it holds no geometry"));
   scene = importer.ApplyPostProcessing(aiProcess_Triangulate | aiProcess_SortByPType | aiProcess_GenUVCoords |
                                        aiProcess_TransformUVCoords);
   if (!scene || !scene->mRootNode) throwCause(importer);

@@ -77,7 +77,8 @@ class PlyReader {
  private:
   QByteArray readLine() {
     const auto* end = static_cast<const char*>(std::memchr(mp_At, '\n', std::size_t(mp_End - mp_At)));
-    if (!end) throw NotForUs();
+    if (!end && mp_At == m_File.data()) throw NotForUs();
+    if (!end) throw ImportError(QStringLiteral("the file is truncated: its header does not end"));
     const QByteArray line(mp_At, int(std::min<std::ptrdiff_t>(end - mp_At, 4096)));
     mp_At = end + 1;
     return line.simplified();

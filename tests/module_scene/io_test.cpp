@@ -275,6 +275,8 @@ TEST_F(Import, WhatCannotBeReadIsOneLineWithFileAndCause) {
       {write(QStringLiteral("garbage.fbx"), garbage), ""},
       {write(QStringLiteral("garbage.dae"), garbage), ""},
       {write(QStringLiteral("cut.gltf"), animatedGltf().left(700)), ""},
+      {write(QStringLiteral("cut.ply"), "ply\nformat ascii 1.0\nelement vertex 3\nprop"), "truncated"},
+      {write(QStringLiteral("lost.off"), "OFF\n3 4\n0.1 0.2 0.3"), ""},
       {write(QStringLiteral("nothing.stl"), binaryStl({}, 0)), "it holds no geometry"},
       {write(QStringLiteral("nothing.obj"), "# nothing\n"), ""},
       {write(QStringLiteral("nan.stl"), nans), "none of its geometry has usable coordinates"},
