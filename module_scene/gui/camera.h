@@ -25,7 +25,7 @@ class NUBO_MODULE_SCENE_EXPORT Camera {
 
   /// From the scene to eye space, scaled.
   math::Matrix4 transform() const;
-  /// Centres and scales so that the box's sphere fits a view of this size, at the angles as they are.
+  /// Centres and scales so that the box fits a view of this size, at this elevation and whatever the azimuth.
   void fit(const scene::BoundingBox& box, int width, int height);
   void orbit(double azimuthDelta, double elevationDelta);
   /// Moves the centre across the view, in fractions of the view's height.

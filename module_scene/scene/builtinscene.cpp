@@ -45,14 +45,33 @@ util::YPointer<SceneElement> makeElement(const char* name, std::initializer_list
   return element;
 }
 
+// Thin lines on the bench, from one x to another.
+util::YPointer<Geometry> makeGrid(double from, double to, const QColor& color) {
+  constexpr double Step = 0.25, Side = 2.0;
+  const float height = 0.003f;
+  util::YPointer<Geometry> grid(new Geometry);
+  grid->kind = KindLines;
+  grid->material = makeMaterial(color);
+  const auto line = [&](double x0, double y0, double x1, double y1) {
+    grid->positions.insert(grid->positions.end(), {float(x0), float(y0), height, float(x1), float(y1), height});
+    for (int i = 0; i < 2; ++i) grid->indices.push_back(std::uint32_t(grid->indices.size()));
+  };
+  for (double x = from; x <= to; x += Step) line(x, -Side, x, Side);
+  for (double y = -Side; y <= Side; y += Step) line(from, y, to, y);
+  grid->prepare();
+  return grid;
+}
+
 util::YPointer<SceneElement> makeBench(const Paints& paints) {
   MeshBuilder light(paints.light), dark(paints.dark), feet(paints.rubber);
-  light.box({-3.2, -2.2, -0.18}, {0, 2.2, 0});
-  dark.box({0, -2.2, -0.18}, {3.2, 2.2, 0});
-  for (const double x : {-2.8, 2.8})
-    for (const double y : {-1.8, 1.8})
+  light.box({-2.95, -2.05, -0.18}, {0, 2.05, 0});
+  dark.box({0, -2.05, -0.18}, {2.95, 2.05, 0});
+  for (const double x : {-2.6, 2.6})
+    for (const double y : {-1.7, 1.7})
       feet.at(translation(x, y, -0.3)).turned({{0, 0}, {0.16, 0}, {0.2, 0.03}, {0.2, 0.12}, {0, 0.12}});
-  return makeElement("bench", {light.finish(), dark.finish(), feet.finish()});
+  return makeElement("bench",
+                     {light.finish(), dark.finish(), feet.finish(), makeGrid(-2.75, -0.25, QColor(0xb9, 0xb5, 0xab)),
+                      makeGrid(0.25, 2.75, QColor(0x3c, 0x44, 0x50))});
 }
 
 util::YPointer<SceneElement> makeChart(const Paints& paints) {
@@ -94,7 +113,7 @@ util::YPointer<SceneElement> makeGear(const char* name, int teeth, const util::Y
 
 // Two gears that mesh: 32 teeth drive 16.
 util::YPointer<SceneElement> makeGears(const Paints& paints) {
-  const auto gears = makeElement("gears", {}, translation(0.35, -1.35, 0.3));
+  const auto gears = makeElement("gears", {}, translation(0.1, -1.2, 0.3));
   gears->addChild(makeGear("gear.large", 32, paints.brass, paints.steel, math::Matrix4()));
   gears->addChild(makeGear("gear.small", 16, paints.steel, paints.brass,
                            translation(48 * 0.021, 0, 0) * rotation(Turn / 32, {0, 0, 1})));
@@ -124,7 +143,7 @@ util::YPointer<SceneElement> makeArm(const Paints& paints) {
   foot.turned({{0, 0}, {0.55, 0}, {0.55, 0.08}, {0.42, 0.16}, {0.42, 0.2}, {0, 0.2}});
   tower.turned({{0, 0.2}, {0.36, 0.2}, {0.36, 0.3}, {0.24, 0.55}, {0.24, 0.62}, {0, 0.62}});
   const auto base =
-      makeElement("arm.base", {foot.finish(), tower.finish()}, translation(1.55, 0.75, 0) * rotation(0.9, {0, 0, 1}));
+      makeElement("arm.base", {foot.finish(), tower.finish()}, translation(1.65, 0.95, 0) * rotation(0.9, {0, 0, 1}));
   const auto shoulder = limb("arm.shoulder", 1.15, 0.19, -0.35, 0.68);
   const auto elbow = limb("arm.elbow", 0.95, 0.15, 1.75, 1.2);
   const auto wrist = limb("arm.wrist", 0.3, 0.1, 0.75, 1.0);
@@ -170,7 +189,7 @@ util::YPointer<SceneElement> makeWheel(const Paints& paints) {
               {0.03, 0.12},
               {0, 0.12}});
   return makeElement("wheel", {tyre.finish(), rim.finish(), spokes.finish(), hub.finish()},
-                     translation(0.15, 1.45, 0.85) * rotation(0.25, {0, 0, 1}) * rotation(Turn / 4, {1, 0, 0}));
+                     translation(0.35, 1.5, 0.85) * rotation(0.25, {0, 0, 1}) * rotation(Turn / 4, {1, 0, 0}));
 }
 
 // A crystal: lines of a fixed width in pixels with points where they meet.
@@ -181,13 +200,13 @@ util::YPointer<SceneElement> makeLattice() {
   lines->width = 1.5f;
   lines->material = makeMaterial(QColor(0x7f, 0xd1, 0xc0));
   points->kind = KindPoints;
-  points->width = 7;
+  points->width = 5;
   points->material = makeMaterial(QColor(0xff, 0xd1, 0x4a));
   const auto index = [](int x, int y, int z) { return std::uint32_t((z * (Cells + 1) + y) * (Cells + 1) + x); };
   for (int z = 0; z <= Cells; ++z)
     for (int y = 0; y <= Cells; ++y)
       for (int x = 0; x <= Cells; ++x) {
-        for (const int i : {x, y, z}) points->positions.push_back(0.16f * float(i));
+        for (const int i : {x, y, z}) points->positions.push_back(0.2f * float(i));
         points->indices.push_back(index(x, y, z));
         if (x < Cells) lines->indices.insert(lines->indices.end(), {index(x, y, z), index(x + 1, y, z)});
         if (y < Cells) lines->indices.insert(lines->indices.end(), {index(x, y, z), index(x, y + 1, z)});
@@ -196,7 +215,7 @@ util::YPointer<SceneElement> makeLattice() {
   lines->positions = points->positions;
   lines->prepare();
   points->prepare();
-  return makeElement("lattice", {lines, points}, translation(1.75, -1.85, 0.06) * rotation(0.35, {0, 0, 1}));
+  return makeElement("lattice", {lines, points}, translation(1.6, -1.8, 0.06) * rotation(0.2, {0, 0, 1}));
 }
 
 // From dark violet over green to yellow.
@@ -223,7 +242,7 @@ util::YPointer<SceneElement> makeField() {
   };
   const auto color = [](double u, double v) { return fieldColor((fieldHeight(u, v) + 0.22) / 0.9); };
   MeshBuilder sheet(makeMaterial(Qt::white, 0.3f, 30));
-  sheet.sheet(192, point, color);
+  sheet.sheet(256, point, color);
   util::YPointer<Geometry> samples(new Geometry);
   samples->kind = KindPoints;
   samples->width = 3;
@@ -238,7 +257,7 @@ util::YPointer<SceneElement> makeField() {
       samples->indices.push_back(std::uint32_t(samples->indices.size()));
     }
   samples->prepare();
-  return makeElement("field", {sheet.finish(), samples}, translation(-2.1, -1.2, 0));
+  return makeElement("field", {sheet.finish(), samples}, translation(-1.9, -1.0, 0));
 }
 
 util::YPointer<SceneElement> makeGlass(const Paints& paints) {
@@ -248,14 +267,14 @@ util::YPointer<SceneElement> makeGlass(const Paints& paints) {
   stand.turned({{0, 0}, {0.24, 0}, {0.24, 0.04}, {0.1, 0.12}, {0.14, 0.15}, {0, 0.15}});
   plates.box({-0.62, -0.55, 0.0}, {-0.6, 0.35, 0.75}).box({-0.78, -0.65, 0.0}, {-0.76, 0.25, 0.6});
   return makeElement("glass", {stand.finish(), core.finish(), plates.finish(), ball.finish()},
-                     translation(-0.35, 0.1, 0));
+                     translation(-0.15, 0.2, 0));
 }
 
 util::YPointer<SceneElement> makeBalls(const Paints& paints) {
   MeshBuilder steel(paints.steel), brass(paints.brass), light(paints.light);
-  steel.sphere({2.55, -0.15, 0.24}, 0.24);
-  brass.sphere({2.85, 0.35, 0.18}, 0.18);
-  light.sphere({2.35, -0.55, 0.13}, 0.13);
+  steel.sphere({2.5, 0.35, 0.26}, 0.26);
+  brass.sphere({2.62, -0.22, 0.18}, 0.18);
+  light.sphere({2.25, -0.02, 0.12}, 0.12);
   return makeElement("balls", {steel.finish(), brass.finish(), light.finish()});
 }
 

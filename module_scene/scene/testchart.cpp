@@ -53,7 +53,7 @@ void drawText(QPainter& painter, const QString& text, QPointF origin, double hei
 
 void drawLettering(QPainter& painter) {
   double y = 0.06;
-  for (double height = 0.085; height > 0.004; height *= 0.72) {
+  for (double height = 0.07; height > 0.003; height *= 0.75) {
     painter.setPen(QPen(Ink, height / 7, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     drawText(painter, QStringLiteral("NUBO 10000 PX"), {0.06, y}, height);
     y += height * 1.45;
@@ -75,7 +75,7 @@ void drawStar(QPainter& painter, QPointF center, double radius) {
 
 void drawBars(QPainter& painter) {
   double x = 0.06;
-  for (double width = 0.012; x < 0.46; width *= 0.86) {
+  for (double width = 0.012; x < 0.5; width *= 0.86) {
     for (int i = 0; i < 3; ++i) {
       painter.fillRect(QRectF(x, 0.66, width, 0.12), Ink);
       painter.fillRect(QRectF(x, 0.80, 2.5 * width, width), Ink);
@@ -99,7 +99,7 @@ void drawCircles(QPainter& painter, QPointF center) {
   painter.setBrush(Qt::NoBrush);
   for (int i = 1; i <= 24; ++i) {
     painter.setPen(QPen(i % 6 == 0 ? Accent : Ink, 0.0012));
-    painter.drawEllipse(center, 0.0075 * i, 0.0075 * i);
+    painter.drawEllipse(center, 0.0055 * i, 0.0055 * i);
   }
 }
 
@@ -112,8 +112,8 @@ QImage createTestChart(int size) {
   painter.setRenderHint(QPainter::Antialiasing);
   painter.scale(size, size);
   drawLettering(painter);
-  drawStar(painter, {0.75, 0.52}, 0.19);
-  drawCircles(painter, {0.75, 0.25});
+  drawStar(painter, {0.75, 0.645}, 0.19);
+  drawCircles(painter, {0.75, 0.29});
   drawBars(painter);
   drawWedge(painter);
   painter.setBrush(Qt::NoBrush);
