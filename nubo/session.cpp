@@ -8,7 +8,9 @@
 #include "kernel/main/modulemanager.h"
 #include "kernel/util/delegate.h"
 #include "module_scene/scene/builtinscene.h"
+#include "module_trajectory/trajectory.h"
 #include "nubo/report.h"
+#include "nubo/trajectorychoice.h"
 
 namespace nubo::app {
 
@@ -33,6 +35,7 @@ Session::~Session() {
   m_Overseer.getCommandProcessor()->shutDown();
   m_Viewer.setActivePanel(nullptr);
   m_Panel.reset();
+  trajectory::TrajectoryHandler::getInstance()->clear();
   main::ModuleManager::getInstance()->unloadModules();
 }
 
@@ -62,6 +65,7 @@ QString Session::showScene(const CommandLine& line) {
   if (!result.root) return result.error;
   reportWarnings(result.warnings);
   scene->setRootNode(result.root);
+  if (const QString error = chooseTrajectory(line, result.animations); !error.isEmpty()) return error;
   if (line.background.isValid()) scene->setBackgroundColor(line.background);
   if (line.samples) m_Viewer.setSamples(*line.samples);
 

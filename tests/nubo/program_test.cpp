@@ -9,6 +9,7 @@
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <csignal>
 
 using testing::HasSubstr;
 
@@ -162,6 +163,55 @@ TEST_F(Program, GrabsTheSceneAsTheOptionsSay) {
   EXPECT_EQ(side.status, 0);
   EXPECT_EQ(side.output + side.errors, "");
   EXPECT_NE(QImage(path("top.png")), image);
+}
+
+// A Y4M file holds its frames uncompressed behind a line each, so a test can read them.
+int framesOf(const QString& fileName) {
+  QFile file(fileName);
+  return file.open(QIODevice::ReadOnly) ? file.readAll().count("FRAME\n") : -1;
+}
+
+TEST_F(Program, RecordsTheStepsOfATrajectory) {
+  write("triangle.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+  write("points.csv", "0,0,0\n1,0,0\n1,1,0\n1,1,1\n");
+  write("broken.csv", "0,0,0\n1,0,here\n");
+  const QString record = " triangle.obj grabvideo --filename a.y4m --width 32 --height 32 --sync 1";
+  struct Row {
+    const char* options;
+    int frames;
+  };
+  const Row rows[] = {
+      {"--turntable 7", 7}, {"--turntable 7 --steps 2:4", 3}, {"--trajectory points.csv", 4}, {"--steps 0:0", 1}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.options);
+    const Outcome outcome = run(row.options + record);
+    EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+    EXPECT_EQ(framesOf(path("a.y4m")), row.frames);
+    QFile::remove(path("a.y4m"));
+  }
+  expectOneLine(run("--trajectory broken.csv" + record), 1, "broken.csv");
+  expectOneLine(run("--trajectory none.csv" + record), 1, "none.csv");
+  expectOneLine(run("--turntable 7 --steps 5:7" + record), 1, "has 7 steps");
+  EXPECT_FALSE(QFileInfo::exists(path("a.y4m")));
+}
+
+TEST_F(Program, EndsARecordingInTimeOrOnCtrlC) {
+  const QString record = "grabvideo --filename a.y4m --width 32 --height 32 --sync 0";
+  EXPECT_EQ(run("--duration 0.5 " + record).status, 0);
+  EXPECT_GT(framesOf(path("a.y4m")), 0);
+
+  QFile::remove(path("a.y4m"));
+  QProcess process;
+  process.setWorkingDirectory(m_Directory.path());
+  process.setProcessEnvironment(environment());
+  process.start(NUBO_TEST_BIN_DIR "/nubo", QString("--settings nubo.ini " + record).split(' '));
+  // The file is there as soon as the recording has begun.
+  while (!QFileInfo::exists(path("a.y4m")) && process.state() != QProcess::NotRunning) process.waitForFinished(20);
+  kill(pid_t(process.processId()), SIGINT);
+  ASSERT_TRUE(process.waitForFinished(60000));
+  EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+  EXPECT_EQ(process.exitCode(), 0);
+  EXPECT_GT(framesOf(path("a.y4m")), 0) << "what was recorded is encoded";
 }
 
 TEST_F(Program, TellsAboutItsCommandsAndItself) {

@@ -1,0 +1,17 @@
+// Which trajectory the scene is moved along.
+#pragma once
+
+#include <QString>
+#include <vector>
+
+#include "module_scene/scene/animation.h"
+#include "nubo/commandline.h"
+
+namespace nubo::app {
+
+/// Selects the trajectory that the options name, else the scene's own animations, sampled at the frame rate of the
+/// video settings, else a turntable of ten seconds; only the steps asked for, at whose first the scene then stands.
+/// The scene is in place; application thread. The empty text, or one line that says what is wrong.
+[[nodiscard]] QString chooseTrajectory(const CommandLine& line, const std::vector<scene::Animation>& animations);
+
+}  // namespace nubo::app
