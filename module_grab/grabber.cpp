@@ -1,6 +1,7 @@
 #include "module_grab/grabber.h"
 
 #include <QBuffer>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QTemporaryFile>
 #include <new>
@@ -63,6 +64,8 @@ std::unique_ptr<QIODevice> createMemoryChunk(std::int64_t capacity) {
 }
 
 std::unique_ptr<QIODevice> createFileChunk() {
+  // Without a temporary directory Qt would try the root directory.
+  if (QDir::tempPath().isEmpty()) return nullptr;
   auto chunk = std::make_unique<QTemporaryFile>();
   return chunk->open() ? std::move(chunk) : nullptr;
 }

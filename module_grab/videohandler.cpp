@@ -100,7 +100,7 @@ bool VideoHandler::startSynced(const QString& fileName, int width, int height, g
 
 bool VideoHandler::launch(QThread::Priority priority, const QString& fileName, int width, int height,
                           gui::ScenePanel* panel) {
-  if (!initStart(fileName, width, height, panel)) {
+  if (!initStart(fileName, width, height, panel) || !giveGLToGrabber()) {
     releaseGL();
     mp_Grabber.reset();
     return false;
@@ -177,19 +177,23 @@ bool VideoHandler::initGL() {
     return done;
   }
   if (!makeContext()) {
-    if (mp_Context) mp_Context->doneCurrent();
-    if (mp_Surface) mp_Surface->destroy();
-    mp_Context.reset();
-    mp_Surface.reset();
+    cleanUpGL();
     return false;
   }
   mp_Fbo = std::make_unique<QOpenGLFramebufferObject>(m_Width, m_Height, QOpenGLFramebufferObject::CombinedDepthStencil,
                                                       GL_TEXTURE_2D, GL_RGBA8);
   mp_SceneDrawer = std::make_unique<scene::SceneDrawer>(gui::Viewer::getInstance()->getGlobalScene());
   mp_Context->doneCurrent();
-  mp_Context->moveToThread(mp_Grabber.get());
-  mp_Surface->moveToThread(mp_Grabber.get());
   return true;
+}
+
+/// The objects stay on the application thread until nothing can go wrong any more: a thread that never runs could not
+/// give them back.
+bool VideoHandler::giveGLToGrabber() {
+  return WorkerDelegate::invokeSync(new FunctionDelegate([this] {
+    mp_Context->moveToThread(mp_Grabber.get());
+    mp_Surface->moveToThread(mp_Grabber.get());
+  }));
 }
 
 bool VideoHandler::makeContext() {
@@ -279,12 +283,15 @@ void VideoHandler::cleanUpGL() {
     }));
     return;
   }
-  if (mp_Context) mp_Context->doneCurrent();
-  if (mp_Surface) mp_Surface->destroy();
-  mp_Context.reset();
-  mp_Surface.reset();
+  if (!mp_Context) return;
+  // With their context current, or drivers keep what hangs on the framebuffer.
+  mp_Context->makeCurrent(mp_Surface.get());
   mp_Fbo.reset();
   mp_SceneDrawer.reset();
+  mp_Context->doneCurrent();
+  mp_Surface->destroy();
+  mp_Context.reset();
+  mp_Surface.reset();
 }
 
 void VideoHandler::finish() {

@@ -82,6 +82,7 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject {
   void readSettings();
   bool initGL();
   bool makeContext();
+  bool giveGLToGrabber();
   /// Returns when the OpenGL objects are released and the panel is let go.
   void releaseGL();
   void stopGrabber();

@@ -1,0 +1,112 @@
+// An encoder that writes nothing and remembers what it was given.
+#pragma once
+
+#include <QBuffer>
+#include <QByteArray>
+#include <QMutex>
+#include <QSemaphore>
+#include <atomic>
+#include <vector>
+
+#include "module_grab/video/encoder.h"
+#include "module_grab/video/videoencoder.h"
+
+namespace nubo::test {
+
+/// What a chunk was when it reached the encoder.
+struct EncodedChunk {
+  qint64 size = 0;
+  bool isNull = true;
+  bool isMemory = false;
+  bool last = false;
+};
+
+/// What all encoders of one extension met, and how they are to behave. Registered from construction on; the
+/// encoders must be gone before it is.
+class FakeEncoding {
+ public:
+  explicit FakeEncoding(const QString& extension) {
+    video()->registerEncoder(&FakeEncoding::create, extension, QStringLiteral("Fake video"), this);
+  }
+
+  std::atomic<bool> refuse{false};         ///< initEncoding fails
+  std::atomic<int> failAtChunk{-1};        ///< encodeChunk fails at the chunk of this number
+  std::atomic<QSemaphore*> gate{nullptr};  ///< a permit is taken for each chunk, so that a test can hold them up
+
+  std::atomic<int> width{0}, height{0}, fps{0}, bitrate{0};
+  std::atomic<int> finished{0}, aborted{0}, alive{0};
+
+  std::vector<EncodedChunk> chunks() const {
+    const QMutexLocker locker(&m_Mutex);
+    return m_Chunks;
+  }
+  int chunkCount() const { return int(chunks().size()); }
+  /// The raw frames of all chunks one after the other.
+  std::vector<QByteArray> frames() const {
+    const QMutexLocker locker(&m_Mutex);
+    std::vector<QByteArray> frames;
+    for (int at = 0, size = width * height * 4; size > 0 && at + size <= m_Bytes.size(); at += size)
+      frames.push_back(m_Bytes.mid(at, size));
+    return frames;
+  }
+  void clear() {
+    const QMutexLocker locker(&m_Mutex);
+    m_Chunks.clear();
+    m_Bytes.clear();
+    finished = aborted = 0;
+  }
+
+ private:
+  class FakeEncoder : public grab::video::Encoder {
+   public:
+    explicit FakeEncoder(FakeEncoding& encoding) : m_Encoding(encoding) { ++m_Encoding.alive; }
+    ~FakeEncoder() override { --m_Encoding.alive; }
+
+   protected:
+    bool initEncoding() override { return !m_Encoding.refuse; }
+    bool encodeChunk(QIODevice* chunk, bool last) override {
+      if (QSemaphore* gate = m_Encoding.gate) gate->acquire();
+      return m_Encoding.add(chunk, last);
+    }
+    void finishEncoding() override {
+      ++m_Encoding.finished;
+      if (m_Aborted) ++m_Encoding.aborted;
+      m_Encoding.takeParameters(m_Width, m_Height, m_Fps, m_Bitrate);
+    }
+
+   private:
+    FakeEncoding& m_Encoding;
+  };
+
+  static grab::video::VideoEncoder* video() { return grab::video::VideoEncoder::getInstance(); }
+  static grab::video::Encoder* create(void* encoding) { return new FakeEncoder(*static_cast<FakeEncoding*>(encoding)); }
+
+  bool add(QIODevice* chunk, bool last) {
+    EncodedChunk entry;
+    entry.last = last;
+    QByteArray bytes;
+    if (chunk) {
+      entry.isNull = false;
+      entry.size = chunk->size();
+      entry.isMemory = qobject_cast<QBuffer*>(chunk);
+      chunk->seek(0);
+      bytes = chunk->readAll();
+    }
+    const QMutexLocker locker(&m_Mutex);
+    m_Chunks.push_back(entry);
+    m_Bytes += bytes;
+    return int(m_Chunks.size()) - 1 != failAtChunk;
+  }
+  void takeParameters(int w, int h, int f, int b) {
+    width = w;
+    height = h;
+    fps = f;
+    bitrate = b;
+  }
+
+  mutable QMutex m_Mutex;
+  std::vector<EncodedChunk> m_Chunks;
+  QByteArray m_Bytes;
+};
+
+}  // namespace nubo::test
