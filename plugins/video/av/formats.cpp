@@ -21,7 +21,7 @@ const std::array<Format, 6> formats{{
     {"mkv", "Matroska video (FFV1, lossless with alpha)", "matroska", "", "ffv1", "level=3:slicecrc=1:g=1",
      "format=bgra", false, false, 0, nullptr},
     {"webm", "WebM video (VP9 with alpha)", "webm", "", "libvpx-vp9",
-     "deadline=good:cpu-used=5:row-mt=1:lag-in-frames=0:auto-alt-ref=0", NUBO_BT709_420 "yuva420p", true, false, 0,
+     "deadline=realtime:cpu-used=5:row-mt=1:lag-in-frames=0:auto-alt-ref=0", NUBO_BT709_420 "yuva420p", true, false, 0,
      nullptr},
     {"mov", "QuickTime video (ProRes 4444 with alpha)", "mov", "movflags=write_colr", "prores_ks",
      "profile=4444:vendor=apl0", NUBO_BT709 ",format=yuva444p10", false, false, 0, nullptr},
@@ -29,7 +29,7 @@ const std::array<Format, 6> formats{{
      &tagMpeg4Colours},
     {"gif", "Animated GIF", "gif", "", "gif", "",
      "format=bgr24,split[picture][copy];[copy]palettegen=stats_mode=single:reserve_transparent=0[palette];"
-     "[picture][palette]paletteuse=new=1:dither=bayer:bayer_scale=4",
+     "[picture][palette]paletteuse=new=1:dither=sierra2_4a",
      false, false, 100, nullptr},
 }};
 
