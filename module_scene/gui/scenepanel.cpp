@@ -75,7 +75,7 @@ void ScenePanel::paintGL() {
                  scene::SceneDrawer::ZFAR);
   glMatrixMode(GL_MODELVIEW);
   glLoadIdentity();
-  m_Drawer->glDraw(scene->getRootNode(), nullptr, getScaledTransformMatrix(), 0.0, AllLayers, AllKinds);
+  m_Drawer->glDraw(scene->getRootNode(), nullptr, getScaledTransformMatrix(), m_Detail, AllLayers, AllKinds);
 
   // The window is opaque where the drawer left coverage.
   glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_TRUE);

@@ -27,6 +27,9 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   void setCamera(const Camera& camera);
   /// Shows the whole scene at the angles as they are.
   void fit();
+  /// What a drawing may leave out (SceneDrawer::glDraw's `detail`); 0 draws everything.
+  void setDetail(double pixels) { m_Detail = pixels; }
+  double getDetail() const { return m_Detail; }
 
  signals:
   void cameraChanged();
@@ -40,6 +43,7 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
 
  private:
   Camera m_Camera;
+  double m_Detail = 0.0;
   std::unique_ptr<scene::SceneDrawer> m_Drawer;
   QPoint m_LastPosition;
 };
