@@ -70,7 +70,6 @@ QImage TextureLoader::readImage(const QString& name) {
 
 QImage TextureLoader::readFile(const QString& fileName, const QString& name) {
   QImageReader reader(fileName);
-  reader.setDecideFormatFromContent(true);
   QString error;
   const QImage image = readImageFrom(reader, &error);
   if (image.isNull()) m_Warnings << QStringLiteral("the texture '%1' cannot be read: %2").arg(name, error);
