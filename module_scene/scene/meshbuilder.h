@@ -10,7 +10,7 @@ namespace nubo::scene {
 
 /// Collects solids with one material in one geometry. Solids are closed and look outwards; all lengths
 /// are in the space of the element that takes the geometry.
-class MeshBuilder {
+class NUBO_MODULE_SCENE_EXPORT MeshBuilder {
  public:
   using Point2 = std::array<double, 2>;
 

@@ -1,5 +1,5 @@
 // Draws scenes the way modules do: into a framebuffer object, in a context of its own that shares with the
-// viewer's.
+// viewer's. Tests that use it link OpenGL::GL.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -121,29 +121,40 @@ class GlFixture : public ::testing::Test {
   }
 };
 
-/// How many pixels of two pictures of one size differ in any channel, and by how much at most.
+/// How two pictures of one size differ.
 struct Difference {
-  int count = 0;
-  int greatest = 0;
+  int rounded = 0;   ///< pixels that differ by 1 in any channel
+  int changed = 0;   ///< pixels that differ by more
+  int greatest = 0;  ///< of all channels
+  int edges = 0;     ///< pixels of the first picture that clearly differ from their right or lower neighbour
   QPoint first{-1, -1};
 };
 
+inline int distance(QRgb p, QRgb q) {
+  return std::max({std::abs(qRed(p) - qRed(q)), std::abs(qGreen(p) - qGreen(q)), std::abs(qBlue(p) - qBlue(q)),
+                   std::abs(qAlpha(p) - qAlpha(q))});
+}
+
 inline Difference compare(const QImage& a, const QImage& b) {
+  constexpr int Clear = 8;
   Difference result;
   for (int y = 0; y < a.height(); ++y)
     for (int x = 0; x < a.width(); ++x) {
-      const QRgb p = a.pixel(x, y), q = b.pixel(x, y);
-      if (p == q) continue;
-      if (result.count++ == 0) result.first = {x, y};
-      for (const int d : {qRed(p) - qRed(q), qGreen(p) - qGreen(q), qBlue(p) - qBlue(q), qAlpha(p) - qAlpha(q)})
-        result.greatest = std::max(result.greatest, std::abs(d));
+      const QRgb pixel = a.pixel(x, y);
+      result.edges += (x + 1 < a.width() && distance(pixel, a.pixel(x + 1, y)) > Clear) ||
+                      (y + 1 < a.height() && distance(pixel, a.pixel(x, y + 1)) > Clear);
+      const int d = distance(pixel, b.pixel(x, y));
+      if (d == 0) continue;
+      if (result.greatest == 0) result.first = {x, y};
+      result.greatest = std::max(result.greatest, d);
+      ++(d == 1 ? result.rounded : result.changed);
     }
   return result;
 }
 
 inline std::ostream& operator<<(std::ostream& out, const Difference& d) {
-  return out << d.count << " pixels differ, by up to " << d.greatest << ", the first at " << d.first.x() << ", "
-             << d.first.y();
+  return out << d.rounded << " pixels differ by 1, " << d.changed << " by up to " << d.greatest << ", beside "
+             << d.edges << " edge pixels; the first is " << d.first.x() << ", " << d.first.y();
 }
 
 }  // namespace nubo::test

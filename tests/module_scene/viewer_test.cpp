@@ -1,0 +1,164 @@
+#include "module_scene/gui/viewer.h"
+
+#include <gmock/gmock.h>
+
+#include "kernel/events/eventhandler.h"
+#include "kernel/events/eventmanager.h"
+#include "kernel/main/castclass.h"
+#include "module_scene/scene/builtinscene.h"
+
+namespace nubo::gui {
+namespace {
+
+TEST(Camera, FitShowsTheWholeBoxFromAllSidesAndNotMuchMore) {
+  const scene::BoundingBox box = [] {
+    scene::BoundingBox b;
+    b.add(math::Vector3{-10, 3, 100});
+    b.add(math::Vector3{30, 8, 107});
+    return b;
+  }();
+  struct Size {
+    int width, height;
+  };
+  for (const Size size : {Size{1600, 900}, Size{500, 900}, Size{100, 100}})
+    for (const double elevation : {-90.0, 0.0, 25.0, 90.0}) {
+      double farthest = 0;
+      for (double azimuth = 0; azimuth < 360; azimuth += 5) {
+        Camera camera;
+        camera.azimuth = azimuth;
+        camera.elevation = elevation;
+        camera.fit(box, size.width, size.height);
+        for (int corner = 0; corner < 8; ++corner) {
+          const auto eye = math::transformPoint(
+              camera.transform(), {corner & 1 ? box.max[0] : box.min[0], corner & 2 ? box.max[1] : box.min[1],
+                                   corner & 4 ? box.max[2] : box.min[2]});
+          const double slope = std::tan(22.5 * M_PI / 180);
+          farthest = std::max({farthest, std::abs(eye[1]) / -eye[2] / slope,
+                               std::abs(eye[0]) / -eye[2] / slope * size.height / size.width});
+          ASSERT_LT(eye[2], 0);
+        }
+      }
+      EXPECT_LT(farthest, 1.0) << size.width << " x " << size.height << " at " << elevation;
+      EXPECT_GT(farthest, 0.8) << size.width << " x " << size.height << " at " << elevation;
+    }
+}
+
+TEST(Camera, NamedViewsLookFromWhereTheySay) {
+  struct View {
+    const char* name;
+    math::Vector3 nearest;
+  };
+  for (const View& view :
+       {View{"front", {0, -1, 0}}, View{"back", {0, 1, 0}}, View{"left", {-1, 0, 0}}, View{"right", {1, 0, 0}},
+        View{"TOP", {0, 0, 1}}, View{"bottom", {0, 0, -1}}, View{"90,0", {1, 0, 0}}}) {
+    Camera camera;
+    ASSERT_TRUE(camera.setView(QString::fromLatin1(view.name))) << view.name;
+    EXPECT_NEAR(math::transformPoint(camera.transform(), view.nearest)[2], 1 - camera.distance, 1e-12) << view.name;
+  }
+  Camera front;
+  ASSERT_TRUE(front.setView(QStringLiteral("front")));
+  EXPECT_NEAR(math::transformPoint(front.transform(), {0, 0, 1})[1], 1, 1e-12) << "z is up";
+  EXPECT_NEAR(math::transformPoint(front.transform(), {1, 0, 0})[0], 1, 1e-12) << "and x to the right";
+  const Camera before = front;
+  for (const char* wrong : {"", "side", "1", "1,2,3", "1,x", "0,91", "nan,0", "0,nan"})
+    EXPECT_FALSE(front.setView(QString::fromLatin1(wrong))) << wrong;
+  EXPECT_EQ(front.transform(), before.transform());
+}
+
+TEST(Camera, PanMovesTheSceneAcrossTheViewByFractionsOfItsHeight) {
+  Camera camera;
+  camera.scale = 0.01;
+  const math::Vector3 center = camera.center;
+  camera.pan(0.25, -0.5);
+  const auto moved = math::transformPoint(camera.transform(), center);
+  const double height = 2 * camera.distance * std::tan(22.5 * M_PI / 180);
+  EXPECT_NEAR(moved[0], -0.25 * height, 1e-12);
+  EXPECT_NEAR(moved[1], 0.5 * height, 1e-12);
+}
+
+class ViewerTest : public ::testing::Test {
+ protected:
+  ViewerTest() {
+    const unsigned long type = events::EventHandler::getInstance()->addEvent("Scene", "SCENEPANEL_CHANGED");
+    events::EventManager::getInstance()->registerEventFunction(
+        type,
+        new events::EventManager::Function([this](const main::Event* event) { announced.append(event->first()); }),
+        this, nullptr);
+  }
+  ~ViewerTest() override { events::EventManager::getInstance()->unregisterAllEventFunctionsOf(this); }
+
+  Viewer viewer;
+  QList<QObject*> announced;
+};
+
+TEST_F(ViewerTest, AnnouncesActivePanelsAndTheirEnd) {
+  auto first = std::make_unique<ScenePanel>();
+  ScenePanel second;
+  EXPECT_THAT(viewer.getPanels(), testing::ElementsAre(first.get(), &second));
+  viewer.setActivePanel(first.get());
+  viewer.setActivePanel(first.get());
+  EXPECT_THAT(announced, testing::ElementsAre(first.get()));
+
+  int notices = 0;
+  QObject::connect(first.get(), &QObject::destroyed, [&](QObject* object) {
+    ++notices;
+    auto* panel = dynamic_cast<ScenePanel*>(object);  // null once its own destructor has ended
+    ASSERT_NE(panel, nullptr);
+    EXPECT_EQ(panel->getScaledTransformMatrix(), panel->getCamera().transform());
+  });
+  first.reset();
+  EXPECT_EQ(notices, 1);
+  EXPECT_EQ(viewer.getActivePanel(), nullptr);
+  EXPECT_THAT(viewer.getPanels(), testing::ElementsAre(&second));
+  EXPECT_EQ(announced.size(), 2);
+  EXPECT_EQ(announced.last(), nullptr);
+}
+
+TEST_F(ViewerTest, CastClassesReadMatricesAndNameButNeverDeletePanels) {
+  const auto castClassFor = [](const std::type_info& type) {
+    return util::YPointer<main::CastClass>(main::CastClassManager::getInstance()->createCastClassForType(&type));
+  };
+  const auto matrices = castClassFor(typeid(math::Matrix4));
+  ASSERT_TRUE(matrices);
+  const math::Matrix4 original = math::translation(0.1, -2, 1e-9) * math::rotation(1, {0, 0, 1});
+  auto* read = static_cast<math::Matrix4*>(matrices->fromString(matrices->toString(&original)));
+  EXPECT_EQ(*read, original);
+  EXPECT_EQ((*read)(0, 3), 0.1);
+  matrices->deleteValue(read);
+  for (const char* wrong : {"", "1 2 3", "1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 x", "nan 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1"})
+    EXPECT_THROW(matrices->fromString(QString::fromLatin1(wrong)), main::CastError) << wrong;
+
+  const auto panels = castClassFor(typeid(ScenePanel));
+  ASSERT_TRUE(panels);
+  EXPECT_THROW(panels->fromString(QString()), main::CastError);
+  ScenePanel panel;
+  panel.setObjectName(QStringLiteral("main"));
+  EXPECT_EQ(panels->fromString(QStringLiteral("main")), &panel);
+  EXPECT_THROW(panels->fromString(QStringLiteral("other")), main::CastError);
+  viewer.setActivePanel(&panel);
+  EXPECT_EQ(panels->fromString(QString()), &panel);
+  EXPECT_TRUE(panels->needsSpecialDeletion());
+  panels->deleteValue(&panel);
+  EXPECT_EQ(panels->toString(&panel), QStringLiteral("main"));
+}
+
+TEST_F(ViewerTest, PanelShowsTheSceneWithoutAWindow) {
+  viewer.getGlobalScene()->setRootNode(scene::createBuiltinScene());
+  viewer.getGlobalScene()->setBackgroundColor(QColor(10, 200, 30));
+  ScenePanel panel;
+  panel.resize(320, 180);
+  panel.fit();
+  const QImage picture = panel.grabFramebuffer();
+  ASSERT_EQ(picture.size(), panel.size());
+  EXPECT_EQ(picture.pixelColor(2, 2), QColor(10, 200, 30));
+  int covered = 0;
+  for (int y = 0; y < picture.height(); ++y)
+    for (int x = 0; x < picture.width(); ++x) {
+      ASSERT_EQ(qAlpha(picture.pixel(x, y)), 255) << x << ", " << y;
+      covered += picture.pixelColor(x, y) != QColor(10, 200, 30);
+    }
+  EXPECT_GT(covered, picture.width() * picture.height() / 10);
+}
+
+}  // namespace
+}  // namespace nubo::gui
