@@ -7,6 +7,7 @@
 
 #include "kernel/main/modulemanager.h"
 #include "kernel/util/delegate.h"
+#include "module_scene/scene/builtinanimation.h"
 #include "module_scene/scene/builtinscene.h"
 #include "module_trajectory/trajectory.h"
 #include "nubo/report.h"
@@ -20,6 +21,7 @@ io::ImportResult readScene(const QString& scene) {
   if (scene != BuiltinScene) return io::importFile(scene);
   io::ImportResult result;
   result.root = scene::createBuiltinScene();
+  result.animations = {scene::createBuiltinAnimation(*result.root)};
   return result;
 }
 
