@@ -126,6 +126,7 @@ struct Difference {
   int rounded = 0;   ///< pixels that differ by 1 in any channel
   int changed = 0;   ///< pixels that differ by more
   int greatest = 0;  ///< of all channels
+  int covered = 0;   ///< pixels of the first picture that show more than background
   int edges = 0;     ///< pixels of the first picture that clearly differ from their right or lower neighbour
   QPoint first{-1, -1};
 };
@@ -141,6 +142,7 @@ inline Difference compare(const QImage& a, const QImage& b) {
   for (int y = 0; y < a.height(); ++y)
     for (int x = 0; x < a.width(); ++x) {
       const QRgb pixel = a.pixel(x, y);
+      result.covered += qAlpha(pixel) > 0;
       result.edges += (x + 1 < a.width() && distance(pixel, a.pixel(x + 1, y)) > Clear) ||
                       (y + 1 < a.height() && distance(pixel, a.pixel(x, y + 1)) > Clear);
       const int d = distance(pixel, b.pixel(x, y));
