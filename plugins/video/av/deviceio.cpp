@@ -38,6 +38,11 @@ void DeviceIo::flush() {
   checkWritten();
 }
 
+void DeviceIo::discard() {
+  mp_Device = nullptr;
+  mp_Context->error = 0;
+}
+
 void DeviceIo::checkWritten() const {
   if (!m_Failure.isEmpty()) throw Error(QStringLiteral("Couldn't write the video: %1").arg(m_Failure));
   check(mp_Context->error, "Couldn't write the video");
@@ -51,6 +56,7 @@ int DeviceIo::read(void* self, unsigned char* data, int size) {
 
 int DeviceIo::write(void* self, unsigned char* data, int size) {
   auto* io = static_cast<DeviceIo*>(self);
+  if (!io->mp_Device) return size;
   for (int written = 0; written < size;) {
     const qint64 count = io->mp_Device->write(reinterpret_cast<const char*>(data) + written, size - written);
     if (count <= 0) return io->writeFailed();
@@ -67,6 +73,7 @@ int DeviceIo::writeFailed() {
 
 std::int64_t DeviceIo::seek(void* self, std::int64_t offset, int whence) {
   auto* device = static_cast<DeviceIo*>(self)->mp_Device;
+  if (!device) return offset;
   if (whence & AVSEEK_SIZE) return device->size();
   if ((whence & ~AVSEEK_FORCE) != SEEK_SET) return AVERROR(EINVAL);  // libavformat translates the others
   return device->seek(offset) ? offset : AVERROR(EIO);

@@ -23,6 +23,8 @@ class DeviceIo {
   AVIOContext* context() const { return mp_Context; }
   /// Writes what FFmpeg and the device hold in buffers. Throws Error.
   void flush();
+  /// From now on, what is written is dropped and the device left alone.
+  void discard();
   /// Throws Error with the device's own text if a write failed since construction.
   void checkWritten() const;
 
@@ -33,7 +35,7 @@ class DeviceIo {
 
   int writeFailed();
 
-  QIODevice* mp_Device;
+  QIODevice* mp_Device;  ///< null when discarding
   AVIOContext* mp_Context;
   QString m_Failure;
 };

@@ -26,6 +26,13 @@ Muxer::Muxer(QIODevice* device, const char* format, const char* options, const A
   settings.checkAllUsed();
 }
 
+Muxer::~Muxer() {
+  if (m_Finished) return;
+  // Some containers' writers let go of their last frame only when they write the end of the file.
+  m_Io.discard();
+  av_write_trailer(m_Format.get());
+}
+
 void Muxer::write(AVPacket* packet, AVRational timeBase) {
   packet->stream_index = 0;
   av_packet_rescale_ts(packet, timeBase, m_Format->streams[0]->time_base);
@@ -41,6 +48,7 @@ void Muxer::flush() {
 }
 
 void Muxer::finish() {
+  m_Finished = true;
   const int result = av_write_trailer(m_Format.get());
   m_Io.flush();
   check(result, action);

@@ -11,6 +11,10 @@ class Muxer {
   /// Writes the beginning of the file; a muxer deleted before finish leaves it as it is then. `format` is FFmpeg's name
   /// of the container; the device outlives this. Throws Error, as do all members.
   Muxer(QIODevice* device, const char* format, const char* options, const AVCodecParameters& parameters, int fps);
+  ~Muxer();
+  Muxer(const Muxer&) = delete;
+  Muxer& operator=(const Muxer&) = delete;
+
   /// Takes the packet's contents. `timeBase` is the unit of its times.
   void write(AVPacket* packet, AVRational timeBase);
   /// Brings everything written so far into the file; a fragmented file gets the end of a fragment.
@@ -21,6 +25,7 @@ class Muxer {
  private:
   DeviceIo m_Io;
   OutputFormat m_Format;
+  bool m_Finished = false;
 };
 
 /// True if the codec's headers belong into the container's header.
