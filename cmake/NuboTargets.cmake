@@ -21,7 +21,9 @@ set(NUBO_LIB_DIR ${PROJECT_BINARY_DIR}/lib)
 
 find_program(NUBO_CCACHE ccache)
 if(NUBO_CCACHE)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${NUBO_CCACHE})
+  # Results are found again from a checkout in another folder too.
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1
+    ${NUBO_CCACHE})
 endif()
 
 add_library(nubo_options INTERFACE)
