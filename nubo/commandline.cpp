@@ -145,6 +145,10 @@ void readArguments(const QStringList& words, CommandLine& line) {
   }
 }
 
+bool looksLikeScene(const QString& word) {
+  return word == BuiltinScene || QFileInfo(word).exists() || word.contains('.') || word.contains('/');
+}
+
 }  // namespace
 
 CommandLine parseCommandLine(const QStringList& words) {
@@ -170,12 +174,16 @@ CommandLine parseCommandLine(const QStringList& words) {
   return line;
 }
 
+bool wantsWindow(const CommandLine& line) {
+  const bool asks = line.help || line.version || line.listCommands || line.commandHelp;
+  const bool isSingle = line.scene.isEmpty() && line.arguments.isEmpty();
+  return !asks && (line.command.isEmpty() || (isSingle && looksLikeScene(line.command)));
+}
+
 void settleCommand(CommandLine& line, const QStringList& commands) {
   if (line.command.isEmpty() || commands.contains(line.command)) return;
   const bool single = line.scene.isEmpty();
-  const bool isScene = single && (line.command == BuiltinScene || QFileInfo(line.command).exists() ||
-                                  line.command.contains('.') || line.command.contains('/'));
-  if (!isScene) {
+  if (!single || !looksLikeScene(line.command)) {
     line.error = QStringLiteral("%1: unknown command").arg(line.command) + suggestion(line.command, commands);
     return;
   }
@@ -193,8 +201,8 @@ QString helpText() {
   QCommandLineParser parser;
   parser.addOptions(ownOptions());
   const QString introduction = QStringLiteral(
-      "Usage: nubo [options] [SCENE] COMMAND [--PARAMETER VALUE ...]\n\n"
-      "Runs a command on a scene, without a window.\n"
+      "Usage: nubo [options] [SCENE] [COMMAND [--PARAMETER VALUE ...]]\n\n"
+      "Shows a scene in a window or, with a COMMAND, runs that on the scene without a window.\n"
       "SCENE is a model file (glTF, OBJ, STL, PLY, 3DS, COLLADA, FBX, ...) or \"%1\",\n"
       "the built-in scene, which is also what commands get without a SCENE.\n"
       "\"nubo --list-commands\" lists the commands, \"nubo COMMAND --help\" their parameters.\n"

@@ -46,6 +46,9 @@ extern const QString BuiltinScene;
 [[nodiscard]] CommandLine parseCommandLine(const QStringList& words);
 /// Decides whether a single word was a scene or a command, and refuses unknown commands.
 void settleCommand(CommandLine& line, const QStringList& commands);
+/// Whether the call asks for a window: it names no command, and nothing to be answered on the terminal. Before
+/// settleCommand, when modules are not loaded yet.
+[[nodiscard]] bool wantsWindow(const CommandLine& line);
 /// The text of --help.
 QString helpText();
 

@@ -16,6 +16,7 @@
 #include "nubo/report.h"
 #include "nubo/session.h"
 #include "nubo/terminalprogress.h"
+#include "nubo/window/application.h"
 
 namespace {
 
@@ -90,7 +91,7 @@ ExitStatus runSession(CommandLine& line, const QString& noOpenGL) {
   TerminalProgress& progress = *shown;
   Report report(line.verbosity, progress);
   const bool asks = line.version || line.listCommands || line.commandHelp;
-  Session session(line.settingsFile, asks ? QString() : line.scene, report);
+  Session session(line.settingsFile, asks || line.command.isEmpty() ? QString() : line.scene, report);
   settleCommand(line, main::CommandManager::getInstance()->names());
   if (!line.error.isEmpty()) return refuse(report, line.error, session);
 
@@ -101,7 +102,7 @@ ExitStatus runSession(CommandLine& line, const QString& noOpenGL) {
       for (const QString& failure : report.takeFailures()) report.note(failure);
     return Done;
   }
-  if (line.command.isEmpty()) return refuse(report, "no command was given; see nubo --help", session);
+  if (line.command.isEmpty()) return ExitStatus(window::runWindow(session.processor(), line, report.takeFailures()));
   return runCommand(session, line, noOpenGL, report, progress);
 }
 
@@ -118,8 +119,16 @@ int main(int argc, char** argv) {
   QCoreApplication::setApplicationName("nubo");
   QCoreApplication::setApplicationVersion(NUBO_VERSION);
   QCoreApplication::addLibraryPath(QFileInfo(QFile::symLinkTarget("/proc/self/exe")).path() + "/plugins");
-  const QString noOpenGL = choosePlatform();
+  const bool hasWindow = wantsWindow(line);
+  if (const QString error = hasWindow ? checkDisplay() : QString(); !error.isEmpty()) {
+    std::fprintf(stderr, "nubo: %s\n", qPrintable(error));
+    return WrongCall;
+  }
+  const QString noOpenGL = hasWindow ? QString() : choosePlatform();
+  QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, hasWindow);
+  QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
   int noArguments = 1;
   const QApplication application(noArguments, argv);
+  if (hasWindow) window::installTranslations();
   return runSession(line, noOpenGL);
 }

@@ -34,4 +34,14 @@ QString choosePlatform() {
   return egl.isValid() || useX ? QString() : egl.error() + ", or set DISPLAY to an X display";
 }
 
+QString checkDisplay() {
+  const bool isChosen = !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+  if (isChosen || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") || hasXDisplay()) return QString();
+  if (qEnvironmentVariableIsEmpty("DISPLAY"))
+    return QStringLiteral(
+        "a window needs a display, and neither DISPLAY nor WAYLAND_DISPLAY names one; "
+        "without a window, give a command (see nubo --help)");
+  return QStringLiteral("the display %1 cannot be reached").arg(qEnvironmentVariable("DISPLAY"));
+}
+
 }  // namespace nubo::app

@@ -10,4 +10,8 @@ namespace nubo::app {
 /// what to install where OpenGL is not to be had; the program runs then, but cannot draw.
 QString choosePlatform();
 
+/// The same for a run with a window: leaves the choice to Qt. The empty text, or one line that says that there is no
+/// display to be reached; Qt would end the program then.
+QString checkDisplay();
+
 }  // namespace nubo::app

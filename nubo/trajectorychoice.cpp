@@ -55,10 +55,12 @@ QString selectMatrices(std::unique_ptr<AdvancedTrajectoryInfo> info, const Range
 
 }  // namespace
 
+int playingRate() { return main::nuboSettings()->value("settings/grabvideofps", "25").toInt(); }
+
 QString chooseTrajectory(const CommandLine& line, const std::vector<scene::Animation>& animations) {
   if (!line.trajectory.isEmpty()) return selectPoints(line.trajectory, line.steps);
   constexpr int TurnSeconds = 10;
-  const int rate = main::nuboSettings()->value("settings/grabvideofps", "25").toInt();
+  const int rate = playingRate();
   std::unique_ptr<AdvancedTrajectoryInfo> info;
   if (!line.turntable && !animations.empty()) {
     QString error;

@@ -9,6 +9,9 @@
 
 namespace nubo::app {
 
+/// Steps a second at which trajectories are played: the frame rate of the video settings.
+int playingRate();
+
 /// Selects the trajectory that the options name, else the scene's own animations, sampled at the frame rate of the
 /// video settings, else a turntable of ten seconds; only the steps asked for, at whose first the scene then stands.
 /// The scene is in place; application thread. The empty text, or one line that says what is wrong.

@@ -112,7 +112,7 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
       {"grabimage --filename a.png --widht 64", 2, "did you mean \"--width\"?"},
       {"grabimagee --filename a.png", 2, "did you mean \"grabimage\"?"},
       {"--siez 3x3 grabimage --filename a.png", 2, "did you mean \"--size\"?"},
-      {"builtin", 2, "no command was given"},
+      {"builtin", 2, "a window needs a display"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.line);

@@ -1,0 +1,49 @@
+#include "nubo/window/aboutdialog.h"
+
+#include <QCoreApplication>
+#include <QDialogButtonBox>
+#include <QHeaderView>
+#include <QLabel>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+#include "kernel/main/modulemanager.h"
+
+namespace nubo::window {
+
+AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
+  setObjectName(QStringLiteral("about"));
+  setWindowTitle(tr("About nubo"));
+  auto* text = new QLabel(tr("<h2>nubo %1</h2><p>Shows 3-D models and takes pictures and videos of them, at any "
+                             "size.</p><p>Built on Qt %2.</p>")
+                              .arg(QCoreApplication::applicationVersion(), QString::fromLatin1(qVersion())));
+  auto* tree = new QTreeWidget;
+  tree->setHeaderLabels({tr("Module or Library"), tr("Version"), tr("Licence"), tr("Where From")});
+  tree->setAccessibleName(tr("Modules and libraries"));
+  addModules(tree);
+  tree->expandAll();
+  for (int column = 0; column < 3; ++column) tree->resizeColumnToContents(column);
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(text);
+  layout->addWidget(tree);
+  layout->addWidget(buttons);
+  resize(680, 420);
+}
+
+void AboutDialog::addModules(QTreeWidget* tree) const {
+  const main::ModuleManager* modules = main::ModuleManager::getInstance();
+  for (const QString& name : modules->names()) {
+    main::InformationObject* information = modules->getModule(name)->getInformationObject();
+    auto* module = new QTreeWidgetItem(tree, {tr("Module %1").arg(name)});
+    module->setIcon(0, information->getIcon());
+    module->setText(3, information->getHomepage().toString());
+    auto* description = new QTreeWidgetItem(module, {information->getDescription()});
+    description->setFirstColumnSpanned(true);
+    for (const main::ThirdPartyInfos& library : *information->getAdditionalInformations())
+      new QTreeWidgetItem(module, {library.name, library.version, library.licence, library.url});
+  }
+}
+
+}  // namespace nubo::window

@@ -1,0 +1,44 @@
+#include "nubo/window/appearance.h"
+
+#include <QApplication>
+#include <QPalette>
+#include <QStyle>
+
+namespace nubo::window {
+
+namespace {
+
+QPalette palette(const QColor& window, const QColor& base, const QColor& text, const QColor& highlight) {
+  QPalette palette(text, window, window.lighter(130), window.darker(160), window.darker(125), text, Qt::white, base,
+                   window);
+  palette.setColor(QPalette::AlternateBase, base.value() < 128 ? base.lighter(120) : base.darker(104));
+  palette.setColor(QPalette::Highlight, highlight);
+  palette.setColor(QPalette::HighlightedText, Qt::white);
+  palette.setColor(QPalette::ToolTipBase, base);
+  palette.setColor(QPalette::ToolTipText, text);
+  palette.setColor(QPalette::Link, base.value() < 128 ? highlight.lighter(150) : highlight);
+  QColor faint = text;
+  faint.setAlpha(110);
+  for (const QPalette::ColorRole role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText})
+    palette.setColor(QPalette::Disabled, role, faint);
+  palette.setColor(QPalette::PlaceholderText, faint);
+  return palette;
+}
+
+}  // namespace
+
+QStringList appearances() { return {QStringLiteral("system"), QStringLiteral("light"), QStringLiteral("dark")}; }
+
+void applyAppearance(const QString& name) {
+  const QColor highlight(0x2a, 0x72, 0xc8);
+  if (name == QLatin1String("dark"))
+    QApplication::setPalette(
+        palette(QColor(0x2e, 0x31, 0x36), QColor(0x22, 0x24, 0x28), QColor(0xe4, 0xe6, 0xea), highlight));
+  else if (name == QLatin1String("light"))
+    QApplication::setPalette(
+        palette(QColor(0xef, 0xf0, 0xf1), QColor(0xff, 0xff, 0xff), QColor(0x1e, 0x20, 0x24), highlight));
+  else
+    QApplication::setPalette(QPalette());
+}
+
+}  // namespace nubo::window

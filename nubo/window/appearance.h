@@ -1,0 +1,14 @@
+// Light or dark.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace nubo::window {
+
+/// "system", "light" and "dark".
+QStringList appearances();
+/// Gives the application the palette of that name; the system's for an unknown one. Application thread.
+void applyAppearance(const QString& name);
+
+}  // namespace nubo::window

@@ -1,0 +1,51 @@
+#include "nubo/window/application.h"
+
+#include <QApplication>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QSettings>
+#include <QTranslator>
+#include <cstdlib>
+
+#include "kernel/main/overseer.h"
+#include "nubo/interrupt.h"
+#include "nubo/window/mainwindow.h"
+
+// Qt's resource macros declare functions, which must lie outside of namespaces.
+static void initResources() { Q_INIT_RESOURCE(translations); }
+
+namespace nubo::window {
+
+namespace {
+
+void install(const QString& name, const QString& directory) {
+  auto* translator = new QTranslator(qApp);
+  if (translator->load(QLocale(), name, QStringLiteral("_"), directory))
+    QCoreApplication::installTranslator(translator);
+}
+
+}  // namespace
+
+void installTranslations() {
+  initResources();
+  install(QStringLiteral("qtbase"), QLibraryInfo::location(QLibraryInfo::TranslationsPath));
+  install(QStringLiteral("nubo"), QStringLiteral(":/translations"));
+}
+
+int runWindow(main::CommandProcessor& processor, const app::CommandLine& line, const QStringList& failures) {
+  MainWindow window(processor);
+  window.show();
+  window.showFailures(failures);
+  window.open(line);
+  const app::Interrupt interrupt;
+  QObject::connect(&interrupt, &app::Interrupt::interrupted, &window, &QCoreApplication::quit);
+  const int status = QCoreApplication::exec();
+  window.hide();
+  processor.shutDown();
+  if (!window.isLoading()) return status;
+  // A large scene that is still being read for nothing is not worth waiting for.
+  main::nuboSettings()->sync();
+  std::_Exit(status);
+}
+
+}  // namespace nubo::window

@@ -1,0 +1,82 @@
+#include "nubo/window/messagebar.h"
+
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QToolButton>
+
+#include "nubo/window/colors.h"
+#include "nubo/window/icons.h"
+
+namespace nubo::window {
+
+MessageBar::MessageBar(QWidget* below) : QFrame(below), mp_Text(new QLabel) {
+  setObjectName(QStringLiteral("messageBar"));
+  setFrameShape(QFrame::StyledPanel);
+  setAutoFillBackground(true);
+  mp_Text->setWordWrap(true);
+  mp_Text->setTextFormat(Qt::PlainText);
+  mp_Text->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  auto* log = new QPushButton(tr("Show &Log"));
+  connect(log, &QPushButton::clicked, this, &MessageBar::logRequested);
+  auto* close = new QToolButton;
+  close->setIcon(makeIcon(Icon::Close));
+  close->setToolTip(tr("Close this message"));
+  close->setAccessibleName(tr("Close this message"));
+  close->setShortcut(Qt::Key_Escape);
+  close->setAutoRaise(true);
+  connect(close, &QToolButton::clicked, this, &MessageBar::dismiss);
+  auto* layout = new QHBoxLayout(this);
+  layout->setContentsMargins(10, 4, 6, 4);
+  layout->addWidget(mp_Text, 1);
+  layout->addWidget(log);
+  layout->addWidget(close);
+  below->installEventFilter(this);
+  hide();
+}
+
+void MessageBar::showFailure(const QString& text) {
+  if (!isVisibleTo(parentWidget())) m_Failures = 0;
+  if (m_Failures++ == 0) m_First = text;
+  display(m_Failures == 1 ? m_First : tr("%1 (and %n more)", "", m_Failures - 1).arg(m_First), true);
+}
+
+void MessageBar::showNotice(const QString& text) {
+  if (m_Failures == 0) display(text, false);
+}
+
+QString MessageBar::text() const { return isVisibleTo(parentWidget()) ? mp_Text->text() : QString(); }
+
+void MessageBar::display(const QString& text, bool isFailure) {
+  QPalette colors = parentWidget()->palette();
+  colors.setColor(QPalette::Window, isFailure ? failureBackground(colors) : noticeBackground(colors));
+  setPalette(colors);
+  mp_Text->setText(text);
+  show();
+  place();
+  raise();
+}
+
+void MessageBar::place() {
+  const int width = parentWidget()->width();
+  const int height = qMax(sizeHint().height(), layout()->heightForWidth(width));
+  setGeometry(0, 0, width, height);
+}
+
+void MessageBar::dismiss() {
+  m_Failures = 0;
+  hide();
+}
+
+bool MessageBar::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::Resize && isVisible()) place();
+  return QFrame::eventFilter(watched, event);
+}
+
+void MessageBar::changeEvent(QEvent* event) {
+  QFrame::changeEvent(event);
+  if (event->type() == QEvent::ApplicationPaletteChange && isVisible()) display(mp_Text->text(), m_Failures > 0);
+}
+
+}  // namespace nubo::window

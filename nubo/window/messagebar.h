@@ -1,0 +1,43 @@
+// Tells the user what went wrong, where the user looks.
+#pragma once
+
+#include <QFrame>
+
+QT_BEGIN_NAMESPACE
+class QLabel;
+QT_END_NAMESPACE
+
+namespace nubo::window {
+
+/// A bar over the upper edge of another widget, which keeps its size: views must not change theirs because of a
+/// message. Application thread.
+class MessageBar : public QFrame {
+  Q_OBJECT
+ public:
+  explicit MessageBar(QWidget* below);
+
+  /// Shows a failure; several that come together are counted, and the first is shown.
+  void showFailure(const QString& text);
+  /// Shows something worth knowing, unless a failure stands there.
+  void showNotice(const QString& text);
+  QString text() const;
+
+ signals:
+  /// The user wants to see the log.
+  void logRequested();
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+  void changeEvent(QEvent* event) override;
+
+ private:
+  void display(const QString& text, bool isFailure);
+  void place();
+  void dismiss();
+
+  QLabel* mp_Text;
+  QString m_First;
+  int m_Failures = 0;
+};
+
+}  // namespace nubo::window

@@ -1,0 +1,23 @@
+#include "nubo/window/runningcommand.h"
+
+namespace nubo::window {
+
+RunningCommand::RunningCommand(main::Command& command, const QString& title, gui::ScenePanel* panel, QObject* parent)
+    : QObject(parent),
+      mp_Command(&command),
+      mp_Monitor(command.monitor()),
+      m_Title(title),
+      mp_Panel(panel),
+      m_Abortable(command.isAbortable()) {
+  connect(mp_Monitor, &main::CommandMonitor::textChanged, this, &RunningCommand::textChanged, Qt::QueuedConnection);
+  connect(mp_Monitor, &main::CommandMonitor::processedChanged, this, &RunningCommand::percentChanged,
+          Qt::QueuedConnection);
+  connect(mp_Monitor, &main::CommandMonitor::finished, this, &RunningCommand::finished, Qt::QueuedConnection);
+}
+
+/// The processor deletes commands on the application thread, so that this one cannot go meanwhile.
+void RunningCommand::abort() {
+  if (mp_Monitor && m_Abortable) mp_Command->abort();
+}
+
+}  // namespace nubo::window

@@ -1,0 +1,39 @@
+// One command that runs for the window.
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+
+#include "kernel/main/command.h"
+#include "module_scene/gui/scenepanel.h"
+
+namespace nubo::window {
+
+/// Follows a command from its start to its end, on the application thread, whatever thread the command reports on.
+class RunningCommand : public QObject {
+  Q_OBJECT
+ public:
+  /// `panel` was the active one at the start. The command may be deleted once its monitor has finished.
+  RunningCommand(main::Command& command, const QString& title, gui::ScenePanel* panel, QObject* parent);
+
+  const QString& title() const { return m_Title; }
+  const main::Command* command() const { return mp_Command; }
+  gui::ScenePanel* panel() const { return mp_Panel; }
+  bool isAbortable() const { return m_Abortable; }
+  void abort();
+
+ signals:
+  void textChanged(const QString& text);
+  /// 0 to 100, or -1 while it is not known.
+  void percentChanged(int percent);
+  void finished();
+
+ private:
+  main::Command* mp_Command;
+  QPointer<main::CommandMonitor> mp_Monitor;  ///< null when the command is gone
+  QString m_Title;
+  QPointer<gui::ScenePanel> mp_Panel;
+  bool m_Abortable;
+};
+
+}  // namespace nubo::window

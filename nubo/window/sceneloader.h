@@ -1,0 +1,40 @@
+// Reads model files without keeping the window waiting.
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+#include <memory>
+#include <thread>
+
+#include "module_scene/io/importer.h"
+
+namespace nubo::window {
+
+/// Reads on a thread of its own. Used on the application thread.
+class SceneLoader : public QObject {
+  Q_OBJECT
+ public:
+  explicit SceneLoader(QObject* parent = nullptr);
+  /// Waits for the file that is being read.
+  ~SceneLoader() override;
+
+  /// Reads the files into one scene. What is being read meanwhile is dropped when it comes.
+  void load(const QStringList& files);
+  bool isLoading() const { return m_Thread.joinable(); }
+  static bool isBuiltin(const QString& file);
+
+ signals:
+  void started(const QStringList& files);
+  /// Some files may be missing from the root, each with a line in the warnings; without any there is no root, and
+  /// the error says why.
+  void finished(const QStringList& files, const nubo::io::ImportResult& result);
+
+ private:
+  void startNext();
+  void end(const QStringList& files, const std::shared_ptr<io::ImportResult>& result);
+
+  std::thread m_Thread;
+  QStringList m_Next;  ///< to be read when the present ones are done with
+};
+
+}  // namespace nubo::window

@@ -1,0 +1,86 @@
+// Plays the trajectory.
+#pragma once
+
+#include <QTimer>
+#include <QToolBar>
+#include <vector>
+
+#include "module_scene/scene/animation.h"
+#include "nubo/commandline.h"
+
+QT_BEGIN_NAMESPACE
+class QComboBox;
+class QLabel;
+class QSlider;
+QT_END_NAMESPACE
+
+namespace nubo::window {
+
+class CommandRunner;
+class SceneChanger;
+
+/// Chooses the trajectory and moves the scene along it. While commands run, the trajectory stays the same; where one
+/// of them moves the scene itself, the bar only shows how far it is. Application thread.
+class TrajectoryBar : public QToolBar {
+  Q_OBJECT
+ public:
+  TrajectoryBar(SceneChanger& changer, CommandRunner& runner, QWidget* parent);
+
+  /// For a new scene: the trajectory that `line` asks for, else the scene's own animations, else a turntable. Empty,
+  /// or why that is not to be had. No command may be running.
+  [[nodiscard]] QString setScene(const std::vector<scene::Animation>& animations, const app::CommandLine& line);
+  /// Before the scene is replaced. No command may be running.
+  void clear();
+  /// The actions for a menu.
+  const QList<QAction*>& controls() const { return m_Controls; }
+
+ signals:
+  /// The scene was moved, by whomever.
+  void moved();
+  /// Elements came to the scene or left it.
+  void sceneChanged();
+  void failed(const QString& text);
+
+ private:
+  enum Mode { Turntable, Animation, PointFile, Still };
+
+  QAction* addControl(const QIcon& icon, const QString& text, const QKeySequence& key, void (TrajectoryBar::*slot)());
+  void addWidgets();
+  void fillModes();
+  void chooseMode(int index);
+  QString select(Mode mode);
+  void removeMarkers();
+  void showMode(Mode mode);
+
+  void togglePlaying();
+  void stop();
+  void toFirst() { go(0); }
+  void toLast() { go(count() - 1); }
+  void stepBack() { go(m_Position - 1); }
+  void stepForward() { go(m_Position + 1); }
+  void playOn();
+  void go(int step);
+  void look();
+  void show();
+  void commandsChanged();
+  void updateEnabled();
+  static int count();
+  static int position();
+
+  SceneChanger& m_Changer;
+  CommandRunner& m_Runner;
+  std::vector<scene::Animation> m_Animations;
+  QString m_PointFile;
+  QList<QAction*> m_Controls;
+  QAction* mp_Play;
+  QComboBox* mp_Modes;
+  QSlider* mp_Slider;
+  QLabel* mp_Steps;
+  QTimer m_Player;
+  QTimer m_Look;
+  int m_Position = 0;     ///< where the scene is, or soon will be
+  bool m_Driven = false;  ///< a command moves the scene
+  Mode m_Mode = Still;
+};
+
+}  // namespace nubo::window

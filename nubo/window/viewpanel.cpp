@@ -1,0 +1,211 @@
+#include "nubo/window/viewpanel.h"
+
+#include <QKeyEvent>
+#include <QOpenGLFunctions>
+#include <QPainter>
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <optional>
+
+#include "module_scene/gui/viewer.h"
+
+namespace nubo::window {
+
+namespace {
+
+constexpr int RestMs = 250;
+constexpr qint64 SmoothMs = 30;  // a frame that takes longer makes turning jerky
+constexpr double LeastDetail = 4, MostDetail = 128;
+constexpr double OrbitStep = 5, PanStep = 0.05, ZoomStep = 1.15;
+
+/// Where a point of eye space lies in a panel; nothing behind the eye.
+std::optional<QPointF> project(const math::Vector3& eye, const QSize& size) {
+  constexpr double HalfOpening = 0.39269908169872414;  // 22.5 degrees
+  if (eye[2] > -0.01) return std::nullopt;
+  const double unit = 0.5 * size.height() / (std::tan(HalfOpening) * -eye[2]);
+  return QPointF(0.5 * size.width() + eye[0] * unit, 0.5 * size.height() - eye[1] * unit);
+}
+
+}  // namespace
+
+ViewPanel::ViewPanel(QWidget* parent) : ScenePanel(parent) {
+  setAccessibleName(tr("3-D view"));
+  m_Rest.setSingleShot(true);
+  connect(&m_Rest, &QTimer::timeout, this, [this] {
+    setDetail(0);
+    update();
+  });
+  connect(this, &ScenePanel::cameraChanged, this, &ViewPanel::beginMoving);
+}
+
+void ViewPanel::setSelection(const util::YPointer<scene::SceneElement>& element) {
+  m_Selection = element;
+  update();
+}
+
+void ViewPanel::showView(const QString& name) {
+  gui::Camera camera = getCamera();
+  if (!camera.setView(name)) return;
+  setCamera(camera);
+  fit();
+}
+
+void ViewPanel::fitSelection() {
+  scene::BoundingBox box;
+  {
+    const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
+    if (m_Selection) {
+      const scene::SceneElement* parent = m_Selection->getParent();
+      box = m_Selection->getBoundingBox().transformed(parent ? parent->getGlobalTransform() : math::Matrix4());
+    }
+  }
+  if (box.isEmpty()) return fit();
+  gui::Camera camera = getCamera();
+  camera.fit(box, width(), height());
+  setCamera(camera);
+}
+
+void ViewPanel::zoom(double factor) {
+  gui::Camera camera = getCamera();
+  camera.zoom(factor);
+  setCamera(camera);
+}
+
+void ViewPanel::beginMoving() {
+  if (m_WholeTime > SmoothMs) setDetail(m_MovingDetail);
+  m_Rest.start(RestMs);
+}
+
+void ViewPanel::paintGL() {
+  QElapsedTimer timer;
+  timer.start();
+  ScenePanel::paintGL();
+  context()->functions()->glFinish();  // or only the asking for it would be measured
+  adaptDetail(timer.elapsed());
+  paintOver();
+}
+
+void ViewPanel::adaptDetail(qint64 frameTime) {
+  if (getDetail() == 0) {
+    m_WholeTime = frameTime;
+    m_MovingDetail = std::clamp(m_MovingDetail, LeastDetail, MostDetail);
+  } else if (frameTime > SmoothMs) {
+    m_MovingDetail = std::min(2 * m_MovingDetail, MostDetail);
+  } else if (2 * frameTime < SmoothMs) {
+    m_MovingDetail = std::max(m_MovingDetail / 2, LeastDetail);
+  }
+}
+
+void ViewPanel::paintOver() {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  paintSelection(painter);
+  paintAxes(painter);
+  if (!isShownAsActive()) return;
+  painter.setRenderHint(QPainter::Antialiasing, false);
+  painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
+  painter.drawRect(rect().adjusted(1, 1, -1, -1));
+}
+
+bool ViewPanel::isShownAsActive() const {
+  const gui::Viewer* viewer = gui::Viewer::getInstance();
+  return viewer && viewer->getActivePanel() == this && viewer->getPanels().size() > 1;
+}
+
+void ViewPanel::paintAxes(QPainter& painter) const {
+  constexpr double Length = 26, Margin = 40;
+  struct Axis {
+    const char* name;
+    QColor color;
+    int index;
+  };
+  std::array<Axis, 3> axes{
+      {{"x", QColor(0xe0, 0x50, 0x48), 0}, {"y", QColor(0x5c, 0xb8, 0x50), 1}, {"z", QColor(0x58, 0x90, 0xf0), 2}}};
+  const math::Matrix4 view = getScaledTransformMatrix();
+  const double scale = getCamera().scale;
+  std::sort(axes.begin(), axes.end(),
+            [&](const Axis& a, const Axis& b) { return view(2, a.index) < view(2, b.index); });
+  const QPointF origin(Margin, height() - Margin);
+  for (const Axis& axis : axes) {
+    const QPointF direction(view(0, axis.index) / scale, -view(1, axis.index) / scale);
+    painter.setPen(QPen(axis.color, 2));
+    painter.drawLine(origin, origin + direction * Length);
+    painter.drawText(QRectF(origin + direction * (Length + 9) - QPointF(8, 8), QSizeF(16, 16)), Qt::AlignCenter,
+                     QString::fromLatin1(axis.name));
+  }
+}
+
+void ViewPanel::paintSelection(QPainter& painter) const {
+  if (!m_Selection) return;
+  const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
+  const scene::SceneElement* parent = m_Selection->getParent();
+  const math::Matrix4 view = getScaledTransformMatrix() * (parent ? parent->getGlobalTransform() : math::Matrix4());
+  const scene::BoundingBox box = m_Selection->getBoundingBox();
+  if (box.isEmpty()) return;
+  std::array<std::optional<QPointF>, 8> corners;
+  for (int i = 0; i < 8; ++i) {
+    const math::Vector3 corner{i & 1 ? box.max[0] : box.min[0], i & 2 ? box.max[1] : box.min[1],
+                               i & 4 ? box.max[2] : box.min[2]};
+    corners[i] = project(math::transformPoint(view, corner), size());
+  }
+  painter.setPen(QPen(palette().color(QPalette::Highlight), 1.5));
+  for (int i = 0; i < 8; ++i)
+    for (const int bit : {1, 2, 4})
+      if (!(i & bit) && corners[i] && corners[i | bit]) painter.drawLine(*corners[i], *corners[i | bit]);
+}
+
+void ViewPanel::mousePressEvent(QMouseEvent* event) {
+  ScenePanel::mousePressEvent(event);
+  emit activated();
+}
+
+void ViewPanel::mouseDoubleClickEvent(QMouseEvent* event) {
+  if (event->button() == Qt::LeftButton) fit();
+}
+
+void ViewPanel::keyPressEvent(QKeyEvent* event) {
+  const bool pans = event->modifiers() & Qt::ShiftModifier;
+  gui::Camera camera = getCamera();
+  const auto move = [&](double right, double up) {
+    if (pans)
+      camera.pan(right * PanStep, up * PanStep);
+    else
+      camera.orbit(right * OrbitStep, up * OrbitStep);
+  };
+  switch (event->key()) {
+    case Qt::Key_Left:
+      move(-1, 0);
+      break;
+    case Qt::Key_Right:
+      move(1, 0);
+      break;
+    case Qt::Key_Up:
+      move(0, 1);
+      break;
+    case Qt::Key_Down:
+      move(0, -1);
+      break;
+    case Qt::Key_Plus:
+    case Qt::Key_PageUp:
+      camera.zoom(ZoomStep);
+      break;
+    case Qt::Key_Minus:
+    case Qt::Key_PageDown:
+      camera.zoom(1 / ZoomStep);
+      break;
+    case Qt::Key_Home:
+      return fit();
+    default:
+      return ScenePanel::keyPressEvent(event);
+  }
+  setCamera(camera);
+}
+
+void ViewPanel::focusInEvent(QFocusEvent* event) {
+  ScenePanel::focusInEvent(event);
+  if (gui::Viewer* viewer = gui::Viewer::getInstance()) viewer->setActivePanel(this);
+  emit activated();
+}
+
+}  // namespace nubo::window

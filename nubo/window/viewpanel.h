@@ -1,0 +1,52 @@
+// A scene panel as the window shows it.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QTimer>
+
+#include "module_scene/gui/scenepanel.h"
+#include "module_scene/scene/sceneelement.h"
+
+namespace nubo::window {
+
+/// A scene panel with keys, an axis cross, and a frame around the selected element. While the view moves, models too
+/// big to be drawn at once are thinned; at rest all is drawn. Application thread.
+class ViewPanel : public gui::ScenePanel {
+  Q_OBJECT
+ public:
+  explicit ViewPanel(QWidget* parent = nullptr);
+
+  /// Null: nothing is selected.
+  void setSelection(const util::YPointer<scene::SceneElement>& element);
+  /// Looks from a named view, and shows the whole scene.
+  void showView(const QString& name);
+  /// Brings the selected element, or all, into view.
+  void fitSelection();
+  void zoom(double factor);
+
+ signals:
+  /// The user clicked into the panel or moved the focus to it.
+  void activated();
+
+ protected:
+  void paintGL() override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  void focusInEvent(QFocusEvent* event) override;
+
+ private:
+  void beginMoving();
+  void adaptDetail(qint64 frameTime);
+  void paintOver();
+  void paintAxes(QPainter& painter) const;
+  void paintSelection(QPainter& painter) const;
+  bool isShownAsActive() const;
+
+  util::YPointer<scene::SceneElement> m_Selection;
+  QTimer m_Rest;              ///< runs while the view moves
+  qint64 m_WholeTime = 0;     ///< milliseconds that the last whole drawing took
+  double m_MovingDetail = 0;  ///< what a moving view leaves out, in pixels
+};
+
+}  // namespace nubo::window
