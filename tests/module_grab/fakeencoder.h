@@ -94,7 +94,7 @@ class FakeEncoding {
     }
     const QMutexLocker locker(&m_Mutex);
     m_Chunks.push_back(entry);
-    m_Bytes += bytes;
+    m_Bytes.append(bytes.constData(), bytes.size());  // a copy: nothing is shared with what is dropped unlocked
     return int(m_Chunks.size()) - 1 != failAtChunk;
   }
   void takeParameters(int w, int h, int f, int b) {

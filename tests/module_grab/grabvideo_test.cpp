@@ -4,6 +4,8 @@
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 #include <QOpenGLExtraFunctions>
+#include <algorithm>
+#include <thread>
 
 #include "recording.h"
 
@@ -16,19 +18,19 @@ TEST_F(RecordingTest, EncodesWhatWasRecordedUntilTheAbort) {
   makePanel(BigSize, BigSize);
   useSmallestChunks();
   EXPECT_TRUE(m_RegisteredEnabled);
-  const auto command = makeCommand(m_Host.file("a.fake"));
+  main::Command& command = makeCommand(m_Host.file("a.fake"));
   EXPECT_FALSE(m_RegisteredEnabled);
   std::vector<QString> texts;
   QMutex mutex;
   QObject::connect(
-      command->monitor(), &main::CommandMonitor::textChanged, command->monitor(),
+      command.monitor(), &main::CommandMonitor::textChanged, command.monitor(),
       [&](const QString& text) {
         const QMutexLocker locker(&mutex);
         texts.push_back(text);
       },
       Qt::DirectConnection);
 
-  start(*command);
+  start(command);
   ASSERT_TRUE(waitUntil([&] { return m_Encoding.chunkCount() >= 3; }));
   m_Host.overseer.getCommandProcessor()->abortAll();
   ASSERT_TRUE(m_Host.settle());
@@ -54,7 +56,7 @@ TEST_F(RecordingTest, EncodesWhatWasRecordedUntilTheAbort) {
   EXPECT_EQ(m_Encoding.bitrate, 1200000);
   EXPECT_TRUE(QFile::exists(m_Host.file("a.fake")));
 
-  command->abort();  // late: nothing to end
+  command.abort();  // late: nothing to end
   EXPECT_EQ(m_Log.messages(log::Milestone).size(), 1u);
 }
 
@@ -79,8 +81,8 @@ TEST_F(RecordingTest, RefusesWhatItCannotRecord) {
     SCOPED_TRACE(refusal.name);
     m_Log.clear();
     makePanel();
-    const auto command = makeCommand(m_Host.file(refusal.file), refusal.width, refusal.height);
-    ASSERT_TRUE(m_Host.run(*command));
+    main::Command& command = makeCommand(m_Host.file(refusal.file), refusal.width, refusal.height);
+    ASSERT_TRUE(m_Host.run(command));
     EXPECT_EQ(m_Log.messages(refusal.level), std::vector<QString>{refusal.message});
     EXPECT_EQ(m_Log.messages(log::Milestone), std::vector<QString>{});
     EXPECT_TRUE(m_RegisteredEnabled);
@@ -90,10 +92,10 @@ TEST_F(RecordingTest, RefusesWhatItCannotRecord) {
   EXPECT_EQ(main::nuboSettings()->value("lastGrabVideoDirectory").toString(), m_Host.directory.path());
 
   m_Log.clear();
-  const auto command = makeCommand(m_Host.file("a.fake"));
+  main::Command& command = makeCommand(m_Host.file("a.fake"));
   m_Host.viewer.setActivePanel(nullptr);
   EXPECT_FALSE(m_RegisteredEnabled);
-  ASSERT_TRUE(m_Host.run(*command));
+  ASSERT_TRUE(m_Host.run(command));
   EXPECT_EQ(m_Log.messages(log::Failure), std::vector<QString>{"There is no active scene window selected"});
   EXPECT_EQ(m_Encoding.finished, 0);
 }
@@ -117,11 +119,11 @@ TEST_F(RecordingTest, RecordsAtTheSizeAskedForMadeEven) {
                          Row{limit, 16, limit, 16}}) {
     SCOPED_TRACE(row.width);
     makePanel(89, 70);
-    const auto command = makeCommand(m_Host.file("a.fake"), row.width, row.height);
+    main::Command& command = makeCommand(m_Host.file("a.fake"), row.width, row.height);
     m_Encoding.clear();
-    start(*command);
+    start(command);
     ASSERT_TRUE(waitUntil([&] { return QFile::exists(m_Host.file("a.fake")); }));
-    command->abort();
+    command.abort();
     ASSERT_TRUE(m_Host.settle());
     EXPECT_EQ(m_Encoding.width, row.expectedWidth);
     EXPECT_EQ(m_Encoding.height, row.expectedHeight);
@@ -129,7 +131,7 @@ TEST_F(RecordingTest, RecordsAtTheSizeAskedForMadeEven) {
   }
   m_Log.clear();
   makePanel();
-  ASSERT_TRUE(m_Host.run(*makeCommand(m_Host.file("a.fake"), 16, limit + 1)));
+  ASSERT_TRUE(m_Host.run(makeCommand(m_Host.file("a.fake"), 16, limit + 1)));
   EXPECT_EQ(m_Log.messages(log::Failure),
             std::vector<QString>{
                 QStringLiteral("You can not grab videos with size 16 x %1 because your max. texture size is %2")
@@ -143,10 +145,10 @@ TEST_F(RecordingTest, SettingsReachTheEncoder) {
   useFileChunks();
   useSmallestChunks();
   makePanel(BigSize, BigSize);
-  const auto command = makeCommand(m_Host.file("a.fake"));
-  start(*command);
+  main::Command& command = makeCommand(m_Host.file("a.fake"));
+  start(command);
   ASSERT_TRUE(waitUntil([&] { return m_Encoding.chunkCount() >= 2; }));
-  command->abort();
+  command.abort();
   ASSERT_TRUE(m_Host.settle());
   EXPECT_EQ(m_Encoding.fps, 30);
   EXPECT_EQ(m_Encoding.bitrate, 5000000);
@@ -161,7 +163,7 @@ TEST_F(RecordingTest, AFrameIsBlueGreenRedAlphaFromTheTop) {
   const SteppedScene scene(1);
   scene.selectMatrices(0);
   makePanel();
-  ASSERT_TRUE(m_Host.run(*makeCommand(m_Host.file("a.fake"), 64, 64, true)));
+  ASSERT_TRUE(m_Host.run(makeCommand(m_Host.file("a.fake"), 64, 64, true)));
   const auto frames = m_Encoding.frames();
   ASSERT_EQ(frames.size(), 1u);
   const QColor background = m_Host.viewer.getGlobalScene()->getBackgroundColor();
@@ -174,8 +176,8 @@ TEST_F(RecordingTest, AFrameIsBlueGreenRedAlphaFromTheTop) {
 TEST_F(RecordingTest, AClosedPanelAbandonsTheVideo) {
   gui::ScenePanel* panel = makePanel(BigSize, BigSize);
   useSmallestChunks();
-  const auto command = makeCommand(m_Host.file("a.fake"));
-  start(*command);
+  main::Command& command = makeCommand(m_Host.file("a.fake"));
+  start(command);
   ASSERT_TRUE(waitUntil([&] { return m_Encoding.chunkCount() >= 1; }));
   closePanel(panel);
   ASSERT_TRUE(m_Host.settle());
@@ -189,10 +191,10 @@ TEST_F(RecordingTest, AClosedPanelAbandonsTheVideo) {
   panel = makePanel(BigSize, BigSize);
   QSemaphore gate;
   m_Encoding.gate = &gate;
-  const auto second = makeCommand(m_Host.file("b.fake"));
-  start(*second);
+  main::Command& second = makeCommand(m_Host.file("b.fake"));
+  start(second);
   ASSERT_TRUE(waitUntil([&] { return QFile::exists(m_Host.file("b.fake")); }));
-  second->abort();
+  second.abort();
   ASSERT_TRUE(waitUntil([&] { return !m_Log.messages(log::Note).empty(); }));
   closePanel(panel);
   gate.release(1000000);
@@ -205,25 +207,25 @@ TEST_F(RecordingTest, AClosedPanelAbandonsTheVideo) {
 TEST_F(RecordingTest, RecordsEachPanelOnceAtATime) {
   FakeEncoding others(QStringLiteral("other"));
   gui::ScenePanel* first = makePanel(32, 32);
-  const auto recorder = makeCommand(m_Host.file("a.fake"));
-  start(*recorder);
+  main::Command& recorder = makeCommand(m_Host.file("a.fake"));
+  start(recorder);
   ASSERT_TRUE(waitUntil([&] { return QFile::exists(m_Host.file("a.fake")); }));
-  const auto again = makeCommand(m_Host.file("b.fake"));
-  ASSERT_TRUE(m_Host.run(*again));
+  main::Command& again = makeCommand(m_Host.file("b.fake"));
+  ASSERT_TRUE(m_Host.run(again));
   EXPECT_EQ(m_Log.messages(log::Failure),
             std::vector<QString>{"Video grabbing is currently running on that scene window"});
 
   makePanel(48, 48);
   EXPECT_TRUE(m_RegisteredEnabled);
-  const auto other = makeCommand(m_Host.file("c.other"));
-  start(*other);
+  main::Command& other = makeCommand(m_Host.file("c.other"));
+  start(other);
   ASSERT_TRUE(waitUntil([&] { return QFile::exists(m_Host.file("c.other")); }));
   m_Host.viewer.setActivePanel(first);
   EXPECT_FALSE(m_RegisteredEnabled);
-  recorder->abort();
+  recorder.abort();
   ASSERT_TRUE(waitUntil([&] { return m_Encoding.finished == 1; }));
   EXPECT_EQ(others.finished, 0);
-  other->abort();
+  other.abort();
   ASSERT_TRUE(m_Host.settle());
   EXPECT_EQ(m_Encoding.width, 32);
   EXPECT_EQ(others.width, 48);
@@ -233,13 +235,13 @@ TEST_F(RecordingTest, RecordsEachPanelOnceAtATime) {
 TEST_F(RecordingTest, CallsOutsideARecordingDoNothing) {
   makePanel();
   mp_Registered->abort();
-  const auto command = makeCommand(m_Host.file("a.fake"));
-  command->abort();  // before it runs
-  start(*command);
+  main::Command& command = makeCommand(m_Host.file("a.fake"));
+  command.abort();  // before it runs
+  start(command);
   ASSERT_TRUE(waitUntil([&] { return QFile::exists(m_Host.file("a.fake")); }));
   EXPECT_EQ(m_Log.messages(log::Note), std::vector<QString>{});
-  command->abort();
-  command->abort();
+  command.abort();
+  command.abort();
   ASSERT_TRUE(m_Host.settle());
   EXPECT_EQ(m_Log.messages(log::Milestone).size(), 1u);
 }
@@ -248,12 +250,12 @@ TEST_F(RecordingTest, WaitsForAnEndWhenThereIsNoFirstChunk) {
   makePanel();
   useFileChunks();
   qputenv("TMPDIR", m_Host.file("missing").toLocal8Bit());
-  const auto command = makeCommand(m_Host.file("a.fake"));
-  start(*command);
+  main::Command& command = makeCommand(m_Host.file("a.fake"));
+  start(command);
   ASSERT_TRUE(waitUntil([&] { return !m_Log.messages(log::Failure).empty(); }));
   EXPECT_EQ(m_Log.messages(log::Failure), std::vector<QString>{"Couldn't open temporary file"});
   EXPECT_TRUE(m_Host.overseer.getCommandProcessor()->isRunning());
-  command->abort();
+  command.abort();
   ASSERT_TRUE(m_Host.settle());
   EXPECT_EQ(m_Encoding.chunkCount(), 0);
   EXPECT_EQ(m_Encoding.finished, 1);
@@ -263,10 +265,12 @@ TEST_F(RecordingTest, EndsByItselfWhenThereIsNoFurtherChunk) {
   makePanel(BigSize, BigSize);
   useFileChunks();
   useSmallestChunks();
-  const auto command = makeCommand(m_Host.file("a.fake"));
-  start(*command);
+  ASSERT_TRUE(QDir().mkdir(m_Host.file("temporary")));
+  qputenv("TMPDIR", m_Host.file("temporary").toLocal8Bit());
+  main::Command& command = makeCommand(m_Host.file("a.fake"));
+  start(command);
   ASSERT_TRUE(waitUntil([&] { return m_Encoding.chunkCount() >= 1; }));
-  qputenv("TMPDIR", m_Host.file("missing").toLocal8Bit());
+  ASSERT_TRUE(QDir().rename(m_Host.file("temporary"), m_Host.file("elsewhere")));
   ASSERT_TRUE(m_Host.settle());
   EXPECT_EQ(m_Log.messages(log::Failure), std::vector<QString>{"Couldn't open temporary file"});
   EXPECT_TRUE(m_Encoding.chunks().back().isNull);
@@ -283,11 +287,11 @@ TEST_F(RecordingTest, AnEncoderThatFailsEndsNothingButItself) {
     m_Encoding.failAtChunk = first ? -1 : 1;
     m_Log.clear();
     makePanel(BigSize, BigSize);
-    const auto command = makeCommand(m_Host.file("a.fake"));
-    start(*command);
+    main::Command& command = makeCommand(m_Host.file("a.fake"));
+    start(command);
     ASSERT_TRUE(waitUntil([&] { return !m_Log.messages(log::Failure).empty(); }));
     EXPECT_TRUE(m_Host.overseer.getCommandProcessor()->isRunning());
-    command->abort();
+    command.abort();
     ASSERT_TRUE(m_Host.settle());
     EXPECT_EQ(m_Log.messages(log::Failure),
               std::vector<QString>{first ? "Couldn't initialize video encoding" : "Couldn't encode chunk!"});
@@ -298,8 +302,8 @@ TEST_F(RecordingTest, AnEncoderThatFailsEndsNothingButItself) {
 
 TEST_F(RecordingTest, TheProgramsEndHasTheVideoEncoded) {
   makePanel();
-  const auto command = makeCommand(m_Host.file("a.fake"));
-  start(*command);
+  main::Command& command = makeCommand(m_Host.file("a.fake"));
+  start(command);
   ASSERT_TRUE(waitUntil([&] { return QFile::exists(m_Host.file("a.fake")); }));
   m_Host.overseer.getCommandProcessor()->shutDown();
   EXPECT_EQ(m_Log.messages(log::Milestone),
@@ -330,17 +334,17 @@ TEST_F(RecordingTest, EveryStepIsOneFrame) {
         m_Encoding.clear();
         makePanel(size, size);
         matrices ? scene.selectMatrices(row.position) : scene.selectPoints(row.position);
-        const auto command = makeCommand(m_Host.file("a.fake"), 0, 0, true);
+        main::Command& command = makeCommand(m_Host.file("a.fake"), 0, 0, true);
         std::vector<int> progress;
         QMutex mutex;
         const auto note = [&](int percent) {
           const QMutexLocker locker(&mutex);
           if (m_Log.messages(log::Note).empty() && percent >= 0) progress.push_back(percent);
         };
-        QObject::connect(command->monitor(), &main::CommandMonitor::processedChanged, command->monitor(), note,
+        QObject::connect(command.monitor(), &main::CommandMonitor::processedChanged, command.monitor(), note,
                          Qt::DirectConnection);
         m_Log.clear();
-        ASSERT_TRUE(m_Host.run(*command));
+        ASSERT_TRUE(m_Host.run(command));
         std::vector<int> shown;
         for (const QByteArray& frame : m_Encoding.frames()) shown.push_back(scene.stepShown(frame, size));
         EXPECT_EQ(shown, row.steps);
@@ -362,7 +366,7 @@ TEST_F(RecordingTest, WithoutStepsThereIsAnEmptyVideo) {
     if (kind == 0) scene.selectPoints(0);
     if (kind == 1) scene.selectMatrices(0);
     if (kind == 2) trajectory::TrajectoryHandler::getInstance()->clear();
-    ASSERT_TRUE(m_Host.run(*makeCommand(m_Host.file("a.fake"), 0, 0, true)));
+    ASSERT_TRUE(m_Host.run(makeCommand(m_Host.file("a.fake"), 0, 0, true)));
     ASSERT_EQ(m_Encoding.chunkCount(), 1);
     EXPECT_EQ(m_Encoding.chunks()[0].size, 0);
     EXPECT_TRUE(m_Encoding.chunks()[0].last);
@@ -375,15 +379,15 @@ TEST_F(RecordingTest, FollowsThePanelsCamera) {
   gui::ScenePanel* panel = makePanel(BigSize, BigSize);
   useSmallestChunks();
   scene.selectMatrices(3);
-  const auto command = makeCommand(m_Host.file("a.fake"));
-  start(*command);
+  main::Command& command = makeCommand(m_Host.file("a.fake"));
+  start(command);
   ASSERT_TRUE(waitUntil([&] { return m_Encoding.chunkCount() >= 1; }));
   gui::Camera camera = panel->getCamera();
   camera.azimuth = 180;  // the bar's right edge is now its left one
   panel->setCamera(camera);
   const int before = m_Encoding.chunkCount();
   ASSERT_TRUE(waitUntil([&] { return m_Encoding.chunkCount() >= before + 3; }));
-  command->abort();
+  command.abort();
   ASSERT_TRUE(m_Host.settle());
   const auto frames = m_Encoding.frames();
   const auto covers = [](const QByteArray& frame, int x) {
@@ -406,6 +410,51 @@ TEST_F(RecordingTest, TheSaveDialogOffersTheLoadableFormats) {
   EXPECT_EQ(dialog->windowTitle(), "Save Video");
   EXPECT_EQ(dialog->acceptMode(), QFileDialog::AcceptSave);
   EXPECT_EQ(dialog->directory().path(), m_Host.directory.path());
+}
+
+TEST_F(RecordingTest, ManyThingsAtOnceEndWell) {
+  const SteppedScene scene(3);
+  scene.selectMatrices(0);
+  std::vector<gui::ScenePanel*> panels{makePanel(32, 32), makePanel(48, 48)};
+  const int rounds = 40;
+  int closed = 0;
+  for (int round = 0; round < rounds; ++round) {
+    for (gui::ScenePanel* panel : panels) {
+      m_Host.viewer.setActivePanel(panel);
+      start(makeCommand(m_Host.file(QStringLiteral("%1.fake").arg(m_Commands.size())), 0, 0, round % 4 == 0));
+    }
+    std::thread user([&] {  // the user's abort may come on any thread, at any time
+      for (int i = 0; i < 5; ++i) {
+        QThread::msleep(1);
+        m_Host.overseer.getCommandProcessor()->abortAll();
+      }
+    });
+    for (int i = 0; i < 20; ++i) {
+      gui::ScenePanel* panel = panels[std::size_t(i) % 2];
+      m_Host.viewer.setActivePanel(panel);
+      gui::Camera camera = panel->getCamera();
+      camera.orbit(1, 0);
+      panel->setCamera(camera);
+      QCoreApplication::processEvents();
+    }
+    if (round % 3 == 2) {
+      ++closed;
+      closePanel(panels[1]);
+      panels[1] = makePanel(48, 48);
+    }
+    user.join();
+    m_Host.overseer.getCommandProcessor()->abortAll();
+  }
+  ASSERT_TRUE(waitUntil([&] {
+    m_Host.overseer.getCommandProcessor()->abortAll();
+    return !m_Host.overseer.getCommandProcessor()->isRunning();
+  }));
+  EXPECT_EQ(m_Encoding.alive, 0);
+  const auto milestones = m_Log.messages(log::Milestone);
+  EXPECT_EQ(int(milestones.size()), m_Encoding.finished);
+  EXPECT_EQ(int(std::count(milestones.begin(), milestones.end(), "Video grabbing aborted")), m_Encoding.aborted);
+  EXPECT_LE(m_Encoding.aborted, closed);
+  EXPECT_EQ(QDir(m_Host.directory.path()).entryList({"*.fake"}).size(), m_Encoding.finished - m_Encoding.aborted);
 }
 
 /// What a process holds that recordings could leave behind.
@@ -447,10 +496,11 @@ TEST_F(RecordingTest, ManyRecordingsLeaveNothingBehind) {
       scene.selectMatrices(0);
       // Every other one cannot start, which releases its objects by another way.
       const QString file = m_Host.file(i % 2 ? "a.fake" : "a.other");
-      ASSERT_TRUE(m_Host.run(*makeCommand(file, 0, 0, true)));
+      ASSERT_TRUE(m_Host.run(makeCommand(file, 0, 0, true)));
     }
     m_Log.clear();
     m_Encoding.clear();
+    m_Commands.clear();
   };
   recordSome(4);
   QOpenGLContext* shared = m_Host.viewer.getSharedContext()->glContext();

@@ -80,6 +80,7 @@ class RecordingTest : public ::testing::Test {
                      [this](bool enabled) { m_RegisteredEnabled = enabled; });
   }
   ~RecordingTest() override {
+    m_Host.overseer.getCommandProcessor()->shutDown();
     main::CommandManager::getInstance()->removeOf({&RecordingTest::create});
     m_Panels.clear();
     delete grab::video::VideoEncoder::getInstance();
@@ -101,10 +102,10 @@ class RecordingTest : public ::testing::Test {
     m_Panels.erase(std::find_if(m_Panels.begin(), m_Panels.end(), [&](auto& other) { return other.get() == panel; }));
   }
 
-  /// A clone, ready to run; keep it until it has run.
-  std::unique_ptr<main::Command> makeCommand(const QString& fileName, int width = 0, int height = 0,
-                                             bool sync = false) {
-    std::unique_ptr<main::Command> clone(mp_Registered->clone());
+  /// A clone, ready to run, that lives as long as the test.
+  main::Command& makeCommand(const QString& fileName, int width = 0, int height = 0, bool sync = false) {
+    main::Command* clone = mp_Registered->clone();
+    m_Commands.emplace_back(clone);
     main::ParameterSet values(0, QString());
     for (const QString& text :
          {fileName, QString::number(width), QString::number(height), QString::number(int(sync))}) {
@@ -113,7 +114,7 @@ class RecordingTest : public ::testing::Test {
       values.addParameter(parameter);
     }
     EXPECT_TRUE(clone->setParameters(values));
-    return clone;
+    return *clone;
   }
   void start(main::Command& command) {
     m_Host.overseer.getCommandProcessor()->processCommand(&command, main::CommandProcessor::Queued, true);
@@ -132,6 +133,7 @@ class RecordingTest : public ::testing::Test {
   GrabVideo* mp_Registered = new GrabVideo;  // the command manager's
   std::atomic<bool> m_RegisteredEnabled{false};
   std::vector<std::unique_ptr<gui::ScenePanel>> m_Panels;
+  std::vector<std::unique_ptr<main::Command>> m_Commands;
 };
 
 }  // namespace nubo::test

@@ -3,9 +3,9 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QMutex>
 #include <QTemporaryDir>
+#include <QThread>
 #include <functional>
 #include <vector>
 
@@ -71,7 +71,8 @@ inline bool waitUntil(const std::function<bool()>& condition, int milliseconds =
   timer.start();
   while (!condition()) {
     if (timer.elapsed() > milliseconds) return false;
-    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 5);
+    QCoreApplication::processEvents();
+    QThread::msleep(1);  // leaves the processor to threads of idle priority
   }
   return true;
 }
