@@ -451,10 +451,13 @@ TEST_F(RecordingTest, ManyThingsAtOnceEndWell) {
   }));
   EXPECT_EQ(m_Encoding.alive, 0);
   const auto milestones = m_Log.messages(log::Milestone);
-  EXPECT_EQ(int(milestones.size()), m_Encoding.finished);
-  EXPECT_EQ(int(std::count(milestones.begin(), milestones.end(), "Video grabbing aborted")), m_Encoding.aborted);
-  EXPECT_LE(m_Encoding.aborted, closed);
-  EXPECT_EQ(QDir(m_Host.directory.path()).entryList({"*.fake"}).size(), m_Encoding.finished - m_Encoding.aborted);
+  const int abandoned = int(std::count(milestones.begin(), milestones.end(), "Video grabbing aborted"));
+  const int done = int(milestones.size()) - abandoned;
+  EXPECT_GT(done, 0);
+  EXPECT_EQ(done, m_Encoding.finished - m_Encoding.aborted);
+  EXPECT_LE(m_Encoding.aborted, abandoned);  // a panel may be closed before there is an encoder
+  EXPECT_LE(abandoned, closed);
+  EXPECT_EQ(QDir(m_Host.directory.path()).entryList({"*.fake"}).size(), done);
 }
 
 /// What a process holds that recordings could leave behind.
