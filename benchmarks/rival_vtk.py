@@ -1,0 +1,111 @@
+"""The rival's work, with the system's Python and python3-vtk9: an STL file to a PNG file or to raw video frames.
+
+Needs an X display. Prints the seconds of its parts as a line of JSON on standard error.
+"""
+import argparse
+import json
+import sys
+import time
+
+STARTED = time.perf_counter()
+
+# pylint: disable=wrong-import-position
+from vtkmodules import vtkRenderingOpenGL2  # noqa: E402,F401  registers what draws
+from vtkmodules.util.numpy_support import vtk_to_numpy  # noqa: E402
+from vtkmodules.vtkIOGeometry import vtkSTLReader  # noqa: E402
+from vtkmodules.vtkIOImage import vtkPNGWriter  # noqa: E402
+from vtkmodules.vtkRenderingCore import (vtkActor, vtkPolyDataMapper, vtkRenderer, vtkRenderWindow,  # noqa: E402
+                                         vtkResizingWindowToImageFilter, vtkWindowToImageFilter)
+
+PANEL = (1280, 720)
+OPENING_ANGLE = 45.0  # degrees, as in our videos
+DISTANCE = 4.165  # from which the sphere shows as large as in our pictures
+
+
+class Clock:
+    """Seconds by the names of the parts that ended."""
+
+    def __init__(self):
+        self.last = STARTED
+        self.parts = {}
+
+    def end(self, part):
+        now = time.perf_counter()
+        self.parts[part] = now - self.last
+        self.last = now
+
+
+def open_window(mesh, size, samples, clock):
+    clock.end("start")
+    reader = vtkSTLReader()
+    reader.SetFileName(mesh)
+    reader.Update()
+    clock.end("load")
+    mapper = vtkPolyDataMapper()
+    mapper.SetInputConnection(reader.GetOutputPort())
+    actor = vtkActor()
+    actor.SetMapper(mapper)
+    renderer = vtkRenderer()
+    renderer.AddActor(actor)
+    renderer.SetBackground(1, 1, 1)
+    window = vtkRenderWindow()
+    window.SetOffScreenRendering(1)
+    window.SetMultiSamples(samples)
+    window.SetSize(*size)
+    window.AddRenderer(renderer)
+    camera = renderer.GetActiveCamera()
+    camera.SetViewAngle(OPENING_ANGLE)
+    camera.SetFocalPoint(0, 0, 0)
+    camera.SetViewUp(0, 0, 1)
+    camera.SetPosition(0.4 * DISTANCE, -0.8 * DISTANCE, 0.4472 * DISTANCE)
+    renderer.ResetCameraClippingRange()
+    return window, camera
+
+
+def still(arguments, clock):
+    window, _ = open_window(arguments.mesh, PANEL, arguments.samples, clock)
+    capture = vtkResizingWindowToImageFilter()
+    capture.SetInput(window)
+    capture.SetSize(arguments.width, arguments.width * PANEL[1] // PANEL[0])
+    capture.SetInputBufferTypeToRGBA()
+    capture.Update()
+    clock.end("draw")
+    writer = vtkPNGWriter()
+    writer.SetFileName(arguments.output)
+    writer.SetInputConnection(capture.GetOutputPort())
+    writer.Write()
+    clock.end("write")
+
+
+def orbit(arguments, clock):
+    """Frames as BGRA rows to standard output; the pipe's reader turns them upright."""
+    window, camera = open_window(arguments.mesh, PANEL, arguments.samples, clock)
+    capture = vtkWindowToImageFilter()
+    capture.SetInput(window)
+    capture.SetInputBufferTypeToRGBA()
+    capture.ReadFrontBufferOff()
+    for _ in range(arguments.frames):
+        camera.Azimuth(360 / arguments.frames)
+        capture.Modified()
+        capture.Update()
+        pixels = capture.GetOutput().GetPointData().GetScalars()
+        sys.stdout.buffer.write(memoryview(vtk_to_numpy(pixels)))
+    sys.stdout.buffer.flush()
+    clock.end("frames")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("work", choices=["still", "orbit"])
+    parser.add_argument("mesh")
+    parser.add_argument("--output")
+    parser.add_argument("--width", type=int, default=10000)
+    parser.add_argument("--samples", type=int, default=4)
+    parser.add_argument("--frames", type=int, default=100)
+    arguments = parser.parse_args()
+    clock = Clock()
+    {"still": still, "orbit": orbit}[arguments.work](arguments, clock)
+    print(json.dumps(clock.parts), file=sys.stderr)
+
+
+main()
