@@ -108,7 +108,8 @@ int main(int argc, char** argv) {
           (name + "/" + who).c_str(),
           [&picture, write = write](benchmark::State& state) { measure(state, picture, write); })
           ->Unit(benchmark::kMillisecond)
-          ->UseRealTime();
+          ->UseRealTime()
+          ->MeasureProcessCPUTime();
   }
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

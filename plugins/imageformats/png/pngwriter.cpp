@@ -38,9 +38,9 @@ class Cut {
 
 // Rows of big pictures are so alike that a cheaper search finds nearly the same; small ones take no time anyway.
 int libdeflateLevel(int compression, const QImage& image) {
-  constexpr qsizetype Big = 16 << 20;
+  constexpr qint64 BigPixels = 16000000;
   if (compression >= 0) return std::min(compression, 9);
-  return image.sizeInBytes() > Big ? 5 : 6;
+  return qint64(image.width()) * image.height() > BigPixels ? 5 : 6;
 }
 
 void append(std::vector<uint8_t>& data, uint32_t value) {
