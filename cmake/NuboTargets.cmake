@@ -18,6 +18,10 @@ endif()
 
 set(NUBO_BIN_DIR ${PROJECT_BINARY_DIR}/bin)
 set(NUBO_LIB_DIR ${PROJECT_BINARY_DIR}/lib)
+# Where the same tree stands below the installation prefix. A folder of its own, since the program looks for modules and
+# plug-ins beside itself; not in one per architecture, since other programs have no business in it.
+set(NUBO_INSTALL_TREE lib/nubo)
+set(NUBO_INSTALL_BIN ${NUBO_INSTALL_TREE}/bin)
 
 find_program(NUBO_CCACHE ccache)
 if(NUBO_CCACHE)
@@ -36,22 +40,29 @@ if(NUBO_SANITIZE)
   target_link_options(nubo_options INTERFACE -fsanitize=${NUBO_SANITIZE})
 endif()
 
-# nubo_library(NAME sources...): a host library, exported through NUBO_<NAME>_EXPORT.
-function(nubo_library name)
+# A shared library with the neighbours' headers, in `build_folder` and, installed, in `install_folder`.
+function(nubo_shared_library name build_folder install_folder)
   add_library(${name} SHARED ${ARGN})
   add_library(nubo::${name} ALIAS ${name})
   string(TOUPPER ${name} upper)
   target_compile_definitions(${name} PRIVATE NUBO_BUILD_${upper})
-  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+  target_compile_features(${name} PUBLIC cxx_std_17)
+  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include/nubo>)
   target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:nubo_options>)
-  set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${NUBO_LIB_DIR} INSTALL_RPATH "$ORIGIN")
+  set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${build_folder})
+  install(TARGETS ${name} EXPORT nubo LIBRARY DESTINATION ${install_folder} COMPONENT nubo)
+endfunction()
+
+# nubo_library(NAME sources...): a host library, exported through NUBO_<NAME>_EXPORT.
+function(nubo_library name)
+  nubo_shared_library(${name} ${NUBO_LIB_DIR} ${NUBO_INSTALL_TREE}/lib ${ARGN})
+  set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN")
 endfunction()
 
 # nubo_module(NAME sources...): a library that the host loads at start, and that plug-ins link against.
 function(nubo_module name)
-  nubo_library(${name} ${ARGN})
-  set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${NUBO_BIN_DIR}/modules
-    INSTALL_RPATH "$ORIGIN/../../lib")
+  nubo_shared_library(${name} ${NUBO_BIN_DIR}/modules ${NUBO_INSTALL_BIN}/modules ${ARGN})
+  set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN/../../lib")
 endfunction()
 
 # nubo_plugin(NAME KIND sources...): a plug-in in bin/plugins/KIND/.
@@ -60,6 +71,7 @@ function(nubo_plugin name kind)
   target_link_libraries(${name} PRIVATE nubo_options)
   set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${NUBO_BIN_DIR}/plugins/${kind}
     INSTALL_RPATH "$ORIGIN/../../modules:$ORIGIN/../../../lib")
+  install(TARGETS ${name} LIBRARY DESTINATION ${NUBO_INSTALL_BIN}/plugins/${kind} COMPONENT nubo)
 endfunction()
 
 # nubo_executable(NAME sources...): a program beside the modules and plug-ins.
@@ -68,4 +80,5 @@ function(nubo_executable name)
   target_link_libraries(${name} PRIVATE nubo_options)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${NUBO_BIN_DIR}
     INSTALL_RPATH "$ORIGIN/../lib:$ORIGIN/modules")
+  install(TARGETS ${name} RUNTIME DESTINATION ${NUBO_INSTALL_BIN} COMPONENT nubo)
 endfunction()
