@@ -102,7 +102,10 @@ ExitStatus runSession(CommandLine& line, const QString& noOpenGL) {
       for (const QString& failure : report.takeFailures()) report.note(failure);
     return Done;
   }
-  if (line.command.isEmpty()) return ExitStatus(window::runWindow(session.processor(), line, report.takeFailures()));
+  if (line.command.isEmpty()) {
+    session.waitForQueuedWork();  // modules want to be ready when the first panel becomes active
+    return ExitStatus(window::runWindow(session.processor(), line, report.takeFailures()));
+  }
   return runCommand(session, line, noOpenGL, report, progress);
 }
 

@@ -1,5 +1,6 @@
 #include "nubo/window/sceneloader.h"
 
+#include "module_scene/scene/builtinanimation.h"
 #include "module_scene/scene/builtinscene.h"
 #include "nubo/commandline.h"
 
@@ -11,6 +12,7 @@ io::ImportResult readOne(const QString& file) {
   if (!SceneLoader::isBuiltin(file)) return io::importFile(file);
   io::ImportResult result;
   result.root = scene::createBuiltinScene();
+  result.animations = {scene::createBuiltinAnimation(*result.root)};
   return result;
 }
 
