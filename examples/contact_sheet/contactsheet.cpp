@@ -1,0 +1,131 @@
+// A module with one command, "contactsheet", which draws a model from six sides onto one sheet. It renders each view
+// with the programmatic form of the command GrabImage, off-screen and at any size.
+#include <QFileDialog>
+#include <QImage>
+#include <QPainter>
+#include <memory>
+#include <optional>
+
+#include "kernel/log/logger.h"
+#include "kernel/main/command.h"
+#include "kernel/main/module.h"
+#include "kernel/main/overseer.h"
+#include "kernel/main/parameter.h"
+#include "kernel/main/parameterpanelfactory.h"
+#include "kernel/util/delegate.h"
+#include "module_grab/commands/grabimage.h"
+#include "module_scene/gui/viewer.h"
+
+namespace {
+
+using namespace nubo;
+
+constexpr int Columns = 3;
+constexpr const char* Views[] = {"front", "right", "top", "back", "left", "bottom"};
+
+void logFailure(int line, const QString& text) {
+  log::Logger::getInstance()->log(log::Failure, "contactsheet", line, "ContactSheet::execute", nullptr, text);
+}
+
+class ContactSheet : public main::Command {
+ public:
+  ContactSheet()
+      : Command(new main::CommandDescriptor(QObject::tr("Draws six views onto one sheet"), "contactsheet"),
+                new main::CommandGUIDescriptor(main::CommandGUIDescriptor::Menu, "Grab", 30, "contactsheet",
+                                               QObject::tr("Contact sheet"), nullptr)),
+        mp_FileFactory(new main::FileParameterPanelFactory(&ContactSheet::createSaveDialog)) {
+    m_Placement = main::CommandGUIDescriptor::Menu;
+    main::ParameterSet set(1, QString());
+    auto* fileName = new main::Parameter<QString>("filename", QObject::tr("File of the sheet"), QString(), true,
+                                                  mp_FileFactory.get());
+    set.addParameter(fileName);
+    auto* width = new main::Parameter<int>("width", QObject::tr("Width of one view"), "px", true, nullptr);
+    width->setDefaultParameterForDefaultGUI("800");
+    set.addParameter(width);
+    m_ParameterSets.push_back(set);
+  }
+
+  static Command* create() { return new ContactSheet; }
+
+  /// On a command thread, where it may take its time.
+  void execute() override {
+    const auto* parameters = mp_CurrentParameterSet->getParameterList();
+    const QString fileName = *parameters->at(0)->getValue<QString>();
+    const int width = *parameters->at(1)->getValue<int>();
+    const int height = width * 3 / 4;
+    if (height < 2) return logFailure(__LINE__, QStringLiteral("Views of %1 pixels are too narrow").arg(width));
+
+    QImage sheet(Columns * width, 2 * height, QImage::Format_ARGB32);
+    if (sheet.isNull()) return logFailure(__LINE__, QStringLiteral("Views of %1 pixels are too wide").arg(width));
+    sheet.fill(Qt::transparent);
+    QPainter painter(&sheet);
+    for (int i = 0; i < 6; ++i) {
+      updateProcessed(100 * i / 6);
+      updateText(QString::fromLatin1(Views[i]));
+      const std::optional<QImage> view = grab(Views[i], width, height);
+      if (!view) return logFailure(__LINE__, "There is no scene to draw");
+      painter.drawImage(i % Columns * width, i / Columns * height, *view);
+    }
+    painter.end();
+    if (!sheet.save(fileName)) logFailure(__LINE__, QStringLiteral("Couldn't save '%1'").arg(fileName));
+  }
+
+ private:
+  static std::optional<QImage> grab(const char* view, int width, int height) {
+    gui::ScenePanel* panel = nullptr;
+    gui::Camera camera;
+    bool valid = camera.setView(view);
+    // Panels and what they show belong to the application thread.
+    util::WorkerDelegate::invokeSync(new util::FunctionDelegate([&] {
+      panel = gui::Viewer::getInstance()->getActivePanel();
+      const auto scene = gui::Viewer::getInstance()->getGlobalScene();
+      const scene::SceneLocker lock(scene, scene::LockAll);
+      const auto root = scene->getRootNode();
+      valid = valid && panel && root;
+      if (valid) camera.fit(root->getBoundingBox(), width, height);
+    }));
+    if (!valid) return std::nullopt;
+
+    // Image and matrix stay the caller's. Handed over on a command thread, the command runs right here.
+    QImage image(width, height, QImage::Format_ARGB32);
+    image.fill(Qt::transparent);
+    const math::Matrix4 transform = camera.transform();
+    commands::grab::GrabImage command(&image, &transform, panel);
+    main::Overseer::getInstance()->getCommandProcessor()->processCommand(&command, main::CommandProcessor::Wait, true);
+    return image;
+  }
+
+  static QFileDialog* createSaveDialog() {
+    auto* dialog = new QFileDialog(nullptr, QObject::tr("Save contact sheet"));
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setNameFilter("PNG (*.png)");
+    dialog->setDefaultSuffix("png");
+    return dialog;
+  }
+
+  std::unique_ptr<main::FileParameterPanelFactory> mp_FileFactory;
+};
+
+/// Makes the module. The host deletes the module and its information object, then has the factory recycled.
+class Factory : public main::ModuleFactory {
+ public:
+  Factory() { registerPrimaryCommand(&ContactSheet::create); }
+  main::Module* createModule() override {
+    return new main::Module(
+        new main::InformationObject("Draws contact sheets", "Contact sheet", QIcon(), QUrl(), QUrl()));
+  }
+};
+
+Factory* factory = nullptr;
+
+}  // namespace
+
+extern "C" Q_DECL_EXPORT main::ModuleFactory* getFactory() {
+  if (!factory) factory = new Factory;
+  return factory;
+}
+
+extern "C" Q_DECL_EXPORT void recycleFactory() {
+  delete factory;
+  factory = nullptr;
+}
