@@ -1,4 +1,788 @@
 <?xml version="1.0" encoding="utf-8"?>
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE" sourcelanguage="en">
+<context>
+    <name>AboutDialog</name>
+    <message>
+        <source>About nubo</source>
+        <translation>Über nubo</translation>
+    </message>
+    <message>
+        <source>&lt;h2&gt;nubo %1&lt;/h2&gt;&lt;p&gt;Shows 3-D models and takes pictures and videos of them, at any size.&lt;/p&gt;&lt;p&gt;Built on Qt %2.&lt;/p&gt;</source>
+        <translation>&lt;h2&gt;nubo %1&lt;/h2&gt;&lt;p&gt;Zeigt 3-D-Modelle und macht Bilder und Videos davon, in jeder Größe.&lt;/p&gt;&lt;p&gt;Gebaut auf Qt %2.&lt;/p&gt;</translation>
+    </message>
+    <message>
+        <source>Module or Library</source>
+        <translation>Modul oder Bibliothek</translation>
+    </message>
+    <message>
+        <source>Version</source>
+        <translation>Version</translation>
+    </message>
+    <message>
+        <source>Licence</source>
+        <translation>Lizenz</translation>
+    </message>
+    <message>
+        <source>Where From</source>
+        <translation>Herkunft</translation>
+    </message>
+    <message>
+        <source>Modules and libraries</source>
+        <translation>Module und Bibliotheken</translation>
+    </message>
+    <message>
+        <source>Module %1</source>
+        <translation>Modul %1</translation>
+    </message>
+</context>
+<context>
+    <name>AbstractParameter</name>
+    <message>
+        <source>it cannot be given as text</source>
+        <translation>der Wert lässt sich nicht als Text angeben</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; does not fit</source>
+        <translation>„%1“ passt nicht</translation>
+    </message>
+</context>
+<context>
+    <name>FileEditor</name>
+    <message>
+        <source>&amp;Choose…</source>
+        <translation>&amp;Wählen…</translation>
+    </message>
+    <message>
+        <source>Choose the file in a dialog</source>
+        <translation>Die Datei in einem Dialog wählen</translation>
+    </message>
+    <message>
+        <source>There is no such file.</source>
+        <translation>Diese Datei gibt es nicht.</translation>
+    </message>
+    <message>
+        <source>“.%1” is not among the formats: %2.</source>
+        <translation>„.%1“ gehört nicht zu den Formaten: %2.</translation>
+    </message>
+    <message>
+        <source>It cannot be written there: %1.</source>
+        <translation>Dort lässt sie sich nicht schreiben: %1.</translation>
+    </message>
+    <message>
+        <source>The file exists and will be replaced.</source>
+        <translation>Die Datei gibt es schon; sie wird ersetzt.</translation>
+    </message>
+</context>
+<context>
+    <name>FlagEditor</name>
+    <message>
+        <source>“%1” is on</source>
+        <translation>„%1“ ist ein</translation>
+    </message>
+    <message>
+        <source>“%1” is off</source>
+        <translation>„%1“ ist aus</translation>
+    </message>
+    <message>
+        <source>Ticked means on; the numbers in the description are the wrong way round.</source>
+        <translation>Mit Haken heißt ein; die Zahlen in der Beschreibung sind vertauscht.</translation>
+    </message>
+</context>
+<context>
+    <name>GrabVideo</name>
+    <message>
+        <source>Parameter failure</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Selected width or height is to small (min. 16)</source>
+        <translation>Breite oder Höhe ist zu klein (mindestens 16)</translation>
+    </message>
+    <message>
+        <source>There is no active scene window selected</source>
+        <translation>Es ist keine Ansicht ausgewählt</translation>
+    </message>
+    <message>
+        <source>%1 frames grabbed, %2 encoded</source>
+        <translation>%1 Bilder aufgenommen, %2 kodiert</translation>
+    </message>
+    <message>
+        <source>RAW-Video grabbing started</source>
+        <translation>Aufnahme läuft</translation>
+    </message>
+    <message>
+        <source>Video encoding started</source>
+        <translation>Das Video wird kodiert</translation>
+    </message>
+    <message>
+        <source>Video &apos;%1&apos; encoding done</source>
+        <translation>Video „%1“ ist fertig</translation>
+    </message>
+    <message>
+        <source>Video grabbing aborted</source>
+        <translation>Videoaufnahme abgebrochen</translation>
+    </message>
+    <message>
+        <source>Save Video</source>
+        <translation>Video speichern</translation>
+    </message>
+</context>
+<context>
+    <name>LogModel</name>
+    <message>
+        <source>Severe</source>
+        <translation>Schwerwiegend</translation>
+    </message>
+    <message>
+        <source>Failure</source>
+        <translation>Fehler</translation>
+    </message>
+    <message>
+        <source>Milestone</source>
+        <translation>Meilenstein</translation>
+    </message>
+    <message>
+        <source>Note</source>
+        <translation>Hinweis</translation>
+    </message>
+    <message>
+        <source>Debug</source>
+        <translation>Diagnose</translation>
+    </message>
+    <message>
+        <source>Time</source>
+        <translation>Zeit</translation>
+    </message>
+    <message>
+        <source>Level</source>
+        <translation>Stufe</translation>
+    </message>
+    <message>
+        <source>Message</source>
+        <translation>Meldung</translation>
+    </message>
+    <message>
+        <source>Source</source>
+        <translation>Quelle</translation>
+    </message>
+</context>
+<context>
+    <name>LogView</name>
+    <message>
+        <source>Show down &amp;to:</source>
+        <translation>Zeigen &amp;bis:</translation>
+    </message>
+    <message>
+        <source>C&amp;lear</source>
+        <translation>&amp;Leeren</translation>
+    </message>
+</context>
+<context>
+    <name>MainWindow</name>
+    <message>
+        <source>Built-in scene</source>
+        <translation>Eingebaute Szene</translation>
+    </message>
+    <message>
+        <source>Scene</source>
+        <translation>Szene</translation>
+    </message>
+    <message>
+        <source>Log</source>
+        <translation>Protokoll</translation>
+    </message>
+    <message>
+        <source>&amp;File</source>
+        <translation>&amp;Datei</translation>
+    </message>
+    <message>
+        <source>&amp;Open…</source>
+        <translation>Ö&amp;ffnen…</translation>
+    </message>
+    <message>
+        <source>Open model files as one scene</source>
+        <translation>Modelldateien als eine Szene öffnen</translation>
+    </message>
+    <message>
+        <source>Open &amp;Built-in Scene</source>
+        <translation>&amp;Eingebaute Szene öffnen</translation>
+    </message>
+    <message>
+        <source>&amp;Quit</source>
+        <translation>&amp;Beenden</translation>
+    </message>
+    <message>
+        <source>Ctrl+Q</source>
+        <translation>Ctrl+Q</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>Datei</translation>
+    </message>
+    <message>
+        <source>&amp;View</source>
+        <translation>&amp;Ansicht</translation>
+    </message>
+    <message>
+        <source>Show &amp;All</source>
+        <translation>&amp;Alles zeigen</translation>
+    </message>
+    <message>
+        <source>Ctrl+0</source>
+        <translation>Ctrl+0</translation>
+    </message>
+    <message>
+        <source>Show &amp;Selected Element</source>
+        <translation>A&amp;usgewähltes Element zeigen</translation>
+    </message>
+    <message>
+        <source>Ctrl+E</source>
+        <translation>Ctrl+E</translation>
+    </message>
+    <message>
+        <source>Zoom &amp;In</source>
+        <translation>Ver&amp;größern</translation>
+    </message>
+    <message>
+        <source>Zoom &amp;Out</source>
+        <translation>Ver&amp;kleinern</translation>
+    </message>
+    <message>
+        <source>&amp;Front</source>
+        <translation>&amp;Vorn</translation>
+    </message>
+    <message>
+        <source>Bac&amp;k</source>
+        <translation>&amp;Hinten</translation>
+    </message>
+    <message>
+        <source>&amp;Left</source>
+        <translation>&amp;Links</translation>
+    </message>
+    <message>
+        <source>&amp;Right</source>
+        <translation>&amp;Rechts</translation>
+    </message>
+    <message>
+        <source>&amp;Top</source>
+        <translation>&amp;Oben</translation>
+    </message>
+    <message>
+        <source>&amp;Bottom</source>
+        <translation>U&amp;nten</translation>
+    </message>
+    <message>
+        <source>Obli&amp;que</source>
+        <translation>&amp;Schräg</translation>
+    </message>
+    <message>
+        <source>View</source>
+        <translation>Ansicht</translation>
+    </message>
+    <message>
+        <source>F&amp;ull Screen</source>
+        <translation>Voll&amp;bild</translation>
+    </message>
+    <message>
+        <source>F11</source>
+        <translation>F11</translation>
+    </message>
+    <message>
+        <source>F9</source>
+        <translation>F9</translation>
+    </message>
+    <message>
+        <source>F10</source>
+        <translation>F10</translation>
+    </message>
+    <message>
+        <source>&amp;Panels</source>
+        <translation>&amp;Fenster</translation>
+    </message>
+    <message>
+        <source>New &amp;Tab</source>
+        <translation>Neuer &amp;Reiter</translation>
+    </message>
+    <message>
+        <source>Ctrl+T</source>
+        <translation>Ctrl+T</translation>
+    </message>
+    <message>
+        <source>Split to the &amp;Right</source>
+        <translation>Nach re&amp;chts teilen</translation>
+    </message>
+    <message>
+        <source>Ctrl+R</source>
+        <translation>Ctrl+R</translation>
+    </message>
+    <message>
+        <source>Split &amp;Downwards</source>
+        <translation>Nach &amp;unten teilen</translation>
+    </message>
+    <message>
+        <source>Ctrl+D</source>
+        <translation>Ctrl+D</translation>
+    </message>
+    <message>
+        <source>&amp;Next Panel</source>
+        <translation>&amp;Nächste Ansicht</translation>
+    </message>
+    <message>
+        <source>F6</source>
+        <translation>F6</translation>
+    </message>
+    <message>
+        <source>&amp;Close Panel</source>
+        <translation>Ansicht &amp;schließen</translation>
+    </message>
+    <message>
+        <source>Ctrl+W</source>
+        <translation>Ctrl+W</translation>
+    </message>
+    <message>
+        <source>&amp;Trajectory</source>
+        <translation>&amp;Bahn</translation>
+    </message>
+    <message>
+        <source>&amp;Settings</source>
+        <translation>&amp;Einstellungen</translation>
+    </message>
+    <message>
+        <source>&amp;Background Colour…</source>
+        <translation>&amp;Hintergrundfarbe…</translation>
+    </message>
+    <message>
+        <source>&amp;Edge Smoothing</source>
+        <translation>&amp;Kantenglättung</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n Samples</source>
+        <translation><numerusform>%n Abtastpunkt</numerusform><numerusform>%n Abtastpunkte</numerusform></translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Keine</translation>
+    </message>
+    <message>
+        <source>&amp;Appearance</source>
+        <translation>&amp;Erscheinungsbild</translation>
+    </message>
+    <message>
+        <source>As the &amp;System</source>
+        <translation>Wie das &amp;System</translation>
+    </message>
+    <message>
+        <source>&amp;Light</source>
+        <translation>&amp;Hell</translation>
+    </message>
+    <message>
+        <source>&amp;Dark</source>
+        <translation>&amp;Dunkel</translation>
+    </message>
+    <message>
+        <source>&amp;Help</source>
+        <translation>&amp;Hilfe</translation>
+    </message>
+    <message>
+        <source>&amp;Keys and Mouse</source>
+        <translation>&amp;Tasten und Maus</translation>
+    </message>
+    <message>
+        <source>&amp;About nubo</source>
+        <translation>&amp;Über nubo</translation>
+    </message>
+    <message>
+        <source>About &amp;Qt</source>
+        <translation>Über &amp;Qt</translation>
+    </message>
+    <message>
+        <source>A running command keeps the scene as it is; the change follows when it is done.</source>
+        <translation>Ein laufender Befehl hält die Szene fest; die Änderung folgt, wenn er fertig ist.</translation>
+    </message>
+    <message>
+        <source>Open Models</source>
+        <translation>Modelle öffnen</translation>
+    </message>
+    <message>
+        <source>Models (%1)</source>
+        <translation>Modelle (%1)</translation>
+    </message>
+    <message>
+        <source>All Files (*)</source>
+        <translation>Alle Dateien (*)</translation>
+    </message>
+    <message>
+        <source>Reading %1</source>
+        <translation>%1 wird gelesen</translation>
+    </message>
+    <message>
+        <source>%1 is read, and will be shown when no command runs any more.</source>
+        <translation>%1 ist gelesen und wird gezeigt, sobald kein Befehl mehr läuft.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%1 (and %n more)</source>
+        <translation><numerusform>%1 (und %n weitere)</numerusform><numerusform>%1 (und %n weitere)</numerusform></translation>
+    </message>
+    <message>
+        <source>Close Panel</source>
+        <translation>Ansicht schließen</translation>
+    </message>
+    <message>
+        <source>%1 is still running for this panel.</source>
+        <translation>%1 läuft noch für diese Ansicht.</translation>
+    </message>
+    <message>
+        <source>If you close the panel, the command may end at once, and what it has made so far may be lost. To keep it, cancel here and stop the command first.</source>
+        <translation>Wenn Sie die Ansicht schließen, endet der Befehl womöglich sofort, und was er bisher gemacht hat, geht verloren. Um es zu behalten, brechen Sie hier ab und beenden zuerst den Befehl.</translation>
+    </message>
+    <message>
+        <source>C&amp;lose All the Same</source>
+        <translation>Trotzdem &amp;schließen</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>Beenden</translation>
+    </message>
+    <message>
+        <source>%1 is still running.</source>
+        <translation>%1 läuft noch.</translation>
+    </message>
+    <message>
+        <source>If you quit, commands are stopped, and the window closes when they have ended.</source>
+        <translation>Wenn Sie beenden, werden Befehle angehalten, und das Fenster schließt sich, wenn sie fertig sind.</translation>
+    </message>
+    <message>
+        <source>Stop and &amp;Quit</source>
+        <translation>Anhalten und &amp;beenden</translation>
+    </message>
+    <message>
+        <source>The window closes when the running commands have ended.</source>
+        <translation>Das Fenster schließt sich, wenn die laufenden Befehle fertig sind.</translation>
+    </message>
+    <message>
+        <source>Only files of this computer can be opened.</source>
+        <translation>Nur Dateien dieses Rechners können geöffnet werden.</translation>
+    </message>
+    <message>
+        <source>“%1” cannot be run now, or does not take these values.</source>
+        <translation>„%1“ kann jetzt nicht laufen oder nimmt diese Werte nicht an.</translation>
+    </message>
+    <message>
+        <source>Background Colour</source>
+        <translation>Hintergrundfarbe</translation>
+    </message>
+    <message>
+        <source>Keys and Mouse</source>
+        <translation>Tasten und Maus</translation>
+    </message>
+    <message>
+        <source>&lt;table cellpadding=3&gt;&lt;tr&gt;&lt;td&gt;Turn&lt;/td&gt;&lt;td&gt;left button, or arrow keys&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Move&lt;/td&gt;&lt;td&gt;middle button, or Shift with the left one or the arrow keys&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Zoom&lt;/td&gt;&lt;td&gt;wheel, right button, + and −&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Show all&lt;/td&gt;&lt;td&gt;double click, or Home&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Next panel&lt;/td&gt;&lt;td&gt;F6&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Show or hide the scene and the log&lt;/td&gt;&lt;td&gt;F9, F10&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Play and pause&lt;/td&gt;&lt;td&gt;Ctrl+Space&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Close a message&lt;/td&gt;&lt;td&gt;Esc&lt;/td&gt;&lt;/tr&gt;&lt;/table&gt;</source>
+        <translation>&lt;table cellpadding=3&gt;&lt;tr&gt;&lt;td&gt;Drehen&lt;/td&gt;&lt;td&gt;linke Taste oder Pfeiltasten&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Verschieben&lt;/td&gt;&lt;td&gt;mittlere Taste, oder Umschalt mit der linken oder den Pfeiltasten&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Vergrößern&lt;/td&gt;&lt;td&gt;Rad, rechte Taste, + und −&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Alles zeigen&lt;/td&gt;&lt;td&gt;Doppelklick oder Pos1&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Nächste Ansicht&lt;/td&gt;&lt;td&gt;F6&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Szene und Protokoll zeigen oder verbergen&lt;/td&gt;&lt;td&gt;F9, F10&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Abspielen und anhalten&lt;/td&gt;&lt;td&gt;Strg+Leertaste&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Eine Meldung schließen&lt;/td&gt;&lt;td&gt;Esc&lt;/td&gt;&lt;/tr&gt;&lt;/table&gt;</translation>
+    </message>
+</context>
+<context>
+    <name>MessageBar</name>
+    <message>
+        <source>Show &amp;Log</source>
+        <translation>&amp;Protokoll zeigen</translation>
+    </message>
+    <message>
+        <source>Close this message</source>
+        <translation>Diese Meldung schließen</translation>
+    </message>
+    <message numerus="yes">
+        <source>%1 (and %n more)</source>
+        <translation><numerusform>%1 (und %n weitere)</numerusform><numerusform>%1 (und %n weitere)</numerusform></translation>
+    </message>
+</context>
+<context>
+    <name>PanelArea</name>
+    <message>
+        <source>View %1</source>
+        <translation>Ansicht %1</translation>
+    </message>
+</context>
+<context>
+    <name>ParameterDialog</name>
+    <message>
+        <source>&amp;Save</source>
+        <translation>&amp;Speichern</translation>
+    </message>
+    <message>
+        <source>&amp;Start</source>
+        <translation>&amp;Start</translation>
+    </message>
+</context>
+<context>
+    <name>ParameterEditor</name>
+    <message>
+        <source>A value is needed here.</source>
+        <translation>Hier fehlt ein Wert.</translation>
+    </message>
+</context>
+<context>
+    <name>QObject</name>
+    <message>
+        <source>Grab</source>
+        <translation>Aufnahme</translation>
+    </message>
+    <message>
+        <source>Image</source>
+        <translation>Bild</translation>
+    </message>
+    <message>
+        <source>Imagefilename to save grab</source>
+        <translation>Dateiname des Bildes</translation>
+    </message>
+    <message>
+        <source>Width of the grabbed image</source>
+        <translation>Breite des Bildes</translation>
+    </message>
+    <message>
+        <source>Save Image</source>
+        <translation>Bild speichern</translation>
+    </message>
+    <message>
+        <source>Grabbing image with %1 dpi</source>
+        <translation>Bild mit %1 dpi wird aufgenommen</translation>
+    </message>
+    <message>
+        <source>Building tiles</source>
+        <translation>Kacheln werden gezeichnet</translation>
+    </message>
+    <message>
+        <source>Saving image</source>
+        <translation>Bild wird gespeichert</translation>
+    </message>
+    <message>
+        <source>Building Picture</source>
+        <translation>Bild wird aufgebaut</translation>
+    </message>
+    <message>
+        <source>Video</source>
+        <translation>Video</translation>
+    </message>
+    <message>
+        <source>Filename to save video</source>
+        <translation>Dateiname des Videos</translation>
+    </message>
+    <message>
+        <source>Width of the video (0=window-width)</source>
+        <translation>Breite des Videos (0 = Breite der Ansicht)</translation>
+    </message>
+    <message>
+        <source>Height of the video (0=window-height)</source>
+        <translation>Höhe des Videos (0 = Höhe der Ansicht)</translation>
+    </message>
+    <message>
+        <source>If enabled (0=true, 1=false) then the grabbing will be synced with the collisionpath steps</source>
+        <translation>Wenn ein, folgt die Aufnahme den Schritten der Bahn: ein Bild je Schritt</translation>
+    </message>
+    <message>
+        <source>Video settings</source>
+        <translation>Videoeinstellungen</translation>
+    </message>
+    <message>
+        <source>The max. filesize of a temp. encoding chunk</source>
+        <translation>Größte Zwischendatei beim Kodieren (MB)</translation>
+    </message>
+    <message>
+        <source>Frames per second</source>
+        <translation>Bilder pro Sekunde</translation>
+    </message>
+    <message>
+        <source>Target bitrate in kbps</source>
+        <translation>Angestrebte Bitrate in kbit/s</translation>
+    </message>
+    <message>
+        <source>If enabled (1=true, 0=false) memory will be used first to buffer temporary data</source>
+        <translation>Zwischendaten zuerst im Arbeitsspeicher halten</translation>
+    </message>
+    <message>
+        <source>Couldn&apos;t write %1 bytes to temporary file</source>
+        <translation>%1 Bytes konnten nicht in die Zwischendatei geschrieben werden</translation>
+    </message>
+    <message>
+        <source>You can not grab videos with size %1 x %2 because your max. texture size is %3</source>
+        <translation>Videos von %1 x %2 gehen nicht: die größte Textur ist %3</translation>
+    </message>
+    <message>
+        <source>No encoder for file &apos;%1&apos; found</source>
+        <translation>Kein Encoder für die Datei „%1“ gefunden</translation>
+    </message>
+    <message>
+        <source>Could not create OpenGL context!</source>
+        <translation>Der OpenGL-Kontext konnte nicht erzeugt werden!</translation>
+    </message>
+    <message>
+        <source>Current OpenGL context is invalid!</source>
+        <translation>Der OpenGL-Kontext ist ungültig!</translation>
+    </message>
+    <message>
+        <source>Could not determine the maximum texture size</source>
+        <translation>Die größte Texturgröße war nicht festzustellen</translation>
+    </message>
+    <message>
+        <source>Your OpenGL implementation doesn&apos;t support framebuffer objects</source>
+        <translation>Diese OpenGL-Umsetzung kennt keine Framebuffer-Objekte</translation>
+    </message>
+    <message>
+        <source>Picture couldn&apos;t be grabbed by FBO</source>
+        <translation>Das Bild konnte nicht aus dem Framebuffer gelesen werden</translation>
+    </message>
+    <message>
+        <source>Couldn&apos;t bind FBO to OpenGL context</source>
+        <translation>Der Framebuffer konnte nicht gebunden werden</translation>
+    </message>
+    <message>
+        <source>“%1”</source>
+        <translation>„%1“</translation>
+    </message>
+</context>
+<context>
+    <name>RecentFiles</name>
+    <message>
+        <source>Open &amp;Recent</source>
+        <translation>&amp;Zuletzt geöffnet</translation>
+    </message>
+</context>
+<context>
+    <name>RunningCommands</name>
+    <message>
+        <source>Stop</source>
+        <translation>Anhalten</translation>
+    </message>
+    <message>
+        <source>Ask “%1” to end now</source>
+        <translation>„%1“ jetzt beenden lassen</translation>
+    </message>
+</context>
+<context>
+    <name>SceneLoader</name>
+    <message>
+        <source>Scene</source>
+        <translation>Szene</translation>
+    </message>
+</context>
+<context>
+    <name>SceneTree</name>
+    <message>
+        <source>(unnamed)</source>
+        <translation>(ohne Namen)</translation>
+    </message>
+    <message>
+        <source>Scene elements</source>
+        <translation>Elemente der Szene</translation>
+    </message>
+</context>
+<context>
+    <name>TrajectoryBar</name>
+    <message>
+        <source>Trajectory</source>
+        <translation>Bahn</translation>
+    </message>
+    <message>
+        <source>What moves the scene</source>
+        <translation>Was die Szene bewegt</translation>
+    </message>
+    <message>
+        <source>&amp;First Step</source>
+        <translation>&amp;Erster Schritt</translation>
+    </message>
+    <message>
+        <source>Ctrl+Home</source>
+        <translation>Ctrl+Home</translation>
+    </message>
+    <message>
+        <source>Step &amp;Back</source>
+        <translation>Schritt &amp;zurück</translation>
+    </message>
+    <message>
+        <source>Ctrl+Left</source>
+        <translation>Ctrl+Left</translation>
+    </message>
+    <message>
+        <source>&amp;Play</source>
+        <translation>&amp;Abspielen</translation>
+    </message>
+    <message>
+        <source>Ctrl+Space</source>
+        <translation>Ctrl+Space</translation>
+    </message>
+    <message>
+        <source>Step F&amp;orward</source>
+        <translation>Schritt &amp;vor</translation>
+    </message>
+    <message>
+        <source>Ctrl+Right</source>
+        <translation>Ctrl+Right</translation>
+    </message>
+    <message>
+        <source>&amp;Last Step</source>
+        <translation>&amp;Letzter Schritt</translation>
+    </message>
+    <message>
+        <source>Ctrl+End</source>
+        <translation>Ctrl+End</translation>
+    </message>
+    <message>
+        <source>Step of the trajectory</source>
+        <translation>Schritt der Bahn</translation>
+    </message>
+    <message>
+        <source>Turntable</source>
+        <translation>Drehteller</translation>
+    </message>
+    <message>
+        <source>Animation</source>
+        <translation>Animation</translation>
+    </message>
+    <message>
+        <source>Points from a File…</source>
+        <translation>Punkte aus einer Datei…</translation>
+    </message>
+    <message>
+        <source>Nothing</source>
+        <translation>Nichts</translation>
+    </message>
+    <message>
+        <source>Points of a Trajectory</source>
+        <translation>Punkte einer Bahn</translation>
+    </message>
+    <message>
+        <source>Points (*.csv *.txt);;All Files (*)</source>
+        <translation>Punkte (*.csv *.txt);;Alle Dateien (*)</translation>
+    </message>
+    <message>
+        <source>&amp;Pause</source>
+        <translation>&amp;Pause</translation>
+    </message>
+</context>
+<context>
+    <name>ViewPanel</name>
+    <message>
+        <source>3-D view</source>
+        <translation>3-D-Ansicht</translation>
+    </message>
+</context>
+<context>
+    <name>nubo::main</name>
+    <message>
+        <source>&quot;%1&quot; is not a whole number</source>
+        <translation>„%1“ ist keine ganze Zahl</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a number</source>
+        <translation>„%1“ ist keine Zahl</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is neither yes nor no</source>
+        <translation>„%1“ ist weder ja noch nein</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a picture: %2</source>
+        <translation>„%1“ ist kein Bild: %2</translation>
+    </message>
+</context>
 </TS>

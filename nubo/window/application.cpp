@@ -18,9 +18,20 @@ namespace nubo::window {
 
 namespace {
 
+/// Texts are filed under the names of their classes alone, since the tool that gathers them does not know the
+/// namespaces.
+class Translator : public QTranslator {
+ public:
+  using QTranslator::QTranslator;
+  QString translate(const char* context, const char* text, const char* comment, int n) const override {
+    const QByteArray name = QByteArray(context).split(':').last();
+    return QTranslator::translate(name.constData(), text, comment, n);
+  }
+};
+
 void install(const QString& name, const QString& directory) {
-  auto* translator = new QTranslator(qApp);
-  if (translator->load(QLocale(), name, QStringLiteral("_"), directory))
+  auto* translator = new Translator(qApp);
+  if (translator->load(QLocale::system(), name, QStringLiteral("_"), directory))
     QCoreApplication::installTranslator(translator);
 }
 
