@@ -97,8 +97,7 @@ std::unique_ptr<QIODevice> VideoHandler::Grabber::createChunkFile() const {
   const std::uint32_t limit = mp_Handler->m_MaxChunkSize;
   if (mp_Handler->m_UseMemoryAsBuffer && fitsInMemory(freeMemory(), limit)) {
     // A full chunk exceeds the limit by less than a frame.
-    const std::int64_t frame = std::int64_t(mp_Handler->m_Width) * mp_Handler->m_Height * 4;
-    std::unique_ptr<QIODevice> chunk = createMemoryChunk(limit + frame);
+    std::unique_ptr<QIODevice> chunk = createMemoryChunk(limit + mp_Handler->frameBytes());
     if (!chunk) logChunkFailure(__LINE__, "Couldn't create temporary buffer");
     return chunk;
   }
@@ -121,8 +120,18 @@ bool VideoHandler::Grabber::makeRoom(std::unique_ptr<QIODevice>* chunk) {
 }
 
 void VideoHandler::Grabber::handOver(std::unique_ptr<QIODevice> chunk, bool last) {
-  // What the encoder takes it also deletes, perhaps before the call returns.
-  if (mp_Handler->mp_Encoder->encodeVideoChunk(chunk.get(), last)) chunk.release();
+  // What the encoder takes it also deletes when it has encoded it, perhaps before the call returns.
+  QMetaObject::Connection encoded;
+  if (chunk) {
+    const int frames = int(chunk->size() / mp_Handler->frameBytes());
+    encoded = connect(
+        chunk.get(), &QObject::destroyed, mp_Handler,
+        [handler = mp_Handler, frames] { handler->countFrames(0, frames); }, Qt::DirectConnection);
+  }
+  if (mp_Handler->mp_Encoder->encodeVideoChunk(chunk.get(), last))
+    chunk.release();
+  else
+    disconnect(encoded);
 }
 
 void VideoHandler::Grabber::endRecording(std::unique_ptr<QIODevice> chunk) {

@@ -60,18 +60,20 @@ class GLStateKeeper {
   double m_ModelView[16];
 };
 
-void appendFrame(const QImage& image, QIODevice* device) {
+/// False, with the reason in the log, if the frame or its rest is missing.
+bool appendFrame(const QImage& image, QIODevice* device) {
   const char* data = reinterpret_cast<const char*>(image.constBits());
   qint64 left = image.sizeInBytes();
   while (left > 0) {
     const qint64 written = device->write(data, left);
     if (written == -1) {
       logFailure(__LINE__, "grabPicture", QObject::tr("Couldn't write %1 bytes to temporary file").arg(left));
-      return;
+      return false;
     }
     data += written;
     left -= written;
   }
+  return true;
 }
 
 }  // namespace
@@ -237,8 +239,8 @@ void VideoHandler::grabPicture(QIODevice* device) {
     const QImage image = mp_Fbo->toImage();
     if (image.isNull())
       logFailure(__LINE__, "grabPicture", QObject::tr("Picture couldn't be grabbed by FBO"));
-    else
-      appendFrame(image, device);
+    else if (appendFrame(image, device))
+      countFrames(1, 0);
   } else {
     logFailure(__LINE__, "grabPicture", QObject::tr("Couldn't bind FBO to OpenGL context"));
   }
@@ -270,6 +272,12 @@ void VideoHandler::drawScene() {
   glEnable(GL_LIGHT0);
   mp_SceneDrawer->glDraw(root, nullptr, transform, 0.0, 65535, 7);
   glFlush();
+}
+
+void VideoHandler::countFrames(int grabbed, int encoded) {
+  const int allGrabbed = m_FramesGrabbed += grabbed;
+  const int allEncoded = m_FramesEncoded += encoded;
+  if (m_FrameObserver) m_FrameObserver(allGrabbed, allEncoded);
 }
 
 void VideoHandler::cleanUpGL() {

@@ -5,8 +5,11 @@
 #include <QObject>
 #include <QString>
 #include <QThread>
+#include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <utility>
 
 #include "module_grab/video/encoder.h"
 #include "module_grab/visibility.h"
@@ -51,6 +54,9 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject {
   bool start(const QString& fileName, int width, int height, gui::ScenePanel* panel);
   /// As start(), one frame for each step of the selected trajectory from the current one on.
   bool startSynced(const QString& fileName, int width, int height, gui::ScenePanel* panel);
+  /// Calls `observer` with the numbers of frames grabbed and encoded so far, on the grabbing thread and on the
+  /// encoder's. Before the start.
+  void observeFrames(std::function<void(int grabbed, int encoded)> observer) { m_FrameObserver = std::move(observer); }
   /// Ends the recording and returns when everything grabbed is encoded.
   void finish();
   /// Ends the recording and removes the file.
@@ -88,6 +94,8 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject {
   void stopGrabber();
   void reset();
   void drawScene();
+  std::int64_t frameBytes() const { return std::int64_t(m_Width) * m_Height * 4; }
+  void countFrames(int grabbed, int encoded);
 
   QString m_FileName;
   gui::ScenePanel* mp_Panel = nullptr;  ///< changed on the application thread, under m_Mutex while grabbing
@@ -105,6 +113,10 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject {
   int m_Bitrate = 0;  ///< bits per second
   bool m_UseMemoryAsBuffer = true;
   QMutex m_Mutex;  ///< held for a frame; taken before the shared context's lock and the scene's
+
+  std::function<void(int, int)> m_FrameObserver;
+  std::atomic<int> m_FramesGrabbed{0};
+  std::atomic<int> m_FramesEncoded{0};
 
   QMutex m_TransformMutex;  ///< guards m_Transform; nothing is taken while it is held
   math::Matrix4 m_Transform;

@@ -22,6 +22,9 @@ ExitStatus CommandRun::run(main::CommandProcessor& processor, std::optional<doub
       monitor, &main::CommandMonitor::textChanged, monitor, [this](const QString& text) { m_Progress.setText(text); },
       Qt::DirectConnection);
   QObject::connect(
+      monitor, &main::CommandMonitor::detailChanged, monitor,
+      [this](const QString& detail) { m_Progress.setDetail(detail); }, Qt::DirectConnection);
+  QObject::connect(
       monitor, &main::CommandMonitor::processedChanged, monitor,
       [this](int percent) { m_Progress.setPercent(percent); }, Qt::DirectConnection);
 

@@ -45,6 +45,12 @@ void TerminalProgress::setText(const QString& text) {
   draw();
 }
 
+void TerminalProgress::setDetail(const QString& detail) {
+  const std::lock_guard<std::mutex> lock(m_Mutex);
+  m_Detail = detail;
+  draw();
+}
+
 void TerminalProgress::setPercent(int percent) {
   const std::lock_guard<std::mutex> lock(m_Mutex);
   if (m_Percent == percent) return;
@@ -63,7 +69,8 @@ void TerminalProgress::draw() {
   const qint64 elapsed = m_Percent > 0 ? m_Since.elapsed() : 0;
   // Below two seconds a guess is worth nothing.
   const int left = elapsed > 2000 ? int(elapsed * (100 - m_Percent) / m_Percent / 1000) : -1;
-  const QString line = progressLine(m_Text, m_Percent, left, terminalColumns() - 1);
+  const QString text = m_Detail.isEmpty() ? m_Text : m_Text + QStringLiteral(": ") + m_Detail;
+  const QString line = progressLine(text, m_Percent, left, terminalColumns() - 1);
   std::fprintf(stderr, "\r\033[K%s", line.toLocal8Bit().constData());
   std::fflush(stderr);
   m_Drawn = true;

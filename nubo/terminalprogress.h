@@ -22,6 +22,8 @@ class TerminalProgress : public util::ProgressPresenter {
 
   /// What is being done from now on.
   void setText(const QString& text);
+  /// Figures shown behind the text, whatever that is.
+  void setDetail(const QString& detail);
   /// -1: not known.
   void setPercent(int percent);
   /// Takes the line away, until something changes again.
@@ -35,6 +37,7 @@ class TerminalProgress : public util::ProgressPresenter {
   const bool m_Shown;
   bool m_Drawn = false;
   QString m_Text;
+  QString m_Detail;
   int m_Percent = -1;
   QElapsedTimer m_Since;  ///< when the percentage last began anew
 };

@@ -105,6 +105,8 @@ void Command::abort() { m_Aborted = true; }
 
 void Command::updateText(const QString& text) { emit mp_Monitor->textChanged(text); }
 
+void Command::updateDetail(const QString& detail) { emit mp_Monitor->detailChanged(detail); }
+
 void Command::updateProcessed(int percent) { emit mp_Monitor->processedChanged(percent); }
 
 void Command::disableCommand(bool disable) {

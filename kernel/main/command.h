@@ -22,6 +22,8 @@ class NUBO_KERNEL_EXPORT CommandMonitor : public QObject {
   Q_OBJECT
  signals:
   void textChanged(const QString& text);
+  /// Figures that go with the text and change more often.
+  void detailChanged(const QString& detail);
   /// Percentage 0 to 100, or -1 while it is not known.
   void processedChanged(int percent);
   void enabledChanged(bool enabled);
@@ -56,6 +58,7 @@ class NUBO_KERNEL_EXPORT Command {
 
   /// What the command reports of itself; any thread.
   void updateText(const QString& text);
+  void updateDetail(const QString& detail);
   void updateProcessed(int percent);
   void disableCommand(bool disable);
 
