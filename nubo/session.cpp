@@ -1,5 +1,9 @@
 #include "nubo/session.h"
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QThread>
@@ -25,10 +29,20 @@ io::ImportResult readScene(const QString& scene) {
   return result;
 }
 
+/// Models and pictures are large blocks that come and go. Left to itself, the C library soon keeps freed blocks of up
+/// to 32 MB for later, which the next large picture then finds missing; a tile still comes from what it keeps.
+void giveLargeBlocksBack() {
+#ifdef __GLIBC__
+  constexpr int LargeBlock = 4 << 20;
+  mallopt(M_MMAP_THRESHOLD, LargeBlock);
+#endif
+}
+
 }  // namespace
 
 Session::Session(const QString& settingsFile, const QString& scene, Report& report)
     : m_Report(report), m_Overseer(settingsFile) {
+  giveLargeBlocksBack();
   if (!scene.isEmpty()) m_Import = std::async(std::launch::async, readScene, scene);
   main::ModuleManager::getInstance()->loadModules(QCoreApplication::applicationDirPath() + "/modules", [](QString) {});
 }
