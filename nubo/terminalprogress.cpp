@@ -3,6 +3,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace nubo::app {
@@ -19,11 +20,13 @@ int terminalColumns() {
 QString progressLine(const QString& text, int percent, int secondsLeft, int columns) {
   QString state;
   if (percent >= 0) {
-    constexpr int Length = 30;
-    const int filled = Length * percent / 100;
-    state = QStringLiteral(" [%1%2] %3 %").arg(QString(filled, '#'), QString(Length - filled, ' ')).arg(percent, 3);
+    state = QStringLiteral("] %1 %").arg(percent, 3);
     if (secondsLeft >= 0)
       state += QStringLiteral(" %1:%2 left").arg(secondsLeft / 60).arg(secondsLeft % 60, 2, 10, QChar('0'));
+    // A long text shortens the bar before it is cut itself.
+    const int length = std::clamp(columns - int(text.size() + state.size()) - 2, 10, 30);
+    const int filled = length * percent / 100;
+    state.prepend(QStringLiteral(" [") + QString(filled, '#') + QString(length - filled, ' '));
   }
   return text.left(std::max(0, columns - int(state.size()))) + state.left(columns);
 }

@@ -198,9 +198,8 @@ bool GrabVideo::startHandler(const Request& request, gui::ScenePanel* panel) {
           Qt::DirectConnection);
   connect(mp_VideoHandler.get(), &VideoHandler::progressChanged, this, &GrabVideo::progressChanged,
           Qt::DirectConnection);
-  mp_VideoHandler->observeFrames([this](int grabbed, int encoded) {
-    updateDetail(tr("%1 frames grabbed, %2 encoded").arg(grabbed).arg(encoded));
-  });
+  mp_VideoHandler->observeFrames(
+      [this](int grabbed, int encoded) { updateDetail(tr("%1 frames, %2 encoded").arg(grabbed).arg(encoded)); });
   updateProcessed(-1);
   updateText(tr("RAW-Video grabbing started"));
   const auto start = request.sync ? &VideoHandler::startSynced : &VideoHandler::start;

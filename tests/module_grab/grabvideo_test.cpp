@@ -51,7 +51,7 @@ TEST_F(RecordingTest, EncodesWhatWasRecordedUntilTheAbort) {
   EXPECT_EQ(m_Log.messages(log::Failure), std::vector<QString>{});
   EXPECT_TRUE(m_RegisteredEnabled);
 
-  EXPECT_EQ(detail, QStringLiteral("%1 frames grabbed, %1 encoded").arg(m_Encoding.frames().size()));
+  EXPECT_EQ(detail, QStringLiteral("%1 frames, %1 encoded").arg(m_Encoding.frames().size()));
   const auto chunks = m_Encoding.chunks();
   for (std::size_t i = 0; i < chunks.size(); ++i) {
     const bool last = i + 1 == chunks.size();
