@@ -38,6 +38,7 @@ if(NUBO_SANITIZE)
   target_compile_options(nubo_options INTERFACE -fsanitize=${NUBO_SANITIZE} -fno-omit-frame-pointer
     -fno-sanitize-recover=all)
   target_link_options(nubo_options INTERFACE -fsanitize=${NUBO_SANITIZE})
+  set(NUBO_SANITIZE_SOURCES ${PROJECT_SOURCE_DIR}/tests/support/keeplibraries.cpp)
 endif()
 
 # A shared library with the neighbours' headers, in `build_folder` and, installed, in `install_folder`.
@@ -76,7 +77,7 @@ endfunction()
 
 # nubo_executable(NAME sources...): a program beside the modules and plug-ins.
 function(nubo_executable name)
-  add_executable(${name} ${ARGN})
+  add_executable(${name} ${ARGN} ${NUBO_SANITIZE_SOURCES})
   target_link_libraries(${name} PRIVATE nubo_options)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${NUBO_BIN_DIR}
     INSTALL_RPATH "$ORIGIN/../lib:$ORIGIN/modules")

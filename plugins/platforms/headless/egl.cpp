@@ -14,10 +14,6 @@ Egl::Egl() : m_Library(QStringLiteral("EGL"), 1) {
     m_Error = QStringLiteral("EGL has no display with desktop OpenGL: install libegl-mesa0 and libgl1-mesa-dri");
 }
 
-Egl::~Egl() {
-  if (isValid()) m_Terminate(m_Display);
-}
-
 template <class Function>
 bool Egl::resolve(Function& function, const char* name) {
   function = reinterpret_cast<Function>(m_Library.resolve(name));

@@ -15,8 +15,8 @@ class Egl {
  public:
   /// Tries graphics cards, then Mesa's surfaceless platform, then software devices, then the default display;
   /// takes the first on which a context can be made.
+  /// The display stays initialised until the process ends: whoever asks again gets the same one.
   Egl();
-  ~Egl();
   Egl(const Egl&) = delete;
   Egl& operator=(const Egl&) = delete;
 

@@ -3,8 +3,11 @@
 #include <qpa/qplatformoffscreensurface.h>
 #include <qpa/qplatformsessionmanager.h>
 #include <qpa/qplatformtheme.h>
+#include <qpa/qwindowsysteminterface.h>
 
+#include <QGuiApplication>
 #include <QOffscreenSurface>
+#include <QScreen>
 #include <QtDebug>
 
 #include "plugins/platforms/headless/eglcontext.h"
@@ -25,7 +28,10 @@ class Surface : public QPlatformOffscreenSurface {
 
 Integration::Integration(std::unique_ptr<QPlatformIntegration> offscreen) : m_Offscreen(std::move(offscreen)) {}
 
-Integration::~Integration() = default;
+/// Qt's offscreen integration leaves the screens that it announced to whoever ends it.
+Integration::~Integration() {
+  for (QScreen* screen : QGuiApplication::screens()) QWindowSystemInterface::handleScreenRemoved(screen->handle());
+}
 
 const Egl& Integration::egl() const {
   std::call_once(m_EglOnce, [this] {
