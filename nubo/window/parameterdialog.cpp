@@ -74,6 +74,9 @@ void ParameterDialog::showRemark(const Line& line) {
   QPalette marked = this->palette();
   if (!refusal.isEmpty()) marked.setColor(QPalette::Base, failureBackground(marked));
   line.editor->focusProxy()->setPalette(marked);
+  if (!isVisible()) return;
+  layout()->activate();
+  resize(width(), qMax(height(), layout()->heightForWidth(width())));
 }
 
 QString ParameterDialog::settingsKey(const main::AbstractParameter& parameter) const {

@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QDir>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
@@ -13,6 +14,7 @@
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPushButton>
+#include <QScreen>
 #include <QSettings>
 #include <QSlider>
 #include <QSpinBox>
@@ -156,6 +158,14 @@ class Window : public testing::Test {
     return bar->isVisible() ? bar->findChild<QLabel*>()->text() : QString();
   }
 
+  /// Leaves a picture of the screen beside the test program, to be looked at.
+  static void keepScreenshot(const QString& name) {
+    QTest::qWait(100);
+    const QDir folder(QCoreApplication::applicationDirPath() + "/screenshots");
+    folder.mkpath(".");
+    QGuiApplication::primaryScreen()->grabWindow(0).save(folder.filePath(name + ".png"));
+  }
+
   void activate() {
     window->activateWindow();  // there may be no window manager that would
     ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
@@ -163,6 +173,13 @@ class Window : public testing::Test {
   void pressShortcut(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
     activate();
     QTest::keyClick(window.get(), key, modifiers);
+  }
+
+  /// Does what is bound to a shortcut, also where no window manager gives the focus back after a dialog.
+  void useShortcut(const QString& keys) {
+    for (QAction* action : window->findChildren<QAction*>())
+      if (action->shortcut() == QKeySequence(keys)) return action->trigger();
+    ADD_FAILURE() << keys.toStdString() << " is bound to nothing";
   }
 
   /// Keys as a user presses them, in whatever has the focus.
@@ -174,17 +191,22 @@ class Window : public testing::Test {
 
   /// Opens a menu by Alt and a letter, and chooses from it by another.
   void chooseFromMenu(Qt::Key menu, Qt::Key entry) {
-    QTest::keyClick(window.get(), menu, Qt::AltModifier);
-    ASSERT_TRUE(waitUntil([] { return QApplication::activePopupWidget() != nullptr; }));
+    // Without a window manager, the focus may still be on its way back from a dialog.
+    ASSERT_TRUE(waitUntil([&] {
+      if (!QApplication::activePopupWidget()) pressShortcut(menu, Qt::AltModifier);
+      QTest::qWait(20);
+      return QApplication::activePopupWidget() != nullptr;
+    }));
     QTest::keyClick(QApplication::activePopupWidget(), entry);
     ASSERT_TRUE(waitUntil([this] { return dialog() != nullptr; }));
   }
 
   void startVideo(const QString& name, bool inStep) {
-    chooseFromMenu(Qt::Key_G, Qt::Key_V);
+    ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_V));
     type(field("filename"), host.file(name));
     type(field("width"), "200");
     type(field("height"), "160");
+    keepScreenshot("video-dialog");
     auto* sync = qobject_cast<QCheckBox*>(field("sync"));
     if (sync->isChecked() != inStep) QTest::keyClick(sync, Qt::Key_Space);
     const int before = abortButtons().size();
@@ -208,7 +230,7 @@ class Window : public testing::Test {
 };
 
 TEST_F(Window, TurnsWithTheMouseAndTakesAPictureOfThatViewByKeysAlone) {
-  openCube();
+  ASSERT_NO_FATAL_FAILURE(openCube());
   window::ViewPanel* panel = panels().activePanel();
   const gui::Camera before = panel->getCamera();
   QTest::mousePress(panel, Qt::LeftButton, {}, {200, 200});
@@ -218,7 +240,7 @@ TEST_F(Window, TurnsWithTheMouseAndTakesAPictureOfThatViewByKeysAlone) {
   EXPECT_NE(panel->getCamera().azimuth, before.azimuth);
   EXPECT_NE(panel->getCamera().elevation, before.elevation);
 
-  chooseFromMenu(Qt::Key_G, Qt::Key_I);
+  ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_I));
   EXPECT_EQ(qobject_cast<QSpinBox*>(field("width"))->value(), 10000);
   type(field("filename"), host.file("cube.png"));
   type(field("width"), "500");
@@ -231,14 +253,14 @@ TEST_F(Window, TurnsWithTheMouseAndTakesAPictureOfThatViewByKeysAlone) {
   EXPECT_EQ(message(), "");
 
   // What was entered is there again, with the next free name.
-  chooseFromMenu(Qt::Key_G, Qt::Key_I);
+  ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_I));
   EXPECT_EQ(qobject_cast<QSpinBox*>(field("width"))->value(), 500);
   EXPECT_EQ(qobject_cast<QLineEdit*>(field("filename"))->text(), host.file("cube-2.png"));
 }
 
 TEST_F(Window, MarksBadValuesWhereTheyStandAndRunsNothing) {
-  openCube();
-  chooseFromMenu(Qt::Key_G, Qt::Key_I);
+  ASSERT_NO_FATAL_FAILURE(openCube());
+  ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_I));
   const auto remark = [this] { return dialog()->findChild<QLabel*>("filename:remark"); };
   for (const QString& bad : {QString(), host.file("picture.nonsense"), host.file("missing/picture.png")}) {
     type(field("filename"), bad);
@@ -248,6 +270,7 @@ TEST_F(Window, MarksBadValuesWhereTheyStandAndRunsNothing) {
     EXPECT_TRUE(remark()->isVisible() && !remark()->text().isEmpty()) << bad.toStdString();
     EXPECT_FALSE(anythingRuns());
   }
+  keepScreenshot("bad-value");
   type(field("filename"), host.file("picture"));  // gets the default suffix
   EXPECT_FALSE(remark()->isVisible());
   type(field("width"), "64");
@@ -255,22 +278,24 @@ TEST_F(Window, MarksBadValuesWhereTheyStandAndRunsNothing) {
   EXPECT_TRUE(waitUntil([this] { return QFile::exists(host.file("picture.png")) && !anythingRuns(); }));
 
   // What only the command finds out is told in the window.
-  chooseFromMenu(Qt::Key_G, Qt::Key_I);
+  ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_I));
   type(field("width"), "1");
   QTest::keyClick(dialog(), Qt::Key_Return);
   EXPECT_TRUE(waitUntil([this] { return message().contains("to small"); }));
+  keepScreenshot("failure");
 }
 
 TEST_F(Window, RecordsATurntableThatTheUserEnds) {
-  openCube();
+  ASSERT_NO_FATAL_FAILURE(openCube());
   const Matrix4 view = panels().activePanel()->getScaledTransformMatrix();
   const auto* trajectory = trajectory::TrajectoryHandler::getInstance()->getAdvancedTrajectoryInfo();
   ASSERT_TRUE(trajectory);
   const auto steps = *trajectory->getMatrixMapList();
-  startVideo("turn.y4m", true);
+  ASSERT_NO_FATAL_FAILURE(startVideo("turn.y4m", true));
   const auto* slider = window->findChild<QSlider*>("trajectorySlider");
   ASSERT_TRUE(waitUntil([&] { return slider->value() >= 8; })) << "the bar must follow the recording";
   EXPECT_FALSE(slider->isEnabled());
+  keepScreenshot("recording");
   QTest::mouseClick(abortButtons().first(), Qt::LeftButton);
   ASSERT_TRUE(waitUntil([this] { return !anythingRuns() && host.settle(); }));
   EXPECT_TRUE(waitUntil([&] { return slider->isEnabled(); }));
@@ -287,8 +312,9 @@ TEST_F(Window, RecordsATurntableThatTheUserEnds) {
 }
 
 TEST_F(Window, UsesChangedSettings) {
-  openCube();
+  ASSERT_NO_FATAL_FAILURE(openCube());
   const auto reopened = [this] {
+    if (!waitUntil([this] { return action("command:setvideosettings")->isEnabled(); })) return false;
     action("command:setvideosettings")->trigger();
     return waitUntil([this] { return dialog() != nullptr; });
   };
@@ -298,24 +324,25 @@ TEST_F(Window, UsesChangedSettings) {
   ASSERT_TRUE(waitUntil([] { return main::nuboSettings()->value("settings/grabvideofps").toInt() == 12; }));
   ASSERT_TRUE(waitUntil([this] { return !dialog() && !anythingRuns(); }));
   ASSERT_TRUE(reopened());
+  keepScreenshot("settings");
   EXPECT_EQ(qobject_cast<QSpinBox*>(field("fps"))->value(), 12);
   QTest::keyClick(dialog(), Qt::Key_Escape);
   ASSERT_TRUE(waitUntil([this] { return !dialog(); }));
-  startVideo("settings.y4m", true);
+  ASSERT_NO_FATAL_FAILURE(startVideo("settings.y4m", true));
   QTest::mouseClick(abortButtons().first(), Qt::LeftButton);
   ASSERT_TRUE(waitUntil([this] { return !anythingRuns(); }));
   EXPECT_TRUE(Video(host.file("settings.y4m")).header.contains(" F12:1 "));
 }
 
 TEST_F(Window, AsksBeforeARecordedPanelIsClosed) {
-  openCube();
-  startVideo("closed.y4m", false);
+  ASSERT_NO_FATAL_FAILURE(openCube());
+  ASSERT_NO_FATAL_FAILURE(startVideo("closed.y4m", false));
   answerNext(QMessageBox::RejectRole);
-  pressShortcut(Qt::Key_W, Qt::ControlModifier);
+  useShortcut("Ctrl+W");
   EXPECT_TRUE(anythingRuns());
   const QPointer<window::ViewPanel> panel = panels().activePanel();
   answerNext(QMessageBox::DestructiveRole);
-  pressShortcut(Qt::Key_W, Qt::ControlModifier);
+  useShortcut("Ctrl+W");
   EXPECT_TRUE(panel.isNull());
   ASSERT_TRUE(waitUntil([this] { return !anythingRuns(); }));
   EXPECT_FALSE(QFile::exists(host.file("closed.y4m")));
@@ -325,20 +352,21 @@ TEST_F(Window, AsksBeforeARecordedPanelIsClosed) {
 }
 
 TEST_F(Window, RecordsTwoPanelsAtOnce) {
-  openCube();
-  pressShortcut(Qt::Key_R, Qt::ControlModifier);
+  ASSERT_NO_FATAL_FAILURE(openCube());
+  useShortcut("Ctrl+R");
   ASSERT_EQ(panels().panels().size(), 2);
   window::ViewPanel* first = panels().panels()[0];
   window::ViewPanel* second = panels().panels()[1];
   QTest::mouseClick(first, Qt::LeftButton, {}, first->rect().center());
-  startVideo("first.y4m", false);
+  ASSERT_NO_FATAL_FAILURE(startVideo("first.y4m", false));
   EXPECT_FALSE(action("command:grabvideo")->isEnabled()) << "the active panel is being recorded";
-  pressShortcut(Qt::Key_F6);
+  useShortcut("F6");
   ASSERT_EQ(panels().activePanel(), second);
   QTest::keyClick(second, Qt::Key_Home);
   QTest::keyClick(second, Qt::Key_Left);
-  startVideo("second.y4m", false);
+  ASSERT_NO_FATAL_FAILURE(startVideo("second.y4m", false));
   QTest::qWait(300);
+  keepScreenshot("two-recordings");
   answerNext(QMessageBox::DestructiveRole);
   window->close();  // ends both recordings, and then the window
   EXPECT_TRUE(waitUntil([this] { return !window->isVisible(); }));
@@ -353,7 +381,7 @@ TEST_F(Window, RecordsTwoPanelsAtOnce) {
 }
 
 TEST_F(Window, StaysUsableWhileTheSceneIsHeldStill) {
-  openCube();
+  ASSERT_NO_FATAL_FAILURE(openCube());
   auto* tree = window->findChild<QTreeWidget*>("sceneTree");
   QTreeWidgetItem* item = tree->topLevelItem(0);
   const auto root = scene::_GlobalScene()->getRootNode();
@@ -393,15 +421,15 @@ TEST_F(Window, GoesOnAfterWrongFilesAndNonsenseInSettings) {
   }
   drop({QUrl("http://localhost/model.stl")});
   EXPECT_FALSE(message().isEmpty());
-  openCube();
+  ASSERT_NO_FATAL_FAILURE(openCube());
 
   window.reset();
   for (const char* key : {"geometry", "state", "background", "samples", "appearance", "recentFiles", "logLevel",
                           "values/grabimage/width", "values/grabvideo/sync", "values/grabimage/filename"})
     main::nuboSettings()->setValue(QStringLiteral("window/") + key, QByteArray("\xff\x00nonsense[", 11));
-  openWindow();
-  openCube();
-  chooseFromMenu(Qt::Key_G, Qt::Key_I);
+  ASSERT_NO_FATAL_FAILURE(openWindow());
+  ASSERT_NO_FATAL_FAILURE(openCube());
+  ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_I));
   EXPECT_EQ(qobject_cast<QSpinBox*>(field("width"))->value(), 10000);
 }
 
