@@ -202,7 +202,9 @@ void MainWindow::createPanelMenu() {
       tr("&Next Panel"), this,
       [this] {
         const QList<ViewPanel*> panels = mp_Panels->panelsOfTab(mp_Panels->currentIndex());
-        panels[(panels.indexOf(mp_Panels->activePanel()) + 1) % panels.size()]->setFocus();
+        ViewPanel* next = panels[(panels.indexOf(mp_Panels->activePanel()) + 1) % panels.size()];
+        mp_Panels->activate(next);
+        next->setFocus();
       },
       QKeySequence(tr("F6")));
   menu->addSeparator();

@@ -25,6 +25,7 @@ class PanelArea : public QTabWidget {
   ViewPanel* activePanel() const;
   QList<ViewPanel*> panels() const;
   QList<ViewPanel*> panelsOfTab(int index) const;
+  void activate(ViewPanel* panel);
   void closePanel(ViewPanel* panel);
   void setSelection(const util::YPointer<scene::SceneElement>& element);
   void updatePanels();
@@ -36,7 +37,6 @@ class PanelArea : public QTabWidget {
 
  private:
   ViewPanel* createPanel();
-  void activate(ViewPanel* panel);
   void tabChosen(int index);
   void removeEmptySplitters(QSplitter* splitter);
 
