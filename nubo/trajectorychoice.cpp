@@ -1,6 +1,7 @@
 #include "nubo/trajectorychoice.h"
 
 #include <QSettings>
+#include <algorithm>
 
 #include "kernel/log/logger.h"
 #include "kernel/main/overseer.h"
@@ -55,7 +56,7 @@ QString selectMatrices(std::unique_ptr<AdvancedTrajectoryInfo> info, const Range
 
 }  // namespace
 
-int playingRate() { return main::nuboSettings()->value("settings/grabvideofps", "25").toInt(); }
+int playingRate() { return std::max(1, main::nuboSettings()->value("settings/grabvideofps", "25").toInt()); }
 
 QString chooseTrajectory(const CommandLine& line, const std::vector<scene::Animation>& animations) {
   if (!line.trajectory.isEmpty()) return selectPoints(line.trajectory, line.steps);

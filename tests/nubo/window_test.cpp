@@ -286,6 +286,8 @@ TEST_F(Window, MarksBadValuesWhereTheyStandAndRunsNothing) {
 }
 
 TEST_F(Window, RecordsATurntableThatTheUserEnds) {
+  // A turntable of so many steps that none ends before the user does.
+  main::nuboSettings()->setValue("settings/grabvideofps", 1000);
   ASSERT_NO_FATAL_FAILURE(openCube());
   const Matrix4 view = panels().activePanel()->getScaledTransformMatrix();
   const auto* trajectory = trajectory::TrajectoryHandler::getInstance()->getAdvancedTrajectoryInfo();
