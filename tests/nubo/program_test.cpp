@@ -197,7 +197,7 @@ TEST_F(Program, RecordsTheStepsOfATrajectory) {
 
 TEST_F(Program, EndsARecordingInTimeOrOnCtrlC) {
   const QString record = "grabvideo --filename a.y4m --width 32 --height 32 --sync 0";
-  EXPECT_EQ(run("--duration 0.5 " + record).status, 0);
+  EXPECT_EQ(run("--duration 3 " + record).status, 0);
   EXPECT_GT(framesOf(path("a.y4m")), 0);
 
   QFile::remove(path("a.y4m"));
@@ -205,8 +205,9 @@ TEST_F(Program, EndsARecordingInTimeOrOnCtrlC) {
   process.setWorkingDirectory(m_Directory.path());
   process.setProcessEnvironment(environment());
   process.start(NUBO_TEST_BIN_DIR "/nubo", QString("--settings nubo.ini " + record).split(' '));
-  // The file is there as soon as the recording has begun.
+  // The file is there as soon as the recording has begun; frames follow soon, but are written at the end only.
   while (!QFileInfo::exists(path("a.y4m")) && process.state() != QProcess::NotRunning) process.waitForFinished(20);
+  process.waitForFinished(3000);
   kill(pid_t(process.processId()), SIGINT);
   ASSERT_TRUE(process.waitForFinished(60000));
   EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
