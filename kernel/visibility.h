@@ -1,3 +1,4 @@
+// What the kernel library exports.
 #pragma once
 
 #include <QtCore/qglobal.h>

@@ -1,3 +1,4 @@
+// What the grab module exports.
 #pragma once
 
 #include <QtCore/qglobal.h>

@@ -1,3 +1,4 @@
+// What the scene library exports.
 #pragma once
 
 #include <QtCore/qglobal.h>

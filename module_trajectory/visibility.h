@@ -1,3 +1,4 @@
+// What the trajectory library exports.
 #pragma once
 
 #include <QtCore/qglobal.h>

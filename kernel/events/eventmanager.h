@@ -20,6 +20,7 @@ class NUBO_KERNEL_EXPORT EventManager {
   void registerEventFunction(unsigned long type, Function* function, const void* owner,
                              boost::function<bool(const main::Event*)>* filter);
   void unregisterAllEventFunctionsOf(const void* owner);
+  /// Delivers the event as it says: at once on this thread, or later on the application thread.
   void fireEvent(const main::Event& event);
 
  private:

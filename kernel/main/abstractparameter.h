@@ -23,12 +23,17 @@ class NUBO_KERNEL_EXPORT AbstractParameter {
   AbstractParameter(const AbstractParameter&) = delete;
   AbstractParameter& operator=(const AbstractParameter&) = delete;
 
+  /// Takes the value that the text stands for; false, with the old value in place, for a text of another type.
   virtual bool castString(const QString& text) = 0;
+  /// A null text without a value.
   virtual QString toString() const = 0;
+  /// Deletes the value if it is owned, and forgets it in any case.
   virtual void clearValue() = 0;
+  /// Holds the other's very object from now on, if it is of the same type.
   virtual void takeValue(AbstractParameter* other) = 0;
   virtual bool hasValue() const = 0;
   virtual QString toDebugString() const = 0;
+  /// The untyped way to getValue and setValue; the type is not checked.
   virtual void* getValuePointer() const = 0;
   virtual void setValuePointer(void* value) = 0;
 

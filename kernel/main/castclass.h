@@ -26,7 +26,9 @@ class NUBO_KERNEL_EXPORT CastClass : public util::YObject {
   virtual void* fromString(const QString& text) = 0;
   /// A new copy of a value, or null for types that cannot be copied.
   virtual void* copy(const void* value) = 0;
+  /// A text that fromString turns into an equal value, where the type has such texts.
   virtual QString toString(const void* value) = 0;
+  /// Deletes a value that this class made.
   virtual void deleteValue(void* value) = 0;
   /// True when values must be deleted through deleteValue.
   bool needsSpecialDeletion() const { return m_SpecialDeletion; }
@@ -44,7 +46,7 @@ class NUBO_KERNEL_EXPORT CastClassManager {
  public:
   using Factory = std::function<CastClass*()>;
   static CastClassManager* getInstance();
-  /// A new cast class, or null for a type that nobody registered.
+  /// A new cast class, owned by the caller, or null for a type that nobody registered.
   CastClass* createCastClassForType(const std::type_info* type) const;
   /// A later registration of the same type replaces the earlier one.
   void registerCastClass(const std::type_info& type, Factory factory);

@@ -44,7 +44,8 @@ class NUBO_KERNEL_EXPORT Command {
   /// was, when there is no such set, a value does not fit, or a required one has neither. Not while the
   /// command runs.
   virtual bool setParameters(const ParameterSet& values);
-  /// A window or a widget of the command's own in place of the generated dialog; null: none.
+  /// A window or a widget of the command's own in place of the generated dialog; null: none. It stays the command's;
+  /// application thread.
   virtual QWidget* getGUIWindow();
   virtual QWidget* getCommandWidget();
   /// A new command of the same kind, made by the creation function registered for its name, with a
@@ -53,10 +54,10 @@ class NUBO_KERNEL_EXPORT Command {
   virtual Command* clone() const;
   /// Asks a running command to end. May be called on any thread, when nothing runs, and repeatedly.
   virtual void abort();
-  /// Does the work, on a command thread.
+  /// Does the work, on a command thread. Failures go to the log, which is how user interfaces learn of them.
   virtual void execute() = 0;
 
-  /// What the command reports of itself; any thread.
+  /// What the command reports of itself; any thread. Percentages are 0 to 100, or -1 while there is none.
   void updateText(const QString& text);
   void updateDetail(const QString& detail);
   void updateProcessed(int percent);

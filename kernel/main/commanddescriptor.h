@@ -9,6 +9,7 @@
 
 namespace nubo::main {
 
+/// The name identifies a command among all modules and on the command line; the description is for the user.
 class NUBO_KERNEL_EXPORT CommandDescriptor {
  public:
   CommandDescriptor(const QString& description, const QString& commandName)

@@ -18,6 +18,8 @@ struct ThirdPartyInfos {
   QString url;
 };
 
+/// What the About box and `nubo --version` say of a module, which is also found by this name. Made by the module's
+/// factory, deleted by the module manager after the module.
 class NUBO_KERNEL_EXPORT InformationObject {
  public:
   InformationObject(const QString& description, const QString& name, const QIcon& icon, const QUrl& homepage,

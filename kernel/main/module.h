@@ -11,6 +11,7 @@
 
 namespace nubo::main {
 
+/// Gives its name to the positions of groups.
 class NUBO_KERNEL_EXPORT MenuAndToolbarManager {
  public:
   /// Where a group stands among others, smaller first.
@@ -28,10 +29,14 @@ class NUBO_KERNEL_EXPORT Module {
   virtual ~Module();
   /// Notes a command of this module (the command manager owns it) and collects its GUI descriptors.
   virtual void registerCommand(Command* command);
+  /// Those collected by registerCommand, which stay their commands'.
   virtual std::vector<GUIDescriptor*>& getGUIDescriptions();
+  /// Whether doStartupActions is to be called.
   virtual bool hasStartupActions();
-  /// `progress` is never empty and shows a text to the waiting user.
+  /// Called once when all modules are loaded. `progress` is never empty and shows a text to the waiting user. A module
+  /// that throws here is unloaded.
   virtual void doStartupActions(boost::function<void(QString)> progress);
+  /// Called before the module's commands are deleted, if the start-up did not fail.
   virtual void doShutdownActions();
 
   InformationObject* getInformationObject() const { return mp_Information; }
@@ -54,6 +59,7 @@ class NUBO_KERNEL_EXPORT ModuleFactory {
  public:
   ModuleFactory();
   virtual ~ModuleFactory();
+  /// A new module, owned by the caller; called once.
   virtual Module* createModule() = 0;
   /// Called while the library loads; the module manager later makes each command once. True.
   bool registerPrimaryCommand(CommandCreator creator);

@@ -8,6 +8,7 @@
 
 namespace nubo::main {
 
+/// Any thread, as far as the parameters may be used there.
 class NUBO_KERNEL_EXPORT TypeSolver {
  public:
   /// A value of some parameter's type.

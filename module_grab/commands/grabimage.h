@@ -34,8 +34,8 @@ class NUBO_MODULE_GRAB_EXPORT GrabImage : public main::Command {
   /// objects. Application thread.
   GrabImage();
   /// The programmatic form: renders the global scene under `transform` into `image`, whose size is the
-  /// picture's, and writes no file. All three belong to the caller and must outlive the run; without an image
-  /// or a matrix a run does nothing. Colours are written with straight alpha.
+  /// picture's, and writes no file. The panel may be null. All three belong to the caller and must outlive the run;
+  /// without an image or a matrix a run does nothing. Colours are written with straight alpha.
   GrabImage(QImage* image, const math::Matrix<double, 4, 4>* transform, gui::ScenePanel* panel);
   /// A copy tracks the same panel with the same values, but does not follow panel changes.
   GrabImage(const GrabImage& other);

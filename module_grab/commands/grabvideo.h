@@ -36,6 +36,8 @@ class NUBO_MODULE_GRAB_EXPORT GrabVideo : public QObject, public main::Command {
  public:
   static const char* CommandName;
 
+  /// Parameters: "filename", whose extension chooses the encoder; "width" and "height" in pixels, 0 for the panel's,
+  /// odd ones grow by one; "sync", true for one frame for each step of the trajectory. Application thread.
   GrabVideo();
   ~GrabVideo() override;
 
@@ -43,6 +45,7 @@ class NUBO_MODULE_GRAB_EXPORT GrabVideo : public QObject, public main::Command {
   main::Command* clone() const override;
   /// Ends the recording and keeps what was recorded. Any thread.
   void abort() override;
+  /// Failures are logged; what could be recorded before them is in the file.
   void execute() override;
 
  private slots:

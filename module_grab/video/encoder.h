@@ -20,7 +20,8 @@ namespace nubo::grab::video {
 ///
 /// A chunk is a seekable device of raw frames back to back, without header, separator or padding. A raw frame is
 /// m_Height rows from the top of the picture to its bottom, a row m_Width pixels of the four bytes blue, green,
-/// red and alpha.
+/// red and alpha. Alpha is 0 where only background shows; colours are blended with the background's and not multiplied
+/// by alpha.
 ///
 /// An encoder serves one recording: setOutputParameters, encodeVideoChunk for every chunk, then waitForFinish or
 /// abortEncoding, then deletion. Its owner calls one of these two before it deletes an encoder whose output
@@ -33,7 +34,7 @@ class NUBO_MODULE_GRAB_EXPORT Encoder : public QObject {
   /// Neither stops the worker nor deletes chunks or the output device.
   ~Encoder() override;
 
-  /// Opens and truncates the output file. Sizes in pixels, both even; the bit rate in bits per second. Logs and
+  /// Opens and truncates the output file. Sizes in pixels, both even; frames and bits per second. Logs and
   /// returns false for an odd size and for a file that cannot be opened. The parameters are stored in any case.
   /// The owner's thread.
   bool setOutputParameters(const QString& fileName, int width, int height, int fps, int bitrate);
@@ -74,10 +75,10 @@ class NUBO_MODULE_GRAB_EXPORT Encoder : public QObject {
 
   QIODevice* mp_Device;         ///< a QFile open for writing; null when no output is open
   std::atomic<bool> m_Aborted;  ///< set for good by abortEncoding
-  int m_Width;
-  int m_Height;
-  int m_Fps;
-  int m_Bitrate;  ///< bits per second
+  int m_Width;                  ///< pixels, even
+  int m_Height;                 ///< pixels, even
+  int m_Fps;                    ///< frames per second, as in the user's settings; unchecked
+  int m_Bitrate;                ///< bits per second, likewise unchecked
 
  private:
   class Runner;

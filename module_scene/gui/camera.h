@@ -25,12 +25,14 @@ class NUBO_MODULE_SCENE_EXPORT Camera {
 
   /// From the scene to eye space, scaled.
   math::Matrix4 transform() const;
-  /// Centres and scales so that the box fits a view of this size, at this elevation and whatever the azimuth.
+  /// Centres and scales so that the box (an empty one: nothing changes) fits a view of this size in pixels, at this
+  /// elevation and whatever the azimuth.
   void fit(const scene::BoundingBox& box, int width, int height);
+  /// Turns by degrees; the elevation stays within its bounds.
   void orbit(double azimuthDelta, double elevationDelta);
   /// Moves the centre across the view, in fractions of the view's height.
   void pan(double right, double up);
-  /// Above 1 comes closer.
+  /// Above 1 comes closer, within bounds; factors that are not above 0 do nothing.
   void zoom(double factor);
   /// "front", "back", "left", "right", "top", "bottom", "oblique" or "AZIMUTH,ELEVATION"; false, with nothing
   /// changed, for anything else.

@@ -32,6 +32,7 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   double getDetail() const { return m_Detail; }
 
  signals:
+  /// The view transform is another now; application thread.
   void cameraChanged();
 
  protected:

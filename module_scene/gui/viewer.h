@@ -12,13 +12,14 @@
 namespace nubo::gui {
 
 /// Made once by the program on the application thread after the Overseer, and destroyed before it, after
-/// all panels. Registers the cast classes of the scene's types.
+/// all panels. Registers the cast classes of the scene's types. Application thread, except where it says otherwise.
 class NUBO_MODULE_SCENE_EXPORT Viewer {
  public:
   Viewer();
   ~Viewer();
   Viewer(const Viewer&) = delete;
   Viewer& operator=(const Viewer&) = delete;
+  /// Null before the program made it and after it is gone; any thread.
   static Viewer* getInstance();
 
   /// Never null; any thread.

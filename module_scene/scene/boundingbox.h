@@ -1,3 +1,4 @@
+// Where things are: boxes along the axes.
 #pragma once
 
 #include <algorithm>
@@ -25,6 +26,7 @@ struct BoundingBox {
     add(other.min);
     add(other.max);
   }
+  /// The box around this box's corners after the transform.
   BoundingBox transformed(const math::Matrix4& m) const {
     BoundingBox result;
     if (isEmpty()) return result;

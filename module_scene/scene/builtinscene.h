@@ -1,3 +1,4 @@
+// A scene to try things with.
 #pragma once
 
 #include "module_scene/scene/sceneelement.h"
