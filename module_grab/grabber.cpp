@@ -15,7 +15,7 @@ namespace nubo::grab {
 
 namespace {
 
-/// The selected trajectory, of either mode; without one it has no steps.
+/// The trajectory that was selected when this was made, of either mode; without one it has no steps.
 class Trajectory {
  public:
   Trajectory() {
@@ -43,8 +43,8 @@ class Trajectory {
   }
 
  private:
-  trajectory::TrajectoryInfo* mp_Points = nullptr;
-  trajectory::AdvancedTrajectoryInfo* mp_Matrices = nullptr;
+  std::shared_ptr<trajectory::TrajectoryInfo> mp_Points;
+  std::shared_ptr<trajectory::AdvancedTrajectoryInfo> mp_Matrices;
 };
 
 void logChunkFailure(int line, const char* message) {

@@ -45,24 +45,34 @@ TrajectoryHandler* TrajectoryHandler::getInstance() {
   return &instance;
 }
 
-void TrajectoryHandler::select(std::unique_ptr<TrajectoryInfo> info) {
-  clear();
-  if (!info) return;
-  m_Info = std::move(info);
-  m_Mode = Points;
+TrajectoryHandler::MODE TrajectoryHandler::getSelectedMode() const {
+  const std::lock_guard lock(m_Mutex);
+  if (m_Info) return Points;
+  return m_AdvancedInfo ? Matrices : None;
 }
 
-void TrajectoryHandler::select(std::unique_ptr<AdvancedTrajectoryInfo> info) {
-  clear();
-  if (!info) return;
-  m_AdvancedInfo = std::move(info);
-  m_Mode = Matrices;
+std::shared_ptr<TrajectoryInfo> TrajectoryHandler::getTrajectoryInfo() const {
+  const std::lock_guard lock(m_Mutex);
+  return m_Info;
 }
 
-void TrajectoryHandler::clear() {
-  m_Mode = None;
-  m_Info.reset();
-  m_AdvancedInfo.reset();
+std::shared_ptr<AdvancedTrajectoryInfo> TrajectoryHandler::getAdvancedTrajectoryInfo() const {
+  const std::lock_guard lock(m_Mutex);
+  return m_AdvancedInfo;
+}
+
+void TrajectoryHandler::select(std::unique_ptr<TrajectoryInfo> info) { replace(std::move(info), nullptr); }
+
+void TrajectoryHandler::select(std::unique_ptr<AdvancedTrajectoryInfo> info) { replace(nullptr, std::move(info)); }
+
+void TrajectoryHandler::clear() { replace(nullptr, nullptr); }
+
+/// The earlier one goes, unless somebody plays it, when the lock has been released: its elements go with it.
+void TrajectoryHandler::replace(std::shared_ptr<TrajectoryInfo> info,
+                                std::shared_ptr<AdvancedTrajectoryInfo> advancedInfo) {
+  const std::lock_guard lock(m_Mutex);
+  m_Info.swap(info);
+  m_AdvancedInfo.swap(advancedInfo);
 }
 
 }  // namespace nubo::trajectory

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 
 #include "module_scene/scene/scene.h"
 #include "module_trajectory/visibility.h"
@@ -48,16 +49,17 @@ class NUBO_MODULE_TRAJECTORY_EXPORT AdvancedTrajectoryInfo {
   std::atomic<std::uint64_t> m_Position{0};
 };
 
-/// Knows the trajectory that the program plays. Selected on the application thread; read on any.
+/// Knows the trajectory that the program plays. Selected on the application thread; read on any. Whoever plays a
+/// trajectory shares it, and may go on when another one has been selected.
 class NUBO_MODULE_TRAJECTORY_EXPORT TrajectoryHandler {
  public:
   enum MODE { Points = 0, Matrices = 1, None = 2 };
   static TrajectoryHandler* getInstance();
 
-  MODE getSelectedMode() const { return m_Mode; }
-  /// Valid while selected; null in other modes.
-  TrajectoryInfo* getTrajectoryInfo() const { return m_Info.get(); }
-  AdvancedTrajectoryInfo* getAdvancedTrajectoryInfo() const { return m_AdvancedInfo.get(); }
+  MODE getSelectedMode() const;
+  /// Null in other modes.
+  std::shared_ptr<TrajectoryInfo> getTrajectoryInfo() const;
+  std::shared_ptr<AdvancedTrajectoryInfo> getAdvancedTrajectoryInfo() const;
 
   void select(std::unique_ptr<TrajectoryInfo> info);
   void select(std::unique_ptr<AdvancedTrajectoryInfo> info);
@@ -65,9 +67,11 @@ class NUBO_MODULE_TRAJECTORY_EXPORT TrajectoryHandler {
 
  private:
   TrajectoryHandler() = default;
-  std::atomic<MODE> m_Mode{None};
-  std::unique_ptr<TrajectoryInfo> m_Info;
-  std::unique_ptr<AdvancedTrajectoryInfo> m_AdvancedInfo;
+  void replace(std::shared_ptr<TrajectoryInfo> info, std::shared_ptr<AdvancedTrajectoryInfo> advancedInfo);
+
+  mutable std::mutex m_Mutex;  ///< guards both, of which one at most is not null
+  std::shared_ptr<TrajectoryInfo> m_Info;
+  std::shared_ptr<AdvancedTrajectoryInfo> m_AdvancedInfo;
 };
 
 }  // namespace nubo::trajectory

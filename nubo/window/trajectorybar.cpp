@@ -22,9 +22,8 @@ constexpr int LookMs = 80;
 
 void setPosition(int step) {
   const TrajectoryHandler* handler = TrajectoryHandler::getInstance();
-  if (trajectory::TrajectoryInfo* info = handler->getTrajectoryInfo()) info->setPosition(std::uint64_t(step));
-  if (trajectory::AdvancedTrajectoryInfo* info = handler->getAdvancedTrajectoryInfo())
-    info->setPosition(std::uint64_t(step));
+  if (const auto info = handler->getTrajectoryInfo()) info->setPosition(std::uint64_t(step));
+  if (const auto info = handler->getAdvancedTrajectoryInfo()) info->setPosition(std::uint64_t(step));
 }
 
 }  // namespace
@@ -153,15 +152,15 @@ void TrajectoryBar::removeMarkers() {
 
 int TrajectoryBar::count() {
   const TrajectoryHandler* handler = TrajectoryHandler::getInstance();
-  if (const trajectory::TrajectoryInfo* info = handler->getTrajectoryInfo()) return int(info->getPoints().size());
-  const trajectory::AdvancedTrajectoryInfo* info = handler->getAdvancedTrajectoryInfo();
+  if (const auto info = handler->getTrajectoryInfo()) return int(info->getPoints().size());
+  const auto info = handler->getAdvancedTrajectoryInfo();
   return info && info->getMatrixMapList() ? int(info->getMatrixMapList()->size()) : 0;
 }
 
 int TrajectoryBar::position() {
   const TrajectoryHandler* handler = TrajectoryHandler::getInstance();
-  if (const trajectory::TrajectoryInfo* info = handler->getTrajectoryInfo()) return int(info->getPosition());
-  const trajectory::AdvancedTrajectoryInfo* info = handler->getAdvancedTrajectoryInfo();
+  if (const auto info = handler->getTrajectoryInfo()) return int(info->getPosition());
+  const auto info = handler->getAdvancedTrajectoryInfo();
   return info ? int(info->getPosition()) : 0;
 }
 

@@ -7,7 +7,14 @@
 #include <algorithm>
 #include <thread>
 
+#include "kernel/util/delegate.h"
+#include "module_grab/freememory.h"
 #include "recording.h"
+
+static std::atomic<bool> g_MemoryIsShort{false};  // no more is free than the smallest chunk takes
+
+// Stands before the module's own function.
+std::uint64_t nubo::grab::freeMemory() { return g_MemoryIsShort ? 1000000 : std::uint64_t(1) << 40; }
 
 namespace nubo::test {
 namespace {
@@ -163,10 +170,37 @@ TEST_F(RecordingTest, SettingsReachTheEncoder) {
   EXPECT_EQ(m_Encoding.fps, 30);
   EXPECT_EQ(m_Encoding.bitrate, 5000000);
   for (const EncodedChunk& chunk : m_Encoding.chunks()) EXPECT_FALSE(chunk.isMemory);
-  // The temporary files are gone with their chunks.
-  EXPECT_EQ(QDir(m_Host.directory.path()).entryList(QDir::Files | QDir::Hidden).filter("settings", Qt::CaseInsensitive),
-            QStringList{"settings.ini"});
-  EXPECT_EQ(QDir(m_Host.directory.path()).entryList(QDir::Files | QDir::Hidden).size(), 2);
+  EXPECT_EQ(temporaryFiles(), 0);
+}
+
+TEST_F(RecordingTest, GoesOverIntoFilesWhileMemoryIsShortAndLosesNoFrame) {
+  makePanel(BigSize, BigSize);
+  useSmallestChunks();
+  QSemaphore gate;  // an encoder that does not keep up at all
+  m_Encoding.gate = &gate;
+  main::Command& command = makeCommand(m_Host.file("a.fake"));
+  std::atomic<int> grabbed{0};
+  QObject::connect(
+      command.monitor(), &main::CommandMonitor::detailChanged, command.monitor(),
+      [&](const QString& figures) { grabbed = figures.section(' ', 0, 0).toInt(); }, Qt::DirectConnection);
+  start(command);
+  for (const auto& [frames, isShort] : {std::pair(3, true), std::pair(8, false)}) {
+    ASSERT_TRUE(waitUntil([&, atLeast = frames] { return grabbed >= atLeast; }));
+    g_MemoryIsShort = isShort;
+  }
+  ASSERT_TRUE(waitUntil([&] { return grabbed >= 12; }));
+  EXPECT_GT(temporaryFiles(), 2);
+  command.abort();
+  gate.release(1000);
+  ASSERT_TRUE(m_Host.settle());
+
+  EXPECT_EQ(m_Log.messages(log::Failure), std::vector<QString>{});
+  std::vector<bool> changes;
+  for (const EncodedChunk& chunk : m_Encoding.chunks())
+    if (changes.empty() || changes.back() != chunk.isMemory) changes.push_back(chunk.isMemory);
+  EXPECT_EQ(changes, (std::vector<bool>{true, false, true}));
+  EXPECT_EQ(int(m_Encoding.frames().size()), grabbed);
+  EXPECT_EQ(temporaryFiles(), 0);
 }
 
 TEST_F(RecordingTest, AFrameIsBlueGreenRedAlphaFromTheTop) {
@@ -325,6 +359,7 @@ struct SyncedRow {
   int position;
   std::vector<int> steps;
   std::vector<int> progress;  // of the grabbing
+  bool replaced = false;      // another trajectory is selected at half of it
 };
 
 TEST_F(RecordingTest, EveryStepIsOneFrame) {
@@ -333,6 +368,7 @@ TEST_F(RecordingTest, EveryStepIsOneFrame) {
       {"all", 0, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}, {0, 10, 20, 30, 40, 50, 60, 70, 80, 90}},
       {"from the middle", 7, {7, 8, 9}, {70, 80, 90}},
       {"from the last", 9, {9}, {90}},
+      {"its own to the end", 4, {4, 5, 6, 7, 8, 9}, {40, 50, 60, 70, 80, 90}, true},
   };
   const SteppedScene scene(Steps);
   for (const bool matrices : {false, true})
@@ -350,6 +386,9 @@ TEST_F(RecordingTest, EveryStepIsOneFrame) {
         const auto note = [&](int percent) {
           const QMutexLocker locker(&mutex);
           if (m_Log.messages(log::Note).empty() && percent >= 0) progress.push_back(percent);
+          if (row.replaced && percent == 50)
+            util::WorkerDelegate::invokeSync(
+                new util::FunctionDelegate([&] { matrices ? scene.selectPoints(0) : scene.selectMatrices(0); }));
         };
         QObject::connect(command.monitor(), &main::CommandMonitor::processedChanged, command.monitor(), note,
                          Qt::DirectConnection);
@@ -361,9 +400,9 @@ TEST_F(RecordingTest, EveryStepIsOneFrame) {
         EXPECT_EQ(progress, row.progress);
         EXPECT_EQ(m_Encoding.chunkCount(), bigFrames ? int(row.steps.size()) : 1);
         const auto* handler = trajectory::TrajectoryHandler::getInstance();
-        EXPECT_EQ(matrices ? handler->getAdvancedTrajectoryInfo()->getPosition()
-                           : handler->getTrajectoryInfo()->getPosition(),
-                  std::uint64_t(Steps - 1));
+        EXPECT_EQ(matrices != row.replaced ? handler->getAdvancedTrajectoryInfo()->getPosition()
+                                           : handler->getTrajectoryInfo()->getPosition(),
+                  std::uint64_t(row.replaced ? 0 : Steps - 1));
       }
 }
 
@@ -518,12 +557,12 @@ TEST_F(RecordingTest, ManyRecordingsLeaveNothingBehind) {
   recordSome(4);
   QOpenGLContext* shared = m_Host.viewer.getSharedContext()->glContext();
   const Holdings before = Holdings::now(shared);
-  recordSome(200);
+  recordSome(400);
   const Holdings after = Holdings::now(shared);
   // The pool of command threads, each with a file of its own, may have grown by one or two.
   EXPECT_LT(after.threads, before.threads + 10);
   EXPECT_LT(after.files, before.files + 10);
-  EXPECT_LT(after.heap, before.heap + 200 * 1000);  // under a kilobyte a recording, so no object of any size
+  EXPECT_LT(after.heap, before.heap + 400 * 1000);  // under a kilobyte a recording, so no object of any size
   EXPECT_EQ(after.textures, before.textures);
   EXPECT_EQ(after.renderbuffers, before.renderbuffers);
   EXPECT_EQ(after.framebuffers, before.framebuffers);

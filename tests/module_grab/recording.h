@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QDir>
 #include <QFile>
 #include <QSettings>
 #include <cmath>
@@ -121,6 +122,16 @@ class RecordingTest : public ::testing::Test {
   }
   void setSetting(const char* key, const QVariant& value) { main::nuboSettings()->setValue(key, value); }
   void useFileChunks() { setSetting("settings/grabvideousememoryasbuffer", false); }
+  /// How many chunks lie in files, which have no name where the system allows that.
+  int temporaryFiles() const {
+    int count = 0;
+    for (const QFileInfo& file : QDir(QStringLiteral("/proc/self/fd")).entryInfoList(QDir::AllEntries | QDir::System)) {
+      const QString target = file.symLinkTarget();
+      count += target.startsWith(m_Host.file("#")) ||
+               target.startsWith(m_Host.file(QCoreApplication::applicationName() + '.'));
+    }
+    return count;
+  }
   /// Makes every frame of BigSize x BigSize pixels a chunk of its own.
   void useSmallestChunks() { setSetting("settings/grabvideotempfilesize", 1); }
   static constexpr int BigSize = 512;
