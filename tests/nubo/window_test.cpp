@@ -290,7 +290,7 @@ TEST_F(Window, RecordsATurntableThatTheUserEnds) {
   main::nuboSettings()->setValue("settings/grabvideofps", 1000);
   ASSERT_NO_FATAL_FAILURE(openCube());
   const Matrix4 view = panels().activePanel()->getScaledTransformMatrix();
-  const auto* trajectory = trajectory::TrajectoryHandler::getInstance()->getAdvancedTrajectoryInfo();
+  const auto trajectory = trajectory::TrajectoryHandler::getInstance()->getAdvancedTrajectoryInfo();
   ASSERT_TRUE(trajectory);
   const auto steps = *trajectory->getMatrixMapList();
   ASSERT_NO_FATAL_FAILURE(startVideo("turn.y4m", true));
