@@ -22,7 +22,7 @@ Muxer::Muxer(QIODevice* device, const char* format, const char* options, const A
   stream->time_base = {1, fps};
   stream->avg_frame_rate = stream->r_frame_rate = {fps, 1};
   Options settings(options);
-  check(avformat_write_header(m_Format.get(), &settings), action);
+  checkWritten(avformat_write_header(m_Format.get(), &settings));
   settings.checkAllUsed();
 }
 
@@ -38,12 +38,11 @@ void Muxer::write(AVPacket* packet, AVRational timeBase) {
   av_packet_rescale_ts(packet, timeBase, m_Format->streams[0]->time_base);
   const int result = av_write_frame(m_Format.get(), packet);
   av_packet_unref(packet);
-  m_Io.checkWritten();
-  check(result, action);
+  checkWritten(result);
 }
 
 void Muxer::flush() {
-  check(av_write_frame(m_Format.get(), nullptr), action);
+  checkWritten(av_write_frame(m_Format.get(), nullptr));
   m_Io.flush();
 }
 
@@ -51,6 +50,11 @@ void Muxer::finish() {
   m_Finished = true;
   const int result = av_write_trailer(m_Format.get());
   m_Io.flush();
+  check(result, action);
+}
+
+void Muxer::checkWritten(int result) {
+  m_Io.checkWritten();
   check(result, action);
 }
 

@@ -23,6 +23,9 @@ class Muxer {
   void finish();
 
  private:
+  /// Of a failure the device knows more than FFmpeg's result says.
+  void checkWritten(int result);
+
   DeviceIo m_Io;
   OutputFormat m_Format;
   bool m_Finished = false;

@@ -3,7 +3,7 @@
 //
 // A library in plugins/video/ needs an encoder class, doRegister and, if it builds on a library worth naming,
 // getInfos (which this one has no need of).
-#include <QIODevice>
+#include <QFileDevice>
 
 #include "kernel/log/logger.h"
 #include "module_grab/video/encoder.h"
@@ -27,7 +27,12 @@ class Y4mEncoder : public Encoder {
   }
 
   /// Called for each chunk on a thread of its own. A chunk can be null, and stands at its end.
-  bool encodeChunk(QIODevice* chunk, bool /*last*/) override {
+  bool encodeChunk(QIODevice* chunk, bool /*last*/) override { return encodeFrames(chunk) && flush(); }
+  /// Called at the end in any case, also after a failure; here, nothing follows the last frame.
+  void finishEncoding() override {}
+
+ private:
+  bool encodeFrames(QIODevice* chunk) {
     const qint64 frameSize = 4LL * m_Width * m_Height;
     if (!chunk) return true;
     chunk->seek(0);
@@ -38,14 +43,24 @@ class Y4mEncoder : public Encoder {
     return true;
   }
 
-  /// Called at the end in any case, also after a failure; here, nothing follows the last frame.
-  void finishEncoding() override {}
-
- private:
+  /// A disk that fills up takes a part of the data without a word, and gives its reason when it is asked to take the
+  /// rest.
   bool write(const QByteArray& data) {
-    if (mp_Device->write(data) == data.size()) return true;
+    qint64 written = 0;
+    qint64 taken = 0;
+    while (written < data.size() && (taken = mp_Device->write(data.constData() + written, data.size() - written)) > 0)
+      written += taken;
+    return written == data.size() || fail();
+  }
+
+  bool flush() {
+    auto* file = qobject_cast<QFileDevice*>(mp_Device);
+    return !file || file->flush() || file->flush() || fail();
+  }
+
+  bool fail() {
     nubo::log::Logger::getInstance()->log(nubo::log::Failure, "plugins/video/frames/y4mplugin", __LINE__,
-                                          "Y4mEncoder::write", nullptr, mp_Device->errorString());
+                                          "Y4mEncoder::fail", nullptr, mp_Device->errorString());
     return false;
   }
 

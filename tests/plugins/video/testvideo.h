@@ -1,6 +1,8 @@
 // A video of known pictures, and what FFmpeg's programs say of the file that a plug-in made of it.
 #pragma once
 
+#include <sys/resource.h>
+
 #include <QBuffer>
 #include <QByteArray>
 #include <QFile>
@@ -9,6 +11,7 @@
 #include <QProcess>
 #include <array>
 #include <cmath>
+#include <csignal>
 #include <cstdint>
 #include <memory>
 
@@ -139,5 +142,23 @@ inline bool hand(grab::video::Encoder& encoder, std::unique_ptr<QIODevice> chunk
   (void)chunk.release();
   return true;
 }
+
+/// Lowers what the process may take, as a full disk or a crowded system would.
+class Limit {
+ public:
+  Limit(decltype(RLIMIT_FSIZE) resource, rlim_t value) : m_Resource(resource) {
+    signal(SIGXFSZ, SIG_IGN);
+    getrlimit(resource, &m_Earlier);
+    const rlimit lowered{value, m_Earlier.rlim_max};
+    setrlimit(resource, &lowered);
+  }
+  ~Limit() { setrlimit(m_Resource, &m_Earlier); }
+  Limit(const Limit&) = delete;
+  Limit& operator=(const Limit&) = delete;
+
+ private:
+  decltype(RLIMIT_FSIZE) m_Resource;
+  rlimit m_Earlier{};
+};
 
 }  // namespace nubo::test
