@@ -1,8 +1,9 @@
 #include "plugins/video/av/formats.h"
 
+#include <algorithm>
 #include <array>
+#include <cstring>
 
-#include "plugins/video/av/libav.h"
 #include "plugins/video/av/mpeg4colours.h"
 
 namespace nubo::grab::video::av {
@@ -16,34 +17,27 @@ namespace {
 
 const std::array<Format, 6> formats{{
     // Every frame leaves the encoder at once: what was encoded is in the file when the program is killed.
-    {"mp4", "MPEG-4 video (H.264)", "mp4", "movflags=frag_keyframe+empty_moov+default_base_moof+write_colr", "libx264",
+    {"mp4", "mp4", "movflags=frag_keyframe+empty_moov+default_base_moof+write_colr", "libx264",
      "preset=veryfast:tune=zerolatency", NUBO_BT709_420 "yuv420p", true, true, 0, nullptr},
-    {"mkv", "Matroska video (FFV1, lossless with alpha)", "matroska", "", "ffv1", "level=3:slicecrc=1:g=1",
-     "format=bgra", false, false, 0, nullptr},
-    {"webm", "WebM video (VP9 with alpha)", "webm", "", "libvpx-vp9",
-     "deadline=realtime:cpu-used=5:row-mt=1:lag-in-frames=0:auto-alt-ref=0", NUBO_BT709_420 "yuva420p", true, false, 0,
-     nullptr},
-    {"mov", "QuickTime video (ProRes 4444 with alpha)", "mov", "movflags=write_colr", "prores_ks",
-     "profile=4444:vendor=apl0", NUBO_BT709 ",format=yuva444p10", false, false, 0, nullptr},
-    {"avi", "AVI video (MPEG-4 part 2)", "avi", "", "mpeg4", "", NUBO_BT709_420 "yuv420p", true, false, 0,
-     &tagMpeg4Colours},
-    {"gif", "Animated GIF", "gif", "", "gif", "",
+    {"mkv", "matroska", "", "ffv1", "level=3:slicecrc=1:g=1", "format=bgra", false, false, 0, nullptr},
+    {"webm", "webm", "", "libvpx-vp9", "deadline=realtime:cpu-used=5:row-mt=1:lag-in-frames=0:auto-alt-ref=0",
+     NUBO_BT709_420 "yuva420p", true, false, 0, nullptr},
+    {"mov", "mov", "movflags=write_colr", "prores_ks", "profile=4444:vendor=apl0", NUBO_BT709 ",format=yuva444p10",
+     false, false, 0, nullptr},
+    {"avi", "avi", "", "mpeg4", "", NUBO_BT709_420 "yuv420p", true, false, 0, &tagMpeg4Colours},
+    {"gif", "gif", "", "gif", "",
      "format=bgr24,split[picture][copy];[copy]palettegen=stats_mode=single:reserve_transparent=0[palette];"
      "[picture][palette]paletteuse=new=1:dither=sierra2_4a",
      false, false, 100, nullptr},
 }};
 
-bool isAvailable(const Format& format) {
-  return avcodec_find_encoder_by_name(format.codec) && av_guess_format(format.muxer, nullptr, nullptr);
-}
-
 }  // namespace
 
-std::vector<const Format*> availableFormats() {
-  std::vector<const Format*> available;
-  for (const Format& format : formats)
-    if (isAvailable(format)) available.push_back(&format);
-  return available;
+const Format* findFormat(const char* extension) {
+  const auto* found = std::find_if(formats.begin(), formats.end(), [extension](const Format& format) {
+    return std::strcmp(format.extension, extension) == 0;
+  });
+  return found == formats.end() ? nullptr : found;
 }
 
 }  // namespace nubo::grab::video::av

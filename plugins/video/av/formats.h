@@ -1,7 +1,5 @@
-// The video formats that this plug-in offers.
+// How each of the video formats is encoded.
 #pragma once
-
-#include <vector>
 
 struct AVPacket;
 
@@ -9,7 +7,6 @@ namespace nubo::grab::video::av {
 
 struct Format {
   const char* extension;
-  const char* description;
   const char* muxer;         ///< FFmpeg's name of the container
   const char* muxerOptions;  ///< "name=value:name=value"
   const char* codec;         ///< FFmpeg's name of the encoder
@@ -21,7 +18,7 @@ struct Format {
   void (*edit)(AVPacket*);  ///< changes each packet before it is written; can be null
 };
 
-/// Those whose encoder and container are in the installed libraries. They live as long as the plug-in.
-std::vector<const Format*> availableFormats();
+/// Null for an extension without a format; lives as long as this library.
+const Format* findFormat(const char* extension);
 
 }  // namespace nubo::grab::video::av

@@ -52,6 +52,7 @@ void setBitrate(AVCodecContext* codec, int bitrate) {
 
 CodecContext openCodec(const Format& format, const Picture& picture, AVPixelFormat pixelFormat, AVRational timeBase) {
   const AVCodec* encoder = avcodec_find_encoder_by_name(format.codec);
+  if (!encoder) throw Error(QStringLiteral("The installed FFmpeg has no encoder \"%1\"").arg(format.codec));
   CodecContext codec(checkAllocated(avcodec_alloc_context3(encoder)));
   codec->width = picture.width;
   codec->height = picture.height;
@@ -90,8 +91,8 @@ const Picture& checked(const Format& format, const Picture& picture) {
   if (picture.width < 1 || picture.height < 1) throw Error(QStringLiteral("The frames are empty"));
   if (picture.fps < 1) throw Error(QStringLiteral("The frame rate is below 1"));
   if (format.maxFps != 0 && picture.fps > format.maxFps)
-    throw Error(QStringLiteral("%1 has room for at most %2 frames per second")
-                    .arg(QLatin1String(format.description))
+    throw Error(QStringLiteral("A .%1 file has room for at most %2 frames per second")
+                    .arg(QLatin1String(format.extension))
                     .arg(format.maxFps));
   return picture;
 }

@@ -1,27 +1,38 @@
-// What the encoder registry asks of this library. The codecs lie in a library of their own, which is in memory only
-// while it is asked what it offers, and from the first recording on: FFmpeg brings hundreds of libraries along, of
-// which somebody who takes a picture needs none.
+// What the encoder registry asks of this library. The codecs lie in a library of their own, which is loaded by the
+// first recording: FFmpeg brings hundreds of libraries along, of which somebody who takes a picture needs none.
 #include <dlfcn.h>
 
 #include <QByteArray>
 #include <QFileInfo>
 #include <QLibrary>
-#include <deque>
-#include <memory>
 
 #include "kernel/log/logger.h"
 #include "module_grab/video/videoencoder.h"
 #include "plugins/video/av/codecs.h"
+#include "plugins/video/av/libavversions.h"
 
 namespace {
 
 using namespace nubo::grab::video;
 
-/// The library of codecs, in the folder "av" beside this one. Unloaded with the last object that loaded it.
+struct Offer {
+  const char* extension;
+  const char* description;
+};
+
+/// The codecs' library has settings for each. An FFmpeg that lacks one of them says so when it is to record.
+constexpr Offer Offers[] = {
+    {"mp4", "MPEG-4 video (H.264)"},         {"mkv", "Matroska video (FFV1, lossless with alpha)"},
+    {"webm", "WebM video (VP9 with alpha)"}, {"mov", "QuickTime video (ProRes 4444 with alpha)"},
+    {"avi", "AVI video (MPEG-4 part 2)"},    {"gif", "Animated GIF"},
+};
+
+/// The library of codecs, in the folder "av" beside this one, and unloaded before it.
 class Codecs {
  public:
   Codecs() : m_Library(fileName()) {
-    if (m_Library.load()) return;
+    m_NewEncoder = reinterpret_cast<av::NewEncoder>(m_Library.resolve("newEncoder"));
+    if (m_NewEncoder) return;
     nubo::log::Logger::getInstance()->log(nubo::log::Failure, "plugins/video/av/plugin", __LINE__, "Codecs::Codecs",
                                           nullptr, m_Library.errorString());
   }
@@ -31,11 +42,8 @@ class Codecs {
   Codecs(const Codecs&) = delete;
   Codecs& operator=(const Codecs&) = delete;
 
-  /// Null if the library could not be loaded.
-  template <class Function>
-  Function function(const char* name) {
-    return m_Library.isLoaded() ? reinterpret_cast<Function>(m_Library.resolve(name)) : nullptr;
-  }
+  /// Null if there is none.
+  Encoder* newEncoder(const char* extension) const { return m_NewEncoder ? m_NewEncoder(extension) : nullptr; }
 
  private:
   static QString fileName() {
@@ -45,30 +53,13 @@ class Codecs {
   }
 
   QLibrary m_Library;
+  av::NewEncoder m_NewEncoder = nullptr;
 };
 
-/// The extensions registered; the registry hands a pointer to one back as user data.
-std::deque<QByteArray>& extensions() {
-  static std::deque<QByteArray> list;
-  return list;
-}
-
-/// Loaded by the first recording, and kept until this library goes.
-Encoder* createEncoder(void* extension) {
-  static const auto codecs = std::make_unique<Codecs>();
-  const auto newEncoder = codecs->function<av::NewEncoder>("newEncoder");
-  return newEncoder ? newEncoder(static_cast<QByteArray*>(extension)->constData()) : nullptr;
-}
-
-void registerFormat(const char* extension, const char* description, void* isRegistered) {
-  extensions().emplace_back(extension);
-  *static_cast<bool*>(isRegistered) |= VideoEncoder::getInstance()->registerEncoder(
-      &createEncoder, QString::fromLatin1(extension), QString::fromLatin1(description), &extensions().back());
-}
-
-nubo::main::ThirdPartyInfos& infos() {
-  static nubo::main::ThirdPartyInfos kept;
-  return kept;
+/// Called by the registry with the Offer that was registered.
+Encoder* createEncoder(void* offer) {
+  static const Codecs codecs;
+  return codecs.newEncoder(static_cast<const Offer*>(offer)->extension);
 }
 
 }  // namespace
@@ -76,11 +67,11 @@ nubo::main::ThirdPartyInfos& infos() {
 /// True, so that the library is unloaded together with its registrations, if it has at least one.
 extern "C" Q_DECL_EXPORT bool doRegister() {
   bool isRegistered = false;
-  Codecs codecs;
-  if (const auto listFormats = codecs.function<av::ListFormats>("listFormats"))
-    listFormats(&registerFormat, &isRegistered);
-  if (const auto describe = codecs.function<av::DescribeLibraries>("describeLibraries")) describe(&infos());
+  for (const Offer& offer : Offers)
+    isRegistered |= VideoEncoder::getInstance()->registerEncoder(&createEncoder, QString::fromLatin1(offer.extension),
+                                                                 QString::fromLatin1(offer.description),
+                                                                 const_cast<Offer*>(&offer));
   return isRegistered;
 }
 
-extern "C" Q_DECL_EXPORT nubo::main::ThirdPartyInfos getInfos() { return infos(); }
+extern "C" Q_DECL_EXPORT nubo::main::ThirdPartyInfos getInfos() { return av::librariesBuiltWith(); }

@@ -264,7 +264,7 @@ TEST_F(VideoPlugins, WhatCannotBeEncodedIsRefusedWithTheReason) {
     const char* reason;
   };
   for (const auto& [name, refusedWidth, fps, reason] :
-       {Refused{"video.gif", width, 120, "Animated GIF has room for at most 100 frames per second"},
+       {Refused{"video.gif", width, 120, "A .gif file has room for at most 100 frames per second"},
         Refused{"video.mp4", width, 0, "The frame rate is below 1"},
         Refused{"video.mkv", 0, 25, "The frames are empty"},
         // The codec's own words, which come through its log.
