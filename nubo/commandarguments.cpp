@@ -1,5 +1,6 @@
 #include "nubo/commandarguments.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QSlider>
@@ -142,11 +143,13 @@ QStringList targetFiles(main::Command& command) {
 
 QString whyNotWritable(const QString& fileName) {
   const QFileInfo file(fileName);
-  if (fileName.isEmpty()) return QStringLiteral("a file name is wanted");
-  if (fileName.endsWith('/') || file.isDir()) return QStringLiteral("is a directory");
+  if (fileName.isEmpty()) return QCoreApplication::translate("FileCheck", "a file name is wanted");
+  if (fileName.endsWith('/') || file.isDir()) return QCoreApplication::translate("FileCheck", "is a directory");
   const QFileInfo directory(file.absolutePath());
-  if (!directory.exists()) return QStringLiteral("the directory %1 does not exist").arg(directory.filePath());
-  if (!directory.isDir()) return QStringLiteral("%1 is not a directory").arg(directory.filePath());
+  if (!directory.exists())
+    return QCoreApplication::translate("FileCheck", "the directory %1 does not exist").arg(directory.filePath());
+  if (!directory.isDir())
+    return QCoreApplication::translate("FileCheck", "%1 is not a directory").arg(directory.filePath());
   if (file.exists()) {
     QFile existing(fileName);
     return existing.open(QIODevice::ReadWrite) ? QString() : existing.errorString();
@@ -154,7 +157,8 @@ QString whyNotWritable(const QString& fileName) {
   // Trying is the only way to know: rights alone don't tell of read-only file systems.
   QTemporaryFile trial(directory.filePath() + "/.nubo-XXXXXX");
   if (trial.open()) return QString();
-  return QStringLiteral("cannot write into the directory %1: %2").arg(directory.filePath(), trial.errorString());
+  return QCoreApplication::translate("FileCheck", "cannot write into the directory %1: %2")
+      .arg(directory.filePath(), trial.errorString());
 }
 
 QString commandHelpText(main::Command& command) {

@@ -15,8 +15,6 @@ namespace nubo::main {
 
 namespace {
 
-QString tr(const char* text) { return QCoreApplication::translate("CastClass", text); }
-
 /// A cast class for a type with plain `new` and `delete`.
 template <class T>
 class ValueCast : public CastClass {
@@ -35,7 +33,7 @@ template <>
 int ValueCast<int>::parse(const QString& text) {
   bool isWhole = false;
   const int value = text.toInt(&isWhole);
-  if (!isWhole) throw CastError(tr("\"%1\" is not a whole number").arg(text));
+  if (!isWhole) throw CastError(QCoreApplication::translate("CastClass", "\"%1\" is not a whole number").arg(text));
   return value;
 }
 
@@ -48,7 +46,8 @@ template <>
 double ValueCast<double>::parse(const QString& text) {
   bool isNumber = false;
   const double value = text.toDouble(&isNumber);
-  if (!isNumber || !std::isfinite(value)) throw CastError(tr("\"%1\" is not a number").arg(text));
+  if (!isNumber || !std::isfinite(value))
+    throw CastError(QCoreApplication::translate("CastClass", "\"%1\" is not a number").arg(text));
   return value;
 }
 
@@ -66,7 +65,7 @@ bool ValueCast<bool>::parse(const QString& text) {
   const QString word = text.trimmed().toLower();
   if (yes.contains(word)) return true;
   if (no.contains(word)) return false;
-  throw CastError(tr("\"%1\" is neither yes nor no").arg(text));
+  throw CastError(QCoreApplication::translate("CastClass", "\"%1\" is neither yes nor no").arg(text));
 }
 
 template <>
@@ -84,7 +83,9 @@ template <>
 QImage ValueCast<QImage>::parse(const QString& text) {
   QImageReader reader(text);
   QImage image = reader.read();
-  if (image.isNull()) throw CastError(tr("\"%1\" is not a picture: %2").arg(text, reader.errorString()));
+  if (image.isNull())
+    throw CastError(
+        QCoreApplication::translate("CastClass", "\"%1\" is not a picture: %2").arg(text, reader.errorString()));
   image.setText(fileNameKey(), text);
   return image;
 }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "kernel/log/logger.h"
+#include "kernel/util/libraryfile.h"
 
 namespace nubo::main {
 
@@ -89,6 +90,7 @@ void LoadedModule::unload() {
 }
 
 void LoadedModule::load() {
+  if (util::isCutOff(fileName())) throw ModuleError(QStringLiteral("the file is not complete"));
   if (!m_Library.load()) throw ModuleError(m_Library.errorString());
   resolve();
   mp_Factory = m_GetFactory();

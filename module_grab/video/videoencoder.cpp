@@ -11,6 +11,7 @@
 #include "kernel/log/logger.h"
 #include "kernel/main/informationobject.h"
 #include "kernel/main/modulemanager.h"
+#include "kernel/util/libraryfile.h"
 #include "module_grab/video/encoder.h"
 
 namespace nubo::grab::video {
@@ -72,10 +73,12 @@ void VideoEncoder::refreshPlugins() {
 
 void VideoEncoder::loadPlugin(const QFileInfo& file, QList<ThirdPartyInfos>* infos) {
   auto library = std::make_unique<QLibrary>(file.absoluteFilePath());
-  if (!library->load()) {
+  const bool isCutOff = nubo::util::isCutOff(file.absoluteFilePath());
+  if (isCutOff || !library->load()) {
+    const QString error = isCutOff ? QStringLiteral("the file is not complete") : library->errorString();
     logFailure(__LINE__, "nubo::grab::video::VideoEncoder::refreshPlugins",
                "Loading of video encoder plugin: '%s' failed with error: %s", file.baseName().toLocal8Bit().constData(),
-               library->errorString().toLocal8Bit().constData());
+               error.toLocal8Bit().constData());
     return;
   }
   const auto doRegister = reinterpret_cast<bool (*)()>(library->resolve("doRegister"));

@@ -48,11 +48,49 @@
     </message>
 </context>
 <context>
-    <name>FileEditor</name>
+    <name>CastClass</name>
     <message>
-        <source>&amp;Choose…</source>
-        <translation>&amp;Wählen…</translation>
+        <source>&quot;%1&quot; is not a whole number</source>
+        <translation type="unfinished">„%1“ ist keine ganze Zahl</translation>
     </message>
+    <message>
+        <source>&quot;%1&quot; is not a number</source>
+        <translation type="unfinished">„%1“ ist keine Zahl</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is neither yes nor no</source>
+        <translation type="unfinished">„%1“ ist weder ja noch nein</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a picture: %2</source>
+        <translation type="unfinished">„%1“ ist kein Bild: %2</translation>
+    </message>
+</context>
+<context>
+    <name>FileCheck</name>
+    <message>
+        <source>a file name is wanted</source>
+        <translation>ein Dateiname fehlt</translation>
+    </message>
+    <message>
+        <source>is a directory</source>
+        <translation>das ist ein Verzeichnis</translation>
+    </message>
+    <message>
+        <source>the directory %1 does not exist</source>
+        <translation>das Verzeichnis %1 gibt es nicht</translation>
+    </message>
+    <message>
+        <source>%1 is not a directory</source>
+        <translation>%1 ist kein Verzeichnis</translation>
+    </message>
+    <message>
+        <source>cannot write into the directory %1: %2</source>
+        <translation>in das Verzeichnis %1 lässt sich nicht schreiben: %2</translation>
+    </message>
+</context>
+<context>
+    <name>FileEditor</name>
     <message>
         <source>Choose the file in a dialog</source>
         <translation>Die Datei in einem Dialog wählen</translation>
@@ -72,6 +110,10 @@
     <message>
         <source>The file exists and will be replaced.</source>
         <translation>Die Datei gibt es schon; sie wird ersetzt.</translation>
+    </message>
+    <message>
+        <source>C&amp;hoose…</source>
+        <translation>&amp;Wählen…</translation>
     </message>
 </context>
 <context>
@@ -104,10 +146,6 @@
         <translation>Es ist keine Ansicht ausgewählt</translation>
     </message>
     <message>
-        <source>%1 frames grabbed, %2 encoded</source>
-        <translation>%1 Bilder aufgenommen, %2 kodiert</translation>
-    </message>
-    <message>
         <source>RAW-Video grabbing started</source>
         <translation>Aufnahme läuft</translation>
     </message>
@@ -126,6 +164,10 @@
     <message>
         <source>Save Video</source>
         <translation>Video speichern</translation>
+    </message>
+    <message>
+        <source>%1 frames, %2 encoded</source>
+        <translation>%1 Bilder, %2 kodiert</translation>
     </message>
 </context>
 <context>
@@ -358,7 +400,10 @@
     </message>
     <message numerus="yes">
         <source>%n Samples</source>
-        <translation><numerusform>%n Abtastpunkt</numerusform><numerusform>%n Abtastpunkte</numerusform></translation>
+        <translation>
+            <numerusform>%n Abtastpunkt</numerusform>
+            <numerusform>%n Abtastpunkte</numerusform>
+        </translation>
     </message>
     <message>
         <source>None</source>
@@ -422,7 +467,10 @@
     </message>
     <message numerus="yes">
         <source>%1 (and %n more)</source>
-        <translation><numerusform>%1 (und %n weitere)</numerusform><numerusform>%1 (und %n weitere)</numerusform></translation>
+        <translation>
+            <numerusform>%1 (und %n weitere)</numerusform>
+            <numerusform>%1 (und %n weitere)</numerusform>
+        </translation>
     </message>
     <message>
         <source>Close Panel</source>
@@ -493,7 +541,10 @@
     </message>
     <message numerus="yes">
         <source>%1 (and %n more)</source>
-        <translation><numerusform>%1 (und %n weitere)</numerusform><numerusform>%1 (und %n weitere)</numerusform></translation>
+        <translation>
+            <numerusform>%1 (und %n weitere)</numerusform>
+            <numerusform>%1 (und %n weitere)</numerusform>
+        </translation>
     </message>
 </context>
 <context>
@@ -512,6 +563,10 @@
     <message>
         <source>&amp;Start</source>
         <translation>&amp;Start</translation>
+    </message>
+    <message>
+        <source>&amp;Variant:</source>
+        <translation>&amp;Variante:</translation>
     </message>
 </context>
 <context>
@@ -659,6 +714,37 @@
     </message>
 </context>
 <context>
+    <name>SavedViews</name>
+    <message>
+        <source>Sa&amp;ved Views</source>
+        <translation>Gespei&amp;cherte Ansichten</translation>
+    </message>
+    <message>
+        <source>&amp;Delete</source>
+        <translation>&amp;Löschen</translation>
+    </message>
+    <message>
+        <source>&amp;Save View…</source>
+        <translation>Ansicht &amp;speichern…</translation>
+    </message>
+    <message>
+        <source>Ctrl+Shift+S</source>
+        <translation>Ctrl+Shift+S</translation>
+    </message>
+    <message>
+        <source>Save View</source>
+        <translation>Ansicht speichern</translation>
+    </message>
+    <message>
+        <source>Name of the view (one of the same name is replaced):</source>
+        <translation>Name der Ansicht (eine gleichen Namens wird ersetzt):</translation>
+    </message>
+    <message>
+        <source>View %1</source>
+        <translation type="unfinished">Ansicht %1</translation>
+    </message>
+</context>
+<context>
     <name>SceneLoader</name>
     <message>
         <source>Scene</source>
@@ -764,25 +850,6 @@
     <message>
         <source>3-D view</source>
         <translation>3-D-Ansicht</translation>
-    </message>
-</context>
-<context>
-    <name>nubo::main</name>
-    <message>
-        <source>&quot;%1&quot; is not a whole number</source>
-        <translation>„%1“ ist keine ganze Zahl</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; is not a number</source>
-        <translation>„%1“ ist keine Zahl</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; is neither yes nor no</source>
-        <translation>„%1“ ist weder ja noch nein</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; is not a picture: %2</source>
-        <translation>„%1“ ist kein Bild: %2</translation>
     </message>
 </context>
 </TS>

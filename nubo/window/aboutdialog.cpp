@@ -8,6 +8,7 @@
 #include <QVBoxLayout>
 
 #include "kernel/main/modulemanager.h"
+#include "nubo/window/icons.h"
 
 namespace nubo::window {
 
@@ -25,8 +26,13 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
   for (int column = 0; column < 3; ++column) tree->resizeColumnToContents(column);
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  auto* icon = new QLabel;
+  icon->setPixmap(productIcon().pixmap(64));
+  auto* head = new QHBoxLayout;
+  head->addWidget(icon, 0, Qt::AlignTop);
+  head->addWidget(text, 1);
   auto* layout = new QVBoxLayout(this);
-  layout->addWidget(text);
+  layout->addLayout(head);
   layout->addWidget(tree);
   layout->addWidget(buttons);
   resize(680, 420);

@@ -2,7 +2,10 @@
 
 #include <QApplication>
 #include <QPalette>
-#include <QStyle>
+#include <QProxyStyle>
+#include <QStyleOption>
+
+#include "nubo/window/colors.h"
 
 namespace nubo::window {
 
@@ -25,11 +28,35 @@ QPalette palette(const QColor& window, const QColor& base, const QColor& text, c
   return palette;
 }
 
+/// Styles outline boxes that can be ticked in a darker shade of the window's colour, which hardly shows on a dark one.
+class Style : public QProxyStyle {
+ public:
+  using QProxyStyle::QProxyStyle;
+  void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                     const QWidget* widget) const override {
+    const bool isBox = element == PE_IndicatorCheckBox || element == PE_IndicatorRadioButton;
+    if (!isBox || !isDark(option->palette)) return QProxyStyle::drawPrimitive(element, option, painter, widget);
+    QStyleOptionButton outlined;
+    outlined.QStyleOption::operator=(*option);
+    outlined.palette.setColor(QPalette::Window, option->palette.color(QPalette::Text));
+    QProxyStyle::drawPrimitive(element, &outlined, painter, widget);
+  }
+};
+
+void installStyle() {
+  static const bool isInstalled = [] {
+    QApplication::setStyle(new Style(QApplication::style()->objectName()));
+    return true;
+  }();
+  Q_UNUSED(isInstalled)
+}
+
 }  // namespace
 
 QStringList appearances() { return {QStringLiteral("system"), QStringLiteral("light"), QStringLiteral("dark")}; }
 
 void applyAppearance(const QString& name) {
+  installStyle();
   const QColor highlight(0x2a, 0x72, 0xc8);
   if (name == QLatin1String("dark"))
     QApplication::setPalette(

@@ -8,7 +8,8 @@ namespace nubo::window {
 
 /// "system", "light" and "dark".
 QStringList appearances();
-/// Gives the application the palette of that name; the system's for an unknown one. Application thread.
+/// Gives the application the palette of that name (the system's for an unknown one), and a style whose boxes show on
+/// dark palettes. Application thread.
 void applyAppearance(const QString& name);
 
 }  // namespace nubo::window

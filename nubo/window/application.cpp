@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <QLibraryInfo>
-#include <QLocale>
 #include <QSettings>
 #include <QTranslator>
 #include <cstdlib>
@@ -29,18 +28,17 @@ class Translator : public QTranslator {
   }
 };
 
-void install(const QString& name, const QString& directory) {
+void install(const QLocale& locale, const QString& name, const QString& directory) {
   auto* translator = new Translator(qApp);
-  if (translator->load(QLocale::system(), name, QStringLiteral("_"), directory))
-    QCoreApplication::installTranslator(translator);
+  if (translator->load(locale, name, QStringLiteral("_"), directory)) QCoreApplication::installTranslator(translator);
 }
 
 }  // namespace
 
-void installTranslations() {
+void installTranslations(const QLocale& locale) {
   initResources();
-  install(QStringLiteral("qtbase"), QLibraryInfo::location(QLibraryInfo::TranslationsPath));
-  install(QStringLiteral("nubo"), QStringLiteral(":/translations"));
+  install(locale, QStringLiteral("qtbase"), QLibraryInfo::location(QLibraryInfo::TranslationsPath));
+  install(locale, QStringLiteral("nubo"), QStringLiteral(":/translations"));
 }
 
 int runWindow(main::CommandProcessor& processor, const app::CommandLine& line, const QStringList& failures) {

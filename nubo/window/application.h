@@ -1,6 +1,7 @@
 // Runs the program with its window.
 #pragma once
 
+#include <QLocale>
 #include <QStringList>
 
 #include "kernel/main/commandprocessor.h"
@@ -9,7 +10,7 @@
 namespace nubo::window {
 
 /// Makes texts appear in the user's language, where there is a translation. Before anything with texts is made.
-void installTranslations();
+void installTranslations(const QLocale& locale = QLocale::system());
 
 /// Shows the window until the user closes it. Overseer, viewer and modules are there, and no command runs when it
 /// returns. `failures` are those from before. The exit status.

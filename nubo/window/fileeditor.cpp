@@ -33,7 +33,7 @@ FileEditor::FileEditor(const main::AbstractParameter& parameter, const main::Fil
   m_DefaultSuffix = dialog->defaultSuffix();
   m_Suffixes = suffixesOf(dialog->nameFilters());
   auto* button = new QToolButton;
-  button->setText(tr("&Choose…"));
+  button->setText(tr("C&hoose…"));
   button->setToolTip(tr("Choose the file in a dialog"));
   button->setFocusPolicy(Qt::StrongFocus);
   connect(button, &QToolButton::clicked, this, &FileEditor::choose);

@@ -6,6 +6,9 @@
 #include <QPainterPath>
 #include <QPalette>
 
+// Qt's resource macros declare functions, which must lie outside of namespaces.
+static void initResources() { Q_INIT_RESOURCE(icons); }
+
 namespace nubo::window {
 
 namespace {
@@ -129,5 +132,12 @@ class Engine : public QIconEngine {
 }  // namespace
 
 QIcon makeIcon(Icon icon) { return QIcon(new Engine(icon)); }
+
+QIcon productIcon() {
+  initResources();
+  QIcon icon;
+  for (const int size : {32, 48, 128}) icon.addFile(QStringLiteral(":/icons/nubo-%1.png").arg(size));
+  return icon;
+}
 
 }  // namespace nubo::window

@@ -1,4 +1,4 @@
-// Icons drawn in the colours of the palette, so that they show on light and dark windows alike.
+// The icons of the window.
 #pragma once
 
 #include <QIcon>
@@ -7,7 +7,11 @@ namespace nubo::window {
 
 enum class Icon { Open, Fit, SplitRight, SplitDown, NewTab, First, Back, Play, Pause, Forward, Last, Stop, Close };
 
-/// Sharp at every size and pixel density. Application thread.
+/// Drawn in the colours of the palette, so that it shows on light and dark windows alike. Sharp at every size and pixel
+/// density. Application thread.
 QIcon makeIcon(Icon icon);
+
+/// The program's own icon.
+QIcon productIcon();
 
 }  // namespace nubo::window

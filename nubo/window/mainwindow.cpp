@@ -32,6 +32,7 @@
 #include "nubo/window/parameterdialog.h"
 #include "nubo/window/recentfiles.h"
 #include "nubo/window/runningcommands.h"
+#include "nubo/window/savedviews.h"
 #include "nubo/window/scenechanger.h"
 #include "nubo/window/sceneloader.h"
 #include "nubo/window/scenetree.h"
@@ -69,6 +70,7 @@ MainWindow::MainWindow(main::CommandProcessor& processor)
     : mp_Runner(new CommandRunner(processor, this)), mp_LogFeed(new LogFeed(this)) {
   setObjectName(QStringLiteral("mainWindow"));
   setWindowTitle(QStringLiteral("nubo"));
+  setWindowIcon(productIcon());
   setAcceptDrops(true);
   createParts();
   createDocks();
@@ -147,7 +149,7 @@ void MainWindow::createViewMenu() {
   QMenu* menu = menuBar()->addMenu(tr("&View"));
   menu->setObjectName(QStringLiteral("viewMenu"));
   QAction* fit = menu->addAction(
-      makeIcon(Icon::Fit), tr("Show &All"), this, [this] { mp_Panels->activePanel()->fit(); },
+      makeIcon(Icon::Fit), tr("Show &All"), this, [this] { mp_Panels->activePanel()->showAll(); },
       QKeySequence(tr("Ctrl+0")));
   menu->addAction(
       tr("Show &Selected Element"), this, [this] { mp_Panels->activePanel()->fitSelection(); },
@@ -166,6 +168,8 @@ void MainWindow::createViewMenu() {
         label, this, [this, view = views[i]] { mp_Panels->activePanel()->showView(view); },
         QKeySequence(QStringLiteral("Ctrl+%1").arg(i + 1)));
   }
+  mp_Views = new SavedViews(*mp_Panels, this);
+  menu->addMenu(mp_Views);
   menu->addSeparator();
   createAppearanceMenus(menu);
   QToolBar* bar = addToolBar(tr("View"));
@@ -254,7 +258,7 @@ QMenu* MainWindow::createSettingsMenu() {
       applyAppearance(name);
     });
   }
-  if (appearances().mid(1).contains(current)) applyAppearance(current);
+  applyAppearance(current);
   mp_Commands->addSettings(menu);
   return menu;
 }
@@ -279,6 +283,8 @@ void MainWindow::connectParts() {
   connect(mp_Panels, &PanelArea::closeRequested, this, &MainWindow::closePanels);
   connect(mp_Commands, &CommandActions::triggered, this, &MainWindow::runCommand);
   connect(mp_Runner, &CommandRunner::started, mp_Running, &RunningCommands::add);
+  connect(mp_Runner, &CommandRunner::started, this, &MainWindow::holdView);
+  connect(mp_Runner, &CommandRunner::ended, this, &MainWindow::holdView);
   connect(mp_Tree, &SceneTree::elementSelected, mp_Panels, &PanelArea::setSelection);
   connect(mp_Tree, &SceneTree::elementActivated, this, [this] { mp_Panels->activePanel()->fitSelection(); });
   connect(mp_Changer, &SceneChanger::changed, mp_Panels, &PanelArea::updatePanels);
@@ -337,10 +343,10 @@ void MainWindow::showReading(const QStringList& files) {
   mp_Running->begin(mp_Loader, tr("Reading %1").arg(namesOf(files)));
 }
 
-void MainWindow::sceneRead(const QStringList& files, const io::ImportResult& result) {
+void MainWindow::sceneRead(const QStringList& files, const QStringList& failed, const io::ImportResult& result) {
   mp_Running->end(mp_Loader);
+  for (const QString& file : failed) mp_Recent->remove(file);
   if (!result.root) {
-    for (const QString& file : files) mp_Recent->remove(file);
     log::Logger::getInstance()->log(log::Failure, __FILE__, __LINE__, "nubo::window::MainWindow::sceneRead", nullptr,
                                     result.error);
     return;
@@ -357,7 +363,8 @@ void MainWindow::installScene(const QStringList& files, const io::ImportResult& 
   scene::_GlobalScene()->setRootNode(result.root);
   const QString error = mp_Trajectory->setScene(result.animations, std::exchange(m_Line, {}));
   mp_Tree->rebuild();
-  for (ViewPanel* panel : mp_Panels->panels()) panel->fit();
+  mp_Views->setScene(files);
+  for (ViewPanel* panel : mp_Panels->panels()) panel->showAll();
   setWindowTitle(QStringLiteral("%1 – nubo").arg(namesOf(files)));
   for (const QString& file : files)
     if (!SceneLoader::isBuiltin(file)) mp_Recent->add(file);
@@ -370,6 +377,10 @@ void MainWindow::installScene(const QStringList& files, const io::ImportResult& 
     mp_Messages->showNotice(warnings.size() == 1
                                 ? warnings.first()
                                 : tr("%1 (and %n more)", "", warnings.size() - 1).arg(warnings.first()));
+}
+
+void MainWindow::holdView(const RunningCommand* run) {
+  if (auto* panel = qobject_cast<ViewPanel*>(run->panel())) panel->setHeld(!mp_Runner->runningFor(panel).isEmpty());
 }
 
 void MainWindow::closePanels(const QList<ViewPanel*>& panels) {

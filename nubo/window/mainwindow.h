@@ -23,6 +23,7 @@ class PanelArea;
 class RecentFiles;
 class RunningCommand;
 class RunningCommands;
+class SavedViews;
 class SceneChanger;
 class SceneLoader;
 class SceneTree;
@@ -66,8 +67,9 @@ class MainWindow : public QMainWindow {
 
   void chooseFiles();
   void showReading(const QStringList& files);
-  void sceneRead(const QStringList& files, const io::ImportResult& result);
+  void sceneRead(const QStringList& files, const QStringList& failed, const io::ImportResult& result);
   void installScene(const QStringList& files, const io::ImportResult& result);
+  void holdView(const RunningCommand* run);
   void closePanels(const QList<ViewPanel*>& panels);
   bool confirmsClosing(const QList<RunningCommand*>& runs);
   void runCommand(main::Command* command, const QString& title);
@@ -92,6 +94,7 @@ class MainWindow : public QMainWindow {
   TrajectoryBar* mp_Trajectory;
   CommandActions* mp_Commands;
   RecentFiles* mp_Recent;
+  SavedViews* mp_Views;
   app::CommandLine m_Line;  ///< what the first scene is shown with
   bool m_Ending = false;    ///< the user wants to quit as soon as nothing runs
 };

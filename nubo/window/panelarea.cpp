@@ -2,7 +2,6 @@
 
 #include <QSplitter>
 #include <QTabBar>
-#include <QTimer>
 
 #include "module_scene/gui/viewer.h"
 
@@ -38,7 +37,6 @@ ViewPanel* PanelArea::addPanelTab() {
   splitter->addWidget(panel);
   setCurrentIndex(addTab(splitter, tr("View %1").arg(++m_Tabs)));
   activate(panel);
-  QTimer::singleShot(0, panel, &ViewPanel::fit);  // when the panel has its size
   return panel;
 }
 
@@ -55,7 +53,7 @@ ViewPanel* PanelArea::split(Qt::Orientation orientation) {
     splitter = inner;
   }
   ViewPanel* panel = createPanel();
-  panel->setCamera(active->getCamera());
+  panel->lookLike(*active);
   splitter->insertWidget(splitter->indexOf(active) + 1, panel);
   const QSize size = splitter->size();
   const int share = (orientation == Qt::Horizontal ? size.width() : size.height()) / splitter->count();
@@ -97,7 +95,9 @@ void PanelArea::removeEmptySplitters(QSplitter* splitter) {
 
 void PanelArea::tabChosen(int index) {
   const QList<ViewPanel*> panels = panelsOfTab(index);
-  if (!panels.isEmpty() && !panels.contains(activePanel())) activate(panels.first());
+  if (panels.isEmpty() || panels.contains(activePanel())) return;
+  auto* last = qobject_cast<ViewPanel*>(widget(index)->focusWidget());
+  activate(last ? last : panels.first());
 }
 
 void PanelArea::setSelection(const util::YPointer<scene::SceneElement>& element) {

@@ -2,28 +2,26 @@
 #pragma once
 
 #include <QDialog>
-#include <vector>
+#include <QVector>
 
 #include "kernel/main/command.h"
 
 QT_BEGIN_NAMESPACE
-class QGridLayout;
-class QLabel;
+class QComboBox;
 QT_END_NAMESPACE
 
 namespace nubo::window {
 
-class ParameterEditor;
+class ParameterPage;
 
-/// Made from the first parameter set of a command, which must outlive it. Starts from the values that were accepted
-/// last (of settings: from those in force), and accepts only values that can be used. Application thread.
+/// Made from the parameter sets of a command, which must outlive it; where there are several, the user chooses one at
+/// the top. Accepts only values that can be used. Application thread.
 class ParameterDialog : public QDialog {
   Q_OBJECT
  public:
   ParameterDialog(main::Command& command, const QString& title, QWidget* parent);
-  ~ParameterDialog() override;
 
-  /// What was entered, to be given to the command.
+  /// What was entered for the chosen set, to be given to the command.
   main::ParameterSet values() const;
 
  public slots:
@@ -31,19 +29,15 @@ class ParameterDialog : public QDialog {
   void accept() override;
 
  private:
-  struct Line {
-    const main::AbstractParameter* parameter;
-    ParameterEditor* editor;
-    QLabel* remark;
-  };
-  void addLine(QGridLayout* layout, const main::AbstractParameter& parameter);
-  void showRemark(const Line& line);
-  QString startText(const main::AbstractParameter& parameter) const;
-  QString settingsKey(const main::AbstractParameter& parameter) const;
+  QWidget* createChoice();
+  void choose(int index);
+  void fitHeight();
+  ParameterPage* chosenPage() const;
+  QString settingsKey() const;
 
   main::Command& m_Command;
-  std::vector<Line> m_Lines;
-  bool m_Checked = false;  ///< bad values are marked from the first attempt on
+  QComboBox* mp_Choice;
+  QVector<ParameterPage*> m_Pages;  ///< one for each set, in their order
 };
 
 }  // namespace nubo::window

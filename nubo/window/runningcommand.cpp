@@ -10,6 +10,7 @@ RunningCommand::RunningCommand(main::Command& command, const QString& title, gui
       mp_Panel(panel),
       m_Abortable(command.isAbortable()) {
   connect(mp_Monitor, &main::CommandMonitor::textChanged, this, &RunningCommand::textChanged, Qt::QueuedConnection);
+  connect(mp_Monitor, &main::CommandMonitor::detailChanged, this, &RunningCommand::detailChanged, Qt::QueuedConnection);
   connect(mp_Monitor, &main::CommandMonitor::processedChanged, this, &RunningCommand::percentChanged,
           Qt::QueuedConnection);
   connect(mp_Monitor, &main::CommandMonitor::finished, this, &RunningCommand::finished, Qt::QueuedConnection);

@@ -24,6 +24,7 @@ class RunningCommand : public QObject {
 
  signals:
   void textChanged(const QString& text);
+  void detailChanged(const QString& detail);
   /// 0 to 100, or -1 while it is not known.
   void percentChanged(int percent);
   void finished();

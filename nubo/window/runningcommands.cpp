@@ -44,7 +44,9 @@ void RunningCommands::add(RunningCommand* run) {
   row.widget->setObjectName(QStringLiteral("running"));
   if (run->isAbortable()) row.widget->layout()->addWidget(createAbortButton(run));
   connect(run, &RunningCommand::textChanged, row.text,
-          [row, run](const QString& text) { row.text->setText(run->title() + QStringLiteral(": ") + text); });
+          [row, run](const QString& text) { row.text->setText(QStringLiteral("%1: %2").arg(run->title(), text)); });
+  connect(run, &RunningCommand::detailChanged, row.text,
+          [row, run](const QString& detail) { row.text->setText(QStringLiteral("%1: %2").arg(run->title(), detail)); });
   connect(run, &RunningCommand::percentChanged, row.bar, [row](int percent) { showPercent(row.bar, percent); });
   connect(run, &RunningCommand::finished, row.widget, [this, run] { delete m_Rows.take(run).widget; });
   m_Rows[run] = row;

@@ -16,17 +16,24 @@ io::ImportResult readOne(const QString& file) {
   return result;
 }
 
-io::ImportResult readAll(const QStringList& files) {
-  if (files.size() == 1) return readOne(files.first());
+/// Files that cannot be read are moved from `files` to `failed`.
+io::ImportResult readAll(QStringList& files, QStringList& failed) {
+  if (files.size() == 1) {
+    io::ImportResult one = readOne(files.first());
+    if (!one.root) std::swap(files, failed);
+    return one;
+  }
   io::ImportResult all;
   QStringList errors;
-  for (const QString& file : files) {
+  for (const QString& file : QStringList(files)) {
     io::ImportResult one = readOne(file);
     if (one.root) {
       if (!all.root) all.root = new scene::SceneElement(SceneLoader::tr("Scene"));
       all.root->addChild(one.root);
     } else {
       errors << one.error;
+      files.removeOne(file);
+      failed << file;
     }
     all.animations.insert(all.animations.end(), one.animations.begin(), one.animations.end());
     all.warnings << one.warnings;
@@ -57,17 +64,19 @@ void SceneLoader::startNext() {
   const QStringList files = std::exchange(m_Next, {});
   if (files.isEmpty()) return;
   emit started(files);
-  m_Thread = std::thread([this, files] {
-    const auto result = std::make_shared<io::ImportResult>(readAll(files));
+  m_Thread = std::thread([this, files = QStringList(files)]() mutable {
+    QStringList failed;
+    const auto result = std::make_shared<io::ImportResult>(readAll(files, failed));
     QMetaObject::invokeMethod(
-        this, [this, files, result] { end(files, result); }, Qt::QueuedConnection);
+        this, [this, files, failed, result] { end(files, failed, result); }, Qt::QueuedConnection);
   });
 }
 
-void SceneLoader::end(const QStringList& files, const std::shared_ptr<io::ImportResult>& result) {
+void SceneLoader::end(const QStringList& files, const QStringList& failed,
+                      const std::shared_ptr<io::ImportResult>& result) {
   m_Thread.join();
   const bool outdated = !m_Next.isEmpty();
-  if (!outdated) emit finished(files, *result);
+  if (!outdated) emit finished(files, failed, *result);
   startNext();
 }
 

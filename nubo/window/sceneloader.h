@@ -25,13 +25,13 @@ class SceneLoader : public QObject {
 
  signals:
   void started(const QStringList& files);
-  /// Some files may be missing from the root, each with a line in the warnings; without any there is no root, and
-  /// the error says why.
-  void finished(const QStringList& files, const nubo::io::ImportResult& result);
+  /// `files` make up the root; each that failed has a line in the warnings. Where all failed there is no root, and the
+  /// error says why.
+  void finished(const QStringList& files, const QStringList& failed, const nubo::io::ImportResult& result);
 
  private:
   void startNext();
-  void end(const QStringList& files, const std::shared_ptr<io::ImportResult>& result);
+  void end(const QStringList& files, const QStringList& failed, const std::shared_ptr<io::ImportResult>& result);
 
   std::thread m_Thread;
   QStringList m_Next;  ///< to be read when the present ones are done with

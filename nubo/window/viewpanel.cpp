@@ -36,6 +36,7 @@ ViewPanel::ViewPanel(QWidget* parent) : ScenePanel(parent) {
     setDetail(0);
     update();
   });
+  connect(this, &ScenePanel::cameraChanged, this, [this] { m_ShowsAll = false; });
   connect(this, &ScenePanel::cameraChanged, this, &ViewPanel::beginMoving);
 }
 
@@ -44,11 +45,21 @@ void ViewPanel::setSelection(const util::YPointer<scene::SceneElement>& element)
   update();
 }
 
+void ViewPanel::showAll() {
+  fit();
+  m_ShowsAll = true;
+}
+
+void ViewPanel::lookLike(const ViewPanel& other) {
+  setCamera(other.getCamera());
+  m_ShowsAll = other.m_ShowsAll;
+}
+
 void ViewPanel::showView(const QString& name) {
   gui::Camera camera = getCamera();
   if (!camera.setView(name)) return;
   setCamera(camera);
-  fit();
+  showAll();
 }
 
 void ViewPanel::fitSelection() {
@@ -60,7 +71,7 @@ void ViewPanel::fitSelection() {
       box = m_Selection->getBoundingBox().transformed(parent ? parent->getGlobalTransform() : math::Matrix4());
     }
   }
-  if (box.isEmpty()) return fit();
+  if (box.isEmpty()) return showAll();
   gui::Camera camera = getCamera();
   camera.fit(box, width(), height());
   setCamera(camera);
@@ -84,6 +95,11 @@ void ViewPanel::paintGL() {
   context()->functions()->glFinish();  // or only the asking for it would be measured
   adaptDetail(timer.elapsed());
   paintOver();
+}
+
+void ViewPanel::resizeEvent(QResizeEvent* event) {
+  ScenePanel::resizeEvent(event);
+  if (m_ShowsAll && !m_Held) showAll();
 }
 
 void ViewPanel::adaptDetail(qint64 frameTime) {
@@ -110,7 +126,7 @@ void ViewPanel::paintOver() {
 
 bool ViewPanel::isShownAsActive() const {
   const gui::Viewer* viewer = gui::Viewer::getInstance();
-  return viewer && viewer->getActivePanel() == this && viewer->getPanels().size() > 1;
+  return viewer && viewer->getActivePanel() == this && (viewer->getPanels().size() > 1 || m_FocusedByKey);
 }
 
 void ViewPanel::paintAxes(QPainter& painter) const {
@@ -161,7 +177,7 @@ void ViewPanel::mousePressEvent(QMouseEvent* event) {
 }
 
 void ViewPanel::mouseDoubleClickEvent(QMouseEvent* event) {
-  if (event->button() == Qt::LeftButton) fit();
+  if (event->button() == Qt::LeftButton) showAll();
 }
 
 void ViewPanel::keyPressEvent(QKeyEvent* event) {
@@ -195,7 +211,7 @@ void ViewPanel::keyPressEvent(QKeyEvent* event) {
       camera.zoom(1 / ZoomStep);
       break;
     case Qt::Key_Home:
-      return fit();
+      return showAll();
     default:
       return ScenePanel::keyPressEvent(event);
   }
@@ -205,7 +221,14 @@ void ViewPanel::keyPressEvent(QKeyEvent* event) {
 void ViewPanel::focusInEvent(QFocusEvent* event) {
   ScenePanel::focusInEvent(event);
   if (gui::Viewer* viewer = gui::Viewer::getInstance()) viewer->setActivePanel(this);
+  m_FocusedByKey = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
   emit activated();
+}
+
+void ViewPanel::focusOutEvent(QFocusEvent* event) {
+  ScenePanel::focusOutEvent(event);
+  m_FocusedByKey = false;
+  update();
 }
 
 }  // namespace nubo::window

@@ -18,6 +18,12 @@ class ViewPanel : public gui::ScenePanel {
 
   /// Null: nothing is selected.
   void setSelection(const util::YPointer<scene::SceneElement>& element);
+  /// Shows the whole scene, and goes on doing so when the panel gets another size.
+  void showAll();
+  /// Looks from where the other panel looks.
+  void lookLike(const ViewPanel& other);
+  /// While held, another size does not change the view: a command looks through it.
+  void setHeld(bool held) { m_Held = held; }
   /// Looks from a named view, and shows the whole scene.
   void showView(const QString& name);
   /// Brings the selected element, or all, into view.
@@ -30,10 +36,12 @@ class ViewPanel : public gui::ScenePanel {
 
  protected:
   void paintGL() override;
+  void resizeEvent(QResizeEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void focusInEvent(QFocusEvent* event) override;
+  void focusOutEvent(QFocusEvent* event) override;
 
  private:
   void beginMoving();
@@ -47,6 +55,9 @@ class ViewPanel : public gui::ScenePanel {
   QTimer m_Rest;              ///< runs while the view moves
   qint64 m_WholeTime = 0;     ///< milliseconds that the last whole drawing took
   double m_MovingDetail = 0;  ///< what a moving view leaves out, in pixels
+  bool m_ShowsAll = true;     ///< and nobody has moved the view since
+  bool m_Held = false;
+  bool m_FocusedByKey = false;  ///< so that the user must see where the focus is
 };
 
 }  // namespace nubo::window

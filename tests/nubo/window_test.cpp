@@ -1,36 +1,12 @@
-// Drives the real window with keys and mouse, on a real display.
-#include <gtest/gtest.h>
-
-#include <QApplication>
-#include <QCheckBox>
-#include <QCloseEvent>
-#include <QDir>
-#include <QFile>
-#include <QLabel>
+// Takes pictures and videos through the window, and changes settings.
 #include <QLineEdit>
-#include <QMenu>
-#include <QMenuBar>
-#include <QMessageBox>
-#include <QMimeData>
-#include <QMouseEvent>
-#include <QPushButton>
-#include <QScreen>
-#include <QSettings>
 #include <QSlider>
 #include <QSpinBox>
-#include <QTest>
-#include <QTimer>
-#include <QToolButton>
 #include <QTreeWidget>
-#include <cmath>
+#include <mutex>
 #include <thread>
 
-#include "kernel/log/logger.h"
-#include "kernel/main/modulemanager.h"
-#include "module_trajectory/trajectory.h"
-#include "nubo/window/mainwindow.h"
-#include "nubo/window/panelarea.h"
-#include "support/host.h"
+#include "nubo/windowfixture.h"
 
 namespace nubo::test {
 
@@ -38,23 +14,7 @@ namespace {
 
 using math::Matrix4;
 
-constexpr double PictureHalfOpening = 0.40391905946154483;  // radians, of pictures
-constexpr double VideoHalfOpening = 0.39269908169872414;    // of panels and videos
-
-const char CubeFile[] =
-    "v -1 -1 -1\nv 1 -1 -1\nv 1 1 -1\nv -1 1 -1\nv -1 -1 1\nv 1 -1 1\nv 1 1 1\nv -1 1 1\n"
-    "f 4 3 2 1\nf 5 6 7 8\nf 1 2 6 5\nf 2 3 7 6\nf 3 4 8 7\nf 4 1 5 8\n";
-
-/// Where a cube with corners at 1 and -1 must lie in a picture.
-QRectF projectedCube(const Matrix4& view, QSize size, double halfOpening) {
-  QPolygonF points;
-  for (int i = 0; i < 8; ++i) {
-    const math::Vector3 eye = math::transformPoint(view, {i & 1 ? 1.0 : -1.0, i & 2 ? 1.0 : -1.0, i & 4 ? 1.0 : -1.0});
-    const double unit = 0.5 * size.height() / (std::tan(halfOpening) * -eye[2]);
-    points << QPointF(0.5 * size.width() + eye[0] * unit, 0.5 * size.height() - eye[1] * unit);
-  }
-  return points.boundingRect();
-}
+constexpr double PictureHalfOpening = 0.40391905946154483;  // radians
 
 /// Of all pixels that `isModel` takes for the model.
 template <class Function>
@@ -99,144 +59,11 @@ struct Video {
   QList<QByteArray> frames;
 };
 
-class Window : public testing::Test {
- protected:
-  void SetUp() override {
-    if (QGuiApplication::platformName() != QLatin1String("xcb")) GTEST_SKIP() << "a display is needed here";
-    main::ModuleManager::getInstance()->loadModules(QStringLiteral(NUBO_TEST_BIN_DIR "/modules"),
-                                                    [](const QString&) {});
-    ASSERT_TRUE(host.settle());
-    QFile cube(host.file("cube.obj"));
-    ASSERT_TRUE(cube.open(QIODevice::WriteOnly));
-    cube.write(CubeFile);
-    openWindow();
-  }
-
-  void openWindow() {
-    window = std::make_unique<window::MainWindow>(*host.overseer.getCommandProcessor());
-    window->resize(1024, 700);
-    window->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
-    activate();
-  }
-
-  void TearDown() override {
-    host.overseer.getCommandProcessor()->shutDown();
-    window.reset();
-    trajectory::TrajectoryHandler::getInstance()->clear();
-    main::ModuleManager::getInstance()->unloadModules();
-  }
-
-  void drop(const QList<QUrl>& urls) {
-    QMimeData data;
-    data.setUrls(urls);
-    QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(window.get(), &enter);
-    ASSERT_TRUE(enter.isAccepted());
-    QDropEvent event(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(window.get(), &event);
-  }
-
-  void openCube() {
-    drop({QUrl::fromLocalFile(host.file("cube.obj"))});
-    ASSERT_TRUE(waitUntil([this] { return window->windowTitle().startsWith("cube.obj"); }));
-    ASSERT_TRUE(waitUntil([this] { return action("command:grabimage")->isEnabled(); }));
-  }
-
-  QAction* action(const QString& name) const { return window->findChild<QAction*>(name); }
-  window::PanelArea& panels() const { return *window->findChild<window::PanelArea*>(); }
-  /// Null: none is shown. One that was closed may not be deleted yet.
-  QDialog* dialog() const {
-    for (auto* dialog : window->findChildren<QDialog*>("parameters"))
-      if (dialog->isVisible()) return dialog;
-    return nullptr;
-  }
-  QList<QToolButton*> abortButtons() const { return window->findChildren<QToolButton*>("abort"); }
-  bool anythingRuns() const { return !window->findChildren<QWidget*>("running").isEmpty(); }
-  QString message() const {
-    const auto* bar = window->findChild<QFrame*>("messageBar");
-    return bar->isVisible() ? bar->findChild<QLabel*>()->text() : QString();
-  }
-
-  /// Leaves a picture of the screen beside the test program, to be looked at.
-  static void keepScreenshot(const QString& name) {
-    QTest::qWait(100);
-    const QDir folder(QCoreApplication::applicationDirPath() + "/screenshots");
-    folder.mkpath(".");
-    QGuiApplication::primaryScreen()->grabWindow(0).save(folder.filePath(name + ".png"));
-  }
-
-  void activate() {
-    window->activateWindow();  // there may be no window manager that would
-    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
-  }
-  void pressShortcut(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-    activate();
-    QTest::keyClick(window.get(), key, modifiers);
-  }
-
-  /// Does what is bound to a shortcut, also where no window manager gives the focus back after a dialog.
-  void useShortcut(const QString& keys) {
-    for (QAction* action : window->findChildren<QAction*>())
-      if (action->shortcut() == QKeySequence(keys)) return action->trigger();
-    ADD_FAILURE() << keys.toStdString() << " is bound to nothing";
-  }
-
-  /// Keys as a user presses them, in whatever has the focus.
-  static void type(QWidget* widget, const QString& text) {
-    QTest::keyClick(widget, Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClicks(widget, text);
-  }
-  QWidget* field(const QString& parameter) const { return dialog()->findChild<QWidget*>(parameter)->focusProxy(); }
-
-  /// Opens a menu by Alt and a letter, and chooses from it by another.
-  void chooseFromMenu(Qt::Key menu, Qt::Key entry) {
-    // Without a window manager, the focus may still be on its way back from a dialog.
-    ASSERT_TRUE(waitUntil([&] {
-      if (!QApplication::activePopupWidget()) pressShortcut(menu, Qt::AltModifier);
-      QTest::qWait(20);
-      return QApplication::activePopupWidget() != nullptr;
-    }));
-    QTest::keyClick(QApplication::activePopupWidget(), entry);
-    ASSERT_TRUE(waitUntil([this] { return dialog() != nullptr; }));
-  }
-
-  void startVideo(const QString& name, bool inStep) {
-    ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_V));
-    type(field("filename"), host.file(name));
-    type(field("width"), "200");
-    type(field("height"), "160");
-    keepScreenshot("video-dialog");
-    auto* sync = qobject_cast<QCheckBox*>(field("sync"));
-    if (sync->isChecked() != inStep) QTest::keyClick(sync, Qt::Key_Space);
-    const int before = abortButtons().size();
-    QTest::keyClick(dialog(), Qt::Key_Return);
-    ASSERT_TRUE(waitUntil([&] { return abortButtons().size() == before + 1; }));
-    ASSERT_TRUE(waitUntil([&] { return QFile::exists(host.file(name)); }));
-  }
-
-  /// Answers the question that the next call will ask.
-  static void answerNext(QMessageBox::ButtonRole role) {
-    QTimer::singleShot(100, [role] {
-      auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-      if (!box) return answerNext(role);
-      for (QAbstractButton* button : box->buttons())
-        if (box->buttonRole(button) == role) return QTest::mouseClick(button, Qt::LeftButton);
-    });
-  }
-
-  Host host;
-  std::unique_ptr<window::MainWindow> window;
-};
-
-TEST_F(Window, TurnsWithTheMouseAndTakesAPictureOfThatViewByKeysAlone) {
+TEST_F(WindowTest, TurnsWithTheMouseAndTakesAPictureOfThatViewByKeysAlone) {
   ASSERT_NO_FATAL_FAILURE(openCube());
   window::ViewPanel* panel = panels().activePanel();
   const gui::Camera before = panel->getCamera();
-  QTest::mousePress(panel, Qt::LeftButton, {}, {200, 200});
-  QMouseEvent move(QEvent::MouseMove, QPointF(260, 180), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-  QApplication::sendEvent(panel, &move);
-  QTest::mouseRelease(panel, Qt::LeftButton, {}, {260, 180});
+  drag(panel, {200, 200}, {260, 180});
   EXPECT_NE(panel->getCamera().azimuth, before.azimuth);
   EXPECT_NE(panel->getCamera().elevation, before.elevation);
 
@@ -258,7 +85,7 @@ TEST_F(Window, TurnsWithTheMouseAndTakesAPictureOfThatViewByKeysAlone) {
   EXPECT_EQ(qobject_cast<QLineEdit*>(field("filename"))->text(), host.file("cube-2.png"));
 }
 
-TEST_F(Window, MarksBadValuesWhereTheyStandAndRunsNothing) {
+TEST_F(WindowTest, MarksBadValuesWhereTheyStandAndRunsNothing) {
   ASSERT_NO_FATAL_FAILURE(openCube());
   ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_I));
   const auto remark = [this] { return dialog()->findChild<QLabel*>("filename:remark"); };
@@ -285,7 +112,7 @@ TEST_F(Window, MarksBadValuesWhereTheyStandAndRunsNothing) {
   keepScreenshot("failure");
 }
 
-TEST_F(Window, RecordsATurntableThatTheUserEnds) {
+TEST_F(WindowTest, RecordsATurntableThatTheUserEnds) {
   // A turntable of so many steps that none ends before the user does.
   main::nuboSettings()->setValue("settings/grabvideofps", 1000);
   ASSERT_NO_FATAL_FAILURE(openCube());
@@ -309,11 +136,11 @@ TEST_F(Window, RecordsATurntableThatTheUserEnds) {
   for (int frame = 0; frame < video.frames.size(); ++frame) {
     SCOPED_TRACE(frame);
     expectNear(video.extentOfModel(frame),
-               projectedCube(view * steps[frame].begin()->second, video.size, VideoHalfOpening));
+               projectedCube(view * steps[frame].begin()->second, video.size, PanelHalfOpening));
   }
 }
 
-TEST_F(Window, UsesChangedSettings) {
+TEST_F(WindowTest, UsesChangedSettings) {
   ASSERT_NO_FATAL_FAILURE(openCube());
   const auto reopened = [this] {
     if (!waitUntil([this] { return action("command:setvideosettings")->isEnabled(); })) return false;
@@ -336,7 +163,7 @@ TEST_F(Window, UsesChangedSettings) {
   EXPECT_TRUE(Video(host.file("settings.y4m")).header.contains(" F12:1 "));
 }
 
-TEST_F(Window, AsksBeforeARecordedPanelIsClosed) {
+TEST_F(WindowTest, AsksBeforeARecordedPanelIsClosed) {
   ASSERT_NO_FATAL_FAILURE(openCube());
   ASSERT_NO_FATAL_FAILURE(startVideo("closed.y4m", false));
   answerNext(QMessageBox::RejectRole);
@@ -353,7 +180,7 @@ TEST_F(Window, AsksBeforeARecordedPanelIsClosed) {
   EXPECT_TRUE(waitUntil([this] { return action("command:grabvideo")->isEnabled(); }));
 }
 
-TEST_F(Window, RecordsTwoPanelsAtOnce) {
+TEST_F(WindowTest, RecordsTwoPanelsAtOnce) {
   ASSERT_NO_FATAL_FAILURE(openCube());
   useShortcut("Ctrl+R");
   ASSERT_EQ(panels().panels().size(), 2);
@@ -368,7 +195,12 @@ TEST_F(Window, RecordsTwoPanelsAtOnce) {
   QTest::keyClick(second, Qt::Key_Left);
   ASSERT_NO_FATAL_FAILURE(startVideo("second.y4m", false));
   QTest::qWait(300);
+  QTest::keyClick(first, Qt::Key_Up);  // views can be turned while they are recorded
   keepScreenshot("two-recordings");
+  QTest::qWait(300);
+  answerNext(QMessageBox::RejectRole);
+  window->close();
+  EXPECT_TRUE(window->isVisible() && abortButtons().size() == 2);
   answerNext(QMessageBox::DestructiveRole);
   window->close();  // ends both recordings, and then the window
   EXPECT_TRUE(waitUntil([this] { return !window->isVisible(); }));
@@ -378,11 +210,11 @@ TEST_F(Window, RecordsTwoPanelsAtOnce) {
     const Video video(host.file(name));
     ASSERT_FALSE(video.frames.isEmpty());
     expectNear(video.extentOfModel(video.frames.size() - 1),
-               projectedCube(panel->getScaledTransformMatrix(), video.size, VideoHalfOpening));
+               projectedCube(panel->getScaledTransformMatrix(), video.size, PanelHalfOpening));
   }
 }
 
-TEST_F(Window, StaysUsableWhileTheSceneIsHeldStill) {
+TEST_F(WindowTest, StaysUsableWhileTheSceneIsHeldStill) {
   ASSERT_NO_FATAL_FAILURE(openCube());
   auto* tree = window->findChild<QTreeWidget*>("sceneTree");
   QTreeWidgetItem* item = tree->topLevelItem(0);
@@ -411,13 +243,9 @@ TEST_F(Window, StaysUsableWhileTheSceneIsHeldStill) {
   EXPECT_TRUE(waitUntil([&] { return !root->isVisible(); }));
 }
 
-TEST_F(Window, GoesOnAfterWrongFilesAndNonsenseInSettings) {
+TEST_F(WindowTest, GoesOnAfterWrongFilesAndNonsenseInSettings) {
   for (const QByteArray& content : {QByteArray("not a model"), QByteArray()}) {
-    QFile file(host.file("wrong.stl"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(content);
-    file.close();
-    drop({QUrl::fromLocalFile(file.fileName())});
+    drop({QUrl::fromLocalFile(writeFile("wrong.stl", content))});
     ASSERT_TRUE(waitUntil([this] { return message().contains("wrong.stl"); }));
     window->findChild<QFrame*>("messageBar")->findChild<QToolButton*>()->click();
   }

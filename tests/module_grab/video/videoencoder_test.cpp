@@ -61,9 +61,11 @@ class Registry : public testing::Test {
 TEST_F(Registry, LoadsWhatAPluginIsAndReportsWhatOnlyLooksLikeOne) {
   for (const char* name : {"broken.so", "note.txt", ".hidden.so"}) makeFile(name);
   QFile::link(file("a_first.so"), file("aa_link.so"));
+  QFile::copy(file("a_first.so"), file("cut.so"));
+  QFile::resize(file("cut.so"), QFileInfo(file("a_first.so")).size() / 2);
   QDir().mkpath(file("folder"));
   loadModule();
-  for (const char* name : {"broken.so", "note.txt", ".hidden.so", "aa_link.so"}) QFile::remove(file(name));
+  for (const char* name : {"broken.so", "note.txt", ".hidden.so", "aa_link.so", "cut.so"}) QFile::remove(file(name));
   QDir().rmdir(file("folder"));
 
   // Name order, case ignored; the first to come keeps an extension, whatever the case.
@@ -73,7 +75,8 @@ TEST_F(Registry, LoadsWhatAPluginIsAndReportsWhatOnlyLooksLikeOne) {
   EXPECT_THAT(records(), ElementsAre("a_first", "B_second", "c_refusing", "d_bare"));
   EXPECT_THAT(failures(),
               ElementsAre("You could not register the same file extension twice!",
-                          testing::StartsWith("Loading of video encoder plugin: 'broken' failed with error: ")));
+                          testing::StartsWith("Loading of video encoder plugin: 'broken' failed with error: "),
+                          "Loading of video encoder plugin: 'cut' failed with error: the file is not complete"));
   for (const char* name : {"clip.avi", "CLIP.Avi", "in.a.folder/clip.AVI"}) EXPECT_EQ(encoderFor(name), "a_first");
   for (const char* name : {"my.clip.avi", "avi", "clip.ogv", ""}) EXPECT_EQ(encoderFor(name), "");
 

@@ -1,0 +1,115 @@
+#include "nubo/window/parameterpage.h"
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QSettings>
+
+#include "kernel/main/overseer.h"
+#include "kernel/main/parameter.h"
+#include "kernel/main/parameterpanelfactory.h"
+#include "nubo/commandarguments.h"
+#include "nubo/window/colors.h"
+#include "nubo/window/parametereditor.h"
+
+namespace nubo::window {
+
+ParameterPage::ParameterPage(main::Command& command, const main::ParameterSet& set, QWidget* parent)
+    : QWidget(parent),
+      m_Command(command),
+      m_Set(set),
+      m_StoresSettings(dynamic_cast<const main::SettingsCommand*>(&command)) {
+  setObjectName(QStringLiteral("set:%1").arg(set.getID()));
+  auto* layout = new QGridLayout(this);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->setColumnStretch(1, 1);
+  for (const main::AbstractParameter* parameter : set.parameters()) addLine(layout, *parameter);
+  if (!m_Lines.empty()) setFocusProxy(m_Lines.front().editor);
+}
+
+void ParameterPage::addLine(QGridLayout* layout, const main::AbstractParameter& parameter) {
+  constexpr int LabelWidth = 260;
+  ParameterEditor* editor = ParameterEditor::create(parameter);
+  editor->setObjectName(parameter.getName());
+  auto* label = new QLabel(parameter.getDescription());
+  label->setBuddy(editor);
+  label->setWordWrap(true);
+  label->setFixedWidth(qMin(LabelWidth, label->fontMetrics().horizontalAdvance(label->text()) + 4));
+  const QString toolTip = QStringLiteral("<b>%1</b><br>%2")
+                              .arg(parameter.getName().toHtmlEscaped(), parameter.getDescription().toHtmlEscaped());
+  for (QWidget* widget : QList<QWidget*>{editor, label}) widget->setToolTip(toolTip);
+  editor->focusProxy()->setAccessibleName(parameter.getName());
+  editor->focusProxy()->setAccessibleDescription(parameter.getDescription());
+  auto* remark = new QLabel;
+  remark->setWordWrap(true);
+  remark->setObjectName(parameter.getName() + QStringLiteral(":remark"));
+  const int row = layout->rowCount();
+  layout->addWidget(label, row, 0, Qt::AlignTop);
+  layout->addWidget(editor, row, 1);
+  layout->addWidget(remark, row + 1, 1);
+  editor->setText(startText(parameter));
+  const Line line{&parameter, editor, remark};
+  m_Lines.push_back(line);
+  connect(editor, &ParameterEditor::changed, this, [this, line] { showRemark(line); });
+  showRemark(line);
+}
+
+void ParameterPage::showRemark(const Line& line) {
+  const QString refusal = m_Checked ? line.editor->refusal() : QString();
+  const QString text = refusal.isEmpty() ? line.editor->hint() : refusal;
+  line.remark->setText(text);
+  line.remark->setVisible(!text.isEmpty());
+  line.remark->setForegroundRole(refusal.isEmpty() ? QPalette::WindowText : QPalette::BrightText);
+  QPalette palette = line.remark->palette();
+  palette.setColor(QPalette::BrightText, failureColor(this->palette()));
+  line.remark->setPalette(palette);
+  QPalette marked = this->palette();
+  if (!refusal.isEmpty()) marked.setColor(QPalette::Base, failureBackground(marked));
+  line.editor->focusProxy()->setPalette(marked);
+  emit remarksChanged();
+}
+
+ParameterEditor* ParameterPage::check() {
+  m_Checked = true;
+  ParameterEditor* firstBad = nullptr;
+  for (const Line& line : m_Lines) {
+    showRemark(line);
+    if (!firstBad && !line.editor->refusal().isEmpty()) firstBad = line.editor;
+  }
+  return firstBad;
+}
+
+/// Settings start from those in force, wherever they were changed.
+void ParameterPage::remember() const {
+  if (m_StoresSettings) return;
+  for (const Line& line : m_Lines) main::nuboSettings()->setValue(settingsKey(*line.parameter), line.editor->text());
+}
+
+QString ParameterPage::settingsKey(const main::AbstractParameter& parameter) const {
+  QString name = parameter.getName();
+  return QStringLiteral("window/values/%1/%2")
+      .arg(m_Command.getName(), name.replace(QLatin1Char('/'), QLatin1Char('_')));
+}
+
+/// Remembered values may be anything: the file can be edited by hand.
+QString ParameterPage::startText(const main::AbstractParameter& parameter) const {
+  const QString start = app::defaultText(parameter);
+  if (m_StoresSettings) return start;
+  const QString remembered = main::nuboSettings()->value(settingsKey(parameter)).toString();
+  if (!remembered.isEmpty() && parameter.explainRefusal(remembered).isEmpty()) return remembered;
+  if (!start.isEmpty()) return start;
+  const bool isFile = dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
+  return isFile ? m_Command.getName() : QString();
+}
+
+main::ParameterSet ParameterPage::values() const {
+  main::ParameterSet values(m_Set.getID(), m_Set.getName());
+  for (const Line& line : m_Lines) {
+    auto* value = new main::Parameter<QString>(line.parameter->getName(), line.parameter->getDescription(), QString(),
+                                               false, nullptr);
+    values.addParameter(value);
+    if (!line.editor->text().isEmpty()) value->castString(line.editor->text());
+  }
+  return values;
+}
+
+}  // namespace nubo::window

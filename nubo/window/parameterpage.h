@@ -1,0 +1,55 @@
+// The lines of a dialog that ask for one set of a command's parameters.
+#pragma once
+
+#include <QWidget>
+#include <vector>
+
+#include "kernel/main/command.h"
+
+QT_BEGIN_NAMESPACE
+class QGridLayout;
+class QLabel;
+QT_END_NAMESPACE
+
+namespace nubo::window {
+
+class ParameterEditor;
+
+/// Starts from the values that were accepted last (of settings: from those in force). The command and its set must
+/// outlive it. Application thread.
+class ParameterPage : public QWidget {
+  Q_OBJECT
+ public:
+  ParameterPage(main::Command& command, const main::ParameterSet& set, QWidget* parent);
+
+  /// Marks bad values where they stand, from now on whenever a value changes. The first editor with one; null: all
+  /// values can be used.
+  ParameterEditor* check();
+  /// Keeps what was entered for the next time.
+  void remember() const;
+  /// What was entered, to be given to the command.
+  main::ParameterSet values() const;
+
+ signals:
+  /// Remarks came or went.
+  void remarksChanged();
+
+ private:
+  struct Line {
+    const main::AbstractParameter* parameter;
+    ParameterEditor* editor;
+    QLabel* remark;
+  };
+  void addLine(QGridLayout* layout, const main::AbstractParameter& parameter);
+  void showRemark(const Line& line);
+  QString startText(const main::AbstractParameter& parameter) const;
+  QString settingsKey(const main::AbstractParameter& parameter) const;
+
+  const main::Command& m_Command;
+  const main::ParameterSet& m_Set;
+  const bool m_StoresSettings;
+  std::vector<Line> m_Lines;
+  bool m_Checked = false;  ///< bad values are marked from the first attempt on
+};
+
+}  // namespace nubo::window

@@ -1,0 +1,232 @@
+// Menus, dialogs, the log and what goes wrong.
+#include <QComboBox>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QSlider>
+#include <QSpinBox>
+#include <QTranslator>
+#include <QTreeWidget>
+
+#include "kernel/main/parameter.h"
+#include "nubo/window/aboutdialog.h"
+#include "nubo/window/application.h"
+#include "nubo/window/parameterdialog.h"
+#include "nubo/windowfixture.h"
+
+namespace nubo::test {
+
+namespace {
+
+/// German texts while it lives.
+class German {
+ public:
+  German() { window::installTranslations(QLocale(QLocale::German, QLocale::Germany)); }
+  ~German() {
+    qDeleteAll(qApp->findChildren<QTranslator*>());  // which removes them
+  }
+};
+
+/// Letters that are given twice, or entries that have none, in a menu and those below it.
+QStringList faultsOf(const QList<QAction*>& actions, const QString& menu) {
+  QStringList faults;
+  QSet<QString> used;
+  for (const QAction* action : actions) {
+    if (action->isSeparator()) continue;
+    const QString letter = QKeySequence::mnemonic(action->text()).toString();
+    if (letter.isEmpty() || used.contains(letter)) faults << menu + " > " + action->text();
+    used << letter;
+    if (action->menu()) faults << faultsOf(action->menu()->actions(), action->text());
+  }
+  return faults;
+}
+
+class TwoWays : public main::Command {
+ public:
+  TwoWays() : Command(new main::CommandDescriptor("Cuts the scene", "cut"), nullptr) {
+    add(3, "By a plane", new main::Parameter<double>("height", "Height of the plane", "mm", true, nullptr));
+    add(7, "", new main::Parameter<QString>("element", "Name of an element", "", true, nullptr));
+  }
+  void execute() override {}
+  int chosenSet() const { return m_CurrentParameterSetID; }
+  QString value() const { return mp_CurrentParameterSet->parameters()[0]->toString(); }
+
+ private:
+  void add(int id, const QString& name, main::AbstractParameter* parameter) {
+    main::ParameterSet set(id, name);
+    set.addParameter(parameter);
+    m_ParameterSets.push_back(set);
+  }
+};
+
+TEST_F(WindowTest, GivesEveryMenuEntryALetterOfItsOwnInBothLanguages) {
+  for (const bool german : {false, true}) {
+    std::unique_ptr<German> texts;
+    window.reset();
+    if (german) texts = std::make_unique<German>();
+    ASSERT_NO_FATAL_FAILURE(openWindow());
+    ASSERT_NO_FATAL_FAILURE(openCube());
+    EXPECT_EQ(window->menuBar()->actions().first()->text(), german ? "&Datei" : "&File");
+    EXPECT_EQ(faultsOf(window->menuBar()->actions(), "menu bar").join("; ").toStdString(), "");
+    QMap<QString, QString> shortcuts;
+    for (const QAction* action : window->findChildren<QAction*>()) {
+      const QString keys = action->shortcut().toString();
+      if (keys.isEmpty()) continue;
+      EXPECT_FALSE(shortcuts.contains(keys)) << keys.toStdString() << ": " << action->text().toStdString();
+      shortcuts[keys] = action->text();
+    }
+    EXPECT_GT(shortcuts.size(), 20);
+    keepScreenshot(german ? "german" : "english");
+    window.reset();
+  }
+}
+
+TEST_F(WindowTest, LeadsTheFocusThroughDialogsInOrderAndClosesThemByEscape) {
+  ASSERT_NO_FATAL_FAILURE(openCube());
+  action("command:grabvideo")->trigger();
+  ASSERT_TRUE(waitUntil([this] { return dialog() && dialog()->focusWidget(); }));
+  QStringList order;
+  for (int i = 0; i < 7; ++i) {
+    const QWidget* focus = dialog()->focusWidget();
+    const auto* button = qobject_cast<const QAbstractButton*>(focus);
+    order << (button && !qobject_cast<const QCheckBox*>(focus) ? button->text().remove('&')
+                                                               : focus->parentWidget()->objectName());
+    QTest::keyClick(dialog(), Qt::Key_Tab);
+  }
+  EXPECT_EQ(order.join(' ').toStdString(), "filename Choose… width height sync Start Cancel");
+  QTest::keyClick(dialog(), Qt::Key_Escape);
+  EXPECT_TRUE(waitUntil([this] { return !dialog(); }));
+}
+
+TEST_F(WindowTest, OffersTheParameterSetsOfACommand) {
+  TwoWays command;
+  for (const auto& [choice, text, id] : {std::tuple(1, "bolt", 7), {0, "2.5", 3}}) {
+    window::ParameterDialog dialog(command, "Cut", window.get());
+    auto* sets = dialog.findChild<QComboBox*>("parameterSets");
+    ASSERT_EQ(sets->count(), 2);
+    EXPECT_EQ(sets->itemText(0), "By a plane");
+    EXPECT_EQ(sets->itemText(1), "element");
+    dialog.open();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
+    EXPECT_EQ(sets->currentIndex(), id == 3 ? 1 : 0) << "the one that was used last";
+    sets->setFocus();
+    QTest::keyClick(sets, choice == 1 ? Qt::Key_End : Qt::Key_Home);
+    auto* height = dialog.findChild<QWidget*>("height");
+    EXPECT_EQ(height->isVisible(), choice == 0);
+    QWidget* editor = dialog.findChild<QWidget*>(choice == 0 ? "height" : "element");
+    type(editor->focusProxy(), text);
+    keepScreenshot("variants");
+    QTest::keyClick(&dialog, Qt::Key_Return);
+    ASSERT_EQ(dialog.result(), QDialog::Accepted);
+    ASSERT_TRUE(command.setParameters(dialog.values()));
+    EXPECT_EQ(command.chosenSet(), id);
+    EXPECT_EQ(command.value(), text);
+  }
+  const German german;
+  window::ParameterDialog dialog(command, "Cut", window.get());
+  dialog.open();
+  type(dialog.findChild<QWidget*>("height")->focusProxy(), "abc");
+  QTest::keyClick(&dialog, Qt::Key_Return);
+  EXPECT_EQ(dialog.findChild<QLabel*>("height:remark")->text(), "„abc“ ist keine Zahl");
+}
+
+TEST_F(WindowTest, ChoosesFilesAndMovesSliders) {
+  ASSERT_NO_FATAL_FAILURE(openCube());
+  ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_I));
+  inNextDialog<QFileDialog>([this](QFileDialog* chooser) {
+    EXPECT_EQ(chooser->acceptMode(), QFileDialog::AcceptSave);
+    chooser->setDirectory(host.directory.path());
+    type(chooser->findChild<QLineEdit*>("fileNameEdit"), "chosen.bmp");
+    QTest::keyClick(chooser, Qt::Key_Return);
+  });
+  QTest::mouseClick(field("filename")->parentWidget()->findChild<QToolButton*>(), Qt::LeftButton);
+  EXPECT_EQ(qobject_cast<QLineEdit*>(field("filename"))->text(), host.file("chosen.bmp"));
+  QTest::keyClick(dialog(), Qt::Key_Escape);
+  ASSERT_TRUE(waitUntil([this] { return !dialog(); }));
+
+  action("command:setvideosettings")->trigger();
+  ASSERT_TRUE(waitUntil([this] { return dialog() != nullptr; }));
+  auto* box = qobject_cast<QSpinBox*>(field("max. tempfile-size (MB)"));
+  auto* slider = box->parentWidget()->findChild<QSlider*>();
+  EXPECT_EQ(box->value(), 50);
+  QTest::keyClick(slider, Qt::Key_Right);
+  EXPECT_EQ(box->value(), 51);
+  type(box, "120");
+  EXPECT_EQ(slider->value(), 120);
+  QTest::keyClick(slider, Qt::Key_End);
+  QTest::keyClick(dialog(), Qt::Key_Return);
+  EXPECT_TRUE(waitUntil([] { return main::nuboSettings()->value("settings/grabvideotempfilesize").toInt() == 1000; }));
+}
+
+TEST_F(WindowTest, ShowsTheLogDownToALevel) {
+  useShortcut("F10");
+  auto* view = window->findChild<QTreeView*>("log");
+  ASSERT_TRUE(waitUntil([&] { return view->isVisible(); }));
+  auto* levels = window->findChild<QComboBox*>("logLevels");
+  const auto shows = [&](const QString& text) {
+    for (int row = 0; row < view->model()->rowCount(); ++row)
+      if (view->model()->index(row, 2).data().toString() == text) return true;
+    return false;
+  };
+  const std::pair<int, QString> records[] = {
+      {log::Failure, "fails"}, {log::Milestone, "passes"}, {log::Note, "tells"}, {log::Debug, "details"}};
+  for (const auto& [level, text] : records)
+    log::Logger::getInstance()->log(level, "test", 1, "nubo::test", nullptr, text);
+  ASSERT_TRUE(waitUntil([&] { return shows("tells"); }));
+  levels->setFocus();
+  QTest::keyClick(levels, Qt::Key_Home);
+  for (int shown = 1; shown <= 4; ++shown) {
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(shows(records[i].second), i < shown) << shown << ' ' << i;
+    QTest::keyClick(levels, Qt::Key_Down);
+  }
+  EXPECT_EQ(message(), "fails");
+  keepScreenshot("log");
+}
+
+TEST_F(WindowTest, TellsWhatModulesAndEncodersAreMadeOf) {
+  QStringList cells;
+  inNextDialog<window::AboutDialog>([&](window::AboutDialog* about) {
+    QTreeWidgetItemIterator items(about->findChild<QTreeWidget*>());
+    for (; *items; ++items) cells << (*items)->text(0) << (*items)->text(2);
+    keepScreenshot("about");
+    QTest::keyClick(about, Qt::Key_Escape);
+  });
+  for (QAction* action : window->findChild<QMenu*>("helpMenu")->actions())
+    if (action->text().remove('&') == "About nubo") action->trigger();
+  EXPECT_TRUE(cells.contains("Module Grab")) << cells.join('|').toStdString();
+  const auto* records = main::ModuleManager::getInstance()->getModule("Grab")->getInformationObject();
+  for (const auto& record : *const_cast<main::InformationObject*>(records)->getAdditionalInformations())
+    EXPECT_TRUE(cells.contains(record.name) && cells.contains(record.licence)) << record.name.toStdString();
+}
+
+TEST_F(WindowTest, GoesOnWithModulesThatCannotBeLoaded) {
+  window.reset();
+  main::ModuleManager::getInstance()->unloadModules();
+  const QDir folder(host.directory.filePath("modules"));
+  folder.mkpath("directory.so");
+  QFile good(NUBO_TEST_BIN_DIR "/modules/libmodule_grab.so");
+  ASSERT_TRUE(good.link(folder.filePath("libmodule_grab.so")));
+  ASSERT_TRUE(good.open(QIODevice::ReadOnly));
+  const QByteArray image = good.readAll();
+  writeFile("modules/empty.so", {});
+  writeFile("modules/text.so", "no library");
+  writeFile("modules/cut.so", image.left(image.size() / 2));
+  LogCollector collector;
+  main::ModuleManager::getInstance()->loadModules(folder.path(), [](const QString&) {});
+  ASSERT_TRUE(host.settle());
+  QStringList failures;
+  for (const QString& failure : collector.messages(log::Failure)) failures << failure;
+  EXPECT_EQ(failures.size(), 3) << failures.join('\n').toStdString();
+  ASSERT_NO_FATAL_FAILURE(openWindow());
+  window->showFailures(failures);
+  EXPECT_TRUE(message().contains("cut.so") && message().contains('2')) << message().toStdString();
+  keepScreenshot("broken-modules");
+  ASSERT_NO_FATAL_FAILURE(openCube());
+  pressShortcut(Qt::Key_Escape);
+  EXPECT_TRUE(waitUntil([this] { return message().isEmpty(); }));
+}
+
+}  // namespace
+
+}  // namespace nubo::test

@@ -1,0 +1,208 @@
+// Looks at scenes: panels in tabs and splits, saved views, trajectories, files.
+#include <QComboBox>
+#include <QInputDialog>
+#include <QSlider>
+#include <QTabBar>
+#include <QTreeWidget>
+
+#include "nubo/windowfixture.h"
+
+namespace nubo::test {
+
+namespace {
+
+using gui::Camera;
+
+bool looksAlike(const Camera& a, const Camera& b) {
+  const auto near = [](double x, double y) { return std::abs(x - y) < 1e-6; };
+  return near(a.azimuth, b.azimuth) && near(a.elevation, b.elevation) && near(a.distance, b.distance) &&
+         near(a.center[0], b.center[0]) && near(a.center[1], b.center[1]) && near(a.center[2], b.center[2]);
+}
+
+void expectWholeCube(const window::ViewPanel* panel) {
+  const QRectF cube = projectedCube(panel->getScaledTransformMatrix(), panel->size(), PanelHalfOpening);
+  EXPECT_TRUE(QRectF(panel->rect()).contains(cube)) << panel->width() << " x " << panel->height();
+  // A cube that fits whichever side is in front leaves some room, but not much.
+  EXPECT_GT(std::max(cube.width() / panel->width(), cube.height() / panel->height()), 0.6);
+}
+
+TEST_F(WindowTest, KeepsPanelsInTabsAndSplitsWorkingAndFitted) {
+  ASSERT_NO_FATAL_FAILURE(openCube());
+  window::ViewPanel* first = panels().activePanel();
+  const Camera alone = first->getCamera();
+  useShortcut("Ctrl+R");
+  QTest::qWait(50);
+  window::ViewPanel* right = panels().activePanel();
+  ASSERT_NE(right, first);
+  for (const auto* panel : {first, right}) {
+    EXPECT_EQ(panel->getCamera().azimuth, alone.azimuth);
+    expectWholeCube(panel);
+  }
+  QTest::keyClick(right, Qt::Key_Plus);
+  const Camera closer = right->getCamera();
+  useShortcut("Ctrl+D");  // a view that the user has moved stays
+  QTest::qWait(50);
+  window::ViewPanel* below = panels().activePanel();
+  EXPECT_TRUE(looksAlike(right->getCamera(), closer));
+  EXPECT_TRUE(looksAlike(below->getCamera(), closer));
+  keepScreenshot("splits");
+
+  useShortcut("Ctrl+T");
+  QTest::qWait(50);
+  window::ViewPanel* tab = panels().activePanel();
+  expectWholeCube(tab);
+  ASSERT_EQ(panels().panels().size(), 4);
+  for (window::ViewPanel* panel : {tab, first, right, below}) {
+    if (panel == first) panels().setCurrentIndex(0);
+    QTest::mouseClick(panel, Qt::LeftButton);
+    EXPECT_EQ(panels().activePanel(), panel);
+    const Camera before = panel->getCamera();
+    drag(panel, {50, 50}, {90, 60});
+    const Camera turned = panel->getCamera();
+    EXPECT_TRUE(turned.azimuth != before.azimuth && turned.center == before.center);
+    drag(panel, {50, 50}, {90, 60}, Qt::LeftButton, Qt::ShiftModifier);
+    EXPECT_TRUE(panel->getCamera().azimuth == turned.azimuth && panel->getCamera().center != turned.center);
+    QWheelEvent wheel({60, 60}, panel->mapToGlobal({60, 60}), {}, {0, 120}, {}, {}, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(panel, &wheel);
+    EXPECT_LT(panel->getCamera().distance, turned.distance);
+    QTest::keyClick(panel, Qt::Key_Home);
+  }
+  panels().setCurrentIndex(1);
+  panels().setCurrentIndex(0);
+  EXPECT_EQ(panels().activePanel(), below) << "the one that was active in this tab";
+
+  useShortcut("Ctrl+W");
+  useShortcut("Ctrl+W");
+  QTest::qWait(50);
+  EXPECT_EQ(panels().activePanel(), first);
+  expectWholeCube(first);
+  QTest::mouseClick(panels().tabBar()->tabButton(1, QTabBar::RightSide), Qt::LeftButton);
+  EXPECT_EQ(panels().panels(), QList<window::ViewPanel*>{first});
+  QTest::qWait(50);
+  expectWholeCube(first);
+}
+
+TEST_F(WindowTest, ShowsTheAxesAsTheyLie) {
+  ASSERT_NO_FATAL_FAILURE(openCube());
+  useShortcut("Ctrl+1");  // from the front: x to the right, z upwards
+  window::ViewPanel* panel = panels().activePanel();
+  const QImage image = panel->grabFramebuffer();
+  const QPoint origin(40, image.height() - 40);
+  const auto strongest = [&](QPoint at) {
+    const QColor color = image.pixelColor(origin + at);
+    return color.red() > color.blue() ? 'r' : color.blue() > color.red() ? 'b' : '-';
+  };
+  EXPECT_EQ(strongest({20, 0}), 'r');
+  EXPECT_EQ(strongest({0, -20}), 'b');
+}
+
+TEST_F(WindowTest, RemembersViewsOfAScene) {
+  ASSERT_NO_FATAL_FAILURE(openCube());
+  const auto views = [this] { return window->findChild<QMenu*>("savedViews"); };
+  const auto find = [](const QMenu* menu, const QString& name) -> QAction* {
+    for (QAction* action : menu->actions())
+      if (action->text().remove('&') == name) return action;
+    return nullptr;
+  };
+  drag(panels().activePanel(), {50, 50}, {90, 60}, Qt::LeftButton, Qt::ShiftModifier);
+  QTest::keyClick(panels().activePanel(), Qt::Key_Plus);
+  const Camera saved = panels().activePanel()->getCamera();
+  inNextDialog<QInputDialog>([](QInputDialog* dialog) {
+    QTest::keyClicks(dialog->focusWidget(), "Hole 1/2");
+    QTest::keyClick(dialog, Qt::Key_Return);
+  });
+  useShortcut("Ctrl+Shift+S");
+  ASSERT_TRUE(waitUntil([&] { return find(views(), "Hole 1/2"); }));
+
+  window.reset();
+  ASSERT_NO_FATAL_FAILURE(openWindow());
+  ASSERT_NO_FATAL_FAILURE(openCube());
+  ASSERT_FALSE(looksAlike(panels().activePanel()->getCamera(), saved));
+  ASSERT_TRUE(find(views(), "Hole 1/2"));
+  find(views(), "Hole 1/2")->trigger();
+  EXPECT_TRUE(looksAlike(panels().activePanel()->getCamera(), saved));
+
+  window->openFiles({"builtin"});
+  EXPECT_TRUE(waitUntil([&] { return !find(views(), "Hole 1/2"); })) << "it is no view of this scene";
+  ASSERT_NO_FATAL_FAILURE(openCube());
+  find(find(views(), "Delete")->menu(), "Hole 1/2")->trigger();
+  EXPECT_TRUE(waitUntil([&] { return !find(views(), "Hole 1/2"); }));
+  QTest::qWait(0);
+  ASSERT_NO_FATAL_FAILURE(openCube());
+  EXPECT_FALSE(find(views(), "Hole 1/2"));
+}
+
+TEST_F(WindowTest, PlaysTrajectoriesByKeysAndSwitchesBetweenThem) {
+  window->openFiles({"builtin"});
+  auto* modes = window->findChild<QComboBox*>("trajectoryModes");
+  auto* slider = window->findChild<QSlider*>("trajectorySlider");
+  QAction* play = action("play");
+  const auto trajectory = [] { return trajectory::TrajectoryHandler::getInstance()->getAdvancedTrajectoryInfo(); };
+  /// Whether every element stands where this step wants it.
+  const auto isAt = [&](int step) {
+    if (!trajectory() || trajectory()->getPosition() != std::uint64_t(step)) return false;
+    const auto& wanted = (*trajectory()->getMatrixMapList())[step];
+    return std::all_of(wanted.begin(), wanted.end(), [](const auto& entry) {
+      return std::equal(entry.second.data(), entry.second.data() + 16, entry.first->getTransform().data());
+    });
+  };
+  ASSERT_TRUE(waitUntil([&] { return trajectory() && slider->isEnabled(); }));
+  ASSERT_EQ(modes->count(), 4);
+  const int animation = modes->currentIndex();
+  const int last = slider->maximum();
+  ASSERT_EQ(last + 1, int(trajectory()->getMatrixMapList()->size()));
+  for (const auto& [keys, step] : {std::pair("Ctrl+Right", 1),
+                                   {"Ctrl+Right", 2},
+                                   {"Ctrl+Left", 1},
+                                   {"Ctrl+End", last},
+                                   {"Ctrl+Right", last},
+                                   {"Ctrl+Home", 0}}) {
+    useShortcut(keys);
+    EXPECT_TRUE(waitUntil([&, at = step] { return isAt(at); }, 5000)) << keys;
+    EXPECT_EQ(slider->value(), step);
+  }
+  slider->setFocus();
+  QTest::keyClick(slider, Qt::Key_Right);
+  EXPECT_TRUE(waitUntil([&] { return isAt(1); }, 5000));
+  useShortcut("Ctrl+Space");
+  EXPECT_TRUE(waitUntil([&] { return slider->value() > 3; })) << "it does not play";
+  EXPECT_EQ(play->text(), "&Pause");
+  useShortcut("Ctrl+Space");
+  const int paused = slider->value();
+  QTest::qWait(150);
+  EXPECT_EQ(slider->value(), paused);
+
+  modes->setFocus();
+  QTest::keyClick(modes, Qt::Key_Home);  // a turntable
+  ASSERT_TRUE(waitUntil([&] { return trajectory() && slider->maximum() == 249; }));
+  useShortcut("Ctrl+End");
+  EXPECT_TRUE(waitUntil([&] { return isAt(249); }, 5000));
+  QTest::keyClick(modes, Qt::Key_End);  // nothing
+  EXPECT_TRUE(waitUntil([&] { return !trajectory() && !play->isEnabled() && !slider->isEnabled(); }));
+  QTest::keyClicks(modes, modes->itemText(animation));
+  EXPECT_TRUE(waitUntil([&] { return trajectory() && slider->maximum() == last && play->isEnabled(); }));
+}
+
+TEST_F(WindowTest, OpensSeveralFilesAsOneSceneAndForgetsMissingOnes) {
+  writeFile("second.obj", CubeFile);
+  drop({QUrl::fromLocalFile(host.file("cube.obj")), QUrl::fromLocalFile(writeFile("wrong.stl", "no model")),
+        QUrl::fromLocalFile(host.file("second.obj"))});
+  ASSERT_TRUE(waitUntil([this] { return window->windowTitle() == "cube.obj, second.obj – nubo"; }));
+  EXPECT_TRUE(message().contains("wrong.stl"));
+  const auto* tree = window->findChild<QTreeWidget*>("sceneTree");
+  EXPECT_EQ(tree->topLevelItem(0)->childCount(), 2);
+
+  auto* recent = window->findChild<QMenu*>("recentFiles");
+  ASSERT_EQ(recent->actions().size(), 2);
+  QAction* second = recent->actions().at(recent->actions()[0]->text().contains("second") ? 0 : 1);
+  ASSERT_TRUE(QFile::remove(host.file("second.obj")));
+  window->findChild<QFrame*>("messageBar")->findChild<QToolButton*>()->click();
+  second->trigger();
+  EXPECT_TRUE(waitUntil([this] { return message().contains("second.obj"); }));
+  EXPECT_EQ(recent->actions().size(), 1);
+  EXPECT_EQ(window->windowTitle(), "cube.obj, second.obj – nubo") << "the scene stays";
+}
+
+}  // namespace
+
+}  // namespace nubo::test
