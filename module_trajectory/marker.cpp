@@ -33,7 +33,7 @@ util::YPointer<scene::Geometry> createBall(double radius) {
   return ball;
 }
 
-util::YPointer<scene::Geometry> createPath(const std::deque<Point>& points) {
+util::YPointer<scene::Geometry> createLine(const std::deque<Point>& points) {
   util::YPointer<scene::Geometry> path(new scene::Geometry);
   path->kind = scene::KindLines;
   path->material = coloured(0.9f, 0.6f, 0.1f, false);
@@ -51,28 +51,39 @@ double diagonal(const scene::BoundingBox& box) {
   return sum > 0 ? std::sqrt(sum) : 1;
 }
 
+/// Puts the element below the root, at a place that is given in the scene's space.
+void addToScene(scene::Scene& scene, const util::YPointer<scene::SceneElement>& element, const math::Matrix4& place) {
+  const util::YPointer<scene::SceneElement> root = scene.getRootNode();
+  element->setTransform(math::affineInverse(root->getTransform()) * place);
+  root->addChild(element);
+}
+
+void addPath(scene::Scene& scene, const std::deque<Point>& points) {
+  if (!scene.getRootNode()) scene.setRootNode(new scene::SceneElement);
+  const util::YPointer<scene::SceneElement> path(new scene::SceneElement(QStringLiteral("path")));
+  path->setLayer(scene::LayerTrajectory);
+  path->addGeometry(createLine(points));
+  addToScene(scene, path, math::Matrix4());
+}
+
 }  // namespace
+
+void createPath(const std::deque<Point>& points) {
+  const util::YPointer<scene::Scene> scene = scene::_GlobalScene();
+  if (!scene || points.empty()) return;
+  const scene::SceneChange change(scene, scene::LockAll);
+  addPath(*scene, points);
+}
 
 util::YPointer<scene::SceneElement> createMarker(const std::deque<Point>& points) {
   const util::YPointer<scene::Scene> scene = scene::_GlobalScene();
   if (!scene || points.empty()) return nullptr;
   const scene::SceneChange change(scene, scene::LockAll);
-  if (!scene->getRootNode()) scene->setRootNode(new scene::SceneElement);
-  const util::YPointer<scene::SceneElement> root = scene->getRootNode();
-  scene::BoundingBox box = root->getBoundingBox();
-  for (const Point& point : points) box.add(math::Vector3{point[0], point[1], point[2]});
-
-  const math::Matrix4 toScene = math::affineInverse(root->getTransform());  // the points are given there
-  const util::YPointer<scene::SceneElement> path(new scene::SceneElement(QStringLiteral("path")));
-  path->setLayer(scene::LayerTrajectory);
-  path->addGeometry(createPath(points));
-  path->setTransform(toScene);
+  addPath(*scene, points);
   const util::YPointer<scene::SceneElement> marker(new scene::SceneElement(QStringLiteral("marker")));
   marker->setLayer(scene::LayerMarkers);
-  marker->addGeometry(createBall(diagonal(box) / 100));
-  marker->setTransform(toScene * math::translation(points[0][0], points[0][1], points[0][2]));
-  root->addChild(path);
-  root->addChild(marker);
+  marker->addGeometry(createBall(diagonal(scene->getRootNode()->getBoundingBox()) / 100));
+  addToScene(*scene, marker, math::translation(points[0][0], points[0][1], points[0][2]));
   return marker;
 }
 

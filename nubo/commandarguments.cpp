@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QSlider>
 #include <QTemporaryFile>
@@ -91,6 +92,13 @@ QString typeName(const AbstractParameter& parameter) {
   return QStringLiteral("TEXT");
 }
 
+/// The formats that the parameter's dialog offers, such as "PNG-File (*.png)".
+QStringList fileFormats(const AbstractParameter& parameter) {
+  const auto* factory = dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
+  const std::unique_ptr<QFileDialog> dialog(factory ? factory->createDialog() : nullptr);
+  return dialog ? dialog->nameFilters() : QStringList();
+}
+
 }  // namespace
 
 QString optionName(const QString& parameterName) {
@@ -103,6 +111,12 @@ QString optionName(const QString& parameterName) {
   }
   if (name.endsWith('-')) name.chop(1);
   return name;
+}
+
+QStringList optionNames(main::Command& command) {
+  QStringList names;
+  for (const ParameterSet& set : command.getParameterSets()) names << optionNames(set);
+  return names;
 }
 
 QString defaultText(const AbstractParameter& parameter) {
@@ -162,7 +176,7 @@ QString whyNotWritable(const QString& fileName) {
 }
 
 QString commandHelpText(main::Command& command) {
-  QString text = QStringLiteral("Usage: nubo [options] [SCENE] %1 [--PARAMETER VALUE ...]\n\n%2\n")
+  QString text = QStringLiteral("Usage: nubo [options] [SCENE ...] %1 [--PARAMETER VALUE ...]\n\n%2\n")
                      .arg(command.getName(), command.getDescriptor()->getDescription());
   for (const ParameterSet& set : command.getParameterSets()) {
     text += QStringLiteral("\nParameters:\n");
@@ -175,6 +189,8 @@ QString commandHelpText(main::Command& command) {
       else if (parameter->isRequired())
         text += QStringLiteral(" (required)");
       text += '\n';
+      if (const QStringList formats = fileFormats(*parameter); !formats.isEmpty())
+        text += "      one of:\n        " + formats.join("\n        ") + '\n';
     }
   }
   return text;

@@ -1,7 +1,7 @@
 // A command's parameters as options of the command line.
 #pragma once
 
-#include <QString>
+#include <QStringList>
 #include <QVector>
 
 namespace nubo::main {
@@ -21,6 +21,9 @@ using Arguments = QVector<Argument>;
 /// Lower case, every run of characters that are neither letters nor digits a hyphen:
 /// "max. tempfile-size (MB)" becomes "max-tempfile-size-mb".
 QString optionName(const QString& parameterName);
+
+/// The options of all of the command's parameters.
+QStringList optionNames(main::Command& command);
 
 /// What a parameter gets when its option is not given; null: nothing. Application thread.
 QString defaultText(const main::AbstractParameter& parameter);

@@ -2,6 +2,8 @@
 
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <algorithm>
+#include <utility>
 
 #include "module_scene/gui/camera.h"
 #include "nubo/suggestion.h"
@@ -21,6 +23,7 @@ const QList<QCommandLineOption>& ownOptions() {
       {"samples", "Samples per pixel for smooth edges; 0 turns smoothing off (4).", "N"},
       {"turntable", "Turns the scene once around in N steps (in ten seconds, where the scene has no animation).", "N"},
       {"trajectory", "Moves a marker along the points of a CSV file: x, y, z and a value of yours.", "FILE"},
+      {"element", "Moves this element of the scene along the points, in place of a marker.", "NAME"},
       {"steps", "Uses only these steps of the trajectory, counted from 0.", "FIRST:LAST"},
       {"duration", "Ends the command after this time.", "SECONDS"},
       {"settings", "Uses this settings file instead of your own.", "FILE"},
@@ -39,11 +42,31 @@ QStringList ownOptionNames() {
   return names;
 }
 
-/// Takes the values out of the parser; each function sets `line.error` where a value is wrong.
+/// Takes the values of the program's options out of words; each function sets `line.error` where a value is wrong.
 class Reader {
  public:
-  Reader(const QCommandLineParser& parser, CommandLine& line) : m_Parser(parser), m_Line(line) {}
+  explicit Reader(CommandLine& line) : m_Line(line) {
+    m_Parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    m_Parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    m_Parser.addOptions(ownOptions());
+  }
 
+  /// Returns what follows the options, and keeps those.
+  QStringList read(const QStringList& words) {
+    if (!m_Parser.parse(QStringList{"nubo"} + words)) {
+      const QStringList unknown = m_Parser.unknownOptionNames();
+      m_Line.error = unknown.isEmpty() ? m_Parser.errorText().section('.', 0, 0)
+                                       : QStringLiteral("--%1: unknown option").arg(unknown[0]) +
+                                             suggestion("--" + unknown[0], ownOptionNames());
+      return QStringList();
+    }
+    readAll();
+    const QStringList rest = m_Parser.positionalArguments();
+    m_Line.options = words.mid(0, words.size() - rest.size());
+    return rest;
+  }
+
+ private:
   void readAll() {
     m_Line.help = m_Parser.isSet("help");
     m_Line.version = m_Parser.isSet("version");
@@ -51,6 +74,7 @@ class Reader {
     if (m_Parser.isSet("quiet")) m_Line.verbosity = Verbosity::Quiet;
     if (m_Parser.isSet("verbose")) m_Line.verbosity = Verbosity::Verbose;
     m_Line.trajectory = m_Parser.value("trajectory");
+    m_Line.element = m_Parser.value("element");
     m_Line.settingsFile = m_Parser.value("settings");
     readSize();
     readView();
@@ -59,11 +83,8 @@ class Reader {
     readNumber("turntable", 1, 1000000, m_Line.turntable);
     readSteps();
     readDuration();
-    if (m_Line.turntable && !m_Line.trajectory.isEmpty())
-      m_Line.error = "--turntable and --trajectory exclude each other";
   }
 
- private:
   void refuse(const QString& option, const QString& expected) {
     m_Line.error = QStringLiteral("--%1 %2: expected %3").arg(option, m_Parser.value(option), expected);
   }
@@ -120,15 +141,15 @@ class Reader {
     if (!number || !(*m_Line.duration > 0 && *m_Line.duration <= Most)) refuse("duration", "seconds above 0");
   }
 
-  const QCommandLineParser& m_Parser;
+  QCommandLineParser m_Parser;
   CommandLine& m_Line;
 };
 
-/// What follows the scene and the command: `--name value`, `--name=value`, or `--name` alone.
+/// What follows the scenes and the command: `--name value`, `--name=value`, or `--name` alone.
 void readArguments(const QStringList& words, CommandLine& line) {
   for (int i = 0; i < words.size(); ++i) {
     if (!words[i].startsWith("--") || words[i] == "--") {
-      line.error = QStringLiteral("%1: expected --PARAMETER VALUE").arg(words[i]);
+      line.error = QStringLiteral("%1: expected --PARAMETER VALUE; scenes and command stand together").arg(words[i]);
       return;
     }
     if (words[i] == "--help") {
@@ -149,62 +170,80 @@ bool looksLikeScene(const QString& word) {
   return word == BuiltinScene || QFileInfo(word).exists() || word.contains('.') || word.contains('/');
 }
 
+/// Takes the program's own options out of the arguments.
+void adoptOptions(CommandLine& line, const QStringList& parameters) {
+  const QStringList own = ownOptionNames();
+  QStringList words = line.options;
+  Arguments kept;
+  for (const Argument& argument : line.arguments) {
+    const QString option = "--" + argument.name;
+    if (parameters.contains(argument.name) || !own.contains(option))
+      kept << argument;
+    else if (argument.name == "settings")
+      line.error = "--settings stands before the scene and the command, which are read with it";
+    else
+      words << (argument.value.isNull() ? option : option + '=' + argument.value);
+  }
+  if (line.error.isEmpty()) Reader(line).read(words);
+  line.arguments = kept;
+}
+
+/// Options that are right by themselves, but not together.
+QString whyInconsistent(const CommandLine& line) {
+  if (line.turntable && !line.trajectory.isEmpty())
+    return QStringLiteral("--turntable and --trajectory exclude each other");
+  if (!line.element.isEmpty() && line.trajectory.isEmpty())
+    return QStringLiteral("--element: --trajectory FILE is missing, with the points to move it along");
+  return QString();
+}
+
 }  // namespace
 
 CommandLine parseCommandLine(const QStringList& words) {
   CommandLine line;
-  QCommandLineParser parser;
-  parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-  parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-  parser.addOptions(ownOptions());
-  if (!parser.parse(QStringList{"nubo"} + words)) {
-    const QStringList unknown = parser.unknownOptionNames();
-    line.error = unknown.isEmpty() ? parser.errorText().section('.', 0, 0)
-                                   : QStringLiteral("--%1: unknown option").arg(unknown[0]) +
-                                         suggestion("--" + unknown[0], ownOptionNames());
-    return line;
-  }
-  Reader(parser, line).readAll();
+  QStringList rest = Reader(line).read(words);
   if (!line.error.isEmpty()) return line;
-
-  QStringList rest = parser.positionalArguments();
-  if (rest.size() >= 2 && !rest[1].startsWith("--")) line.scene = rest.takeFirst();
-  if (!rest.isEmpty()) line.command = rest.takeFirst();
+  while (!rest.isEmpty() && !rest[0].startsWith("--")) line.scenes << rest.takeFirst();
+  if (!line.scenes.isEmpty()) line.command = line.scenes.takeLast();
   readArguments(rest, line);
   return line;
 }
 
 bool wantsWindow(const CommandLine& line) {
-  const bool asks = line.help || line.version || line.listCommands || line.commandHelp;
-  const bool isSingle = line.scene.isEmpty() && line.arguments.isEmpty();
-  return !asks && (line.command.isEmpty() || (isSingle && looksLikeScene(line.command)));
+  if (line.help || line.version || line.listCommands || line.commandHelp) return false;
+  if (!line.command.isEmpty() && !looksLikeScene(line.command)) return false;
+  const QStringList own = ownOptionNames();
+  return std::all_of(line.arguments.begin(), line.arguments.end(), [&](const Argument& argument) {
+    return own.contains("--" + argument.name) && argument.name != "version" && argument.name != "list-commands";
+  });
 }
 
-void settleCommand(CommandLine& line, const QStringList& commands) {
-  if (line.command.isEmpty() || commands.contains(line.command)) return;
-  const bool single = line.scene.isEmpty();
-  if (!single || !looksLikeScene(line.command)) {
-    line.error = QStringLiteral("%1: unknown command").arg(line.command) + suggestion(line.command, commands);
+void settleCommand(CommandLine& line, const QStringList& commands, const ParameterNames& parameters) {
+  const bool isCommand = commands.contains(line.command);
+  if (!isCommand && !line.command.isEmpty() && !looksLikeScene(line.command)) {
+    line.error = line.command + (line.arguments.isEmpty() ? ": neither a command nor a file" : ": unknown command") +
+                 suggestion(line.command, commands);
     return;
   }
-  line.scene = line.command;
-  line.command.clear();
-  if (line.commandHelp) {
-    line.help = true;
-  } else if (!line.arguments.isEmpty()) {
-    line.error = QStringLiteral("--%1: no command stands before it; options of the program stand before the scene")
-                     .arg(line.arguments[0].name);
+  adoptOptions(line, isCommand ? parameters(line.command) : QStringList());
+  if (!isCommand) {
+    if (!line.command.isEmpty()) line.scenes << std::exchange(line.command, QString());
+    line.help = line.help || line.commandHelp;
+    if (line.error.isEmpty() && !line.arguments.isEmpty())
+      line.error = QStringLiteral("--%1: no command stands before it").arg(line.arguments[0].name);
   }
+  if (line.error.isEmpty()) line.error = whyInconsistent(line);
 }
 
 QString helpText() {
   QCommandLineParser parser;
   parser.addOptions(ownOptions());
   const QString introduction = QStringLiteral(
-      "Usage: nubo [options] [SCENE] [COMMAND [--PARAMETER VALUE ...]]\n\n"
+      "Usage: nubo [options] [SCENE ...] [COMMAND [--PARAMETER VALUE ...]]\n\n"
       "Shows a scene in a window or, with a COMMAND, runs that on the scene without a window.\n"
       "SCENE is a model file (glTF, OBJ, STL, PLY, 3DS, COLLADA, FBX, ...) or \"%1\",\n"
-      "the built-in scene, which is also what commands get without a SCENE.\n"
+      "the built-in scene, which is also what commands get without a SCENE. Several make up one scene.\n"
+      "A file that is named like a command is written ./NAME.\n"
       "\"nubo --list-commands\" lists the commands, \"nubo COMMAND --help\" their parameters.\n"
       "Exit status: 0 done, 1 the command failed, 2 the call was wrong, 130 interrupted.\n");
   // The parser's own first line shows the program's path.

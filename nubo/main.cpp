@@ -57,8 +57,8 @@ QString prepare(Session& session, const CommandLine& line, const main::Command& 
                 Report& report) {
   session.waitForQueuedWork();
   // Storing settings needs no scene.
-  if (dynamic_cast<const main::SettingsCommand*>(&command) && line.scene.isEmpty()) return QString();
-  if (const QString error = session.showScene(line); !error.isEmpty()) return error;
+  if (dynamic_cast<const main::SettingsCommand*>(&command) && line.scenes.isEmpty()) return QString();
+  if (const QString error = session.showScene(line, command.isAbortable()); !error.isEmpty()) return error;
   const QStringList failures = report.takeFailures();
   if (command.isEnabled()) {
     for (const QString& failure : failures) report.note(failure);
@@ -86,14 +86,17 @@ ExitStatus runCommand(Session& session, const CommandLine& line, const QString& 
 }
 
 ExitStatus runSession(CommandLine& line, const QString& noOpenGL) {
-  const auto shown = std::make_shared<TerminalProgress>(line.verbosity == Verbosity::Normal);
+  const auto shown = std::make_shared<TerminalProgress>();
   util::YProgressDialog::setPresenter(shown);
   TerminalProgress& progress = *shown;
   Report report(line.verbosity, progress);
-  const bool asks = line.version || line.listCommands || line.commandHelp;
-  Session session(line.settingsFile, asks || line.command.isEmpty() ? QString() : line.scene, report);
-  settleCommand(line, main::CommandManager::getInstance()->names());
+  const bool asks = line.help || line.version || line.listCommands || line.commandHelp;
+  Session session(line.settingsFile, asks || wantsWindow(line) ? QStringList() : line.scenes, report);
+  const main::CommandManager* commands = main::CommandManager::getInstance();
+  settleCommand(line, commands->names(),
+                [commands](const QString& name) { return optionNames(*commands->find(name)); });
   if (!line.error.isEmpty()) return refuse(report, line.error, session);
+  report.setVerbosity(line.verbosity);
 
   const QString text = answer(line, main::CommandManager::getInstance()->find(line.command));
   if (!text.isNull()) {

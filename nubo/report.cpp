@@ -7,8 +7,8 @@
 
 namespace nubo::app {
 
-Report::Report(Verbosity verbosity, TerminalProgress& progress) : m_Verbosity(verbosity), m_Progress(progress) {
-  log::Logger::getInstance()->setTerminalLevel(verbosity == Verbosity::Verbose ? log::Debug : 0);
+Report::Report(Verbosity verbosity, TerminalProgress& progress) : m_Progress(progress) {
+  setVerbosity(verbosity);
   m_LogObserver = log::Logger::getInstance()->addObserver(
       [this](const log::Record& record) { keep(record.level, record.message); });
   m_ConsoleObserver = log::addConsoleObserver([this](const QString& line) { keep(log::Note, line); });
@@ -17,6 +17,12 @@ Report::Report(Verbosity verbosity, TerminalProgress& progress) : m_Verbosity(ve
 Report::~Report() {
   log::removeConsoleObserver(m_ConsoleObserver);
   log::Logger::getInstance()->removeObserver(m_LogObserver);
+}
+
+void Report::setVerbosity(Verbosity verbosity) {
+  m_Verbosity = verbosity;
+  m_Progress.setShown(verbosity == Verbosity::Normal);
+  log::Logger::getInstance()->setTerminalLevel(verbosity == Verbosity::Verbose ? log::Debug : 0);
 }
 
 void Report::keep(int level, const QString& message) {

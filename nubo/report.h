@@ -12,13 +12,15 @@ namespace nubo::app {
 class TerminalProgress;
 
 /// Listens to the log and keeps the failures in it for whoever reports them; prints the log itself only when
-/// asked to be verbose. Thread-safe; lives on the application thread.
+/// asked to be verbose. Takes the log from any thread; lives on the application thread.
 class Report {
  public:
   Report(Verbosity verbosity, TerminalProgress& progress);
   ~Report();
   Report(const Report&) = delete;
   Report& operator=(const Report&) = delete;
+  /// For what comes from now on.
+  void setVerbosity(Verbosity verbosity);
 
   /// What failed since the last call, each text once, in order.
   QStringList takeFailures();
@@ -36,7 +38,7 @@ class Report {
   void keep(int level, const QString& message);
   void printLine(FILE* stream, const QString& text);
 
-  const Verbosity m_Verbosity;
+  Verbosity m_Verbosity = Verbosity::Normal;  ///< of the application thread
   TerminalProgress& m_Progress;
   mutable std::mutex m_Mutex;
   QStringList m_Failures;

@@ -8,9 +8,11 @@
 #include <QEventLoop>
 #include <QThread>
 #include <chrono>
+#include <iterator>
 
 #include "kernel/main/modulemanager.h"
 #include "kernel/util/delegate.h"
+#include "module_scene/gui/framing.h"
 #include "module_scene/scene/builtinanimation.h"
 #include "module_scene/scene/builtinscene.h"
 #include "module_trajectory/trajectory.h"
@@ -29,6 +31,26 @@ io::ImportResult readScene(const QString& scene) {
   return result;
 }
 
+/// One scene of all; none at all where one cannot be read.
+io::ImportResult readScenes(const QStringList& scenes) {
+  if (scenes.size() == 1) return readScene(scenes.first());
+  io::ImportResult all;
+  all.root = new scene::SceneElement(QStringLiteral("scene"));
+  for (const QString& scene : scenes) {
+    io::ImportResult one = readScene(scene);
+    if (!one.root) return one;
+    all.root->addChild(one.root);
+    std::move(one.animations.begin(), one.animations.end(), std::back_inserter(all.animations));
+    all.warnings << one.warnings;
+  }
+  return all;
+}
+
+gui::Camera directionOf(const CommandLine& line) {
+  gui::Camera camera;
+  return line.view.isEmpty() || camera.setView(line.view) ? camera : gui::Camera();
+}
+
 /// Models and pictures are large blocks that come and go. Left to itself, the C library soon keeps freed blocks of up
 /// to 32 MB for later, which the next large picture then finds missing; a tile still comes from what it keeps.
 void giveLargeBlocksBack() {
@@ -40,10 +62,10 @@ void giveLargeBlocksBack() {
 
 }  // namespace
 
-Session::Session(const QString& settingsFile, const QString& scene, Report& report)
+Session::Session(const QString& settingsFile, const QStringList& scenes, Report& report)
     : m_Report(report), m_Overseer(settingsFile) {
   giveLargeBlocksBack();
-  if (!scene.isEmpty()) m_Import = std::async(std::launch::async, readScene, scene);
+  if (!scenes.isEmpty()) m_Import = std::async(std::launch::async, readScenes, scenes);
   main::ModuleManager::getInstance()->loadModules(QCoreApplication::applicationDirPath() + "/modules", [](QString) {});
 }
 
@@ -75,21 +97,28 @@ void Session::reportWarnings(const QStringList& warnings) {
   if (warnings.size() > Most) m_Report.note(QStringLiteral("%1 more warnings").arg(warnings.size() - Most));
 }
 
-QString Session::showScene(const CommandLine& line) {
+QString Session::showScene(const CommandLine& line, bool takesTime) {
   const auto& scene = m_Viewer.getGlobalScene();
   const io::ImportResult result = m_Import.valid() ? m_Import.get() : readScene(BuiltinScene);
   if (!result.root) return result.error;
   reportWarnings(result.warnings);
   scene->setRootNode(result.root);
-  if (const QString error = chooseTrajectory(line, result.animations); !error.isEmpty()) return error;
   if (line.background.isValid()) scene->setBackgroundColor(line.background);
   if (line.samples) m_Viewer.setSamples(*line.samples);
 
+  gui::Framing framing(directionOf(line), result.root->getBoundingBox());
+  const auto look = [&] {
+    const scene::SceneLocker locker(scene, scene::LockAll);
+    framing.add(*scene->getRootNode());
+  };
+  const bool moves = takesTime || line.turntable || line.steps || !line.trajectory.isEmpty();
+  const QString error = chooseTrajectory(line, result.animations, moves ? std::function<void()>(look) : nullptr);
+  if (!error.isEmpty()) return error;
+  if (!moves) look();
+
   m_Panel = std::make_unique<gui::ScenePanel>();
   m_Panel->resize(line.size);
-  gui::Camera camera = m_Panel->getCamera();
-  if (!line.view.isEmpty() && camera.setView(line.view)) m_Panel->setCamera(camera);
-  m_Panel->fit();
+  m_Panel->setCamera(framing.camera(line.size.width(), line.size.height()));
   m_Viewer.setActivePanel(m_Panel.get());
   return QString();
 }

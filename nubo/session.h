@@ -17,8 +17,8 @@ class Report;
 /// thread, after the QApplication.
 class Session {
  public:
-  /// Starts reading the scene on a thread of its own (unless `scene` is empty), and loads the modules.
-  Session(const QString& settingsFile, const QString& scene, Report& report);
+  /// Starts reading the scenes on a thread of its own (unless there are none), and loads the modules.
+  Session(const QString& settingsFile, const QStringList& scenes, Report& report);
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -28,8 +28,9 @@ class Session {
   /// Returns when everything that the modules queued while they were loaded has been done.
   void waitForQueuedWork();
   /// Waits for the scene (the built-in one, if none was named); then a panel that is never visible shows it and
-  /// becomes the active one. The empty text, or why there is no scene.
-  [[nodiscard]] QString showScene(const CommandLine& line);
+  /// becomes the active one. It shows the scene at all steps of its trajectory where the command line asks for one or
+  /// the command `takesTime`, else as it stands. The empty text, or why there is no scene.
+  [[nodiscard]] QString showScene(const CommandLine& line, bool takesTime);
 
  private:
   void reportWarnings(const QStringList& warnings);

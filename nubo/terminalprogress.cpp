@@ -31,9 +31,14 @@ QString progressLine(const QString& text, int percent, int secondsLeft, int colu
   return text.left(std::max(0, columns - int(state.size()))) + state.left(columns);
 }
 
-TerminalProgress::TerminalProgress(bool wanted) : m_Shown(wanted && isatty(STDERR_FILENO)) {}
+TerminalProgress::TerminalProgress() = default;
 
 TerminalProgress::~TerminalProgress() { clear(); }
+
+void TerminalProgress::setShown(bool wanted) {
+  const std::lock_guard<std::mutex> lock(m_Mutex);
+  m_Shown = wanted && isatty(STDERR_FILENO);
+}
 
 void TerminalProgress::begin(const void*, const QString& label, bool) { setText(label); }
 

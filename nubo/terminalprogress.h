@@ -13,8 +13,9 @@ namespace nubo::app {
 /// Thread-safe.
 class TerminalProgress : public util::ProgressPresenter {
  public:
-  explicit TerminalProgress(bool wanted);
+  TerminalProgress();
   ~TerminalProgress() override;
+  void setShown(bool wanted);
 
   void begin(const void* id, const QString& label, bool modal) override;
   void update(const void* id, int percent) override;
@@ -34,7 +35,7 @@ class TerminalProgress : public util::ProgressPresenter {
   void erase();
 
   std::mutex m_Mutex;
-  const bool m_Shown;
+  bool m_Shown = false;
   bool m_Drawn = false;
   QString m_Text;
   QString m_Detail;

@@ -11,8 +11,6 @@ constexpr double Degree = 3.14159265358979323846 / 180.0;
 // Half of the smaller vertical opening angle under which a view is drawn, and room around the model.
 constexpr double HalfOpening = 22.5 * Degree;
 constexpr double Room = 1.05;
-constexpr double NearestDistance = 0.06;
-constexpr double FarthestDistance = 50.0;
 
 struct NamedView {
   const char* name;
@@ -29,7 +27,7 @@ struct CylinderFit {
   // How far the eye must be from a point `raised` above the cylinder's centre at which it looks.
   double distance(double raised) const {
     constexpr int Steps = 90;
-    const double slope = std::tan(HalfOpening) / Room;
+    const double slope = Camera::usableSlope();
     double result = 0;
     for (int step = 0; step < Steps; ++step) {
       const double angle = 2 * 180 * Degree * step / Steps;
@@ -59,6 +57,8 @@ struct CylinderFit {
 };
 
 }  // namespace
+
+double Camera::usableSlope() { return std::tan(HalfOpening) / Room; }
 
 math::Matrix4 Camera::transform() const {
   return math::translation(0, 0, -distance) * math::rotation((elevation - 90) * Degree, {1, 0, 0}) *

@@ -38,6 +38,11 @@ class NUBO_MODULE_SCENE_EXPORT Camera {
   /// changed, for anything else.
   [[nodiscard]] bool setView(const QString& view);
   static QStringList viewNames();
+
+  /// What is closer to the eye may be cut off, and what is farther away is too small to be seen; scaled.
+  static constexpr double NearestDistance = 0.06, FarthestDistance = 50.0;
+  /// The tangent of half the vertical angle that a model may take, which leaves a little room around it.
+  static double usableSlope();
 };
 
 }  // namespace nubo::gui

@@ -319,7 +319,7 @@ void MainWindow::open(const app::CommandLine& line) {
   if (line.samples) gui::Viewer::getInstance()->setSamples(*line.samples);
   if (line.background.isValid()) setBackground(line.background);
   if (!line.view.isEmpty()) mp_Panels->activePanel()->showView(line.view);
-  if (!line.scene.isEmpty()) openFiles({line.scene});
+  openFiles(line.scenes);
   mp_Panels->activePanel()->setFocus();
 }
 

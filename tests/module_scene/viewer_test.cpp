@@ -5,6 +5,7 @@
 #include "kernel/events/eventhandler.h"
 #include "kernel/events/eventmanager.h"
 #include "kernel/main/castclass.h"
+#include "module_scene/gui/framing.h"
 #include "module_scene/scene/builtinscene.h"
 
 namespace nubo::gui {
@@ -41,6 +42,73 @@ TEST(Camera, FitShowsTheWholeBoxFromAllSidesAndNotMuchMore) {
       EXPECT_LT(farthest, 1.0) << size.width << " x " << size.height << " at " << elevation;
       EXPECT_GT(farthest, 0.8) << size.width << " x " << size.height << " at " << elevation;
     }
+}
+
+// Where the points lie in a view, whose edges are at -1 and 1.
+scene::BoundingBox seenThrough(const Camera& camera, const std::vector<math::Vector3>& points, double aspect) {
+  scene::BoundingBox seen;
+  for (const math::Vector3& point : points) {
+    const math::Vector3 eye = math::transformPoint(camera.transform(), point);
+    EXPECT_LT(eye[2], -0.05) << "in front of the near plane";
+    const double slope = std::tan(22.5 * M_PI / 180) * -eye[2];
+    seen.add(math::Vector3{eye[0] / slope / aspect, eye[1] / slope, eye[2]});
+  }
+  return seen;
+}
+
+TEST(Framing, CentresWhateverIsShownAndFillsTheView) {
+  struct Case {
+    const char* name;
+    math::Matrix4 shape;  ///< of what would be a ring of radius 1
+  };
+  const Case cases[] = {{"ring", math::Matrix4()},
+                        {"long and flat", math::translation(100, -7, 1e4) * math::scaling(40, 0.5, 1)},
+                        {"tiny", math::rotation(1.3, {1, 0, 0}) * math::scaling(0.001, 0.002, 0.001)},
+                        {"tower", math::rotation(1.5, {1, 0, 0}) * math::scaling(0.5, 9, 0.5)}};
+  for (const Case& c : cases) {
+    std::vector<math::Vector3> points;
+    const util::YPointer<scene::SceneElement> root(new scene::SceneElement), leaf(new scene::SceneElement);
+    root->setTransform(math::translation(5, 0, 0));
+    root->addChild(leaf);
+    leaf->setTransform(math::translation(-5, 0, 0) * c.shape);
+    const util::YPointer<scene::Geometry> dots(new scene::Geometry);
+    dots->kind = scene::KindPoints;
+    for (std::uint32_t i = 0; i < 60; ++i) {
+      const std::array<float, 3> dot{std::cos(i * 0.1f), std::sin(i * 0.1f), i % 2 ? 0.1f : 0.0f};
+      dots->positions.insert(dots->positions.end(), dot.begin(), dot.end());
+      dots->indices.push_back(i);
+      points.push_back(math::transformPoint(c.shape, {dot[0], dot[1], dot[2]}));
+    }
+    dots->prepare();
+    leaf->addGeometry(dots);
+    const scene::BoundingBox box = root->getBoundingBox();
+    const double size = std::hypot(box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]);
+
+    for (const char* view : {"front", "top", "oblique", "200,-70"})
+      for (const auto& [width, height] : {std::pair(1600, 900), {500, 900}}) {
+        SCOPED_TRACE(testing::Message() << c.name << ' ' << view << ' ' << width);
+        Camera direction;
+        ASSERT_TRUE(direction.setView(view));
+        Framing framing(direction, box);
+        framing.add(*root);
+        const scene::BoundingBox still = seenThrough(framing.camera(width, height), points, double(width) / height);
+        EXPECT_NEAR(still.min[0] + still.max[0], 0, 0.05);
+        EXPECT_NEAR(still.min[1] + still.max[1], 0, 0.05);
+        EXPECT_LT(std::max(still.max[0], still.max[1]), 1);
+
+        root->setTransform(math::translation(5, 0, 2 * size));  // and now also where it is at another step
+        framing.add(*root);
+        root->setTransform(math::translation(5, 0, 0));
+        std::vector<math::Vector3> all = points;
+        for (const math::Vector3& p : points) all.push_back({p[0], p[1], p[2] + 2 * size});
+        const scene::BoundingBox moving = seenThrough(framing.camera(width, height), all, double(width) / height);
+        EXPECT_LT(std::max(moving.max[0], moving.max[1]), 1);
+        EXPECT_NEAR(moving.min[1] + moving.max[1], 0, 0.05);
+        // Unless the eye would come too close.
+        EXPECT_TRUE(std::max(still.max[0], still.max[1]) > 0.9 || still.max[2] > -0.07) << still.max[2];
+        EXPECT_TRUE(std::max(moving.max[0], moving.max[1]) > 0.88 || moving.max[2] > -0.07) << moving.max[2];
+      }
+  }
 }
 
 TEST(Camera, NamedViewsLookFromWhereTheySay) {

@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileDialog>
 #include <QSlider>
 #include <QTemporaryDir>
 
@@ -45,7 +46,11 @@ class Sample : public main::Command {
   int currentSet() const { return m_CurrentParameterSetID; }
 
  private:
-  main::FileParameterPanelFactory m_File{[]() -> QFileDialog* { return nullptr; }};
+  main::FileParameterPanelFactory m_File{[] {
+    auto* dialog = new QFileDialog;
+    dialog->setNameFilters({"Plain text (*.txt)", "Rich text (*.rtf)"});
+    return dialog;
+  }};
   main::SliderParameterPanelFactory m_Slider{&sliderAt42};
 };
 
@@ -111,7 +116,7 @@ TEST(CommandArguments, TryingAnExistingFileKeepsIt) {
 TEST(CommandArguments, HelpNamesParametersWithTheirDefaults) {
   Sample command;
   const std::string help = commandHelpText(command).toStdString();
-  for (const char* part : {"Takes a sample", "--file-name FILE", "Where to write (required)",
+  for (const char* part : {"Takes a sample", "--file-name FILE", "Where to write (required)", "Rich text (*.rtf)\n",
                            "--max-tempfile-size-mb NUMBER", "How much (default: 42)", "--flag YES|NO"})
     EXPECT_THAT(help, HasSubstr(part));
 }

@@ -14,13 +14,17 @@ QStringList words(const char* line) { return QString(line).split(' ', Qt::SkipEm
 
 CommandLine settled(const char* line) {
   CommandLine result = parseCommandLine(words(line));
-  if (result.error.isEmpty()) settleCommand(result, {"grabimage", "grabvideo", "setvideosettings"});
+  const auto parameters = [](const QString& command) {
+    return command == "render" ? QStringList{"filename", "size", "quiet"} : QStringList{"filename", "width", "sync"};
+  };
+  if (result.error.isEmpty())
+    settleCommand(result, {"grabimage", "grabvideo", "setvideosettings", "render"}, parameters);
   return result;
 }
 
-TEST(CommandLine, TellsSceneCommandAndArgumentsApart) {
+TEST(CommandLine, TellsScenesCommandAndArgumentsApart) {
   struct Row {
-    const char *line, *scene, *command, *call;
+    const char *line, *scenes, *command, *call;
   };
   const Row rows[] = {
       {"model.glb grabimage --filename a.png --width 100", "model.glb", "grabimage",
@@ -30,45 +34,62 @@ TEST(CommandLine, TellsSceneCommandAndArgumentsApart) {
       {"grabimage grabimage", "grabimage", "grabimage", "grabimage"},
       {"builtin", "builtin", "", ""},
       {"some/model", "some/model", "", ""},
+      {"a.stl builtin b.obj", "a.stl builtin b.obj", "", ""},
+      {"--size 9x9 a.stl b.obj grabimage --width 3", "a.stl b.obj", "grabimage", "grabimage --width 3"},
+      {"./grabimage", "./grabimage", "", ""},
       {"--size 10x20 m.stl grabvideo --sync --width -5", "m.stl", "grabvideo", "grabvideo --sync --width -5"},
-      {"m.stl grabimage --filename=--odd.png --size 3", "m.stl", "grabimage",
-       "grabimage --filename --odd.png --size 3"},
+      {"m.stl grabimage --filename=--odd.png --width 3", "m.stl", "grabimage",
+       "grabimage --filename --odd.png --width 3"},
       {"", "", "", ""},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.line);
     const CommandLine line = settled(row.line);
     EXPECT_EQ(line.error, "");
-    EXPECT_EQ(line.scene, row.scene);
+    EXPECT_EQ(line.scenes.join(' '), row.scenes);
     EXPECT_EQ(line.command, row.command);
     EXPECT_EQ(callText(line.command, line.arguments), row.call);
+    EXPECT_EQ(wantsWindow(parseCommandLine(words(row.line))), line.command.isEmpty());
   }
   EXPECT_TRUE(settled("grabimage --help").commandHelp);
   EXPECT_TRUE(settled("model.glb --help").help);
+  for (const char* asks : {"--help", "m.stl --help", "m.stl --version", "m.stl n.stl --list-commands"})
+    EXPECT_FALSE(wantsWindow(parseCommandLine(words(asks)))) << asks;
   EXPECT_TRUE(settled("grabimage --width=").arguments[0].value == "");
   EXPECT_FALSE(settled("grabimage --width=").arguments[0].value.isNull());
   EXPECT_TRUE(settled("grabimage --width").arguments[0].value.isNull());
 }
 
 TEST(CommandLine, ReadsItsOptions) {
-  const CommandLine line = parseCommandLine(words(
-      "--size 800x450 --view 30,-20.5 --background #102030 --samples 0 --turntable 250 --steps 0:99 --duration 1.5 "
-      "--settings s.ini --verbose m.obj grabvideo"));
-  ASSERT_EQ(line.error, "");
-  EXPECT_EQ(line.size, QSize(800, 450));
-  EXPECT_EQ(line.view, "30,-20.5");
-  EXPECT_EQ(line.background, QColor(0x10, 0x20, 0x30));
-  EXPECT_EQ(line.samples, 0);
-  EXPECT_EQ(line.turntable, 250);
-  EXPECT_EQ(line.steps, std::make_pair(0, 99));
-  EXPECT_EQ(line.duration, 1.5);
-  EXPECT_EQ(line.settingsFile, "s.ini");
-  EXPECT_EQ(line.verbosity, Verbosity::Verbose);
+  const QString options =
+      "--size 800x450 --view -30,-20.5 --background #102030 --samples 0 --steps 0:99 --duration 1.5 --trajectory t.csv "
+      "--element arm --verbose ";
+  // Before the scene or after the command, or shared between both.
+  for (const QString& text : {options + "m.obj grabvideo", "m.obj grabvideo " + options,
+                              "--size 1x1 --element leg m.obj grabvideo --sync " + options}) {
+    const CommandLine line = settled(qPrintable(text));
+    ASSERT_EQ(line.error, "");
+    EXPECT_EQ(line.size, QSize(800, 450));
+    EXPECT_EQ(line.view, "-30,-20.5");
+    EXPECT_EQ(line.background, QColor(0x10, 0x20, 0x30));
+    EXPECT_EQ(line.samples, 0);
+    EXPECT_EQ(line.steps, std::make_pair(0, 99));
+    EXPECT_EQ(line.duration, 1.5);
+    EXPECT_EQ(line.trajectory, "t.csv");
+    EXPECT_EQ(line.element, "arm");
+    EXPECT_EQ(line.verbosity, Verbosity::Verbose);
+    EXPECT_EQ(line.arguments.size(), text.contains("--sync") ? 1 : 0);
+  }
+  EXPECT_EQ(settled("--turntable 250 --settings s.ini").turntable, 250);
+  EXPECT_EQ(settled("--settings s.ini").settingsFile, "s.ini");
+  EXPECT_EQ(settled("m.obj --size 7x8").size, QSize(7, 8));
 
-  const CommandLine plain = parseCommandLine({});
-  EXPECT_EQ(plain.size, QSize(1280, 720));
-  EXPECT_FALSE(plain.background.isValid());
-  EXPECT_FALSE(plain.samples || plain.turntable || plain.steps || plain.duration);
+  const CommandLine owner = settled("render --size large --quiet --samples 2");
+  EXPECT_EQ(owner.error, "") << "a command's own parameters come first";
+  EXPECT_EQ(callText(owner.command, owner.arguments), "render --size large --quiet");
+  EXPECT_EQ(owner.size, QSize(1280, 720));
+  EXPECT_EQ(owner.verbosity, Verbosity::Normal);
+  EXPECT_EQ(owner.samples, 2);
 }
 
 TEST(CommandLine, RefusesWithAReason) {
@@ -81,23 +102,28 @@ TEST(CommandLine, RefusesWithAReason) {
       {"--size 0x10 m.stl grabimage", "--size 0x10: expected"},
       {"--size 10x99999999999 m.stl grabimage", "expected"},
       {"--size", "--size"},
+      {"m.stl grabimage --size", "--size"},
+      {"m.stl grabimage --size 0x10", "--size 0x10: expected"},
+      {"m.stl grabimage --quiet now", "--quiet"},
+      {"m.stl grabimage --settings s.ini", "--settings stands before the scene"},
       {"--view fron m.stl grabimage", "did you mean \"front\"?"},
       {"--view 1,x m.stl grabimage", "--view 1,x: expected"},
       {"--background blu m.stl grabimage", "did you mean"},
       {"--samples -1 m.stl grabimage", "--samples -1: expected a whole number from 0 to 64"},
       {"--samples many m.stl grabimage", "expected a whole number"},
       {"--turntable 0 m.stl grabvideo", "--turntable 0: expected"},
-      {"--turntable 9 --trajectory t.csv m.stl grabvideo", "exclude each other"},
+      {"--turntable 9 m.stl grabvideo --trajectory t.csv", "exclude each other"},
+      {"--element arm m.stl grabvideo", "--element: --trajectory FILE is missing"},
       {"--steps 5:4 m.stl grabvideo", "--steps 5:4: expected"},
       {"--steps 5 m.stl grabvideo", "--steps 5: expected"},
       {"--duration nan m.stl grabvideo", "--duration nan: expected"},
       {"--duration 0 m.stl grabvideo", "--duration 0: expected"},
       {"grabimge --width 3", "grabimge: unknown command; did you mean \"grabimage\"?"},
       {"m.stl grab --width 3", "did you mean \"grabimage\" or \"grabvideo\"?"},
-      {"xyzzy", "xyzzy: unknown command"},
-      {"m.stl --size 3x3", "options of the program stand before the scene"},
+      {"xyzzy", "xyzzy: neither a command nor a file"},
+      {"m.stl --width 3x3", "--width: no command stands before it"},
       {"grabimage --width 3 4", "4: expected --PARAMETER VALUE"},
-      {"m.stl grabimage now", "now: expected --PARAMETER VALUE"},
+      {"m.stl --view top grabimage", "grabimage: expected --PARAMETER VALUE; scenes and command stand together"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.line);

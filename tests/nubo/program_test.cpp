@@ -76,6 +76,7 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
   write("hollow.obj", "# no geometry\n");
   write("nan.obj", "v nan nan nan\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
   write("model.unknown", "?");
+  write("ok.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
   write("old.png", "old");
   ASSERT_TRUE(QDir(m_Directory.path()).mkdir("folder"));
   const QStringList before = files();
@@ -108,6 +109,8 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
       {"grabimage --filename none/a.png --width 64", 2, "does not exist"},
       {"grabimage --filename old.png/a.png --width 64", 2, "is not a directory"},
       {"grabimage --filename /proc/a.png --width 64", 2, "cannot write into the directory /proc"},
+      {"hollow2.stl ok.obj grabimage --filename a.png", 1, "cannot read 'hollow2.stl': there is no such file"},
+      {"ok.obj hollow.obj grabimage --filename a.png", 1, "hollow.obj"},
       {"grabimage --width 64", 2, "--filename is missing"},
       {"grabimage --filename a.png --widht 64", 2, "did you mean \"--width\"?"},
       {"grabimagee --filename a.png", 2, "did you mean \"grabimage\"?"},
@@ -163,6 +166,17 @@ TEST_F(Program, GrabsTheSceneAsTheOptionsSay) {
   EXPECT_EQ(side.status, 0);
   EXPECT_EQ(side.output + side.errors, "");
   EXPECT_NE(QImage(path("top.png")), image);
+
+  // Two scenes and a late option: squares at both ends of an empty middle.
+  write("left.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n");
+  write("right.obj", "v 9 0 0\nv 10 0 0\nv 10 1 0\nv 9 1 0\nf 1 2 3 4\n");
+  const Outcome both = run("--quiet left.obj right.obj grabimage --filename both.png --width 200 --view front");
+  EXPECT_EQ(both.status, 0) << both.errors.toStdString();
+  const QImage squares(path("both.png"));
+  ASSERT_EQ(squares.width(), 200);
+  const int middle = squares.height() / 2;
+  for (const auto& [x, alpha] : {std::pair(1, 0), {12, 255}, {100, 0}, {187, 255}, {198, 0}})
+    EXPECT_EQ(qAlpha(squares.pixel(x, middle)), alpha) << "the scene fills the width, at " << x;
 }
 
 // A Y4M file holds its frames uncompressed behind a line each, so a test can read them.
@@ -223,6 +237,8 @@ TEST_F(Program, TellsAboutItsCommandsAndItself) {
       {"--help", "--turntable <N>"},
       {"grabimage --help", "--width NUMBER"},
       {"builtin grabvideo --help", "--sync YES|NO"},
+      {"grabvideo --help", "(*.y4m)"},
+      {"grabimage --help", "(*.png)"},
       {"--version", "Module Grab: Offers picture and video grabbing of the scene"},
   };
   for (const Row& row : rows) {
@@ -240,6 +256,8 @@ TEST_F(Program, StoresSettingsAndKeepsTheOthers) {
   QSettings settings(m_Settings.filePath("nubo.ini"), QSettings::IniFormat);
   EXPECT_EQ(settings.value("settings/grabvideofps").toInt(), 12);
   EXPECT_EQ(settings.value("settings/grabvideokbps").toInt(), 4000);
+  expectOneLine(run("--settings /proc/nubo.ini setvideosettings --fps 12"), 1,
+                "the settings cannot be written to /proc/nubo.ini");
 }
 
 }  // namespace

@@ -1,0 +1,135 @@
+#include "module_scene/gui/framing.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace nubo::gui {
+
+namespace {
+
+constexpr int SlicesPerSize = 512;
+// What is farther away than this many sizes cannot be shown beside the rest anyway.
+constexpr long FarthestSlice = 64L * SlicesPerSize;
+constexpr double Infinity = std::numeric_limits<double>::infinity();
+
+double sizeOf(const scene::BoundingBox& box) {
+  const double size = std::hypot(box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]);
+  return size > 0 && std::isfinite(size) ? size : 1;
+}
+
+math::Matrix4 toViewOf(Camera camera, const scene::BoundingBox& box) {
+  camera.distance = 0;
+  camera.scale = 1;
+  if (!box.isEmpty())
+    for (std::size_t i = 0; i < 3; ++i) camera.center[i] = (box.min[i] + box.max[i]) / 2;
+  return camera.transform();
+}
+
+}  // namespace
+
+Framing::Framing(const Camera& direction, const scene::BoundingBox& box)
+    : m_Direction(direction), m_ToView(toViewOf(direction, box)), m_Thickness(sizeOf(box) / SlicesPerSize) {}
+
+void Framing::add(const scene::SceneElement& root) { add(root, m_ToView); }
+
+void Framing::add(const scene::SceneElement& element, const math::Matrix4& parent) {
+  if (!element.isVisible()) return;
+  const math::Matrix4 toView = parent * element.getTransform();
+  for (const auto& geometry : element.getGeometries()) add(*geometry, toView);
+  for (const auto& child : element.getChildren()) add(*child, toView);
+}
+
+/// The clusters of big geometries are small beside them, so that their boxes will do.
+void Framing::add(const scene::Geometry& geometry, const math::Matrix4& toView) {
+  constexpr std::size_t Big = 200000;
+  if (geometry.indices.size() < Big) {
+    for (const std::uint32_t index : geometry.indices) {
+      const float* position = &geometry.positions[std::size_t(index) * 3];
+      add(math::transformPoint(toView, {position[0], position[1], position[2]}));
+    }
+    return;
+  }
+  for (const scene::Cluster& cluster : geometry.clusters)
+    for (int corner = 0; corner < 8; ++corner) {
+      math::Vector3 point;
+      for (std::size_t i = 0; i < 3; ++i) point[i] = double((corner >> i & 1 ? cluster.max : cluster.min)[i]);
+      add(math::transformPoint(toView, point));
+    }
+}
+
+void Framing::add(const math::Vector3& point) {
+  Slice& slice = sliceAt(point[2]);
+  for (int axis = 0; axis < 2; ++axis) {
+    slice.least[axis] = std::min(slice.least[axis], point[std::size_t(axis)]);
+    slice.most[axis] = std::max(slice.most[axis], point[std::size_t(axis)]);
+  }
+}
+
+Framing::Slice& Framing::sliceAt(double depth) {
+  const Slice empty{{Infinity, Infinity}, {-Infinity, -Infinity}};
+  const double number = std::floor(depth / m_Thickness);
+  const long wanted = long(std::clamp(number, double(-FarthestSlice), double(FarthestSlice)));
+  if (m_Slices.empty()) m_First = wanted;
+  if (wanted < m_First) {
+    m_Slices.insert(m_Slices.begin(), std::size_t(m_First - wanted), empty);
+    m_First = wanted;
+  }
+  const auto index = std::size_t(wanted - m_First);
+  if (index >= m_Slices.size()) m_Slices.resize(index + 1, empty);
+  return m_Slices[index];
+}
+
+/// How far towards the eye that must at least be, for all to lie between two planes of that slope that meet in it.
+double Framing::closest(int axis, double slope) const {
+  double high = -Infinity, low = -Infinity;
+  for (std::size_t i = 0; i < m_Slices.size(); ++i) {
+    high = std::max(high, m_Slices[i].most[axis] + slope * front(i));
+    low = std::max(low, -m_Slices[i].least[axis] + slope * front(i));
+  }
+  return (high + low) / (2 * slope);
+}
+
+/// Where the eye must be across the line of sight to see as much to one side as to the other.
+double Framing::middle(int axis, double eye) const {
+  double low = Infinity, high = -Infinity;
+  for (const Slice& slice : m_Slices) {
+    low = std::min(low, slice.least[axis]);
+    high = std::max(high, slice.most[axis]);
+  }
+  constexpr int Iterations = 40;
+  for (int iteration = 0; iteration < Iterations; ++iteration) {
+    const double place = (low + high) / 2;
+    double first = Infinity, last = -Infinity;
+    for (std::size_t i = 0; i < m_Slices.size(); ++i) {
+      first = std::min(first, (m_Slices[i].least[axis] - place) / (eye - front(i)));
+      last = std::max(last, (m_Slices[i].most[axis] - place) / (eye - front(i)));
+    }
+    (first + last > 0 ? low : high) = place;
+  }
+  return (low + high) / 2;
+}
+
+Camera Framing::camera(int width, int height) const {
+  Camera camera = m_Direction;
+  if (m_Slices.empty()) return camera;
+  scene::BoundingBox box;
+  for (std::size_t i = 0; i < m_Slices.size(); ++i) {
+    const Slice& slice = m_Slices[i];
+    if (slice.least[0] > slice.most[0]) continue;
+    box.add(math::Vector3{slice.least[0], slice.least[1], front(i) - m_Thickness});
+    box.add(math::Vector3{slice.most[0], slice.most[1], front(i)});
+  }
+  const double radius = sizeOf(box) / 2;
+  camera.scale = 1 / radius;
+  const double slope = Camera::usableSlope(), aspect = double(std::max(width, 1)) / std::max(height, 1);
+  const double eye =
+      std::max({closest(0, slope * aspect), closest(1, slope), box.max[2] + Camera::NearestDistance * radius});
+  const double depth = (box.min[2] + box.max[2]) / 2;
+  const math::Vector3 place{middle(0, eye), middle(1, eye), depth};
+  camera.center = math::transformPoint(math::affineInverse(m_ToView), place);
+  camera.distance = std::min((eye - depth) / radius, Camera::FarthestDistance);
+  return camera;
+}
+
+}  // namespace nubo::gui

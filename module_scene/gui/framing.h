@@ -1,0 +1,44 @@
+// Finds the view that shows something centred and as large as it fits.
+#pragma once
+
+#include <vector>
+
+#include "module_scene/gui/camera.h"
+#include "module_scene/scene/sceneelement.h"
+
+namespace nubo::gui {
+
+/// Gathers, as seen from a camera's direction, what a view shall show: a scene as it stands, or at all the steps that
+/// it moves through. Cameras keep their direction; unlike Camera::fit() this knows the shapes, not only their box, and
+/// does not leave room for turning them. A value without an owner's thread.
+class NUBO_MODULE_SCENE_EXPORT Framing {
+ public:
+  /// `box` is that of the scene at some time.
+  Framing(const Camera& direction, const scene::BoundingBox& box);
+  /// All that is visible in and below the element, where it stands now. The caller holds the scene's lock.
+  void add(const scene::SceneElement& root);
+  /// For a view of this size; the direction's camera as it is while nothing was added.
+  Camera camera(int width, int height) const;
+
+ private:
+  /// What lies between two planes across the line of sight.
+  struct Slice {
+    double least[2], most[2];  ///< to the right and up; empty: least > most
+  };
+
+  void add(const scene::SceneElement& element, const math::Matrix4& toView);
+  void add(const scene::Geometry& geometry, const math::Matrix4& toView);
+  void add(const math::Vector3& point);
+  Slice& sliceAt(double depth);
+  double front(std::size_t slice) const { return double(m_First + long(slice) + 1) * m_Thickness; }
+  double closest(int axis, double slope) const;
+  double middle(int axis, double eye) const;
+
+  Camera m_Direction;
+  math::Matrix4 m_ToView;  ///< moves the scene to the origin and turns it so that z points to the eye
+  double m_Thickness;
+  long m_First = 0;  ///< number of the first slice; slice 0 begins at depth 0
+  std::vector<Slice> m_Slices;
+};
+
+}  // namespace nubo::gui
