@@ -15,8 +15,6 @@ namespace {
 
 constexpr double OpeningAngle = 45.0;
 constexpr double DegreesPerPixel = 0.4;
-constexpr int AllLayers = 65535;
-constexpr int AllKinds = 7;
 
 }  // namespace
 
@@ -62,11 +60,16 @@ void ScenePanel::paintGL() {
   if (!scene) return;
   const scene::SceneLocker locker(scene, scene::LockAll);
   if (!m_Drawer) m_Drawer = std::make_unique<scene::SceneDrawer>(scene);
-  m_Drawer->setSamples(Viewer::getInstance()->getSamples());
+  beginFrame(*m_Drawer);
+  m_Drawer->glDraw(scene->getRootNode(), nullptr, getScaledTransformMatrix(), m_Detail, AllLayers, AllKinds);
+  endFrame();
+}
 
+void ScenePanel::beginFrame(scene::SceneDrawer& drawer) const {
+  drawer.setSamples(Viewer::getInstance()->getSamples());
   const QSize pixels = size() * devicePixelRatioF();
-  const QColor background = m_Drawer->getBackgroundColor();
-  m_Drawer->resize(pixels.width(), pixels.height());
+  const QColor background = drawer.getBackgroundColor();
+  drawer.resize(pixels.width(), pixels.height());
   glClearColor(GLfloat(background.redF()), GLfloat(background.greenF()), GLfloat(background.blueF()), 0.0f);
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   glMatrixMode(GL_PROJECTION);
@@ -75,8 +78,9 @@ void ScenePanel::paintGL() {
                  scene::SceneDrawer::ZFAR);
   glMatrixMode(GL_MODELVIEW);
   glLoadIdentity();
-  m_Drawer->glDraw(scene->getRootNode(), nullptr, getScaledTransformMatrix(), m_Detail, AllLayers, AllKinds);
+}
 
+void ScenePanel::endFrame() {
   // The window is opaque where the drawer left coverage.
   glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_TRUE);
   glClearColor(0, 0, 0, 1);

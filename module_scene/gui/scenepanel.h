@@ -36,8 +36,14 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   void cameraChanged();
 
  protected:
+  static constexpr int AllLayers = 65535, AllKinds = 7;
+
   void initializeGL() override;
   void paintGL() override;
+  /// Clears the bound framebuffer, which has the panel's size, and sets up the drawer and the matrices for it.
+  void beginFrame(scene::SceneDrawer& drawer) const;
+  /// Makes the bound framebuffer opaque, whatever the drawer left.
+  static void endFrame();
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
   void wheelEvent(QWheelEvent* event) override;

@@ -15,8 +15,8 @@ GLsizeiptr bytesOf(const std::vector<T>& values) {
 }
 
 template <class T>
-void append(QOpenGLFunctions* gl, GLintptr& offset, const std::vector<T>& values) {
-  if (!values.empty()) gl->glBufferSubData(GL_ARRAY_BUFFER, offset, bytesOf(values), values.data());
+void append(QOpenGLFunctions* gl, GLintptr& offset, const std::vector<T>& values, GLenum target = GL_ARRAY_BUFFER) {
+  if (!values.empty()) gl->glBufferSubData(target, offset, bytesOf(values), values.data());
   offset += bytesOf(values);
 }
 
@@ -69,7 +69,11 @@ GeometryBuffer::GeometryBuffer(const Geometry& geometry)
   append(gl, offset, geometry.texCoords);
   append(gl, offset, geometry.colors);
   gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
-  gl->glBufferData(GL_ELEMENT_ARRAY_BUFFER, bytesOf(geometry.indices), geometry.indices.data(), GL_STATIC_DRAW);
+  gl->glBufferData(GL_ELEMENT_ARRAY_BUFFER, bytesOf(geometry.indices) + bytesOf(geometry.coarseIndices), nullptr,
+                   GL_STATIC_DRAW);
+  offset = 0;
+  append(gl, offset, geometry.indices, GL_ELEMENT_ARRAY_BUFFER);
+  append(gl, offset, geometry.coarseIndices, GL_ELEMENT_ARRAY_BUFFER);
 
   for (std::size_t i = 0; i < geometry.clusters.size(); ++i) {
     const Cluster& cluster = geometry.clusters[i];

@@ -26,7 +26,7 @@ class GeometryBuffer : public util::YObject {
 
  private:
   SharedName m_Vertices;  // positions, normals, texture coordinates and colours, one array after the other
-  SharedName m_Indices;
+  SharedName m_Indices;   // and those of the coarse versions after them
   std::vector<Cluster> m_Groups;
 };
 

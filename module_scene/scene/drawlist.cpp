@@ -58,10 +58,11 @@ class Culler {
     return farthest(m_Planes[4], box.min, box.max) > 0;
   }
 
-  bool isTooSmall(const Cluster& cluster) const {
-    if (m_Detail <= 0) return false;
+  bool leavesOut() const { return m_Detail > 0; }
+  /// Whether a length somewhere in the cluster is less than what may be left out.
+  bool isTooSmall(double length, const Cluster& cluster) const {
     const double distance = farthest(m_W, cluster.min, cluster.max);
-    return distance > 0 && 2 * radius(cluster) * m_PixelsPerUnit < m_Detail * distance;
+    return distance > 0 && length * m_PixelsPerUnit < m_Detail * distance;
   }
 
   static double radius(const Cluster& cluster) {
@@ -84,6 +85,20 @@ class Culler {
   double m_Detail;
   double m_PixelsPerUnit;
 };
+
+// What of the cluster is drawn where small things may be left out: its coarsest version that does, or nothing.
+DrawList::Range thinned(const Geometry& geometry, std::size_t index, const Culler& culler) {
+  const Cluster& cluster = geometry.clusters[index];
+  const auto& versions = geometry.coarseVersions;
+  const auto version = std::find_if(versions.rbegin(), versions.rend(),
+                                    [&](const CoarseVersion& v) { return culler.isTooSmall(v.cell, cluster); });
+  if (version != versions.rend()) {
+    const std::uint32_t first = version->first[index];
+    return {std::uint32_t(geometry.indices.size()) + first, version->first[index + 1] - first};
+  }
+  const bool isDrawn = !versions.empty() || !culler.isTooSmall(2 * Culler::radius(cluster), cluster);
+  return {cluster.first, isDrawn ? cluster.count : 0};
+}
 
 // Whether no face of the cluster looks towards the eye, for which both are seen from one space. All
 // directions from the eye to the cluster lie within asin(radius / distance) of that to its centre.
@@ -166,15 +181,17 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, con
     for (std::size_t i = group * GeometryBuffer::GroupSize; i < end; ++i) {
       const Cluster& cluster = geometry.clusters[i];
       if (!inside && culler.side(cluster) == Side::Outside) continue;
-      if (culler.isTooSmall(cluster) || (useCones && facesAway(cluster, eye))) continue;
+      if (useCones && facesAway(cluster, eye)) continue;
+      const Range range = culler.leavesOut() ? thinned(geometry, i, culler) : Range{cluster.first, cluster.count};
+      if (range.count == 0) continue;
       if (!geometry.transparent) {
-        addRange(batch.firstRange, cluster.first, cluster.count);
+        addRange(batch.firstRange, range);
         continue;
       }
       const math::Vector3 center = math::transformPoint(
           modelView, {0.5 * (double(cluster.min[0]) + cluster.max[0]), 0.5 * (double(cluster.min[1]) + cluster.max[1]),
                       0.5 * (double(cluster.min[2]) + cluster.max[2])});
-      m_Sortables.push_back({center[2], m_Unsorted.size(), cluster.first, cluster.count});
+      m_Sortables.push_back({center[2], m_Unsorted.size(), range});
     }
   };
   const auto& groups = batch.buffer->groups();
@@ -188,15 +205,17 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, con
 }
 
 // Adds to the batch whose ranges begin at `firstRange`; ranges that follow each other become one.
-void DrawList::addRange(std::size_t firstRange, std::uint32_t first, std::uint32_t count) {
+// Long ranges are not worth joining, and stand in the way of drawing in parts.
+void DrawList::addRange(std::size_t firstRange, const Range& range) {
+  constexpr int Long = 3 << 14;
   const auto offset = [](std::size_t index) { return reinterpret_cast<const void*>(index * sizeof(std::uint32_t)); };
-  if (m_Counts.size() > firstRange && m_RangeEnd == first) {
-    m_Counts.back() += int(count);
+  if (m_Counts.size() > firstRange && m_RangeEnd == range.first && m_Counts.back() < Long) {
+    m_Counts.back() += int(range.count);
   } else {
-    m_Counts.push_back(int(count));
-    m_Offsets.push_back(offset(first));
+    m_Counts.push_back(int(range.count));
+    m_Offsets.push_back(offset(range.first));
   }
-  m_RangeEnd = first + count;
+  m_RangeEnd = range.first + range.count;
 }
 
 void DrawList::sortTransparent() {
@@ -211,7 +230,7 @@ void DrawList::sortTransparent() {
       last = cluster.batch;
     }
     Batch& batch = m_Transparent.back();
-    addRange(batch.firstRange, cluster.first, cluster.count);
+    addRange(batch.firstRange, cluster.range);
     batch.rangeCount = m_Counts.size() - batch.firstRange;
   }
 }

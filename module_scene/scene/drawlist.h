@@ -12,7 +12,7 @@ namespace nubo::scene {
 struct ViewQuery {
   math::Matrix4 projection;
   int width = 1, height = 1;  ///< pixels
-  double detail = 0.0;        ///< clusters smaller than that many pixels are left out
+  double detail = 0.0;        ///< what is smaller than that many pixels may be left out
   int layers = 0;             ///< Layer bits
   int kinds = 0;              ///< Kind bits
 };
@@ -31,6 +31,11 @@ struct Batch {
 /// filled again for each view and keeps its memory. Needs a current context, whose copies it makes.
 class DrawList {
  public:
+  /// Of a geometry's indices, those of its coarse versions following its own.
+  struct Range {
+    std::uint32_t first, count;
+  };
+
   void collect(const SceneElement& root, const math::Matrix4& transform, const ViewQuery& query);
   void clear();
   /// To be called once after the last collect().
@@ -50,12 +55,12 @@ class DrawList {
   struct Sortable {
     double depth;
     std::size_t batch;
-    std::uint32_t first, count;
+    Range range;
   };
 
   void collect(const SceneElement& element, const math::Matrix4& parent, Layer inherited, const ViewQuery& query);
   void add(const Geometry& geometry, const math::Matrix4& modelView, const ViewQuery& query);
-  void addRange(std::size_t firstRange, std::uint32_t first, std::uint32_t count);
+  void addRange(std::size_t firstRange, const Range& range);
 
   std::vector<Batch> m_Opaque, m_Transparent, m_Unsorted;
   std::vector<Sortable> m_Sortables;  // clusters of the batches in m_Unsorted

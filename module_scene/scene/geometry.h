@@ -27,6 +27,12 @@ struct Cluster {
   std::array<float, 4> cone{0, 0, 0, -2};
 };
 
+/// A geometry with vertices that share a cell of a grid made one.
+struct CoarseVersion {
+  double cell = 0;                   ///< the grid's, in the geometry's own units
+  std::vector<std::uint32_t> first;  ///< per cluster, and one more: into Geometry::coarseIndices
+};
+
 /// Indexed vertices of one kind with one material. Filled once, finished with prepare(), and not
 /// changed after it became part of a scene; may be shared by elements.
 struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
@@ -46,6 +52,10 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   /// Faces only: opaque, and each edge belongs to exactly two faces that pass it in opposite directions
   /// (degenerate faces apart), all counter-clockwise seen from outside, so that back faces cannot be seen.
   bool closed = false;
+
+  // Made by makeCoarseVersions(), for the view in motion:
+  std::vector<CoarseVersion> coarseVersions;  ///< the coarsest last; empty: there is only the whole
+  std::vector<std::uint32_t> coarseIndices;   ///< of all coarse versions
 
   Geometry();  // these two are in buffercache.cpp, which knows GeometryBuffer
   ~Geometry() override;

@@ -52,6 +52,7 @@ struct Scene::Private {
   std::list<Request> waiting;  // in the order of arrival
   util::YPointer<SceneElement> root;
   QColor background = DefaultBackground;
+  std::uint64_t changeCount = 0;
 
   bool isHeldAgainst(const Request& request, Qt::HANDLE thread) const {
     return std::any_of(holders.begin(), holders.end(), [&](const auto& entry) {
@@ -84,6 +85,7 @@ struct Scene::Private {
     const auto held = holders.find(QThread::currentThreadId());
     Q_ASSERT_X(held != holders.end(), "nubo::scene::Scene", "unlocked by a thread that holds no lock");
     if (held == holders.end()) return;
+    if (request.isChange) ++changeCount;
     auto& counts = request.isChange ? held->second.changes : held->second.locks;
     for (int i = 0; i < TypeCount; ++i)
       if ((request.types & (1 << i)) && counts[i] > 0) --counts[i];
@@ -126,6 +128,12 @@ void Scene::setBackgroundColor(const QColor& color) {
 
 void Scene::lock(LOCKTYPE type) { d->acquire({type, false}); }
 void Scene::unlock(LOCKTYPE type) { d->release({type, false}); }
+
+std::uint64_t Scene::changeCount() const {
+  const QMutexLocker locker(&d->mutex);
+  return d->changeCount;
+}
+
 void Scene::beginChange(LOCKTYPE type) { d->acquire({type, true}); }
 void Scene::endChange(LOCKTYPE type) { d->release({type, true}); }
 

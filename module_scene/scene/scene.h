@@ -36,6 +36,8 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   void unlock() { unlock(LockAll); }
   void lock(LOCKTYPE type);
   void unlock(LOCKTYPE type);
+  /// How many changes there have been: while it is the same, nothing has changed. Any thread.
+  std::uint64_t changeCount() const;
 
  private:
   friend class SceneChange;

@@ -1,10 +1,14 @@
 #include "module_scene/scene/scenedrawer.h"
 
+#include <QElapsedTimer>
 #include <QOpenGLExtraFunctions>
 #include <QOpenGLFunctions_2_0>
 #include <array>
+#include <limits>
+#include <optional>
 
 #include "module_scene/gui/viewer.h"
+#include "module_scene/scene/drawingturn.h"
 #include "module_scene/scene/drawlist.h"
 #include "module_scene/scene/smoothbuffer.h"
 
@@ -133,46 +137,50 @@ void setUpMaterial(const Geometry& geometry) {
 // Draws batches one after the other, changing only the state that differs.
 class Painter {
  public:
-  explicit Painter(const DrawList& list) : m_List(list) {}
-
-  void drawOpaque() {
-    for (const Batch& batch : m_List.opaque()) {
-      setUp(batch);
-      draw(batch);
+  explicit Painter(const DrawList& list) : m_List(list) {
+    for (const Batch& batch : list.opaque()) m_Steps.push_back({&batch, false, GL_NONE});
+    for (const Batch& batch : list.transparent()) {
+      // The far side of a body is drawn before its near side.
+      if (batch.geometry->kind != KindFaces) {
+        m_Steps.push_back({&batch, true, GL_NONE});
+        continue;
+      }
+      for (const GLenum hidden : {GL_FRONT, GL_BACK}) m_Steps.push_back({&batch, true, hidden});
     }
   }
 
-  // Colours are premultiplied where they are kept, so that alpha is the share that is covered. The far
-  // side of a body is drawn before its near side.
-  void drawTransparent() {
-    glEnable(GL_BLEND);
-    functions()->glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
-    functions()->glBlendEquation(GL_FUNC_ADD);
-    glDepthMask(GL_FALSE);
-    for (const Batch& batch : m_List.transparent()) {
-      setUp(batch);
-      if (batch.geometry->kind != KindFaces) {
-        draw(batch);
-        continue;
-      }
-      glEnable(GL_CULL_FACE);
-      for (const GLenum hidden : {GL_FRONT, GL_BACK}) {
-        glCullFace(hidden);
-        draw(batch);
-      }
-      glDisable(GL_CULL_FACE);
+  /// Draws on, from the state that all drawing starts from, until about so many indices are drawn. Returns how many
+  /// were; the drawing is complete when they are fewer.
+  std::size_t draw(std::size_t indices) {
+    mp_Current = nullptr;
+    std::size_t drawn = 0;
+    while (m_Step < m_Steps.size() && drawn < indices) {
+      const Step& step = m_Steps[m_Step];
+      setUp(step);
+      drawn += drawRanges(*step.batch, indices - drawn);
+      if (m_Range < step.batch->rangeCount) continue;
+      ++m_Step;
+      m_Range = 0;
     }
-    glDepthMask(GL_TRUE);
-    glDisable(GL_BLEND);
+    return drawn;
   }
 
  private:
-  void setUp(const Batch& batch) {
+  struct Step {
+    const Batch* batch;
+    bool transparent;
+    GLenum hidden;
+  };
+
+  void setUp(const Step& step) {
+    const Batch& batch = *step.batch;
     load(GL_MODELVIEW, batch.modelView);
     glFrontFace(batch.mirrored ? GL_CW : GL_CCW);
-    if (batch.cullBack) {
+    if (step.transparent) blend();
+    const GLenum hidden = step.hidden != GL_NONE ? step.hidden : batch.cullBack ? GL_BACK : GL_NONE;
+    if (hidden != GL_NONE) {
       glEnable(GL_CULL_FACE);
-      glCullFace(GL_BACK);
+      glCullFace(hidden);
     } else {
       glDisable(GL_CULL_FACE);
     }
@@ -183,15 +191,30 @@ class Painter {
     setUpMaterial(*batch.geometry);
   }
 
-  void draw(const Batch& batch) const {
+  // Colours are premultiplied where they are kept, so that alpha is the share that is covered.
+  static void blend() {
+    glEnable(GL_BLEND);
+    functions()->glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+    functions()->glBlendEquation(GL_FUNC_ADD);
+    glDepthMask(GL_FALSE);
+  }
+
+  std::size_t drawRanges(const Batch& batch, std::size_t indices) {
     const GLenum mode = batch.geometry->kind == KindFaces   ? GL_TRIANGLES
                         : batch.geometry->kind == KindLines ? GL_LINES
                                                             : GL_POINTS;
-    functions()->glMultiDrawElements(mode, m_List.counts().data() + batch.firstRange, GL_UNSIGNED_INT,
-                                     m_List.offsets().data() + batch.firstRange, GLsizei(batch.rangeCount));
+    const int* counts = m_List.counts().data() + batch.firstRange;
+    const std::size_t first = m_Range;
+    std::size_t drawn = 0;
+    while (m_Range < batch.rangeCount && drawn < indices) drawn += std::size_t(counts[m_Range++]);
+    functions()->glMultiDrawElements(mode, counts + first, GL_UNSIGNED_INT,
+                                     m_List.offsets().data() + batch.firstRange + first, GLsizei(m_Range - first));
+    return drawn;
   }
 
   const DrawList& m_List;
+  std::vector<Step> m_Steps;
+  std::size_t m_Step = 0, m_Range = 0;  // the next
   const Geometry* mp_Current = nullptr;
 };
 
@@ -206,14 +229,68 @@ struct SceneDrawer::Private {
   int samples = 0;
   DrawList list;
   SmoothBuffer buffer;
+  double indicesPerMs = 1000;  // that a part has drawn
 
-  void paint(const math::Matrix4& projection) {
-    load(GL_PROJECTION, projection);
-    Painter painter(list);
-    painter.drawOpaque();
-    painter.drawTransparent();
-  }
+  // Of a drawing that has begun:
+  std::optional<Painter> painter;
+  math::Matrix4 projection;
+  bool direct = false;
+  SmoothBuffer::Edges edges = SmoothBuffer::Edges::Blend;
+
+  void begin(const StateGuard& state, double detail, int layers, int kinds, const math::Matrix4& transform,
+             std::initializer_list<const SceneElement*> elements);
+  bool draw(const StateGuard& state, std::size_t indices);
+  bool drawPart(const StateGuard& state, double milliseconds);
 };
+
+void SceneDrawer::Private::begin(const StateGuard& state, double detail, int layers, int kinds,
+                                 const math::Matrix4& transform, std::initializer_list<const SceneElement*> elements) {
+  const ViewQuery query{state.projection(), width, height, detail, layers, kinds};
+  list.clear();
+  for (const SceneElement* element : elements)
+    if (element) list.collect(*element, state.modelView() * transform, query);
+  list.sortTransparent();
+  painter.emplace(list);
+  if (list.isEmpty()) return;
+
+  setUpState();
+  projection = state.projection();
+  edges = layers & ~(LayerModel | LayerTransparent) ? SmoothBuffer::Edges::Blend : SmoothBuffer::Edges::KeepColor;
+  // What is opaque, unsmoothed and without a margin may go where it shall end up: the pixels are the same.
+  direct = samples == 0 && list.transparent().empty() && list.margin() == 0;
+  if (!direct) direct = !buffer.begin(width, height, list.margin(), samples);
+  if (!direct) buffer.suspend();
+}
+
+/// Draws on for so many indices; whether there is more. What is drawn is in the caller's framebuffer when there is not.
+bool SceneDrawer::Private::draw(const StateGuard& state, std::size_t indices) {
+  if (list.isEmpty()) return false;
+  setUpState();
+  setUpLight();
+  if (direct) {
+    QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
+    glViewport(0, 0, width, height);
+    load(GL_PROJECTION, projection);
+  } else {
+    buffer.resume();
+    load(GL_PROJECTION, extended(projection, width, height, list.margin()));
+  }
+  const bool more = painter->draw(indices) >= indices;
+  if (!direct && more) buffer.suspend();
+  if (!direct && !more) buffer.finish(state.framebuffer(), scene->getBackgroundColor(), edges);
+  return more;
+}
+
+bool SceneDrawer::Private::drawPart(const StateGuard& state, double milliseconds) {
+  QElapsedTimer timer;
+  timer.start();
+  const std::size_t indices = std::size_t(std::max(1000.0, indicesPerMs * milliseconds));
+  const bool more = draw(state, indices);
+  glFinish();  // or only the asking for it would be measured
+  const double rate = double(indices) / std::max(0.01, double(timer.nsecsElapsed()) * 1e-6);
+  if (more) indicesPerMs = std::clamp(rate, indicesPerMs / 2, indicesPerMs * 2);
+  return more;
+}
 
 SceneDrawer::SceneDrawer(const util::YPointer<Scene>& scene) : d(std::make_unique<Private>()) {
   d->scene = scene;
@@ -235,27 +312,23 @@ void SceneDrawer::setSamples(int samples) { d->samples = samples; }
 void SceneDrawer::glDraw(const util::YPointer<SceneElement>& root, const util::YPointer<SceneElement>& second,
                          const math::Matrix4& transform, double detail, int layers, int kinds) {
   const StateGuard state;
-  const ViewQuery query{state.projection(), d->width, d->height, detail, layers, kinds};
-  const math::Matrix4 modelView = state.modelView() * transform;
-  d->list.clear();
-  if (root) d->list.collect(*root, modelView, query);
-  if (second) d->list.collect(*second, modelView, query);
-  d->list.sortTransparent();
-  if (d->list.isEmpty()) return;
-
-  setUpState();
-  setUpLight();
-  // What is opaque, unsmoothed and without a margin may go where it shall end up: the pixels are the same.
-  const bool direct = d->samples == 0 && d->list.transparent().empty() && d->list.margin() == 0;
-  if (direct || !d->buffer.begin(d->width, d->height, d->list.margin(), d->samples)) {
-    QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
-    d->paint(state.projection());
+  d->begin(state, detail, layers, kinds, transform, {root.get(), second.get()});
+  if (!DrawingTurn::mustBeTaken()) {
+    d->draw(state, std::numeric_limits<std::size_t>::max());
     return;
   }
-  d->paint(extended(state.projection(), d->width, d->height, d->list.margin()));
-  const bool isPicture = !(layers & ~(LayerModel | LayerTransparent));
-  d->buffer.finish(state.framebuffer(), getBackgroundColor(),
-                   isPicture ? SmoothBuffer::Edges::KeepColor : SmoothBuffer::Edges::Blend);
+  constexpr double PartMs = 10;
+  for (bool more = true; more;) {
+    const DrawingTurn turn;
+    more = d->drawPart(state, PartMs);
+  }
 }
+
+void SceneDrawer::beginParts(const util::YPointer<SceneElement>& root, const math::Matrix4& transform, int layers,
+                             int kinds) {
+  d->begin(StateGuard(), 0.0, layers, kinds, transform, {root.get()});
+}
+
+bool SceneDrawer::drawPart(double milliseconds) { return d->drawPart(StateGuard(), milliseconds); }
 
 }  // namespace nubo::scene

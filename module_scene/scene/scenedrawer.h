@@ -27,7 +27,7 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   QColor getBackgroundColor() const;
 
   /// Draws `root` (and `second`, if any) under `transform`, which leads from the scene to eye space.
-  /// `detail` 0.0 draws everything; larger values may leave out clusters smaller than that many pixels.
+  /// `detail` 0.0 draws everything; larger values may leave out what is smaller than that many pixels.
   /// `layers` and `kinds` are sets of Layer and Kind bits.
   ///
   /// Edges are smoothed with the viewer's number of samples. A picture (no layers beyond 3) keeps an edge
@@ -36,6 +36,12 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   /// Primitives with a width in pixels are drawn whole where they only reach into the area.
   void glDraw(const util::YPointer<SceneElement>& root, const util::YPointer<SceneElement>& second,
               const math::Matrix4& transform, double detail, int layers, int kinds);
+
+  /// Begins to draw all of `root` as glDraw would. drawPart() does it, with the same context, matrices and framebuffer,
+  /// for as long as the scene is found unchanged (Scene::changeCount()); its lock may be given up in between.
+  void beginParts(const util::YPointer<SceneElement>& root, const math::Matrix4& transform, int layers, int kinds);
+  /// Draws on for about so long. False: the drawing is complete, and is now in the framebuffer.
+  [[nodiscard]] bool drawPart(double milliseconds);
 
   /// Samples per pixel for edge smoothing, 0 for none; the viewer's setting when the drawer was made.
   void setSamples(int samples);

@@ -71,8 +71,7 @@ bool SmoothBuffer::begin(int width, int height, int margin, int samples) {
   m_Margin = margin;
   reserve(width + 2 * margin, height + 2 * margin, boundedSamples(samples));
   if (!createProgram() || !attach()) {
-    m_SamplewiseFramebuffer.reset();
-    m_ResolvedFramebuffer.reset();
+    suspend();
     return false;
   }
   glViewport(0, 0, width + 2 * margin, height + 2 * margin);
@@ -83,6 +82,16 @@ bool SmoothBuffer::begin(int width, int height, int margin, int samples) {
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   glDisable(GL_SCISSOR_TEST);
   return true;
+}
+
+void SmoothBuffer::suspend() {
+  m_SamplewiseFramebuffer.reset();
+  m_ResolvedFramebuffer.reset();
+}
+
+void SmoothBuffer::resume() {
+  attach();
+  glViewport(0, 0, m_Width + 2 * m_Margin, m_Height + 2 * m_Margin);
 }
 
 void SmoothBuffer::reserve(int width, int height, int samples) {
@@ -146,8 +155,7 @@ void SmoothBuffer::finish(GLuint framebuffer, const QColor& background, Edges ed
     gl->glBlitFramebuffer(0, 0, width, height, 0, 0, width, height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
   }
   gl->glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
-  m_SamplewiseFramebuffer.reset();
-  m_ResolvedFramebuffer.reset();
+  suspend();
 
   glViewport(0, 0, m_Width, m_Height);
   glDisable(GL_DEPTH_TEST);

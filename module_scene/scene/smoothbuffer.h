@@ -27,6 +27,10 @@ class SmoothBuffer {
   /// side. `samples` is bounded by what OpenGL can do. False if OpenGL cannot: the framebuffer that was bound
   /// must then be bound anew.
   [[nodiscard]] bool begin(int width, int height, int margin, int samples);
+  /// To be called before another context may become current, or none, between begin() and finish().
+  void suspend();
+  /// Binds the buffer again, as begin() and the drawing since then left it.
+  void resume();
   /// Writes colours with straight alpha into `framebuffer`, which is bound afterwards. Changes attributes,
   /// matrices and the program.
   void finish(GLuint framebuffer, const QColor& background, Edges edges);
@@ -47,7 +51,7 @@ class SmoothBuffer {
 
   void reserve(int width, int height, int samples);
   [[nodiscard]] bool createProgram();
-  [[nodiscard]] bool attach();
+  bool attach();
 
   std::array<int, 2> m_Capacity{0, 0};
   int m_Samples = 0;

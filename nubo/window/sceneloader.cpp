@@ -2,6 +2,7 @@
 
 #include "module_scene/scene/builtinanimation.h"
 #include "module_scene/scene/builtinscene.h"
+#include "module_scene/scene/coarsening.h"
 #include "nubo/commandline.h"
 
 namespace nubo::window {
@@ -67,6 +68,7 @@ void SceneLoader::startNext() {
   m_Thread = std::thread([this, files = QStringList(files)]() mutable {
     QStringList failed;
     const auto result = std::make_shared<io::ImportResult>(readAll(files, failed));
+    if (result->root) scene::makeCoarseVersions(*result->root);
     QMetaObject::invokeMethod(
         this, [this, files, failed, result] { end(files, failed, result); }, Qt::QueuedConnection);
   });

@@ -1,5 +1,6 @@
 #include "nubo/window/viewpanel.h"
 
+#include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QOpenGLFunctions>
 #include <QPainter>
@@ -9,14 +10,18 @@
 #include <optional>
 
 #include "module_scene/gui/viewer.h"
+#include "module_scene/scene/drawingturn.h"
+#include "module_scene/scene/scenedrawer.h"
 
 namespace nubo::window {
 
 namespace {
 
 constexpr int RestMs = 250;
-constexpr qint64 SmoothMs = 30;  // a frame that takes longer makes turning jerky
+constexpr int SmoothMs = 20;  // a drawing that takes longer makes turning jerky
+constexpr double PartMs = 10;
 constexpr double LeastDetail = 4, MostDetail = 128;
+constexpr int RoomForMore = 8;  // times as much; a finer version of a model has some 5 times as many faces
 constexpr double OrbitStep = 5, PanStep = 0.05, ZoomStep = 1.15;
 
 /// Where a point of eye space lies in a panel; nothing behind the eye.
@@ -31,13 +36,18 @@ std::optional<QPointF> project(const math::Vector3& eye, const QSize& size) {
 
 ViewPanel::ViewPanel(QWidget* parent) : ScenePanel(parent) {
   setAccessibleName(tr("3-D view"));
+  scene::DrawingTurn::setShared();
   m_Rest.setSingleShot(true);
-  connect(&m_Rest, &QTimer::timeout, this, [this] {
-    setDetail(0);
-    update();
-  });
+  connect(&m_Rest, &QTimer::timeout, &m_Parts, qOverload<>(&QTimer::start));
+  connect(&m_Parts, &QTimer::timeout, this, &ViewPanel::drawOn);
   connect(this, &ScenePanel::cameraChanged, this, [this] { m_ShowsAll = false; });
-  connect(this, &ScenePanel::cameraChanged, this, &ViewPanel::beginMoving);
+}
+
+ViewPanel::~ViewPanel() {
+  makeCurrent();
+  m_WholeDrawer.reset();
+  m_Whole.reset();
+  doneCurrent();
 }
 
 void ViewPanel::setSelection(const util::YPointer<scene::SceneElement>& element) {
@@ -83,34 +93,92 @@ void ViewPanel::zoom(double factor) {
   setCamera(camera);
 }
 
-void ViewPanel::beginMoving() {
-  if (m_WholeTime > SmoothMs) setDetail(m_MovingDetail);
-  m_Rest.start(RestMs);
+void ViewPanel::initializeGL() {
+  ScenePanel::initializeGL();
+  m_WholeDrawer.reset();
+  m_Whole.reset();
+  m_Begun.reset();
 }
 
 void ViewPanel::paintGL() {
+  paintScene();
+  paintOver();
+}
+
+void ViewPanel::paintScene() {
+  const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
+  const scene::DrawingTurn turn;
+  const View view = currentView();
+  const auto isWhole = [&] { return m_Complete && m_Begun == view; };
   QElapsedTimer timer;
   timer.start();
+  while (!isWhole() && !m_Slow) m_Slow = !drawPart(view) && timer.elapsed() > SmoothMs;
+  if (isWhole()) {
+    QOpenGLFramebufferObject::blitFramebuffer(nullptr, m_Whole.get());
+    return;
+  }
+  paintThinned();
+  if (m_Thinned == view) return;
+  m_Thinned = view;
+  m_Parts.stop();
+  m_Rest.start(RestMs);
+}
+
+ViewPanel::View ViewPanel::currentView() const {
+  return {getScaledTransformMatrix(), size() * devicePixelRatioF(), gui::Viewer::getInstance()->getSamples(),
+          scene::_GlobalScene()->changeCount()};
+}
+
+void ViewPanel::paintThinned() {
+  QElapsedTimer timer;
+  timer.start();
+  setDetail(m_MovingDetail);
   ScenePanel::paintGL();
   context()->functions()->glFinish();  // or only the asking for it would be measured
-  adaptDetail(timer.elapsed());
-  paintOver();
+  if (timer.elapsed() > SmoothMs)
+    m_MovingDetail = std::min(2 * m_MovingDetail, MostDetail);
+  else if (RoomForMore * timer.elapsed() < SmoothMs)
+    m_MovingDetail = std::max(m_MovingDetail / 2, LeastDetail);
+}
+
+/// Draws one part of the whole model after the other while nothing else happens.
+void ViewPanel::drawOn() {
+  makeCurrent();
+  {
+    const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
+    const scene::DrawingTurn turn;
+    if (!drawPart(currentView())) return;
+  }
+  m_Parts.stop();
+  update();
+}
+
+/// Whether the whole is now complete.
+bool ViewPanel::drawPart(const View& view) {
+  if (!m_WholeDrawer) m_WholeDrawer = std::make_unique<scene::SceneDrawer>(scene::_GlobalScene());
+  if (!m_Whole || m_Whole->size() != view.pixels)
+    m_Whole = std::make_unique<QOpenGLFramebufferObject>(view.pixels, QOpenGLFramebufferObject::CombinedDepthStencil);
+  m_Whole->bind();
+  if (!(m_Begun == view)) {
+    beginFrame(*m_WholeDrawer);
+    m_WholeDrawer->beginParts(scene::_GlobalScene()->getRootNode(), view.transform, AllLayers, AllKinds);
+    m_Begun = view;
+    m_Complete = false;
+    m_WholeTime = 0;
+  }
+  QElapsedTimer timer;
+  timer.start();
+  m_Complete = !m_WholeDrawer->drawPart(PartMs);
+  m_WholeTime += timer.elapsed();
+  if (m_Complete) endFrame();
+  m_Whole->release();
+  if (m_Complete) m_Slow = m_WholeTime > SmoothMs;
+  return m_Complete;
 }
 
 void ViewPanel::resizeEvent(QResizeEvent* event) {
   ScenePanel::resizeEvent(event);
   if (m_ShowsAll && !m_Held) showAll();
-}
-
-void ViewPanel::adaptDetail(qint64 frameTime) {
-  if (getDetail() == 0) {
-    m_WholeTime = frameTime;
-    m_MovingDetail = std::clamp(m_MovingDetail, LeastDetail, MostDetail);
-  } else if (frameTime > SmoothMs) {
-    m_MovingDetail = std::min(2 * m_MovingDetail, MostDetail);
-  } else if (2 * frameTime < SmoothMs) {
-    m_MovingDetail = std::max(m_MovingDetail / 2, LeastDetail);
-  }
 }
 
 void ViewPanel::paintOver() {

@@ -1,8 +1,10 @@
 // A scene panel as the window shows it.
 #pragma once
 
-#include <QElapsedTimer>
+#include <QOpenGLFramebufferObject>
 #include <QTimer>
+#include <memory>
+#include <optional>
 
 #include "module_scene/gui/scenepanel.h"
 #include "module_scene/scene/sceneelement.h"
@@ -10,11 +12,13 @@
 namespace nubo::window {
 
 /// A scene panel with keys, an axis cross, and a frame around the selected element. While the view moves, models too
-/// big to be drawn at once are thinned; at rest all is drawn. Application thread.
+/// big to be drawn at once are thinned; at rest all is drawn, in parts between which the window answers. Application
+/// thread.
 class ViewPanel : public gui::ScenePanel {
   Q_OBJECT
  public:
   explicit ViewPanel(QWidget* parent = nullptr);
+  ~ViewPanel() override;
 
   /// Null: nothing is selected.
   void setSelection(const util::YPointer<scene::SceneElement>& element);
@@ -35,6 +39,7 @@ class ViewPanel : public gui::ScenePanel {
   void activated();
 
  protected:
+  void initializeGL() override;
   void paintGL() override;
   void resizeEvent(QResizeEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
@@ -44,17 +49,38 @@ class ViewPanel : public gui::ScenePanel {
   void focusOutEvent(QFocusEvent* event) override;
 
  private:
-  void beginMoving();
-  void adaptDetail(qint64 frameTime);
+  /// All that a picture of the scene depends on.
+  struct View {
+    math::Matrix4 transform;
+    QSize pixels;
+    int samples;
+    std::uint64_t changes;  ///< of the scene
+    bool operator==(const View& other) const {
+      return transform == other.transform && pixels == other.pixels && samples == other.samples &&
+             changes == other.changes;
+    }
+  };
+  View currentView() const;
+  void paintScene();
+  void paintThinned();
+  void drawOn();
+  bool drawPart(const View& view);
   void paintOver();
   void paintAxes(QPainter& painter) const;
   void paintSelection(QPainter& painter) const;
   bool isShownAsActive() const;
 
   util::YPointer<scene::SceneElement> m_Selection;
+  std::unique_ptr<scene::SceneDrawer> m_WholeDrawer;
+  std::unique_ptr<QOpenGLFramebufferObject> m_Whole;
+  std::optional<View> m_Begun;    ///< what m_Whole shows, or will when it is complete
+  std::optional<View> m_Thinned;  ///< that was painted last
+  bool m_Complete = false;
+  qint64 m_WholeTime = 0;     ///< milliseconds that it has taken
+  bool m_Slow = false;        ///< the last whole drawing took too long for a moving view
+  double m_MovingDetail = 4;  ///< what a moving view leaves out, in pixels
   QTimer m_Rest;              ///< runs while the view moves
-  qint64 m_WholeTime = 0;     ///< milliseconds that the last whole drawing took
-  double m_MovingDetail = 0;  ///< what a moving view leaves out, in pixels
+  QTimer m_Parts;             ///< runs while the whole is drawn
   bool m_ShowsAll = true;     ///< and nobody has moved the view since
   bool m_Held = false;
   bool m_FocusedByKey = false;  ///< so that the user must see where the focus is

@@ -5,6 +5,7 @@
 #include <map>
 #include <thread>
 
+#include "module_scene/scene/coarsening.h"
 #include "module_scene/scene/meshbuilder.h"
 #include "support/glfixture.h"
 
@@ -321,6 +322,68 @@ TEST_F(DrawerTest, LeavingOutWhatCannotBeSeenChangesNoPixel) {
       EXPECT_GT(difference.covered, 20) << c.name;
       EXPECT_LE(difference.changed + difference.rounded, 4 + difference.edges / 256)
           << c.name << ", " << samples << " samples: " << difference;
+    }
+}
+
+TEST_F(DrawerTest, CoarseVersionsLookAlikeFromAfarAndChangeNoWholePicture) {
+  const auto ball = [](Kind kind) {
+    const GeometryPointer result = bumpyBall(QColor(200, 90, 60));
+    result->kind = kind;
+    result->width = 3;
+    result->clusters.clear();
+    result->prepare();
+    return result;
+  };
+  for (const Kind kind : {KindFaces, KindPoints}) {
+    SCOPED_TRACE(kind);
+    Shot shot;
+    shot.width = shot.height = 500;
+    shot.root = element({ball(kind)});
+    const QImage whole = draw(shot);
+    const GeometryPointer geometry = ball(kind);
+    shot.root = element({geometry});
+    makeCoarseVersions(*shot.root);
+    ASSERT_EQ(geometry->coarseVersions.size(), 2u);
+    EXPECT_LT(geometry->coarseIndices.size(), geometry->indices.size() / 4);
+    EXPECT_GT(geometry->coarseVersions[0].first.back(), geometry->coarseIndices.size() * 2 / 3) << "the coarser last";
+    EXPECT_EQ(compare(draw(shot), whole).greatest, 0);
+    // The outline moves by a cell at most.
+    for (const auto& [detail, share] : {std::pair(24.0, 25), {100.0, 10}}) {
+      shot.detail = detail;
+      const QImage coarse = draw(shot);
+      EXPECT_GT(compare(coarse, whole).changed, 500) << "it is drawn whole";
+      if (geometry->kind != KindFaces) continue;
+      int outline = 0;
+      for (int y = 0; y < whole.height(); ++y)
+        for (int x = 0; x < whole.width(); ++x)
+          outline += (qAlpha(coarse.pixel(x, y)) > 0) != (qAlpha(whole.pixel(x, y)) > 0);
+      EXPECT_LT(outline, compare(whole, whole).covered / share) << detail;
+    }
+  }
+}
+
+TEST_F(DrawerTest, PartsGiveThePictureThatIsDrawnAtOnce) {
+  for (const int samples : {0, 4})
+    for (const Element& root : {element({bumpyBall(QColor(200, 90, 60))}),
+                                element({bumpyBall(QColor(200, 90, 60)), bumpyBall(QColor(90, 140, 220, 120), 120, 1.2),
+                                         strokes(KindLines, 5, 3000, 7)})}) {
+      Shot shot;
+      shot.root = root;
+      shot.samples = samples;
+      const QImage whole = draw(shot);
+      SceneDrawer drawer(viewer.getGlobalScene());
+      QOpenGLFramebufferObject fbo(shot.width, shot.height, QOpenGLFramebufferObject::CombinedDepthStencil);
+      int parts = 0;
+      const QImage inParts = drawPart(fbo, drawer, shot, 0, 0, [&] {
+        drawer.beginParts(shot.root, shot.transform, shot.layers, shot.kinds);
+        while (drawer.drawPart(0.001)) {
+          ++parts;
+          draw(Shot());  // others draw in between
+          fbo.bind();
+        }
+      });
+      EXPECT_GE(parts, 4);
+      EXPECT_EQ(compare(inParts, whole).greatest, 0) << samples << " samples: " << compare(inParts, whole);
     }
 }
 

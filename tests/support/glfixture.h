@@ -45,6 +45,7 @@ struct Shot {
   int samples = 0;
   int layers = 3;
   int kinds = 7;
+  double detail = 0;
 };
 
 /// The viewer and a current context. Pictures come back as they lie in the framebuffer: with straight alpha.
@@ -64,6 +65,13 @@ class GlFixture : public ::testing::Test {
   }
 
   static QImage drawPart(QOpenGLFramebufferObject& fbo, scene::SceneDrawer& drawer, const Shot& shot, int x, int y) {
+    return drawPart(fbo, drawer, shot, x, y,
+                    [&] { drawer.glDraw(shot.root, nullptr, shot.transform, shot.detail, shot.layers, shot.kinds); });
+  }
+
+  /// `work` does the drawing.
+  static QImage drawPart(QOpenGLFramebufferObject& fbo, scene::SceneDrawer& drawer, const Shot& shot, int x, int y,
+                         const std::function<void()>& work) {
     const double half = std::tan(0.40391905546154483) * scene::SceneDrawer::ZNEAR;
     const double side = half * shot.width / shot.height;
     const auto across = [&](int pixel) { return pixel * 2 * side / shot.width - side; };
@@ -82,7 +90,7 @@ class GlFixture : public ::testing::Test {
     glMatrixMode(GL_MODELVIEW);
     glLoadIdentity();
     drawer.setSamples(shot.samples);
-    drawer.glDraw(shot.root, nullptr, shot.transform, 0.0, shot.layers, shot.kinds);
+    work();
     const QImage image = fbo.toImage();
     fbo.release();
     return asStraight(image);
