@@ -57,6 +57,8 @@ void giveLargeBlocksBack() {
 #ifdef __GLIBC__
   constexpr int LargeBlock = 4 << 20;
   mallopt(M_MMAP_THRESHOLD, LargeBlock);
+  // What one thread frees is there for the next, so that loading, drawing and writing share their memory.
+  mallopt(M_ARENA_MAX, 2);
 #endif
 }
 
