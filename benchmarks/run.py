@@ -212,6 +212,27 @@ class Bench:
                     median_gap_ms=statistics.median(gaps), deviation_ms=statistics.pstdev(gaps),
                     gap_95_ms=gaps[len(gaps) * 95 // 100], longest_gap_ms=gaps[-1])
 
+    # The window
+
+    def window_runs(self, *arguments):
+        program = os.path.join(self.programs, "window_benchmark")
+        return [json.loads(Run([program, *arguments]).output) for _ in range(self.rounds)]
+
+    def window(self):
+        """How soon the window answers the mouse whatever else happens, and how soon it is there."""
+        runs = self.window_runs("answers", self.meshes["1m"], self.meshes["4m"])
+        for event in runs[0]:
+            worst = {part: max(run[event][part] for run in runs) for part in ("longest", "95 %", "median")}
+            self.figure(f"1m: mouse to frame, {event}", worst.pop("longest"), 0.1, **worst)
+        for scene in ([], [self.meshes["1m"]]):
+            runs = self.window_runs("start", self.nubo, *scene)
+            shown = {part: statistics.median(run[part] for run in runs) for part in runs[0]}
+            self.figure(f"start with {'1m' if scene else 'nothing'} to first frame", shown.pop("window"), 1, **shown)
+        runs = self.in_turn(ours=lambda: Run([self.nubo, "--list-commands"]),
+                            rival=lambda: Run(["openscad", "--help"]))
+        self.row("--list-commands / OpenSCAD --help", runs["ours"], runs["rival"])
+        self.figure("--list-commands", statistics.median(run.seconds for run in runs["ours"]), 0.15)
+
 
 def verdict(value, limit):
     if limit is None:
@@ -225,7 +246,7 @@ def ratio(figures, unit):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parts = ["stills", "still_parts", "growth", "videos", "pipeline"]
+    parts = ["stills", "still_parts", "growth", "videos", "pipeline", "window"]
     parser.add_argument("build")
     parser.add_argument("output", help="folder for the figures and whatever is made")
     parser.add_argument("--rounds", type=int, default=3)
