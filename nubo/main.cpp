@@ -7,6 +7,9 @@
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include "kernel/main/commandmanager.h"
 #include "nubo/commandline.h"
@@ -112,9 +115,21 @@ ExitStatus runSession(CommandLine& line, const QString& noOpenGL) {
   return runCommand(session, line, noOpenGL, report, progress);
 }
 
+/// Models and pictures are large blocks that come and go. Left to itself, the C library soon keeps freed blocks of up
+/// to 32 MB for later, which the next large picture then finds missing; a tile still comes from what it keeps. And what
+/// one thread frees is there for the next, so that loading, drawing and writing share their memory.
+void tuneAllocator() {
+#ifdef __GLIBC__
+  constexpr int LargeBlock = 4 << 20;
+  mallopt(M_MMAP_THRESHOLD, LargeBlock);
+  mallopt(M_ARENA_MAX, 2);
+#endif
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  tuneAllocator();
   useUtf8();
   logQtMessages();
   CommandLine line = parseCommandLine(wordsOf(argc, argv));

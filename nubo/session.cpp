@@ -1,9 +1,5 @@
 #include "nubo/session.h"
 
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
-
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QThread>
@@ -51,22 +47,10 @@ gui::Camera directionOf(const CommandLine& line) {
   return line.view.isEmpty() || camera.setView(line.view) ? camera : gui::Camera();
 }
 
-/// Models and pictures are large blocks that come and go. Left to itself, the C library soon keeps freed blocks of up
-/// to 32 MB for later, which the next large picture then finds missing; a tile still comes from what it keeps.
-void giveLargeBlocksBack() {
-#ifdef __GLIBC__
-  constexpr int LargeBlock = 4 << 20;
-  mallopt(M_MMAP_THRESHOLD, LargeBlock);
-  // What one thread frees is there for the next, so that loading, drawing and writing share their memory.
-  mallopt(M_ARENA_MAX, 2);
-#endif
-}
-
 }  // namespace
 
 Session::Session(const QString& settingsFile, const QStringList& scenes, Report& report)
     : m_Report(report), m_Overseer(settingsFile) {
-  giveLargeBlocksBack();
   if (!scenes.isEmpty()) m_Import = std::async(std::launch::async, readScenes, scenes);
   main::ModuleManager::getInstance()->loadModules(QCoreApplication::applicationDirPath() + "/modules", [](QString) {});
 }
