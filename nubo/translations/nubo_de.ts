@@ -51,19 +51,19 @@
     <name>CastClass</name>
     <message>
         <source>&quot;%1&quot; is not a whole number</source>
-        <translation type="unfinished">„%1“ ist keine ganze Zahl</translation>
+        <translation>„%1“ ist keine ganze Zahl</translation>
     </message>
     <message>
         <source>&quot;%1&quot; is not a number</source>
-        <translation type="unfinished">„%1“ ist keine Zahl</translation>
+        <translation>„%1“ ist keine Zahl</translation>
     </message>
     <message>
         <source>&quot;%1&quot; is neither yes nor no</source>
-        <translation type="unfinished">„%1“ ist weder ja noch nein</translation>
+        <translation>„%1“ ist weder ja noch nein</translation>
     </message>
     <message>
         <source>&quot;%1&quot; is not a picture: %2</source>
-        <translation type="unfinished">„%1“ ist kein Bild: %2</translation>
+        <translation>„%1“ ist kein Bild: %2</translation>
     </message>
 </context>
 <context>
@@ -525,8 +525,16 @@
         <translation>Tasten und Maus</translation>
     </message>
     <message>
-        <source>&lt;table cellpadding=3&gt;&lt;tr&gt;&lt;td&gt;Turn&lt;/td&gt;&lt;td&gt;left button, or arrow keys&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Move&lt;/td&gt;&lt;td&gt;middle button, or Shift with the left one or the arrow keys&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Zoom&lt;/td&gt;&lt;td&gt;wheel, right button, + and −&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Show all&lt;/td&gt;&lt;td&gt;double click, or Home&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Next panel&lt;/td&gt;&lt;td&gt;F6&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Show or hide the scene and the log&lt;/td&gt;&lt;td&gt;F9, F10&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Play and pause&lt;/td&gt;&lt;td&gt;Ctrl+Space&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Close a message&lt;/td&gt;&lt;td&gt;Esc&lt;/td&gt;&lt;/tr&gt;&lt;/table&gt;</source>
-        <translation>&lt;table cellpadding=3&gt;&lt;tr&gt;&lt;td&gt;Drehen&lt;/td&gt;&lt;td&gt;linke Taste oder Pfeiltasten&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Verschieben&lt;/td&gt;&lt;td&gt;mittlere Taste, oder Umschalt mit der linken oder den Pfeiltasten&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Vergrößern&lt;/td&gt;&lt;td&gt;Rad, rechte Taste, + und −&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Alles zeigen&lt;/td&gt;&lt;td&gt;Doppelklick oder Pos1&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Nächste Ansicht&lt;/td&gt;&lt;td&gt;F6&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Szene und Protokoll zeigen oder verbergen&lt;/td&gt;&lt;td&gt;F9, F10&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Abspielen und anhalten&lt;/td&gt;&lt;td&gt;Strg+Leertaste&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Eine Meldung schließen&lt;/td&gt;&lt;td&gt;Esc&lt;/td&gt;&lt;/tr&gt;&lt;/table&gt;</translation>
+        <source>&amp;Stop Command</source>
+        <translation>Befehl &amp;anhalten</translation>
+    </message>
+    <message>
+        <source>Ctrl+.</source>
+        <translation>Ctrl+.</translation>
+    </message>
+    <message>
+        <source>&lt;table cellpadding=3&gt;&lt;tr&gt;&lt;td&gt;Turn&lt;/td&gt;&lt;td&gt;left button, or arrow keys&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Move&lt;/td&gt;&lt;td&gt;middle button, or Shift with the left one or the arrow keys&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Zoom&lt;/td&gt;&lt;td&gt;wheel, right button, + and −&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Show all&lt;/td&gt;&lt;td&gt;double click, or Home&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Next panel&lt;/td&gt;&lt;td&gt;F6&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Show or hide the scene and the log&lt;/td&gt;&lt;td&gt;F9, F10&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Play and pause&lt;/td&gt;&lt;td&gt;Ctrl+Space&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Stop a command&lt;/td&gt;&lt;td&gt;Ctrl+.&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Close a message&lt;/td&gt;&lt;td&gt;Esc&lt;/td&gt;&lt;/tr&gt;&lt;/table&gt;</source>
+        <translation>&lt;table cellpadding=3&gt;&lt;tr&gt;&lt;td&gt;Drehen&lt;/td&gt;&lt;td&gt;linke Taste oder Pfeiltasten&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Verschieben&lt;/td&gt;&lt;td&gt;mittlere Taste, oder Umschalt mit der linken oder den Pfeiltasten&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Vergrößern&lt;/td&gt;&lt;td&gt;Rad, rechte Taste, + und −&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Alles zeigen&lt;/td&gt;&lt;td&gt;Doppelklick oder Pos1&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Nächste Ansicht&lt;/td&gt;&lt;td&gt;F6&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Szene und Protokoll zeigen oder verbergen&lt;/td&gt;&lt;td&gt;F9, F10&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Abspielen und anhalten&lt;/td&gt;&lt;td&gt;Strg+Leertaste&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Einen Befehl anhalten&lt;/td&gt;&lt;td&gt;Strg+.&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Eine Meldung schließen&lt;/td&gt;&lt;td&gt;Esc&lt;/td&gt;&lt;/tr&gt;&lt;/table&gt;</translation>
     </message>
 </context>
 <context>
@@ -709,8 +717,8 @@
         <translation>Anhalten</translation>
     </message>
     <message>
-        <source>Ask “%1” to end now</source>
-        <translation>„%1“ jetzt beenden lassen</translation>
+        <source>Ask “%1” to end now (Ctrl+.)</source>
+        <translation>„%1“ jetzt beenden lassen (Strg+.)</translation>
     </message>
 </context>
 <context>
@@ -741,7 +749,7 @@
     </message>
     <message>
         <source>View %1</source>
-        <translation type="unfinished">Ansicht %1</translation>
+        <translation>Ansicht %1</translation>
     </message>
 </context>
 <context>
@@ -850,6 +858,10 @@
     <message>
         <source>3-D view</source>
         <translation>3-D-Ansicht</translation>
+    </message>
+    <message>
+        <source>Drop model files here, or open them with Ctrl+O</source>
+        <translation>Modelldateien hierher ziehen oder mit Strg+O öffnen</translation>
     </message>
 </context>
 </TS>

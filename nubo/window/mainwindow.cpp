@@ -11,6 +11,7 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
+#include <QScreen>
 #include <QSettings>
 #include <QStatusBar>
 #include <QVBoxLayout>
@@ -115,6 +116,7 @@ void MainWindow::createDocks() {
   mp_LogDock->setObjectName(QStringLiteral("logDock"));
   mp_LogDock->setWidget(mp_Log);
   addDockWidget(Qt::BottomDockWidgetArea, mp_LogDock);
+  resizeDocks({mp_LogDock}, {160}, Qt::Vertical);
   mp_LogDock->hide();
 }
 
@@ -138,6 +140,9 @@ void MainWindow::createFileMenu() {
   mp_Recent = new RecentFiles(this);
   menu->addMenu(mp_Recent);
   menu->addAction(tr("Open &Built-in Scene"), this, [this] { openFiles({app::BuiltinScene}); });
+  menu->addSeparator();
+  menu->addAction(makeIcon(Icon::Stop), tr("&Stop Command"), mp_Running, &RunningCommands::stopLatest,
+                  QKeySequence(tr("Ctrl+.")));
   menu->addSeparator();
   menu->addAction(tr("&Quit"), this, &QWidget::close, QKeySequence(tr("Ctrl+Q")));
   QToolBar* bar = addToolBar(tr("File"));
@@ -303,7 +308,8 @@ void MainWindow::connectParts() {
 /// Whatever stands in the settings: Qt refuses what it cannot use.
 void MainWindow::restoreLayout() {
   const QSettings* settings = main::nuboSettings();
-  if (!restoreGeometry(settings->value(GeometryKey).toByteArray())) resize(1100, 720);
+  if (!restoreGeometry(settings->value(GeometryKey).toByteArray()))
+    resize(QSize(1100, 720).boundedTo(screen()->availableSize() * 0.9));
   restoreState(settings->value(StateKey).toByteArray(), LayoutVersion);
   const QColor background(settings->value(BackgroundKey).toString());
   if (background.isValid()) setBackground(background);
@@ -334,6 +340,8 @@ void MainWindow::chooseFiles() {
   for (const QString& suffix : io::importableSuffixes()) patterns << QStringLiteral("*.") + suffix;
   QFileDialog dialog(this, tr("Open Models"));
   dialog.setFileMode(QFileDialog::ExistingFiles);
+  dialog.setDirectory(mp_Recent->latestDirectory());
+  dialog.setOption(QFileDialog::HideNameFilterDetails);
   dialog.setNameFilters({tr("Models (%1)").arg(patterns.join(QLatin1Char(' '))), tr("All Files (*)")});
   if (dialog.exec() == QDialog::Accepted) openFiles(dialog.selectedFiles());
 }
@@ -506,6 +514,7 @@ void MainWindow::showKeys() {
          "<tr><td>Next panel</td><td>F6</td></tr>"
          "<tr><td>Show or hide the scene and the log</td><td>F9, F10</td></tr>"
          "<tr><td>Play and pause</td><td>Ctrl+Space</td></tr>"
+         "<tr><td>Stop a command</td><td>Ctrl+.</td></tr>"
          "<tr><td>Close a message</td><td>Esc</td></tr>"
          "</table>"));
 }

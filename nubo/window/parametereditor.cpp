@@ -1,6 +1,7 @@
 #include "nubo/window/parametereditor.h"
 
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QLineEdit>
 #include <QSlider>
 #include <QSpinBox>
@@ -18,7 +19,7 @@ namespace {
 class TextEditor : public ParameterEditor {
  public:
   explicit TextEditor(const main::AbstractParameter& parameter) : ParameterEditor(parameter), mp_Line(new QLineEdit) {
-    fillWith(mp_Line);
+    fillWith(mp_Line, parameter.getUnit().isEmpty() ? nullptr : new QLabel(parameter.getUnit()));
     connect(mp_Line, &QLineEdit::textChanged, this, &ParameterEditor::changed);
   }
   QString text() const override { return mp_Line->text(); }

@@ -1,5 +1,6 @@
 #include "nubo/window/parameterpage.h"
 
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QLabel>
 #include <QSettings>
@@ -7,6 +8,7 @@
 #include "kernel/main/overseer.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterpanelfactory.h"
+#include "module_scene/scene/scene.h"
 #include "nubo/commandarguments.h"
 #include "nubo/window/colors.h"
 #include "nubo/window/parametereditor.h"
@@ -43,7 +45,7 @@ void ParameterPage::addLine(QGridLayout* layout, const main::AbstractParameter& 
   remark->setWordWrap(true);
   remark->setObjectName(parameter.getName() + QStringLiteral(":remark"));
   const int row = layout->rowCount();
-  layout->addWidget(label, row, 0, Qt::AlignTop);
+  layout->addWidget(label, row, 0);
   layout->addWidget(editor, row, 1);
   layout->addWidget(remark, row + 1, 1);
   editor->setText(startText(parameter));
@@ -90,6 +92,13 @@ QString ParameterPage::settingsKey(const main::AbstractParameter& parameter) con
       .arg(m_Command.getName(), name.replace(QLatin1Char('/'), QLatin1Char('_')));
 }
 
+/// A name for a file that is made of the scene.
+QString ParameterPage::sceneName() const {
+  const auto root = scene::_GlobalScene()->getRootNode();
+  const QString name = root ? QFileInfo(root->getName()).completeBaseName() : QString();
+  return name.isEmpty() ? m_Command.getName() : name;
+}
+
 /// Remembered values may be anything: the file can be edited by hand.
 QString ParameterPage::startText(const main::AbstractParameter& parameter) const {
   const QString start = app::defaultText(parameter);
@@ -98,7 +107,7 @@ QString ParameterPage::startText(const main::AbstractParameter& parameter) const
   if (!remembered.isEmpty() && parameter.explainRefusal(remembered).isEmpty()) return remembered;
   if (!start.isEmpty()) return start;
   const bool isFile = dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
-  return isFile ? m_Command.getName() : QString();
+  return isFile ? sceneName() : QString();
 }
 
 main::ParameterSet ParameterPage::values() const {

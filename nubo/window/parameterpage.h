@@ -43,6 +43,7 @@ class ParameterPage : public QWidget {
   void addLine(QGridLayout* layout, const main::AbstractParameter& parameter);
   void showRemark(const Line& line);
   QString startText(const main::AbstractParameter& parameter) const;
+  QString sceneName() const;
   QString settingsKey(const main::AbstractParameter& parameter) const;
 
   const main::Command& m_Command;

@@ -48,6 +48,11 @@ void RecentFiles::remove(const QString& file) {
   store(files);
 }
 
+QString RecentFiles::latestDirectory() const {
+  const QStringList files = load();
+  return files.isEmpty() ? QString() : QFileInfo(files.first()).path();
+}
+
 void RecentFiles::fill() {
   clear();
   const QStringList files = load();

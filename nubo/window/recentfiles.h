@@ -14,6 +14,8 @@ class RecentFiles : public QMenu {
 
   void add(const QString& file);
   void remove(const QString& file);
+  /// Where the file lies that was opened last; empty if there was none.
+  QString latestDirectory() const;
 
  signals:
   void chosen(const QString& file);

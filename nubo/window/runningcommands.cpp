@@ -21,6 +21,7 @@ void showPercent(QProgressBar* bar, int percent) {
 
 RunningCommands::RunningCommands(QWidget* parent) : QWidget(parent), mp_Layout(new QHBoxLayout(this)) {
   mp_Layout->setContentsMargins(0, 0, 0, 0);
+  setMinimumHeight(QToolButton().sizeHint().height() + 2);  // the bar does not grow when a row comes
 }
 
 RunningCommands::Row RunningCommands::createRow(const QString& title) {
@@ -56,7 +57,7 @@ QWidget* RunningCommands::createAbortButton(RunningCommand* run) {
   auto* button = new QToolButton;
   button->setObjectName(QStringLiteral("abort"));
   button->setText(tr("Stop"));
-  button->setToolTip(tr("Ask “%1” to end now").arg(run->title()));
+  button->setToolTip(tr("Ask “%1” to end now (Ctrl+.)").arg(run->title()));
   button->setIcon(makeIcon(Icon::Stop));
   button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
   button->setFocusPolicy(Qt::TabFocus);
@@ -65,6 +66,12 @@ QWidget* RunningCommands::createAbortButton(RunningCommand* run) {
     run->abort();
   });
   return button;
+}
+
+void RunningCommands::stopLatest() {
+  const auto buttons = findChildren<QToolButton*>(QStringLiteral("abort"));
+  for (auto button = buttons.crbegin(); button != buttons.crend(); ++button)
+    if ((*button)->isEnabled()) return (*button)->click();
 }
 
 void RunningCommands::begin(const void* id, const QString& label) {

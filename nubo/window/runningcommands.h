@@ -27,6 +27,8 @@ class RunningCommands : public QWidget {
   void begin(const void* id, const QString& label);
   void update(const void* id, int percent);
   void end(const void* id);
+  /// Asks the command that was started last to end; one that cannot be stopped goes on.
+  void stopLatest();
 
  private:
   struct Row {

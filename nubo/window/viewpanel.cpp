@@ -186,6 +186,7 @@ void ViewPanel::paintOver() {
   painter.setRenderHint(QPainter::Antialiasing);
   paintSelection(painter);
   paintAxes(painter);
+  if (!scene::_GlobalScene()->getRootNode()) paintInvitation(painter);
   if (!isShownAsActive()) return;
   painter.setRenderHint(QPainter::Antialiasing, false);
   painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
@@ -198,7 +199,7 @@ bool ViewPanel::isShownAsActive() const {
 }
 
 void ViewPanel::paintAxes(QPainter& painter) const {
-  constexpr double Length = 26, Margin = 40;
+  constexpr double Length = 26, Margin = 46;
   struct Axis {
     const char* name;
     QColor color;
@@ -218,6 +219,12 @@ void ViewPanel::paintAxes(QPainter& painter) const {
     painter.drawText(QRectF(origin + direction * (Length + 9) - QPointF(8, 8), QSizeF(16, 16)), Qt::AlignCenter,
                      QString::fromLatin1(axis.name));
   }
+}
+
+void ViewPanel::paintInvitation(QPainter& painter) const {
+  const QColor background = scene::_GlobalScene()->getBackgroundColor();
+  painter.setPen(background.lightness() < 128 ? QColor(0xc8, 0xcc, 0xd4) : QColor(0x40, 0x44, 0x4c));
+  painter.drawText(rect(), Qt::AlignCenter, tr("Drop model files here, or open them with Ctrl+O"));
 }
 
 void ViewPanel::paintSelection(QPainter& painter) const {

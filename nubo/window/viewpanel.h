@@ -67,6 +67,7 @@ class ViewPanel : public gui::ScenePanel {
   bool drawPart(const View& view);
   void paintOver();
   void paintAxes(QPainter& painter) const;
+  void paintInvitation(QPainter& painter) const;
   void paintSelection(QPainter& painter) const;
   bool isShownAsActive() const;
 

@@ -87,7 +87,7 @@ TEST_F(WindowTest, ShowsTheAxesAsTheyLie) {
   useShortcut("Ctrl+1");  // from the front: x to the right, z upwards
   window::ViewPanel* panel = panels().activePanel();
   const QImage image = panel->grabFramebuffer();
-  const QPoint origin(40, image.height() - 40);
+  const QPoint origin(46, image.height() - 46);
   const auto strongest = [&](QPoint at) {
     const QColor color = image.pixelColor(origin + at);
     return color.red() > color.blue() ? 'r' : color.blue() > color.red() ? 'b' : '-';
