@@ -12,6 +12,18 @@
 
 namespace nubo::window {
 
+namespace {
+
+constexpr int MostWidth = 190;  // of a column; what it cuts off is in the tool tip
+
+QTreeWidgetItem* addItem(QTreeWidgetItem* parent, const QStringList& texts) {
+  auto* item = new QTreeWidgetItem(parent, texts);
+  for (int column = 0; column < texts.size(); ++column) item->setToolTip(column, texts[column]);
+  return item;
+}
+
+}  // namespace
+
 AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
   setObjectName(QStringLiteral("about"));
   setWindowTitle(tr("About nubo"));
@@ -23,7 +35,10 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
   tree->setAccessibleName(tr("Modules and libraries"));
   addModules(tree);
   tree->expandAll();
-  for (int column = 0; column < 3; ++column) tree->resizeColumnToContents(column);
+  for (int column = 0; column < 3; ++column) {
+    tree->resizeColumnToContents(column);
+    tree->setColumnWidth(column, qMin(tree->columnWidth(column), MostWidth));
+  }
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   auto* icon = new QLabel;
@@ -45,10 +60,9 @@ void AboutDialog::addModules(QTreeWidget* tree) const {
     auto* module = new QTreeWidgetItem(tree, {tr("Module %1").arg(name)});
     module->setIcon(0, information->getIcon());
     module->setText(3, information->getHomepage().toString());
-    auto* description = new QTreeWidgetItem(module, {information->getDescription()});
-    description->setFirstColumnSpanned(true);
+    addItem(module, {information->getDescription()})->setFirstColumnSpanned(true);
     for (const main::ThirdPartyInfos& library : *information->getAdditionalInformations())
-      new QTreeWidgetItem(module, {library.name, library.version, library.licence, library.url});
+      addItem(module, {library.name, library.version, library.licence, library.url});
   }
 }
 

@@ -141,8 +141,12 @@ void MainWindow::createFileMenu() {
   menu->addMenu(mp_Recent);
   menu->addAction(tr("Open &Built-in Scene"), this, [this] { openFiles({app::BuiltinScene}); });
   menu->addSeparator();
-  menu->addAction(makeIcon(Icon::Stop), tr("&Stop Command"), mp_Running, &RunningCommands::stopLatest,
-                  QKeySequence(tr("Ctrl+.")));
+  QAction* stop = menu->addAction(makeIcon(Icon::Stop), tr("&Stop Command"), mp_Running, &RunningCommands::stopLatest,
+                                  QKeySequence(tr("Ctrl+.")));
+  const auto enableStop = [this, stop] { stop->setEnabled(!mp_Runner->running().isEmpty()); };
+  connect(mp_Runner, &CommandRunner::started, stop, enableStop);
+  connect(mp_Runner, &CommandRunner::ended, stop, enableStop);
+  enableStop();
   menu->addSeparator();
   menu->addAction(tr("&Quit"), this, &QWidget::close, QKeySequence(tr("Ctrl+Q")));
   QToolBar* bar = addToolBar(tr("File"));

@@ -60,8 +60,7 @@ void MessageBar::display(const QString& text, bool isFailure) {
 
 void MessageBar::place() {
   const int width = parentWidget()->width();
-  const int height = qMax(sizeHint().height(), layout()->heightForWidth(width));
-  setGeometry(0, 0, width, height);
+  setGeometry(0, 0, width, layout()->heightForWidth(width));  // sizeHint() thinks of a narrow text
 }
 
 void MessageBar::dismiss() {
