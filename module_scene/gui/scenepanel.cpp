@@ -67,6 +67,7 @@ void ScenePanel::paintGL() {
 
 void ScenePanel::beginFrame(scene::SceneDrawer& drawer) const {
   drawer.setSamples(Viewer::getInstance()->getSamples());
+  drawer.setViewHeight(height());
   const QSize pixels = size() * devicePixelRatioF();
   const QColor background = drawer.getBackgroundColor();
   drawer.resize(pixels.width(), pixels.height());
@@ -86,6 +87,11 @@ void ScenePanel::endFrame() {
   glClearColor(0, 0, 0, 1);
   glClear(GL_COLOR_BUFFER_BIT);
   glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+}
+
+void ScenePanel::resizeEvent(QResizeEvent* event) {
+  QOpenGLWidget::resizeEvent(event);
+  if (Viewer* viewer = Viewer::getInstance()) viewer->panelResized(this);
 }
 
 void ScenePanel::mousePressEvent(QMouseEvent* event) {

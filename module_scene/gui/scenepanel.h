@@ -40,6 +40,7 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
 
   void initializeGL() override;
   void paintGL() override;
+  void resizeEvent(QResizeEvent* event) override;
   /// Clears the bound framebuffer, which has the panel's size, and sets up the drawer and the matrices for it.
   void beginFrame(scene::SceneDrawer& drawer) const;
   /// Makes the bound framebuffer opaque, whatever the drawer left.

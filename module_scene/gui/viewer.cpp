@@ -28,8 +28,13 @@ Viewer* Viewer::getInstance() { return s_Viewer; }
 void Viewer::setActivePanel(ScenePanel* panel) {
   if (panel == mp_ActivePanel) return;
   mp_ActivePanel = panel;
+  m_ViewHeight = panel ? panel->height() : 0;
   const unsigned long type = events::EventHandler::getInstance()->addEvent("Scene", "SCENEPANEL_CHANGED");
   events::EventManager::getInstance()->fireEvent(main::Event(type, panel, nullptr, false));
+}
+
+void Viewer::panelResized(const ScenePanel* panel) {
+  if (panel == mp_ActivePanel) m_ViewHeight = panel->height();
 }
 
 void Viewer::addPanel(ScenePanel* panel) { m_Panels.append(panel); }

@@ -34,6 +34,8 @@ class NUBO_MODULE_SCENE_EXPORT Viewer {
   ScenePanel* getActivePanel() const { return mp_ActivePanel; }
   const QList<ScenePanel*>& getPanels() const { return m_Panels; }
 
+  /// Of the active panel, 0 without one; any thread. Drawers take it when they are made.
+  int getViewHeight() const { return m_ViewHeight; }
   /// Samples per pixel for edge smoothing, 0 for none; any thread. Drawers take it when they are made.
   int getSamples() const { return m_Samples; }
   void setSamples(int samples) { m_Samples = samples; }
@@ -42,11 +44,13 @@ class NUBO_MODULE_SCENE_EXPORT Viewer {
   friend class ScenePanel;
   void addPanel(ScenePanel* panel);
   void removePanel(ScenePanel* panel);
+  void panelResized(const ScenePanel* panel);
 
   util::YPointer<scene::Scene> m_Scene;
   std::unique_ptr<scene::SharedContext> m_Context;
   bool m_FboAvailable = false;
   std::atomic<int> m_Samples{4};
+  std::atomic<int> m_ViewHeight{0};
   QList<ScenePanel*> m_Panels;
   ScenePanel* mp_ActivePanel = nullptr;
 };

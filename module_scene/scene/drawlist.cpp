@@ -28,6 +28,13 @@ math::Vector3 originSeenFrom(const math::Matrix4& m, double determinant) {
   return result;
 }
 
+// Nothing becomes so thin that it breaks up.
+float widthOf(const Geometry& geometry, const ViewQuery& query) {
+  const double widest = geometry.kind == KindPoints ? query.widestPoint : query.widestLine;
+  const double least = std::min(1.0, double(geometry.width));
+  return float(std::min(std::max(geometry.width * query.widthScale, least), widest));
+}
+
 enum class Side { Outside, Across, Inside };
 
 // Decides about boxes and clusters in the space of one geometry.
@@ -158,7 +165,8 @@ void DrawList::collect(const SceneElement& element, const math::Matrix4& parent,
 }
 
 void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, const ViewQuery& query) {
-  const int margin = geometry.kind == KindFaces ? 0 : marginFor(geometry.width);
+  const float width = widthOf(geometry, query);
+  const int margin = geometry.kind == KindFaces ? 0 : marginFor(width);
   const Culler culler(query, modelView, margin);
   if (geometry.clusters.empty() || culler.side(geometry.box) == Side::Outside) return;
 
@@ -166,6 +174,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, con
   batch.geometry = &geometry;
   batch.buffer = BufferCache::buffer(geometry);
   batch.modelView = modelView;
+  batch.width = width;
   const double volume = determinant(modelView);
   batch.mirrored = volume < 0;
   // The near plane may open a closed surface and show its inside.

@@ -11,10 +11,12 @@ namespace nubo::scene {
 /// What to look for, and through which window.
 struct ViewQuery {
   math::Matrix4 projection;
-  int width = 1, height = 1;  ///< pixels
-  double detail = 0.0;        ///< what is smaller than that many pixels may be left out
-  int layers = 0;             ///< Layer bits
-  int kinds = 0;              ///< Kind bits
+  int width = 1, height = 1;               ///< pixels
+  double detail = 0.0;                     ///< what is smaller than that many pixels may be left out
+  int layers = 0;                          ///< Layer bits
+  int kinds = 0;                           ///< Kind bits
+  double widthScale = 1;                   ///< of what has a width in pixels
+  double widestPoint = 1, widestLine = 1;  ///< that can be drawn
 };
 
 /// One geometry with the index ranges of it that are to be drawn.
@@ -24,6 +26,7 @@ struct Batch {
   math::Matrix4 modelView;
   bool mirrored = false;  ///< the transform turns counter-clockwise into clockwise
   bool cullBack = false;  ///< back faces cannot be seen
+  float width = 1;        ///< pixels, of points and lines
   std::size_t firstRange = 0, rangeCount = 0;
 };
 

@@ -4,6 +4,7 @@
 #include <QOpenGLExtraFunctions>
 #include <QOpenGLFunctions_2_0>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <optional>
 
@@ -130,8 +131,23 @@ void setUpMaterial(const Geometry& geometry) {
   const bool highlights = lit && glIsEnabled(GL_TEXTURE_2D) && material.shininess > 0;
   glLightModeli(GL_LIGHT_MODEL_COLOR_CONTROL, highlights ? GL_SEPARATE_SPECULAR_COLOR : GL_SINGLE_COLOR);
   glColor4fv(material.diffuse.data());
-  glPointSize(geometry.width);
-  glLineWidth(geometry.width);
+}
+
+double widest(GLenum smooth, GLenum plain) {
+  GLfloat ranges[2][2]{};
+  glGetFloatv(smooth, ranges[0]);
+  glGetFloatv(plain, ranges[1]);
+  return double(std::max(1.0f, std::min(ranges[0][1], ranges[1][1])));
+}
+
+// A tile shows a part of the frustum as large as the whole picture does, so that its scale is the picture's.
+void scaleWidths(ViewQuery& query, int viewHeight) {
+  if (viewHeight > 0) {
+    const double halfOpening = std::acos(-1.0) / 8;
+    query.widthScale = query.height * std::abs(query.projection(1, 1)) * std::tan(halfOpening) / viewHeight;
+  }
+  query.widestPoint = widest(GL_SMOOTH_POINT_SIZE_RANGE, GL_ALIASED_POINT_SIZE_RANGE);
+  query.widestLine = widest(GL_SMOOTH_LINE_WIDTH_RANGE, GL_ALIASED_LINE_WIDTH_RANGE);
 }
 
 // Draws batches one after the other, changing only the state that differs.
@@ -189,6 +205,8 @@ class Painter {
     mp_Current = batch.geometry;
     batch.buffer->bind(*batch.geometry);
     setUpMaterial(*batch.geometry);
+    glPointSize(batch.width);
+    glLineWidth(batch.width);
   }
 
   // Colours are premultiplied where they are kept, so that alpha is the share that is covered.
@@ -227,6 +245,7 @@ struct SceneDrawer::Private {
   util::YPointer<Scene> scene;
   int width = 1, height = 1;
   int samples = 0;
+  int viewHeight = 0;
   DrawList list;
   SmoothBuffer buffer;
   double indicesPerMs = 1000;  // that a part has drawn
@@ -245,7 +264,8 @@ struct SceneDrawer::Private {
 
 void SceneDrawer::Private::begin(const StateGuard& state, double detail, int layers, int kinds,
                                  const math::Matrix4& transform, std::initializer_list<const SceneElement*> elements) {
-  const ViewQuery query{state.projection(), width, height, detail, layers, kinds};
+  ViewQuery query{state.projection(), width, height, detail, layers, kinds};
+  scaleWidths(query, viewHeight);
   list.clear();
   for (const SceneElement* element : elements)
     if (element) list.collect(*element, state.modelView() * transform, query);
@@ -294,7 +314,10 @@ bool SceneDrawer::Private::drawPart(const StateGuard& state, double milliseconds
 
 SceneDrawer::SceneDrawer(const util::YPointer<Scene>& scene) : d(std::make_unique<Private>()) {
   d->scene = scene;
-  if (const gui::Viewer* viewer = gui::Viewer::getInstance()) d->samples = viewer->getSamples();
+  if (const gui::Viewer* viewer = gui::Viewer::getInstance()) {
+    d->samples = viewer->getSamples();
+    d->viewHeight = viewer->getViewHeight();
+  }
 }
 
 SceneDrawer::~SceneDrawer() = default;
@@ -306,6 +329,8 @@ void SceneDrawer::resize(int width, int height) {
 }
 
 QColor SceneDrawer::getBackgroundColor() const { return d->scene->getBackgroundColor(); }
+
+void SceneDrawer::setViewHeight(int pixels) { d->viewHeight = pixels; }
 
 void SceneDrawer::setSamples(int samples) { d->samples = samples; }
 

@@ -33,7 +33,7 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   /// Edges are smoothed with the viewer's number of samples. A picture (no layers beyond 3) keeps an edge
   /// pixel's own colour and carries coverage in alpha, so that it composes over any background; with
   /// overlay layers edges blend into the background colour. The framebuffer's depth is not kept.
-  /// Primitives with a width in pixels are drawn whole where they only reach into the area.
+  /// Points and lines, which have a width, are drawn whole where they only reach into the area.
   void glDraw(const util::YPointer<SceneElement>& root, const util::YPointer<SceneElement>& second,
               const math::Matrix4& transform, double detail, int layers, int kinds);
 
@@ -43,6 +43,10 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   /// Draws on for about so long. False: the drawing is complete, and is now in the framebuffer.
   [[nodiscard]] bool drawPart(double milliseconds);
 
+  /// Height of the view in which the widths of points and lines are in pixels: in a larger picture of it they are as
+  /// much larger, as far as OpenGL can draw them. 0: they are in pixels of any picture. That of the viewer's active
+  /// panel when the drawer was made.
+  void setViewHeight(int pixels);
   /// Samples per pixel for edge smoothing, 0 for none; the viewer's setting when the drawer was made.
   void setSamples(int samples);
 

@@ -267,7 +267,7 @@ TEST_F(DrawerTest, TilesFitTogetherToThePictureDrawnAtOnce) {
     }
 }
 
-TEST_F(DrawerTest, WidePointAcrossATilesCornerIsWhole) {
+TEST_F(DrawerTest, WidePointAcrossATilesCornerIsWholeAndGrowsWithThePicture) {
   GeometryPointer point(new Geometry);
   point->kind = KindPoints;
   point->width = 11;
@@ -279,11 +279,23 @@ TEST_F(DrawerTest, WidePointAcrossATilesCornerIsWhole) {
   shot.root = element({point});
   shot.width = shot.height = 256;  // so that four tiles of 128 meet in the point's centre
   shot.transform = math::translation(0.002, 0.003, -3);
-  const QImage picture = drawTiled(shot, 128);
-  int covered = 0;
-  for (int y = 0; y < 256; ++y)
-    for (int x = 0; x < 256; ++x) covered += picture.pixel(x, y) == qRgba(255, 0, 0, 255);
-  EXPECT_EQ(covered, 11 * 11);
+  const auto coveredIn = [](const QImage& picture) {
+    int covered = 0;
+    for (int y = 0; y < 256; ++y)
+      for (int x = 0; x < 256; ++x) covered += picture.pixel(x, y) == qRgba(255, 0, 0, 255);
+    return covered;
+  };
+  EXPECT_EQ(coveredIn(drawTiled(shot, 128)), 11 * 11);
+
+  // The panel shows an angle of 45 degrees, the shot about one more: 11 * 2 * tan(22.5) / tan(23.14) is 21.3.
+  gui::ScenePanel panel;
+  panel.resize(300, 128);
+  viewer.setActivePanel(&panel);
+  EXPECT_EQ(coveredIn(drawTiled(shot, 128)), 21 * 21);
+  panel.resize(300, 1);
+  viewer.setActivePanel(nullptr);
+  viewer.setActivePanel(&panel);
+  EXPECT_GT(coveredIn(drawTiled(shot, 128)), 60 * 60) << "as wide as OpenGL allows, at least 63";
 }
 
 TEST_F(DrawerTest, LeavingOutWhatCannotBeSeenChangesNoPixel) {
