@@ -60,13 +60,14 @@ void ScenePanel::paintGL() {
   if (!scene) return;
   const scene::SceneLocker locker(scene, scene::LockAll);
   if (!m_Drawer) m_Drawer = std::make_unique<scene::SceneDrawer>(scene);
-  beginFrame(*m_Drawer);
+  // What does without details does without smooth edges, too.
+  beginFrame(*m_Drawer, m_Detail > 0 ? 0 : Viewer::getInstance()->getSamples());
   m_Drawer->glDraw(scene->getRootNode(), nullptr, getScaledTransformMatrix(), m_Detail, AllLayers, AllKinds);
   endFrame();
 }
 
-void ScenePanel::beginFrame(scene::SceneDrawer& drawer) const {
-  drawer.setSamples(Viewer::getInstance()->getSamples());
+void ScenePanel::beginFrame(scene::SceneDrawer& drawer, int samples) const {
+  drawer.setSamples(samples);
   drawer.setViewHeight(height());
   const QSize pixels = size() * devicePixelRatioF();
   const QColor background = drawer.getBackgroundColor();

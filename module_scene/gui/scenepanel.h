@@ -42,7 +42,7 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   void paintGL() override;
   void resizeEvent(QResizeEvent* event) override;
   /// Clears the bound framebuffer, which has the panel's size, and sets up the drawer and the matrices for it.
-  void beginFrame(scene::SceneDrawer& drawer) const;
+  void beginFrame(scene::SceneDrawer& drawer, int samples) const;
   /// Makes the bound framebuffer opaque, whatever the drawer left.
   static void endFrame();
   void mousePressEvent(QMouseEvent* event) override;

@@ -1,13 +1,10 @@
 #include "module_scene/scene/buffercache.h"
 
-#include <QMutex>
 #include <QOpenGLFunctions>
 
 namespace nubo::scene {
 
 namespace {
-
-QMutex s_Mutex;  // guards the buffer members of all geometries and textures
 
 template <class T>
 GLsizeiptr bytesOf(const std::vector<T>& values) {
@@ -40,8 +37,8 @@ class BindingGuard {
 };
 
 template <class Buffer, class Source>
-util::YPointer<Buffer> upToDate(util::YPointer<Buffer>& buffer, const Source& source) {
-  const QMutexLocker locker(&s_Mutex);
+util::YPointer<Buffer> upToDate(QMutex& mutex, util::YPointer<Buffer>& buffer, const Source& source) {
+  const QMutexLocker locker(&mutex);
   if (!buffer || !buffer->isUsable()) {
     const BindingGuard bindings;
     buffer = new Buffer(source);
@@ -157,11 +154,19 @@ Texture::Texture(const QImage& image, bool repeat) : m_Image(image), m_Repeat(re
 Texture::~Texture() = default;
 
 util::YPointer<GeometryBuffer> BufferCache::buffer(const Geometry& geometry) {
-  return upToDate(geometry.m_Buffer, geometry);
+  return upToDate(geometry.m_BufferMutex, geometry.m_Buffer, geometry);
+}
+
+void BufferCache::fill(const SceneElement& root) {
+  for (const auto& geometry : root.getGeometries()) {
+    buffer(*geometry);
+    if (geometry->material && geometry->material->texture) buffer(*geometry->material->texture);
+  }
+  for (const auto& child : root.getChildren()) fill(*child);
 }
 
 util::YPointer<TextureBuffer> BufferCache::buffer(const Texture& texture) {
-  return upToDate(texture.m_Buffer, texture);
+  return upToDate(texture.m_BufferMutex, texture.m_Buffer, texture);
 }
 
 }  // namespace nubo::scene

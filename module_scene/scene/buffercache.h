@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "module_scene/scene/geometry.h"
+#include "module_scene/scene/sceneelement.h"
 #include "module_scene/scene/sharedname.h"
 
 namespace nubo::scene {
@@ -50,6 +50,8 @@ class BufferCache {
  public:
   static util::YPointer<GeometryBuffer> buffer(const Geometry& geometry);
   static util::YPointer<TextureBuffer> buffer(const Texture& texture);
+  /// Makes the copies of all in and below an element, so that no drawing has to wait for them.
+  static void fill(const SceneElement& root);
 };
 
 }  // namespace nubo::scene

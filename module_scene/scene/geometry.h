@@ -1,6 +1,7 @@
 // What elements are made of: faces, lines or points.
 #pragma once
 
+#include <QMutex>
 #include <array>
 #include <cstdint>
 #include <vector>
@@ -68,6 +69,7 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
 
  private:
   friend class BufferCache;
+  mutable QMutex m_BufferMutex;                     ///< guards m_Buffer, also while it is made
   mutable util::YPointer<GeometryBuffer> m_Buffer;  ///< OpenGL's copy, see BufferCache
 };
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QImage>
+#include <QMutex>
 #include <QString>
 #include <array>
 
@@ -27,6 +28,7 @@ class NUBO_MODULE_SCENE_EXPORT Texture : public util::YObject {
   QImage m_Image;
   bool m_Repeat;
   bool m_Transparent;
+  mutable QMutex m_BufferMutex;                    ///< guards m_Buffer, also while it is made
   mutable util::YPointer<TextureBuffer> m_Buffer;  ///< OpenGL's copy, see BufferCache
 };
 

@@ -354,6 +354,8 @@ void SceneDrawer::beginParts(const util::YPointer<SceneElement>& root, const mat
   d->begin(StateGuard(), 0.0, layers, kinds, transform, {root.get()});
 }
 
+void SceneDrawer::upload(const SceneElement& root) { BufferCache::fill(root); }
+
 bool SceneDrawer::drawPart(double milliseconds) { return d->drawPart(StateGuard(), milliseconds); }
 
 }  // namespace nubo::scene

@@ -43,6 +43,10 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   /// Draws on for about so long. False: the drawing is complete, and is now in the framebuffer.
   [[nodiscard]] bool drawPart(double milliseconds);
 
+  /// Copies what is drawn of `root` to OpenGL's memory, so that the first drawing does not have to. Any thread with a
+  /// current context that shares with the viewer's.
+  static void upload(const SceneElement& root);
+
   /// Height of the view in which the widths of points and lines are in pixels: in a larger picture of it they are as
   /// much larger, as far as OpenGL can draw them. 0: they are in pixels of any picture. That of the viewer's active
   /// panel when the drawer was made.

@@ -1,8 +1,14 @@
 #include "nubo/window/sceneloader.h"
 
+#include <QCoreApplication>
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
+
 #include "module_scene/scene/builtinanimation.h"
 #include "module_scene/scene/builtinscene.h"
 #include "module_scene/scene/coarsening.h"
+#include "module_scene/scene/scenedrawer.h"
+#include "module_scene/scene/sharedcontext.h"
 #include "nubo/commandline.h"
 
 namespace nubo::window {
@@ -48,10 +54,40 @@ io::ImportResult readAll(QStringList& files, QStringList& failed) {
 
 }  // namespace
 
+/// An OpenGL context for the reading thread. Made and destroyed on the application thread.
+class SceneLoader::Uploader {
+ public:
+  Uploader() {
+    const scene::SharedContext* shared = scene::_GlobalContext();
+    if (!shared || !shared->glContext()) return;
+    m_Context.setShareContext(shared->glContext());
+    m_Context.setFormat(shared->glContext()->format());
+    m_Surface.setFormat(m_Context.format());
+    m_Surface.create();
+    m_Context.create();
+  }
+
+  /// Before the thread starts.
+  void giveTo(QThread* thread) { m_Context.moveToThread(thread); }
+
+  /// On the thread that it was given to, which then has it no more.
+  void upload(const scene::SceneElement* root) {
+    if (root && m_Context.isValid() && m_Context.makeCurrent(&m_Surface)) {
+      scene::SceneDrawer::upload(*root);
+      m_Context.doneCurrent();
+    }
+    m_Context.moveToThread(QCoreApplication::instance()->thread());
+  }
+
+ private:
+  QOpenGLContext m_Context;
+  QOffscreenSurface m_Surface;
+};
+
 SceneLoader::SceneLoader(QObject* parent) : QObject(parent) {}
 
 SceneLoader::~SceneLoader() {
-  if (m_Thread.joinable()) m_Thread.join();
+  if (m_Thread) m_Thread->wait();
 }
 
 bool SceneLoader::isBuiltin(const QString& file) { return file == app::BuiltinScene; }
@@ -65,18 +101,23 @@ void SceneLoader::startNext() {
   const QStringList files = std::exchange(m_Next, {});
   if (files.isEmpty()) return;
   emit started(files);
-  m_Thread = std::thread([this, files = QStringList(files)]() mutable {
+  if (!m_Uploader) m_Uploader = std::make_unique<Uploader>();
+  m_Thread.reset(QThread::create([this, files = QStringList(files)]() mutable {
     QStringList failed;
     const auto result = std::make_shared<io::ImportResult>(readAll(files, failed));
     if (result->root) scene::makeCoarseVersions(*result->root);
+    m_Uploader->upload(result->root.get());
     QMetaObject::invokeMethod(
         this, [this, files, failed, result] { end(files, failed, result); }, Qt::QueuedConnection);
-  });
+  }));
+  m_Uploader->giveTo(m_Thread.get());
+  m_Thread->start();
 }
 
 void SceneLoader::end(const QStringList& files, const QStringList& failed,
                       const std::shared_ptr<io::ImportResult>& result) {
-  m_Thread.join();
+  m_Thread->wait();
+  m_Thread.reset();
   const bool outdated = !m_Next.isEmpty();
   if (!outdated) emit finished(files, failed, *result);
   startNext();

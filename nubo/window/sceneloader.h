@@ -3,14 +3,14 @@
 
 #include <QObject>
 #include <QStringList>
+#include <QThread>
 #include <memory>
-#include <thread>
 
 #include "module_scene/io/importer.h"
 
 namespace nubo::window {
 
-/// Reads on a thread of its own. Used on the application thread.
+/// Reads on a thread of its own, and makes what is read ready to be drawn. Used on the application thread.
 class SceneLoader : public QObject {
   Q_OBJECT
  public:
@@ -20,7 +20,7 @@ class SceneLoader : public QObject {
 
   /// Reads the files into one scene. What is being read meanwhile is dropped when it comes.
   void load(const QStringList& files);
-  bool isLoading() const { return m_Thread.joinable(); }
+  bool isLoading() const { return m_Thread != nullptr; }
   static bool isBuiltin(const QString& file);
 
  signals:
@@ -33,8 +33,10 @@ class SceneLoader : public QObject {
   void startNext();
   void end(const QStringList& files, const QStringList& failed, const std::shared_ptr<io::ImportResult>& result);
 
-  std::thread m_Thread;
-  QStringList m_Next;  ///< to be read when the present ones are done with
+  class Uploader;
+  std::unique_ptr<Uploader> m_Uploader;
+  std::unique_ptr<QThread> m_Thread;  ///< there is one while a file is read
+  QStringList m_Next;                 ///< to be read when the present ones are done with
 };
 
 }  // namespace nubo::window

@@ -160,7 +160,7 @@ bool ViewPanel::drawPart(const View& view) {
     m_Whole = std::make_unique<QOpenGLFramebufferObject>(view.pixels, QOpenGLFramebufferObject::CombinedDepthStencil);
   m_Whole->bind();
   if (!(m_Begun == view)) {
-    beginFrame(*m_WholeDrawer);
+    beginFrame(*m_WholeDrawer, view.samples);
     m_WholeDrawer->beginParts(scene::_GlobalScene()->getRootNode(), view.transform, AllLayers, AllKinds);
     m_Begun = view;
     m_Complete = false;

@@ -79,7 +79,7 @@ class ViewPanel : public gui::ScenePanel {
   bool m_Complete = false;
   qint64 m_WholeTime = 0;     ///< milliseconds that it has taken
   bool m_Slow = false;        ///< the last whole drawing took too long for a moving view
-  double m_MovingDetail = 4;  ///< what a moving view leaves out, in pixels
+  double m_MovingDetail = 32;  ///< what a moving view leaves out, in pixels
   QTimer m_Rest;              ///< runs while the view moves
   QTimer m_Parts;             ///< runs while the whole is drawn
   bool m_ShowsAll = true;     ///< and nobody has moved the view since
