@@ -216,7 +216,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, con
 // Adds to the batch whose ranges begin at `firstRange`; ranges that follow each other become one.
 // Long ranges are not worth joining, and stand in the way of drawing in parts.
 void DrawList::addRange(std::size_t firstRange, const Range& range) {
-  constexpr int Long = 3 << 14;
+  constexpr int Long = 3 << 12;
   const auto offset = [](std::size_t index) { return reinterpret_cast<const void*>(index * sizeof(std::uint32_t)); };
   if (m_Counts.size() > firstRange && m_RangeEnd == range.first && m_Counts.back() < Long) {
     m_Counts.back() += int(range.count);
