@@ -486,7 +486,11 @@ void MainWindow::showRecords(const QVector<log::Record>& records) {
 }
 
 void MainWindow::showFailures(const QStringList& failures) {
-  for (const QString& failure : failures) mp_Messages->showFailure(failure);
+  if (failures.isEmpty()) return;
+  QVector<log::Record> records;
+  for (const QString& failure : failures)
+    records.append({log::Failure, QString(), 0, QString(), failure, QDateTime::currentDateTime(), nullptr});
+  showRecords(records);
 }
 
 void MainWindow::chooseBackground() {

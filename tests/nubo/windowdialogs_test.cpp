@@ -221,6 +221,8 @@ TEST_F(WindowTest, GoesOnWithModulesThatCannotBeLoaded) {
   ASSERT_NO_FATAL_FAILURE(openWindow());
   window->showFailures(failures);
   EXPECT_TRUE(message().contains("cut.so") && message().contains('2')) << message().toStdString();
+  const auto* log = window->findChild<QTreeView*>("log")->model();
+  EXPECT_EQ(log->match(log->index(0, 2), Qt::DisplayRole, "Module \"cut.so\"", -1, Qt::MatchStartsWith).size(), 1);
   keepScreenshot("broken-modules");
   ASSERT_NO_FATAL_FAILURE(openCube());
   pressShortcut(Qt::Key_Escape);
