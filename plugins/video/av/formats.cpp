@@ -25,9 +25,10 @@ const std::array<Format, 6> formats{{
     {"mov", "mov", "movflags=write_colr", "prores_ks", "profile=4444:vendor=apl0", NUBO_BT709 ",format=yuva444p10",
      false, false, 0, nullptr},
     {"avi", "avi", "", "mpeg4", "", NUBO_BT709_420 "yuv420p", true, false, 0, &tagMpeg4Colours},
+    // One palette for all: only the first palette of a file lets a frame leave out what stays as it was.
     {"gif", "gif", "", "gif", "",
-     "format=bgr24,split[picture][copy];[copy]palettegen=stats_mode=single:reserve_transparent=0[palette];"
-     "[picture][palette]paletteuse=new=1:dither=sierra2_4a",
+     "format=bgr24,split[picture][copy];[copy]trim=end_frame=HELD_FRAMES,palettegen=reserve_transparent=0[palette];"
+     "[picture][palette]paletteuse=dither=sierra2_4a:diff_mode=rectangle",
      false, false, 100, nullptr},
 }};
 

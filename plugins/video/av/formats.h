@@ -11,7 +11,8 @@ struct Format {
   const char* muxerOptions;  ///< "name=value:name=value"
   const char* codec;         ///< FFmpeg's name of the encoder
   const char* codecOptions;
-  const char* filter;       ///< turns BGRA frames into what the encoder takes
+  /// Turns BGRA frames into what the encoder takes. HELD_FRAMES stands for as many as may be held back meanwhile.
+  const char* filter;
   bool hasTargetBitrate;    ///< false: the quality is fixed and the bit rate setting has no effect
   bool isFragmented;        ///< written in fragments, to be merged when the file is complete
   int maxFps;               ///< more do not fit the container's clock; 0: no limit

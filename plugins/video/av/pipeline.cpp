@@ -97,11 +97,17 @@ const Picture& checked(const Format& format, const Picture& picture) {
   return picture;
 }
 
+QByteArray filterFor(const Format& format, const Picture& picture) {
+  constexpr double Memory = 256 << 20, BytesPerPixel = 3;
+  const double frames = Memory / BytesPerPixel / picture.width / picture.height;
+  return QByteArray(format.filter).replace("HELD_FRAMES", QByteArray::number(std::max(1, static_cast<int>(frames))));
+}
+
 }  // namespace
 
 Pipeline::Pipeline(const Format& format, const Picture& picture, QIODevice* device)
     : m_Format(format),
-      m_Filter(format.filter, checked(format, picture).width, picture.height, picture.fps, threadCount()),
+      m_Filter(filterFor(format, checked(format, picture)), picture.width, picture.height, picture.fps, threadCount()),
       m_Codec(openCodec(format, picture, m_Filter.pixelFormat(), m_Filter.timeBase())),
       m_Muxer(device, format.muxer, format.muxerOptions, *parametersOf(m_Codec.get()), picture.fps),
       m_Raw(rawFrame(picture)),
