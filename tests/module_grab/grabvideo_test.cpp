@@ -37,12 +37,12 @@ TEST_F(RecordingTest, EncodesWhatWasRecordedUntilTheAbort) {
       },
       Qt::DirectConnection);
 
-  QString detail;
+  std::string detail;
   QObject::connect(
       command.monitor(), &main::CommandMonitor::detailChanged, command.monitor(),
       [&](const QString& figures) {
         const QMutexLocker locker(&mutex);
-        detail = figures;
+        detail = figures.toStdString();
       },
       Qt::DirectConnection);
 
@@ -58,7 +58,8 @@ TEST_F(RecordingTest, EncodesWhatWasRecordedUntilTheAbort) {
   EXPECT_EQ(m_Log.messages(log::Failure), std::vector<QString>{});
   EXPECT_TRUE(m_RegisteredEnabled);
 
-  EXPECT_EQ(detail, QStringLiteral("%1 frames, %1 encoded").arg(m_Encoding.frames().size()));
+  const std::string frames = std::to_string(m_Encoding.frames().size());
+  EXPECT_EQ(detail, frames + " frames, " + frames + " encoded");
   const auto chunks = m_Encoding.chunks();
   for (std::size_t i = 0; i < chunks.size(); ++i) {
     const bool last = i + 1 == chunks.size();

@@ -172,3 +172,21 @@ void QSettings::setValue(const QString& key, const QVariant& value) {
   const Bookkeeping bookkeeping;
   own(this, key, value);
 }
+
+// Constructors and destructors cannot be defined a second time in C++, but functions with their names for the linker
+// can.
+void makeSettings(QSettings* settings, const QString& fileName, QSettings::Format format,
+                  QObject* parent) __asm__("_ZN9QSettingsC1ERK7QStringNS_6FormatEP7QObject");
+void destroySettings(QSettings* settings) __asm__("_ZN9QSettingsD1Ev");
+
+void makeSettings(QSettings* settings, const QString& fileName, QSettings::Format format, QObject* parent) {
+  static const auto own = qtsOwn<decltype(&makeSettings)>("_ZN9QSettingsC1ERK7QStringNS_6FormatEP7QObject");
+  const Bookkeeping bookkeeping;
+  own(settings, fileName, format, parent);
+}
+
+void destroySettings(QSettings* settings) {
+  static const auto own = qtsOwn<decltype(&destroySettings)>("_ZN9QSettingsD1Ev");
+  const Bookkeeping bookkeeping;
+  own(settings);
+}
