@@ -2,15 +2,29 @@
 
 #include <QFileInfo>
 #include <QLocale>
+#include <QSettings>
 #include <QTimer>
 #include <cstdlib>
 
+#include "kernel/main/overseer.h"
 #include "nubo/commandarguments.h"
 #include "nubo/interrupt.h"
 #include "nubo/report.h"
 #include "nubo/terminalprogress.h"
 
 namespace nubo::app {
+
+namespace {
+
+/// The empty text, or why the settings that were just stored are lost with this program.
+QString writeSettings() {
+  QSettings* settings = main::nuboSettings();
+  settings->sync();
+  if (settings->status() == QSettings::NoError) return QString();
+  return QStringLiteral("the settings cannot be written to %1").arg(settings->fileName());
+}
+
+}  // namespace
 
 CommandRun::CommandRun(main::Command& command, const QString& call, Report& report, TerminalProgress& progress)
     : m_Command(command), m_Call(call), m_Report(report), m_Progress(progress) {}
@@ -55,6 +69,8 @@ void CommandRun::interrupt() {
 ExitStatus CommandRun::judge() {
   const QString milestone = m_Report.lastMilestone();
   QStringList failures = m_Report.takeFailures();
+  if (failures.isEmpty() && dynamic_cast<main::SettingsCommand*>(&m_Command))
+    if (const QString failure = writeSettings(); !failure.isEmpty()) failures << failure;
   const QStringList files = targetFiles(m_Command);
   for (const QString& file : files)
     if (failures.isEmpty() && !QFileInfo::exists(file))
