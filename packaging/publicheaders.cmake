@@ -24,6 +24,7 @@ set(NUBO_PUBLIC_HEADERS
   kernel/util/yprogressdialog.h
   kernel/visibility.h
   module_scene/gui/camera.h
+  module_scene/gui/framing.h
   module_scene/gui/scenepanel.h
   module_scene/gui/viewer.h
   module_scene/io/importer.h

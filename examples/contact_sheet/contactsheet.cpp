@@ -12,8 +12,8 @@
 #include "kernel/main/overseer.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterpanelfactory.h"
-#include "kernel/util/delegate.h"
 #include "module_grab/commands/grabimage.h"
+#include "module_scene/gui/framing.h"
 #include "module_scene/gui/viewer.h"
 
 namespace {
@@ -63,7 +63,7 @@ class ContactSheet : public main::Command {
       updateProcessed(100 * i / 6);
       updateText(QString::fromLatin1(Views[i]));
       const std::optional<QImage> view = grab(Views[i], width, height);
-      if (!view) return logFailure(__LINE__, "There is no scene to draw");
+      if (!view) return logFailure(__LINE__, "The scene cannot be drawn");
       painter.drawImage(i % Columns * width, i / Columns * height, *view);
     }
     painter.end();
@@ -72,26 +72,26 @@ class ContactSheet : public main::Command {
 
  private:
   static std::optional<QImage> grab(const char* view, int width, int height) {
-    gui::ScenePanel* panel = nullptr;
     gui::Camera camera;
-    bool valid = camera.setView(view);
-    // Panels and what they show belong to the application thread.
-    util::WorkerDelegate::invokeSync(new util::FunctionDelegate([&] {
-      panel = gui::Viewer::getInstance()->getActivePanel();
+    const bool known = camera.setView(view);
+    {
       const auto scene = gui::Viewer::getInstance()->getGlobalScene();
       const scene::SceneLocker lock(scene, scene::LockAll);
       const auto root = scene->getRootNode();
-      valid = valid && panel && root;
-      if (valid) camera.fit(root->getBoundingBox(), width, height);
-    }));
-    if (!valid) return std::nullopt;
+      if (!known || !root) return std::nullopt;
+      gui::Framing framing(camera, root->getBoundingBox());
+      framing.add(*root);
+      camera = framing.camera(width, height);
+    }
 
-    // Image and matrix stay the caller's. Handed over on a command thread, the command runs right here.
+    // Image and matrix stay the caller's; a panel, which the user could close meanwhile, is not needed. Handed over on
+    // a command thread, the command runs right here.
     QImage image(width, height, QImage::Format_ARGB32);
     image.fill(Qt::transparent);
     const math::Matrix4 transform = camera.transform();
-    commands::grab::GrabImage command(&image, &transform, panel);
-    main::Overseer::getInstance()->getCommandProcessor()->processCommand(&command, main::CommandProcessor::Wait, true);
+    commands::grab::GrabImage command(&image, &transform, nullptr);
+    auto* processor = main::Overseer::getInstance()->getCommandProcessor();
+    if (!processor->processCommand(&command, main::CommandProcessor::Wait, true)) return std::nullopt;
     return image;
   }
 

@@ -6,10 +6,14 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QImage>
+#include <QMimeDatabase>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <cstdlib>
+#include <map>
 #include <memory>
+
+#include "module_scene/io/importer.h"
 
 using testing::HasSubstr;
 
@@ -62,12 +66,13 @@ class Package : public testing::Test {
     ASSERT_EQ(packed.status, 0) << packed.output;
     for (const QString& package : QDir(path("packages")).entryList({"*.deb"}))
       ASSERT_EQ(run("dpkg-deb", {"-x", path("packages/" + package), path("unpacked")}, path()).status, 0);
-    ASSERT_TRUE(QDir(path()).rename("unpacked/usr", "somewhere else"));
+    ASSERT_TRUE(QDir(path()).mkdir(QStringLiteral("Große Platte")));
+    ASSERT_TRUE(QDir(path()).rename("unpacked/usr", QStringLiteral("Große Platte/nubo 0")));
   }
   static void TearDownTestSuite() { s_Directory.reset(); }
 
   static QString path(const QString& name = QString()) { return s_Directory->filePath(name); }
-  static QString prefix(const QString& name = QString()) { return path("somewhere else/" + name); }
+  static QString prefix(const QString& name = QString()) { return path(QStringLiteral("Große Platte/nubo 0/") + name); }
 
   static Outcome nubo(const QString& line) {
     const QStringList arguments = QStringList{"--settings", path("nubo.ini"), "--samples", "0"} + line.split(' ');
@@ -119,6 +124,24 @@ TEST_F(Package, KnowsNothingOfWhereItWasBuilt) {
   EXPECT_GT(count, 60);
 }
 
+TEST_F(Package, IsOfferedForModelFiles) {
+  qputenv("XDG_DATA_DIRS", QFile::encodeName(prefix("share")) + ":/usr/local/share:/usr/share");
+  const QByteArray entry = contentOf(prefix("share/applications/nubo.desktop"));
+  const QByteArray types = entry.mid(entry.indexOf("\nMimeType=") + 10).split('\n').first();
+  const QMimeDatabase database;
+  // Programs of a game console have the first suffix too, and pictures of an old drawing program the second.
+  const std::map<QString, QByteArray> content = {{"3ds", QByteArray("MM\x1e\0\0\0\x02\0", 8)}, {"obj", "v 0 0 0\n"}};
+  for (const char* suffix : {"3ds", "3mf", "dae", "fbx", "glb", "gltf", "lwo", "obj", "off", "ply", "stl", "x3d"}) {
+    const auto found = content.find(suffix);
+    const QString type = database
+                             .mimeTypeForFileNameAndData(QStringLiteral("model.") + suffix,
+                                                         found == content.end() ? QByteArray() : found->second)
+                             .name();
+    EXPECT_TRUE(types.split(';').contains(type.toLatin1())) << suffix << ": " << type.toStdString();
+    EXPECT_TRUE(nubo::io::importableSuffixes().contains(suffix)) << suffix;
+  }
+}
+
 TEST_F(Package, GrabsAPictureFromItsNewPlace) {
   expectDone("--size 64x48 grabimage --filename picture.png --width 1200");
   const QImage picture(path("picture.png"));
@@ -165,7 +188,7 @@ TEST_F(Package, HasWholeHeaders) {
 int luma(QRgb pixel) { return int(0.299 * qRed(pixel) + 0.587 * qGreen(pixel) + 0.114 * qBlue(pixel) + 0.5); }
 
 TEST_F(Package, TakesTheExampleEncoder) {
-  ASSERT_NO_FATAL_FAILURE(build(NUBO_SOURCE_TREE "/examples/picture_archive"));
+  ASSERT_NO_FATAL_FAILURE(build(prefix("share/doc/nubo/examples/picture_archive")));
   constexpr int Width = 96, Height = 64, Frames = 5;
   const QString recording = "--turntable 5 grabvideo --width 96 --height 64 --filename ";
   expectDone(recording + "video.png.tar");
@@ -197,8 +220,8 @@ TEST_F(Package, TakesTheExampleEncoder) {
 }
 
 TEST_F(Package, TakesTheExampleModule) {
-  ASSERT_NO_FATAL_FAILURE(build(NUBO_SOURCE_TREE "/examples/contact_sheet"));
-  expectDone("contactsheet --filename sheet.png --width 160");
+  ASSERT_NO_FATAL_FAILURE(build(prefix("share/doc/nubo/examples/contact_sheet")));
+  expectDone("--size 160x120 contactsheet --filename sheet.png --width 160");
   const QImage sheet(path("sheet.png"));
   ASSERT_EQ(sheet.size(), QSize(480, 240));
   const char* views[] = {"front", "right", "top", "back", "left", "bottom"};
