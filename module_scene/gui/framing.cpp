@@ -1,6 +1,7 @@
 #include "module_scene/gui/framing.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -16,6 +17,34 @@ constexpr double Infinity = std::numeric_limits<double>::infinity();
 double sizeOf(const scene::BoundingBox& box) {
   const double size = std::hypot(box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]);
   return size > 0 && std::isfinite(size) ? size : 1;
+}
+
+/// With more vertices than that, a geometry is looked at once for its outline, however often it is added.
+constexpr std::size_t Many = 50000;
+
+/// Of each run of vertices, which lie close together, those that stand out farthest along the axes and between them.
+std::vector<float> outline(const std::vector<float>& positions) {
+  constexpr std::size_t RunLength = 3 * 512, Directions = 14;
+  std::vector<float> result;
+  for (std::size_t begin = 0; begin < positions.size(); begin += RunLength) {
+    std::array<float, Directions> farthest;
+    farthest.fill(-std::numeric_limits<float>::infinity());
+    std::array<std::size_t, Directions> at{};
+    for (std::size_t i = begin; i < std::min(begin + RunLength, positions.size()); i += 3) {
+      const float x = positions[i], y = positions[i + 1], z = positions[i + 2];
+      const std::array<float, 7> along{x, y, z, x + y + z, x + y - z, x - y + z, x - y - z};
+      for (std::size_t d = 0; d < Directions; ++d) {
+        const float value = d % 2 ? -along[d / 2] : along[d / 2];
+        if (value <= farthest[d]) continue;
+        farthest[d] = value;
+        at[d] = i;
+      }
+    }
+    std::sort(at.begin(), at.end());
+    for (auto i = at.begin(), end = std::unique(at.begin(), at.end()); i != end; ++i)
+      result.insert(result.end(), &positions[*i], &positions[*i] + 3);
+  }
+  return result;
 }
 
 math::Matrix4 toViewOf(Camera camera, const scene::BoundingBox& box) {
@@ -40,22 +69,15 @@ void Framing::add(const scene::SceneElement& element, const math::Matrix4& paren
   for (const auto& child : element.getChildren()) add(*child, toView);
 }
 
-/// The clusters of big geometries are small beside them, so that their boxes will do.
 void Framing::add(const scene::Geometry& geometry, const math::Matrix4& toView) {
-  constexpr std::size_t Big = 200000;
-  if (geometry.indices.size() < Big) {
-    for (const std::uint32_t index : geometry.indices) {
-      const float* position = &geometry.positions[std::size_t(index) * 3];
-      add(math::transformPoint(toView, {position[0], position[1], position[2]}));
-    }
-    return;
+  const std::vector<float>* positions = &geometry.positions;
+  if (geometry.vertexCount() > Many) {
+    std::vector<float>& kept = m_Outlines[&geometry];
+    if (kept.empty()) kept = outline(*positions);
+    positions = &kept;
   }
-  for (const scene::Cluster& cluster : geometry.clusters)
-    for (int corner = 0; corner < 8; ++corner) {
-      math::Vector3 point;
-      for (std::size_t i = 0; i < 3; ++i) point[i] = double((corner >> i & 1 ? cluster.max : cluster.min)[i]);
-      add(math::transformPoint(toView, point));
-    }
+  for (std::size_t i = 0; i < positions->size(); i += 3)
+    add(math::transformPoint(toView, {(*positions)[i], (*positions)[i + 1], (*positions)[i + 2]}));
 }
 
 void Framing::add(const math::Vector3& point) {
