@@ -243,8 +243,8 @@ QString helpText() {
       "Shows a scene in a window or, with a COMMAND, runs that on the scene without a window.\n"
       "SCENE is a model file (glTF, OBJ, STL, PLY, 3DS, COLLADA, FBX, ...) or \"%1\",\n"
       "the built-in scene, which is also what commands get without a SCENE. Several make up one scene.\n"
-      "A file that is named like a command is written ./NAME.\n"
-      "\"nubo --list-commands\" lists the commands, \"nubo COMMAND --help\" their parameters.\n"
+      "A file that is named like a command is written ./NAME. Options may also follow the command.\n"
+      "\"nubo --list-commands\" lists the commands, \"nubo COMMAND --help\" their parameters and file formats.\n"
       "Exit status: 0 done, 1 the command failed, 2 the call was wrong, 130 interrupted.\n");
   // The parser's own first line shows the program's path.
   return introduction.arg(BuiltinScene) + parser.helpText().section('\n', 1);
