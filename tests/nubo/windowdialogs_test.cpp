@@ -211,7 +211,7 @@ TEST_F(WindowTest, GoesOnWithModulesThatCannotBeLoaded) {
   const QByteArray image = good.readAll();
   writeFile("modules/empty.so", {});
   writeFile("modules/text.so", "no library");
-  writeFile("modules/cut.so", image.left(image.size() / 2));
+  writeFile("modules/cut.so", image.left(8192));
   LogCollector collector;
   main::ModuleManager::getInstance()->loadModules(folder.path(), [](const QString&) {});
   ASSERT_TRUE(host.settle());
