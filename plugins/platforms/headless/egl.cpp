@@ -29,7 +29,7 @@ bool Egl::load() {
          resolve(m_GetConfigAttrib, "eglGetConfigAttrib") && resolve(m_GetDisplay, "eglGetDisplay") &&
          resolve(m_GetProcAddress, "eglGetProcAddress") && resolve(m_Initialize, "eglInitialize") &&
          resolve(m_MakeCurrent, "eglMakeCurrent") && resolve(m_QueryString, "eglQueryString") &&
-         resolve(m_Terminate, "eglTerminate");
+         resolve(m_ReleaseThread, "eglReleaseThread") && resolve(m_Terminate, "eglTerminate");
 }
 
 bool Egl::hasExtension(EGLDisplay display, const char* name) const {

@@ -30,7 +30,11 @@ class Egl {
   EGLSurface createSurface() const;
   void destroy(EGLContext context, EGLSurface surface) const;
   bool makeCurrent(EGLContext context, EGLSurface surface) const;
-  void doneCurrent() const { makeCurrent(EGL_NO_CONTEXT, EGL_NO_SURFACE); }
+  /// Leaves nothing to be freed when the thread ends: the library's own exit handler may have freed it before.
+  void doneCurrent() const {
+    makeCurrent(EGL_NO_CONTEXT, EGL_NO_SURFACE);
+    m_ReleaseThread();
+  }
   EGLint attribute(EGLint name) const;
   QFunctionPointer function(const char* name) const;
 
@@ -60,6 +64,7 @@ class Egl {
   decltype(&eglInitialize) m_Initialize = nullptr;
   decltype(&eglMakeCurrent) m_MakeCurrent = nullptr;
   decltype(&eglQueryString) m_QueryString = nullptr;
+  decltype(&eglReleaseThread) m_ReleaseThread = nullptr;
   decltype(&eglTerminate) m_Terminate = nullptr;
 };
 
