@@ -9,6 +9,7 @@
 
 #include "kernel/main/modulemanager.h"
 #include "nubo/window/icons.h"
+#include "nubo/window/owntext.h"
 
 namespace nubo::window {
 
@@ -60,7 +61,7 @@ void AboutDialog::addModules(QTreeWidget* tree) const {
     auto* module = new QTreeWidgetItem(tree, {tr("Module %1").arg(name)});
     module->setIcon(0, information->getIcon());
     module->setText(3, information->getHomepage().toString());
-    addItem(module, {information->getDescription()})->setFirstColumnSpanned(true);
+    addItem(module, {ownText(information->getDescription())})->setFirstColumnSpanned(true);
     for (const main::ThirdPartyInfos& library : *information->getAdditionalInformations())
       addItem(module, {library.name, library.version, library.licence, library.url});
   }

@@ -8,6 +8,7 @@
 #include <QSettings>
 
 #include "kernel/main/overseer.h"
+#include "nubo/window/owntext.h"
 #include "nubo/window/parametereditor.h"
 #include "nubo/window/parameterpage.h"
 
@@ -16,7 +17,7 @@ namespace nubo::window {
 namespace {
 
 QString titleOf(const main::ParameterSet& set) {
-  if (!set.getName().isEmpty()) return set.getName();
+  if (!set.getName().isEmpty()) return ownText(set.getName());
   QStringList names;
   for (const main::AbstractParameter* parameter : set.parameters()) names << parameter->getName();
   return names.join(QStringLiteral(", "));
