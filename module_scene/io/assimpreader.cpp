@@ -11,6 +11,7 @@
 #include <assimp/DefaultLogger.hpp>
 #include <assimp/Importer.hpp>
 #include <assimp/LogStream.hpp>
+#include <optional>
 
 #include "module_scene/io/importer.h"
 #include "module_scene/io/importerror.h"
@@ -58,6 +59,33 @@ bool hasVerticalZ(const QString& suffix) {
                                     QStringLiteral("amf"), QStringLiteral("3mf"), QStringLiteral("dxf"),
                                     QStringLiteral("raw"), QStringLiteral("cob"), QStringLiteral("scn")};
   return suffixes.contains(suffix);
+}
+
+/// From what an FBX file says of its axes, which Assimp leaves as they are; nothing where that makes no sense.
+std::optional<math::Matrix4> statedUpright(const aiScene& scene) {
+  static constexpr struct {
+    const char *axis, *sign;
+    int row, direction;
+  } Axes[]{{"CoordAxis", "CoordAxisSign", 0, 1}, {"FrontAxis", "FrontAxisSign", 1, -1}, {"UpAxis", "UpAxisSign", 2, 1}};
+  math::Matrix4 upright = math::scaling(0, 0, 0);
+  unsigned seen = 0;
+  for (const auto& [axisName, signName, row, direction] : Axes) {
+    std::int32_t axis = -1, sign = 0;
+    const aiMetadata* stated = scene.mMetaData;
+    const bool isKnown = stated && stated->Get(axisName, axis) && stated->Get(signName, sign);
+    if (!isKnown || axis < 0 || axis > 2 || (sign != 1 && sign != -1)) return std::nullopt;
+    upright(row, axis) = direction * sign;
+    seen |= 1u << axis;
+  }
+  return seen == 7 ? std::optional(upright) : std::nullopt;
+}
+
+/// Turns the scene so that z is up.
+math::Matrix4 uprightFor(const QString& suffix, const aiScene& scene) {
+  if (hasVerticalZ(suffix)) return math::Matrix4();
+  math::Matrix4 yToZ;
+  yToZ(1, 1) = 0, yToZ(1, 2) = -1, yToZ(2, 1) = 1, yToZ(2, 2) = 0;
+  return suffix == QLatin1String("fbx") ? statedUpright(scene).value_or(yToZ) : yToZ;
 }
 
 [[noreturn]] void throwCause(const Assimp::Importer& importer) {
@@ -120,7 +148,7 @@ void readWithAssimp(const QString& fileName, ImportResult& result) {
   const QString suffix = QFileInfo(fileName).suffix().toLower();
   const bool linear =
       suffix == QLatin1String("gltf") || suffix == QLatin1String("glb") || suffix == QLatin1String("vrm");
-  SceneConverter(fileName, scene, result).convert(hasVerticalZ(suffix), linear);
+  SceneConverter(fileName, scene, result).convert(uprightFor(suffix, scene), linear);
 }
 
 QStringList assimpSuffixes() {

@@ -75,7 +75,7 @@ std::vector<scene::KeyFrame<Value>> convertKeys(const Key* keys, unsigned count,
 SceneConverter::SceneConverter(const QString& fileName, const aiScene& source, ImportResult& result)
     : m_FileName(fileName), m_Source(source), m_Result(result), m_Textures(fileName, source, result.warnings) {}
 
-void SceneConverter::convert(bool verticalZ, bool linearColors) {
+void SceneConverter::convert(const math::Matrix4& upright, bool linearColors) {
   m_LinearColors = linearColors;
   convertMaterials();
   convertMeshes();
@@ -83,18 +83,16 @@ void SceneConverter::convert(bool verticalZ, bool linearColors) {
   if (std::none_of(m_Geometries.begin(), m_Geometries.end(), hasContent))
     throw ImportError(m_Dropped ? QStringLiteral("none of its geometry has usable coordinates")
                                 : QStringLiteral("it holds no geometry"));
-  util::YPointer<scene::SceneElement> upright = convertNode(*m_Source.mRootNode, 0);
-  if (!verticalZ) {
+  util::YPointer<scene::SceneElement> content = convertNode(*m_Source.mRootNode, 0);
+  if (upright != math::Matrix4()) {
     // An element of its own, since the root node may be animated.
     const util::YPointer<scene::SceneElement> turned(new scene::SceneElement(QStringLiteral("upright")));
-    math::Matrix4 yToZ;
-    yToZ(1, 1) = 0, yToZ(1, 2) = -1, yToZ(2, 1) = 1, yToZ(2, 2) = 0;
-    turned->setTransform(yToZ);
-    turned->addChild(upright);
-    upright = turned;
+    turned->setTransform(upright);
+    turned->addChild(content);
+    content = turned;
   }
   const util::YPointer<scene::SceneElement> root(new scene::SceneElement(QFileInfo(m_FileName).fileName()));
-  root->addChild(upright);
+  root->addChild(content);
   if (root->getBoundingBox().isEmpty()) throw ImportError(QStringLiteral("it holds no geometry"));
   convertAnimations();
   m_Result.root = root;

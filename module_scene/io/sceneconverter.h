@@ -20,8 +20,9 @@ class SceneConverter {
  public:
   /// Both must outlive the converter.
   SceneConverter(const QString& fileName, const aiScene& source, ImportResult& result);
-  /// `verticalZ`: z is up in the source, else y. `linearColors`: see convertMaterial. Throws ImportError.
-  void convert(bool verticalZ, bool linearColors);
+  /// `upright` turns the source so that x points to the right, and z up. `linearColors`: see convertMaterial. Throws
+  /// ImportError.
+  void convert(const math::Matrix4& upright, bool linearColors);
 
  private:
   void convertMaterials();

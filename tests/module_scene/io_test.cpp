@@ -252,6 +252,111 @@ TEST_F(Import, GltfHandsOutItsAnimation) {
   EXPECT_NEAR(track.scales[0].value[1], 1, 1e-6);
 }
 
+/// One triangle with a corner 1 along x, one 2 along y, and one 3 along z.
+QByteArray corners(const char* separator) { return QByteArray("1 0 0 0 2 0 0 0 3").replace(" ", separator); }
+
+QByteArray colladaWithUp(const char* axis) {
+  return QByteArray(R"(<COLLADA xmlns="http://www.collada.org/2005/11/COLLADASchema" version="1.4.1">
+<asset><up_axis>AXIS</up_axis></asset>
+<library_geometries><geometry id="g"><mesh>
+<source id="p"><float_array id="a" count="9">CORNERS</float_array><technique_common>
+<accessor source="#a" count="3" stride="3"><param name="X" type="float"/><param name="Y" type="float"/>
+<param name="Z" type="float"/></accessor></technique_common></source>
+<vertices id="v"><input semantic="POSITION" source="#p"/></vertices>
+<triangles count="1"><input semantic="VERTEX" source="#v" offset="0"/><p>0 1 2</p></triangles>
+</mesh></geometry></library_geometries>
+<library_visual_scenes><visual_scene id="s"><node id="n"><instance_geometry url="#g"/></node></visual_scene>
+</library_visual_scenes><scene><instance_visual_scene url="#s"/></scene></COLLADA>)")
+      .replace("AXIS", axis)
+      .replace("CORNERS", corners(" "));
+}
+
+/// Axes by number, of which the third is left over.
+QByteArray fbxWithAxes(int up, int front, int frontSign, int right) {
+  return R"(; FBX 7.3.0 project file
+FBXHeaderExtension:  {
+  FBXHeaderVersion: 1003
+  FBXVersion: 7300
+}
+GlobalSettings:  {
+  Version: 1000
+  Properties70:  {
+    P: "UpAxis", "int", "Integer", "",)" +
+         QByteArray::number(up) + R"(
+    P: "UpAxisSign", "int", "Integer", "",1
+    P: "FrontAxis", "int", "Integer", "",)" +
+         QByteArray::number(front) + R"(
+    P: "FrontAxisSign", "int", "Integer", "",)" +
+         QByteArray::number(frontSign) + R"(
+    P: "CoordAxis", "int", "Integer", "",)" +
+         QByteArray::number(right) + R"(
+    P: "CoordAxisSign", "int", "Integer", "",1
+    P: "UnitScaleFactor", "double", "Number", "",1
+  }
+}
+Objects:  {
+  Geometry: 10, "Geometry::", "Mesh" {
+    Vertices: *9 {
+      a: )" +
+         corners(",") +
+         R"(
+    }
+    PolygonVertexIndex: *3 {
+      a: 0,1,-3
+    }
+    GeometryVersion: 124
+  }
+  Model: 20, "Model::corner", "Mesh" {
+    Version: 232
+  }
+}
+Connections:  {
+  C: "OO",20,0
+  C: "OO",10,20
+}
+)";
+}
+
+QByteArray chunk3ds(quint16 id, const QByteArray& content) {
+  const quint32 size = quint32(content.size()) + 6;
+  return QByteArray(reinterpret_cast<const char*>(&id), 2) + QByteArray(reinterpret_cast<const char*>(&size), 4) +
+         content;
+}
+
+QByteArray corners3ds() {
+  const float points[]{1, 0, 0, 0, 2, 0, 0, 0, 3};
+  const quint16 three = 3, face[]{1, 0, 1, 2, 0};
+  const auto bytes = [](const auto& value) {
+    return QByteArray(reinterpret_cast<const char*>(&value), int(sizeof value));
+  };
+  const QByteArray mesh = chunk3ds(0x4110, bytes(three) + bytes(points)) + chunk3ds(0x4120, bytes(face));
+  return chunk3ds(0x4d4d, chunk3ds(0x3d3d, chunk3ds(0x4000, QByteArray("corner\0", 7) + chunk3ds(0x4100, mesh))));
+}
+
+TEST_F(Import, ModelsStandUprightAndAreNotMirrored) {
+  struct Row {
+    const char* file;
+    QByteArray content;
+    math::Vector3 x, y, z;  ///< where these axes of the file point in the scene
+  };
+  const math::Vector3 right{1, 0, 0}, left{-1, 0, 0}, back{0, 1, 0}, front{0, -1, 0}, up{0, 0, 1};
+  for (const Row& row :
+       {Row{"z.dae", colladaWithUp("Z_UP"), right, back, up}, Row{"y.dae", colladaWithUp("Y_UP"), right, up, front},
+        Row{"x.dae", colladaWithUp("X_UP"), up, left, front}, Row{"y.fbx", fbxWithAxes(1, 2, 1, 0), right, up, front},
+        Row{"z.fbx", fbxWithAxes(2, 1, -1, 0), right, back, up}, Row{"z.3ds", corners3ds(), right, back, up}}) {
+    SCOPED_TRACE(row.file);
+    if (!single(write(QString::fromLatin1(row.file), row.content))) continue;
+    scene::BoundingBox expected;
+    for (const auto& [axis, length] : {std::pair(row.x, 1), {row.y, 2}, {row.z, 3}})
+      expected.add(math::Vector3{axis[0] * length, axis[1] * length, axis[2] * length});
+    const scene::BoundingBox box = m_Result.root->getBoundingBox();
+    for (std::size_t i = 0; i < 3; ++i) {
+      EXPECT_NEAR(box.min[i], expected.min[i], 1e-6) << "axis " << i;
+      EXPECT_NEAR(box.max[i], expected.max[i], 1e-6) << "axis " << i;
+    }
+  }
+}
+
 TEST_F(Import, WhatCannotBeReadIsOneLineWithFileAndCause) {
   const QByteArray nans = binaryStl({{NAN, NAN, NAN, NAN, NAN, NAN, NAN, NAN, NAN}}, 1);
   QByteArray garbage;
