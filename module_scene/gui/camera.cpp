@@ -20,42 +20,6 @@ struct NamedView {
 constexpr NamedView Views[] = {{"front", 0, 0}, {"back", 180, 0},   {"left", 270, 0},   {"right", 90, 0},
                                {"top", 0, 90},  {"bottom", 0, -90}, {"oblique", 30, 25}};
 
-// An upright cylinder and the view that it must fit, whichever side is in front.
-struct CylinderFit {
-  double radius, halfHeight, elevation, aspect;
-
-  // How far the eye must be from a point `raised` above the cylinder's centre at which it looks.
-  double distance(double raised) const {
-    constexpr int Steps = 90;
-    const double slope = Camera::usableSlope();
-    double result = 0;
-    for (int step = 0; step < Steps; ++step) {
-      const double angle = 2 * 180 * Degree * step / Steps;
-      const double right = radius * std::cos(angle), away = radius * std::sin(angle);
-      for (const double z : {-halfHeight - raised, halfHeight - raised}) {
-        const double up = away * std::sin(elevation) + z * std::cos(elevation);
-        const double closer = z * std::sin(elevation) - away * std::cos(elevation);
-        result = std::max({result, closer + std::abs(up) / slope, closer + std::abs(right) / (slope * aspect)});
-      }
-    }
-    return result;
-  }
-
-  // Where to look so that the distance is least, which has a single minimum.
-  double bestRaise() const {
-    constexpr int Iterations = 40;
-    double low = -halfHeight - radius, high = halfHeight + radius;
-    for (int i = 0; i < Iterations; ++i) {
-      const double third = (high - low) / 3;
-      if (distance(low + third) <= distance(high - third))
-        high -= third;
-      else
-        low += third;
-    }
-    return 0.5 * (low + high);
-  }
-};
-
 }  // namespace
 
 double Camera::usableSlope() { return std::tan(HalfOpening) / Room; }
@@ -64,22 +28,6 @@ math::Matrix4 Camera::transform() const {
   return math::translation(0, 0, -distance) * math::rotation((elevation - 90) * Degree, {1, 0, 0}) *
          math::rotation(-azimuth * Degree, {0, 0, 1}) * math::scaling(scale, scale, scale) *
          math::translation(-center[0], -center[1], -center[2]);
-}
-
-void Camera::fit(const scene::BoundingBox& box, int width, int height) {
-  if (box.isEmpty()) return;
-  std::array<double, 3> half{};
-  for (int i = 0; i < 3; ++i) {
-    center[i] = 0.5 * (box.min[i] + box.max[i]);
-    half[i] = 0.5 * (box.max[i] - box.min[i]);
-  }
-  const double radius = std::hypot(half[0], half[1], half[2]);
-  scale = radius > 0 ? 1.0 / radius : 1.0;
-  const double aspect = height > 0 && width > 0 ? double(width) / height : 1.0;
-  const CylinderFit cylinder{std::hypot(half[0], half[1]) * scale, half[2] * scale, elevation * Degree, aspect};
-  const double raised = cylinder.bestRaise();
-  center[2] += raised / scale;
-  distance = std::clamp(cylinder.distance(raised), NearestDistance, FarthestDistance);
 }
 
 void Camera::orbit(double azimuthDelta, double elevationDelta) {

@@ -5,7 +5,6 @@
 #include <QStringList>
 
 #include "module_scene/math/matrix.h"
-#include "module_scene/scene/boundingbox.h"
 #include "module_scene/visibility.h"
 
 namespace nubo::gui {
@@ -25,9 +24,6 @@ class NUBO_MODULE_SCENE_EXPORT Camera {
 
   /// From the scene to eye space, scaled.
   math::Matrix4 transform() const;
-  /// Centres and scales so that the box (an empty one: nothing changes) fits a view of this size in pixels, at this
-  /// elevation and whatever the azimuth.
-  void fit(const scene::BoundingBox& box, int width, int height);
   /// Turns by degrees; the elevation stays within its bounds.
   void orbit(double azimuthDelta, double elevationDelta);
   /// Moves the centre across the view, in fractions of the view's height.

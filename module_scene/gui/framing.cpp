@@ -12,6 +12,7 @@ namespace {
 constexpr int SlicesPerSize = 512;
 // What is farther away than this many sizes cannot be shown beside the rest anyway.
 constexpr long FarthestSlice = 64L * SlicesPerSize;
+constexpr double FullTurn = 2 * 3.14159265358979323846;  // radians
 constexpr double Infinity = std::numeric_limits<double>::infinity();
 
 double sizeOf(const scene::BoundingBox& box) {
@@ -20,7 +21,7 @@ double sizeOf(const scene::BoundingBox& box) {
 }
 
 /// With more vertices than that, a geometry is looked at once for its outline, however often it is added.
-constexpr std::size_t Many = 50000;
+constexpr std::size_t Many = 20000;
 
 /// Of each run of vertices, which lie close together, those that stand out farthest along the axes and between them.
 std::vector<float> outline(const std::vector<float>& positions) {
@@ -47,20 +48,37 @@ std::vector<float> outline(const std::vector<float>& positions) {
   return result;
 }
 
-math::Matrix4 toViewOf(Camera camera, const scene::BoundingBox& box) {
+math::Vector3 middleOf(const scene::BoundingBox& box) {
+  math::Vector3 middle{};
+  for (std::size_t i = 0; i < 3 && !box.isEmpty(); ++i) middle[i] = (box.min[i] + box.max[i]) / 2;
+  return middle;
+}
+
+math::Matrix4 toViewOf(Camera camera, const math::Vector3& middle) {
   camera.distance = 0;
   camera.scale = 1;
-  if (!box.isEmpty())
-    for (std::size_t i = 0; i < 3; ++i) camera.center[i] = (box.min[i] + box.max[i]) / 2;
+  camera.center = middle;
   return camera.transform();
 }
 
 }  // namespace
 
 Framing::Framing(const Camera& direction, const scene::BoundingBox& box)
-    : m_Direction(direction), m_ToView(toViewOf(direction, box)), m_Thickness(sizeOf(box) / SlicesPerSize) {}
+    : m_Direction(direction),
+      m_Middle(middleOf(box)),
+      m_ToView(toViewOf(direction, m_Middle)),
+      m_Thickness(sizeOf(box) / SlicesPerSize) {}
 
 void Framing::add(const scene::SceneElement& root) { add(root, m_ToView); }
+
+void Framing::addTurning(const scene::SceneElement& element, const math::Matrix4& parent) {
+  constexpr int Steps = 24;
+  m_Turns = true;
+  for (int step = 0; step < Steps; ++step)
+    add(element, m_ToView * math::translation(m_Middle[0], m_Middle[1], m_Middle[2]) *
+                     math::rotation(FullTurn * step / Steps, {0, 0, 1}) *
+                     math::translation(-m_Middle[0], -m_Middle[1], -m_Middle[2]) * parent);
+}
 
 void Framing::add(const scene::SceneElement& element, const math::Matrix4& parent) {
   if (!element.isVisible()) return;
@@ -147,10 +165,12 @@ Camera Framing::camera(int width, int height) const {
   const double slope = Camera::usableSlope(), aspect = double(std::max(width, 1)) / std::max(height, 1);
   const double eye =
       std::max({closest(0, slope * aspect), closest(1, slope), box.max[2] + Camera::NearestDistance * radius});
-  const double depth = (box.min[2] + box.max[2]) / 2;
-  const math::Vector3 place{middle(0, eye), middle(1, eye), depth};
+  math::Vector3 place{middle(0, eye), middle(1, eye), (box.min[2] + box.max[2]) / 2};
+  // Where the line of sight meets the axis, so that cameras can orbit and see the scene turn in its place.
+  constexpr double Steep = 75;
+  if (m_Turns && std::abs(camera.elevation) < Steep) place[2] = place[1] * std::tan(camera.elevation * FullTurn / 360);
   camera.center = math::transformPoint(math::affineInverse(m_ToView), place);
-  camera.distance = std::min((eye - depth) / radius, Camera::FarthestDistance);
+  camera.distance = std::min((eye - place[2]) / radius, Camera::FarthestDistance);
   return camera;
 }
 

@@ -10,8 +10,8 @@
 namespace nubo::gui {
 
 /// Gathers, as seen from a camera's direction, what a view shall show: a scene as it stands, or at all the steps that
-/// it moves through. Cameras keep their direction; unlike Camera::fit() this knows the shapes, not only their box, and
-/// does not leave room for turning them. A value without an owner's thread.
+/// it moves through. Cameras keep their direction. Knows the shapes, not only their boxes. A value without an owner's
+/// thread.
 class NUBO_MODULE_SCENE_EXPORT Framing {
  public:
   /// `box` is that of the scene at some time.
@@ -19,6 +19,9 @@ class NUBO_MODULE_SCENE_EXPORT Framing {
   /// All that is visible in and below the element, where it stands now. The caller holds the scene's lock. Geometries
   /// stay as they are as long as the framing is added to.
   void add(const scene::SceneElement& root);
+  /// The same, and how it looks while it turns about the vertical axis through the middle of the box, which the cameras
+  /// then look at. `parent` is where the element's parent stands.
+  void addTurning(const scene::SceneElement& element, const math::Matrix4& parent = math::Matrix4());
   /// For a view of this size; the direction's camera as it is while nothing was added.
   Camera camera(int width, int height) const;
 
@@ -37,7 +40,9 @@ class NUBO_MODULE_SCENE_EXPORT Framing {
   double middle(int axis, double eye) const;
 
   Camera m_Direction;
-  math::Matrix4 m_ToView;  ///< moves the scene to the origin and turns it so that z points to the eye
+  bool m_Turns = false;
+  math::Vector3 m_Middle;  ///< of the box
+  math::Matrix4 m_ToView;  ///< moves that to the origin and turns it so that z points to the eye
   double m_Thickness;
   long m_First = 0;  ///< number of the first slice; slice 0 begins at depth 0
   std::vector<Slice> m_Slices;

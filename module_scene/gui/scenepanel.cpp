@@ -6,6 +6,7 @@
 #include <QWheelEvent>
 #include <cmath>
 
+#include "module_scene/gui/framing.h"
 #include "module_scene/gui/viewer.h"
 #include "module_scene/scene/scenedrawer.h"
 
@@ -48,9 +49,9 @@ void ScenePanel::fit() {
   const scene::SceneLocker locker(scene, scene::LockAll);
   const auto root = scene ? scene->getRootNode() : nullptr;
   if (!root) return;
-  Camera camera = m_Camera;
-  camera.fit(root->getBoundingBox(), width(), height());
-  setCamera(camera);
+  Framing framing(m_Camera, root->getBoundingBox());
+  framing.addTurning(*root);
+  setCamera(framing.camera(width(), height()));
 }
 
 void ScenePanel::initializeGL() { m_Drawer.reset(); }

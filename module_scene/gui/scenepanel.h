@@ -25,7 +25,7 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   math::Matrix<double, 4, 4> getScaledTransformMatrix() const;
   const Camera& getCamera() const { return m_Camera; }
   void setCamera(const Camera& camera);
-  /// Shows the whole scene at the angles as they are.
+  /// Shows the whole scene from the direction as it is, with room for turning about the vertical axis.
   void fit();
   /// What a drawing may leave out (SceneDrawer::glDraw's `detail`); 0 draws everything.
   void setDetail(double pixels) { m_Detail = pixels; }

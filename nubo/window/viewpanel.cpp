@@ -9,6 +9,7 @@
 #include <cmath>
 #include <optional>
 
+#include "module_scene/gui/framing.h"
 #include "module_scene/gui/viewer.h"
 #include "module_scene/scene/drawingturn.h"
 #include "module_scene/scene/scenedrawer.h"
@@ -73,18 +74,17 @@ void ViewPanel::showView(const QString& name) {
 }
 
 void ViewPanel::fitSelection() {
-  scene::BoundingBox box;
+  std::optional<gui::Framing> framing;
   {
     const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
-    if (m_Selection) {
-      const scene::SceneElement* parent = m_Selection->getParent();
-      box = m_Selection->getBoundingBox().transformed(parent ? parent->getGlobalTransform() : math::Matrix4());
-    }
+    const scene::SceneElement* parent = m_Selection ? m_Selection->getParent() : nullptr;
+    const math::Matrix4 placed = parent ? parent->getGlobalTransform() : math::Matrix4();
+    const scene::BoundingBox box =
+        m_Selection ? m_Selection->getBoundingBox().transformed(placed) : scene::BoundingBox();
+    if (!box.isEmpty()) framing.emplace(getCamera(), box).addTurning(*m_Selection, placed);
   }
-  if (box.isEmpty()) return showAll();
-  gui::Camera camera = getCamera();
-  camera.fit(box, width(), height());
-  setCamera(camera);
+  if (!framing) return showAll();
+  setCamera(framing->camera(width(), height()));
 }
 
 void ViewPanel::zoom(double factor) {

@@ -11,39 +11,6 @@
 namespace nubo::gui {
 namespace {
 
-TEST(Camera, FitShowsTheWholeBoxFromAllSidesAndNotMuchMore) {
-  const scene::BoundingBox box = [] {
-    scene::BoundingBox b;
-    b.add(math::Vector3{-10, 3, 100});
-    b.add(math::Vector3{30, 8, 107});
-    return b;
-  }();
-  struct Size {
-    int width, height;
-  };
-  for (const Size size : {Size{1600, 900}, Size{500, 900}, Size{100, 100}})
-    for (const double elevation : {-90.0, 0.0, 25.0, 90.0}) {
-      double farthest = 0;
-      for (double azimuth = 0; azimuth < 360; azimuth += 5) {
-        Camera camera;
-        camera.azimuth = azimuth;
-        camera.elevation = elevation;
-        camera.fit(box, size.width, size.height);
-        for (int corner = 0; corner < 8; ++corner) {
-          const auto eye = math::transformPoint(
-              camera.transform(), {corner & 1 ? box.max[0] : box.min[0], corner & 2 ? box.max[1] : box.min[1],
-                                   corner & 4 ? box.max[2] : box.min[2]});
-          const double slope = std::tan(22.5 * M_PI / 180);
-          farthest = std::max({farthest, std::abs(eye[1]) / -eye[2] / slope,
-                               std::abs(eye[0]) / -eye[2] / slope * size.height / size.width});
-          ASSERT_LT(eye[2], 0);
-        }
-      }
-      EXPECT_LT(farthest, 1.0) << size.width << " x " << size.height << " at " << elevation;
-      EXPECT_GT(farthest, 0.8) << size.width << " x " << size.height << " at " << elevation;
-    }
-}
-
 // Where the points lie in a view, whose edges are at -1 and 1.
 scene::BoundingBox seenThrough(const Camera& camera, const std::vector<math::Vector3>& points, double aspect) {
   scene::BoundingBox seen;
@@ -109,6 +76,47 @@ TEST(Framing, CentresWhateverIsShownAndFillsTheView) {
         EXPECT_TRUE(std::max(moving.max[0], moving.max[1]) > 0.88 || moving.max[2] > -0.07) << moving.max[2];
       }
   }
+}
+
+TEST(Framing, LeavesRoomForTurningAboutTheMiddle) {
+  const scene::BoundingBox box = [] {
+    scene::BoundingBox b;
+    b.add(math::Vector3{-10, 3, 100});
+    b.add(math::Vector3{30, 8, 107});
+    return b;
+  }();
+  const util::YPointer<scene::SceneElement> element(new scene::SceneElement);
+  const util::YPointer<scene::Geometry> dots(new scene::Geometry);
+  dots->kind = scene::KindPoints;
+  std::vector<math::Vector3> corners;
+  for (std::uint32_t i = 0; i < 8; ++i) {
+    corners.push_back({i & 1 ? 30.0 : -10.0, i & 2 ? 8.0 : 3.0, i & 4 ? 107.0 : 100.0});
+    for (const double value : corners.back()) dots->positions.push_back(float(value));
+    dots->indices.push_back(i);
+  }
+  dots->prepare();
+  element->addGeometry(dots);
+  for (const auto& [width, height] : {std::pair(1600, 900), {500, 900}, {100, 100}})
+    for (const double elevation : {-90.0, 0.0, 25.0, 90.0}) {
+      SCOPED_TRACE(testing::Message() << width << " x " << height << " at " << elevation);
+      Camera camera;
+      camera.elevation = elevation;
+      Framing framing(camera, box);
+      framing.addTurning(*element);
+      camera = framing.camera(width, height);
+      EXPECT_NEAR(camera.center[0], 10, 0.01);  // the pivot
+      EXPECT_NEAR(camera.center[1], 5.5, 0.01);
+      scene::BoundingBox seen;
+      for (int turn = 0; turn < 72; ++turn) {
+        camera.azimuth = 5 * turn;
+        const scene::BoundingBox now = seenThrough(camera, corners, double(width) / height);
+        seen.add(now.min);
+        seen.add(now.max);
+      }
+      EXPECT_LT(std::max({seen.max[0], seen.max[1], -seen.min[0], -seen.min[1]}), 1);
+      EXPECT_GT(std::max(seen.max[0], seen.max[1]), 0.9);
+      EXPECT_NEAR(seen.min[1] + seen.max[1], 0, 0.05);
+    }
 }
 
 TEST(Camera, NamedViewsLookFromWhereTheySay) {
