@@ -29,8 +29,8 @@ const QList<QCommandLineOption>& ownOptions() {
       {"settings", "Uses this settings file instead of your own.", "FILE"},
       {"quiet", "Says nothing but why it failed."},
       {"verbose", "Shows the whole log."},
-      {"help", "Shows this help; after a command, that command's parameters."},
-      {"version", "Shows the versions of the program and of what it is made of."},
+      {{"help", "h"}, "Shows this help; after a command, that command's parameters."},
+      {{"version", "v"}, "Shows the versions of the program and of what it is made of."},
       {"list-commands", "Lists the commands."},
   };
   return options;
@@ -148,13 +148,13 @@ class Reader {
 /// What follows the scenes and the command: `--name value`, `--name=value`, or `--name` alone.
 void readArguments(const QStringList& words, CommandLine& line) {
   for (int i = 0; i < words.size(); ++i) {
+    if (words[i] == "--help" || words[i] == "-h") {
+      line.commandHelp = true;
+      continue;
+    }
     if (!words[i].startsWith("--") || words[i] == "--") {
       line.error = QStringLiteral("%1: expected --PARAMETER VALUE; scenes and command stand together").arg(words[i]);
       return;
-    }
-    if (words[i] == "--help") {
-      line.commandHelp = true;
-      continue;
     }
     const int equals = words[i].indexOf('=');
     Argument argument{words[i].mid(2, equals < 0 ? -1 : equals - 2), QString()};
@@ -188,6 +188,20 @@ void adoptOptions(CommandLine& line, const QStringList& parameters) {
   line.arguments = kept;
 }
 
+/// Names that should be scenes, and are something else.
+QString whyNoScenes(const CommandLine& line, const QStringList& names, const QStringList& commands) {
+  for (int i = 0; i < names.size(); ++i) {
+    if (names[i].isEmpty() || looksLikeScene(names[i])) continue;
+    if (commands.contains(names[i]))
+      return QStringLiteral("%1: expected --PARAMETER VALUE after %2; scenes stand before the command")
+          .arg(i + 1 < names.size() ? names[i + 1] : line.command, names[i]);
+    const bool isFollowed = i == line.scenes.size() && !line.arguments.isEmpty();
+    return names[i] + (isFollowed ? ": unknown command" : ": neither a command nor a file") +
+           suggestion(names[i], commands + ownOptionNames());
+  }
+  return QString();
+}
+
 /// Options that are right by themselves, but not together.
 QString whyInconsistent(const CommandLine& line) {
   if (line.turntable && !line.trajectory.isEmpty())
@@ -203,7 +217,7 @@ CommandLine parseCommandLine(const QStringList& words) {
   CommandLine line;
   QStringList rest = Reader(line).read(words);
   if (!line.error.isEmpty()) return line;
-  while (!rest.isEmpty() && !rest[0].startsWith("--")) line.scenes << rest.takeFirst();
+  while (!rest.isEmpty() && !rest[0].startsWith('-')) line.scenes << rest.takeFirst();
   if (!line.scenes.isEmpty()) line.command = line.scenes.takeLast();
   readArguments(rest, line);
   return line;
@@ -211,7 +225,9 @@ CommandLine parseCommandLine(const QStringList& words) {
 
 bool wantsWindow(const CommandLine& line) {
   if (line.help || line.version || line.listCommands || line.commandHelp) return false;
-  if (!line.command.isEmpty() && !looksLikeScene(line.command)) return false;
+  const QStringList names = line.scenes + QStringList{line.command};
+  if (!std::all_of(names.begin(), names.end(), [](const QString& n) { return n.isEmpty() || looksLikeScene(n); }))
+    return false;
   const QStringList own = ownOptionNames();
   return std::all_of(line.arguments.begin(), line.arguments.end(), [&](const Argument& argument) {
     return own.contains("--" + argument.name) && argument.name != "version" && argument.name != "list-commands";
@@ -220,11 +236,8 @@ bool wantsWindow(const CommandLine& line) {
 
 void settleCommand(CommandLine& line, const QStringList& commands, const ParameterNames& parameters) {
   const bool isCommand = commands.contains(line.command);
-  if (!isCommand && !line.command.isEmpty() && !looksLikeScene(line.command)) {
-    line.error = line.command + (line.arguments.isEmpty() ? ": neither a command nor a file" : ": unknown command") +
-                 suggestion(line.command, commands);
-    return;
-  }
+  line.error = whyNoScenes(line, isCommand ? line.scenes : line.scenes + QStringList{line.command}, commands);
+  if (!line.error.isEmpty()) return;
   adoptOptions(line, isCommand ? parameters(line.command) : QStringList());
   if (!isCommand) {
     if (!line.command.isEmpty()) line.scenes << std::exchange(line.command, QString());

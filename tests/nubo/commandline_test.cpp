@@ -31,7 +31,7 @@ TEST(CommandLine, TellsScenesCommandAndArgumentsApart) {
        "grabimage --filename a.png --width 100"},
       {"grabimage --width=7", "", "grabimage", "grabimage --width 7"},
       {"--quiet setvideosettings --fps 30", "", "setvideosettings", "setvideosettings --fps 30"},
-      {"grabimage grabimage", "grabimage", "grabimage", "grabimage"},
+      {"./grabimage grabimage", "./grabimage", "grabimage", "grabimage"},
       {"builtin", "builtin", "", ""},
       {"some/model", "some/model", "", ""},
       {"a.stl builtin b.obj", "a.stl builtin b.obj", "", ""},
@@ -51,7 +51,9 @@ TEST(CommandLine, TellsScenesCommandAndArgumentsApart) {
     EXPECT_EQ(callText(line.command, line.arguments), row.call);
     EXPECT_EQ(wantsWindow(parseCommandLine(words(row.line))), line.command.isEmpty());
   }
-  EXPECT_TRUE(settled("grabimage --help").commandHelp);
+  for (const char* asks : {"grabimage --help", "grabimage -h", "m.stl grabimage --width 3 -h"})
+    EXPECT_TRUE(settled(asks).commandHelp) << asks;
+  EXPECT_TRUE(settled("-h").help);
   EXPECT_TRUE(settled("model.glb --help").help);
   for (const char* asks : {"--help", "m.stl --help", "m.stl --version", "m.stl n.stl --list-commands"})
     EXPECT_FALSE(wantsWindow(parseCommandLine(words(asks)))) << asks;
@@ -121,6 +123,11 @@ TEST(CommandLine, RefusesWithAReason) {
       {"grabimge --width 3", "grabimge: unknown command; did you mean \"grabimage\"?"},
       {"m.stl grab --width 3", "did you mean \"grabimage\" or \"grabvideo\"?"},
       {"xyzzy", "xyzzy: neither a command nor a file"},
+      {"help", "did you mean \"--help\"?"},
+      {"m.stl grabimage a.png", "a.png: expected --PARAMETER VALUE after grabimage"},
+      {"grabvideo m.stl --filename a.mp4", "m.stl: expected --PARAMETER VALUE after grabvideo"},
+      {"grabimage grabvideo --filename a.mp4", "grabvideo: expected --PARAMETER VALUE after grabimage"},
+      {"mstl grabimage --filename a.png", "mstl: neither a command nor a file"},
       {"m.stl --width 3x3", "--width: no command stands before it"},
       {"grabimage --width 3 4", "4: expected --PARAMETER VALUE"},
       {"m.stl --view top grabimage", "grabimage: expected --PARAMETER VALUE; scenes and command stand together"},
