@@ -157,9 +157,11 @@ void DrawList::collect(const SceneElement& element, const math::Matrix4& parent,
   if (!element.isVisible()) return;
   const Layer layer = element.getLayer() == LayerModel ? inherited : element.getLayer();
   const math::Matrix4 modelView = parent * element.getTransform();
+  ViewQuery own = query;
+  if (layer != LayerModel) own.detail = 0;  // markers are small, and meant to be seen
   for (const auto& geometry : element.getGeometries()) {
     const int layers = layer == LayerModel && geometry->transparent ? LayerTransparent : layer;
-    if ((query.layers & layers) && (query.kinds & geometry->kind)) add(*geometry, modelView, query);
+    if ((query.layers & layers) && (query.kinds & geometry->kind)) add(*geometry, modelView, own);
   }
   for (const auto& child : element.getChildren()) collect(*child, modelView, layer, query);
 }

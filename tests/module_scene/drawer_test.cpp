@@ -371,6 +371,9 @@ TEST_F(DrawerTest, CoarseVersionsLookAlikeFromAfarAndChangeNoWholePicture) {
           outline += (qAlpha(coarse.pixel(x, y)) > 0) != (qAlpha(whole.pixel(x, y)) > 0);
       EXPECT_LT(outline, compare(whole, whole).covered / share) << detail;
     }
+    shot.layers = LayerMarkers;
+    shot.root->setLayer(LayerMarkers);
+    EXPECT_EQ(compare(draw(shot), whole).greatest, 0);
   }
 }
 
