@@ -19,7 +19,7 @@ from vtkmodules.vtkRenderingCore import (vtkActor, vtkPolyDataMapper, vtkRendere
 
 PANEL = (1280, 720)
 OPENING_ANGLE = 45.0  # degrees, as in our videos
-DISTANCE = 4.165  # from which the sphere shows as large as in our pictures
+DISTANCE = 2.95  # from which the sphere shows as large as in our pictures
 
 
 class Clock:
