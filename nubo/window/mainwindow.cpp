@@ -15,6 +15,7 @@
 #include <QSettings>
 #include <QStatusBar>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <memory>
 
 #include "kernel/log/logger.h"
@@ -143,7 +144,11 @@ void MainWindow::createFileMenu() {
   menu->addSeparator();
   QAction* stop = menu->addAction(makeIcon(Icon::Stop), tr("&Stop Command"), mp_Running, &RunningCommands::stopLatest,
                                   QKeySequence(tr("Ctrl+.")));
-  const auto enableStop = [this, stop] { stop->setEnabled(!mp_Runner->running().isEmpty()); };
+  stop->setObjectName(QStringLiteral("stop"));
+  const auto enableStop = [this, stop] {
+    const QList<RunningCommand*> runs = mp_Runner->running();
+    stop->setEnabled(std::any_of(runs.begin(), runs.end(), [](auto* run) { return run->isAbortable(); }));
+  };
   connect(mp_Runner, &CommandRunner::started, stop, enableStop);
   connect(mp_Runner, &CommandRunner::ended, stop, enableStop);
   enableStop();
@@ -351,6 +356,8 @@ void MainWindow::chooseFiles() {
 }
 
 void MainWindow::showReading(const QStringList& files) {
+  // What was wrong with other files says nothing about these.
+  if (!m_ReadFailure.isEmpty() && mp_Messages->text() == std::exchange(m_ReadFailure, {})) mp_Messages->dismiss();
   mp_Running->end(mp_Loader);
   mp_Running->begin(mp_Loader, tr("Reading %1").arg(namesOf(files)));
 }
@@ -359,6 +366,7 @@ void MainWindow::sceneRead(const QStringList& files, const QStringList& failed, 
   mp_Running->end(mp_Loader);
   for (const QString& file : failed) mp_Recent->remove(file);
   if (!result.root) {
+    m_ReadFailure = result.error.simplified();
     log::Logger::getInstance()->log(log::Failure, __FILE__, __LINE__, "nubo::window::MainWindow::sceneRead", nullptr,
                                     result.error);
     return;

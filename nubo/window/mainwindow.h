@@ -96,6 +96,7 @@ class MainWindow : public QMainWindow {
   RecentFiles* mp_Recent;
   SavedViews* mp_Views;
   app::CommandLine m_Line;  ///< what the first scene is shown with
+  QString m_ReadFailure;    ///< of the last files, if they could not be read
   bool m_Ending = false;    ///< the user wants to quit as soon as nothing runs
 };
 

@@ -21,6 +21,7 @@ class MessageBar : public QFrame {
   /// Shows something worth knowing, unless a failure stands there.
   void showNotice(const QString& text);
   QString text() const;
+  void dismiss();
 
  signals:
   /// The user wants to see the log.
@@ -33,7 +34,6 @@ class MessageBar : public QFrame {
  private:
   void display(const QString& text, bool isFailure);
   void place();
-  void dismiss();
 
   QLabel* mp_Text;
   QString m_First;

@@ -50,7 +50,7 @@ void RecentFiles::remove(const QString& file) {
 
 QString RecentFiles::latestDirectory() const {
   const QStringList files = load();
-  return files.isEmpty() ? QString() : QFileInfo(files.first()).path();
+  return files.isEmpty() ? QDir::homePath() : QFileInfo(files.first()).path();
 }
 
 void RecentFiles::fill() {

@@ -14,7 +14,7 @@ class RecentFiles : public QMenu {
 
   void add(const QString& file);
   void remove(const QString& file);
-  /// Where the file lies that was opened last; empty if there was none.
+  /// Where the file lies that was opened last; the home directory if there was none.
   QString latestDirectory() const;
 
  signals:

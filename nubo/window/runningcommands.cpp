@@ -24,7 +24,7 @@ RunningCommands::RunningCommands(QWidget* parent) : QWidget(parent), mp_Layout(n
   setMinimumHeight(QToolButton().sizeHint().height() + 2);  // the bar does not grow when a row comes
 }
 
-RunningCommands::Row RunningCommands::createRow(const QString& title) {
+RunningCommands::Row RunningCommands::createRow(const QString& title, bool isCommand) {
   auto* widget = new QWidget;
   auto* layout = new QHBoxLayout(widget);
   layout->setContentsMargins(6, 0, 0, 0);
@@ -37,11 +37,11 @@ RunningCommands::Row RunningCommands::createRow(const QString& title) {
   layout->addWidget(text);
   layout->addWidget(bar);
   mp_Layout->addWidget(widget);
-  return {widget, text, bar};
+  return {widget, text, bar, isCommand};
 }
 
 void RunningCommands::add(RunningCommand* run) {
-  const Row row = createRow(run->title());
+  const Row row = createRow(run->title(), true);
   row.widget->setObjectName(QStringLiteral("running"));
   if (run->isAbortable()) row.widget->layout()->addWidget(createAbortButton(run));
   connect(run, &RunningCommand::textChanged, row.text,
@@ -74,14 +74,16 @@ void RunningCommands::stopLatest() {
     if ((*button)->isEnabled()) return (*button)->click();
 }
 
-void RunningCommands::begin(const void* id, const QString& label) {
+void RunningCommands::begin(const void* id, const QString& label) { m_Rows[id] = createRow(label, false); }
+
+void RunningCommands::beginPart(const void* id, const QString& label) {
   // A command without a percentage of its own is most likely the one whose work this is.
   for (auto row = m_Rows.cbegin(); row != m_Rows.cend(); ++row) {
-    if (row->bar->maximum() != 0 || m_Parts.values().contains(row.key())) continue;
+    if (!row->isCommand || row->bar->maximum() != 0 || m_Parts.values().contains(row.key())) continue;
     m_Parts[id] = row.key();
     return;
   }
-  m_Rows[id] = createRow(label);
+  begin(id, label);
 }
 
 void RunningCommands::update(const void* id, int percent) {
@@ -99,7 +101,7 @@ void RunningCommands::end(const void* id) {
 }
 
 void RunningPresenter::begin(const void* id, const QString& label, bool) {
-  if (mp_Commands) mp_Commands->begin(id, label);
+  if (mp_Commands) mp_Commands->beginPart(id, label);
 }
 
 void RunningPresenter::update(const void* id, int percent) {

@@ -23,8 +23,10 @@ class RunningCommands : public QWidget {
 
   /// Stays until the command has finished.
   void add(RunningCommand* run);
-  /// Work of other kinds, and the parts of a command's work that report for themselves; `id` names it.
+  /// Work that no command does, in a row of its own until end(); `id` names it.
   void begin(const void* id, const QString& label);
+  /// Work that reports for itself and may be part of what a command does; `id` names it.
+  void beginPart(const void* id, const QString& label);
   void update(const void* id, int percent);
   void end(const void* id);
   /// Asks the command that was started last to end; one that cannot be stopped goes on.
@@ -35,8 +37,9 @@ class RunningCommands : public QWidget {
     QWidget* widget;
     QLabel* text;
     QProgressBar* bar;
+    bool isCommand;
   };
-  Row createRow(const QString& title);
+  Row createRow(const QString& title, bool isCommand);
   QWidget* createAbortButton(RunningCommand* run);
 
   QHBoxLayout* mp_Layout;

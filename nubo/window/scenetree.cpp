@@ -30,8 +30,10 @@ SceneTree::SceneTree(SceneChanger& changer, QWidget* parent) : QTreeWidget(paren
   header()->setSectionResizeMode(QHeaderView::ResizeToContents);
   header()->setStretchLastSection(false);
   connect(this, &QTreeWidget::itemChanged, this, &SceneTree::applyVisibility);
-  connect(this, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
-    emit elementSelected(item ? static_cast<Item*>(item)->element() : nullptr);
+  // Not the current one, which the tree also chooses by itself when it gets the focus.
+  connect(this, &QTreeWidget::itemSelectionChanged, this, [this] {
+    const QTreeWidgetItem* item = selectedItems().value(0);
+    emit elementSelected(item ? static_cast<const Item*>(item)->element() : nullptr);
   });
   connect(this, &QTreeWidget::itemActivated, this, &SceneTree::elementActivated);
 }
