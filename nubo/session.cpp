@@ -52,7 +52,8 @@ gui::Camera directionOf(const CommandLine& line) {
 Session::Session(const QString& settingsFile, const QStringList& scenes, Report& report)
     : m_Report(report), m_Overseer(settingsFile) {
   if (!scenes.isEmpty()) m_Import = std::async(std::launch::async, readScenes, scenes);
-  main::ModuleManager::getInstance()->loadModules(QCoreApplication::applicationDirPath() + "/modules", [](QString) {});
+  main::ModuleManager::getInstance()->loadModules(QCoreApplication::applicationDirPath() + "/modules",
+                                                  [](const QString&) {});
 }
 
 Session::~Session() {

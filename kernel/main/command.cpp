@@ -19,6 +19,7 @@ void logFailure(const QString& command, const char* reason) {
 std::vector<std::unique_ptr<CommandGUIDescriptor>> copied(
     const std::vector<std::unique_ptr<CommandGUIDescriptor>>& descriptors) {
   std::vector<std::unique_ptr<CommandGUIDescriptor>> copies;
+  copies.reserve(descriptors.size());
   for (const auto& from : descriptors) {
     copies.push_back(std::make_unique<CommandGUIDescriptor>(from->getFlag(), from->getGroup(), from->getPosition(),
                                                             from->getCommandName(), from->getLabel(),

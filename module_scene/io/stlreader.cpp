@@ -28,7 +28,7 @@ class StlCorners {
   }
   bool equal(std::uint32_t a, std::uint32_t b) const {
     const auto p = position(a), q = position(b);
-    return std::memcmp(&p, &q, sizeof p) == 0;
+    return std::memcmp(&p, &q, sizeof p) == 0;  // NOLINT: bit by bit, as they are hashed
   }
   std::uint32_t hash(std::uint32_t corner) const {
     const auto p = position(corner);

@@ -162,9 +162,9 @@ util::YPointer<SceneElement> makeArm(const Paints& paints) {
 // Turns about its own z axis.
 util::YPointer<SceneElement> makeWheel(const Paints& paints) {
   const auto ring = [](double radius, double thickness) {
-    std::vector<MeshBuilder::Point2> profile;
+    std::vector<MeshBuilder::Point2> profile(48);
     for (int i = 0; i < 48; ++i)
-      profile.push_back({radius + thickness * std::cos(Turn * i / 48), thickness * std::sin(Turn * i / 48)});
+      profile[i] = {radius + thickness * std::cos(Turn * i / 48), thickness * std::sin(Turn * i / 48)};
     return profile;
   };
   MeshBuilder tyre(paints.rubber), rim(paints.steel), spokes(paints.light), hub(paints.brass);

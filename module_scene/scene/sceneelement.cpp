@@ -11,7 +11,8 @@ SceneElement::~SceneElement() {
 }
 
 void SceneElement::addChild(const util::YPointer<SceneElement>& child) {
-  const util::YPointer<SceneElement> kept = child;  // the old parent may hold the last reference
+  // The old parent may hold the last reference. NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+  const util::YPointer<SceneElement> kept = child;
   if (kept->mp_Parent) kept->mp_Parent->removeChild(kept.get());
   kept->mp_Parent = this;
   m_Children.push_back(kept);

@@ -34,7 +34,7 @@ void CommandActions::addEntry(const CommandGUIDescriptor& descriptor) {
 }
 
 QAction* CommandActions::createAction(main::Command* command, const CommandGUIDescriptor& descriptor) {
-  const QString title = descriptor.getLabel();
+  const QString& title = descriptor.getLabel();
   const bool asks = !command->getParameterSets().empty();
   auto* action = new QAction(asks ? title + QStringLiteral("…") : title, this);
   action->setObjectName(QStringLiteral("command:") + command->getName());

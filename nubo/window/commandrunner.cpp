@@ -44,8 +44,8 @@ void CommandRunner::abortAll() {
 
 bool CommandRunner::isIdle() const { return m_Running.isEmpty() && !m_Processor.isRunning(); }
 
-void CommandRunner::whenIdle(std::function<void()> function) {
-  m_WhenIdle << std::move(function);
+void CommandRunner::whenIdle(const std::function<void()>& function) {
+  m_WhenIdle << function;
   serveIdle();
 }
 

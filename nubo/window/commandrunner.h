@@ -27,7 +27,7 @@ class CommandRunner : public QObject {
   /// Nothing runs or waits in the processor either.
   bool isIdle() const;
   /// Calls `function` when nothing runs any more, at once if that is so now.
-  void whenIdle(std::function<void()> function);
+  void whenIdle(const std::function<void()>& function);
 
  signals:
   void started(nubo::window::RunningCommand* run);

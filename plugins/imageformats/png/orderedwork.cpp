@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <system_error>
+#include <utility>
 
 namespace nubo::png {
 
@@ -70,8 +71,7 @@ std::optional<Segment> OrderedWork::takeNext() {
   std::optional<Segment>& slot = m_done[size_t(m_taken) % m_done.size()];
   m_changed.wait(lock, [&] { return m_isOver || slot; });
   if (!slot) return std::nullopt;
-  std::optional<Segment> segment = std::move(slot);
-  slot.reset();
+  std::optional<Segment> segment = std::exchange(slot, std::nullopt);
   ++m_taken;
   lock.unlock();
   m_changed.notify_all();

@@ -9,7 +9,7 @@ namespace nubo::headless {
 
 /// Brings a surface of its own, so that it can be made current for every window and off-screen surface alike:
 /// what is drawn goes into framebuffer objects.
-class EglContext : public QPlatformOpenGLContext {
+class EglContext final : public QPlatformOpenGLContext {
  public:
   /// `egl` must be valid and outlive the context; `share` may be null.
   EglContext(const Egl& egl, const EglContext* share);
