@@ -1,11 +1,14 @@
 #include "nubo/window/appearance.h"
 
 #include <QApplication>
+#include <QDockWidget>
+#include <QPainter>
 #include <QPalette>
 #include <QProxyStyle>
 #include <QStyleOption>
 
 #include "nubo/window/colors.h"
+#include "nubo/window/icons.h"
 
 namespace nubo::window {
 
@@ -28,18 +31,33 @@ QPalette palette(const QColor& window, const QColor& base, const QColor& text, c
   return palette;
 }
 
-/// Styles outline boxes that can be ticked in a darker shade of the window's colour, which hardly shows on a dark one.
+/// Styles outline boxes that can be ticked in a darker shade of the window's colour, which hardly shows on a dark one,
+/// and draw the buttons of tabs and docks in black.
 class Style : public QProxyStyle {
  public:
   using QProxyStyle::QProxyStyle;
   void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                      const QWidget* widget) const override {
+    if (element == PE_IndicatorTabClose) return drawTabClose(option, painter);
     const bool isBox = element == PE_IndicatorCheckBox || element == PE_IndicatorRadioButton;
     if (!isBox || !isDark(option->palette)) return QProxyStyle::drawPrimitive(element, option, painter, widget);
     QStyleOptionButton outlined;
     outlined.QStyleOption::operator=(*option);
     outlined.palette.setColor(QPalette::Window, option->palette.color(QPalette::Text));
     QProxyStyle::drawPrimitive(element, &outlined, painter, widget);
+  }
+  QIcon standardIcon(StandardPixmap icon, const QStyleOption* option, const QWidget* widget) const override {
+    const bool isDock = widget && (qobject_cast<const QDockWidget*>(widget->parentWidget()) ||
+                                   qobject_cast<const QDockWidget*>(widget));
+    if (isDock && icon == SP_TitleBarCloseButton) return makeIcon(Icon::Close);
+    if (isDock && icon == SP_TitleBarNormalButton) return makeIcon(Icon::Float);
+    return QProxyStyle::standardIcon(icon, option, widget);
+  }
+
+ private:
+  static void drawTabClose(const QStyleOption* option, QPainter* painter) {
+    if (option->state & State_Raised) painter->fillRect(option->rect, option->palette.mid());  // under the mouse
+    makeIcon(Icon::Close).paint(painter, option->rect.adjusted(2, 2, -2, -2));
   }
 };
 

@@ -94,6 +94,10 @@ QPainterPath outline(Icon icon) {
     case Icon::SplitRight:
     case Icon::SplitDown:
       return frame();
+    case Icon::Float:
+      path.addRect(2, 6, 8, 8);
+      addLines(path, {{6, 6, 6, 2}, {6, 2, 14, 2}, {14, 2, 14, 10}, {14, 10, 10, 10}});
+      return path;
     case Icon::Close:
       addLines(path, {{4, 4, 12, 12}, {12, 4, 4, 12}});
       return path;

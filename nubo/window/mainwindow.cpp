@@ -14,7 +14,6 @@
 #include <QScreen>
 #include <QSettings>
 #include <QStatusBar>
-#include <QVBoxLayout>
 #include <algorithm>
 #include <memory>
 
@@ -86,6 +85,7 @@ MainWindow::~MainWindow() {
   // The viewer must not be left with a panel, nor panels call a window that is half gone.
   gui::Viewer::getInstance()->setActivePanel(nullptr);
   mp_Panels->disconnect(this);
+  delete mp_Messages;  // looks at the tabs
   delete mp_Panels;
 }
 
@@ -93,12 +93,8 @@ void MainWindow::createParts() {
   mp_Changer = new SceneChanger(this);
   mp_Loader = new SceneLoader(this);
   mp_Panels = new PanelArea;
-  auto* center = new QWidget;
-  auto* layout = new QVBoxLayout(center);
-  layout->setContentsMargins(0, 0, 0, 0);
-  layout->addWidget(mp_Panels);
-  setCentralWidget(center);
-  mp_Messages = new MessageBar(center);
+  setCentralWidget(mp_Panels);
+  mp_Messages = new MessageBar(mp_Panels);
   mp_Running = new RunningCommands;
   statusBar()->addPermanentWidget(mp_Running);
   util::YProgressDialog::setPresenter(std::make_shared<RunningPresenter>(mp_Running));
@@ -371,9 +367,12 @@ void MainWindow::sceneRead(const QStringList& files, const QStringList& failed, 
                                     result.error);
     return;
   }
-  if (!mp_Runner->isIdle())
-    mp_Messages->showNotice(tr("%1 is read, and will be shown when no command runs any more.").arg(namesOf(files)));
-  mp_Runner->whenIdle([this, files, result] { installScene(files, result); });
+  const QString notice = tr("%1 is read, and will be shown when no command runs any more.").arg(namesOf(files));
+  if (!mp_Runner->isIdle()) mp_Messages->showNotice(notice);
+  mp_Runner->whenIdle([this, files, result, notice] {
+    if (mp_Messages->text() == notice) mp_Messages->dismiss();
+    installScene(files, result);
+  });
 }
 
 /// Nothing runs, so that nobody uses the old scene or its trajectory.

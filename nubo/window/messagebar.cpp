@@ -4,6 +4,8 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QTabBar>
+#include <QTabWidget>
 #include <QToolButton>
 
 #include "nubo/window/colors.h"
@@ -11,7 +13,7 @@
 
 namespace nubo::window {
 
-MessageBar::MessageBar(QWidget* below) : QFrame(below), mp_Text(new QLabel) {
+MessageBar::MessageBar(QTabWidget* below) : QFrame(below), mp_Below(below), mp_Text(new QLabel) {
   setObjectName(QStringLiteral("messageBar"));
   setFrameShape(QFrame::StyledPanel);
   setAutoFillBackground(true);
@@ -33,6 +35,7 @@ MessageBar::MessageBar(QWidget* below) : QFrame(below), mp_Text(new QLabel) {
   layout->addWidget(log);
   layout->addWidget(close);
   below->installEventFilter(this);
+  below->tabBar()->installEventFilter(this);
   hide();
 }
 
@@ -59,8 +62,9 @@ void MessageBar::display(const QString& text, bool isFailure) {
 }
 
 void MessageBar::place() {
-  const int width = parentWidget()->width();
-  setGeometry(0, 0, width, layout()->heightForWidth(width));  // sizeHint() thinks of a narrow text
+  const int width = mp_Below->width();
+  const int top = mp_Below->tabBar()->isVisibleTo(mp_Below) ? mp_Below->tabBar()->height() : 0;
+  setGeometry(0, top, width, layout()->heightForWidth(width));  // sizeHint() thinks of a narrow text
 }
 
 void MessageBar::dismiss() {
@@ -69,7 +73,11 @@ void MessageBar::dismiss() {
 }
 
 bool MessageBar::eventFilter(QObject* watched, QEvent* event) {
-  if (event->type() == QEvent::Resize && isVisible()) place();
+  const bool moves = event->type() == QEvent::Resize || event->type() == QEvent::Show || event->type() == QEvent::Hide;
+  if (moves && isVisible()) {
+    place();
+    raise();
+  }
   return QFrame::eventFilter(watched, event);
 }
 

@@ -5,16 +5,17 @@
 
 QT_BEGIN_NAMESPACE
 class QLabel;
+class QTabWidget;
 QT_END_NAMESPACE
 
 namespace nubo::window {
 
-/// A bar over the upper edge of another widget, which keeps its size: views must not change theirs because of a
-/// message. Application thread.
+/// A bar over the upper edge of the pages of a tab widget, which keep their size: views must not change theirs because
+/// of a message. Application thread.
 class MessageBar : public QFrame {
   Q_OBJECT
  public:
-  explicit MessageBar(QWidget* below);
+  explicit MessageBar(QTabWidget* below);
 
   /// Shows a failure; several that come together are counted, and the first is shown.
   void showFailure(const QString& text);
@@ -35,6 +36,7 @@ class MessageBar : public QFrame {
   void display(const QString& text, bool isFailure);
   void place();
 
+  QTabWidget* mp_Below;
   QLabel* mp_Text;
   QString m_First;
   int m_Failures = 0;

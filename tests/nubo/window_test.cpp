@@ -2,6 +2,7 @@
 #include <QLineEdit>
 #include <QSlider>
 #include <QSpinBox>
+#include <QTabBar>
 #include <QTreeWidget>
 #include <mutex>
 #include <thread>
@@ -258,6 +259,11 @@ TEST_F(WindowTest, GoesOnAfterWrongFilesAndNonsenseInSettings) {
     drop({QUrl::fromLocalFile(writeFile(name, *name == 'w' ? "not a model" : ""))});
     ASSERT_TRUE(waitUntil([&] { return message().contains(name); })) << "the former failure is of no interest now";
   }
+  useShortcut("Ctrl+T");
+  const auto* bar = window->findChild<QFrame*>("messageBar");
+  const QTabBar* tabs = panels().tabBar();
+  ASSERT_TRUE(waitUntil([&] { return tabs->isVisible(); }));
+  EXPECT_GE(bar->mapToGlobal(QPoint()).y(), tabs->mapToGlobal(QPoint(0, tabs->height())).y()) << "tabs stay in reach";
   ASSERT_NO_FATAL_FAILURE(openCube());
   EXPECT_EQ(message(), QString());
   drop({QUrl("http://localhost/model.stl")});
