@@ -477,8 +477,8 @@
         <translation>Ansicht schließen</translation>
     </message>
     <message>
-        <source>%1 is still running for this panel.</source>
-        <translation>%1 läuft noch für diese Ansicht.</translation>
+        <source>Still running for this panel: %1.</source>
+        <translation>Für diese Ansicht läuft noch: %1.</translation>
     </message>
     <message>
         <source>If you close the panel, the command may end at once, and what it has made so far may be lost. To keep it, cancel here and stop the command first.</source>
@@ -493,12 +493,12 @@
         <translation>Beenden</translation>
     </message>
     <message>
-        <source>%1 is still running.</source>
-        <translation>%1 läuft noch.</translation>
+        <source>Still running: %1.</source>
+        <translation>Es läuft noch: %1.</translation>
     </message>
     <message>
-        <source>If you quit, commands are stopped, and the window closes when they have ended.</source>
-        <translation>Wenn Sie beenden, werden Befehle angehalten, und das Fenster schließt sich, wenn sie fertig sind.</translation>
+        <source>If you quit, recordings are stopped and kept, and the window closes when all has ended. A picture is built to its end.</source>
+        <translation>Wenn Sie beenden, werden Aufnahmen angehalten und behalten, und das Fenster schließt sich, wenn alles fertig ist. Ein Bild wird noch zu Ende gezeichnet.</translation>
     </message>
     <message>
         <source>Stop and &amp;Quit</source>

@@ -409,7 +409,7 @@ void MainWindow::closePanels(const QList<ViewPanel*>& panels) {
   for (ViewPanel* panel : panels) doomed << panel;
   if (!runs.isEmpty()) {
     QMessageBox box(QMessageBox::Question, tr("Close Panel"),
-                    tr("%1 is still running for this panel.").arg(titlesOf(runs)), QMessageBox::Cancel, this);
+                    tr("Still running for this panel: %1.").arg(titlesOf(runs)), QMessageBox::Cancel, this);
     box.setInformativeText(
         tr("If you close the panel, the command may end at once, and what it has made so far may be "
            "lost. To keep it, cancel here and stop the command first."));
@@ -423,9 +423,11 @@ void MainWindow::closePanels(const QList<ViewPanel*>& panels) {
 }
 
 bool MainWindow::confirmsClosing(const QList<RunningCommand*>& runs) {
-  QMessageBox box(QMessageBox::Question, tr("Quit"), tr("%1 is still running.").arg(titlesOf(runs)),
-                  QMessageBox::Cancel, this);
-  box.setInformativeText(tr("If you quit, commands are stopped, and the window closes when they have ended."));
+  QMessageBox box(QMessageBox::Question, tr("Quit"), tr("Still running: %1.").arg(titlesOf(runs)), QMessageBox::Cancel,
+                  this);
+  box.setInformativeText(
+      tr("If you quit, recordings are stopped and kept, and the window closes when all has ended. A picture is built "
+         "to its end."));
   QPushButton* quit = box.addButton(tr("Stop and &Quit"), QMessageBox::DestructiveRole);
   box.setDefaultButton(QMessageBox::Cancel);
   box.exec();
