@@ -7,6 +7,7 @@
 #include <QImage>
 #include <QImageWriter>
 #include <QOpenGLFramebufferObject>
+#include <QSaveFile>
 #include <QSettings>
 #include <algorithm>
 #include <boost/bind.hpp>
@@ -112,6 +113,28 @@ class WaitCursor {
   WaitCursor(const WaitCursor&) = delete;
   WaitCursor& operator=(const WaitCursor&) = delete;
 };
+
+/// A file that what is written replaces only when all of it arrived: not every picture format looks at that itself.
+class WholeFile : public QSaveFile {
+ public:
+  using QSaveFile::QSaveFile;
+
+ protected:
+  qint64 writeData(const char* data, qint64 size) override {
+    const qint64 written = QSaveFile::writeData(data, size);
+    if (written != size) cancelWriting();
+    return written;
+  }
+};
+
+/// Writes a picture in the format of the file's suffix.
+bool writeFile(const QImage& image, const QString& fileName) {
+  const QFileInfo target(fileName);
+  WholeFile file(fileName);
+  // Pipes and devices are not replaced; and not every directory takes another file, nor every name a longer one.
+  if ((target.exists() && !target.isFile()) || !file.open(QIODevice::WriteOnly)) return image.save(fileName);
+  return image.save(&file, target.suffix().toLatin1().constData()) && file.commit();
+}
 
 void setUpTile(scene::SceneDrawer& drawer, const Tile& tile, const Frustum& part) {
   const QColor background = drawer.getBackgroundColor();
@@ -322,7 +345,7 @@ void GrabImage::grabToFile(const QString& fileName, int width, int height, const
   saveImage(&image, transform);
   updateText(QObject::tr("Saving image"));
   const QByteArray localName = fileName.toLocal8Bit();
-  if (image.save(fileName, nullptr, -1))
+  if (writeFile(image, fileName))
     GRABIMAGE_LOG(log::Note, "execute", "Image saved to '%s'", localName.constData());
   else
     GRABIMAGE_LOG(log::Failure, "execute", "Couldn't save image '%s'!", localName.constData());

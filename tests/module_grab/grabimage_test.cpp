@@ -2,11 +2,14 @@
 #include "module_grab/commands/grabimage.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <QDir>
 #include <QFileDialog>
 #include <QGuiApplication>
 #include <QImageWriter>
 #include <QSettings>
+#include <csignal>
 
 #include "kernel/events/eventmanager.h"
 #include "kernel/main/parameter.h"
@@ -182,6 +185,27 @@ TEST_F(GrabImageTest, SavesAndRemembersTheDirectory) {
   EXPECT_EQ(m_Log.messages(2000), (std::vector<QString>{"Couldn't save image '" + nowhere + "'!"}));
   EXPECT_EQ(main::nuboSettings()->value("lastGrabImageDirectory").toString(), m_Host.file("nowhere"));
   EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(GrabImageTest, KeepsTheOldFileWhereTheNewOneFindsNoSpace) {
+  activate(m_Panel.get());
+  const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const rlimit small{100, limit.rlim_max};
+  for (const char* name : {"old.png", "old.bmp", "old.tif"}) {
+    if (!QImageWriter::supportedImageFormats().contains(QFileInfo(name).suffix().toLatin1())) continue;
+    QFile file(m_Host.file(name));
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite) && file.write("old") == 3 && file.flush());
+    setrlimit(RLIMIT_FSIZE, &small);
+    EXPECT_TRUE(grab(file.fileName(), 300));
+    setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_EQ(m_Log.messages(2000), (std::vector<QString>{"Couldn't save image '" + file.fileName() + "'!"}));
+    QFile now(file.fileName());
+    EXPECT_TRUE(now.open(QIODevice::ReadOnly) && now.readAll() == "old") << name;
+    EXPECT_EQ(QDir(m_Host.directory.path()).entryList({QString(name) + "*"}), QStringList{name});
+  }
+  std::signal(SIGXFSZ, previousHandler);
 }
 
 TEST_F(GrabImageTest, RefusesWhatCannotBecomeAPicture) {
