@@ -9,7 +9,7 @@ QT_END_NAMESPACE
 
 namespace nubo::app {
 
-/// Catches SIGINT and SIGTERM as long as it lives. One at a time; application thread.
+/// Catches SIGINT, SIGTERM and, unless that is ignored, SIGHUP as long as it lives. One at a time; application thread.
 class Interrupt : public QObject {
   Q_OBJECT
  public:
