@@ -115,20 +115,31 @@ void TrajectoryBar::showMode(Mode mode) {
 
 void TrajectoryBar::chooseMode(int index) {
   const Mode mode = Mode(mp_Modes->itemData(index).toInt());
+  const QString pointFile = m_PointFile;
   if (mode == PointFile) {
     m_PointFile = QFileDialog::getOpenFileName(window(), tr("Points of a Trajectory"), QString(),
                                                tr("Points (*.csv *.txt);;All Files (*)"));
-    if (m_PointFile.isEmpty()) return showMode(m_Mode);
+    if (m_PointFile.isEmpty()) return keepMode(pointFile);
   }
   stop();
-  if (!m_Runner.isIdle()) return showMode(m_Mode);
+  if (!m_Runner.isIdle()) return keepMode(pointFile);
   m_Changer.finish();
   setPosition(0);  // leaves the scene as it was found
   removeMarkers();
   const QString error = select(mode);
-  showMode(error.isEmpty() ? mode : Still);
+  if (error.isEmpty())
+    showMode(mode);
+  else if (m_PointFile = pointFile; select(m_Mode).isEmpty())
+    showMode(m_Mode);
+  else
+    showMode(Still);
   emit sceneChanged();
   if (!error.isEmpty()) emit failed(error);
+}
+
+void TrajectoryBar::keepMode(const QString& pointFile) {
+  m_PointFile = pointFile;
+  showMode(m_Mode);
 }
 
 QString TrajectoryBar::select(Mode mode) {

@@ -49,6 +49,7 @@ class TrajectoryBar : public QToolBar {
   void fillModes();
   void chooseMode(int index);
   QString select(Mode mode);
+  void keepMode(const QString& pointFile);
   void removeMarkers();
   void showMode(Mode mode);
 
