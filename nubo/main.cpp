@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QSettings>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +13,7 @@
 #endif
 
 #include "kernel/main/commandmanager.h"
+#include "kernel/main/overseer.h"
 #include "nubo/commandline.h"
 #include "nubo/commandrun.h"
 #include "nubo/information.h"
@@ -88,6 +90,13 @@ ExitStatus runCommand(Session& session, const CommandLine& line, const QString& 
   return run.run(session.processor(), line.duration);
 }
 
+/// Empty if the settings could be read, or there are none yet.
+QString settingsProblem() {
+  const QSettings* settings = main::nuboSettings();
+  if (settings->status() == QSettings::NoError) return QString();
+  return QStringLiteral("the settings in %1 cannot be read, defaults take their place").arg(settings->fileName());
+}
+
 ExitStatus runSession(CommandLine& line, const QString& noOpenGL) {
   const auto shown = std::make_shared<TerminalProgress>();
   util::YProgressDialog::setPresenter(shown);
@@ -100,6 +109,7 @@ ExitStatus runSession(CommandLine& line, const QString& noOpenGL) {
                 [commands](const QString& name) { return optionNames(*commands->find(name)); });
   if (!line.error.isEmpty()) return refuse(report, line.error, session);
   report.setVerbosity(line.verbosity);
+  if (const QString problem = settingsProblem(); !problem.isEmpty()) report.note(problem);
 
   const QString text = answer(line, main::CommandManager::getInstance()->find(line.command));
   if (!text.isNull()) {

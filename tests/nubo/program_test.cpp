@@ -256,6 +256,7 @@ TEST_F(Program, StoresSettingsAndKeepsTheOthers) {
   QSettings settings(m_Settings.filePath("nubo.ini"), QSettings::IniFormat);
   EXPECT_EQ(settings.value("settings/grabvideofps").toInt(), 12);
   EXPECT_EQ(settings.value("settings/grabvideokbps").toInt(), 4000);
+  EXPECT_THAT(run("--settings / --list-commands").errors.toStdString(), HasSubstr("the settings in / cannot be read"));
   expectOneLine(run("--settings /proc/nubo.ini setvideosettings --fps 12"), 1,
                 "the settings cannot be written to /proc/nubo.ini");
 }
