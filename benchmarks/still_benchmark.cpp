@@ -41,13 +41,9 @@ class Clock {
 /// Draws the global scene as the command for pictures does.
 class Picture {
  public:
-  Picture(int width, int height, double zoom, int samples)
-      : m_Width(width), m_Height(height), m_Drawer(scene::_GlobalScene()) {
+  Picture(int width, int height, int samples) : m_Width(width), m_Height(height), m_Drawer(scene::_GlobalScene()) {
     m_Panel.resize(1280, 720);
     m_Panel.fit();
-    gui::Camera camera = m_Panel.getCamera();
-    camera.zoom(zoom);
-    m_Panel.setCamera(camera);
     m_Drawer.setSamples(samples);
   }
 
@@ -134,8 +130,7 @@ int run(const QCommandLineParser& options) {
   if (!context.create() || !context.makeCurrent(&surface)) qFatal("No OpenGL");
   const int width = options.value(QStringLiteral("width")).toInt(), height = width * 9 / 16;
   {
-    Picture picture(width, height, options.value(QStringLiteral("zoom")).toDouble(),
-                    options.value(QStringLiteral("samples")).toInt());
+    Picture picture(width, height, options.value(QStringLiteral("samples")).toInt());
     if (options.isSet(QStringLiteral("one-pass")))
       compareWithOnePass(picture, width, height, clock);
     else
@@ -153,7 +148,6 @@ int main(int argc, char** argv) {
   const QApplication application(argc, argv);
   QCommandLineParser options;
   options.addOptions({{QStringLiteral("width"), QString(), QStringLiteral("pixels"), QStringLiteral("10000")},
-                      {QStringLiteral("zoom"), QString(), QStringLiteral("factor"), QStringLiteral("1")},
                       {QStringLiteral("samples"), QString(), QStringLiteral("count"), QStringLiteral("0")},
                       {QStringLiteral("output"), QString(), QStringLiteral("file")},
                       {QStringLiteral("one-pass"), QStringLiteral("compares drawing in tiles with one pass")}});
