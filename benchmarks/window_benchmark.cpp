@@ -51,13 +51,14 @@ class Hand : public QObject {
     m_Gaps.clear();
     m_Frames = 0;
     m_Sent = 0;
-    m_Stop = false;
+    m_Stop = m_Stopped = false;
     std::thread sender([this] { send(); });
     do handleEventsFor(20);
     while (!done());
     m_Stop = true;
+    // Not waited for by joining, which would keep its last moves from being handled.
+    while (!m_Stopped || int(m_Gaps.size()) < m_Sent) handleEventsFor(20);
     sender.join();
-    while (int(m_Gaps.size()) < m_Sent) handleEventsFor(20);
     std::sort(m_Gaps.begin(), m_Gaps.end());
     std::printf("\"%s\": {\"longest\": %.4f, \"95 %%\": %.4f, \"median\": %.4f, \"inputs\": %d, \"frames\": %d}", name,
                 m_Gaps.back(), m_Gaps[m_Gaps.size() * 95 / 100], m_Gaps[m_Gaps.size() / 2], int(m_Sent), m_Frames);
@@ -77,6 +78,7 @@ class Hand : public QObject {
       post(QEvent::MouseButtonRelease, center);
       std::this_thread::sleep_for(std::chrono::milliseconds(Rests[stroke % std::size(Rests)]));
     }
+    m_Stopped = true;
   }
 
   void post(QEvent::Type type, const QPoint& at) {
@@ -101,7 +103,7 @@ class Hand : public QObject {
 
   window::ViewPanel* mp_Panel;
   QElapsedTimer m_Clock;
-  std::atomic<bool> m_Stop{false};
+  std::atomic<bool> m_Stop{false}, m_Stopped{true};
   std::atomic<int> m_Sent{0};
   int m_Frames = 0;
   std::vector<ulong> m_Handled;
