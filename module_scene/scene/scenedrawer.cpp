@@ -342,7 +342,7 @@ void SceneDrawer::glDraw(const util::YPointer<SceneElement>& root, const util::Y
     d->draw(state, std::numeric_limits<std::size_t>::max());
     return;
   }
-  constexpr double PartMs = 10;
+  constexpr double PartMs = 3;
   for (bool more = true; more;) {
     const DrawingTurn turn;
     more = d->drawPart(state, PartMs);
