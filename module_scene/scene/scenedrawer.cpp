@@ -343,7 +343,8 @@ void SceneDrawer::glDraw(const util::YPointer<SceneElement>& root, const util::Y
     return;
   }
   constexpr double PartMs = 3;
-  for (bool more = true; more;) {
+  // The first part, a little one, has the driver prepare itself, which can take long and hinders nobody.
+  for (bool more = d->drawPart(state, 0); more;) {
     const DrawingTurn turn;
     more = d->drawPart(state, PartMs);
   }
