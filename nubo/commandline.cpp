@@ -145,6 +145,19 @@ class Reader {
   CommandLine& m_Line;
 };
 
+/// How many words at the begin of these are options of the program's with their values.
+int countOptionWords(const QStringList& words) {
+  int count = 0;
+  while (count < words.size() && words[count].startsWith("--")) {
+    const QString name = words[count].mid(2).section('=', 0, 0);
+    const auto option = std::find_if(ownOptions().begin(), ownOptions().end(),
+                                     [&](const QCommandLineOption& own) { return own.names().contains(name); });
+    if (option == ownOptions().end()) break;
+    count += option->valueName().isEmpty() || words[count].contains('=') ? 1 : 2;
+  }
+  return count;
+}
+
 /// What follows the scenes and the command: `--name value`, `--name=value`, or `--name` alone.
 void readArguments(const QStringList& words, CommandLine& line) {
   for (int i = 0; i < words.size(); ++i) {
@@ -153,7 +166,7 @@ void readArguments(const QStringList& words, CommandLine& line) {
       continue;
     }
     if (!words[i].startsWith("--") || words[i] == "--") {
-      line.error = QStringLiteral("%1: expected --PARAMETER VALUE; scenes and command stand together").arg(words[i]);
+      line.error = QStringLiteral("%1: expected --PARAMETER VALUE").arg(words[i]);
       return;
     }
     const int equals = words[i].indexOf('=');
@@ -217,7 +230,14 @@ CommandLine parseCommandLine(const QStringList& words) {
   CommandLine line;
   QStringList rest = Reader(line).read(words);
   if (!line.error.isEmpty()) return line;
-  while (!rest.isEmpty() && !rest[0].startsWith('-')) line.scenes << rest.takeFirst();
+  QStringList options = line.options;
+  // Options before another name belong to the program; after the last, the command may have one of the same name.
+  for (int count = 0; count < rest.size() && !rest[count].startsWith('-'); count = countOptionWords(rest)) {
+    options << rest.mid(0, count);
+    line.scenes << rest[count];
+    rest = rest.mid(count + 1);
+  }
+  if (options != line.options) Reader(line).read(options);
   if (!line.scenes.isEmpty()) line.command = line.scenes.takeLast();
   readArguments(rest, line);
   return line;
