@@ -9,23 +9,14 @@
 #include "kernel/main/modulemanager.h"
 #include "kernel/util/delegate.h"
 #include "module_scene/gui/framing.h"
-#include "module_scene/scene/builtinanimation.h"
-#include "module_scene/scene/builtinscene.h"
 #include "module_trajectory/trajectory.h"
 #include "nubo/report.h"
+#include "nubo/scenefile.h"
 #include "nubo/trajectorychoice.h"
 
 namespace nubo::app {
 
 namespace {
-
-io::ImportResult readScene(const QString& scene) {
-  if (scene != BuiltinScene) return io::importFile(scene);
-  io::ImportResult result;
-  result.root = scene::createBuiltinScene();
-  result.animations = {scene::createBuiltinAnimation(*result.root)};
-  return result;
-}
 
 /// One scene of all; none at all where one cannot be read.
 io::ImportResult readScenes(const QStringList& scenes) {

@@ -4,36 +4,27 @@
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 
-#include "module_scene/scene/builtinanimation.h"
-#include "module_scene/scene/builtinscene.h"
 #include "module_scene/scene/coarsening.h"
 #include "module_scene/scene/scenedrawer.h"
 #include "module_scene/scene/sharedcontext.h"
 #include "nubo/commandline.h"
+#include "nubo/scenefile.h"
 
 namespace nubo::window {
 
 namespace {
 
-io::ImportResult readOne(const QString& file) {
-  if (!SceneLoader::isBuiltin(file)) return io::importFile(file);
-  io::ImportResult result;
-  result.root = scene::createBuiltinScene();
-  result.animations = {scene::createBuiltinAnimation(*result.root)};
-  return result;
-}
-
 /// Files that cannot be read are moved from `files` to `failed`.
 io::ImportResult readAll(QStringList& files, QStringList& failed) {
   if (files.size() == 1) {
-    io::ImportResult one = readOne(files.first());
+    io::ImportResult one = app::readScene(files.first());
     if (!one.root) std::swap(files, failed);
     return one;
   }
   io::ImportResult all;
   QStringList errors;
   for (const QString& file : QStringList(files)) {
-    io::ImportResult one = readOne(file);
+    io::ImportResult one = app::readScene(file);
     if (one.root) {
       if (!all.root) all.root = new scene::SceneElement(SceneLoader::tr("Scene"));
       all.root->addChild(one.root);
