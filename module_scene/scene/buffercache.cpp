@@ -1,6 +1,7 @@
 #include "module_scene/scene/buffercache.h"
 
-#include <QOpenGLFunctions>
+#include <QOpenGLExtraFunctions>
+#include <limits>
 
 namespace nubo::scene {
 
@@ -65,12 +66,11 @@ GeometryBuffer::GeometryBuffer(const Geometry& geometry)
   append(gl, offset, geometry.normals);
   append(gl, offset, geometry.texCoords);
   append(gl, offset, geometry.colors);
-  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
-  gl->glBufferData(GL_ELEMENT_ARRAY_BUFFER, bytesOf(geometry.indices) + bytesOf(geometry.coarseIndices), nullptr,
-                   GL_STATIC_DRAW);
-  offset = 0;
-  append(gl, offset, geometry.indices, GL_ELEMENT_ARRAY_BUFFER);
-  append(gl, offset, geometry.coarseIndices, GL_ELEMENT_ARRAY_BUFFER);
+  const bool isShort = std::all_of(geometry.clusters.begin(), geometry.clusters.end(), [](const Cluster& cluster) {
+    return cluster.vertexCount <= std::numeric_limits<GLushort>::max();
+  });
+  m_IndexType = isShort ? GL_UNSIGNED_SHORT : GL_UNSIGNED_INT;
+  isShort ? copyIndices<GLushort>(geometry) : copyIndices<GLuint>(geometry);
 
   for (std::size_t i = 0; i < geometry.clusters.size(); ++i) {
     const Cluster& cluster = geometry.clusters[i];
@@ -88,6 +88,36 @@ GeometryBuffer::GeometryBuffer(const Geometry& geometry)
 }
 
 GeometryBuffer::~GeometryBuffer() = default;
+
+template <class Index>
+void GeometryBuffer::copyIndices(const Geometry& geometry) {
+  QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
+  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
+  m_CoarseOffset = (geometry.indices.size() * sizeof(Index) + sizeof(GLuint) - 1) / sizeof(GLuint) * sizeof(GLuint);
+  auto coarseOffset = GLintptr(m_CoarseOffset);
+  gl->glBufferData(GL_ELEMENT_ARRAY_BUFFER, coarseOffset + bytesOf(geometry.coarseIndices), nullptr, GL_STATIC_DRAW);
+  append(gl, coarseOffset, geometry.coarseIndices, GL_ELEMENT_ARRAY_BUFFER);
+  std::vector<Index> own;
+  for (const Cluster& cluster : geometry.clusters) {
+    own.clear();
+    for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; ++i)
+      own.push_back(Index(geometry.indices[i] - cluster.firstVertex));
+    auto offset = GLintptr(cluster.first * sizeof(Index));
+    append(gl, offset, own, GL_ELEMENT_ARRAY_BUFFER);
+  }
+}
+
+void GeometryBuffer::draw(GLenum mode, const Range& range) const {
+  QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
+  const auto at = [](std::size_t bytes) { return reinterpret_cast<const void*>(bytes); };
+  if (range.vertexCount == 0) {
+    gl->glDrawElements(mode, GLsizei(range.count), GL_UNSIGNED_INT, at(m_CoarseOffset + range.first * sizeof(GLuint)));
+    return;
+  }
+  const std::size_t size = m_IndexType == GL_UNSIGNED_SHORT ? sizeof(GLushort) : sizeof(GLuint);
+  gl->glDrawRangeElementsBaseVertex(mode, 0, range.vertexCount - 1, GLsizei(range.count), m_IndexType,
+                                    at(range.first * size), GLint(range.firstVertex));
+}
 
 void GeometryBuffer::bind(const Geometry& geometry) const {
   QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();

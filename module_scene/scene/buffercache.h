@@ -8,6 +8,12 @@
 
 namespace nubo::scene {
 
+/// Indices that one call draws: of a cluster, or of a coarse version.
+struct Range {
+  std::uint32_t first, count;              ///< into Geometry::indices, or coarseIndices
+  std::uint32_t firstVertex, vertexCount;  ///< as the cluster's; none: of a coarse version
+};
+
 /// A geometry's vertices and indices in OpenGL's memory, and what the drawer needs to cull it fast.
 class GeometryBuffer : public util::YObject {
  public:
@@ -21,12 +27,19 @@ class GeometryBuffer : public util::YObject {
   bool isUsable() const { return m_Vertices.isUsable() && m_Indices.isUsable(); }
   /// Binds both buffers and points the arrays of the current context at them.
   void bind(const Geometry& geometry) const;
+  /// Draws a range of the geometry that is bound.
+  void draw(GLenum mode, const Range& range) const;
   /// The box of each GroupSize clusters, in their order.
   const std::vector<Cluster>& groups() const { return m_Groups; }
 
  private:
+  template <class Index>
+  void copyIndices(const Geometry& geometry);
+
   SharedName m_Vertices;  // positions, normals, texture coordinates and colours, one array after the other
-  SharedName m_Indices;   // and those of the coarse versions after them
+  SharedName m_Indices;   // counted from each cluster's first vertex; those of the coarse versions after them
+  GLenum m_IndexType = GL_UNSIGNED_SHORT;
+  std::size_t m_CoarseOffset = 0;  // bytes
   std::vector<Cluster> m_Groups;
 };
 

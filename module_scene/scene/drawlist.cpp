@@ -93,18 +93,20 @@ class Culler {
   double m_PixelsPerUnit;
 };
 
+Range whole(const Cluster& cluster) { return {cluster.first, cluster.count, cluster.firstVertex, cluster.vertexCount}; }
+
 // What of the cluster is drawn where small things may be left out: its coarsest version that does, or nothing.
-DrawList::Range thinned(const Geometry& geometry, std::size_t index, const Culler& culler) {
+Range thinned(const Geometry& geometry, std::size_t index, const Culler& culler) {
   const Cluster& cluster = geometry.clusters[index];
   const auto& versions = geometry.coarseVersions;
   const auto version = std::find_if(versions.rbegin(), versions.rend(),
                                     [&](const CoarseVersion& v) { return culler.isTooSmall(v.cell, cluster); });
   if (version != versions.rend()) {
     const std::uint32_t first = version->first[index];
-    return {std::uint32_t(geometry.indices.size()) + first, version->first[index + 1] - first};
+    return {first, version->first[index + 1] - first, 0, 0};
   }
   const bool isDrawn = !versions.empty() || !culler.isTooSmall(2 * Culler::radius(cluster), cluster);
-  return {cluster.first, isDrawn ? cluster.count : 0};
+  return isDrawn ? whole(cluster) : Range{};
 }
 
 // Whether no face of the cluster looks towards the eye, for which both are seen from one space. All
@@ -143,8 +145,7 @@ void DrawList::clear() {
   m_Transparent.clear();
   m_Unsorted.clear();
   m_Sortables.clear();
-  m_Counts.clear();
-  m_Offsets.clear();
+  m_Ranges.clear();
   m_Margin = 0;
 }
 
@@ -181,7 +182,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, con
   batch.mirrored = volume < 0;
   // The near plane may open a closed surface and show its inside.
   batch.cullBack = geometry.closed && !geometry.transparent && culler.isBeyondNearPlane(geometry.box);
-  batch.firstRange = m_Counts.size();
+  batch.firstRange = m_Ranges.size();
   const bool perspective = query.projection(3, 2) != 0 && query.projection(3, 3) == 0;
   const bool useCones = batch.cullBack && perspective && volume != 0;
   const math::Vector3 eye = useCones ? originSeenFrom(modelView, volume) : math::Vector3{};
@@ -193,7 +194,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, con
       const Cluster& cluster = geometry.clusters[i];
       if (!inside && culler.side(cluster) == Side::Outside) continue;
       if (useCones && facesAway(cluster, eye)) continue;
-      const Range range = culler.leavesOut() ? thinned(geometry, i, culler) : Range{cluster.first, cluster.count};
+      const Range range = culler.leavesOut() ? thinned(geometry, i, culler) : whole(cluster);
       if (range.count == 0) continue;
       if (!geometry.transparent) {
         addRange(batch.firstRange, range);
@@ -209,24 +210,22 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, con
   for (std::size_t i = 0; i < groups.size(); ++i)
     if (const Side side = culler.side(groups[i]); side != Side::Outside) addClusters(i, side == Side::Inside);
 
-  batch.rangeCount = m_Counts.size() - batch.firstRange;
+  batch.rangeCount = m_Ranges.size() - batch.firstRange;
   if (batch.rangeCount == 0 && m_Sortables.size() == sortable) return;
   m_Margin = std::max(m_Margin, margin);
   (geometry.transparent ? m_Unsorted : m_Opaque).push_back(std::move(batch));
 }
 
-// Adds to the batch whose ranges begin at `firstRange`; ranges that follow each other become one.
+// Adds to the batch whose ranges begin at `firstRange`; coarse ones that follow each other become one.
 // Long ranges are not worth joining, and stand in the way of drawing in parts.
 void DrawList::addRange(std::size_t firstRange, const Range& range) {
-  constexpr int Long = 3 << 12;
-  const auto offset = [](std::size_t index) { return reinterpret_cast<const void*>(index * sizeof(std::uint32_t)); };
-  if (m_Counts.size() > firstRange && m_RangeEnd == range.first && m_Counts.back() < Long) {
-    m_Counts.back() += int(range.count);
-  } else {
-    m_Counts.push_back(int(range.count));
-    m_Offsets.push_back(offset(range.first));
-  }
-  m_RangeEnd = range.first + range.count;
+  constexpr std::uint32_t Long = 3 << 12;
+  Range* last = m_Ranges.size() > firstRange ? &m_Ranges.back() : nullptr;
+  const bool areCoarse = last && last->vertexCount == 0 && range.vertexCount == 0;
+  if (areCoarse && last->first + last->count == range.first && last->count < Long)
+    last->count += range.count;
+  else
+    m_Ranges.push_back(range);
 }
 
 void DrawList::sortTransparent() {
@@ -236,13 +235,13 @@ void DrawList::sortTransparent() {
   for (const Sortable& cluster : m_Sortables) {
     if (cluster.batch != last) {
       m_Transparent.push_back(m_Unsorted[cluster.batch]);
-      m_Transparent.back().firstRange = m_Counts.size();
+      m_Transparent.back().firstRange = m_Ranges.size();
       m_Transparent.back().rangeCount = 0;
       last = cluster.batch;
     }
     Batch& batch = m_Transparent.back();
     addRange(batch.firstRange, cluster.range);
-    batch.rangeCount = m_Counts.size() - batch.firstRange;
+    batch.rangeCount = m_Ranges.size() - batch.firstRange;
   }
 }
 

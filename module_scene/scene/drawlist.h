@@ -34,11 +34,6 @@ struct Batch {
 /// filled again for each view and keeps its memory. Needs a current context, whose copies it makes.
 class DrawList {
  public:
-  /// Of a geometry's indices, those of its coarse versions following its own.
-  struct Range {
-    std::uint32_t first, count;
-  };
-
   void collect(const SceneElement& root, const math::Matrix4& transform, const ViewQuery& query);
   void clear();
   /// To be called once after the last collect().
@@ -50,9 +45,8 @@ class DrawList {
   const std::vector<Batch>& transparent() const { return m_Transparent; }
   /// Pixels around the view that points and lines of a width need to be drawn whole; 0 without any.
   int margin() const { return m_Margin; }
-  /// The ranges of all batches, as glMultiDrawElements takes them.
-  const std::vector<int>& counts() const { return m_Counts; }
-  const std::vector<const void*>& offsets() const { return m_Offsets; }
+  /// Of all batches.
+  const std::vector<Range>& ranges() const { return m_Ranges; }
 
  private:
   struct Sortable {
@@ -67,9 +61,7 @@ class DrawList {
 
   std::vector<Batch> m_Opaque, m_Transparent, m_Unsorted;
   std::vector<Sortable> m_Sortables;  // clusters of the batches in m_Unsorted
-  std::vector<int> m_Counts;
-  std::vector<const void*> m_Offsets;
-  std::uint32_t m_RangeEnd = 0;  // index after the last range
+  std::vector<Range> m_Ranges;
   int m_Margin = 0;
 };
 

@@ -140,6 +140,27 @@ void joinVertices(Geometry& g) {
   pick(g.normals, 3, sources);
 }
 
+/// Gives each cluster vertices of its own, in the order in which its indices use them.
+void separateClusters(Geometry& g) {
+  std::vector<std::uint32_t> numbers(g.vertexCount()), sources;
+  sources.reserve(g.vertexCount() + g.vertexCount() / 4);
+  for (Cluster& cluster : g.clusters) {
+    cluster.firstVertex = std::uint32_t(sources.size());
+    for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; ++i) {
+      const std::uint32_t source = g.indices[i];
+      // What another cluster numbered, or nobody yet.
+      if (numbers[source] <= cluster.firstVertex) {
+        sources.push_back(source);
+        numbers[source] = std::uint32_t(sources.size());
+      }
+      g.indices[i] = numbers[source] - 1;
+    }
+    cluster.vertexCount = std::uint32_t(sources.size()) - cluster.firstVertex;
+  }
+  pickVertices(g, sources);
+  pick(g.normals, 3, sources);
+}
+
 /// Sorts the indices into clusters, with their boxes.
 void makeClusters(Geometry& g) {
   const int corners = cornersOf(g.kind);
@@ -210,6 +231,14 @@ void setNormals(Geometry& g, const Surface& surface) {
   g.indices.swap(indices);
 }
 
+void prepareFaces(Geometry& g) {
+  if (g.indices.empty()) return;
+  const Surface surface(g.positions, g.indices, g.normals.empty() && g.colors.empty() && g.texCoords.empty());
+  g.closed = !g.transparent && surface.isClosed();
+  if (g.normals.empty()) setNormals(g, surface);
+  if (g.closed) setCones(g);
+}
+
 bool isTransparent(const Geometry& g) {
   if (g.material && g.material->texture && g.material->texture->isTransparent()) return true;
   for (std::size_t i = 3; i < g.colors.size(); i += 4)
@@ -227,11 +256,8 @@ void Geometry::prepare() {
   makeClusters(*this);
   joinVertices(*this);
   transparent = isTransparent(*this);
-  if (kind != KindFaces || indices.empty()) return;
-  const Surface surface(positions, indices, normals.empty() && colors.empty() && texCoords.empty());
-  closed = !transparent && surface.isClosed();
-  if (normals.empty()) setNormals(*this, surface);
-  if (closed) setCones(*this);
+  if (kind == KindFaces) prepareFaces(*this);
+  separateClusters(*this);
 }
 
 }  // namespace nubo::scene

@@ -16,10 +16,13 @@ class GeometryBuffer;
 /// Kinds of geometry, as bits of SceneDrawer::glDraw's last argument.
 enum Kind { KindPoints = 1, KindLines = 2, KindFaces = 4 };
 
-/// A run of indices that lie close together, culled as one.
+/// A run of indices that lie close together, culled and drawn as one.
 struct Cluster {
   std::uint32_t first = 0;  ///< into Geometry::indices
   std::uint32_t count = 0;
+  /// The vertices that its indices name. They are its own: those on the border to another are there for both, which
+  /// costs a tenth or two more of them and lets OpenGL take them in order, each once.
+  std::uint32_t firstVertex = 0, vertexCount = 0;
   std::array<float, 3> min{};
   std::array<float, 3> max{};
   /// Bounds the directions that the faces look in, for closed geometries: an axis of length 1 and the
@@ -64,7 +67,7 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   std::size_t primitiveCount() const { return indices.size() / (kind == KindFaces ? 3 : kind == KindLines ? 2 : 1); }
 
   /// Joins equal vertices, computes smooth normals for faces that lack them, sorts the primitives into
-  /// spatial clusters and sets the box. Indices out of range must not occur.
+  /// spatial clusters with vertices of their own and sets the box. Indices out of range must not occur.
   void prepare();
 
  private:

@@ -221,12 +221,12 @@ class Painter {
     const GLenum mode = batch.geometry->kind == KindFaces   ? GL_TRIANGLES
                         : batch.geometry->kind == KindLines ? GL_LINES
                                                             : GL_POINTS;
-    const int* counts = m_List.counts().data() + batch.firstRange;
-    const std::size_t first = m_Range;
     std::size_t drawn = 0;
-    while (m_Range < batch.rangeCount && drawn < indices) drawn += std::size_t(counts[m_Range++]);
-    functions()->glMultiDrawElements(mode, counts + first, GL_UNSIGNED_INT,
-                                     m_List.offsets().data() + batch.firstRange + first, GLsizei(m_Range - first));
+    for (; m_Range < batch.rangeCount && drawn < indices; ++m_Range) {
+      const Range& range = m_List.ranges()[batch.firstRange + m_Range];
+      batch.buffer->draw(mode, range);
+      drawn += range.count;
+    }
     return drawn;
   }
 

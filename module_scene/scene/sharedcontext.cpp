@@ -12,6 +12,11 @@ namespace nubo::scene {
 
 namespace {
 
+void logFailure(int line, const char* message) {
+  log::Logger::getInstance()->log(log::Failure, __FILE__, line, "nubo::scene::SharedContext::SharedContext", nullptr,
+                                  "%s", message);
+}
+
 // What fixed-function drawing needs, for this context, for panels and for contexts that modules make.
 QSurfaceFormat drawingFormat() {
   QSurfaceFormat format = QSurfaceFormat::defaultFormat();
@@ -29,8 +34,7 @@ SharedContext::SharedContext() {
   context->setFormat(drawingFormat());
   context->setShareContext(qt_gl_global_share_context());
   if (!context->create()) {
-    log::Logger::getInstance()->log(log::Failure, __FILE__, __LINE__, "nubo::scene::SharedContext::SharedContext",
-                                    nullptr, "Could not create an OpenGL context");
+    logFailure(__LINE__, "Could not create an OpenGL context");
     return;
   }
   mp_Context = std::move(context);
@@ -39,6 +43,8 @@ SharedContext::SharedContext() {
   mp_Surface->create();
   if (mp_Context->makeCurrent(mp_Surface.get())) {
     m_HasFramebufferObjects = QOpenGLFramebufferObject::hasOpenGLFramebufferObjects();
+    if (!mp_Context->getProcAddress("glDrawRangeElementsBaseVertex"))
+      logFailure(__LINE__, "This OpenGL cannot draw scenes, version 3.2 or newer is needed");
     mp_Context->doneCurrent();
   }
   // Widgets share with the context that Qt knows as the global one.

@@ -86,6 +86,7 @@ GeometryPointer drawnWhole(const GeometryPointer& geometry) {
   plain->transparent = geometry->transparent;  // but not closed
   Cluster all;
   all.count = std::uint32_t(plain->indices.size());
+  all.vertexCount = std::uint32_t(plain->vertexCount());
   all.min.fill(-1e6f);
   all.max.fill(1e6f);
   plain->clusters = {all};

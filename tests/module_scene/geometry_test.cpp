@@ -8,6 +8,7 @@
 #include <limits>
 #include <map>
 #include <random>
+#include <set>
 
 namespace nubo::scene {
 namespace {
@@ -73,9 +74,9 @@ TEST(Geometry, JoinsASoupAndKeepsTheCreasesOfACube) {
 }
 
 TEST(Geometry, SmoothNormalsOfASphereLookOutwards) {
-  const Mesh mesh = sphere(40);
+  const Mesh mesh = sphere(16);  // of one cluster
   mesh->prepare();
-  EXPECT_EQ(mesh->vertexCount(), 39u * 80 + 2);
+  EXPECT_EQ(mesh->vertexCount(), 15u * 32 + 2);
   for (std::uint32_t i = 0; i < mesh->vertexCount(); ++i)
     for (int k = 0; k < 3; ++k)  // exact in theory where all neighbours lie on the sphere; 32-bit coordinates
       ASSERT_NEAR(vertex(mesh->normals, i)[k], vertex(mesh->positions, i)[k], 1e-4);
@@ -160,11 +161,16 @@ TEST(Geometry, ClustersHoldEachFaceOnceWithinTheirBoxesAndCones) {
   mesh->prepare();
   ASSERT_TRUE(mesh->closed);
 
-  std::uint32_t first = 0;
+  std::uint32_t first = 0, firstVertex = 0;
   double surfaces = 0;
   for (const Cluster& cluster : mesh->clusters) {
     EXPECT_EQ(cluster.first, first);
+    EXPECT_EQ(cluster.firstVertex, firstVertex);
     first += cluster.count;
+    firstVertex += cluster.vertexCount;
+    const std::set<std::uint32_t> vertices(mesh->indices.begin() + cluster.first, mesh->indices.begin() + first);
+    EXPECT_EQ(vertices.size(), cluster.vertexCount) << "each is used";
+    EXPECT_EQ(*vertices.rbegin(), firstVertex - 1);
     EXPECT_LE(cluster.count, 3 * 1024u);
     for (int k = 0; k < 3; ++k) {
       const int l = (k + 1) % 3;
@@ -188,6 +194,8 @@ TEST(Geometry, ClustersHoldEachFaceOnceWithinTheirBoxesAndCones) {
     EXPECT_GT(cluster.cone[3], 0.5f) << "a small piece of a sphere looks one way";
   }
   EXPECT_EQ(first, mesh->indices.size());
+  EXPECT_EQ(firstVertex, mesh->vertexCount());
+  EXPECT_LT(firstVertex, (149u * 300 + 2) * 5 / 4) << "few are there twice";
   EXPECT_EQ(mesh->indices.size(), 3u * (2 * 150 - 2) * 300);  // all but the degenerate ones at the poles
   for (const auto& [corners, count] : faces)
     if (corners[0] != corners[1] && corners[1] != corners[2] && corners[2] != corners[0]) {
