@@ -10,14 +10,14 @@ namespace {
 
 bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
-/// The line's fields without comment and surrounding space; two separators in a row enclose an empty one.
-QByteArrayList fieldsOf(QByteArray line) {
-  const int comment = line.indexOf('#');
-  if (comment >= 0) line.truncate(comment);
+QByteArray withoutComment(const QByteArray& line) { return line.mid(0, line.indexOf('#')).trimmed(); }
+
+/// The line's fields without surrounding space; two separators in a row enclose an empty one.
+QByteArrayList fieldsOf(const QByteArray& line) {
   QByteArrayList fields;
   QByteArray field;
   bool ended = true;  // by a separator, so that another one encloses an empty field
-  for (const char c : line.trimmed()) {
+  for (const char c : line) {
     const bool separator = c == ',' || c == ';';
     if (!separator && !isSpace(c)) {
       field += c;
@@ -31,8 +31,13 @@ QByteArrayList fieldsOf(QByteArray line) {
   return fields;
 }
 
-/// A point, or why the fields are none.
-std::optional<Point> toPoint(const QByteArrayList& fields, QString& cause) {
+/// A point, or why the line is none.
+std::optional<Point> toPoint(const QByteArray& line, QString& cause) {
+  const QByteArrayList fields = fieldsOf(line);
+  if (line.contains(',') && line.contains(';')) {
+    cause = QStringLiteral("both ',' and ';' stand between its values; numbers are written with a point");
+    return std::nullopt;
+  }
   if (fields.size() != 3 && fields.size() != 4) {
     cause = QStringLiteral("%1 values stand where 3 or 4 are expected").arg(fields.size());
     return std::nullopt;
@@ -66,10 +71,14 @@ std::deque<Point> readPointFile(const QString& fileName, QString& error) {
   };
   QFile file(fileName);
   if (!file.open(QIODevice::ReadOnly)) return fail(file.errorString());
+  QByteArray content = file.readAll();
+  if (file.error() != QFile::NoError) return fail(file.errorString());
+  if (content.startsWith("\xEF\xBB\xBF")) content.remove(0, 3);
   bool mayBeNames = true;
-  for (int number = 1; !file.atEnd(); ++number) {
-    QByteArray line = file.readLine();
-    if (number == 1 && line.startsWith("\xEF\xBB\xBF")) line.remove(0, 3);
+  int number = 0;
+  for (const QByteArray& whole : content.split('\n')) {
+    ++number;
+    const QByteArray line = withoutComment(whole);
     const QByteArrayList fields = fieldsOf(line);
     if (fields.isEmpty() || (mayBeNames && hasNoNumber(fields))) {
       mayBeNames = mayBeNames && fields.isEmpty();
@@ -77,11 +86,10 @@ std::deque<Point> readPointFile(const QString& fileName, QString& error) {
     }
     mayBeNames = false;
     QString cause;
-    const std::optional<Point> point = toPoint(fields, cause);
+    const std::optional<Point> point = toPoint(line, cause);
     if (!point) return fail(QStringLiteral("line %1: %2").arg(number).arg(cause));
     points.push_back(*point);
   }
-  if (file.error() != QFile::NoError) return fail(file.errorString());
   return points.empty() ? fail(QStringLiteral("it holds no points")) : points;
 }
 

@@ -136,10 +136,10 @@ TEST_F(Trajectory, PointFilesAreReadAsPeopleWriteThem) {
     const char* content;
     const char* says;
   };
-  for (const Row& row :
-       {Row{"1,2,3\n1,2\n", "line 2: 2 values"}, Row{"x,y,z\n\n1,2,3,4,5\n", "line 3: 5 values"},
-        Row{"1,2,3\n1,two,3\n", "line 2: 'two' is not a number"}, Row{"1,2,nan\n", "line 1"}, Row{"1,,3\n", "line 1"},
-        Row{"1, ,3\n", "line 1"}, Row{"x,y,z\nu,v,w\n", "line 2"}, Row{"# none\n", "no points"}}) {
+  for (const Row& row : {Row{"1,2,3\n1,2\n", "line 2: 2 values"}, Row{"x,y,z\n\n1,2,3,4,5\n", "line 3: 5 values"},
+                         Row{"1,2,3\n1,two,3\n", "line 2: 'two' is not a number"}, Row{"1,2,nan\n", "line 1"},
+                         Row{"1,,3\n", "line 1"}, Row{"1, ,3\n", "line 1"}, Row{"x,y,z\nu,v,w\n", "line 2"},
+                         Row{"# none\n", "no points"}, Row{"x;y,left\n1,5;2;3\n", "line 2: both ',' and ';'"}}) {
     EXPECT_TRUE(read(row.content, error).empty()) << row.content;
     EXPECT_TRUE(
         error.startsWith(QStringLiteral("cannot read '%1'").arg(folder.filePath(QStringLiteral("points.csv")))));
