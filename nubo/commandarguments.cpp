@@ -164,6 +164,8 @@ QString whyNotWritable(const QString& fileName) {
     return QCoreApplication::translate("FileCheck", "the directory %1 does not exist").arg(directory.filePath());
   if (!directory.isDir())
     return QCoreApplication::translate("FileCheck", "%1 is not a directory").arg(directory.filePath());
+  // A pipe nobody reads would be waited for, and what is written into a device is lost.
+  if (file.exists() && !file.isFile()) return QCoreApplication::translate("FileCheck", "is not an ordinary file");
   if (file.exists()) {
     QFile existing(fileName);
     return existing.open(QIODevice::ReadWrite) ? QString() : existing.errorString();

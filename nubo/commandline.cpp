@@ -73,9 +73,12 @@ class Reader {
     m_Line.listCommands = m_Parser.isSet("list-commands");
     if (m_Parser.isSet("quiet")) m_Line.verbosity = Verbosity::Quiet;
     if (m_Parser.isSet("verbose")) m_Line.verbosity = Verbosity::Verbose;
-    m_Line.trajectory = m_Parser.value("trajectory");
-    m_Line.element = m_Parser.value("element");
-    m_Line.settingsFile = m_Parser.value("settings");
+    readText("trajectory", "a file name", m_Line.trajectory);
+    readText("element", "an element's name", m_Line.element);
+    readText("settings", "a file name", m_Line.settingsFile);
+    // Settings are stored in a new file in the place of the old one, which is to be no pipe, device or directory.
+    const QFileInfo settings(m_Line.settingsFile);
+    if (settings.exists() && !settings.isFile()) refuse("settings", "an ordinary file, or a new one");
     readSize();
     readView();
     readBackground();
@@ -86,7 +89,13 @@ class Reader {
   }
 
   void refuse(const QString& option, const QString& expected) {
-    m_Line.error = QStringLiteral("--%1 %2: expected %3").arg(option, m_Parser.value(option), expected);
+    const QString value = m_Parser.value(option);
+    m_Line.error = QStringLiteral("--%1 %2: expected %3").arg(option, value.isEmpty() ? "\"\"" : value, expected);
+  }
+
+  void readText(const QString& option, const QString& expected, QString& text) {
+    text = m_Parser.value(option);
+    if (m_Parser.isSet(option) && text.isEmpty()) refuse(option, expected);
   }
 
   void readSize() {
@@ -138,7 +147,8 @@ class Reader {
     bool number = false;
     m_Line.duration = m_Parser.value("duration").toDouble(&number);
     constexpr double Most = 1e6;
-    if (!number || !(*m_Line.duration > 0 && *m_Line.duration <= Most)) refuse("duration", "seconds above 0");
+    if (!number || !(*m_Line.duration > 0 && *m_Line.duration <= Most))
+      refuse("duration", QStringLiteral("seconds above 0, up to %1").arg(int(Most)));
   }
 
   QCommandLineParser m_Parser;
@@ -266,6 +276,18 @@ void settleCommand(CommandLine& line, const QStringList& commands, const Paramet
       line.error = QStringLiteral("--%1: no command stands before it").arg(line.arguments[0].name);
   }
   if (line.error.isEmpty()) line.error = whyInconsistent(line);
+}
+
+QString whyFilesMissing(const CommandLine& line) {
+  QStringList files = line.scenes;
+  files.removeAll(BuiltinScene);
+  if (!line.trajectory.isEmpty()) files << line.trajectory;
+  for (const QString& file : files) {
+    const QFileInfo info(file);
+    if (!info.exists()) return QStringLiteral("cannot read '%1': there is no such file").arg(file);
+    if (info.isDir()) return QStringLiteral("cannot read '%1': it is a directory").arg(file);
+  }
+  return QString();
 }
 
 QString helpText() {

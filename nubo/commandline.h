@@ -55,6 +55,8 @@ void settleCommand(CommandLine& line, const QStringList& commands, const Paramet
 /// Whether the call asks for a window: it names scenes only, and nothing to be answered on the terminal. Before
 /// settleCommand, when modules are not loaded yet.
 [[nodiscard]] bool wantsWindow(const CommandLine& line);
+/// One line that names a file which the call has read, and which is not there; else the empty text.
+[[nodiscard]] QString whyFilesMissing(const CommandLine& line);
 /// The text of --help.
 QString helpText();
 

@@ -80,7 +80,8 @@ ExitStatus CommandRun::judge() {
     return Failed;
   }
   for (const QString& file : files)
-    m_Report.result(QStringLiteral("%1 (%2)").arg(file, QLocale::c().formattedDataSize(QFileInfo(file).size())));
+    if (!m_Report.result(QStringLiteral("%1 (%2)").arg(file, QLocale::c().formattedDataSize(QFileInfo(file).size()))))
+      return Failed;
   return Done;
 }
 

@@ -1,9 +1,9 @@
 // The program nubo.
+#include <fcntl.h>
 #include <langinfo.h>
+#include <unistd.h>
 
 #include <QApplication>
-#include <QFile>
-#include <QFileInfo>
 #include <QSettings>
 #include <clocale>
 #include <cstdio>
@@ -28,9 +28,15 @@ namespace {
 using namespace nubo;
 using namespace nubo::app;
 
-QStringList wordsOf(int argc, char** argv) {
+/// Sets `error` where a word is no text: as a file's name it would become another's.
+QStringList wordsOf(int argc, char** argv, QString& error) {
   QStringList words;
-  for (int i = 1; i < argc; ++i) words << QString::fromLocal8Bit(argv[i]);
+  for (int i = 1; i < argc; ++i) {
+    words << QString::fromLocal8Bit(argv[i]);
+    if (words.back().toLocal8Bit() != argv[i])
+      error = QStringLiteral("%1: this is not text in the encoding %2; rename the file")
+                  .arg(words.back(), nl_langinfo(CODESET));
+  }
   return words;
 }
 
@@ -78,12 +84,16 @@ ExitStatus runCommand(Session& session, const CommandLine& line, const QString& 
                       TerminalProgress& progress) {
   main::Command* registered = main::CommandManager::getInstance()->find(line.command);
   const QString call = callText(line.command, line.arguments);
+  if (const QString error = whyFilesMissing(line); !error.isEmpty()) return refuse(report, error, session);
+  if (line.duration && !registered->isAbortable())
+    return refuse(report, QStringLiteral("--duration: %1 cannot be ended early").arg(line.command), session);
   if (const QString error = bindArguments(*registered, line.arguments); !error.isEmpty())
     return refuse(report, call + ": " + error, session);
   progress.setText("Reading the scene");
   if (const QString error = prepare(session, line, *registered, noOpenGL, report); !error.isEmpty()) {
     report.error(error);
-    return Failed;
+    // Only the scene could tell that the value of an option makes no sense.
+    return error.startsWith("--") ? WrongCall : Failed;
   }
   const std::unique_ptr<main::Command> clone(registered->runsOnClone() ? registered->clone() : nullptr);
   CommandRun run(clone ? *clone : *registered, call, report, progress);
@@ -93,8 +103,28 @@ ExitStatus runCommand(Session& session, const CommandLine& line, const QString& 
 /// Empty if the settings could be read, or there are none yet.
 QString settingsProblem() {
   const QSettings* settings = main::nuboSettings();
+  static_cast<void>(settings->allKeys());  // which reads the whole file
   if (settings->status() == QSettings::NoError) return QString();
-  return QStringLiteral("the settings in %1 cannot be read, defaults take their place").arg(settings->fileName());
+  return QStringLiteral("the settings in %1 cannot be read").arg(settings->fileName());
+}
+
+/// Completes what was read of the call by the commands there are; else says what is wrong with it.
+ExitStatus settle(CommandLine& line, const Session& session, Report& report) {
+  const main::CommandManager* commands = main::CommandManager::getInstance();
+  settleCommand(line, commands->names(),
+                [commands](const QString& name) { return optionNames(*commands->find(name)); });
+  if (commands->names().isEmpty() && (line.listCommands || !line.error.isEmpty())) {
+    QStringList reasons = report.takeFailures();
+    if (!line.error.isEmpty()) reasons.prepend(line.error);
+    report.error(reasons.join("; "));
+    return Failed;
+  }
+  if (!line.error.isEmpty()) return refuse(report, line.error, session);
+  const QString problem = settingsProblem();
+  if (!problem.isEmpty() && !line.settingsFile.isEmpty()) return refuse(report, problem, session);
+  report.setVerbosity(line.verbosity);
+  if (!problem.isEmpty()) report.note(problem + ", defaults take their place");
+  return Done;
 }
 
 ExitStatus runSession(CommandLine& line, const QString& noOpenGL) {
@@ -104,16 +134,10 @@ ExitStatus runSession(CommandLine& line, const QString& noOpenGL) {
   Report report(line.verbosity, progress);
   const bool asks = line.help || line.version || line.listCommands || line.commandHelp;
   Session session(line.settingsFile, asks || wantsWindow(line) ? QStringList() : line.scenes, report);
-  const main::CommandManager* commands = main::CommandManager::getInstance();
-  settleCommand(line, commands->names(),
-                [commands](const QString& name) { return optionNames(*commands->find(name)); });
-  if (!line.error.isEmpty()) return refuse(report, line.error, session);
-  report.setVerbosity(line.verbosity);
-  if (const QString problem = settingsProblem(); !problem.isEmpty()) report.note(problem);
-
+  if (const ExitStatus status = settle(line, session, report); status != Done) return status;
   const QString text = answer(line, main::CommandManager::getInstance()->find(line.command));
   if (!text.isNull()) {
-    std::fputs(text.toLocal8Bit().constData(), stdout);
+    if (!report.print(text)) return Failed;
     if (noOpenGL.isEmpty())
       for (const QString& failure : report.takeFailures()) report.note(failure);
     return Done;
@@ -136,25 +160,31 @@ void tuneAllocator() {
 #endif
 }
 
+/// Where a standard stream is closed, a file opened later would take its place, and messages would end up in that.
+void occupyClosedStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  occupyClosedStreams();
   tuneAllocator();
   useUtf8();
   logQtMessages();
-  CommandLine line = parseCommandLine(wordsOf(argc, argv));
-  if (!line.error.isEmpty()) {
-    std::fprintf(stderr, "nubo: %s\n", qPrintable(line.error));
+  QString error;
+  CommandLine line = parseCommandLine(wordsOf(argc, argv, error));
+  if (error.isEmpty()) error = line.error;
+  const bool hasWindow = wantsWindow(line);
+  if (error.isEmpty() && hasWindow) error = checkDisplay();
+  if (!error.isEmpty()) {
+    std::fprintf(stderr, "nubo: %s\n", qPrintable(error));
     return WrongCall;
   }
   QCoreApplication::setApplicationName("nubo");
   QCoreApplication::setApplicationVersion(NUBO_VERSION);
-  QCoreApplication::addLibraryPath(QFileInfo(QFile::symLinkTarget("/proc/self/exe")).path() + "/plugins");
-  const bool hasWindow = wantsWindow(line);
-  if (const QString error = hasWindow ? checkDisplay() : QString(); !error.isEmpty()) {
-    std::fprintf(stderr, "nubo: %s\n", qPrintable(error));
-    return WrongCall;
-  }
+  QCoreApplication::addLibraryPath(pluginFolder());
   const QString noOpenGL = hasWindow ? QString() : choosePlatform();
   QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling, hasWindow);
   QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);

@@ -1,6 +1,8 @@
 #include "nubo/platform.h"
 
 #include <QByteArray>
+#include <QFile>
+#include <QFileInfo>
 #include <QLibrary>
 
 #include "plugins/platforms/headless/egl.h"
@@ -25,6 +27,8 @@ bool hasXDisplay() {
 }
 
 }  // namespace
+
+QString pluginFolder() { return QFileInfo(QFile::symLinkTarget("/proc/self/exe")).path() + "/plugins"; }
 
 QString choosePlatform() {
   if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) return QString();

@@ -5,6 +5,9 @@
 
 namespace nubo::app {
 
+/// Where Qt's plug-ins of the program's own lie, whether they are there or not. Also before the QApplication is made.
+QString pluginFolder();
+
 /// Chooses the platform for a run without a window, through QT_QPA_PLATFORM, unless the user set that: OpenGL
 /// through EGL, else an X display. Before the QApplication is made. Returns the empty text, or one line that says
 /// what to install where OpenGL is not to be had; the program runs then, but cannot draw.

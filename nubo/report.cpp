@@ -1,8 +1,12 @@
 #include "nubo/report.h"
 
+#include <QGuiApplication>
 #include <cstdio>
+#include <cstdlib>
 
 #include "kernel/log/logger.h"
+#include "nubo/commandrun.h"
+#include "nubo/platform.h"
 #include "nubo/terminalprogress.h"
 
 namespace nubo::app {
@@ -47,25 +51,45 @@ QString Report::lastMilestone() const {
   return m_Milestone;
 }
 
-void Report::printLine(FILE* stream, const QString& text) {
+void Report::error(const QString& text) {
   m_Progress.clear();
-  std::fputs((text + '\n').toLocal8Bit().constData(), stream);
-  std::fflush(stream);
+  std::fprintf(stderr, "nubo: %s\n", qPrintable(text));
 }
-
-void Report::error(const QString& text) { printLine(stderr, "nubo: " + text); }
 
 void Report::note(const QString& text) {
-  if (m_Verbosity != Verbosity::Quiet) printLine(stderr, "nubo: " + text);
+  if (m_Verbosity != Verbosity::Quiet) error(text);
 }
 
-void Report::result(const QString& text) {
-  if (m_Verbosity != Verbosity::Quiet) printLine(stdout, text);
+bool Report::print(const QString& text) {
+  m_Progress.clear();
+  if (std::fputs(qPrintable(text), stdout) >= 0 && std::fflush(stdout) == 0) return true;
+  error(QStringLiteral("standard output: ") + qt_error_string());
+  return false;
 }
+
+bool Report::result(const QString& text) { return m_Verbosity == Verbosity::Quiet || print(text + '\n'); }
+
+namespace {
+
+/// Ends the program, which Qt would abort, with its reasons.
+[[noreturn]] void endWithoutPlatform(QStringList reasons) {
+  QStringList folders = QCoreApplication::libraryPaths();
+  if (const QString own = pluginFolder(); !folders.contains(own)) folders << own;
+  if (reasons.join(' ').contains("Could not find")) reasons << "plug-ins are looked for in " + folders.join(", ");
+  std::fprintf(stderr, "nubo: %s\n", qPrintable(reasons.join("; ")));
+  std::_Exit(Failed);
+}
+
+}  // namespace
 
 void logQtMessages() {
   static QtMessageHandler before = nullptr;
   before = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext& context, const QString& message) {
+    if (QGuiApplication::platformName().isEmpty()) {
+      static QStringList reasons;
+      if (type == QtWarningMsg) reasons << message.simplified();
+      if (type == QtFatalMsg) endWithoutPlatform(reasons);
+    }
     if (type == QtFatalMsg) return before(type, context, message);
     const int level = type == QtCriticalMsg ? log::Failure : type == QtWarningMsg ? log::Note : log::Debug;
     log::Logger::getInstance()->log(level, context.file ? context.file : "Qt", context.line,

@@ -31,12 +31,13 @@ class Report {
   void error(const QString& text);
   /// The same, unless quiet.
   void note(const QString& text);
-  /// A line on standard output, unless quiet.
-  void result(const QString& text);
+  /// Text on standard output, whatever the verbosity. False, with an error, where it does not arrive there.
+  [[nodiscard]] bool print(const QString& text);
+  /// The same with one line, unless quiet.
+  [[nodiscard]] bool result(const QString& text);
 
  private:
   void keep(int level, const QString& message);
-  void printLine(FILE* stream, const QString& text);
 
   Verbosity m_Verbosity = Verbosity::Normal;  ///< of the application thread
   TerminalProgress& m_Progress;
@@ -47,7 +48,8 @@ class Report {
   int m_ConsoleObserver;
 };
 
-/// Sends Qt's own messages to the log. Before the QApplication is made.
+/// Sends Qt's own messages to the log. Before the QApplication is made: where that finds no platform to run on, Qt's
+/// reasons are said in one line, and the program ends.
 void logQtMessages();
 
 }  // namespace nubo::app

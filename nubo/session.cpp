@@ -6,6 +6,7 @@
 #include <chrono>
 #include <iterator>
 
+#include "kernel/log/logger.h"
 #include "kernel/main/modulemanager.h"
 #include "kernel/util/delegate.h"
 #include "module_scene/gui/framing.h"
@@ -43,8 +44,11 @@ gui::Camera directionOf(const CommandLine& line) {
 Session::Session(const QString& settingsFile, const QStringList& scenes, Report& report)
     : m_Report(report), m_Overseer(settingsFile) {
   if (!scenes.isEmpty()) m_Import = std::async(std::launch::async, readScenes, scenes);
-  main::ModuleManager::getInstance()->loadModules(QCoreApplication::applicationDirPath() + "/modules",
-                                                  [](const QString&) {});
+  const QString folder = QCoreApplication::applicationDirPath() + "/modules";
+  main::ModuleManager::getInstance()->loadModules(folder, [](const QString&) {});
+  if (main::ModuleManager::getInstance()->names().isEmpty())
+    log::Logger::getInstance()->log(log::Failure, __FILE__, __LINE__, Q_FUNC_INFO, nullptr,
+                                    QStringLiteral("no module with commands was found in ") + folder);
 }
 
 Session::~Session() {

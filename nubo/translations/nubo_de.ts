@@ -77,6 +77,10 @@
         <translation>das ist ein Verzeichnis</translation>
     </message>
     <message>
+        <source>is not an ordinary file</source>
+        <translation>das ist keine gewöhnliche Datei</translation>
+    </message>
+    <message>
         <source>the directory %1 does not exist</source>
         <translation>das Verzeichnis %1 gibt es nicht</translation>
     </message>

@@ -92,6 +92,7 @@ TEST(CommandArguments, RefuseWithAReason) {
       {{{"file-name", directory.path()}}, "is a directory"},
       {{{"file-name", directory.filePath("none/out.txt")}}, "does not exist"},
       {{{"file-name", "/proc/out.txt"}}, "cannot write into the directory /proc"},
+      {{{"file-name", "/dev/null"}}, "is not an ordinary file"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.reason);

@@ -11,6 +11,8 @@
 #include <QTemporaryDir>
 #include <csignal>
 
+#include <sys/stat.h>
+
 using testing::HasSubstr;
 
 namespace {
@@ -37,14 +39,12 @@ class Program : public testing::Test {
     return environment;
   }
 
-  /// Runs in the test's directory, with settings of its own. `line` is split at blanks.
-  Outcome run(const QString& line, const QProcessEnvironment& environment) const {
+  /// Runs in the test's directory.
+  Outcome execute(const QString& program, const QStringList& arguments, const QProcessEnvironment& environment) const {
     QProcess process;
-    process.setProgram(QStringLiteral(NUBO_TEST_BIN_DIR "/nubo"));
-    process.setArguments(QStringList{"--settings", m_Settings.filePath("nubo.ini")} + line.split(' '));
     process.setWorkingDirectory(m_Directory.path());
     process.setProcessEnvironment(environment);
-    process.start();
+    process.start(program, arguments);
     Outcome outcome;
     if (process.waitForFinished(120000) && process.exitStatus() == QProcess::NormalExit)
       outcome.status = process.exitCode();
@@ -52,7 +52,16 @@ class Program : public testing::Test {
     outcome.errors = QString::fromLocal8Bit(process.readAllStandardError());
     return outcome;
   }
+  /// With settings of its own. `line` is split at blanks.
+  Outcome run(const QString& line, const QProcessEnvironment& environment) const {
+    return execute(NUBO_TEST_BIN_DIR "/nubo",
+                   QStringList{"--settings", m_Settings.filePath("nubo.ini")} + line.split(' '), environment);
+  }
   Outcome run(const QString& line) const { return run(line, environment()); }
+  /// Runs a line of the shell's, in which $bin is the program's directory.
+  Outcome shell(const QString& line) const {
+    return execute("/bin/sh", {"-c", "bin=" NUBO_TEST_BIN_DIR "; " + line}, environment());
+  }
 
   QStringList files() const { return QDir(m_Directory.path()).entryList(QDir::Files | QDir::Hidden); }
 
@@ -79,6 +88,7 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
   write("ok.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
   write("old.png", "old");
   ASSERT_TRUE(QDir(m_Directory.path()).mkdir("folder"));
+  ASSERT_EQ(mkfifo(qPrintable(path("pipe.png")), 0600), 0);
   const QStringList before = files();
 
   struct Row {
@@ -87,7 +97,7 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
     const char* part;
   };
   const Row rows[] = {
-      {"missing.glb grabimage --filename a.png", 1, "missing.glb"},
+      {"missing.glb grabimage --filename a.png", 2, "cannot read 'missing.glb': there is no such file"},
       {"empty.glb grabimage --filename a.png", 1, "empty.glb"},
       {"garbage.glb grabimage --filename a.png", 1, "garbage.glb"},
       {"garbage.fbx grabimage --filename a.png", 1, "garbage.fbx"},
@@ -95,7 +105,7 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
       {"hollow.obj grabimage --filename a.png", 1, "hollow.obj"},
       {"nan.obj grabimage --filename a.png", 1, "nan.obj"},
       {"model.unknown grabimage --filename a.png", 1, "model.unknown"},
-      {"folder grabimage --filename a.png", 1, "folder"},
+      {"folder grabimage --filename a.png", 2, "cannot read 'folder': it is a directory"},
       {"grabimage --filename a.png --width 0", 1, "--width 0: Target picture (0 x 0) size is to small!"},
       {"grabimage --filename a.png --width 1", 1, "size is to small!"},
       {"grabimage --filename a.png --width -5", 1, "size is to small!"},
@@ -109,12 +119,16 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
       {"grabimage --filename none/a.png --width 64", 2, "does not exist"},
       {"grabimage --filename old.png/a.png --width 64", 2, "is not a directory"},
       {"grabimage --filename /proc/a.png --width 64", 2, "cannot write into the directory /proc"},
-      {"hollow2.stl ok.obj grabimage --filename a.png", 1, "cannot read 'hollow2.stl': there is no such file"},
+      {"hollow2.stl ok.obj grabimage --filename a.png", 2, "cannot read 'hollow2.stl': there is no such file"},
       {"ok.obj hollow.obj grabimage --filename a.png", 1, "hollow.obj"},
       {"grabimage --width 64", 2, "--filename is missing"},
       {"grabimage --filename a.png --widht 64", 2, "did you mean \"--width\"?"},
       {"grabimagee --filename a.png", 2, "did you mean \"grabimage\"?"},
       {"--siez 3x3 grabimage --filename a.png", 2, "did you mean \"--size\"?"},
+      {"--duration 3 grabimage --filename a.png", 2, "--duration: grabimage cannot be ended early"},
+      {"--settings ok.obj grabimage --filename a.png", 2, "ok.obj cannot be read"},
+      {"grabimage --filename pipe.png --width 64", 2, "--filename: is not an ordinary file"},
+      {"grabvideo --filename pipe.png", 2, "--filename: is not an ordinary file"},
       {"builtin", 2, "a window needs a display"},
   };
   for (const Row& row : rows) {
@@ -125,6 +139,28 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
   QFile old(path("old.png"));
   ASSERT_TRUE(old.open(QIODevice::ReadOnly));
   EXPECT_EQ(old.readAll(), "old");
+}
+
+TEST_F(Program, SaysWhatItLacks) {
+  struct Row {
+    const char* line;
+    int status;
+    const char* part;
+  };
+  const Row rows[] = {
+      {"$bin/nubo --help > /dev/full", 1, "standard output: No space left on device"},
+      {"$bin/nubo --list-commands >&-", 1, "standard output: Bad file descriptor"},
+      {"$bin/nubo \"$(printf '\\377.obj')\" grabimage --filename a.png", 2, "this is not text in the encoding"},
+      {"QT_QPA_PLATFORM=odd $bin/nubo --version", 1, "Could not find the Qt platform plugin \"odd\""},
+      {"mkdir -p tree/bin && cp $bin/nubo tree/bin && ln -s $bin/../lib tree && tree/bin/nubo --help", 1,
+       "tree/bin/plugins\n"},
+      {"ln -s $bin/plugins tree/bin && tree/bin/nubo --list-commands", 1, "no module with commands was found in /"},
+      {"tree/bin/nubo grabimage --filename a.png", 1, "grabimage: unknown command; no module with commands was found"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.line);
+    expectOneLine(shell(row.line), row.status, row.part);
+  }
 }
 
 TEST_F(Program, SaysWhatToInstallWithoutOpenGL) {
@@ -204,8 +240,9 @@ TEST_F(Program, RecordsTheStepsOfATrajectory) {
     QFile::remove(path("a.y4m"));
   }
   expectOneLine(run("--trajectory broken.csv" + record), 1, "broken.csv");
-  expectOneLine(run("--trajectory none.csv" + record), 1, "none.csv");
-  expectOneLine(run("--turntable 7 --steps 5:7" + record), 1, "has 7 steps");
+  expectOneLine(run("--trajectory none.csv" + record), 2, "none.csv");
+  expectOneLine(run("--trajectory points.csv --element gear" + record), 2, "no such element");
+  expectOneLine(run("--turntable 7 --steps 5:7" + record), 2, "has 7 steps");
   EXPECT_FALSE(QFileInfo::exists(path("a.y4m")));
 }
 
@@ -256,7 +293,6 @@ TEST_F(Program, StoresSettingsAndKeepsTheOthers) {
   QSettings settings(m_Settings.filePath("nubo.ini"), QSettings::IniFormat);
   EXPECT_EQ(settings.value("settings/grabvideofps").toInt(), 12);
   EXPECT_EQ(settings.value("settings/grabvideokbps").toInt(), 4000);
-  EXPECT_THAT(run("--settings / --list-commands").errors.toStdString(), HasSubstr("the settings in / cannot be read"));
   expectOneLine(run("--settings /proc/nubo.ini setvideosettings --fps 12"), 1,
                 "the settings cannot be written to /proc/nubo.ini");
 }
