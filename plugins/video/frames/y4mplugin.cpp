@@ -19,6 +19,7 @@ class Y4mEncoder : public Encoder {
   /// Called once, before the first chunk, with the output file open and its parameters set.
   bool initEncoding() override {
     if (!mp_Device) return false;
+    if (m_Fps < 1) return fail(QStringLiteral("The frame rate is below 1"));
     return write(QStringLiteral("YUV4MPEG2 W%1 H%2 F%3:1 Ip A1:1 C444 XCOLORRANGE=FULL\n")
                      .arg(m_Width)
                      .arg(m_Height)
@@ -50,17 +51,17 @@ class Y4mEncoder : public Encoder {
     qint64 taken = 0;
     while (written < data.size() && (taken = mp_Device->write(data.constData() + written, data.size() - written)) > 0)
       written += taken;
-    return written == data.size() || fail();
+    return written == data.size() || fail(mp_Device->errorString());
   }
 
   bool flush() {
     auto* file = qobject_cast<QFileDevice*>(mp_Device);
-    return !file || file->flush() || file->flush() || fail();
+    return !file || file->flush() || file->flush() || fail(file->errorString());
   }
 
-  bool fail() {
+  static bool fail(const QString& reason) {
     nubo::log::Logger::getInstance()->log(nubo::log::Failure, "plugins/video/frames/y4mplugin", __LINE__,
-                                          "Y4mEncoder::fail", nullptr, mp_Device->errorString());
+                                          "Y4mEncoder::fail", nullptr, reason);
     return false;
   }
 

@@ -266,6 +266,7 @@ TEST_F(VideoPlugins, WhatCannotBeEncodedIsRefusedWithTheReason) {
   for (const auto& [name, refusedWidth, fps, reason] :
        {Refused{"video.gif", width, 120, "A .gif file has room for at most 100 frames per second"},
         Refused{"video.mp4", width, 0, "The frame rate is below 1"},
+        Refused{"video.y4m", width, -1, "The frame rate is below 1"},
         Refused{"video.mkv", 0, 25, "The frames are empty"},
         // The codec's own words, which come through its log.
         Refused{"video.avi", width, 70000, "not supported by MPEG 4 standard"}}) {
