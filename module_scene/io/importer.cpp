@@ -9,6 +9,7 @@
 #include "module_scene/io/importerror.h"
 #include "module_scene/io/plyreader.h"
 #include "module_scene/io/stlreader.h"
+#include "module_scene/io/xfilecheck.h"
 
 namespace nubo::io {
 namespace {
@@ -16,12 +17,12 @@ namespace {
 /// Finds the causes that have nothing to do with a format.
 void checkFile(const QString& fileName) {
   const QFileInfo info(fileName);
-  if (!info.exists()) throw ImportError(QStringLiteral("there is no such file"));
-  if (info.isDir()) throw ImportError(QStringLiteral("it is a directory"));
-  if (!info.isFile()) throw ImportError(QStringLiteral("it is not an ordinary file"));
+  if (!info.exists()) throw ImportError(ImportError::tr("there is no such file"));
+  if (info.isDir()) throw ImportError(ImportError::tr("it is a directory"));
+  if (!info.isFile()) throw ImportError(ImportError::tr("it is not an ordinary file"));
   QFile file(fileName);
   if (!file.open(QIODevice::ReadOnly)) throw ImportError(file.errorString());
-  if (file.size() == 0) throw ImportError(QStringLiteral("the file is empty"));
+  if (file.size() == 0) throw ImportError(ImportError::tr("the file is empty"));
 }
 
 /// Refuses files whose header announces more than they can hold, before memory is taken for all of it.
@@ -33,7 +34,7 @@ void checkCounts(const QString& fileName) {
   const QRegularExpressionMatch match = counts.match(QString::fromLatin1(file.read(4096)));
   const QString announced = match.captured(QStringLiteral("off")) + match.captured(QStringLiteral("ply"));
   if (announced.toDouble() > double(file.size()))
-    throw ImportError(QStringLiteral("the file is truncated or damaged: it announces %1 vertices, but has %2 bytes")
+    throw ImportError(ImportError::tr("the file is truncated or damaged: it announces %1 vertices, but has %2 bytes")
                           .arg(announced)
                           .arg(file.size()));
 }
@@ -50,12 +51,15 @@ void readFile(const QString& fileName, ImportResult& result) {
   checkFile(fileName);
   checkCounts(fileName);
   const util::YPointer<scene::Geometry> geometry = readQuickly(fileName);
-  if (!geometry) return readWithAssimp(fileName, result);
+  if (!geometry) {
+    checkXFile(fileName);
+    return readWithAssimp(fileName, result);
+  }
   const bool hadPrimitives = !geometry->indices.empty();
   geometry->prepare();
   if (geometry->indices.empty())
-    throw ImportError(hadPrimitives ? QStringLiteral("none of its geometry has usable coordinates")
-                                    : QStringLiteral("it holds no geometry"));
+    throw ImportError(hadPrimitives ? ImportError::tr("none of its geometry has usable coordinates")
+                                    : ImportError::tr("it holds no geometry"));
   result.root = new scene::SceneElement(QFileInfo(fileName).fileName());
   result.root->addGeometry(geometry);
 }
@@ -71,12 +75,12 @@ ImportResult importFile(const QString& fileName) {
   } catch (const ImportError& error) {
     cause = error.cause();
   } catch (const std::bad_alloc&) {
-    cause = QStringLiteral("it takes more memory than there is");
+    cause = ImportError::tr("it takes more memory than there is");
   } catch (const std::exception& error) {
     cause = QString::fromUtf8(error.what()).simplified();
   }
   ImportResult failed;
-  failed.error = QStringLiteral("cannot read '%1': %2").arg(fileName, cause);
+  failed.error = ImportError::tr("cannot read '%1': %2").arg(fileName, cause);
   return failed;
 }
 

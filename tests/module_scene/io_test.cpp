@@ -357,6 +357,15 @@ TEST_F(Import, ModelsStandUprightAndAreNotMirrored) {
   }
 }
 
+/// A triangle as a DirectX file.
+QByteArray xFile(const char* face, const char* normals, const char* weighted) {
+  return QByteArray("xof 0303txt 0032\ntemplate Mesh { <3D82AB44-62DA-11cf-AB39-0020AF71E433> DWORD nVertices; }\n") +
+         "# Mesh {\nFrame Mesh { Mesh triangle { 3; 0;0;0;, 1;0;0;, 0;1;0;; 1; " + face +
+         "; MeshNormals { 3; 0;0;1;, 0;0;1;, 0;0;1;; 1; " + normals + "; }\n" +
+         "XSkinMeshHeader { 1; 1; 1; }\nSkinWeights { \"Mesh\"; 1; " + weighted +
+         "; 1.0; 1.;0.;0.;0.;0.;1.;0.;0.;0.;0.;1.;0.;0.;0.;0.;1.;; } } }\n";
+}
+
 TEST_F(Import, WhatCannotBeReadIsOneLineWithFileAndCause) {
   const QByteArray nans = binaryStl({{NAN, NAN, NAN, NAN, NAN, NAN, NAN, NAN, NAN}}, 1);
   QByteArray garbage;
@@ -391,8 +400,13 @@ TEST_F(Import, WhatCannotBeReadIsOneLineWithFileAndCause) {
              "ply\nformat ascii 1.0\nelement vertex 4000000000\nproperty float x\n"
              "property float y\nproperty float z\nend_header\n0 0 0\n"),
        "truncated or damaged"},
+      {write(QStringLiteral("face.x"), xFile("3;0,1,3;", "3;0,1,2;", "0")), "do not fit its vertices"},
+      {write(QStringLiteral("corners.x"), xFile("4000000000;0,1,2;", "3;0,1,2;", "0")), "do not fit its vertices"},
+      {write(QStringLiteral("normal.x"), xFile("3;0,1,2;", "3;0,-1,2;", "0")), "do not fit its vertices"},
+      {write(QStringLiteral("weight.x"), xFile("3;0,1,2;", "3;0,1,2;", "9")), "do not fit its vertices"},
       {write(QStringLiteral("what.unheardof"), garbage), "its format is not known"},
   };
+  EXPECT_EQ(importFile(write(QStringLiteral("whole.x"), xFile("3;0,1,2;", "3;0,1,2;", "2"))).error, "");
   for (const Row& row : rows) {
     const ImportResult result = importFile(row.file);
     EXPECT_FALSE(result.root) << qPrintable(row.file);
