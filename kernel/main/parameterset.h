@@ -3,6 +3,7 @@
 
 #include <QString>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -14,11 +15,22 @@ namespace nubo::main {
 /// copy clears their values (which deletes those that are owned) and deletes them.
 class NUBO_KERNEL_EXPORT ParameterSet {
  public:
+  /// A value that does not go with the others or with what the command finds around it.
+  struct Refusal {
+    std::size_t parameter = 0;  ///< the position of the one that the user had better change
+    QString text;               ///< a sentence that says why; empty: all is well
+  };
+  using Check = std::function<Refusal(const ParameterSet& values)>;
+
   ParameterSet(int id, const QString& name);
   /// Takes ownership.
   void addParameter(AbstractParameter* parameter);
   std::deque<AbstractParameter*>* getParameterList() { return &m_Parameters; }
   const std::deque<AbstractParameter*>& parameters() const { return m_Parameters; }
+  /// Tells dialogs before a run what the run would fail at. `values` are of any types, in the order of this set's
+  /// parameters, and each fits its parameter. Called on the application thread. A run does not rely on it.
+  void setCheck(const Check& check) { m_Check = check; }
+  Refusal check(const ParameterSet& values) const { return m_Check ? m_Check(values) : Refusal(); }
   int getID() const { return m_ID; }
   const QString& getName() const { return m_Name; }
 
@@ -27,6 +39,7 @@ class NUBO_KERNEL_EXPORT ParameterSet {
   QString m_Name;
   std::deque<AbstractParameter*> m_Parameters;
   std::vector<std::shared_ptr<AbstractParameter>> m_Owned;
+  Check m_Check;
 };
 
 }  // namespace nubo::main

@@ -24,6 +24,7 @@
 #include "kernel/util/functioncommand.h"
 #include "kernel/util/yprogressdialog.h"
 #include "module_grab/commands/composetile.h"
+#include "module_grab/commands/picturesize.h"
 #include "module_grab/commands/tiling.h"
 #include "module_grab/events.h"
 #include "module_grab/modulegrab.h"
@@ -217,7 +218,16 @@ void GrabImage::buildInteractiveSet() {
   auto* width = newParameter<int>("width", QObject::tr("Width of the grabbed image"));
   width->setDefaultParameterForDefaultGUI(QStringLiteral("10000"));
   set.addParameter(width);
+  set.setCheck([this](const main::ParameterSet& values) { return checkSize(values); });
   m_ParameterSets.push_back(set);
+}
+
+main::ParameterSet::Refusal GrabImage::checkSize(const main::ParameterSet& values) const {
+  const auto fileName = nubo::grab::solveParameter<QString>(m_TypeSolver, values, 0);
+  const auto width = nubo::grab::solveParameter<int>(m_TypeSolver, values, 1);
+  if (!fileName || !width || !mp_ActivePanel) return {};
+  const int height = heightFor(*width, {mp_ActivePanel->width(), mp_ActivePanel->height(), Matrix4()});
+  return {1, whyNotPossible(QFileInfo(*fileName).suffix(), *width, height)};
 }
 
 /// A copy has parameters of its own, whose file dialog is its own too.

@@ -95,6 +95,13 @@ void GrabVideo::addParameters() {
   set.addParameter(width);
   set.addParameter(height);
   set.addParameter(sync);
+  set.setCheck([this](const main::ParameterSet& values) -> main::ParameterSet::Refusal {
+    for (const std::size_t size : {1, 2}) {
+      const int pixels = solveParameter<int>(m_TypeSolver, values, size).value_or(0);
+      if (pixels != 0 && pixels < MinimalSize) return {size, sizeRefusal()};
+    }
+    return {};
+  });
   m_ParameterSets.push_back(set);
 }
 
@@ -143,10 +150,12 @@ std::optional<GrabVideo::Request> GrabVideo::readRequest() {
   return std::nullopt;
 }
 
+QString GrabVideo::sizeRefusal() { return tr("Selected width or height is to small (min. 16)"); }
+
 bool GrabVideo::checkSize(const Request& request) {
   const auto tooSmall = [](int size) { return size > 0 && size < MinimalSize; };
   if (!tooSmall(request.width) && !tooSmall(request.height)) return true;
-  logExecution(log::Failure, __LINE__, tr("Selected width or height is to small (min. 16)"));
+  logExecution(log::Failure, __LINE__, sizeRefusal());
   return false;
 }
 

@@ -63,6 +63,7 @@ class NUBO_MODULE_GRAB_EXPORT GrabVideo : public QObject, public main::Command {
   QFileDialog* createSaveDialog();
 
   std::optional<Request> readRequest();
+  static QString sizeRefusal();
   bool checkSize(const Request& request);
   /// Makes the active panel the one that this recording grabs; null, with the reason in the log, if there is none
   /// or if it is being recorded.

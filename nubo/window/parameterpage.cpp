@@ -26,6 +26,7 @@ ParameterPage::ParameterPage(main::Command& command, const main::ParameterSet& s
   layout->setColumnStretch(1, 1);
   for (const main::AbstractParameter* parameter : set.parameters()) addLine(layout, *parameter);
   if (!m_Lines.empty()) setFocusProxy(m_Lines.front().editor);
+  showRemarks();
 }
 
 void ParameterPage::addLine(QGridLayout* layout, const main::AbstractParameter& parameter) {
@@ -51,12 +52,28 @@ void ParameterPage::addLine(QGridLayout* layout, const main::AbstractParameter& 
   editor->setText(startText(parameter));
   const Line line{&parameter, editor, remark};
   m_Lines.push_back(line);
-  connect(editor, &ParameterEditor::changed, this, [this, line] { showRemark(line); });
-  showRemark(line);
+  connect(editor, &ParameterEditor::changed, this, &ParameterPage::showRemarks);
 }
 
-void ParameterPage::showRemark(const Line& line) {
-  const QString refusal = m_Checked ? line.editor->refusal() : QString();
+/// Of all values, since some are right or wrong together. What the marked ones are refused for.
+QStringList ParameterPage::showRemarks() {
+  const QStringList texts = m_Checked ? refusals() : QStringList();
+  for (std::size_t i = 0; i < m_Lines.size(); ++i) showRemark(m_Lines[i], texts.value(int(i)));
+  emit remarksChanged();
+  return texts;
+}
+
+/// One for each line, empty where all is well.
+QStringList ParameterPage::refusals() const {
+  QStringList texts;
+  for (const Line& line : m_Lines) texts << line.editor->refusal();
+  if (!texts.join(QString()).isEmpty()) return texts;
+  const main::ParameterSet::Refusal refusal = m_Set.check(values());
+  if (refusal.parameter < m_Lines.size()) texts[int(refusal.parameter)] = refusal.text;
+  return texts;
+}
+
+void ParameterPage::showRemark(const Line& line, const QString& refusal) {
   const QString text = refusal.isEmpty() ? line.editor->hint() : refusal;
   line.remark->setText(text);
   line.remark->setVisible(!text.isEmpty());
@@ -67,17 +84,14 @@ void ParameterPage::showRemark(const Line& line) {
   QPalette marked = this->palette();
   if (!refusal.isEmpty()) marked.setColor(QPalette::Base, failureBackground(marked));
   line.editor->focusProxy()->setPalette(marked);
-  emit remarksChanged();
 }
 
 ParameterEditor* ParameterPage::check() {
   m_Checked = true;
-  ParameterEditor* firstBad = nullptr;
-  for (const Line& line : m_Lines) {
-    showRemark(line);
-    if (!firstBad && !line.editor->refusal().isEmpty()) firstBad = line.editor;
-  }
-  return firstBad;
+  const QStringList texts = showRemarks();
+  for (std::size_t i = 0; i < m_Lines.size(); ++i)
+    if (!texts[int(i)].isEmpty()) return m_Lines[i].editor;
+  return nullptr;
 }
 
 /// Settings start from those in force, wherever they were changed.

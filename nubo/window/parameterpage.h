@@ -41,7 +41,9 @@ class ParameterPage : public QWidget {
     QLabel* remark;
   };
   void addLine(QGridLayout* layout, const main::AbstractParameter& parameter);
-  void showRemark(const Line& line);
+  QStringList showRemarks();
+  void showRemark(const Line& line, const QString& refusal);
+  QStringList refusals() const;
   QString startText(const main::AbstractParameter& parameter) const;
   QString sceneName() const;
   QString settingsKey(const main::AbstractParameter& parameter) const;

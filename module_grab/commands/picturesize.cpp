@@ -1,0 +1,52 @@
+#include "module_grab/commands/picturesize.h"
+
+#include <QBuffer>
+#include <QImage>
+#include <QImageReader>
+#include <QImageWriter>
+
+#include "module_grab/freememory.h"
+
+namespace nubo::commands::grab {
+
+namespace {
+
+constexpr int BytesPerPixel = 4;
+
+/// Writers refuse what their format cannot hold, or make it smaller without a word.
+bool keeps(const QByteArray& format, QSize size) {
+  QImage image(size, QImage::Format_ARGB32);
+  if (image.isNull()) return false;
+  image.fill(Qt::transparent);
+  QBuffer file;
+  file.open(QIODevice::ReadWrite);
+  if (!QImageWriter(&file, format).write(image)) return false;
+  file.seek(0);
+  const QSize kept = QImageReader(&file, format).size();
+  return kept.isEmpty() || kept == size;  // not every reader knows
+}
+
+}  // namespace
+
+QString whyNotPossible(const QString& suffix, int width, int height) {
+  if (width < 2 || height < 2) return QObject::tr("A picture of %1 × %2 pixels is too small.").arg(width).arg(height);
+  constexpr double Megabyte = 1e6;
+  const double needed = double(width) * height * BytesPerPixel;
+  const double free = double(nubo::grab::freeMemory());
+  if (free > 0 && needed > free)
+    return QObject::tr("A picture of %1 × %2 pixels takes %L3 MB of memory; %L4 MB are free.")
+        .arg(width)
+        .arg(height)
+        .arg(needed / Megabyte, 0, 'f', 0)
+        .arg(free / Megabyte, 0, 'f', 0);
+  const QByteArray format = suffix.toLatin1();
+  if (keeps(format, {width, 1}) && keeps(format, {1, height})) return QString();
+  return QObject::tr(
+             "A picture of %1 × %2 pixels does not fit into a “.%3” file; choose a smaller width, or another "
+             "format.")
+      .arg(width)
+      .arg(height)
+      .arg(suffix);
+}
+
+}  // namespace nubo::commands::grab
