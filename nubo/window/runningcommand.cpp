@@ -1,5 +1,9 @@
 #include "nubo/window/runningcommand.h"
 
+#include <QFileInfo>
+
+#include "nubo/commandarguments.h"
+
 namespace nubo::window {
 
 RunningCommand::RunningCommand(main::Command& command, const QString& title, gui::ScenePanel* panel, QObject* parent)
@@ -7,8 +11,10 @@ RunningCommand::RunningCommand(main::Command& command, const QString& title, gui
       mp_Command(&command),
       mp_Monitor(command.monitor()),
       m_Title(title),
+      m_Files(app::targetFiles(command)),
       mp_Panel(panel),
       m_Abortable(command.isAbortable()) {
+  for (const QString& file : m_Files) m_Title += QLatin1Char(' ') + QFileInfo(file).fileName();
   connect(mp_Monitor, &main::CommandMonitor::textChanged, this, &RunningCommand::textChanged, Qt::QueuedConnection);
   connect(mp_Monitor, &main::CommandMonitor::detailChanged, this, &RunningCommand::detailChanged, Qt::QueuedConnection);
   connect(mp_Monitor, &main::CommandMonitor::processedChanged, this, &RunningCommand::percentChanged,

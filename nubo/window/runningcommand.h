@@ -13,10 +13,14 @@ namespace nubo::window {
 class RunningCommand : public QObject {
   Q_OBJECT
  public:
-  /// `panel` was the active one at the start. The command may be deleted once its monitor has finished.
+  /// `panel` was the active one at the start. The command has its values, and may be deleted once its monitor has
+  /// finished.
   RunningCommand(main::Command& command, const QString& title, gui::ScenePanel* panel, QObject* parent);
 
+  /// What tells it from other runs of the same command: with the names of its files.
   const QString& title() const { return m_Title; }
+  /// The paths of the files that it writes.
+  const QStringList& files() const { return m_Files; }
   const main::Command* command() const { return mp_Command; }
   gui::ScenePanel* panel() const { return mp_Panel; }
   bool isAbortable() const { return m_Abortable; }
@@ -33,6 +37,7 @@ class RunningCommand : public QObject {
   main::Command* mp_Command;
   QPointer<main::CommandMonitor> mp_Monitor;  ///< null when the command is gone
   QString m_Title;
+  QStringList m_Files;
   QPointer<gui::ScenePanel> mp_Panel;
   bool m_Abortable;
 };

@@ -2,7 +2,9 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
 #include <QProgressBar>
+#include <QStyle>
 #include <QToolButton>
 
 #include "nubo/window/icons.h"
@@ -19,6 +21,33 @@ void showPercent(QProgressBar* bar, int percent) {
 
 }  // namespace
 
+/// A title and what is being done. Leaves out what there is no room for: long names and many rows must not make the
+/// window wider.
+class RunningCommands::Text : public QLabel {
+ public:
+  explicit Text(const QString& title) : QLabel(title), m_Title(shortened(title, Qt::ElideMiddle, letters(26))) {
+    setText(m_Title);
+  }
+  void tell(const QString& doing) { setText(QStringLiteral("%1: %2").arg(m_Title, doing)); }
+  QSize sizeHint() const override { return QLabel::sizeHint().boundedTo({letters(52), QWIDGETSIZE_MAX}); }
+  QSize minimumSizeHint() const override { return {letters(12), QLabel::minimumSizeHint().height()}; }
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    style()->drawItemText(&painter, rect(), Qt::AlignVCenter, palette(), isEnabled(),
+                          shortened(text(), Qt::ElideRight, width()), foregroundRole());
+  }
+
+ private:
+  int letters(int count) const { return count * fontMetrics().averageCharWidth(); }
+  QString shortened(const QString& text, Qt::TextElideMode mode, int width) const {
+    return fontMetrics().elidedText(text, mode, width);
+  }
+
+  QString m_Title;
+};
+
 RunningCommands::RunningCommands(QWidget* parent) : QWidget(parent), mp_Layout(new QHBoxLayout(this)) {
   mp_Layout->setContentsMargins(0, 0, 0, 0);
   setMinimumHeight(QToolButton().sizeHint().height() + 2);  // the bar does not grow when a row comes
@@ -28,9 +57,9 @@ RunningCommands::Row RunningCommands::createRow(const QString& title, bool isCom
   auto* widget = new QWidget;
   auto* layout = new QHBoxLayout(widget);
   layout->setContentsMargins(6, 0, 0, 0);
-  auto* text = new QLabel(title);
+  auto* text = new Text(title);
   auto* bar = new QProgressBar;
-  bar->setFixedWidth(110);
+  bar->setFixedWidth(90);
   bar->setMaximumHeight(text->sizeHint().height() + 2);
   bar->setAccessibleName(title);
   showPercent(bar, -1);
@@ -43,21 +72,22 @@ RunningCommands::Row RunningCommands::createRow(const QString& title, bool isCom
 void RunningCommands::add(RunningCommand* run) {
   const Row row = createRow(run->title(), true);
   row.widget->setObjectName(QStringLiteral("running"));
-  if (run->isAbortable()) row.widget->layout()->addWidget(createAbortButton(run));
-  connect(run, &RunningCommand::textChanged, row.text,
-          [row, run](const QString& text) { row.text->setText(QStringLiteral("%1: %2").arg(run->title(), text)); });
-  connect(run, &RunningCommand::detailChanged, row.text,
-          [row, run](const QString& detail) { row.text->setText(QStringLiteral("%1: %2").arg(run->title(), detail)); });
+  row.text->setToolTip(run->files().join(QLatin1Char('\n')));
+  row.widget->layout()->addWidget(createStopButton(run));
+  connect(run, &RunningCommand::textChanged, row.text, &Text::tell);
+  connect(run, &RunningCommand::detailChanged, row.text, &Text::tell);
   connect(run, &RunningCommand::percentChanged, row.bar, [row](int percent) { showPercent(row.bar, percent); });
   connect(run, &RunningCommand::finished, row.widget, [this, run] { delete m_Rows.take(run).widget; });
   m_Rows[run] = row;
 }
 
-QWidget* RunningCommands::createAbortButton(RunningCommand* run) {
+QWidget* RunningCommands::createStopButton(RunningCommand* run) {
   auto* button = new QToolButton;
-  button->setObjectName(QStringLiteral("abort"));
+  button->setObjectName(run->isAbortable() ? QStringLiteral("abort") : QStringLiteral("unstoppable"));
+  button->setEnabled(run->isAbortable());
   button->setText(tr("Stop"));
-  button->setToolTip(tr("Ask “%1” to end now (Ctrl+.)").arg(run->title()));
+  button->setToolTip(run->isAbortable() ? tr("Ask “%1” to end now (Ctrl+.)").arg(run->title())
+                                        : tr("“%1” cannot be stopped; it ends by itself").arg(run->title()));
   button->setIcon(makeIcon(Icon::Stop));
   button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
   button->setFocusPolicy(Qt::TabFocus);

@@ -33,14 +33,15 @@ class RunningCommands : public QWidget {
   void stopLatest();
 
  private:
+  class Text;
   struct Row {
     QWidget* widget;
-    QLabel* text;
+    Text* text;
     QProgressBar* bar;
     bool isCommand;
   };
   Row createRow(const QString& title, bool isCommand);
-  QWidget* createAbortButton(RunningCommand* run);
+  QWidget* createStopButton(RunningCommand* run);
 
   QHBoxLayout* mp_Layout;
   QHash<const void*, Row> m_Rows;
