@@ -15,7 +15,8 @@ namespace nubo::grab {
 
 namespace {
 
-/// The trajectory that was selected when this was made, of either mode; without one it has no steps.
+/// The trajectory that was selected when this was made, of either mode; without one it has no steps. Nobody else moves
+/// the scene along it meanwhile.
 class Trajectory {
  public:
   Trajectory() {
@@ -43,6 +44,7 @@ class Trajectory {
   }
 
  private:
+  const trajectory::TrajectoryDrive m_Drive;
   std::shared_ptr<trajectory::TrajectoryInfo> mp_Points;
   std::shared_ptr<trajectory::AdvancedTrajectoryInfo> mp_Matrices;
 };

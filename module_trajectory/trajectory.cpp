@@ -61,6 +61,13 @@ std::shared_ptr<AdvancedTrajectoryInfo> TrajectoryHandler::getAdvancedTrajectory
   return m_AdvancedInfo;
 }
 
+void TrajectoryHandler::moveTo(std::uint64_t step) {
+  const std::lock_guard lock(m_Moving);
+  if (isDriven()) return;
+  if (const auto info = getTrajectoryInfo()) info->setPosition(step);
+  if (const auto info = getAdvancedTrajectoryInfo()) info->setPosition(step);
+}
+
 void TrajectoryHandler::select(std::unique_ptr<TrajectoryInfo> info) { replace(std::move(info), nullptr); }
 
 void TrajectoryHandler::select(std::unique_ptr<AdvancedTrajectoryInfo> info) { replace(nullptr, std::move(info)); }
@@ -74,5 +81,12 @@ void TrajectoryHandler::replace(std::shared_ptr<TrajectoryInfo> info,
   m_Info.swap(info);
   m_AdvancedInfo.swap(advancedInfo);
 }
+
+TrajectoryDrive::TrajectoryDrive() {
+  const std::lock_guard lock(TrajectoryHandler::getInstance()->m_Moving);
+  ++TrajectoryHandler::getInstance()->m_Drives;
+}
+
+TrajectoryDrive::~TrajectoryDrive() { --TrajectoryHandler::getInstance()->m_Drives; }
 
 }  // namespace nubo::trajectory

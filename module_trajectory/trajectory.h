@@ -61,17 +61,34 @@ class NUBO_MODULE_TRAJECTORY_EXPORT TrajectoryHandler {
   std::shared_ptr<TrajectoryInfo> getTrajectoryInfo() const;
   std::shared_ptr<AdvancedTrajectoryInfo> getAdvancedTrajectoryInfo() const;
 
+  /// Brings the scene to that step of the selected trajectory, unless somebody drives it.
+  void moveTo(std::uint64_t step);
+  bool isDriven() const { return m_Drives > 0; }
+
   void select(std::unique_ptr<TrajectoryInfo> info);
   void select(std::unique_ptr<AdvancedTrajectoryInfo> info);
   void clear();
 
  private:
+  friend class TrajectoryDrive;
   TrajectoryHandler() = default;
   void replace(std::shared_ptr<TrajectoryInfo> info, std::shared_ptr<AdvancedTrajectoryInfo> advancedInfo);
 
   mutable std::mutex m_Mutex;  ///< guards both, of which one at most is not null
   std::shared_ptr<TrajectoryInfo> m_Info;
   std::shared_ptr<AdvancedTrajectoryInfo> m_AdvancedInfo;
+  std::mutex m_Moving;  ///< held while moveTo() moves the scene
+  std::atomic<int> m_Drives{0};
+};
+
+/// For as long as it lives, the scene moves only as its owner wants it: moveTo() does nothing. Any thread, but not
+/// while it holds the scene's lock.
+class NUBO_MODULE_TRAJECTORY_EXPORT TrajectoryDrive {
+ public:
+  TrajectoryDrive();
+  ~TrajectoryDrive();
+  TrajectoryDrive(const TrajectoryDrive&) = delete;
+  TrajectoryDrive& operator=(const TrajectoryDrive&) = delete;
 };
 
 }  // namespace nubo::trajectory

@@ -7,7 +7,7 @@ namespace nubo::window {
 
 namespace {
 
-constexpr int PatienceMs = 400;
+constexpr int PatienceMs = 1000;  // frames of a recording that take long are not worth a word
 
 }  // namespace
 
@@ -34,8 +34,7 @@ void SceneChanger::change(const QString& topic, std::function<void()> work) {
       same->work = std::move(work);
   }
   m_Changed.notify_all();
-  if (std::exchange(m_CheckPending, true)) return;
-  QTimer::singleShot(PatienceMs, this, &SceneChanger::checkWaiting);
+  checkLater();
 }
 
 void SceneChanger::finish() {
@@ -56,6 +55,7 @@ void SceneChanger::run() {
     const Item item = std::move(m_Items.front());
     m_Items.pop_front();
     m_Working = true;
+    m_Patience.setRemainingTime(PatienceMs);
     lock.unlock();
     item.work();
     lock.lock();
@@ -72,12 +72,20 @@ void SceneChanger::report() {
     m_Reported = false;
   }
   emit changed();
-  if (m_ShowsWaiting && isIdle()) emit waiting(m_ShowsWaiting = false);
+  if (m_ShowsWaiting) emit waiting(m_ShowsWaiting = false);
+}
+
+void SceneChanger::checkLater() {
+  if (!std::exchange(m_CheckPending, true)) QTimer::singleShot(PatienceMs, this, &SceneChanger::checkWaiting);
 }
 
 void SceneChanger::checkWaiting() {
   m_CheckPending = false;
-  if (m_ShowsWaiting || isIdle()) return;
+  {
+    const std::lock_guard<std::mutex> lock(m_Mutex);
+    if (m_ShowsWaiting || !m_Working) return;
+    if (!m_Patience.hasExpired()) return checkLater();
+  }
   emit waiting(m_ShowsWaiting = true);
 }
 

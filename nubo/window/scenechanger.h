@@ -1,6 +1,7 @@
 // Changes of the scene that the user asks for while others may hold it still.
 #pragma once
 
+#include <QDeadlineTimer>
 #include <QObject>
 #include <condition_variable>
 #include <deque>
@@ -25,11 +26,13 @@ class SceneChanger : public QObject {
   /// Returns when all changes are made. Not while a command may hold the scene.
   void finish();
   bool isIdle() const;
+  /// What waiting() told last.
+  bool isWaiting() const { return m_ShowsWaiting; }
 
  signals:
   /// Some changes were made.
   void changed();
-  /// A change has been waiting for a while (true), or none waits any more (false).
+  /// A change has been waiting for a while (true), or is made (false).
   void waiting(bool isWaiting);
 
  private:
@@ -39,12 +42,14 @@ class SceneChanger : public QObject {
   };
   void run();
   void report();
+  void checkLater();
   void checkWaiting();
 
   mutable std::mutex m_Mutex;
   std::condition_variable m_Changed;
   std::deque<Item> m_Items;
   bool m_Working = false;
+  QDeadlineTimer m_Patience;  ///< with the change that is being made, or was last
   bool m_Ending = false;
   bool m_Reported = false;  ///< a call of report() is on its way
   bool m_ShowsWaiting = false;

@@ -20,11 +20,7 @@ namespace {
 
 constexpr int LookMs = 80;
 
-void setPosition(int step) {
-  const TrajectoryHandler* handler = TrajectoryHandler::getInstance();
-  if (const auto info = handler->getTrajectoryInfo()) info->setPosition(std::uint64_t(step));
-  if (const auto info = handler->getAdvancedTrajectoryInfo()) info->setPosition(std::uint64_t(step));
-}
+void setPosition(int step) { TrajectoryHandler::getInstance()->moveTo(std::uint64_t(step)); }
 
 }  // namespace
 
@@ -35,8 +31,8 @@ TrajectoryBar::TrajectoryBar(SceneChanger& changer, CommandRunner& runner, QWidg
   m_Player.setTimerType(Qt::PreciseTimer);
   connect(&m_Player, &QTimer::timeout, this, &TrajectoryBar::playOn);
   connect(&m_Look, &QTimer::timeout, this, &TrajectoryBar::look);
-  connect(&runner, &CommandRunner::started, this, &TrajectoryBar::commandsChanged);
-  connect(&runner, &CommandRunner::ended, this, [this] { m_Runner.whenIdle([this] { commandsChanged(); }); });
+  connect(&runner, &CommandRunner::started, this, &TrajectoryBar::updateEnabled);
+  connect(&runner, &CommandRunner::ended, this, [this] { m_Runner.whenIdle([this] { updateEnabled(); }); });
   m_Look.start(LookMs);
   fillModes();
   show();
@@ -121,8 +117,9 @@ void TrajectoryBar::chooseMode(int index) {
                                                tr("Points (*.csv *.txt);;All Files (*)"));
     if (m_PointFile.isEmpty()) return keepMode(pointFile);
   }
-  stop();
   if (!m_Runner.isIdle()) return keepMode(pointFile);
+  const bool plays = m_Player.isActive();
+  stop();
   m_Changer.finish();
   setPosition(0);  // leaves the scene as it was found
   removeMarkers();
@@ -133,6 +130,7 @@ void TrajectoryBar::chooseMode(int index) {
     showMode(m_Mode);
   else
     showMode(Still);
+  if (plays) togglePlaying();  // the user wants to see it move
   emit sceneChanged();
   if (!error.isEmpty()) emit failed(error);
 }
@@ -189,8 +187,10 @@ void TrajectoryBar::stop() {
   mp_Play->setText(tr("&Play"));
 }
 
-/// Steps that a slow or locked scene cannot follow are left out by the changer.
-void TrajectoryBar::playOn() { go(m_Position + 1 < count() ? m_Position + 1 : 0); }
+/// Steps that a slow scene cannot follow are left out by the changer; one that is held still is waited for.
+void TrajectoryBar::playOn() {
+  if (!m_Changer.isWaiting()) go(m_Position + 1 < count() ? m_Position + 1 : 0);
+}
 
 void TrajectoryBar::go(int step) {
   if (step < 0 || step >= count() || step == m_Position || m_Driven) return;
@@ -201,13 +201,13 @@ void TrajectoryBar::go(int step) {
 
 /// Commands move the scene from threads of their own, and do not tell.
 void TrajectoryBar::look() {
-  if (!m_Changer.isIdle() || position() == m_Position) return;
-  m_Position = position();
-  m_Driven = !m_Runner.isIdle();
-  if (m_Driven) {
-    stop();
+  const bool isDriven = TrajectoryHandler::getInstance()->isDriven();
+  if (isDriven != std::exchange(m_Driven, isDriven)) {
+    if (isDriven) stop();
     updateEnabled();
   }
+  if (!m_Changer.isIdle() || position() == m_Position) return;
+  m_Position = position();
   show();
   emit moved();
 }
@@ -217,15 +217,6 @@ void TrajectoryBar::show() {
   mp_Slider->setRange(0, qMax(0, count() - 1));
   mp_Slider->setValue(m_Position);
   mp_Steps->setText(count() ? QStringLiteral("%1 / %2").arg(m_Position + 1).arg(count()) : QStringLiteral("–"));
-}
-
-/// A command may count on the scene's standing still, or move it step by step.
-void TrajectoryBar::commandsChanged() {
-  if (m_Runner.isIdle())
-    m_Driven = false;
-  else
-    stop();
-  updateEnabled();
 }
 
 void TrajectoryBar::updateEnabled() {

@@ -20,7 +20,7 @@ class CommandRunner;
 class SceneChanger;
 
 /// Chooses the trajectory and moves the scene along it. While commands run, the trajectory stays the same; where one
-/// of them moves the scene itself, the bar only shows how far it is. Application thread.
+/// of them drives the scene itself, the bar only shows how far it is. Application thread.
 class TrajectoryBar : public QToolBar {
   Q_OBJECT
  public:
@@ -63,7 +63,6 @@ class TrajectoryBar : public QToolBar {
   void go(int step);
   void look();
   void show();
-  void commandsChanged();
   void updateEnabled();
   static int count();
   static int position();
@@ -80,7 +79,7 @@ class TrajectoryBar : public QToolBar {
   QTimer m_Player;
   QTimer m_Look;
   int m_Position = 0;     ///< where the scene is, or soon will be
-  bool m_Driven = false;  ///< a command moves the scene
+  bool m_Driven = false;  ///< by a command, as far as the bar knows
   Mode m_Mode = Still;
 };
 

@@ -168,8 +168,15 @@ TEST_F(Trajectory, MarkerFollowsItsPathInTheScene) {
   auto* handler = TrajectoryHandler::getInstance();
   handler->select(std::make_unique<TrajectoryInfo>(points, marker));
   EXPECT_EQ(handler->getSelectedMode(), TrajectoryHandler::Points);
-  handler->getTrajectoryInfo()->setPosition(2);
+  handler->moveTo(2);
   expectNear(math::transformPoint(marker->getGlobalTransform(), {0, 0, 0}), {4, 5, 9});
+  {
+    const TrajectoryDrive drive;
+    handler->moveTo(0);
+    EXPECT_EQ(handler->getTrajectoryInfo()->getPosition(), 2u) << "somebody else drives";
+  }
+  handler->moveTo(0);
+  expectNear(math::transformPoint(marker->getGlobalTransform(), {0, 0, 0}), {1, 2, 3});
   handler->select(createTurntable(3));
   EXPECT_EQ(handler->getSelectedMode(), TrajectoryHandler::Matrices);
   EXPECT_FALSE(handler->getTrajectoryInfo());

@@ -107,11 +107,33 @@ TEST_F(WindowTest, MarksBadValuesWhereTheyStandAndRunsNothing) {
   QTest::keyClick(dialog(), Qt::Key_Return);
   EXPECT_TRUE(waitUntil([this] { return QFile::exists(host.file("picture.png")) && !anythingRuns(); }));
 
-  // What only the command finds out is told in the window.
+  // Values that are wrong together are marked, too.
   ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_I));
-  type(field("width"), "1");
+  const auto* sizeRemark = dialog()->findChild<QLabel*>("width:remark");
+  type(field("filename"), host.file("picture.jpg"));
+  for (const char* bad : {"1", "65501", "2000000000"}) {
+    type(field("width"), bad);
+    QTest::keyClick(dialog(), Qt::Key_Return);
+    ASSERT_TRUE(dialog() && sizeRemark->isVisible()) << bad;
+    EXPECT_FALSE(anythingRuns());
+  }
+  type(field("width"), "65501");
+  EXPECT_TRUE(sizeRemark->text().contains("“.jpg”")) << sizeRemark->text().toStdString();
+  keepScreenshot("too-large");
+  type(field("filename"), host.file("picture-2.png"));
+  EXPECT_FALSE(sizeRemark->isVisible());
+  QTest::keyClick(dialog(), Qt::Key_Escape);
+  ASSERT_TRUE(waitUntil([this] { return !dialog(); }));
+
+  // What only the command finds out is told in the window.
+  ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_V));
+  type(field("width"), "15");
   QTest::keyClick(dialog(), Qt::Key_Return);
-  EXPECT_TRUE(waitUntil([this] { return message().contains("to small"); }));
+  ASSERT_TRUE(dialog() && dialog()->findChild<QLabel*>("width:remark")->text().contains("min. 16"));
+  type(field("width"), "1000000");
+  type(field("height"), "16");
+  QTest::keyClick(dialog(), Qt::Key_Return);
+  EXPECT_TRUE(waitUntil([this] { return message().contains("1000000 x 16"); }));
   keepScreenshot("failure");
 }
 
@@ -123,10 +145,13 @@ TEST_F(WindowTest, RecordsATurntableThatTheUserEnds) {
   const auto trajectory = trajectory::TrajectoryHandler::getInstance()->getAdvancedTrajectoryInfo();
   ASSERT_TRUE(trajectory);
   const auto steps = *trajectory->getMatrixMapList();
+  useShortcut("Ctrl+Space");  // plays, until the recording moves the scene itself
   ASSERT_NO_FATAL_FAILURE(startVideo("turn.y4m", true));
   const auto* slider = window->findChild<QSlider*>("trajectorySlider");
-  ASSERT_TRUE(waitUntil([&] { return slider->value() >= 8; })) << "the bar must follow the recording";
-  EXPECT_FALSE(slider->isEnabled());
+  ASSERT_TRUE(waitUntil([&] { return !slider->isEnabled(); }));
+  EXPECT_EQ(action("play")->text(), "&Play");
+  ASSERT_TRUE(waitUntil([&, start = slider->value()] { return slider->value() >= start + 8; }))
+      << "the bar must follow the recording";
   keepScreenshot("recording");
   QTest::mouseClick(abortButtons().first(), Qt::LeftButton);
   ASSERT_TRUE(waitUntil([this] { return !anythingRuns() && host.settle(); }));
@@ -136,10 +161,12 @@ TEST_F(WindowTest, RecordsATurntableThatTheUserEnds) {
   ASSERT_EQ(video.size, QSize(200, 160));
   ASSERT_GE(video.frames.size(), 8);
   ASSERT_LT(video.frames.size(), int(steps.size())) << "it was not ended";
+  const int first = int(trajectory->getPosition()) - (video.frames.size() - 1);
+  ASSERT_GT(first, 0);
   for (int frame = 0; frame < video.frames.size(); ++frame) {
     SCOPED_TRACE(frame);
     expectNear(video.extentOfModel(frame),
-               projectedCube(view * steps[frame].begin()->second, video.size, PanelHalfOpening));
+               projectedCube(view * steps[first + frame].begin()->second, video.size, PanelHalfOpening));
   }
 }
 
@@ -190,7 +217,12 @@ TEST_F(WindowTest, RecordsTwoPanelsAtOnce) {
   window::ViewPanel* first = panels().panels()[0];
   window::ViewPanel* second = panels().panels()[1];
   QTest::mouseClick(first, Qt::LeftButton, {}, first->rect().center());
+  useShortcut("Ctrl+Space");
   ASSERT_NO_FATAL_FAILURE(startVideo("first.y4m", false));
+  const auto* slider = window->findChild<QSlider*>("trajectorySlider");
+  EXPECT_TRUE(waitUntil([&, step = slider->value()] { return slider->value() > step; })) << "a user may go on playing";
+  useShortcut("Ctrl+Space");
+  useShortcut("Ctrl+Home");  // where the views below expect the cube
   EXPECT_FALSE(action("command:grabvideo")->isEnabled()) << "the active panel is being recorded";
   EXPECT_TRUE(action("stop")->isEnabled());
   useShortcut("F6");
@@ -198,6 +230,8 @@ TEST_F(WindowTest, RecordsTwoPanelsAtOnce) {
   QTest::keyClick(second, Qt::Key_Home);
   QTest::keyClick(second, Qt::Key_Left);
   ASSERT_NO_FATAL_FAILURE(startVideo("second.y4m", false));
+  for (int i = 0; i < 2; ++i)
+    EXPECT_TRUE(abortButtons()[i]->toolTip().contains(i == 0 ? "Video first.y4m" : "Video second.y4m"));
   QTest::qWait(300);
   QTest::keyClick(first, Qt::Key_Up);  // views can be turned while they are recorded
   keepScreenshot("two-recordings");

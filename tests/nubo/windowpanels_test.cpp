@@ -172,9 +172,12 @@ TEST_F(WindowTest, PlaysTrajectoriesByKeysAndSwitchesBetweenThem) {
   QTest::qWait(150);
   EXPECT_EQ(slider->value(), paused);
 
+  useShortcut("Ctrl+Space");
   modes->setFocus();
   QTest::keyClick(modes, Qt::Key_Home);  // a turntable
   ASSERT_TRUE(waitUntil([&] { return trajectory() && slider->maximum() == 249; }));
+  EXPECT_TRUE(waitUntil([&] { return slider->value() > 3; })) << "it goes on playing";
+  useShortcut("Ctrl+Space");
   useShortcut("Ctrl+End");
   EXPECT_TRUE(waitUntil([&] { return isAt(249); }, 5000));
   QTest::keyClick(modes, Qt::Key_End);  // nothing
