@@ -72,7 +72,8 @@ QString prepare(Session& session, const CommandLine& line, const main::Command& 
   if (const QString error = session.showScene(line, command.isAbortable()); !error.isEmpty()) return error;
   const QStringList failures = report.takeFailures();
   if (command.isEnabled()) {
-    for (const QString& failure : failures) report.note(failure);
+    // It may have no need of OpenGL.
+    for (const QString& note : noOpenGL.isEmpty() ? failures : QStringList{noOpenGL}) report.note(note);
     return QString();
   }
   const QString reason = noOpenGL.isEmpty() ? failures.join("; ") : noOpenGL;

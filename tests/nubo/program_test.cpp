@@ -170,6 +170,9 @@ TEST_F(Program, SaysWhatToInstallWithoutOpenGL) {
     withoutEgl.insert("DISPLAY", display);
     expectOneLine(run("grabimage --filename a.png --width 64", withoutEgl), 1, "install libegl-mesa0");
   }
+  const Outcome video = run("grabvideo --filename a.y4m", withoutEgl);
+  EXPECT_EQ(video.status, 1);
+  EXPECT_THAT(video.errors.toStdString(), HasSubstr("install libegl-mesa0"));
   EXPECT_TRUE(files().isEmpty());
   // What needs no OpenGL works all the same.
   const Outcome list = run("--list-commands", withoutEgl);
