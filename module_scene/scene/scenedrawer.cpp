@@ -7,6 +7,8 @@
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <set>
+#include <tuple>
 
 #include "module_scene/gui/viewer.h"
 #include "module_scene/scene/drawingturn.h"
@@ -111,11 +113,19 @@ void setUpTexture(const Geometry& geometry, const Material& material) {
   glBindTexture(GL_TEXTURE_2D, BufferCache::buffer(*material.texture)->name());
 }
 
-void setUpMaterial(const Geometry& geometry) {
+const Material& materialOf(const Geometry& geometry) {
   static const Material DefaultMaterial;
-  const Material& material = geometry.material ? *geometry.material : DefaultMaterial;
+  return geometry.material ? *geometry.material : DefaultMaterial;
+}
+
+bool isLit(const Geometry& geometry) { return materialOf(geometry).lit && !geometry.normals.empty(); }
+
+GLenum modeOf(Kind kind) { return kind == KindFaces ? GL_TRIANGLES : kind == KindLines ? GL_LINES : GL_POINTS; }
+
+void setUpMaterial(const Geometry& geometry) {
+  const Material& material = materialOf(geometry);
   setUpTexture(geometry, material);
-  const bool lit = material.lit && !geometry.normals.empty();
+  const bool lit = isLit(geometry);
   if (lit) {
     glEnable(GL_LIGHTING);
     glColorMaterial(GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE);
@@ -165,12 +175,16 @@ class Painter {
     }
   }
 
-  /// Draws on, from the state that all drawing starts from, until about so many indices are drawn. Returns how many
-  /// were; the drawing is complete when they are fewer.
-  std::size_t draw(std::size_t indices) {
+  /// Kinds of drawing for which a driver must make itself ready.
+  using Kinds = std::set<std::tuple<Kind, bool, bool, bool, GLenum>>;
+
+  bool isDone() const { return m_Step == m_Steps.size(); }
+
+  /// Draws on, from the state that all drawing starts from, until about so many indices are drawn.
+  void draw(std::size_t indices) {
     mp_Current = nullptr;
     std::size_t drawn = 0;
-    while (m_Step < m_Steps.size() && drawn < indices) {
+    while (!isDone() && drawn < indices) {
       const Step& step = m_Steps[m_Step];
       setUp(step);
       drawn += drawRanges(*step.batch, indices - drawn);
@@ -178,7 +192,18 @@ class Painter {
       ++m_Step;
       m_Range = 0;
     }
-    return drawn;
+  }
+
+  /// Draws a little of each kind that is not in `known`, and adds it there.
+  void drawSamples(Kinds* known) {
+    for (const Step& step : m_Steps) {
+      const Geometry& geometry = *step.batch->geometry;
+      const bool textured = geometry.material && geometry.material->texture && !geometry.texCoords.empty();
+      const GLenum hidden = hiddenBy(step);
+      if (!known->insert({geometry.kind, isLit(geometry), textured, geometry.colors.empty(), hidden}).second) continue;
+      setUp(step);
+      step.batch->buffer->draw(modeOf(geometry.kind), m_List.ranges()[step.batch->firstRange]);
+    }
   }
 
  private:
@@ -188,12 +213,17 @@ class Painter {
     GLenum hidden;
   };
 
+  static GLenum hiddenBy(const Step& step) {
+    if (step.hidden != GL_NONE) return step.hidden;
+    return step.batch->cullBack ? GL_BACK : GL_NONE;
+  }
+
   void setUp(const Step& step) {
     const Batch& batch = *step.batch;
     load(GL_MODELVIEW, batch.modelView);
     glFrontFace(batch.mirrored ? GL_CW : GL_CCW);
     if (step.transparent) blend();
-    const GLenum hidden = step.hidden != GL_NONE ? step.hidden : batch.cullBack ? GL_BACK : GL_NONE;
+    const GLenum hidden = hiddenBy(step);
     if (hidden != GL_NONE) {
       glEnable(GL_CULL_FACE);
       glCullFace(hidden);
@@ -218,13 +248,10 @@ class Painter {
   }
 
   std::size_t drawRanges(const Batch& batch, std::size_t indices) {
-    const GLenum mode = batch.geometry->kind == KindFaces   ? GL_TRIANGLES
-                        : batch.geometry->kind == KindLines ? GL_LINES
-                                                            : GL_POINTS;
     std::size_t drawn = 0;
     for (; m_Range < batch.rangeCount && drawn < indices; ++m_Range) {
       const Range& range = m_List.ranges()[batch.firstRange + m_Range];
-      batch.buffer->draw(mode, range);
+      batch.buffer->draw(modeOf(batch.geometry->kind), range);
       drawn += range.count;
     }
     return drawn;
@@ -250,15 +277,22 @@ struct SceneDrawer::Private {
   SmoothBuffer buffer;
   double indicesPerMs = 1000;  // that a part has drawn
 
+  Painter::Kinds prepared;
+  bool finishPrepared = false;
+
   // Of a drawing that has begun:
   std::optional<Painter> painter;
   math::Matrix4 projection;
   bool direct = false;
+  int finishedRows = 0;
   SmoothBuffer::Edges edges = SmoothBuffer::Edges::Blend;
 
   void begin(const StateGuard& state, double detail, int layers, int kinds, const math::Matrix4& transform,
              std::initializer_list<const SceneElement*> elements);
-  bool draw(const StateGuard& state, std::size_t indices);
+  void bindTarget(const StateGuard& state);
+  void prepare(const StateGuard& state);
+  void finish(const StateGuard& state, int rows);
+  void drawAll(const StateGuard& state);
   bool drawPart(const StateGuard& state, double milliseconds);
 };
 
@@ -271,6 +305,7 @@ void SceneDrawer::Private::begin(const StateGuard& state, double detail, int lay
     if (element) list.collect(*element, state.modelView() * transform, query);
   list.sortTransparent();
   painter.emplace(list);
+  finishedRows = 0;
   if (list.isEmpty()) return;
 
   setUpState();
@@ -282,9 +317,8 @@ void SceneDrawer::Private::begin(const StateGuard& state, double detail, int lay
   if (!direct) buffer.suspend();
 }
 
-/// Draws on for so many indices; whether there is more. What is drawn is in the caller's framebuffer when there is not.
-bool SceneDrawer::Private::draw(const StateGuard& state, std::size_t indices) {
-  if (list.isEmpty()) return false;
+/// Sets up everything for drawing on: the state, the light and where to draw.
+void SceneDrawer::Private::bindTarget(const StateGuard& state) {
   setUpState();
   setUpLight();
   if (direct) {
@@ -295,21 +329,59 @@ bool SceneDrawer::Private::draw(const StateGuard& state, std::size_t indices) {
     buffer.resume();
     load(GL_PROJECTION, extended(projection, width, height, list.margin()));
   }
-  const bool more = painter->draw(indices) >= indices;
-  if (!direct && more) buffer.suspend();
-  if (!direct && !more) buffer.finish(state.framebuffer(), scene->getBackgroundColor(), edges);
-  return more;
 }
 
+/// Has the driver make what it needs for this drawing, its shaders above all. That can take long, happens when they
+/// are used first, and keeps nobody else from drawing.
+void SceneDrawer::Private::prepare(const StateGuard& state) {
+  if (list.isEmpty()) return;
+  bindTarget(state);
+  if (!direct && !finishPrepared) {
+    finish(state, 1);  // of the empty buffer, which leaves the caller's as it is
+    bindTarget(state);
+    finishedRows = 0;
+    finishPrepared = true;
+  }
+  glEnable(GL_SCISSOR_TEST);
+  glScissor(0, 0, 0, 0);
+  painter->drawSamples(&prepared);
+  glFinish();
+  if (!direct) buffer.suspend();
+}
+
+/// Brings the next rows of what was drawn elsewhere into the caller's framebuffer.
+void SceneDrawer::Private::finish(const StateGuard& state, int rows) {
+  buffer.finish(state.framebuffer(), scene->getBackgroundColor(), edges, finishedRows, rows);
+  finishedRows += rows;
+}
+
+void SceneDrawer::Private::drawAll(const StateGuard& state) {
+  if (list.isEmpty()) return;
+  bindTarget(state);
+  painter->draw(std::numeric_limits<std::size_t>::max());
+  if (!direct) finish(state, height);
+}
+
+/// Draws on for about so long; whether there is more.
 bool SceneDrawer::Private::drawPart(const StateGuard& state, double milliseconds) {
+  if (list.isEmpty()) return false;
+  bindTarget(state);
+  if (painter->isDone()) {
+    constexpr double PixelsPerMs = 80000;  // of software OpenGL on two processors
+    finish(state, std::max(16, int(milliseconds * PixelsPerMs / width)));
+    glFinish();
+    return finishedRows < height;
+  }
   QElapsedTimer timer;
   timer.start();
   const std::size_t indices = std::size_t(std::max(1000.0, indicesPerMs * milliseconds));
-  const bool more = draw(state, indices);
+  painter->draw(indices);
   glFinish();  // or only the asking for it would be measured
   const double rate = double(indices) / std::max(0.01, double(timer.nsecsElapsed()) * 1e-6);
-  if (more) indicesPerMs = std::clamp(rate, indicesPerMs / 2, indicesPerMs * 2);
-  return more;
+  // What is hidden or small takes little; what comes next may not.
+  if (!painter->isDone()) indicesPerMs = std::clamp(rate, indicesPerMs / 8, indicesPerMs * 1.1);
+  if (!direct) buffer.suspend();
+  return !direct || !painter->isDone();
 }
 
 SceneDrawer::SceneDrawer(const util::YPointer<Scene>& scene) : d(std::make_unique<Private>()) {
@@ -339,12 +411,12 @@ void SceneDrawer::glDraw(const util::YPointer<SceneElement>& root, const util::Y
   const StateGuard state;
   d->begin(state, detail, layers, kinds, transform, {root.get(), second.get()});
   if (!DrawingTurn::mustBeTaken()) {
-    d->draw(state, std::numeric_limits<std::size_t>::max());
+    d->drawAll(state);
     return;
   }
   constexpr double PartMs = 3;
-  // The first part, a little one, has the driver prepare itself, which can take long and hinders nobody.
-  for (bool more = d->drawPart(state, 0); more;) {
+  d->prepare(state);
+  for (bool more = true; more;) {
     const DrawingTurn turn;
     more = d->drawPart(state, PartMs);
   }

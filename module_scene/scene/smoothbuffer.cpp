@@ -146,18 +146,21 @@ bool SmoothBuffer::createProgram() {
   return true;
 }
 
-void SmoothBuffer::finish(GLuint framebuffer, const QColor& background, Edges edges) {
+void SmoothBuffer::finish(GLuint framebuffer, const QColor& background, Edges edges, int first, int rows) {
   QOpenGLExtraFunctions* gl = functions();
+  const int end = std::min(first + rows, m_Height);
   if (m_Samples) {
-    const int width = m_Width + 2 * m_Margin, height = m_Height + 2 * m_Margin;
+    const int left = m_Margin, right = m_Margin + m_Width, bottom = m_Margin + first, top = m_Margin + end;
     gl->glBindFramebuffer(GL_READ_FRAMEBUFFER, m_SamplewiseFramebuffer->name());
     gl->glBindFramebuffer(GL_DRAW_FRAMEBUFFER, m_ResolvedFramebuffer->name());
-    gl->glBlitFramebuffer(0, 0, width, height, 0, 0, width, height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    gl->glBlitFramebuffer(left, bottom, right, top, left, bottom, right, top, GL_COLOR_BUFFER_BIT, GL_NEAREST);
   }
   gl->glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
   suspend();
 
   glViewport(0, 0, m_Width, m_Height);
+  glEnable(GL_SCISSOR_TEST);
+  glScissor(0, first, m_Width, end - first);
   glDisable(GL_DEPTH_TEST);
   glDisable(GL_BLEND);
   glDisable(GL_CULL_FACE);

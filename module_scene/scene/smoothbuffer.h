@@ -31,9 +31,10 @@ class SmoothBuffer {
   void suspend();
   /// Binds the buffer again, as begin() and the drawing since then left it.
   void resume();
-  /// Writes colours with straight alpha into `framebuffer`, which is bound afterwards. Changes attributes,
-  /// matrices and the program.
-  void finish(GLuint framebuffer, const QColor& background, Edges edges);
+  /// Writes `rows` rows of colours with straight alpha into `framebuffer`, which is bound afterwards, from the row
+  /// `first` on, counted from below; those beyond the area are left out. Changes attributes, matrices and the program.
+  /// For more rows resume() comes first.
+  void finish(GLuint framebuffer, const QColor& background, Edges edges, int first, int rows);
 
  private:
   /// Framebuffers belong to one context, so one lives only while that is sure to be current.

@@ -33,6 +33,22 @@ std::optional<QPointF> project(const math::Vector3& eye, const QSize& size) {
   return QPointF(0.5 * size.width() + eye[0] * unit, 0.5 * size.height() - eye[1] * unit);
 }
 
+/// The application thread's turn while Qt puts a window together from what its panels have drawn.
+class CompositionTurn {
+ public:
+  /// By each of the window's panels.
+  void begin() {
+    if (m_Panels++ == 0) m_Turn.emplace();
+  }
+  void end() {
+    if (--m_Panels == 0) m_Turn.reset();
+  }
+
+ private:
+  int m_Panels = 0;
+  std::optional<scene::DrawingTurn> m_Turn;
+};
+
 }  // namespace
 
 ViewPanel::ViewPanel(QWidget* parent) : ScenePanel(parent) {
@@ -42,6 +58,9 @@ ViewPanel::ViewPanel(QWidget* parent) : ScenePanel(parent) {
   connect(&m_Rest, &QTimer::timeout, &m_Parts, qOverload<>(&QTimer::start));
   connect(&m_Parts, &QTimer::timeout, this, &ViewPanel::drawOn);
   connect(this, &ScenePanel::cameraChanged, this, [this] { m_ShowsAll = false; });
+  static CompositionTurn s_Composition;
+  connect(this, &QOpenGLWidget::aboutToCompose, this, [] { s_Composition.begin(); });
+  connect(this, &QOpenGLWidget::frameSwapped, this, [] { s_Composition.end(); });
 }
 
 ViewPanel::~ViewPanel() {

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "module_scene/scene/coarsening.h"
+#include "module_scene/scene/drawingturn.h"
 #include "module_scene/scene/meshbuilder.h"
 #include "support/glfixture.h"
 
@@ -400,6 +401,13 @@ TEST_F(DrawerTest, PartsGiveThePictureThatIsDrawnAtOnce) {
       });
       EXPECT_GE(parts, 4);
       EXPECT_EQ(compare(inParts, whole).greatest, 0) << samples << " samples: " << compare(inParts, whole);
+      QImage inTurns;
+      DrawingTurn::setShared();
+      std::thread([&] {
+        const test::SharingContext own;
+        inTurns = draw(shot);
+      }).join();
+      EXPECT_EQ(compare(inTurns, whole).greatest, 0) << samples << " samples: " << compare(inTurns, whole);
     }
 }
 
