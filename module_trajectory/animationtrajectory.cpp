@@ -1,5 +1,6 @@
 #include "module_trajectory/animationtrajectory.h"
 
+#include <QCoreApplication>
 #include <algorithm>
 #include <cmath>
 
@@ -48,11 +49,11 @@ std::unique_ptr<AdvancedTrajectoryInfo> createAnimationTrajectory(const std::vec
     duration = std::max(duration, animation.duration);
     tracks += double(animation.tracks.size());
   }
-  if (tracks == 0) error = QStringLiteral("nothing in the scene is animated");
-  if (!(framesPerSecond > 0)) error = QStringLiteral("the frame rate must be above 0");
+  if (tracks == 0) error = QCoreApplication::translate("Trajectory", "nothing in the scene is animated");
+  if (!(framesPerSecond > 0)) error = QCoreApplication::translate("Trajectory", "the frame rate must be above 0");
   constexpr double Rounding = 1e-6;  // an end that falls on a frame needs no other frame after it
   const double steps = std::ceil(duration * framesPerSecond - Rounding) + 1;
-  if (!(steps * tracks <= MaxMatrices)) error = QStringLiteral("the animation is too long");
+  if (!(steps * tracks <= MaxMatrices)) error = QCoreApplication::translate("Trajectory", "the animation is too long");
   if (!error.isEmpty()) return nullptr;
 
   auto list = std::make_unique<std::deque<MatrixMap>>();

@@ -1,5 +1,6 @@
 #include "module_trajectory/pointfile.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <algorithm>
 #include <cmath>
@@ -7,6 +8,10 @@
 
 namespace nubo::trajectory {
 namespace {
+
+struct PointFile {
+  Q_DECLARE_TR_FUNCTIONS(PointFile)
+};
 
 bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
@@ -35,11 +40,11 @@ QByteArrayList fieldsOf(const QByteArray& line) {
 std::optional<Point> toPoint(const QByteArray& line, QString& cause) {
   const QByteArrayList fields = fieldsOf(line);
   if (line.contains(',') && line.contains(';')) {
-    cause = QStringLiteral("both ',' and ';' stand between its values; numbers are written with a point");
+    cause = PointFile::tr("both ',' and ';' stand between its values; numbers are written with a point");
     return std::nullopt;
   }
   if (fields.size() != 3 && fields.size() != 4) {
-    cause = QStringLiteral("%1 values stand where 3 or 4 are expected").arg(fields.size());
+    cause = PointFile::tr("%1 values stand where 3 or 4 are expected").arg(fields.size());
     return std::nullopt;
   }
   Point point{0, 0, 0, 0};
@@ -47,7 +52,7 @@ std::optional<Point> toPoint(const QByteArray& line, QString& cause) {
     bool ok = false;
     point[std::size_t(i)] = fields[i].toDouble(&ok);
     if (ok && std::isfinite(point[std::size_t(i)])) continue;
-    cause = QStringLiteral("'%1' is not a number").arg(QString::fromUtf8(fields[i]).left(40));
+    cause = PointFile::tr("'%1' is not a number").arg(QString::fromUtf8(fields[i]).left(40));
     return std::nullopt;
   }
   return point;
@@ -66,7 +71,7 @@ bool hasNoNumber(const QByteArrayList& fields) {
 std::deque<Point> readPointFile(const QString& fileName, QString& error) {
   std::deque<Point> points;
   const auto fail = [&](const QString& cause) {
-    error = QStringLiteral("cannot read '%1': %2").arg(fileName, cause);
+    error = PointFile::tr("cannot read '%1': %2").arg(fileName, cause);
     return std::deque<Point>();
   };
   QFile file(fileName);
@@ -87,10 +92,10 @@ std::deque<Point> readPointFile(const QString& fileName, QString& error) {
     mayBeNames = false;
     QString cause;
     const std::optional<Point> point = toPoint(line, cause);
-    if (!point) return fail(QStringLiteral("line %1: %2").arg(number).arg(cause));
+    if (!point) return fail(PointFile::tr("line %1: %2").arg(number).arg(cause));
     points.push_back(*point);
   }
-  return points.empty() ? fail(QStringLiteral("it holds no points")) : points;
+  return points.empty() ? fail(PointFile::tr("it holds no points")) : points;
 }
 
 }  // namespace nubo::trajectory

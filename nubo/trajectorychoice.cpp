@@ -1,5 +1,6 @@
 #include "nubo/trajectorychoice.h"
 
+#include <QCoreApplication>
 #include <QSettings>
 #include <algorithm>
 
@@ -157,7 +158,7 @@ QString chooseTrajectory(const CommandLine& line, const std::vector<scene::Anima
   }
   if (!info) info = createTurntable(line.turntable.value_or(TurnSeconds * rate));
   return info ? selectMatrices(std::move(info), line.steps, look)
-              : QStringLiteral("the scene has nothing that could move");
+              : QCoreApplication::translate("Trajectory", "the scene has nothing that could move");
 }
 
 }  // namespace nubo::app

@@ -90,8 +90,8 @@ math::Matrix4 uprightFor(const QString& suffix, const aiScene& scene) {
 
 [[noreturn]] void throwCause(const Assimp::Importer& importer) {
   QString cause = oneLine(importer.GetErrorString());
-  if (cause.contains(QLatin1String("No suitable reader"))) cause = QStringLiteral("its format is not known");
-  throw ImportError(cause.isEmpty() ? QStringLiteral("its content is not understood") : cause);
+  if (cause.contains(QLatin1String("No suitable reader"))) cause = ImportError::tr("its format is not known");
+  throw ImportError(cause.isEmpty() ? ImportError::tr("its content is not understood") : cause);
 }
 
 unsigned typeOf(const aiFace& face) {
@@ -132,7 +132,7 @@ const aiScene& readScene(Assimp::Importer& importer, const QString& fileName) {
   for (unsigned i = 0; i < scene->mNumMeshes; ++i) mendFaces(*scene->mMeshes[i]);
   if (std::all_of(scene->mMeshes, scene->mMeshes + scene->mNumMeshes,
                   [](aiMesh* mesh) { return mesh->mNumFaces == 0; }))
-    throw ImportError(QStringLiteral("it holds no geometry"));
+    throw ImportError(ImportError::tr("it holds no geometry"));
   scene = importer.ApplyPostProcessing(aiProcess_Triangulate | aiProcess_SortByPType | aiProcess_GenUVCoords |
                                        aiProcess_TransformUVCoords);
   if (!scene || !scene->mRootNode) throwCause(importer);

@@ -26,7 +26,7 @@ Type typeOf(const QByteArray& name) {
       {"float", Type::Float}, {"float32", Type::Float}, {"double", Type::Double}, {"float64", Type::Double}};
   for (const auto& [known, type] : names)
     if (name == known) return type;
-  throw ImportError(QStringLiteral("PLY: unknown type '%1'").arg(QString::fromLatin1(name.left(40))));
+  throw ImportError(ImportError::tr("PLY: unknown type '%1'").arg(QString::fromLatin1(name.left(40))));
 }
 
 std::size_t sizeOf(Type type) {
@@ -78,7 +78,7 @@ class PlyReader {
   QByteArray readLine() {
     const auto* end = static_cast<const char*>(std::memchr(mp_At, '\n', std::size_t(mp_End - mp_At)));
     if (!end && mp_At == m_File.data()) throw NotForUs();
-    if (!end) throw ImportError(QStringLiteral("the file is truncated: its header does not end"));
+    if (!end) throw ImportError(ImportError::tr("the file is truncated: its header does not end"));
     const QByteArray line(mp_At, int(std::min<std::ptrdiff_t>(end - mp_At, 4096)));
     mp_At = end + 1;
     return line.simplified();
@@ -113,7 +113,7 @@ class PlyReader {
     else if (words.size() == 3)
       properties.push_back({words[2], typeOf(words[1]), Type::None});
     else
-      throw ImportError(QStringLiteral("PLY: a property is not understood"));
+      throw ImportError(ImportError::tr("PLY: a property is not understood"));
   }
 
   template <class T>
@@ -152,7 +152,7 @@ class PlyReader {
 
   /// The next `size` bytes.
   const char* take(std::uint64_t size) {
-    if (size > std::uint64_t(mp_End - mp_At)) throw ImportError(QStringLiteral("the file is truncated"));
+    if (size > std::uint64_t(mp_End - mp_At)) throw ImportError(ImportError::tr("the file is truncated"));
     const char* taken = mp_At;
     mp_At += size;
     return taken;
@@ -177,9 +177,9 @@ class PlyReader {
   void readVertices(const Element& element) {
     const std::size_t stride = element.stride();
     if (element.hasLists() || stride == 0) throw NotForUs();
-    if (element.count >= 0x7FFFFFFF) throw ImportError(QStringLiteral("it has too many vertices"));
+    if (element.count >= 0x7FFFFFFF) throw ImportError(ImportError::tr("it has too many vertices"));
     if (element.count > std::uint64_t(mp_End - mp_At) / stride)
-      throw ImportError(QStringLiteral("the file is truncated: it announces %1 vertices, and has %2")
+      throw ImportError(ImportError::tr("the file is truncated: it announces %1 vertices, and has %2")
                             .arg(element.count)
                             .arg(std::uint64_t(mp_End - mp_At) / stride));
     const char* records = take(element.count * stride);
@@ -191,7 +191,7 @@ class PlyReader {
     const auto has = [](const Field* fields) {
       return fields[0].type != Type::None && fields[1].type != Type::None && fields[2].type != Type::None;
     };
-    if (!has(place)) throw ImportError(QStringLiteral("PLY: the vertices have no x, y and z"));
+    if (!has(place)) throw ImportError(ImportError::tr("PLY: the vertices have no x, y and z"));
     m_Geometry->positions = floats(records, stride, count, place);
     if (has(normal)) m_Geometry->normals = floats(records, stride, count, normal);
     if (has(color)) m_Geometry->colors = colors(records, stride, count, color);
@@ -231,7 +231,7 @@ class PlyReader {
     if (element.name == "tristrips" && element.count > 0) throw NotForUs();
     if (!element.hasLists()) {
       // A count that overflows here is more than any file has.
-      if (element.count > m_File.size()) throw ImportError(QStringLiteral("the file is truncated"));
+      if (element.count > m_File.size()) throw ImportError(ImportError::tr("the file is truncated"));
       take(element.count * element.stride());
       return;
     }
@@ -254,7 +254,7 @@ class PlyReader {
     for (std::uint32_t k = 0; k < count; ++k) {
       const double corner = value(type, items + k * sizeOf(type));
       if (!(corner >= 0 && corner < double(m_Geometry->vertexCount())))
-        throw ImportError(QStringLiteral("PLY: a face has a vertex that is not there"));
+        throw ImportError(ImportError::tr("PLY: a face has a vertex that is not there"));
       corners[k] = std::uint32_t(corner);
     }
     for (std::uint32_t k = 2; k < count; ++k)

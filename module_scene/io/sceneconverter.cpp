@@ -81,8 +81,8 @@ void SceneConverter::convert(const math::Matrix4& upright, bool linearColors) {
   convertMeshes();
   const auto hasContent = [](const auto& geometry) { return bool(geometry); };
   if (std::none_of(m_Geometries.begin(), m_Geometries.end(), hasContent))
-    throw ImportError(m_Dropped ? QStringLiteral("none of its geometry has usable coordinates")
-                                : QStringLiteral("it holds no geometry"));
+    throw ImportError(m_Dropped ? ImportError::tr("none of its geometry has usable coordinates")
+                                : ImportError::tr("it holds no geometry"));
   util::YPointer<scene::SceneElement> content = convertNode(*m_Source.mRootNode, 0);
   if (upright != math::Matrix4()) {
     // An element of its own, since the root node may be animated.
@@ -93,7 +93,7 @@ void SceneConverter::convert(const math::Matrix4& upright, bool linearColors) {
   }
   const util::YPointer<scene::SceneElement> root(new scene::SceneElement(QFileInfo(m_FileName).fileName()));
   root->addChild(content);
-  if (root->getBoundingBox().isEmpty()) throw ImportError(QStringLiteral("it holds no geometry"));
+  if (root->getBoundingBox().isEmpty()) throw ImportError(ImportError::tr("it holds no geometry"));
   convertAnimations();
   m_Result.root = root;
 }
@@ -144,7 +144,7 @@ void SceneConverter::convertColors(const aiMesh& mesh, scene::Geometry& geometry
 }
 
 util::YPointer<scene::SceneElement> SceneConverter::convertNode(const aiNode& node, int depth) {
-  if (depth > MaxDepth) throw ImportError(QStringLiteral("its nodes are nested too deeply"));
+  if (depth > MaxDepth) throw ImportError(ImportError::tr("its nodes are nested too deeply"));
   const util::YPointer<scene::SceneElement> element(new scene::SceneElement(QString::fromUtf8(node.mName.C_Str())));
   element->setTransform(toMatrix(node.mTransformation));
   for (unsigned i = 0; i < node.mNumMeshes; ++i)

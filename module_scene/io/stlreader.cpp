@@ -65,17 +65,18 @@ bool isPlainBinaryStl(const QString& fileName) {
                              std::memchr(file.data(), 0, std::min<std::size_t>(file.size(), 512)) == nullptr;
   if (file.size() == size || (file.size() > size && !looksLikeText)) return !hasColors(file);
   if (looksLikeText) return false;
-  throw ImportError(QStringLiteral("the file is no STL file, or it is truncated: it announces %1 triangles, which take "
-                                   "%2 bytes, but has %3 bytes")
-                        .arg(announcedTriangles(file))
-                        .arg(size)
-                        .arg(file.size()));
+  throw ImportError(
+      ImportError::tr("the file is no STL file, or it is truncated: it announces %1 triangles, which take "
+                      "%2 bytes, but has %3 bytes")
+          .arg(announcedTriangles(file))
+          .arg(size)
+          .arg(file.size()));
 }
 
 util::YPointer<scene::Geometry> readStl(const QString& fileName) {
   const MappedFile file(fileName);
   const std::size_t corners = announcedTriangles(file) * 3;
-  if (corners >= 0x7FFFFFFF) throw ImportError(QStringLiteral("it has too many triangles"));
+  if (corners >= 0x7FFFFFFF) throw ImportError(ImportError::tr("it has too many triangles"));
   const StlCorners items(file.data() + HeaderSize);
   util::YPointer<scene::Geometry> geometry(new scene::Geometry);
   geometry->indices = scene::findRepresentatives(corners, items);

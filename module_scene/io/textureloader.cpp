@@ -8,6 +8,8 @@
 #include <QImageReader>
 #include <QUrl>
 
+#include "module_scene/io/importerror.h"
+
 namespace nubo::io {
 namespace {
 
@@ -39,7 +41,7 @@ QImage withAlpha(const QImage& image, const AlphaUse& use) {
 QImage readImageFrom(QImageReader& reader, QString* error) {
   const QSize size = reader.size();
   if (size.width() > MaxSide || size.height() > MaxSide) {
-    *error = QStringLiteral("it is larger than %1 pixels").arg(MaxSide);
+    *error = ImportError::tr("it is larger than %1 pixels").arg(MaxSide);
     return QImage();
   }
   const QImage image = reader.read();
@@ -64,7 +66,7 @@ QImage TextureLoader::readImage(const QString& name) {
     return readEmbedded(*embedded, name);
   const QString found = findFile(name);
   if (!found.isEmpty()) return readFile(found, name);
-  m_Warnings << QStringLiteral("the texture '%1' is missing").arg(name);
+  m_Warnings << ImportError::tr("the texture '%1' is missing").arg(name);
   return QImage();
 }
 
@@ -72,12 +74,12 @@ QImage TextureLoader::readFile(const QString& fileName, const QString& name) {
   QImageReader reader(fileName);
   QString error;
   const QImage image = readImageFrom(reader, &error);
-  if (image.isNull()) m_Warnings << QStringLiteral("the texture '%1' cannot be read: %2").arg(name, error);
+  if (image.isNull()) m_Warnings << ImportError::tr("the texture '%1' cannot be read: %2").arg(name, error);
   return image;
 }
 
 QImage TextureLoader::readEmbedded(const aiTexture& texture, const QString& name) {
-  QString error = QStringLiteral("it is empty or too large");
+  QString error = ImportError::tr("it is empty or too large");
   QImage image;
   if (texture.mHeight == 0) {  // a file in memory of mWidth bytes
     QByteArray bytes(reinterpret_cast<const char*>(texture.pcData), int(texture.mWidth));
@@ -91,7 +93,7 @@ QImage TextureLoader::readEmbedded(const aiTexture& texture, const QString& name
       for (int x = 0; x < image.width(); ++x, ++texel)
         reinterpret_cast<QRgb*>(image.scanLine(y))[x] = qRgba(texel->r, texel->g, texel->b, texel->a);
   }
-  if (image.isNull()) m_Warnings << QStringLiteral("the embedded texture '%1' cannot be read: %2").arg(name, error);
+  if (image.isNull()) m_Warnings << ImportError::tr("the embedded texture '%1' cannot be read: %2").arg(name, error);
   return image;
 }
 

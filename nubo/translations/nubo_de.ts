@@ -175,6 +175,121 @@
     </message>
 </context>
 <context>
+    <name>ImportError</name>
+    <message>
+        <source>its format is not known</source>
+        <translation>sein Format ist nicht bekannt</translation>
+    </message>
+    <message>
+        <source>its content is not understood</source>
+        <translation>sein Inhalt ist nicht zu verstehen</translation>
+    </message>
+    <message>
+        <source>it holds no geometry</source>
+        <translation>sie enthält keine Geometrie</translation>
+    </message>
+    <message>
+        <source>there is no such file</source>
+        <translation>die Datei gibt es nicht</translation>
+    </message>
+    <message>
+        <source>it is a directory</source>
+        <translation>das ist ein Verzeichnis</translation>
+    </message>
+    <message>
+        <source>it is not an ordinary file</source>
+        <translation>das ist keine gewöhnliche Datei</translation>
+    </message>
+    <message>
+        <source>the file is empty</source>
+        <translation>die Datei ist leer</translation>
+    </message>
+    <message>
+        <source>the file is truncated or damaged: it announces %1 vertices, but has %2 bytes</source>
+        <translation>die Datei ist abgeschnitten oder beschädigt: sie kündigt %1 Ecken an, hat aber %2 Bytes</translation>
+    </message>
+    <message>
+        <source>none of its geometry has usable coordinates</source>
+        <translation>nichts von ihrer Geometrie hat brauchbare Koordinaten</translation>
+    </message>
+    <message>
+        <source>it takes more memory than there is</source>
+        <translation>sie braucht mehr Speicher, als es gibt</translation>
+    </message>
+    <message>
+        <source>cannot read &apos;%1&apos;: %2</source>
+        <translation>„%1“ lässt sich nicht lesen: %2</translation>
+    </message>
+    <message>
+        <source>PLY: unknown type &apos;%1&apos;</source>
+        <translation>PLY: unbekannter Typ „%1“</translation>
+    </message>
+    <message>
+        <source>the file is truncated: its header does not end</source>
+        <translation>die Datei ist abgeschnitten: ihr Kopf endet nicht</translation>
+    </message>
+    <message>
+        <source>PLY: a property is not understood</source>
+        <translation>PLY: eine Eigenschaft ist nicht zu verstehen</translation>
+    </message>
+    <message>
+        <source>the file is truncated</source>
+        <translation>die Datei ist abgeschnitten</translation>
+    </message>
+    <message>
+        <source>it has too many vertices</source>
+        <translation>sie hat zu viele Ecken</translation>
+    </message>
+    <message>
+        <source>the file is truncated: it announces %1 vertices, and has %2</source>
+        <translation>die Datei ist abgeschnitten: sie kündigt %1 Ecken an und hat %2</translation>
+    </message>
+    <message>
+        <source>PLY: the vertices have no x, y and z</source>
+        <translation>PLY: den Ecken fehlen x, y und z</translation>
+    </message>
+    <message>
+        <source>PLY: a face has a vertex that is not there</source>
+        <translation>PLY: eine Fläche hat eine Ecke, die es nicht gibt</translation>
+    </message>
+    <message>
+        <source>its nodes are nested too deeply</source>
+        <translation>ihre Knoten sind zu tief verschachtelt</translation>
+    </message>
+    <message>
+        <source>the file is no STL file, or it is truncated: it announces %1 triangles, which take %2 bytes, but has %3 bytes</source>
+        <translation>die Datei ist keine STL-Datei oder abgeschnitten: sie kündigt %1 Dreiecke an, die %2 Bytes brauchen, hat aber %3 Bytes</translation>
+    </message>
+    <message>
+        <source>it has too many triangles</source>
+        <translation>sie hat zu viele Dreiecke</translation>
+    </message>
+    <message>
+        <source>it is larger than %1 pixels</source>
+        <translation>sie ist größer als %1 Pixel</translation>
+    </message>
+    <message>
+        <source>the texture &apos;%1&apos; is missing</source>
+        <translation>die Textur „%1“ fehlt</translation>
+    </message>
+    <message>
+        <source>the texture &apos;%1&apos; cannot be read: %2</source>
+        <translation>die Textur „%1“ lässt sich nicht lesen: %2</translation>
+    </message>
+    <message>
+        <source>it is empty or too large</source>
+        <translation>sie ist leer oder zu groß</translation>
+    </message>
+    <message>
+        <source>the embedded texture &apos;%1&apos; cannot be read: %2</source>
+        <translation>die eingebettete Textur „%1“ lässt sich nicht lesen: %2</translation>
+    </message>
+    <message>
+        <source>the file is damaged: its faces or bones do not fit its vertices</source>
+        <translation>die Datei ist beschädigt: ihre Flächen oder Knochen passen nicht zu ihren Ecken</translation>
+    </message>
+</context>
+<context>
     <name>LogModel</name>
     <message>
         <source>Severe</source>
@@ -589,6 +704,33 @@
     </message>
 </context>
 <context>
+    <name>PointFile</name>
+    <message>
+        <source>both &apos;,&apos; and &apos;;&apos; stand between its values; numbers are written with a point</source>
+        <translation>zwischen den Werten stehen sowohl „,“ als auch „;“; Zahlen haben einen Punkt</translation>
+    </message>
+    <message>
+        <source>%1 values stand where 3 or 4 are expected</source>
+        <translation>%1 Werte stehen, wo 3 oder 4 erwartet werden</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is not a number</source>
+        <translation>„%1“ ist keine Zahl</translation>
+    </message>
+    <message>
+        <source>cannot read &apos;%1&apos;: %2</source>
+        <translation>„%1“ lässt sich nicht lesen: %2</translation>
+    </message>
+    <message>
+        <source>line %1: %2</source>
+        <translation>Zeile %1: %2</translation>
+    </message>
+    <message>
+        <source>it holds no points</source>
+        <translation>sie enthält keine Punkte</translation>
+    </message>
+</context>
+<context>
     <name>QObject</name>
     <message>
         <source>Grab</source>
@@ -706,6 +848,18 @@
         <source>“%1”</source>
         <translation>„%1“</translation>
     </message>
+    <message>
+        <source>A picture of %1 × %2 pixels is too small.</source>
+        <translation>Ein Bild von %1 × %2 Pixeln ist zu klein.</translation>
+    </message>
+    <message>
+        <source>A picture of %1 × %2 pixels takes %L3 MB of memory; %L4 MB are free.</source>
+        <translation>Ein Bild von %1 × %2 Pixeln braucht %L3 MB Speicher; %L4 MB sind frei.</translation>
+    </message>
+    <message>
+        <source>A picture of %1 × %2 pixels does not fit into a “.%3” file; choose a smaller width, or another format.</source>
+        <translation>Ein Bild von %1 × %2 Pixeln passt nicht in eine „.%3“-Datei; wählen Sie eine kleinere Breite oder ein anderes Format.</translation>
+    </message>
 </context>
 <context>
     <name>RecentFiles</name>
@@ -723,6 +877,10 @@
     <message>
         <source>Ask “%1” to end now (Ctrl+.)</source>
         <translation>„%1“ jetzt beenden lassen (Strg+.)</translation>
+    </message>
+    <message>
+        <source>“%1” cannot be stopped; it ends by itself</source>
+        <translation>„%1“ lässt sich nicht anhalten und endet von selbst</translation>
     </message>
 </context>
 <context>
@@ -772,6 +930,25 @@
     <message>
         <source>Scene elements</source>
         <translation>Elemente der Szene</translation>
+    </message>
+</context>
+<context>
+    <name>Trajectory</name>
+    <message>
+        <source>nothing in the scene is animated</source>
+        <translation>nichts in der Szene ist animiert</translation>
+    </message>
+    <message>
+        <source>the frame rate must be above 0</source>
+        <translation>die Bildrate muss über 0 liegen</translation>
+    </message>
+    <message>
+        <source>the animation is too long</source>
+        <translation>die Animation ist zu lang</translation>
+    </message>
+    <message>
+        <source>the scene has nothing that could move</source>
+        <translation>in der Szene gibt es nichts, was sich bewegen könnte</translation>
     </message>
 </context>
 <context>

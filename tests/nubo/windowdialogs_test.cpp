@@ -77,6 +77,8 @@ TEST_F(WindowTest, GivesEveryMenuEntryALetterOfItsOwnInBothLanguages) {
       shortcuts[keys] = action->text();
     }
     EXPECT_GT(shortcuts.size(), 20);
+    drop({QUrl::fromLocalFile(writeFile("empty.stl", {}))});
+    EXPECT_TRUE(waitUntil([&] { return message().contains(german ? "die Datei ist leer" : "the file is empty"); }));
     keepScreenshot(german ? "german" : "english");
     window.reset();
   }
