@@ -40,11 +40,15 @@ QStringList wordsOf(int argc, char** argv, QString& error) {
   return words;
 }
 
-/// Services often run without a locale; file names are UTF-8 all the same.
+/// Services often run without a locale, or the system lacks the user's; file names are UTF-8 all the same. The language
+/// stays the user's.
 void useUtf8() {
   std::setlocale(LC_ALL, "");
-  if (QByteArray(nl_langinfo(CODESET)) == "ANSI_X3.4-1968") qputenv("LC_ALL", "C.UTF-8");
-  std::setlocale(LC_ALL, "");
+  if (QByteArray(nl_langinfo(CODESET)) != "ANSI_X3.4-1968") return;
+  if (qEnvironmentVariableIsSet("LC_ALL")) qputenv("LANG", qgetenv("LC_ALL"));
+  qunsetenv("LC_ALL");
+  qputenv("LC_CTYPE", "C.UTF-8");
+  std::setlocale(LC_CTYPE, "");
 }
 
 ExitStatus refuse(Report& report, const QString& error, const Session& session) {
