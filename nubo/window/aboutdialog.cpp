@@ -4,6 +4,7 @@
 #include <QDialogButtonBox>
 #include <QHeaderView>
 #include <QLabel>
+#include <QScreen>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -51,7 +52,7 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
   layout->addLayout(head);
   layout->addWidget(tree);
   layout->addWidget(buttons);
-  resize(680, 420);
+  resize(QSize(680, 420).boundedTo(screen()->availableSize() * 0.9));
 }
 
 void AboutDialog::addModules(QTreeWidget* tree) const {

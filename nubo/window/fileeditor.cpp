@@ -37,9 +37,13 @@ FileEditor::FileEditor(const main::AbstractParameter& parameter, const main::Fil
   button->setToolTip(tr("Choose the file in a dialog"));
   button->setFocusPolicy(Qt::StrongFocus);
   connect(button, &QToolButton::clicked, this, &FileEditor::choose);
-  mp_Line->setMinimumWidth(mp_Line->fontMetrics().averageCharWidth() * 44);
+  mp_Line->setMinimumWidth(mp_Line->fontMetrics().averageCharWidth() * 14);
   fillWith(mp_Line, button);
   connect(mp_Line, &QLineEdit::textChanged, this, &ParameterEditor::changed);
+}
+
+QSize FileEditor::sizeHint() const {
+  return QWidget::sizeHint().expandedTo({fontMetrics().averageCharWidth() * 60, 0});
 }
 
 QString FileEditor::text() const { return completed(mp_Line->text().trimmed()); }

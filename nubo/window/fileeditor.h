@@ -24,6 +24,8 @@ class FileEditor : public ParameterEditor {
  public:
   FileEditor(const main::AbstractParameter& parameter, const main::FileParameterPanelFactory& factory);
 
+  /// Room for a path.
+  QSize sizeHint() const override;
   /// The complete file name.
   QString text() const override;
   /// Of a file that would be overwritten, the next name that is free is shown.

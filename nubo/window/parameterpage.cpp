@@ -3,6 +3,7 @@
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QLabel>
+#include <QScreen>
 #include <QSettings>
 
 #include "kernel/main/overseer.h"
@@ -30,13 +31,13 @@ ParameterPage::ParameterPage(main::Command& command, const main::ParameterSet& s
 }
 
 void ParameterPage::addLine(QGridLayout* layout, const main::AbstractParameter& parameter) {
-  constexpr int LabelWidth = 260;
+  const int labelWidth = qMin(260, screen()->availableSize().width() / 4);
   ParameterEditor* editor = ParameterEditor::create(parameter);
   editor->setObjectName(parameter.getName());
   auto* label = new QLabel(parameter.getDescription());
   label->setBuddy(editor);
   label->setWordWrap(true);
-  label->setFixedWidth(qMin(LabelWidth, label->fontMetrics().horizontalAdvance(label->text()) + 4));
+  label->setFixedWidth(qMin(labelWidth, label->fontMetrics().horizontalAdvance(label->text()) + 4));
   const QString toolTip = QStringLiteral("<b>%1</b><br>%2")
                               .arg(parameter.getName().toHtmlEscaped(), parameter.getDescription().toHtmlEscaped());
   for (QWidget* widget : QList<QWidget*>{editor, label}) widget->setToolTip(toolTip);
