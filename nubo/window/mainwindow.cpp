@@ -65,6 +65,12 @@ QString namesOf(const QStringList& files) {
   return names.join(QStringLiteral(", "));
 }
 
+/// Were files moved here, their program would delete them.
+void acceptAsCopy(QDropEvent* event) {
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
+}
+
 }  // namespace
 
 MainWindow::MainWindow(main::CommandProcessor& processor)
@@ -450,14 +456,16 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
-  if (event->mimeData()->hasUrls()) event->acceptProposedAction();
+  if (event->mimeData()->hasUrls()) acceptAsCopy(event);
 }
+
+void MainWindow::dragMoveEvent(QDragMoveEvent* event) { acceptAsCopy(event); }
 
 void MainWindow::dropEvent(QDropEvent* event) {
   QStringList files;
   for (const QUrl& url : event->mimeData()->urls())
     if (url.isLocalFile()) files << url.toLocalFile();
-  event->acceptProposedAction();
+  acceptAsCopy(event);
   if (files.isEmpty())
     mp_Messages->showFailure(tr("Only files of this computer can be opened."));
   else

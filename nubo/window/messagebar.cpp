@@ -40,7 +40,9 @@ MessageBar::MessageBar(QTabWidget* below) : QFrame(below), mp_Below(below), mp_T
 }
 
 void MessageBar::showFailure(const QString& text) {
-  if (!isVisibleTo(parentWidget())) m_Failures = 0;
+  constexpr int TogetherMs = 2000;
+  if (!isVisibleTo(parentWidget()) || m_Latest.hasExpired(TogetherMs)) m_Failures = 0;
+  m_Latest.start();
   if (m_Failures++ == 0) m_First = text;
   display(m_Failures == 1 ? m_First : tr("%1 (and %n more)", "", m_Failures - 1).arg(m_First), true);
 }

@@ -1,6 +1,7 @@
 // Tells the user what went wrong, where the user looks.
 #pragma once
 
+#include <QElapsedTimer>
 #include <QFrame>
 
 QT_BEGIN_NAMESPACE
@@ -39,6 +40,7 @@ class MessageBar : public QFrame {
   QTabWidget* mp_Below;
   QLabel* mp_Text;
   QString m_First;
+  QElapsedTimer m_Latest;  ///< since the latest failure
   int m_Failures = 0;
 };
 

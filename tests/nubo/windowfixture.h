@@ -82,11 +82,18 @@ class WindowTest : public testing::Test {
   void drop(const QList<QUrl>& urls) {
     QMimeData data;
     data.setUrls(urls);
-    QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(window.get(), &enter);
-    ASSERT_TRUE(enter.isAccepted());
-    QDropEvent event(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(window.get(), &event);
+    // File managers often propose to move.
+    const Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction;
+    QDragEnterEvent enter(QPoint(10, 10), actions, &data, Qt::LeftButton, Qt::ShiftModifier);
+    QDragMoveEvent move(QPoint(11, 10), actions, &data, Qt::LeftButton, Qt::ShiftModifier);
+    QDropEvent event(QPointF(11, 10), actions, &data, Qt::LeftButton, Qt::ShiftModifier);
+    for (QDropEvent* step : {static_cast<QDropEvent*>(&enter), static_cast<QDropEvent*>(&move), &event}) {
+      step->setDropAction(Qt::MoveAction);
+      step->ignore();
+      QApplication::sendEvent(window.get(), step);
+      ASSERT_TRUE(step->isAccepted());
+      ASSERT_EQ(step->dropAction(), Qt::CopyAction) << "moved files would be deleted by their program";
+    }
   }
 
   void openCube() {
