@@ -11,6 +11,9 @@ PanelArea::PanelArea(QWidget* parent) : QTabWidget(parent) {
   setDocumentMode(true);
   setTabsClosable(true);
   setTabBarAutoHide(true);
+  // Else the Tab key ends at a tab bar that is hidden; one that is shown takes the focus itself.
+  setFocusProxy(nullptr);
+  setFocusPolicy(Qt::NoFocus);
   setMovable(true);
   connect(this, &QTabWidget::currentChanged, this, &PanelArea::tabChosen);
   connect(this, &QTabWidget::tabCloseRequested, this, [this](int index) { emit closeRequested(panelsOfTab(index)); });

@@ -84,7 +84,7 @@ TEST_F(WindowTest, GivesEveryMenuEntryALetterOfItsOwnInBothLanguages) {
   }
 }
 
-TEST_F(WindowTest, LeadsTheFocusThroughDialogsInOrderAndClosesThemByEscape) {
+TEST_F(WindowTest, LeadsTheFocusThroughDialogsAndTheWindow) {
   ASSERT_NO_FATAL_FAILURE(openCube());
   action("command:grabvideo")->trigger();
   ASSERT_TRUE(waitUntil([this] { return dialog() && dialog()->focusWidget(); }));
@@ -99,6 +99,22 @@ TEST_F(WindowTest, LeadsTheFocusThroughDialogsInOrderAndClosesThemByEscape) {
   EXPECT_EQ(order.join(' ').toStdString(), "filename Choose… width height sync Start Cancel");
   QTest::keyClick(dialog(), Qt::Key_Escape);
   EXPECT_TRUE(waitUntil([this] { return !dialog(); }));
+
+  useShortcut("F10");
+  activate();
+  for (const bool hasTabs : {false, true}) {
+    if (hasTabs) useShortcut("Ctrl+T");
+    panels().activePanel()->setFocus();
+    QStringList reached;
+    do {
+      QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+      reached << QApplication::focusWidget()->objectName();
+    } while (QApplication::focusWidget() != panels().activePanel() && reached.size() < 20);
+    EXPECT_EQ(QApplication::focusWidget(), panels().activePanel()) << "the focus does not come back";
+    for (const char* part : {"sceneTree", "log", "logLevels", "trajectoryModes", "trajectorySlider"})
+      EXPECT_TRUE(reached.contains(part)) << part;
+    EXPECT_EQ(reached.contains("qt_tabwidget_tabbar"), hasTabs);
+  }
 }
 
 TEST_F(WindowTest, OffersTheParameterSetsOfACommand) {
