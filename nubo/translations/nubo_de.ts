@@ -704,6 +704,13 @@
     </message>
 </context>
 <context>
+    <name>ParameterPage</name>
+    <message>
+        <source>Another command is writing this file.</source>
+        <translation>Ein anderer Befehl schreibt gerade diese Datei.</translation>
+    </message>
+</context>
+<context>
     <name>PointFile</name>
     <message>
         <source>both &apos;,&apos; and &apos;;&apos; stand between its values; numbers are written with a point</source>

@@ -31,6 +31,12 @@ bool CommandRunner::isRunning(const main::Command& command) const {
   return false;
 }
 
+QStringList CommandRunner::files() const {
+  QStringList files;
+  for (const RunningCommand* run : m_Running) files << run->files();
+  return files;
+}
+
 QList<RunningCommand*> CommandRunner::runningFor(const gui::ScenePanel* panel) const {
   QList<RunningCommand*> runs;
   for (RunningCommand* run : m_Running)

@@ -22,6 +22,8 @@ class CommandRunner : public QObject {
   /// Whether this very command runs, which then must be left alone.
   bool isRunning(const main::Command& command) const;
   const QList<RunningCommand*>& running() const { return m_Running; }
+  /// That the running commands write.
+  QStringList files() const;
   QList<RunningCommand*> runningFor(const gui::ScenePanel* panel) const;
   void abortAll();
   /// Nothing runs or waits in the processor either.

@@ -478,6 +478,7 @@ void MainWindow::runCommand(main::Command* command, const QString& title) {
   if (command->getParameterSets().empty()) return startCommand(command, title, nullptr);
   auto* dialog = new ParameterDialog(*command, title, this);
   dialog->setAttribute(Qt::WA_DeleteOnClose);
+  dialog->setBusyFiles(mp_Runner->files());
   connect(dialog, &QDialog::accepted, this, [this, command, title, dialog] {
     const main::ParameterSet values = dialog->values();
     startCommand(command, title, &values);

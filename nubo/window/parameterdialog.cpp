@@ -85,6 +85,10 @@ void ParameterDialog::accept() {
   QDialog::accept();
 }
 
+void ParameterDialog::setBusyFiles(const QStringList& files) {
+  for (ParameterPage* page : m_Pages) page->setBusyFiles(files);
+}
+
 main::ParameterSet ParameterDialog::values() const { return chosenPage()->values(); }
 
 }  // namespace nubo::window

@@ -21,6 +21,8 @@ class ParameterDialog : public QDialog {
  public:
   ParameterDialog(main::Command& command, const QString& title, QWidget* parent);
 
+  /// Files that are being written, and must not be chosen.
+  void setBusyFiles(const QStringList& files);
   /// What was entered for the chosen set, to be given to the command.
   main::ParameterSet values() const;
 

@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QScreen>
 #include <QSettings>
+#include <algorithm>
 
 #include "kernel/main/overseer.h"
 #include "kernel/main/parameter.h"
@@ -15,6 +16,14 @@
 #include "nubo/window/parametereditor.h"
 
 namespace nubo::window {
+
+namespace {
+
+bool isFile(const main::AbstractParameter& parameter) {
+  return dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
+}
+
+}  // namespace
 
 ParameterPage::ParameterPage(main::Command& command, const main::ParameterSet& set, QWidget* parent)
     : QWidget(parent),
@@ -67,11 +76,19 @@ QStringList ParameterPage::showRemarks() {
 /// One for each line, empty where all is well.
 QStringList ParameterPage::refusals() const {
   QStringList texts;
-  for (const Line& line : m_Lines) texts << line.editor->refusal();
+  for (const Line& line : m_Lines) texts << refusal(line);
   if (!texts.join(QString()).isEmpty()) return texts;
   const main::ParameterSet::Refusal refusal = m_Set.check(values());
   if (refusal.parameter < m_Lines.size()) texts[int(refusal.parameter)] = refusal.text;
   return texts;
+}
+
+QString ParameterPage::refusal(const Line& line) const {
+  const QString text = line.editor->refusal();
+  if (!text.isEmpty() || !isFile(*line.parameter)) return text;
+  const auto isBusy = [file = QFileInfo(line.editor->text())](const QString& busy) { return file == QFileInfo(busy); };
+  return std::any_of(m_BusyFiles.begin(), m_BusyFiles.end(), isBusy) ? tr("Another command is writing this file.")
+                                                                     : QString();
 }
 
 void ParameterPage::showRemark(const Line& line, const QString& refusal) {
@@ -121,8 +138,7 @@ QString ParameterPage::startText(const main::AbstractParameter& parameter) const
   const QString remembered = main::nuboSettings()->value(settingsKey(parameter)).toString();
   if (!remembered.isEmpty() && parameter.explainRefusal(remembered).isEmpty()) return remembered;
   if (!start.isEmpty()) return start;
-  const bool isFile = dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
-  return isFile ? sceneName() : QString();
+  return isFile(parameter) ? sceneName() : QString();
 }
 
 main::ParameterSet ParameterPage::values() const {

@@ -1,6 +1,7 @@
 // The lines of a dialog that ask for one set of a command's parameters.
 #pragma once
 
+#include <QStringList>
 #include <QWidget>
 #include <vector>
 
@@ -22,6 +23,7 @@ class ParameterPage : public QWidget {
  public:
   ParameterPage(main::Command& command, const main::ParameterSet& set, QWidget* parent);
 
+  void setBusyFiles(const QStringList& files) { m_BusyFiles = files; }
   /// Marks bad values where they stand, from now on whenever a value changes. The first editor with one; null: all
   /// values can be used.
   ParameterEditor* check();
@@ -44,6 +46,7 @@ class ParameterPage : public QWidget {
   QStringList showRemarks();
   void showRemark(const Line& line, const QString& refusal);
   QStringList refusals() const;
+  QString refusal(const Line& line) const;
   QString startText(const main::AbstractParameter& parameter) const;
   QString sceneName() const;
   QString settingsKey(const main::AbstractParameter& parameter) const;
@@ -52,6 +55,7 @@ class ParameterPage : public QWidget {
   const main::ParameterSet& m_Set;
   const bool m_StoresSettings;
   std::vector<Line> m_Lines;
+  QStringList m_BusyFiles;
   bool m_Checked = false;  ///< bad values are marked from the first attempt on
 };
 

@@ -229,6 +229,12 @@ TEST_F(WindowTest, RecordsTwoPanelsAtOnce) {
   ASSERT_EQ(panels().activePanel(), second);
   QTest::keyClick(second, Qt::Key_Home);
   QTest::keyClick(second, Qt::Key_Left);
+  ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_V));
+  type(field("filename"), host.file("first.y4m"));
+  QTest::keyClick(dialog(), Qt::Key_Return);
+  ASSERT_TRUE(dialog()) << "two recordings into one file";
+  QTest::keyClick(dialog(), Qt::Key_Escape);
+  ASSERT_TRUE(waitUntil([this] { return !dialog(); }));
   ASSERT_NO_FATAL_FAILURE(startVideo("second.y4m", false));
   for (int i = 0; i < 2; ++i)
     EXPECT_TRUE(abortButtons()[i]->toolTip().contains(i == 0 ? "Video first.y4m" : "Video second.y4m"));
