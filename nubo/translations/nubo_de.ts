@@ -561,8 +561,8 @@
         <translation>Über &amp;Qt</translation>
     </message>
     <message>
-        <source>A running command keeps the scene as it is; the change follows when it is done.</source>
-        <translation>Ein laufender Befehl hält die Szene fest; die Änderung folgt, wenn er fertig ist.</translation>
+        <source>The change waits for a command that keeps the scene as it is.</source>
+        <translation>Die Änderung wartet auf einen Befehl, der die Szene festhält.</translation>
     </message>
     <message>
         <source>Open Models</source>

@@ -306,14 +306,18 @@ void MainWindow::connectParts() {
   connect(mp_Changer, &SceneChanger::changed, mp_Panels, &PanelArea::updatePanels);
   connect(mp_Changer, &SceneChanger::waiting, this, [this](bool waits) {
     if (waits)
-      statusBar()->showMessage(tr("A running command keeps the scene as it is; the change follows when it is done."));
+      statusBar()->showMessage(tr("The change waits for a command that keeps the scene as it is."));
     else
       statusBar()->clearMessage();
   });
   connect(mp_Trajectory, &TrajectoryBar::moved, mp_Panels, &PanelArea::updatePanels);
   connect(mp_Trajectory, &TrajectoryBar::sceneChanged, mp_Tree, &SceneTree::rebuild);
   connect(mp_Trajectory, &TrajectoryBar::sceneChanged, mp_Panels, &PanelArea::updatePanels);
-  connect(mp_Trajectory, &TrajectoryBar::failed, mp_Messages, &MessageBar::showFailure);
+  connect(mp_Trajectory, &TrajectoryBar::sceneChanged, this, [this] { dismiss(m_TrajectoryFailure); });
+  connect(mp_Trajectory, &TrajectoryBar::failed, this, [this](const QString& text) {
+    m_TrajectoryFailure = text;
+    mp_Messages->showFailure(text);
+  });
 }
 
 /// Whatever stands in the settings: Qt refuses what it cannot use.
@@ -358,10 +362,14 @@ void MainWindow::chooseFiles() {
 }
 
 void MainWindow::showReading(const QStringList& files) {
-  // What was wrong with other files says nothing about these.
-  if (!m_ReadFailure.isEmpty() && mp_Messages->text() == std::exchange(m_ReadFailure, {})) mp_Messages->dismiss();
+  dismiss(m_ReadFailure);  // what was wrong with other files says nothing about these
   mp_Running->end(mp_Loader);
   mp_Running->begin(mp_Loader, tr("Reading %1").arg(namesOf(files)));
+}
+
+/// If the message still stands there.
+void MainWindow::dismiss(QString& message) {
+  if (!message.isEmpty() && mp_Messages->text() == std::exchange(message, {})) mp_Messages->dismiss();
 }
 
 void MainWindow::sceneRead(const QStringList& files, const QStringList& failed, const io::ImportResult& result) {

@@ -67,6 +67,7 @@ class MainWindow : public QMainWindow {
   void saveLayout();
 
   void chooseFiles();
+  void dismiss(QString& message);
   void showReading(const QStringList& files);
   void sceneRead(const QStringList& files, const QStringList& failed, const io::ImportResult& result);
   void installScene(const QStringList& files, const io::ImportResult& result);
@@ -98,7 +99,8 @@ class MainWindow : public QMainWindow {
   SavedViews* mp_Views;
   app::CommandLine m_Line;  ///< what the first scene is shown with
   QString m_ReadFailure;    ///< of the last files, if they could not be read
-  bool m_Ending = false;    ///< the user wants to quit as soon as nothing runs
+  QString m_TrajectoryFailure;
+  bool m_Ending = false;  ///< the user wants to quit as soon as nothing runs
 };
 
 }  // namespace nubo::window
