@@ -31,8 +31,8 @@ QPalette palette(const QColor& window, const QColor& base, const QColor& text, c
   return palette;
 }
 
-/// Styles outline boxes that can be ticked in a darker shade of the window's colour, which hardly shows on a dark one,
-/// and draw the buttons of tabs and docks in black.
+/// Styles outline sliders and boxes that can be ticked in a darker shade of the window's colour, which hardly shows on
+/// a dark one, and draw the buttons of tabs and docks in black.
 class Style : public QProxyStyle {
  public:
   using QProxyStyle::QProxyStyle;
@@ -45,6 +45,15 @@ class Style : public QProxyStyle {
     outlined.QStyleOption::operator=(*option);
     outlined.palette.setColor(QPalette::Window, option->palette.color(QPalette::Text));
     QProxyStyle::drawPrimitive(element, &outlined, painter, widget);
+  }
+  void drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
+                          const QWidget* widget) const override {
+    const auto* slider = qstyleoption_cast<const QStyleOptionSlider*>(option);
+    if (control != CC_Slider || !slider || !isDark(option->palette))
+      return QProxyStyle::drawComplexControl(control, option, painter, widget);
+    QStyleOptionSlider outlined(*slider);
+    outlined.palette.setColor(QPalette::Window, option->palette.color(QPalette::Window).lighter(240));
+    QProxyStyle::drawComplexControl(control, &outlined, painter, widget);
   }
   QIcon standardIcon(StandardPixmap icon, const QStyleOption* option, const QWidget* widget) const override {
     const bool isDock = widget && (qobject_cast<const QDockWidget*>(widget->parentWidget()) ||

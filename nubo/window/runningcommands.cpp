@@ -25,11 +25,11 @@ void showPercent(QProgressBar* bar, int percent) {
 /// window wider.
 class RunningCommands::Text : public QLabel {
  public:
-  explicit Text(const QString& title) : QLabel(title), m_Title(shortened(title, Qt::ElideMiddle, letters(26))) {
+  explicit Text(const QString& title) : QLabel(title), m_Title(shortened(title, Qt::ElideMiddle, letters(36))) {
     setText(m_Title);
   }
   void tell(const QString& doing) { setText(QStringLiteral("%1: %2").arg(m_Title, doing)); }
-  QSize sizeHint() const override { return QLabel::sizeHint().boundedTo({letters(52), QWIDGETSIZE_MAX}); }
+  QSize sizeHint() const override { return QLabel::sizeHint().boundedTo({letters(60), QWIDGETSIZE_MAX}); }
   QSize minimumSizeHint() const override { return {letters(12), QLabel::minimumSizeHint().height()}; }
 
  protected:
