@@ -1,10 +1,12 @@
 #include "kernel/util/libraryfile.h"
 
+#include <dlfcn.h>
 #ifdef __ELF__
 #include <link.h>
 #endif
 
 #include <QFile>
+#include <QFileInfo>
 #include <cstring>
 #include <vector>
 
@@ -41,5 +43,11 @@ bool isCutOff(const QString& fileName) {
 bool isCutOff(const QString&) { return false; }
 
 #endif
+
+QString folderOfLibrary(const void* address) {
+  Dl_info library{};
+  dladdr(address, &library);
+  return QFileInfo(QFile::decodeName(library.dli_fname)).absolutePath();
+}
 
 }  // namespace nubo::util

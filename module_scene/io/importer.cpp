@@ -5,7 +5,7 @@
 #include <QRegularExpression>
 #include <new>
 
-#include "module_scene/io/assimpreader.h"
+#include "module_scene/io/assimplibrary.h"
 #include "module_scene/io/importerror.h"
 #include "module_scene/io/plyreader.h"
 #include "module_scene/io/stlreader.h"
@@ -53,7 +53,7 @@ void readFile(const QString& fileName, ImportResult& result) {
   const util::YPointer<scene::Geometry> geometry = readQuickly(fileName);
   if (!geometry) {
     checkXFile(fileName);
-    return readWithAssimp(fileName, result);
+    return AssimpLibrary::instance().readWithAssimp(fileName, result);
   }
   const bool hadPrimitives = !geometry->indices.empty();
   geometry->prepare();
@@ -84,6 +84,16 @@ ImportResult importFile(const QString& fileName) {
   return failed;
 }
 
-QStringList importableSuffixes() { return assimpSuffixes(); }
+QStringList importableSuffixes() {
+  QStringList suffixes{QStringLiteral("ply"), QStringLiteral("stl")};
+  try {
+    AssimpLibrary::instance().listSuffixes(suffixes);
+  } catch (const ImportError&) {
+    // Files of other formats cannot be read, which is told of each.
+  }
+  suffixes.sort();
+  suffixes.removeDuplicates();
+  return suffixes;
+}
 
 }  // namespace nubo::io

@@ -288,6 +288,10 @@
         <source>the file is damaged: its faces or bones do not fit its vertices</source>
         <translation>die Datei ist beschädigt: ihre Flächen oder Knochen passen nicht zu ihren Ecken</translation>
     </message>
+    <message>
+        <source>the library that reads it cannot be loaded: %1</source>
+        <translation>die Bibliothek, die sie liest, kann nicht geladen werden: %1</translation>
+    </message>
 </context>
 <context>
     <name>LogModel</name>

@@ -1,12 +1,9 @@
 // What the encoder registry asks of this library. The codecs lie in a library of their own, which is loaded by the
 // first recording: FFmpeg brings hundreds of libraries along, of which somebody who takes a picture needs none.
-#include <dlfcn.h>
-
-#include <QByteArray>
-#include <QFileInfo>
 #include <QLibrary>
 
 #include "kernel/log/logger.h"
+#include "kernel/util/libraryfile.h"
 #include "module_grab/video/videoencoder.h"
 #include "plugins/video/av/codecs.h"
 #include "plugins/video/av/libavversions.h"
@@ -47,9 +44,8 @@ class Codecs {
 
  private:
   static QString fileName() {
-    Dl_info self{};
-    dladdr(reinterpret_cast<void*>(&Codecs::fileName), &self);
-    return QFileInfo(QFile::decodeName(self.dli_fname)).absolutePath() + QStringLiteral("/av/libvideo_av_codecs.so");
+    return nubo::util::folderOfLibrary(reinterpret_cast<const void*>(&Codecs::fileName)) +
+           QStringLiteral("/av/libvideo_av_codecs.so");
   }
 
   QLibrary m_Library;

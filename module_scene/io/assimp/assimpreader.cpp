@@ -1,4 +1,4 @@
-#include "module_scene/io/assimpreader.h"
+#include "module_scene/io/assimp/assimpreader.h"
 
 #include <assimp/config.h>
 #include <assimp/postprocess.h>
@@ -13,9 +13,9 @@
 #include <assimp/LogStream.hpp>
 #include <optional>
 
+#include "module_scene/io/assimp/sceneconverter.h"
 #include "module_scene/io/importer.h"
 #include "module_scene/io/importerror.h"
-#include "module_scene/io/sceneconverter.h"
 
 namespace nubo::io {
 namespace {
@@ -140,8 +140,10 @@ const aiScene& readScene(Assimp::Importer& importer, const QString& fileName) {
 }
 
 }  // namespace
+}  // namespace nubo::io
 
-void readWithAssimp(const QString& fileName, ImportResult& result) {
+void readWithAssimp(const QString& fileName, nubo::io::ImportResult& result) {
+  using namespace nubo::io;
   const WarningCollector collector(result.warnings);
   Assimp::Importer importer;
   const aiScene& scene = readScene(importer, fileName);
@@ -151,13 +153,9 @@ void readWithAssimp(const QString& fileName, ImportResult& result) {
   SceneConverter(fileName, scene, result).convert(uprightFor(suffix, scene), linear);
 }
 
-QStringList assimpSuffixes() {
+void listSuffixes(QStringList& suffixes) {
   aiString list;
   Assimp::Importer().GetExtensionList(list);
-  QStringList suffixes;
   for (const QString& pattern : QString::fromUtf8(list.C_Str()).split(QLatin1Char(';'), Qt::SkipEmptyParts))
     suffixes << pattern.mid(2).toLower();  // from "*.obj"
-  return suffixes;
 }
-
-}  // namespace nubo::io

@@ -1,4 +1,4 @@
-#include "module_scene/io/materialconverter.h"
+#include "module_scene/io/assimp/materialconverter.h"
 
 #include <assimp/GltfMaterial.h>
 #include <assimp/material.h>
@@ -7,7 +7,7 @@
 #include <cmath>
 #include <optional>
 
-#include "module_scene/io/textureloader.h"
+#include "module_scene/io/assimp/textureloader.h"
 
 namespace nubo::io {
 namespace {

@@ -1,4 +1,4 @@
-#include "module_scene/io/sceneconverter.h"
+#include "module_scene/io/assimp/sceneconverter.h"
 
 #include <assimp/scene.h>
 
@@ -6,8 +6,8 @@
 #include <QSet>
 #include <cmath>
 
+#include "module_scene/io/assimp/materialconverter.h"
 #include "module_scene/io/importerror.h"
-#include "module_scene/io/materialconverter.h"
 
 namespace nubo::io {
 namespace {

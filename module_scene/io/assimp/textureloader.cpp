@@ -1,4 +1,4 @@
-#include "module_scene/io/textureloader.h"
+#include "module_scene/io/assimp/textureloader.h"
 
 #include <assimp/scene.h>
 

@@ -5,8 +5,8 @@
 #include <QSet>
 #include <vector>
 
+#include "module_scene/io/assimp/textureloader.h"
 #include "module_scene/io/importer.h"
-#include "module_scene/io/textureloader.h"
 
 struct aiAnimation;
 struct aiMesh;
