@@ -1,11 +1,10 @@
 #include "module_grab/modulegrab.h"
 
-#include <QCoreApplication>
-#include <QIcon>
 #include <QObject>
 #include <QUrl>
 
 #include "kernel/events/eventhandler.h"
+#include "module_grab/image/icon.h"
 #include "module_grab/video/videoencoder.h"
 #include "module_grab/visibility.h"
 
@@ -17,12 +16,6 @@ namespace nubo::grab {
 
 namespace {
 constexpr char Category[] = "Grab";
-
-/// None in a program that is linked to this library and so loads it before it has an application, without which Qt
-/// ends the program when an icon is made.
-QIcon loadIcon() {
-  return QCoreApplication::instance() ? QIcon(QStringLiteral(":/module_grab/image/grabscene.png")) : QIcon();
-}
 }  // namespace
 
 ModuleGrab::ModuleGrab(main::InformationObject* information) : Module(information) {
@@ -56,8 +49,9 @@ ModuleGrab::ModuleGrabFactory* ModuleGrab::ModuleGrabFactory::getInstance() {
 ModuleGrab::ModuleGrabFactory::ModuleGrabFactory() {
   // The first instance is made while the library loads, before the resources register themselves.
   initResources();
-  mp_Information = new main::InformationObject(QStringLiteral("Offers picture and video grabbing of the scene"),
-                                               QStringLiteral("Grab"), loadIcon(), QUrl(), QUrl());
+  mp_Information =
+      new main::InformationObject(QStringLiteral("Offers picture and video grabbing of the scene"),
+                                  QStringLiteral("Grab"), loadIcon(QStringLiteral("grabscene")), QUrl(), QUrl());
 }
 
 ModuleGrab::ModuleGrabFactory::~ModuleGrabFactory() {

@@ -27,6 +27,7 @@
 #include "module_grab/commands/picturesize.h"
 #include "module_grab/commands/tiling.h"
 #include "module_grab/events.h"
+#include "module_grab/image/icon.h"
 #include "module_grab/modulegrab.h"
 #include "module_grab/offscreencontext.h"
 #include "module_grab/parameters.h"
@@ -167,7 +168,7 @@ GrabImage::GrabImage()
     : Command(newDescriptor(),
               new main::CommandGUIDescriptor(main::CommandGUIDescriptor::Menu, QObject::tr("Grab"), 10,
                                              QString::fromLatin1(CommandName), QObject::tr("Image"),
-                                             new QIcon(QStringLiteral(":/module_grab/image/grabscene.png")))) {
+                                             new QIcon(nubo::grab::loadIcon(QStringLiteral("grabscene"))))) {
   m_Placement = OfferedInMenuAndToolBar;
   m_Abortable = false;
   m_Undoable = false;

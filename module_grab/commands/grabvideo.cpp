@@ -2,7 +2,6 @@
 
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QIcon>
 #include <QMutexLocker>
 #include <QSemaphore>
 #include <QSettings>
@@ -13,6 +12,7 @@
 #include "kernel/main/overseer.h"
 #include "kernel/util/delegate.h"
 #include "module_grab/events.h"
+#include "module_grab/image/icon.h"
 #include "module_grab/modulegrab.h"
 #include "module_grab/parameters.h"
 #include "module_grab/video/videoencoder.h"
@@ -60,7 +60,7 @@ GrabVideo::GrabVideo()
     : Command(new main::CommandDescriptor(QStringLiteral("Grabs a video of the active view"), CommandName),
               new main::CommandGUIDescriptor(main::CommandGUIDescriptor::Menu, QObject::tr("Grab"), 20, CommandName,
                                              QObject::tr("Video"),
-                                             new QIcon(QStringLiteral(":/module_grab/image/grabvideo.png")))) {
+                                             new QIcon(nubo::grab::loadIcon(QStringLiteral("grabvideo"))))) {
   m_Placement = main::CommandGUIDescriptor::Menu | main::CommandGUIDescriptor::ToolBar;
   m_Abortable = true;
   m_Undoable = false;
