@@ -161,7 +161,7 @@ void tuneAllocator() {
 #ifdef __GLIBC__
   constexpr int LargeBlock = 4 << 20;
   mallopt(M_MMAP_THRESHOLD, LargeBlock);
-  mallopt(M_ARENA_MAX, 2);
+  mallopt(M_ARENA_MAX, 1);
 #endif
 }
 
