@@ -1,7 +1,6 @@
 #include "module_scene/gui/framing.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 
@@ -18,34 +17,6 @@ constexpr double Infinity = std::numeric_limits<double>::infinity();
 double sizeOf(const scene::BoundingBox& box) {
   const double size = std::hypot(box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]);
   return size > 0 && std::isfinite(size) ? size : 1;
-}
-
-/// With more vertices than that, a geometry is looked at once for its outline, however often it is added.
-constexpr std::size_t Many = 20000;
-
-/// Of each run of vertices, which lie close together, those that stand out farthest along the axes and between them.
-std::vector<float> outline(const std::vector<float>& positions) {
-  constexpr std::size_t RunLength = 3 * 512, Directions = 14;
-  std::vector<float> result;
-  for (std::size_t begin = 0; begin < positions.size(); begin += RunLength) {
-    std::array<float, Directions> farthest;
-    farthest.fill(-std::numeric_limits<float>::infinity());
-    std::array<std::size_t, Directions> at{};
-    for (std::size_t i = begin; i < std::min(begin + RunLength, positions.size()); i += 3) {
-      const float x = positions[i], y = positions[i + 1], z = positions[i + 2];
-      const std::array<float, 7> along{x, y, z, x + y + z, x + y - z, x - y + z, x - y - z};
-      for (std::size_t d = 0; d < Directions; ++d) {
-        const float value = d % 2 ? -along[d / 2] : along[d / 2];
-        if (value <= farthest[d]) continue;
-        farthest[d] = value;
-        at[d] = i;
-      }
-    }
-    std::sort(at.begin(), at.end());
-    for (auto i = at.begin(), end = std::unique(at.begin(), at.end()); i != end; ++i)
-      result.insert(result.end(), &positions[*i], &positions[*i] + 3);
-  }
-  return result;
 }
 
 math::Vector3 middleOf(const scene::BoundingBox& box) {
@@ -88,14 +59,9 @@ void Framing::add(const scene::SceneElement& element, const math::Matrix4& paren
 }
 
 void Framing::add(const scene::Geometry& geometry, const math::Matrix4& toView) {
-  const std::vector<float>* positions = &geometry.positions;
-  if (geometry.vertexCount() > Many) {
-    std::vector<float>& kept = m_Outlines[&geometry];
-    if (kept.empty()) kept = outline(*positions);
-    positions = &kept;
-  }
-  for (std::size_t i = 0; i < positions->size(); i += 3)
-    add(math::transformPoint(toView, {(*positions)[i], (*positions)[i + 1], (*positions)[i + 2]}));
+  const std::vector<float>& points = geometry.outline.empty() ? geometry.positions : geometry.outline;
+  for (std::size_t i = 0; i < points.size(); i += 3)
+    add(math::transformPoint(toView, {points[i], points[i + 1], points[i + 2]}));
 }
 
 void Framing::add(const math::Vector3& point) {

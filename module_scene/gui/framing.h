@@ -1,7 +1,6 @@
 // Finds the view that shows something centred and as large as it fits.
 #pragma once
 
-#include <map>
 #include <vector>
 
 #include "module_scene/gui/camera.h"
@@ -16,8 +15,7 @@ class NUBO_MODULE_SCENE_EXPORT Framing {
  public:
   /// `box` is that of the scene at some time.
   Framing(const Camera& direction, const scene::BoundingBox& box);
-  /// All that is visible in and below the element, where it stands now. The caller holds the scene's lock. Geometries
-  /// stay as they are as long as the framing is added to.
+  /// All that is visible in and below the element, where it stands now. The caller holds the scene's lock.
   void add(const scene::SceneElement& root);
   /// The same, and how it looks while it turns about the vertical axis through the middle of the box, which the cameras
   /// then look at. `parent` is where the element's parent stands.
@@ -46,7 +44,6 @@ class NUBO_MODULE_SCENE_EXPORT Framing {
   double m_Thickness;
   long m_First = 0;  ///< number of the first slice; slice 0 begins at depth 0
   std::vector<Slice> m_Slices;
-  std::map<const scene::Geometry*, std::vector<float>> m_Outlines;  ///< of big ones
 };
 
 }  // namespace nubo::gui

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "module_scene/scene/clustering.h"
+#include "module_scene/scene/outline.h"
 #include "module_scene/scene/positionitems.h"
 #include "module_scene/scene/surface.h"
 
@@ -258,6 +259,8 @@ void Geometry::prepare() {
   transparent = isTransparent(*this);
   if (kind == KindFaces) prepareFaces(*this);
   separateClusters(*this);
+  constexpr std::size_t Many = 20000;
+  if (vertexCount() > Many) outline = outlineOf(positions, clusters);
 }
 
 }  // namespace nubo::scene

@@ -52,6 +52,8 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   // Made by prepare():
   std::vector<Cluster> clusters;
   BoundingBox box;
+  /// x y z of the vertices that decide how much room a geometry of many takes in a view; empty: all do.
+  std::vector<float> outline;
   bool transparent = false;
   /// Faces only: opaque, and each edge belongs to exactly two faces that pass it in opposite directions
   /// (degenerate faces apart), all counter-clockwise seen from outside, so that back faces cannot be seen.
