@@ -15,8 +15,8 @@ namespace nubo::grab {
 
 namespace {
 
-/// The trajectory that was selected when this was made, of either mode; without one it has no steps. Nobody else moves
-/// the scene along it meanwhile.
+/// The trajectory that was selected when this was made, of either mode; without one it has no steps. Nobody but other
+/// recordings moves the scene along it meanwhile.
 class Trajectory {
  public:
   Trajectory() {
@@ -25,6 +25,9 @@ class Trajectory {
     if (mode == trajectory::TrajectoryHandler::Points) mp_Points = handler->getTrajectoryInfo();
     if (mode == trajectory::TrajectoryHandler::Matrices) mp_Matrices = handler->getAdvancedTrajectoryInfo();
   }
+
+  /// Nobody moves the scene while this is held.
+  auto takeTurn() const { return m_Drive.takeTurn(); }
 
   std::uint64_t position() const {
     if (mp_Points) return mp_Points->getPosition();
@@ -155,6 +158,7 @@ void VideoHandler::SyncedGrabber::run() {
   while (!m_Stop && position < count) {
     if (!makeRoom(&chunk)) break;
     emit mp_Handler->progressChanged(percentOfSteps(position, count));
+    const auto turn = trajectory.takeTurn();  // another panel may be recorded in step, too
     trajectory.setPosition(position);
     count = trajectory.count();
     mp_Handler->grabPicture(chunk.get());

@@ -89,4 +89,8 @@ TrajectoryDrive::TrajectoryDrive() {
 
 TrajectoryDrive::~TrajectoryDrive() { --TrajectoryHandler::getInstance()->m_Drives; }
 
+std::unique_lock<std::mutex> TrajectoryDrive::takeTurn() const {
+  return std::unique_lock(TrajectoryHandler::getInstance()->m_Turn);
+}
+
 }  // namespace nubo::trajectory

@@ -79,6 +79,7 @@ class NUBO_MODULE_TRAJECTORY_EXPORT TrajectoryHandler {
   std::shared_ptr<AdvancedTrajectoryInfo> m_AdvancedInfo;
   std::mutex m_Moving;  ///< held while moveTo() moves the scene
   std::atomic<int> m_Drives{0};
+  std::mutex m_Turn;  ///< of those that drive
 };
 
 /// For as long as it lives, the scene moves only as its owner wants it: moveTo() does nothing. Any thread, but not
@@ -89,6 +90,8 @@ class NUBO_MODULE_TRAJECTORY_EXPORT TrajectoryDrive {
   ~TrajectoryDrive();
   TrajectoryDrive(const TrajectoryDrive&) = delete;
   TrajectoryDrive& operator=(const TrajectoryDrive&) = delete;
+  /// Several may drive at once, step by step in turn: while one holds this lock, the others wait for theirs.
+  [[nodiscard]] std::unique_lock<std::mutex> takeTurn() const;
 };
 
 }  // namespace nubo::trajectory

@@ -5,6 +5,7 @@
 #include <QOpenGLContext>
 #include <QOpenGLExtraFunctions>
 #include <algorithm>
+#include <numeric>
 #include <thread>
 
 #include "kernel/util/delegate.h"
@@ -405,6 +406,43 @@ TEST_F(RecordingTest, EveryStepIsOneFrame) {
                                            : handler->getTrajectoryInfo()->getPosition(),
                   std::uint64_t(row.replaced ? 0 : Steps - 1));
       }
+}
+
+TEST_F(RecordingTest, TwoPanelsInStepEachShowTheirOwn) {
+  constexpr int Steps = 60, Size = 128;
+  const SteppedScene scene(Steps);
+  scene.selectPoints(0);
+  FakeEncoding others(QStringLiteral("other"));
+  QSemaphore secondGoes;
+  makePanel(Size, Size);
+  main::Command& first = makeCommand(m_Host.file("a.fake"), 0, 0, true);
+  QObject::connect(
+      first.monitor(), &main::CommandMonitor::processedChanged, first.monitor(),
+      [&](int percent) {
+        if (percent == 10) secondGoes.tryAcquire(1, 10000);
+      },
+      Qt::DirectConnection);
+  start(first);
+  ASSERT_TRUE(waitUntil([&] { return QFile::exists(m_Host.file("a.fake")); }));
+  makePanel(Size, Size);
+  main::Command& second = makeCommand(m_Host.file("b.other"), 0, 0, true);
+  QObject::connect(
+      second.monitor(), &main::CommandMonitor::processedChanged, second.monitor(),
+      [&](int percent) {
+        if (percent >= 0) secondGoes.release();
+      },
+      Qt::DirectConnection);
+  start(second);
+  ASSERT_TRUE(m_Host.settle());
+  for (const FakeEncoding* encoding : {&m_Encoding, &others}) {
+    std::vector<int> shown;
+    for (const QByteArray& frame : encoding->frames()) shown.push_back(scene.stepShown(frame, Size));
+    ASSERT_GT(shown.size(), std::size_t(Steps / 2));
+    std::vector<int> own(shown.size());
+    std::iota(own.begin(), own.end(), Steps - int(shown.size()));
+    EXPECT_EQ(shown, own);
+  }
+  EXPECT_EQ(m_Encoding.frames().size(), std::size_t(Steps));
 }
 
 TEST_F(RecordingTest, WithoutStepsThereIsAnEmptyVideo) {
