@@ -147,6 +147,14 @@ QString bindArguments(main::Command& command, const Arguments& arguments) {
   return error;
 }
 
+QString whyValuesRefused(main::Command& command, const Arguments& arguments) {
+  const ParameterSet* own = chooseSet(command, arguments);
+  if (!own) return QString();
+  const ParameterSet::Refusal refusal = own->check(*own);
+  if (refusal.text.isEmpty()) return QString();
+  return QStringLiteral("--%1: %2").arg(optionName(own->parameters()[refusal.parameter]->getName()), refusal.text);
+}
+
 QStringList targetFiles(main::Command& command) {
   QStringList files;
   for (ParameterSet& set : command.getParameterSets())

@@ -32,6 +32,10 @@ QString defaultText(const main::AbstractParameter& parameter);
 /// are tried first. Returns the empty text, or one line that says what was wrong; then the command must not run.
 [[nodiscard]] QString bindArguments(main::Command& command, const Arguments& arguments);
 
+/// Why the command would fail at its bound values, as far as is known before it runs: "" if nothing speaks against
+/// them. Application thread.
+[[nodiscard]] QString whyValuesRefused(main::Command& command, const Arguments& arguments);
+
 /// The files that the command's current inputs name for it to write.
 QStringList targetFiles(main::Command& command);
 

@@ -14,6 +14,7 @@
 
 #include "kernel/main/commandmanager.h"
 #include "kernel/main/overseer.h"
+#include "nubo/commandarguments.h"
 #include "nubo/commandline.h"
 #include "nubo/commandrun.h"
 #include "nubo/information.h"
@@ -100,6 +101,9 @@ ExitStatus runCommand(Session& session, const CommandLine& line, const QString& 
     // Only the scene could tell that the value of an option makes no sense.
     return error.startsWith("--") ? WrongCall : Failed;
   }
+  // Only now does the command know its panel.
+  if (const QString error = whyValuesRefused(*registered, line.arguments); !error.isEmpty())
+    return refuse(report, call + ": " + error, session);
   const std::unique_ptr<main::Command> clone(registered->runsOnClone() ? registered->clone() : nullptr);
   CommandRun run(clone ? *clone : *registered, call, report, progress);
   return run.run(session.processor(), line.duration);

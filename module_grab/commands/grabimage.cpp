@@ -219,14 +219,15 @@ void GrabImage::buildInteractiveSet() {
   auto* width = newParameter<int>("width", QObject::tr("Width of the grabbed image"));
   width->setDefaultParameterForDefaultGUI(QStringLiteral("10000"));
   set.addParameter(width);
-  set.setCheck([this](const main::ParameterSet& values) { return checkSize(values); });
+  set.setCheck([this](const main::ParameterSet& values) { return checkValues(values); });
   m_ParameterSets.push_back(set);
 }
 
-main::ParameterSet::Refusal GrabImage::checkSize(const main::ParameterSet& values) const {
+main::ParameterSet::Refusal GrabImage::checkValues(const main::ParameterSet& values) const {
   const auto fileName = nubo::grab::solveParameter<QString>(m_TypeSolver, values, 0);
   const auto width = nubo::grab::solveParameter<int>(m_TypeSolver, values, 1);
   if (!fileName || !width || !mp_ActivePanel) return {};
+  if (!hasWritableSuffix(*fileName)) return {0, QObject::tr("No valid image file extension selected")};
   const int height = heightFor(*width, {mp_ActivePanel->width(), mp_ActivePanel->height(), Matrix4()});
   return {1, whyNotPossible(QFileInfo(*fileName).suffix(), *width, height)};
 }

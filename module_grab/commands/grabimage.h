@@ -54,7 +54,7 @@ class NUBO_MODULE_GRAB_EXPORT GrabImage : public main::Command {
   void probeFramebufferObjects();
   void scenePanelChanged(const main::Event* event);
   QFileDialog* createSaveDialog();
-  main::ParameterSet::Refusal checkSize(const main::ParameterSet& values) const;
+  main::ParameterSet::Refusal checkValues(const main::ParameterSet& values) const;
 
   void executeProgrammatic();
   void executeInteractive();

@@ -29,7 +29,7 @@ bool keeps(const QByteArray& format, QSize size) {
 }  // namespace
 
 QString whyNotPossible(const QString& suffix, int width, int height) {
-  if (width < 2 || height < 2) return QObject::tr("A picture of %1 × %2 pixels is too small.").arg(width).arg(height);
+  if (width < 2 || height < 2) return QObject::tr("Target picture (%1 x %2) size is to small!").arg(width).arg(height);
   constexpr double Megabyte = 1e6;
   const double needed = double(width) * height * BytesPerPixel;
   const double free = double(nubo::grab::freeMemory());

@@ -860,8 +860,12 @@
         <translation>„%1“</translation>
     </message>
     <message>
-        <source>A picture of %1 × %2 pixels is too small.</source>
+        <source>Target picture (%1 x %2) size is to small!</source>
         <translation>Ein Bild von %1 × %2 Pixeln ist zu klein.</translation>
+    </message>
+    <message>
+        <source>No valid image file extension selected</source>
+        <translation>Keine gültige Endung für eine Bilddatei gewählt</translation>
     </message>
     <message>
         <source>A picture of %1 × %2 pixels takes %L3 MB of memory; %L4 MB are free.</source>
