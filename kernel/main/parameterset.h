@@ -27,8 +27,8 @@ class NUBO_KERNEL_EXPORT ParameterSet {
   void addParameter(AbstractParameter* parameter);
   std::deque<AbstractParameter*>* getParameterList() { return &m_Parameters; }
   const std::deque<AbstractParameter*>& parameters() const { return m_Parameters; }
-  /// Tells user interfaces before a run what the run would fail at. `values` are of any types, in the order of this set's
-  /// parameters, and each fits its parameter. Called on the application thread. A run does not rely on it.
+  /// Tells user interfaces before a run what the run would fail at. `values` are of any types, in the order of this
+  /// set's parameters, and each fits its parameter. Called on the application thread. A run does not rely on it.
   void setCheck(const Check& check) { m_Check = check; }
   Refusal check(const ParameterSet& values) const { return m_Check ? m_Check(values) : Refusal(); }
   int getID() const { return m_ID; }
