@@ -65,11 +65,11 @@ class Culler {
     return farthest(m_Planes[4], box.min, box.max) > 0;
   }
 
-  bool leavesOut() const { return m_Detail > 0; }
-  /// Whether a length somewhere in the cluster is less than what may be left out.
-  bool isTooSmall(double length, const Cluster& cluster) const {
+  double detail() const { return m_Detail; }
+  /// Whether a length somewhere in the cluster is less than that many pixels.
+  bool isSmaller(double length, const Cluster& cluster, double pixels) const {
     const double distance = farthest(m_W, cluster.min, cluster.max);
-    return distance > 0 && length * m_PixelsPerUnit < m_Detail * distance;
+    return distance > 0 && length * m_PixelsPerUnit < pixels * distance;
   }
 
   static double radius(const Cluster& cluster) {
@@ -95,17 +95,21 @@ class Culler {
 
 Range whole(const Cluster& cluster) { return {cluster.first, cluster.count, cluster.firstVertex, cluster.vertexCount}; }
 
-// What of the cluster is drawn where small things may be left out: its coarsest version that does, or nothing.
+// What of the cluster is drawn where small things may be left out: its coarsest version that does, or nothing. Coarse
+// versions still show what is there, but a part that is missing is missed; so only small ones ever are.
 Range thinned(const Geometry& geometry, std::size_t index, const Culler& culler) {
   const Cluster& cluster = geometry.clusters[index];
   const auto& versions = geometry.coarseVersions;
-  const auto version = std::find_if(versions.rbegin(), versions.rend(),
-                                    [&](const CoarseVersion& v) { return culler.isTooSmall(v.cell, cluster); });
+  const auto version = std::find_if(versions.rbegin(), versions.rend(), [&](const CoarseVersion& v) {
+    return culler.isSmaller(v.cell, cluster, culler.detail());
+  });
   if (version != versions.rend()) {
     const std::uint32_t first = version->first[index];
     return {first, version->first[index + 1] - first, 0, 0};
   }
-  const bool isDrawn = !versions.empty() || !culler.isTooSmall(2 * Culler::radius(cluster), cluster);
+  constexpr double MostLeftOut = 24;
+  const double leftOut = std::min(culler.detail(), MostLeftOut);
+  const bool isDrawn = !versions.empty() || !culler.isSmaller(2 * Culler::radius(cluster), cluster, leftOut);
   return isDrawn ? whole(cluster) : Range{};
 }
 
@@ -194,7 +198,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, con
       const Cluster& cluster = geometry.clusters[i];
       if (!inside && culler.side(cluster) == Side::Outside) continue;
       if (useCones && facesAway(cluster, eye)) continue;
-      const Range range = culler.leavesOut() ? thinned(geometry, i, culler) : whole(cluster);
+      const Range range = culler.detail() > 0 ? thinned(geometry, i, culler) : whole(cluster);
       if (range.count == 0) continue;
       if (!geometry.transparent) {
         addRange(batch.firstRange, range);
