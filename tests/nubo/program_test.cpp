@@ -85,6 +85,7 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
   write("hollow.obj", "# no geometry\n");
   write("nan.obj", "v nan nan nan\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
   write("model.unknown", "?");
+  write("camera.ogex", "Metric (key = \"up\") {string {\"z\"}}\nCameraNode {}\n");
   write("ok.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
   write("old.png", "old");
   ASSERT_TRUE(QDir(m_Directory.path()).mkdir("folder"));
@@ -105,6 +106,7 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
       {"hollow.obj grabimage --filename a.png", 1, "hollow.obj"},
       {"nan.obj grabimage --filename a.png", 1, "nan.obj"},
       {"model.unknown grabimage --filename a.png", 1, "model.unknown"},
+      {"camera.ogex grabimage --filename a.png", 1, "camera.ogex"},
       {"folder grabimage --filename a.png", 2, "cannot read 'folder': it is a directory"},
       {"grabimage --filename a.png --width 0", 2, "--width: Target picture (0 x 0) size is to small!"},
       {"grabimage --filename a.png --width -5", 2, "size is to small!"},

@@ -11,6 +11,7 @@
 #include <assimp/DefaultLogger.hpp>
 #include <assimp/Importer.hpp>
 #include <assimp/LogStream.hpp>
+#include <iostream>
 #include <optional>
 
 #include "module_scene/io/assimp/sceneconverter.h"
@@ -22,14 +23,19 @@ namespace {
 
 QString oneLine(const char* text) { return QString::fromUtf8(text).simplified().left(300); }
 
-/// Collects Assimp's warnings while it lives; nobody else may use Assimp meanwhile.
+/// Collects Assimp's warnings while it lives; nobody else may use Assimp meanwhile. What a few of its readers write
+/// past its log is dropped.
 class WarningCollector {
  public:
-  explicit WarningCollector(QStringList& warnings) : m_Lock(&mutex()), mp_Stream(new Stream(warnings)) {
+  explicit WarningCollector(QStringList& warnings)
+      : m_Lock(&mutex()), mp_ErrorOutput(std::cerr.rdbuf(nullptr)), mp_Stream(new Stream(warnings)) {
     Assimp::DefaultLogger::create(nullptr, Assimp::Logger::NORMAL, 0);
     Assimp::DefaultLogger::get()->attachStream(mp_Stream, Assimp::Logger::Warn | Assimp::Logger::Err);
   }
-  ~WarningCollector() { Assimp::DefaultLogger::kill(); }  // which deletes the stream
+  ~WarningCollector() {
+    Assimp::DefaultLogger::kill();  // which deletes the stream
+    std::cerr.rdbuf(mp_ErrorOutput);
+  }
 
  private:
   struct Stream : Assimp::LogStream {
@@ -49,6 +55,7 @@ class WarningCollector {
   }
 
   const QMutexLocker m_Lock;
+  std::streambuf* const mp_ErrorOutput;
   Stream* mp_Stream;
 };
 
