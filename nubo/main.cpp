@@ -188,7 +188,7 @@ int main(int argc, char** argv) {
   const bool hasWindow = wantsWindow(line);
   if (error.isEmpty() && hasWindow) error = checkDisplay();
   if (!error.isEmpty()) {
-    std::fprintf(stderr, "nubo: %s\n", qPrintable(error));
+    std::fprintf(stderr, "nubo: %s\n", qPrintable(oneLine(error)));
     return WrongCall;
   }
   QCoreApplication::setApplicationName("nubo");

@@ -53,7 +53,7 @@ QString Report::lastMilestone() const {
 
 void Report::error(const QString& text) {
   m_Progress.clear();
-  std::fprintf(stderr, "nubo: %s\n", qPrintable(text));
+  std::fprintf(stderr, "nubo: %s\n", qPrintable(oneLine(text)));
 }
 
 void Report::note(const QString& text) {
@@ -67,7 +67,15 @@ bool Report::print(const QString& text) {
   return false;
 }
 
-bool Report::result(const QString& text) { return m_Verbosity == Verbosity::Quiet || print(text + '\n'); }
+bool Report::result(const QString& text) { return m_Verbosity == Verbosity::Quiet || print(oneLine(text) + '\n'); }
+
+QString oneLine(const QString& text) {
+  QString line;
+  for (const QChar letter : text)
+    line += letter.category() == QChar::Other_Control ? QStringLiteral("\\x%1").arg(letter.unicode(), 2, 16, QChar('0'))
+                                                      : QString(letter);
+  return line;
+}
 
 namespace {
 

@@ -48,6 +48,9 @@ class Report {
   int m_ConsoleObserver;
 };
 
+/// The text with a number in place of each control character, such as a line break in a file's name.
+QString oneLine(const QString& text);
+
 /// Sends Qt's own messages to the log. Before the QApplication is made: where that finds no platform to run on, Qt's
 /// reasons are said in one line, and the program ends.
 void logQtMessages();

@@ -99,6 +99,7 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
   };
   const Row rows[] = {
       {"missing.glb grabimage --filename a.png", 2, "cannot read 'missing.glb': there is no such file"},
+      {"two\nlines.glb grabimage --filename a.png", 2, "cannot read 'two\\x0alines.glb'"},
       {"empty.glb grabimage --filename a.png", 1, "empty.glb"},
       {"garbage.glb grabimage --filename a.png", 1, "garbage.glb"},
       {"garbage.fbx grabimage --filename a.png", 1, "garbage.fbx"},
