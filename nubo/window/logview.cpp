@@ -55,9 +55,10 @@ LogView::LogView(QWidget* parent) : QWidget(parent), mp_Levels(new QComboBox), m
   layout->setContentsMargins(4, 4, 4, 4);
   layout->addLayout(head);
   layout->addWidget(mp_View);
-  connect(mp_Levels, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &LogView::chooseLevel);
   const int level = mp_Levels->findData(main::nuboSettings()->value(LevelKey, log::Note).toInt());
-  mp_Levels->setCurrentIndex(qMax(0, level));
+  mp_Levels->setCurrentIndex(level >= 0 ? level : mp_Levels->findData(log::Note));
+  m_Filter.setLevel(mp_Levels->currentData().toInt());
+  connect(mp_Levels, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &LogView::chooseLevel);
 }
 
 void LogView::chooseLevel(int index) {

@@ -179,13 +179,12 @@ TEST_F(WindowTest, ChoosesFilesAndMovesSliders) {
 
 TEST_F(WindowTest, ShowsTheLogDownToALevel) {
   useShortcut("F10");
-  auto* view = window->findChild<QTreeView*>("log");
+  const auto* view = window->findChild<QTreeView*>("log");
   ASSERT_TRUE(waitUntil([&] { return view->isVisible(); }));
   auto* levels = window->findChild<QComboBox*>("logLevels");
-  const auto shows = [&](const QString& text) {
-    for (int row = 0; row < view->model()->rowCount(); ++row)
-      if (view->model()->index(row, 2).data().toString() == text) return true;
-    return false;
+  const auto shows = [this](const QString& text) {
+    const auto* model = window->findChild<QTreeView*>("log")->model();
+    return !model->match(model->index(0, 2), Qt::DisplayRole, text, 1, Qt::MatchExactly).isEmpty();
   };
   const std::pair<int, QString> records[] = {
       {log::Failure, "fails"}, {log::Milestone, "passes"}, {log::Note, "tells"}, {log::Debug, "details"}};
@@ -200,6 +199,14 @@ TEST_F(WindowTest, ShowsTheLogDownToALevel) {
   }
   EXPECT_EQ(message(), "fails");
   keepScreenshot("log");
+
+  QTest::keyClick(levels, Qt::Key_Home);
+  window.reset();
+  ASSERT_NO_FATAL_FAILURE(openWindow());
+  for (const auto& [level, text] : {records[2], records[0]})
+    log::Logger::getInstance()->log(level, "test", 1, "nubo::test", nullptr, text);
+  EXPECT_TRUE(waitUntil([&] { return shows("fails"); }));
+  EXPECT_FALSE(shows("tells")) << "the level that was chosen last";
 }
 
 TEST_F(WindowTest, TellsWhatModulesAndEncodersAreMadeOf) {
