@@ -269,6 +269,10 @@
         <translation>sie ist größer als %1 Pixel</translation>
     </message>
     <message>
+        <source>bones and shapes do not deform its meshes here: only whole elements move</source>
+        <translation>Knochen und Formen verformen seine Netze hier nicht: nur ganze Elemente bewegen sich</translation>
+    </message>
+    <message>
         <source>the texture &apos;%1&apos; is missing</source>
         <translation>die Textur „%1“ fehlt</translation>
     </message>

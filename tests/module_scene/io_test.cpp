@@ -252,6 +252,31 @@ TEST_F(Import, GltfHandsOutItsAnimation) {
   EXPECT_NEAR(track.scales[0].value[1], 1, 1e-6);
 }
 
+TEST_F(Import, TellsOfBonesInsteadOfHandingOutAnAnimationOfNothing) {
+  const QByteArray skinned = R"(xof 0303txt 0032
+Frame Root {
+ Frame Bone { }
+ Frame Body {
+  Mesh { 3; 0;0;0;, 1;0;0;, 0;1;0;; 1; 3;0,1,2;;
+   XSkinMeshHeader { 1; 1; 1; }
+   SkinWeights { "Bone"; 3; 0,1,2; 1.0,1.0,1.0;
+    1.0,0.0,0.0,0.0,0.0,1.0,0.0,0.0,0.0,0.0,1.0,0.0,0.0,0.0,0.0,1.0;; }
+  }
+ }
+}
+AnimationSet { Animation { { Bone } AnimationKey { 2; 2; 0;3;0.0,0.0,0.0;;, 10;3;1.0,0.0,0.0;;; } } }
+)";
+  ASSERT_TRUE(single(write(QStringLiteral("skinned.x"), skinned))) << m_Result.error.toStdString();
+  EXPECT_TRUE(m_Result.root->find(QStringLiteral("Bone")));
+  EXPECT_EQ(m_Result.animations.size(), 0u);
+  EXPECT_EQ(m_Result.warnings.size(), 1);
+  const QByteArray moved = QByteArray(skinned).replace("{ Bone }", "{ Body }");
+  ASSERT_TRUE(single(write(QStringLiteral("moved.x"), moved)));
+  EXPECT_EQ(m_Result.animations.size(), 1u);
+  ASSERT_TRUE(single(write(QStringLiteral("still.x"), skinned.left(skinned.indexOf("AnimationSet")))));
+  EXPECT_EQ(m_Result.warnings.size(), 0) << "what does not move is shown as it is";
+}
+
 /// One triangle with a corner 1 along x, one 2 along y, and one 3 along z.
 QByteArray corners(const char* separator) { return QByteArray("1 0 0 0 2 0 0 0 3").replace(" ", separator); }
 

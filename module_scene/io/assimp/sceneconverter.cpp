@@ -50,6 +50,9 @@ void copyIndices(const aiMesh& mesh, scene::Geometry& geometry) {
   }
 }
 
+/// What moves by the positions of its vertices, other than as a whole.
+bool isDeformed(const aiMesh* mesh) { return mesh->HasBones() || mesh->mNumAnimMeshes > 0; }
+
 bool isFinite(const aiVector3D& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
 bool isFinite(const aiQuaternion& q) {
   return std::isfinite(q.w) && std::isfinite(q.x) && std::isfinite(q.y) && std::isfinite(q.z);
@@ -162,9 +165,11 @@ void SceneConverter::convertAnimations() {
     scene::Animation animation = convertAnimation(*m_Source.mAnimations[i], moved);
     if (!animation.tracks.empty()) m_Result.animations.push_back(std::move(animation));
   }
+  if (m_Source.mNumAnimations > 0 && std::any_of(m_Source.mMeshes, m_Source.mMeshes + m_Source.mNumMeshes, isDeformed))
+    m_Result.warnings << ImportError::tr("bones and shapes do not deform its meshes here: only whole elements move");
 }
 
-/// Where several animations move the same element, the first has it.
+/// Where several animations move the same element, the first has it. Bones and cameras move nothing that is seen.
 scene::Animation SceneConverter::convertAnimation(const aiAnimation& source, QSet<scene::SceneElement*>& moved) {
   scene::Animation animation;
   animation.name = QString::fromUtf8(source.mName.C_Str());
@@ -172,6 +177,7 @@ scene::Animation SceneConverter::convertAnimation(const aiAnimation& source, QSe
   for (unsigned i = 0; i < source.mNumChannels; ++i) {
     const auto found = m_Elements.constFind(QByteArray(source.mChannels[i]->mNodeName.C_Str()));
     if (found == m_Elements.constEnd() || moved.contains(found->element.get())) continue;
+    if (found->element->getBoundingBox().isEmpty()) continue;
     moved.insert(found->element.get());
     animation.tracks.push_back(convertTrack(*source.mChannels[i], *found->node, secondsPerTick));
     const scene::AnimationTrack& track = animation.tracks.back();
