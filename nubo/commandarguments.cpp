@@ -144,7 +144,7 @@ QString bindArguments(main::Command& command, const Arguments& arguments) {
     if (!cause.isEmpty()) error = QStringLiteral("--%1: %2").arg(optionName(parameter->getName()), cause);
   }
   if (error.isEmpty() && !command.setParameters(values)) error = QStringLiteral("the command refuses these values");
-  return error;
+  return error.isEmpty() ? whyValuesRefused(command, arguments) : error;
 }
 
 QString whyValuesRefused(main::Command& command, const Arguments& arguments) {

@@ -101,7 +101,7 @@ ExitStatus runCommand(Session& session, const CommandLine& line, const QString& 
     // Only the scene could tell that the value of an option makes no sense.
     return error.startsWith("--") ? WrongCall : Failed;
   }
-  // Only now does the command know its panel.
+  // Now that the command knows its panel, more can be wrong.
   if (const QString error = whyValuesRefused(*registered, line.arguments); !error.isEmpty())
     return refuse(report, call + ": " + error, session);
   const std::unique_ptr<main::Command> clone(registered->runsOnClone() ? registered->clone() : nullptr);

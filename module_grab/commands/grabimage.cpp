@@ -226,8 +226,9 @@ void GrabImage::buildInteractiveSet() {
 main::ParameterSet::Refusal GrabImage::checkValues(const main::ParameterSet& values) const {
   const auto fileName = nubo::grab::solveParameter<QString>(m_TypeSolver, values, 0);
   const auto width = nubo::grab::solveParameter<int>(m_TypeSolver, values, 1);
-  if (!fileName || !width || !mp_ActivePanel) return {};
+  if (!fileName || !width) return {};
   if (!hasWritableSuffix(*fileName)) return {0, QObject::tr("No valid image file extension selected")};
+  if (!mp_ActivePanel) return {};
   const int height = heightFor(*width, {mp_ActivePanel->width(), mp_ActivePanel->height(), Matrix4()});
   return {1, whyNotPossible(QFileInfo(*fileName).suffix(), *width, height)};
 }
