@@ -8,10 +8,10 @@
 
 #include "kernel/main/overseer.h"
 #include "module_grab/commands/tiling.h"
+#include "module_scene/draw/drawlist.h"
+#include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/viewer.h"
 #include "module_scene/io/importer.h"
-#include "module_scene/scene/drawlist.h"
-#include "module_scene/scene/scenedrawer.h"
 
 namespace {
 

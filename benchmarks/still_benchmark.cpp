@@ -13,9 +13,9 @@
 #include "kernel/main/overseer.h"
 #include "module_grab/commands/composetile.h"
 #include "module_grab/commands/tiling.h"
+#include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/viewer.h"
 #include "module_scene/io/importer.h"
-#include "module_scene/scene/scenedrawer.h"
 
 namespace {
 

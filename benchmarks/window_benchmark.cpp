@@ -16,7 +16,7 @@
 #include "kernel/main/modulemanager.h"
 #include "kernel/main/overseer.h"
 #include "module_scene/gui/viewer.h"
-#include "nubo/commandarguments.h"
+#include "nubo/cli/commandarguments.h"
 #include "nubo/window/commandrunner.h"
 #include "nubo/window/mainwindow.h"
 #include "nubo/window/panelarea.h"

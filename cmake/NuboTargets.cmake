@@ -38,7 +38,7 @@ if(NUBO_SANITIZE)
   target_compile_options(nubo_options INTERFACE -fsanitize=${NUBO_SANITIZE} -fno-omit-frame-pointer
     -fno-sanitize-recover=all)
   target_link_options(nubo_options INTERFACE -fsanitize=${NUBO_SANITIZE})
-  set(NUBO_SANITIZE_SOURCES ${PROJECT_SOURCE_DIR}/tests/support/keeplibraries.cpp)
+  set(NUBO_SANITIZERS nubo_sanitizers)
 endif()
 
 # A shared library with the neighbours' headers, in `build_folder` and, installed, in `install_folder`.
@@ -77,8 +77,8 @@ endfunction()
 
 # nubo_executable(NAME sources...): a program beside the modules and plug-ins.
 function(nubo_executable name)
-  add_executable(${name} ${ARGN} ${NUBO_SANITIZE_SOURCES})
-  target_link_libraries(${name} PRIVATE nubo_options)
+  add_executable(${name} ${ARGN})
+  target_link_libraries(${name} PRIVATE nubo_options ${NUBO_SANITIZERS})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${NUBO_BIN_DIR}
     INSTALL_RPATH "$ORIGIN/../lib:$ORIGIN/modules")
   install(TARGETS ${name} RUNTIME DESTINATION ${NUBO_INSTALL_BIN} COMPONENT nubo)

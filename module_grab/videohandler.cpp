@@ -16,8 +16,8 @@
 #include "kernel/util/delegate.h"
 #include "module_grab/grabber.h"
 #include "module_grab/video/videoencoder.h"
+#include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/viewer.h"
-#include "module_scene/scene/scenedrawer.h"
 
 namespace nubo::grab {
 

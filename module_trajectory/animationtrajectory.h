@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "module_scene/scene/animation.h"
+#include "module_scene/graph/animation.h"
 #include "module_trajectory/trajectory.h"
 
 namespace nubo::trajectory {

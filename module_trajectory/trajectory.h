@@ -10,7 +10,7 @@
 #include <memory>
 #include <mutex>
 
-#include "module_scene/scene/scene.h"
+#include "module_scene/graph/scene.h"
 #include "module_trajectory/visibility.h"
 
 namespace nubo::trajectory {

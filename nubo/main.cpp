@@ -14,14 +14,14 @@
 
 #include "kernel/main/commandmanager.h"
 #include "kernel/main/overseer.h"
-#include "nubo/commandarguments.h"
-#include "nubo/commandline.h"
-#include "nubo/commandrun.h"
-#include "nubo/information.h"
-#include "nubo/platform.h"
-#include "nubo/report.h"
-#include "nubo/session.h"
-#include "nubo/terminalprogress.h"
+#include "nubo/cli/commandarguments.h"
+#include "nubo/cli/commandline.h"
+#include "nubo/cli/commandrun.h"
+#include "nubo/cli/information.h"
+#include "nubo/cli/platform.h"
+#include "nubo/cli/report.h"
+#include "nubo/cli/session.h"
+#include "nubo/cli/terminalprogress.h"
 #include "nubo/window/application.h"
 
 namespace {

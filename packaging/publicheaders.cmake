@@ -29,17 +29,17 @@ set(NUBO_PUBLIC_HEADERS
   module_scene/gui/viewer.h
   module_scene/io/importer.h
   module_scene/math/matrix.h
-  module_scene/scene/animation.h
-  module_scene/scene/boundingbox.h
-  module_scene/scene/builtinanimation.h
-  module_scene/scene/builtinscene.h
-  module_scene/scene/geometry.h
-  module_scene/scene/material.h
-  module_scene/scene/meshbuilder.h
-  module_scene/scene/scene.h
-  module_scene/scene/scenedrawer.h
-  module_scene/scene/sceneelement.h
-  module_scene/scene/sharedcontext.h
+  module_scene/graph/animation.h
+  module_scene/graph/boundingbox.h
+  module_scene/builtin/builtinanimation.h
+  module_scene/builtin/builtinscene.h
+  module_scene/graph/geometry.h
+  module_scene/graph/material.h
+  module_scene/mesh/meshbuilder.h
+  module_scene/graph/scene.h
+  module_scene/draw/scenedrawer.h
+  module_scene/graph/sceneelement.h
+  module_scene/draw/sharedcontext.h
   module_scene/visibility.h
   module_trajectory/animationtrajectory.h
   module_trajectory/marker.h

@@ -31,8 +31,8 @@
 #include "module_grab/modulegrab.h"
 #include "module_grab/offscreencontext.h"
 #include "module_grab/parameters.h"
+#include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/viewer.h"
-#include "module_scene/scene/scenedrawer.h"
 
 // Logs for a member function, in printf format.
 #define GRABIMAGE_LOG(level, member, ...)                                                  \

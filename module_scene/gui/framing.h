@@ -3,8 +3,8 @@
 
 #include <vector>
 
+#include "module_scene/graph/sceneelement.h"
 #include "module_scene/gui/camera.h"
-#include "module_scene/scene/sceneelement.h"
 
 namespace nubo::gui {
 

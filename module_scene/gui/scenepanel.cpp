@@ -6,9 +6,9 @@
 #include <QWheelEvent>
 #include <cmath>
 
+#include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/framing.h"
 #include "module_scene/gui/viewer.h"
-#include "module_scene/scene/scenedrawer.h"
 
 namespace nubo::gui {
 

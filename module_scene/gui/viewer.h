@@ -5,9 +5,9 @@
 #include <atomic>
 #include <memory>
 
+#include "module_scene/draw/sharedcontext.h"
+#include "module_scene/graph/scene.h"
 #include "module_scene/gui/scenepanel.h"
-#include "module_scene/scene/scene.h"
-#include "module_scene/scene/sharedcontext.h"
 
 namespace nubo::gui {
 

@@ -4,7 +4,7 @@
 #include <QString>
 #include <QStringList>
 
-#include "module_scene/scene/animation.h"
+#include "module_scene/graph/animation.h"
 
 namespace nubo::io {
 

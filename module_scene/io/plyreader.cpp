@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "module_scene/io/mappedfile.h"
-#include "module_scene/scene/parallel.h"
+#include "module_scene/mesh/parallel.h"
 
 namespace nubo::io {
 namespace {

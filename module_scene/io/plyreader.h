@@ -3,7 +3,7 @@
 
 #include <QString>
 
-#include "module_scene/scene/geometry.h"
+#include "module_scene/graph/geometry.h"
 
 namespace nubo::io {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "module_scene/io/mappedfile.h"
-#include "module_scene/scene/vertexjoin.h"
+#include "module_scene/mesh/vertexjoin.h"
 
 namespace nubo::io {
 namespace {

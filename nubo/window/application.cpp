@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 #include "kernel/main/overseer.h"
-#include "nubo/interrupt.h"
+#include "nubo/cli/interrupt.h"
 #include "nubo/window/mainwindow.h"
 
 // Qt's resource macros declare functions, which must lie outside of namespaces.

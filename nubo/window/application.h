@@ -5,7 +5,7 @@
 #include <QStringList>
 
 #include "kernel/main/commandprocessor.h"
-#include "nubo/commandline.h"
+#include "nubo/cli/commandline.h"
 
 namespace nubo::window {
 

@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "kernel/main/parameterpanelfactory.h"
-#include "nubo/commandarguments.h"
+#include "nubo/cli/commandarguments.h"
 
 namespace nubo::window {
 

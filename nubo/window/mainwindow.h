@@ -6,7 +6,7 @@
 
 #include "kernel/main/commandprocessor.h"
 #include "module_scene/io/importer.h"
-#include "nubo/commandline.h"
+#include "nubo/cli/commandline.h"
 
 namespace nubo::log {
 struct Record;

@@ -10,8 +10,8 @@
 #include "kernel/main/overseer.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterpanelfactory.h"
-#include "module_scene/scene/scene.h"
-#include "nubo/commandarguments.h"
+#include "module_scene/graph/scene.h"
+#include "nubo/cli/commandarguments.h"
 #include "nubo/window/colors.h"
 #include "nubo/window/parametereditor.h"
 

@@ -2,7 +2,7 @@
 
 #include <QFileInfo>
 
-#include "nubo/commandarguments.h"
+#include "nubo/cli/commandarguments.h"
 
 namespace nubo::window {
 

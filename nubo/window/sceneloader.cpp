@@ -4,11 +4,11 @@
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 
-#include "module_scene/scene/coarsening.h"
-#include "module_scene/scene/scenedrawer.h"
-#include "module_scene/scene/sharedcontext.h"
-#include "nubo/commandline.h"
-#include "nubo/scenefile.h"
+#include "module_scene/draw/scenedrawer.h"
+#include "module_scene/draw/sharedcontext.h"
+#include "module_scene/mesh/coarsening.h"
+#include "nubo/cli/commandline.h"
+#include "nubo/cli/scenefile.h"
 
 namespace nubo::window {
 

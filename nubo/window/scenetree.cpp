@@ -3,7 +3,7 @@
 #include <QHeaderView>
 #include <QSignalBlocker>
 
-#include "module_scene/scene/scene.h"
+#include "module_scene/graph/scene.h"
 #include "nubo/window/scenechanger.h"
 
 namespace nubo::window {

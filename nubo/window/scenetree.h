@@ -3,7 +3,7 @@
 
 #include <QTreeWidget>
 
-#include "module_scene/scene/sceneelement.h"
+#include "module_scene/graph/sceneelement.h"
 
 namespace nubo::window {
 

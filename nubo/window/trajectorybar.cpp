@@ -7,7 +7,7 @@
 #include <QSlider>
 
 #include "module_trajectory/trajectory.h"
-#include "nubo/trajectorychoice.h"
+#include "nubo/cli/trajectorychoice.h"
 #include "nubo/window/commandrunner.h"
 #include "nubo/window/icons.h"
 #include "nubo/window/scenechanger.h"

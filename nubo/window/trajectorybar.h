@@ -5,8 +5,8 @@
 #include <QToolBar>
 #include <vector>
 
-#include "module_scene/scene/animation.h"
-#include "nubo/commandline.h"
+#include "module_scene/graph/animation.h"
+#include "nubo/cli/commandline.h"
 
 QT_BEGIN_NAMESPACE
 class QComboBox;

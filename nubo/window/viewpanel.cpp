@@ -9,10 +9,10 @@
 #include <cmath>
 #include <optional>
 
+#include "module_scene/draw/drawingturn.h"
+#include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/framing.h"
 #include "module_scene/gui/viewer.h"
-#include "module_scene/scene/drawingturn.h"
-#include "module_scene/scene/scenedrawer.h"
 
 namespace nubo::window {
 

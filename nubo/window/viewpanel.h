@@ -6,8 +6,8 @@
 #include <memory>
 #include <optional>
 
+#include "module_scene/graph/sceneelement.h"
 #include "module_scene/gui/scenepanel.h"
-#include "module_scene/scene/sceneelement.h"
 
 namespace nubo::window {
 

@@ -14,7 +14,7 @@
 #include "kernel/events/eventmanager.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterpanelfactory.h"
-#include "module_scene/scene/scenedrawer.h"
+#include "module_scene/draw/scenedrawer.h"
 #include "support/glfixture.h"
 #include "support/host.h"
 

@@ -5,9 +5,9 @@
 #include <map>
 #include <thread>
 
-#include "module_scene/scene/coarsening.h"
-#include "module_scene/scene/drawingturn.h"
-#include "module_scene/scene/meshbuilder.h"
+#include "module_scene/draw/drawingturn.h"
+#include "module_scene/mesh/coarsening.h"
+#include "module_scene/mesh/meshbuilder.h"
 #include "support/glfixture.h"
 
 namespace nubo::scene {

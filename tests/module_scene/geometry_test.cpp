@@ -1,5 +1,5 @@
 // Geometry::prepare: what it joins, smooths, sorts and knows about a mesh.
-#include "module_scene/scene/geometry.h"
+#include "module_scene/graph/geometry.h"
 
 #include <gtest/gtest.h>
 

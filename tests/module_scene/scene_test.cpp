@@ -1,4 +1,4 @@
-#include "module_scene/scene/scene.h"
+#include "module_scene/graph/scene.h"
 
 #include <gmock/gmock.h>
 
@@ -6,7 +6,7 @@
 #include <atomic>
 #include <thread>
 
-#include "module_scene/scene/builtinscene.h"
+#include "module_scene/builtin/builtinscene.h"
 
 namespace nubo::scene {
 namespace {

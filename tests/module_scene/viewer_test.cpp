@@ -5,8 +5,8 @@
 #include "kernel/events/eventhandler.h"
 #include "kernel/events/eventmanager.h"
 #include "kernel/main/castclass.h"
+#include "module_scene/builtin/builtinscene.h"
 #include "module_scene/gui/framing.h"
-#include "module_scene/scene/builtinscene.h"
 
 namespace nubo::gui {
 namespace {

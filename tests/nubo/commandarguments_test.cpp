@@ -1,4 +1,4 @@
-#include "nubo/commandarguments.h"
+#include "nubo/cli/commandarguments.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
-#include "nubo/commandline.h"
+#include "nubo/cli/commandline.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "nubo/terminalprogress.h"
+#include "nubo/cli/terminalprogress.h"
 
 using namespace nubo::app;
 using testing::HasSubstr;

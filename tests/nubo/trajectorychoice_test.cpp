@@ -1,5 +1,5 @@
 // Which element a trajectory of points moves.
-#include "nubo/trajectorychoice.h"
+#include "nubo/cli/trajectorychoice.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "module_scene/scene/coarsening.h"
-#include "module_scene/scene/meshbuilder.h"
+#include "module_scene/mesh/coarsening.h"
+#include "module_scene/mesh/meshbuilder.h"
 #include "nubo/window/viewpanel.h"
 #include "support/host.h"
 

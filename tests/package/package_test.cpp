@@ -189,7 +189,7 @@ TEST_F(Package, HasWholeHeaders) {
 int luma(QRgb pixel) { return int(0.299 * qRed(pixel) + 0.587 * qGreen(pixel) + 0.114 * qBlue(pixel) + 0.5); }
 
 TEST_F(Package, TakesTheExampleEncoder) {
-  ASSERT_NO_FATAL_FAILURE(build(prefix("share/doc/nubo/examples/picture_archive")));
+  ASSERT_NO_FATAL_FAILURE(build(prefix("share/doc/nubo/examples/picturearchive")));
   constexpr int Width = 96, Height = 64, Frames = 5;
   const QString recording = "--turntable 5 grabvideo --width 96 --height 64 --filename ";
   expectDone(recording + "video.png.tar");
@@ -221,7 +221,7 @@ TEST_F(Package, TakesTheExampleEncoder) {
 }
 
 TEST_F(Package, TakesTheExampleModule) {
-  ASSERT_NO_FATAL_FAILURE(build(prefix("share/doc/nubo/examples/contact_sheet")));
+  ASSERT_NO_FATAL_FAILURE(build(prefix("share/doc/nubo/examples/contactsheet")));
   expectDone("--size 160x120 contactsheet --filename sheet.png --width 160");
   const QImage sheet(path("sheet.png"));
   ASSERT_EQ(sheet.size(), QSize(480, 240));

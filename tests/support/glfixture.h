@@ -13,8 +13,8 @@
 #include <functional>
 #include <memory>
 
+#include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/viewer.h"
-#include "module_scene/scene/scenedrawer.h"
 
 namespace nubo::test {
 

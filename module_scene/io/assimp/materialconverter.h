@@ -1,7 +1,7 @@
 // Brings materials of all kinds down to what fixed-function lighting knows.
 #pragma once
 
-#include "module_scene/scene/material.h"
+#include "module_scene/graph/material.h"
 
 struct aiMaterial;
 

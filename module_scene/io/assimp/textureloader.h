@@ -4,7 +4,7 @@
 #include <QMap>
 #include <QStringList>
 
-#include "module_scene/scene/material.h"
+#include "module_scene/graph/material.h"
 
 struct aiScene;
 struct aiTexture;

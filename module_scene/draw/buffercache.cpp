@@ -1,0 +1,202 @@
+#include "module_scene/draw/buffercache.h"
+
+#include <QOpenGLExtraFunctions>
+#include <limits>
+
+namespace nubo::scene {
+
+namespace {
+
+template <class T>
+GLsizeiptr bytesOf(const std::vector<T>& values) {
+  return GLsizeiptr(values.size() * sizeof(T));
+}
+
+template <class T>
+void append(QOpenGLFunctions* gl, GLintptr& offset, const std::vector<T>& values, GLenum target = GL_ARRAY_BUFFER) {
+  if (!values.empty()) gl->glBufferSubData(target, offset, bytesOf(values), values.data());
+  offset += bytesOf(values);
+}
+
+// Buffer objects are bound while they are filled; this puts back what was bound.
+class BindingGuard {
+ public:
+  BindingGuard() {
+    glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &m_Array);
+    glGetIntegerv(GL_ELEMENT_ARRAY_BUFFER_BINDING, &m_Elements);
+    glGetIntegerv(GL_TEXTURE_BINDING_2D, &m_Texture);
+  }
+  ~BindingGuard() {
+    QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
+    gl->glBindBuffer(GL_ARRAY_BUFFER, GLuint(m_Array));
+    gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, GLuint(m_Elements));
+    gl->glBindTexture(GL_TEXTURE_2D, GLuint(m_Texture));
+  }
+
+ private:
+  GLint m_Array = 0, m_Elements = 0, m_Texture = 0;
+};
+
+template <class Buffer, class Source>
+util::YPointer<Buffer> upToDate(QMutex& mutex, util::YPointer<Buffer>& buffer, const Source& source) {
+  const QMutexLocker locker(&mutex);
+  if (!buffer || !buffer->isUsable()) {
+    const BindingGuard bindings;
+    buffer = new Buffer(source);
+    glFinish();  // other contexts may only see it filled
+  }
+  return buffer;
+}
+
+}  // namespace
+
+Geometry::Geometry() = default;
+Geometry::~Geometry() = default;
+
+GeometryBuffer::GeometryBuffer(const Geometry& geometry)
+    : m_Vertices(SharedName::buffer()), m_Indices(SharedName::buffer()) {
+  QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
+  gl->glBindBuffer(GL_ARRAY_BUFFER, m_Vertices.name());
+  gl->glBufferData(
+      GL_ARRAY_BUFFER,
+      bytesOf(geometry.positions) + bytesOf(geometry.normals) + bytesOf(geometry.texCoords) + bytesOf(geometry.colors),
+      nullptr, GL_STATIC_DRAW);
+  GLintptr offset = 0;
+  append(gl, offset, geometry.positions);
+  append(gl, offset, geometry.normals);
+  append(gl, offset, geometry.texCoords);
+  append(gl, offset, geometry.colors);
+  const bool isShort = std::all_of(geometry.clusters.begin(), geometry.clusters.end(), [](const Cluster& cluster) {
+    return cluster.vertexCount <= std::numeric_limits<GLushort>::max();
+  });
+  m_IndexType = isShort ? GL_UNSIGNED_SHORT : GL_UNSIGNED_INT;
+  isShort ? copyIndices<GLushort>(geometry) : copyIndices<GLuint>(geometry);
+
+  for (std::size_t i = 0; i < geometry.clusters.size(); ++i) {
+    const Cluster& cluster = geometry.clusters[i];
+    if (i % GroupSize == 0) {
+      m_Groups.push_back(cluster);
+      continue;
+    }
+    Cluster& group = m_Groups.back();
+    group.count += cluster.count;
+    for (int axis = 0; axis < 3; ++axis) {
+      group.min[axis] = std::min(group.min[axis], cluster.min[axis]);
+      group.max[axis] = std::max(group.max[axis], cluster.max[axis]);
+    }
+  }
+}
+
+GeometryBuffer::~GeometryBuffer() = default;
+
+template <class Index>
+void GeometryBuffer::copyIndices(const Geometry& geometry) {
+  QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
+  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
+  m_CoarseOffset = (geometry.indices.size() * sizeof(Index) + sizeof(GLuint) - 1) / sizeof(GLuint) * sizeof(GLuint);
+  auto coarseOffset = GLintptr(m_CoarseOffset);
+  gl->glBufferData(GL_ELEMENT_ARRAY_BUFFER, coarseOffset + bytesOf(geometry.coarseIndices), nullptr, GL_STATIC_DRAW);
+  append(gl, coarseOffset, geometry.coarseIndices, GL_ELEMENT_ARRAY_BUFFER);
+  std::vector<Index> own;
+  for (const Cluster& cluster : geometry.clusters) {
+    own.clear();
+    for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; ++i)
+      own.push_back(Index(geometry.indices[i] - cluster.firstVertex));
+    auto offset = GLintptr(cluster.first * sizeof(Index));
+    append(gl, offset, own, GL_ELEMENT_ARRAY_BUFFER);
+  }
+}
+
+void GeometryBuffer::draw(GLenum mode, const Range& range) const {
+  QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
+  const auto at = [](std::size_t bytes) { return reinterpret_cast<const void*>(bytes); };
+  if (range.vertexCount == 0) {
+    gl->glDrawElements(mode, GLsizei(range.count), GL_UNSIGNED_INT, at(m_CoarseOffset + range.first * sizeof(GLuint)));
+    return;
+  }
+  const std::size_t size = m_IndexType == GL_UNSIGNED_SHORT ? sizeof(GLushort) : sizeof(GLuint);
+  gl->glDrawRangeElementsBaseVertex(mode, 0, range.vertexCount - 1, GLsizei(range.count), m_IndexType,
+                                    at(range.first * size), GLint(range.firstVertex));
+}
+
+void GeometryBuffer::bind(const Geometry& geometry) const {
+  QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
+  gl->glBindBuffer(GL_ARRAY_BUFFER, m_Vertices.name());
+  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
+
+  const char* offset = nullptr;
+  glEnableClientState(GL_VERTEX_ARRAY);
+  glVertexPointer(3, GL_FLOAT, 0, offset);
+  offset += bytesOf(geometry.positions);
+  if (!geometry.normals.empty()) {
+    glEnableClientState(GL_NORMAL_ARRAY);
+    glNormalPointer(GL_FLOAT, 0, offset);
+  } else {
+    glDisableClientState(GL_NORMAL_ARRAY);
+  }
+  offset += bytesOf(geometry.normals);
+  if (!geometry.texCoords.empty()) {
+    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    glTexCoordPointer(2, GL_FLOAT, 0, offset);
+  } else {
+    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+  }
+  offset += bytesOf(geometry.texCoords);
+  if (!geometry.colors.empty()) {
+    glEnableClientState(GL_COLOR_ARRAY);
+    glColorPointer(4, GL_UNSIGNED_BYTE, 0, offset);
+  } else {
+    glDisableClientState(GL_COLOR_ARRAY);
+  }
+}
+
+TextureBuffer::TextureBuffer(const Texture& texture) : m_Name(SharedName::texture()) {
+  GLint limit = 0;
+  glGetIntegerv(GL_MAX_TEXTURE_SIZE, &limit);
+  QImage image = texture.getImage();
+  if (image.width() > limit || image.height() > limit)
+    image = image.scaled(limit, limit, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+  image = image.convertToFormat(QImage::Format_RGBA8888).mirrored();  // OpenGL's first row is the lowest
+
+  QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
+  gl->glBindTexture(GL_TEXTURE_2D, m_Name.name());
+  const GLint wrap = texture.repeats() ? GL_REPEAT : GL_CLAMP_TO_EDGE;
+  gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, wrap);
+  gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, wrap);
+  gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
+  gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+  gl->glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, image.width(), image.height(), 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                   image.constBits());
+  gl->glGenerateMipmap(GL_TEXTURE_2D);
+}
+
+TextureBuffer::~TextureBuffer() = default;
+
+Texture::Texture(const QImage& image, bool repeat) : m_Image(image), m_Repeat(repeat), m_Transparent(false) {
+  if (!image.hasAlphaChannel()) return;
+  const QImage pixels = image.convertToFormat(QImage::Format_ARGB32);
+  for (int y = 0; y < pixels.height() && !m_Transparent; ++y) {
+    const QRgb* row = reinterpret_cast<const QRgb*>(pixels.constScanLine(y));
+    m_Transparent = std::any_of(row, row + pixels.width(), [](QRgb pixel) { return qAlpha(pixel) < 255; });
+  }
+}
+
+Texture::~Texture() = default;
+
+util::YPointer<GeometryBuffer> BufferCache::buffer(const Geometry& geometry) {
+  return upToDate(geometry.m_BufferMutex, geometry.m_Buffer, geometry);
+}
+
+void BufferCache::fill(const SceneElement& root) {
+  for (const auto& geometry : root.getGeometries()) {
+    buffer(*geometry);
+    if (geometry->material && geometry->material->texture) buffer(*geometry->material->texture);
+  }
+  for (const auto& child : root.getChildren()) fill(*child);
+}
+
+util::YPointer<TextureBuffer> BufferCache::buffer(const Texture& texture) {
+  return upToDate(texture.m_BufferMutex, texture.m_Buffer, texture);
+}
+
+}  // namespace nubo::scene

@@ -1,0 +1,70 @@
+// OpenGL's copies of geometries and textures.
+#pragma once
+
+#include <vector>
+
+#include "module_scene/draw/sharedname.h"
+#include "module_scene/graph/sceneelement.h"
+
+namespace nubo::scene {
+
+/// Indices that one call draws: of a cluster, or of a coarse version.
+struct Range {
+  std::uint32_t first, count;              ///< into Geometry::indices, or coarseIndices
+  std::uint32_t firstVertex, vertexCount;  ///< as the cluster's; none: of a coarse version
+};
+
+/// A geometry's vertices and indices in OpenGL's memory, and what the drawer needs to cull it fast.
+class GeometryBuffer : public util::YObject {
+ public:
+  /// Clusters of a geometry, taken together to be culled at once.
+  static constexpr std::size_t GroupSize = 16;
+
+  /// Copies the geometry for the share group of the current context.
+  explicit GeometryBuffer(const Geometry& geometry);
+  ~GeometryBuffer() override;
+
+  bool isUsable() const { return m_Vertices.isUsable() && m_Indices.isUsable(); }
+  /// Binds both buffers and points the arrays of the current context at them.
+  void bind(const Geometry& geometry) const;
+  /// Draws a range of the geometry that is bound.
+  void draw(GLenum mode, const Range& range) const;
+  /// The box of each GroupSize clusters, in their order.
+  const std::vector<Cluster>& groups() const { return m_Groups; }
+
+ private:
+  template <class Index>
+  void copyIndices(const Geometry& geometry);
+
+  SharedName m_Vertices;  // positions, normals, texture coordinates and colours, one array after the other
+  SharedName m_Indices;   // counted from each cluster's first vertex; those of the coarse versions after them
+  GLenum m_IndexType = GL_UNSIGNED_SHORT;
+  std::size_t m_CoarseOffset = 0;  // bytes
+  std::vector<Cluster> m_Groups;
+};
+
+/// A texture's picture in OpenGL's memory, with mipmaps.
+class TextureBuffer : public util::YObject {
+ public:
+  /// Copies the picture for the share group of the current context.
+  explicit TextureBuffer(const Texture& texture);
+  ~TextureBuffer() override;
+
+  bool isUsable() const { return m_Name.isUsable(); }
+  GLuint name() const { return m_Name.name(); }
+
+ private:
+  SharedName m_Name;
+};
+
+/// Makes each copy once for all contexts of the share group. Any thread with a current context; a copy
+/// is complete for every context when it is handed out.
+class BufferCache {
+ public:
+  static util::YPointer<GeometryBuffer> buffer(const Geometry& geometry);
+  static util::YPointer<TextureBuffer> buffer(const Texture& texture);
+  /// Makes the copies of all in and below an element, so that no drawing has to wait for them.
+  static void fill(const SceneElement& root);
+};
+
+}  // namespace nubo::scene

@@ -1,0 +1,73 @@
+// What of a scene meets a view.
+#pragma once
+
+#include <vector>
+
+#include "module_scene/draw/buffercache.h"
+#include "module_scene/graph/sceneelement.h"
+
+namespace nubo::scene {
+
+/// What to look for, and through which window.
+struct ViewQuery {
+  math::Matrix4 projection;
+  int width = 1, height = 1;               ///< pixels
+  double detail = 0.0;                     ///< what is smaller than that many pixels may be left out
+  int layers = 0;                          ///< Layer bits
+  int kinds = 0;                           ///< Kind bits
+  double widthScale = 1;                   ///< of what has a width in pixels
+  double widestPoint = 1, widestLine = 1;  ///< that can be drawn
+};
+
+/// One geometry with the index ranges of it that are to be drawn.
+struct Batch {
+  const Geometry* geometry = nullptr;
+  util::YPointer<GeometryBuffer> buffer;
+  math::Matrix4 modelView;
+  bool mirrored = false;  ///< the transform turns counter-clockwise into clockwise
+  bool cullBack = false;  ///< back faces cannot be seen
+  float width = 1;        ///< pixels, of points and lines
+  std::size_t firstRange = 0, rangeCount = 0;
+};
+
+/// Collects the clusters that a view's frustum meets, in the order in which they are drawn. A list is
+/// filled again for each view and keeps its memory. Needs a current context, whose copies it makes.
+class DrawList {
+ public:
+  void collect(const SceneElement& root, const math::Matrix4& transform, const ViewQuery& query);
+  void clear();
+  /// To be called once after the last collect().
+  void sortTransparent();
+
+  bool isEmpty() const { return m_Opaque.empty() && m_Transparent.empty(); }
+  const std::vector<Batch>& opaque() const { return m_Opaque; }
+  /// After sortTransparent(): from back to front.
+  const std::vector<Batch>& transparent() const { return m_Transparent; }
+  /// Pixels around the view that points and lines of a width need to be drawn whole; 0 without any.
+  int margin() const { return m_Margin; }
+  /// Of all batches.
+  const std::vector<Range>& ranges() const { return m_Ranges; }
+
+ private:
+  struct Sortable {
+    double depth;
+    std::size_t batch;
+    Range range;
+  };
+
+  void collect(const SceneElement& element, const math::Matrix4& parent, Layer inherited, const ViewQuery& query);
+  void add(const Geometry& geometry, const math::Matrix4& modelView, const ViewQuery& query);
+  void addRange(std::size_t firstRange, const Range& range);
+
+  std::vector<Batch> m_Opaque, m_Transparent, m_Unsorted;
+  std::vector<Sortable> m_Sortables;  // clusters of the batches in m_Unsorted
+  std::vector<Range> m_Ranges;
+  int m_Margin = 0;
+};
+
+/// Pixels by which an area must be extended for points or lines of that width.
+int marginFor(float width);
+/// The projection that shows `margin` pixels more on each side of a view, with pixels where they were.
+math::Matrix4 extended(const math::Matrix4& projection, int width, int height, int margin);
+
+}  // namespace nubo::scene

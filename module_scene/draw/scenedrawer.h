@@ -1,0 +1,62 @@
+// Draws a scene into the current OpenGL context.
+#pragma once
+
+#include <QColor>
+#include <memory>
+
+#include "module_scene/graph/scene.h"
+
+namespace nubo::scene {
+
+/// One drawer serves one context at a time, on the thread on which that is current. The caller binds
+/// its framebuffer, clears it, sets the projection matrix and LIGHT0, and holds the scene's lock.
+class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
+ public:
+  /// Near and far clipping distances in the scaled space that ScenePanel's transform leads to, where
+  /// the whole model has a radius of 1.
+  static const double ZNEAR;
+  static const double ZFAR;
+
+  explicit SceneDrawer(const util::YPointer<Scene>& scene);
+  ~SceneDrawer();
+  SceneDrawer(const SceneDrawer&) = delete;
+  SceneDrawer& operator=(const SceneDrawer&) = delete;
+
+  /// Size in pixels of the area drawn into: the whole framebuffer. Sets the viewport.
+  void resize(int width, int height);
+  QColor getBackgroundColor() const;
+
+  /// Draws `root` (and `second`, if any) under `transform`, which leads from the scene to eye space.
+  /// `detail` 0.0 draws everything; larger values may leave out what is smaller than that many pixels.
+  /// `layers` and `kinds` are sets of Layer and Kind bits.
+  ///
+  /// Edges are smoothed with the viewer's number of samples. A picture (no layers beyond 3) keeps an edge
+  /// pixel's own colour and carries coverage in alpha, so that it composes over any background; with
+  /// overlay layers edges blend into the background colour. The framebuffer's depth is not kept.
+  /// Points and lines, which have a width, are drawn whole where they only reach into the area.
+  void glDraw(const util::YPointer<SceneElement>& root, const util::YPointer<SceneElement>& second,
+              const math::Matrix4& transform, double detail, int layers, int kinds);
+
+  /// Begins to draw all of `root` as glDraw would. drawPart() does it, with the same context, matrices and framebuffer,
+  /// for as long as the scene is found unchanged (Scene::changeCount()); its lock may be given up in between.
+  void beginParts(const util::YPointer<SceneElement>& root, const math::Matrix4& transform, int layers, int kinds);
+  /// Draws on for about so long. False: the drawing is complete, and is now in the framebuffer.
+  [[nodiscard]] bool drawPart(double milliseconds);
+
+  /// Copies what is drawn of `root` to OpenGL's memory, so that the first drawing does not have to. Any thread with a
+  /// current context that shares with the viewer's.
+  static void upload(const SceneElement& root);
+
+  /// Height of the view in which the widths of points and lines are in pixels: in a larger picture of it they are as
+  /// much larger, as far as OpenGL can draw them. 0: they are in pixels of any picture. That of the viewer's active
+  /// panel when the drawer was made.
+  void setViewHeight(int pixels);
+  /// Samples per pixel for edge smoothing, 0 for none; the viewer's setting when the drawer was made.
+  void setSamples(int samples);
+
+ private:
+  struct Private;
+  std::unique_ptr<Private> d;
+};
+
+}  // namespace nubo::scene

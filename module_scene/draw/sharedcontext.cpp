@@ -1,0 +1,66 @@
+#include "module_scene/draw/sharedcontext.h"
+
+#include <private/qopenglcontext_p.h>
+
+#include <QOffscreenSurface>
+#include <QOpenGLFramebufferObject>
+
+#include "kernel/log/logger.h"
+#include "module_scene/gui/viewer.h"
+
+namespace nubo::scene {
+
+namespace {
+
+void logFailure(int line, const char* message) {
+  log::Logger::getInstance()->log(log::Failure, __FILE__, line, "nubo::scene::SharedContext::SharedContext", nullptr,
+                                  "%s", message);
+}
+
+// What fixed-function drawing needs, for this context, for panels and for contexts that modules make.
+QSurfaceFormat drawingFormat() {
+  QSurfaceFormat format = QSurfaceFormat::defaultFormat();
+  format.setDepthBufferSize(24);
+  format.setStencilBufferSize(8);
+  format.setProfile(QSurfaceFormat::CompatibilityProfile);
+  return format;
+}
+
+}  // namespace
+
+SharedContext::SharedContext() {
+  QSurfaceFormat::setDefaultFormat(drawingFormat());
+  auto context = std::make_unique<QOpenGLContext>();
+  context->setFormat(drawingFormat());
+  context->setShareContext(qt_gl_global_share_context());
+  if (!context->create()) {
+    logFailure(__LINE__, "Could not create an OpenGL context");
+    return;
+  }
+  mp_Context = std::move(context);
+  mp_Surface = std::make_unique<QOffscreenSurface>();
+  mp_Surface->setFormat(mp_Context->format());
+  mp_Surface->create();
+  if (mp_Context->makeCurrent(mp_Surface.get())) {
+    m_HasFramebufferObjects = QOpenGLFramebufferObject::hasOpenGLFramebufferObjects();
+    if (!mp_Context->getProcAddress("glDrawRangeElementsBaseVertex"))
+      logFailure(__LINE__, "This OpenGL cannot draw scenes, version 3.2 or newer is needed");
+    mp_Context->doneCurrent();
+  }
+  // Widgets share with the context that Qt knows as the global one.
+  if (!qt_gl_global_share_context()) qt_gl_set_global_share_context(mp_Context.get());
+}
+
+SharedContext::~SharedContext() {
+  if (!mp_Context) return;
+  if (qt_gl_global_share_context() == mp_Context.get()) qt_gl_set_global_share_context(nullptr);
+  // Becoming current lets Qt delete what the scene's objects left behind.
+  if (mp_Context->makeCurrent(mp_Surface.get())) mp_Context->doneCurrent();
+}
+
+SharedContext* _GlobalContext() {
+  gui::Viewer* viewer = gui::Viewer::getInstance();
+  return viewer ? viewer->getSharedContext() : nullptr;
+}
+
+}  // namespace nubo::scene

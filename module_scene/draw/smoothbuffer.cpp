@@ -1,0 +1,178 @@
+#include "module_scene/draw/smoothbuffer.h"
+
+#include <QOpenGLExtraFunctions>
+#include <algorithm>
+
+#include "kernel/log/logger.h"
+
+namespace nubo::scene {
+
+namespace {
+
+const char* const VertexShader = R"(#version 120
+void main() { gl_Position = gl_Vertex; }
+)";
+
+// Each fragment reads the pixel that lies under it, so nothing is interpolated. The background's alpha says
+// whether edges blend into it.
+const char* const FragmentShader = R"(#version 120
+uniform sampler2D source;
+uniform vec2 offset;
+uniform vec2 scale;
+uniform vec4 background;
+void main() {
+  vec4 pixel = texture2D(source, (gl_FragCoord.xy + offset) * scale);
+  if (pixel.a == 0.0) discard;
+  vec3 color = background.a > 0.0 ? pixel.rgb + (1.0 - pixel.a) * background.rgb : pixel.rgb / pixel.a;
+  gl_FragColor = vec4(color, pixel.a);
+}
+)";
+
+QOpenGLExtraFunctions* functions() { return QOpenGLContext::currentContext()->extraFunctions(); }
+
+GLuint compile(GLenum type, const char* source) {
+  QOpenGLFunctions* gl = functions();
+  const GLuint shader = gl->glCreateShader(type);
+  gl->glShaderSource(shader, 1, &source, nullptr);
+  gl->glCompileShader(shader);
+  return shader;
+}
+
+int boundedSamples(int samples) {
+  GLint limit = 0;
+  glGetIntegerv(GL_MAX_SAMPLES, &limit);
+  return std::clamp(samples, 0, int(limit));
+}
+
+SharedName makeRenderbuffer(int samples, GLenum format, int width, int height) {
+  SharedName result = SharedName::renderbuffer();
+  functions()->glBindRenderbuffer(GL_RENDERBUFFER, result.name());
+  functions()->glRenderbufferStorageMultisample(GL_RENDERBUFFER, samples, format, width, height);
+  return result;
+}
+
+SharedName makeTexture(int width, int height) {
+  SharedName result = SharedName::texture();
+  functions()->glBindTexture(GL_TEXTURE_2D, result.name());
+  glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+  glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+  glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+  return result;
+}
+
+}  // namespace
+
+SmoothBuffer::Framebuffer::Framebuffer() { functions()->glGenFramebuffers(1, &m_Name); }
+SmoothBuffer::Framebuffer::~Framebuffer() { functions()->glDeleteFramebuffers(1, &m_Name); }
+
+bool SmoothBuffer::begin(int width, int height, int margin, int samples) {
+  m_Width = width;
+  m_Height = height;
+  m_Margin = margin;
+  reserve(width + 2 * margin, height + 2 * margin, boundedSamples(samples));
+  if (!createProgram() || !attach()) {
+    suspend();
+    return false;
+  }
+  glViewport(0, 0, width + 2 * margin, height + 2 * margin);
+  // Only the part in use is cleared.
+  glEnable(GL_SCISSOR_TEST);
+  glScissor(0, 0, width + 2 * margin, height + 2 * margin);
+  glClearColor(0, 0, 0, 0);
+  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+  glDisable(GL_SCISSOR_TEST);
+  return true;
+}
+
+void SmoothBuffer::suspend() {
+  m_SamplewiseFramebuffer.reset();
+  m_ResolvedFramebuffer.reset();
+}
+
+void SmoothBuffer::resume() {
+  attach();
+  glViewport(0, 0, m_Width + 2 * m_Margin, m_Height + 2 * m_Margin);
+}
+
+void SmoothBuffer::reserve(int width, int height, int samples) {
+  const bool usable = m_Resolved.isUsable() && m_Depth.isUsable() && samples == m_Samples;
+  if (usable && width <= m_Capacity[0] && height <= m_Capacity[1]) return;
+  if (usable) {
+    width = std::max(width, m_Capacity[0]);
+    height = std::max(height, m_Capacity[1]);
+  }
+  GLint bound = 0;
+  glGetIntegerv(GL_RENDERBUFFER_BINDING, &bound);
+  m_Resolved = makeTexture(width, height);
+  m_Samplewise = samples ? makeRenderbuffer(samples, GL_RGBA8, width, height) : SharedName();
+  m_Depth = makeRenderbuffer(samples, GL_DEPTH24_STENCIL8, width, height);
+  functions()->glBindRenderbuffer(GL_RENDERBUFFER, GLuint(bound));
+  m_Capacity = {width, height};
+  m_Samples = samples;
+}
+
+bool SmoothBuffer::attach() {
+  QOpenGLExtraFunctions* gl = functions();
+  m_ResolvedFramebuffer.emplace();
+  gl->glBindFramebuffer(GL_FRAMEBUFFER, m_ResolvedFramebuffer->name());
+  gl->glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, m_Resolved.name(), 0);
+  if (m_Samples) {
+    m_SamplewiseFramebuffer.emplace();
+    gl->glBindFramebuffer(GL_FRAMEBUFFER, m_SamplewiseFramebuffer->name());
+    gl->glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, m_Samplewise.name());
+  }
+  gl->glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, m_Depth.name());
+  return gl->glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+}
+
+bool SmoothBuffer::createProgram() {
+  if (m_Program.isUsable()) return true;
+  QOpenGLFunctions* gl = functions();
+  m_Program = SharedName(gl->glCreateProgram(), [](QOpenGLFunctions* f, GLuint id) { f->glDeleteProgram(id); });
+  for (const GLuint shader : {compile(GL_VERTEX_SHADER, VertexShader), compile(GL_FRAGMENT_SHADER, FragmentShader)}) {
+    gl->glAttachShader(m_Program.name(), shader);
+    gl->glDeleteShader(shader);  // goes with the program
+  }
+  gl->glLinkProgram(m_Program.name());
+  GLint linked = GL_FALSE;
+  gl->glGetProgramiv(m_Program.name(), GL_LINK_STATUS, &linked);
+  if (!linked) {
+    m_Program.reset();
+    return false;
+  }
+  m_OffsetLocation = gl->glGetUniformLocation(m_Program.name(), "offset");
+  m_ScaleLocation = gl->glGetUniformLocation(m_Program.name(), "scale");
+  m_BackgroundLocation = gl->glGetUniformLocation(m_Program.name(), "background");
+  return true;
+}
+
+void SmoothBuffer::finish(GLuint framebuffer, const QColor& background, Edges edges, int first, int rows) {
+  QOpenGLExtraFunctions* gl = functions();
+  const int end = std::min(first + rows, m_Height);
+  if (m_Samples) {
+    const int left = m_Margin, right = m_Margin + m_Width, bottom = m_Margin + first, top = m_Margin + end;
+    gl->glBindFramebuffer(GL_READ_FRAMEBUFFER, m_SamplewiseFramebuffer->name());
+    gl->glBindFramebuffer(GL_DRAW_FRAMEBUFFER, m_ResolvedFramebuffer->name());
+    gl->glBlitFramebuffer(left, bottom, right, top, left, bottom, right, top, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+  }
+  gl->glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+  suspend();
+
+  glViewport(0, 0, m_Width, m_Height);
+  glEnable(GL_SCISSOR_TEST);
+  glScissor(0, first, m_Width, end - first);
+  glDisable(GL_DEPTH_TEST);
+  glDisable(GL_BLEND);
+  glDisable(GL_CULL_FACE);
+  glDisable(GL_LIGHTING);
+  gl->glActiveTexture(GL_TEXTURE0);
+  gl->glBindTexture(GL_TEXTURE_2D, m_Resolved.name());
+  gl->glUseProgram(m_Program.name());
+  gl->glUniform2f(m_OffsetLocation, GLfloat(m_Margin), GLfloat(m_Margin));
+  gl->glUniform2f(m_ScaleLocation, 1.0f / GLfloat(m_Capacity[0]), 1.0f / GLfloat(m_Capacity[1]));
+  gl->glUniform4f(m_BackgroundLocation, GLfloat(background.redF()), GLfloat(background.greenF()),
+                  GLfloat(background.blueF()), edges == Edges::Blend ? 1.0f : 0.0f);
+  glRectf(-1, -1, 1, 1);
+}
+
+}  // namespace nubo::scene

@@ -1,0 +1,69 @@
+// Where a drawer draws what must be finished before its caller may have it.
+#pragma once
+
+#include <QColor>
+#include <array>
+#include <optional>
+
+#include "module_scene/draw/sharedname.h"
+
+namespace nubo::scene {
+
+/// An off-screen buffer with premultiplied colours, cleared to nothing, that is larger than the area to
+/// be drawn by a margin on each side and may hold several samples per pixel. finish() brings its inner
+/// part into the caller's framebuffer. Keeps its memory, which fits all areas up to the largest so far.
+///
+/// Used with one context at a time, between begin() and finish() with the same; may be destroyed without
+/// one.
+class SmoothBuffer {
+ public:
+  /// How finish() treats pixels that are not fully covered.
+  enum class Edges {
+    KeepColor,  ///< the object's own colour; untouched where there is nothing
+    Blend       ///< over the background colour
+  };
+
+  /// Binds a cleared buffer and sets the viewport to `width` x `height` pixels with `margin` more on each
+  /// side. `samples` is bounded by what OpenGL can do. False if OpenGL cannot: the framebuffer that was bound
+  /// must then be bound anew.
+  [[nodiscard]] bool begin(int width, int height, int margin, int samples);
+  /// To be called before another context may become current, or none, between begin() and finish().
+  void suspend();
+  /// Binds the buffer again, as begin() and the drawing since then left it.
+  void resume();
+  /// Writes `rows` rows of colours with straight alpha into `framebuffer`, which is bound afterwards, from the row
+  /// `first` on, counted from below; those beyond the area are left out. Changes attributes, matrices and the program.
+  /// For more rows resume() comes first.
+  void finish(GLuint framebuffer, const QColor& background, Edges edges, int first, int rows);
+
+ private:
+  /// Framebuffers belong to one context, so one lives only while that is sure to be current.
+  class Framebuffer {
+   public:
+    Framebuffer();
+    ~Framebuffer();
+    Framebuffer(const Framebuffer&) = delete;
+    Framebuffer& operator=(const Framebuffer&) = delete;
+    GLuint name() const { return m_Name; }
+
+   private:
+    GLuint m_Name = 0;
+  };
+
+  void reserve(int width, int height, int samples);
+  [[nodiscard]] bool createProgram();
+  bool attach();
+
+  std::array<int, 2> m_Capacity{0, 0};
+  int m_Samples = 0;
+  SharedName m_Resolved;    // texture: one colour per pixel
+  SharedName m_Samplewise;  // renderbuffer: all samples' colours, if there are several
+  SharedName m_Depth;       // renderbuffer
+  SharedName m_Program;
+  GLint m_OffsetLocation = 0, m_ScaleLocation = 0, m_BackgroundLocation = 0;
+
+  int m_Width = 0, m_Height = 0, m_Margin = 0;
+  std::optional<Framebuffer> m_ResolvedFramebuffer, m_SamplewiseFramebuffer;
+};
+
+}  // namespace nubo::scene

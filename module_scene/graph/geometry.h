@@ -1,0 +1,81 @@
+// What elements are made of: faces, lines or points.
+#pragma once
+
+#include <QMutex>
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "module_scene/graph/boundingbox.h"
+#include "module_scene/graph/material.h"
+
+namespace nubo::scene {
+
+class GeometryBuffer;
+
+/// Kinds of geometry, as bits of SceneDrawer::glDraw's last argument.
+enum Kind { KindPoints = 1, KindLines = 2, KindFaces = 4 };
+
+/// A run of indices that lie close together, culled and drawn as one.
+struct Cluster {
+  std::uint32_t first = 0;  ///< into Geometry::indices
+  std::uint32_t count = 0;
+  /// The vertices that its indices name. They are its own: those on the border to another are there for both, which
+  /// costs a tenth or two more of them and lets OpenGL take them in order, each once.
+  std::uint32_t firstVertex = 0, vertexCount = 0;
+  std::array<float, 3> min{};
+  std::array<float, 3> max{};
+  /// Bounds the directions that the faces look in, for closed geometries: an axis of length 1 and the
+  /// cosine of the greatest angle between it and any face's own (not smoothed) normal, counter-clockwise
+  /// being the front. -2: not known, the cluster is never skipped for facing away.
+  std::array<float, 4> cone{0, 0, 0, -2};
+};
+
+/// A geometry with vertices that share a cell of a grid made one.
+struct CoarseVersion {
+  double cell = 0;                   ///< the grid's, in the geometry's own units
+  std::vector<std::uint32_t> first;  ///< per cluster, and one more: into Geometry::coarseIndices
+};
+
+/// Indexed vertices of one kind with one material. Filled once, finished with prepare(), and not
+/// changed after it became part of a scene; may be shared by elements.
+struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
+  Kind kind = KindFaces;
+  std::vector<float> positions;        ///< x y z per vertex
+  std::vector<float> normals;          ///< x y z per vertex, or empty
+  std::vector<std::uint8_t> colors;    ///< r g b a per vertex, or empty: the material's diffuse colour
+  std::vector<float> texCoords;        ///< u v per vertex, or empty
+  std::vector<std::uint32_t> indices;  ///< 3 per face, 2 per line, 1 per point
+  float width = 1.0f;                  ///< pixels: size of points, width of lines
+  util::YPointer<Material> material;   ///< null: the default material
+
+  // Made by prepare():
+  std::vector<Cluster> clusters;
+  BoundingBox box;
+  /// x y z of the vertices that decide how much room a geometry of many takes in a view; empty: all do.
+  std::vector<float> outline;
+  bool transparent = false;
+  /// Faces only: opaque, and each edge belongs to exactly two faces that pass it in opposite directions
+  /// (degenerate faces apart), all counter-clockwise seen from outside, so that back faces cannot be seen.
+  bool closed = false;
+
+  // Made by makeCoarseVersions(), for the view in motion:
+  std::vector<CoarseVersion> coarseVersions;  ///< the coarsest last; empty: there is only the whole
+  std::vector<std::uint32_t> coarseIndices;   ///< of all coarse versions
+
+  Geometry();  // these two are in buffercache.cpp, which knows GeometryBuffer
+  ~Geometry() override;
+  std::size_t vertexCount() const { return positions.size() / 3; }
+  std::size_t primitiveCount() const { return indices.size() / (kind == KindFaces ? 3 : kind == KindLines ? 2 : 1); }
+
+  /// Joins equal vertices, computes smooth normals for faces that lack them, sorts the primitives into
+  /// spatial clusters with vertices of their own and sets the box. Indices out of range must not occur.
+  void prepare();
+
+ private:
+  friend class BufferCache;
+  mutable QMutex m_BufferMutex;                     ///< guards m_Buffer, also while it is made
+  mutable util::YPointer<GeometryBuffer> m_Buffer;  ///< OpenGL's copy, see BufferCache
+};
+
+}  // namespace nubo::scene

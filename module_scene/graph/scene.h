@@ -1,0 +1,81 @@
+// The scene and the locks that keep it still.
+#pragma once
+
+#include <QColor>
+#include <memory>
+
+#include "module_scene/graph/sceneelement.h"
+
+namespace nubo::scene {
+
+/// What a lock keeps still, as bits.
+enum LOCKTYPE { LockStructure = 1, LockTransforms = 2, LockData = 4, LockAll = 7 };
+
+/// A tree of elements with a background. Locks keep changes out, not other readers: any number of
+/// threads may hold one at a time, and a thread may hold several.
+///
+/// Locks and changes are granted in the order in which they were asked for, so that neither starves the
+/// other. Two kinds of thread wait for changes in progress only, not for those that still wait: one that
+/// holds a lock of this scene already, and the application thread, on which lock holders may depend.
+class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
+ public:
+  Scene();
+  ~Scene() override;
+
+  /// Null: there is nothing to draw. Any thread, with or without a lock.
+  util::YPointer<SceneElement> getRootNode() const;
+  /// A change of structure of its own: waits for locks like SceneChange.
+  void setRootNode(const util::YPointer<SceneElement>& root);
+  QColor getBackgroundColor() const;
+  /// A change of data of its own: waits for locks like SceneChange.
+  void setBackgroundColor(const QColor& color);
+
+  /// Keeps everything still until the matching unlock() on the same thread; waits for a change in
+  /// progress to end.
+  void lock() { lock(LockAll); }
+  void unlock() { unlock(LockAll); }
+  void lock(LOCKTYPE type);
+  void unlock(LOCKTYPE type);
+  /// How many changes there have been: while it is the same, nothing has changed. Any thread.
+  std::uint64_t changeCount() const;
+
+ private:
+  friend class SceneChange;
+  void beginChange(LOCKTYPE type);
+  void endChange(LOCKTYPE type);
+  struct Private;
+  std::unique_ptr<Private> d;
+};
+
+/// Holds a lock from construction until unlock() or destruction, on one thread. Without a scene it does nothing.
+class NUBO_MODULE_SCENE_EXPORT SceneLocker {
+ public:
+  SceneLocker(const util::YPointer<Scene>& scene, LOCKTYPE type);
+  ~SceneLocker();
+  SceneLocker(const SceneLocker&) = delete;
+  SceneLocker& operator=(const SceneLocker&) = delete;
+  void unlock();
+
+ private:
+  util::YPointer<Scene> m_Scene;
+  LOCKTYPE m_Type;
+};
+
+/// The right to change what `type` names, from construction to destruction; waits until no other
+/// thread holds a lock on any of it. The thread must not hold a lock of the scene itself.
+class NUBO_MODULE_SCENE_EXPORT SceneChange {
+ public:
+  SceneChange(const util::YPointer<Scene>& scene, LOCKTYPE type);
+  ~SceneChange();
+  SceneChange(const SceneChange&) = delete;
+  SceneChange& operator=(const SceneChange&) = delete;
+
+ private:
+  util::YPointer<Scene> m_Scene;
+  LOCKTYPE m_Type;
+};
+
+/// The scene that the program shows: the viewer's global scene (null before there is a viewer).
+NUBO_MODULE_SCENE_EXPORT util::YPointer<Scene> _GlobalScene();
+
+}  // namespace nubo::scene

@@ -1,0 +1,266 @@
+#include "module_scene/graph/geometry.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "module_scene/mesh/clustering.h"
+#include "module_scene/mesh/outline.h"
+#include "module_scene/mesh/positionitems.h"
+#include "module_scene/mesh/surface.h"
+
+namespace nubo::scene {
+namespace {
+
+int cornersOf(Kind kind) { return kind == KindFaces ? 3 : kind == KindLines ? 2 : 1; }
+
+/// All that makes a vertex, for joining those that are the same bit by bit.
+class VertexItems {
+ public:
+  explicit VertexItems(const Geometry& g) : m_Geometry(g) {}
+  const void* address(std::uint32_t i) const { return &m_Geometry.positions[std::size_t(i) * 3]; }
+  bool equal(std::uint32_t a, std::uint32_t b) const {
+    return same(m_Geometry.positions, 3, a, b) && same(m_Geometry.normals, 3, a, b) &&
+           same(m_Geometry.colors, 4, a, b) && same(m_Geometry.texCoords, 2, a, b);
+  }
+  std::uint32_t hash(std::uint32_t i) const {
+    WordHash hash;
+    add(hash, m_Geometry.positions, 3, i);
+    add(hash, m_Geometry.normals, 3, i);
+    add(hash, m_Geometry.colors, 4, i);
+    add(hash, m_Geometry.texCoords, 2, i);
+    return hash.value();
+  }
+
+ private:
+  template <class T>
+  static bool same(const std::vector<T>& values, int each, std::uint32_t a, std::uint32_t b) {
+    return values.empty() ||
+           std::memcmp(&values[std::size_t(a) * each], &values[std::size_t(b) * each], sizeof(T) * each) == 0;
+  }
+  template <class T>
+  static void add(WordHash& hash, const std::vector<T>& values, int each, std::uint32_t i) {
+    if (values.empty()) return;
+    for (std::size_t byte = 0; byte < sizeof(T) * each; byte += 4) {
+      std::uint32_t word;
+      std::memcpy(&word, reinterpret_cast<const char*>(&values[std::size_t(i) * each]) + byte, 4);
+      hash.add(word);
+    }
+  }
+
+  const Geometry& m_Geometry;
+};
+
+/// Makes the negative zeros positive, which are the same place but not the same bits.
+void unifyZeros(std::vector<float>& values) {
+  for (float& value : values) value += 0.0f;
+}
+
+/// Leaves out what cannot be drawn: primitives with a coordinate that is no number, and faces two of
+/// whose corners are in the same place.
+void dropUndrawable(Geometry& g) {
+  const int corners = cornersOf(g.kind);
+  const auto drawable = [&](const std::uint32_t* corner) {
+    const float* at[3] = {};
+    for (int k = 0; k < corners; ++k) {
+      at[k] = &g.positions[std::size_t(corner[k]) * 3];
+      if (!std::isfinite(at[k][0]) || !std::isfinite(at[k][1]) || !std::isfinite(at[k][2])) return false;
+    }
+    return corners < 3 || (!std::equal(at[0], at[0] + 3, at[1]) && !std::equal(at[1], at[1] + 3, at[2]) &&
+                           !std::equal(at[2], at[2] + 3, at[0]));
+  };
+  g.indices.resize(g.indices.size() / corners * corners);
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < g.indices.size(); i += corners) {
+    if (!drawable(&g.indices[i])) continue;
+    std::copy_n(g.indices.begin() + i, corners, g.indices.begin() + kept);
+    kept += corners;
+  }
+  g.indices.resize(kept);
+}
+
+/// Gives vertices whose normal has no direction the mean of their faces.
+void repairNormals(Geometry& g) {
+  if (g.normals.empty()) return;
+  const auto broken = [&](std::uint32_t v) {
+    const float* n = &g.normals[std::size_t(v) * 3];
+    const float length = n[0] * n[0] + n[1] * n[1] + n[2] * n[2];
+    return !(length > 0) || !std::isfinite(length);
+  };
+  std::vector<bool> repaired(g.vertexCount());
+  for (std::uint32_t v = 0; v < repaired.size(); ++v) {
+    repaired[v] = broken(v);
+    if (repaired[v]) std::fill_n(&g.normals[std::size_t(v) * 3], 3, 0.0f);
+  }
+  if (g.kind != KindFaces || std::find(repaired.begin(), repaired.end(), true) == repaired.end()) return;
+  for (std::size_t i = 0; i < g.indices.size(); i += 3) {
+    math::Vector3 p[3];
+    for (int k = 0; k < 3; ++k) std::copy_n(&g.positions[std::size_t(g.indices[i + k]) * 3], 3, p[k].begin());
+    const math::Vector3 n = normalized(cross(difference(p[1], p[0]), difference(p[2], p[0])));
+    for (int k = 0; k < 3; ++k)
+      for (int axis = 0; axis < 3 && repaired[g.indices[i + k]]; ++axis)
+        g.normals[std::size_t(g.indices[i + k]) * 3 + axis] += float(n[axis]);
+  }
+  for (std::uint32_t v = 0; v < repaired.size(); ++v)
+    if (broken(v)) g.normals[std::size_t(v) * 3 + 2] = 1.0f;
+}
+
+template <class T>
+void pick(std::vector<T>& values, int each, const std::vector<std::uint32_t>& sources) {
+  if (values.empty()) return;
+  std::vector<T> picked(sources.size() * each);
+  parallelRanges(sources.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
+    for (std::size_t v = begin; v < end; ++v)
+      std::copy_n(values.begin() + std::size_t(sources[v]) * each, each, picked.begin() + v * each);
+  });
+  values.swap(picked);
+}
+
+/// Makes the vertices those of `sources`; normals are left to the caller.
+void pickVertices(Geometry& g, const std::vector<std::uint32_t>& sources) {
+  pick(g.positions, 3, sources);
+  pick(g.colors, 4, sources);
+  pick(g.texCoords, 2, sources);
+}
+
+/// Puts the vertices in the order in which the indices first use them, equal ones once and unused ones not
+/// at all.
+void joinVertices(Geometry& g) {
+  constexpr std::uint32_t None = 0xFFFFFFFFu;
+  const std::vector<std::uint32_t> representatives = findRepresentatives(g.vertexCount(), VertexItems(g));
+  std::vector<std::uint32_t> numbers(g.vertexCount(), None), sources;
+  sources.reserve(g.vertexCount());
+  for (std::uint32_t& index : g.indices) {
+    const std::uint32_t source = representatives[index];
+    if (numbers[source] == None) {
+      numbers[source] = std::uint32_t(sources.size());
+      sources.push_back(source);
+    }
+    index = numbers[source];
+  }
+  pickVertices(g, sources);
+  pick(g.normals, 3, sources);
+}
+
+/// Gives each cluster vertices of its own, in the order in which its indices use them.
+void separateClusters(Geometry& g) {
+  std::vector<std::uint32_t> numbers(g.vertexCount()), sources;
+  sources.reserve(g.vertexCount() + g.vertexCount() / 4);
+  for (Cluster& cluster : g.clusters) {
+    cluster.firstVertex = std::uint32_t(sources.size());
+    for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; ++i) {
+      const std::uint32_t source = g.indices[i];
+      // What another cluster numbered, or nobody yet.
+      if (numbers[source] <= cluster.firstVertex) {
+        sources.push_back(source);
+        numbers[source] = std::uint32_t(sources.size());
+      }
+      g.indices[i] = numbers[source] - 1;
+    }
+    cluster.vertexCount = std::uint32_t(sources.size()) - cluster.firstVertex;
+  }
+  pickVertices(g, sources);
+  pick(g.normals, 3, sources);
+}
+
+/// Sorts the indices into clusters, with their boxes.
+void makeClusters(Geometry& g) {
+  const int corners = cornersOf(g.kind);
+  const Clustering clustering = clusterPrimitives(g.positions, g.indices, corners);
+  std::vector<std::uint32_t> sorted(g.indices.size());
+  parallelRanges(clustering.order.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
+    for (std::size_t i = begin; i < end; ++i)
+      std::copy_n(&g.indices[std::size_t(clustering.order[i]) * corners], corners, &sorted[i * corners]);
+  });
+  g.indices.swap(sorted);
+
+  std::uint32_t first = 0;
+  for (const std::uint32_t end : clustering.ends) {
+    Cluster cluster;
+    cluster.first = first * corners;
+    cluster.count = (end - first) * corners;
+    cluster.min.fill(std::numeric_limits<float>::infinity());
+    cluster.max.fill(-std::numeric_limits<float>::infinity());
+    for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; ++i)
+      for (int axis = 0; axis < 3; ++axis) {
+        const float value = g.positions[std::size_t(g.indices[i]) * 3 + axis];
+        cluster.min[axis] = std::min(cluster.min[axis], value);
+        cluster.max[axis] = std::max(cluster.max[axis], value);
+      }
+    g.box.add(math::Vector3{cluster.min[0], cluster.min[1], cluster.min[2]});
+    g.box.add(math::Vector3{cluster.max[0], cluster.max[1], cluster.max[2]});
+    g.clusters.push_back(cluster);
+    first = end;
+  }
+}
+
+std::array<float, 4> normalCone(const Geometry& g, const Cluster& cluster) {
+  std::vector<math::Vector3> normals;
+  math::Vector3 axis{0, 0, 0};
+  for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; i += 3) {
+    math::Vector3 p[3];
+    for (int k = 0; k < 3; ++k) std::copy_n(&g.positions[std::size_t(g.indices[i + k]) * 3], 3, p[k].begin());
+    const math::Vector3 n = normalized(cross(difference(p[1], p[0]), difference(p[2], p[0])));
+    if (n == math::Vector3{0, 0, 0}) continue;
+    normals.push_back(n);
+    for (int k = 0; k < 3; ++k) axis[k] += n[k];
+  }
+  axis = normalized(axis);
+  if (axis == math::Vector3{0, 0, 0}) return Cluster().cone;
+  double cosine = 1;
+  for (const math::Vector3& n : normals) cosine = std::min(cosine, dot(n, axis));
+  constexpr double RoundingMargin = 1e-5;
+  return {float(axis[0]), float(axis[1]), float(axis[2]), float(cosine - RoundingMargin)};
+}
+
+void setCones(Geometry& g) {
+  parallelRanges(g.indices.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
+    for (Cluster& cluster : g.clusters)
+      if (cluster.first >= begin && cluster.first < end) cluster.cone = normalCone(g, cluster);
+  });
+}
+
+void setNormals(Geometry& g, const Surface& surface) {
+  std::vector<std::uint32_t> indices, sources;
+  const std::vector<SmoothVertex> vertices = surface.smooth(indices);
+  sources.reserve(vertices.size());
+  g.normals.reserve(vertices.size() * 3);
+  for (const SmoothVertex& vertex : vertices) {
+    sources.push_back(vertex.source);
+    g.normals.insert(g.normals.end(), vertex.normal.begin(), vertex.normal.end());
+  }
+  pickVertices(g, sources);
+  g.indices.swap(indices);
+}
+
+void prepareFaces(Geometry& g) {
+  if (g.indices.empty()) return;
+  const Surface surface(g.positions, g.indices, g.normals.empty() && g.colors.empty() && g.texCoords.empty());
+  g.closed = !g.transparent && surface.isClosed();
+  if (g.normals.empty()) setNormals(g, surface);
+  if (g.closed) setCones(g);
+}
+
+bool isTransparent(const Geometry& g) {
+  if (g.material && g.material->texture && g.material->texture->isTransparent()) return true;
+  for (std::size_t i = 3; i < g.colors.size(); i += 4)
+    if (g.colors[i] < 255) return true;
+  return g.colors.empty() && g.material && g.material->isTransparent();
+}
+
+}  // namespace
+
+void Geometry::prepare() {
+  unifyZeros(positions);
+  dropUndrawable(*this);
+  unifyZeros(normals);
+  repairNormals(*this);
+  makeClusters(*this);
+  joinVertices(*this);
+  transparent = isTransparent(*this);
+  if (kind == KindFaces) prepareFaces(*this);
+  separateClusters(*this);
+  constexpr std::size_t Many = 20000;
+  if (vertexCount() > Many) outline = outlineOf(positions, clusters);
+}
+
+}  // namespace nubo::scene

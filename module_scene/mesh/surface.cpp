@@ -1,0 +1,253 @@
+#include "module_scene/mesh/surface.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "module_scene/mesh/positionitems.h"
+
+namespace nubo::scene {
+namespace {
+
+const double CreaseCosine = std::cos(40 * std::acos(-1.0) / 180);
+
+std::uint32_t nextCorner(std::uint32_t corner) { return corner % 3 == 2 ? corner - 2 : corner + 1; }
+std::uint32_t previousCorner(std::uint32_t corner) { return corner % 3 == 0 ? corner + 2 : corner - 1; }
+
+/// Sets that are united by several threads at a time; the lowest member stands for its set.
+class DisjointSets {
+ public:
+  explicit DisjointSets(std::size_t count) : m_Parents(new std::atomic<std::uint32_t>[count]) {
+    for (std::size_t i = 0; i < count; ++i) m_Parents[i].store(std::uint32_t(i), std::memory_order_relaxed);
+  }
+  std::uint32_t find(std::uint32_t x) {
+    for (;;) {
+      std::uint32_t parent = m_Parents[x].load(std::memory_order_relaxed);
+      if (parent == x) return x;
+      const std::uint32_t above = m_Parents[parent].load(std::memory_order_relaxed);
+      if (above == parent) return parent;
+      m_Parents[x].compare_exchange_weak(parent, above, std::memory_order_relaxed);
+      x = above;
+    }
+  }
+  void unite(std::uint32_t a, std::uint32_t b) {
+    while ((a = find(a)) != (b = find(b))) {
+      if (a < b) std::swap(a, b);
+      std::uint32_t root = a;
+      if (m_Parents[a].compare_exchange_strong(root, b, std::memory_order_relaxed)) return;
+    }
+  }
+
+ private:
+  const std::unique_ptr<std::atomic<std::uint32_t>[]> m_Parents;
+};
+
+/// Divides the corners at one point into groups with a common normal.
+class CornerGroups {
+ public:
+  struct Corner {
+    std::uint32_t index, next, previous;  ///< the corner, and the points at the other ends of its edges
+    math::Vector3 normal;                 ///< of the face, length 1 (or 0)
+    math::Vector3 weighted;
+  };
+
+  void clear() { m_Corners.clear(); }
+  void add(std::uint32_t index, std::uint32_t next, std::uint32_t previous, const math::Vector3& toNext,
+           const math::Vector3& toPrevious) {
+    const math::Vector3 n = cross(toNext, toPrevious);
+    const double lengths = dot(toNext, toNext) * dot(toPrevious, toPrevious);
+    Corner corner{index, next, previous, normalized(n), {0, 0, 0}};
+    // Weights by which the normals of a sphere's triangulation come out exactly (N. Max, 1999).
+    if (lengths > 0) corner.weighted = {n[0] / lengths, n[1] / lengths, n[2] / lengths};
+    m_Corners.push_back(corner);
+  }
+
+  const std::vector<Corner>& corners() const { return m_Corners; }
+  /// Per corner, after group(): a number below groupCount().
+  std::uint32_t groupOf(std::size_t k) const { return m_Groups[k]; }
+  std::array<float, 3> normalOf(std::size_t group) const { return m_Normals[group]; }
+  std::size_t groupCount() const { return m_Normals.size(); }
+
+  void group() {
+    m_Groups.assign(m_Corners.size(), 0);
+    std::uint32_t count = 1;
+    if (!isSmooth()) {
+      linkAcrossSmoothEdges();
+      count = numberGroups();
+    }
+    setNormals(count);
+  }
+
+ private:
+  math::Vector3 mean() const {
+    math::Vector3 sum{0, 0, 0};
+    for (const Corner& c : m_Corners)
+      for (int axis = 0; axis < 3; ++axis) sum[axis] += c.weighted[axis];
+    return normalized(sum);
+  }
+
+  /// The usual case: all faces are so near to their mean that no two of them can be far from each other.
+  bool isSmooth() const {
+    static const double HalfCreaseCosine = std::sqrt((1 + CreaseCosine) / 2);
+    const math::Vector3 m = mean();
+    return std::all_of(m_Corners.begin(), m_Corners.end(),
+                       [&](const Corner& c) { return dot(c.normal, m) >= HalfCreaseCosine; });
+  }
+
+  void linkAcrossSmoothEdges() {
+    m_Edges.clear();
+    for (std::uint32_t k = 0; k < m_Corners.size(); ++k) {
+      m_Groups[k] = k;
+      m_Edges.push_back({m_Corners[k].next, k});
+      m_Edges.push_back({m_Corners[k].previous, k});
+    }
+    std::sort(m_Edges.begin(), m_Edges.end());
+    for (std::size_t e = 1; e < m_Edges.size(); ++e) {
+      const auto [end, k] = m_Edges[e];
+      const auto [otherEnd, other] = m_Edges[e - 1];
+      if (end == otherEnd && dot(m_Corners[k].normal, m_Corners[other].normal) >= CreaseCosine)
+        m_Groups[std::max(find(k), find(other))] = std::min(find(k), find(other));
+    }
+  }
+
+  std::uint32_t find(std::uint32_t k) {
+    while (m_Groups[k] != k) k = m_Groups[k] = m_Groups[m_Groups[k]];
+    return k;
+  }
+
+  std::uint32_t numberGroups() {
+    for (std::uint32_t k = 0; k < m_Corners.size(); ++k) m_Groups[k] = find(k);
+    std::uint32_t count = 0;
+    // A group's first corner stands before the others, so its number is known when theirs are set.
+    m_Numbers.resize(m_Corners.size());
+    for (std::uint32_t k = 0; k < m_Corners.size(); ++k) {
+      if (m_Groups[k] == k) m_Numbers[k] = count++;
+      m_Groups[k] = m_Numbers[m_Groups[k]];
+    }
+    return count;
+  }
+
+  void setNormals(std::uint32_t count) {
+    m_Sums.assign(count, {0, 0, 0});
+    for (std::size_t k = 0; k < m_Corners.size(); ++k)
+      for (int axis = 0; axis < 3; ++axis) m_Sums[m_Groups[k]][axis] += m_Corners[k].weighted[axis];
+    m_Normals.clear();
+    for (const math::Vector3& sum : m_Sums) {
+      math::Vector3 n = normalized(sum);
+      if (n == math::Vector3{0, 0, 0}) n = mean();  // a face without area among others
+      if (n == math::Vector3{0, 0, 0}) n = {0, 0, 1};
+      m_Normals.push_back({float(n[0]), float(n[1]), float(n[2])});
+    }
+  }
+
+  std::vector<Corner> m_Corners;
+  std::vector<std::uint32_t> m_Groups, m_Numbers;
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> m_Edges;
+  std::vector<math::Vector3> m_Sums;
+  std::vector<std::array<float, 3>> m_Normals;
+};
+
+}  // namespace
+
+Surface::Surface(const std::vector<float>& positions, const std::vector<std::uint32_t>& indices, bool distinct)
+    : m_Positions(positions), m_Indices(indices) {
+  const std::size_t vertices = positions.size() / 3;
+  if (!distinct) m_PointOfVertex = findRepresentatives(vertices, PositionItems(positions));
+  m_FirstCorner.assign(vertices + 1, 0);
+  const auto corners = std::uint32_t(indices.size());
+  for (std::uint32_t corner = 0; corner < corners; ++corner) ++m_FirstCorner[pointOf(corner)];
+  std::partial_sum(m_FirstCorner.begin(), m_FirstCorner.end(), m_FirstCorner.begin());
+  m_Corners.resize(corners);
+  // Filled from behind, so that each point's place moves down to where its corners begin.
+  for (std::uint32_t corner = corners; corner-- > 0;) m_Corners[--m_FirstCorner[pointOf(corner)]] = corner;
+}
+
+bool Surface::isClosed() const { return isManifold() && enclosesVolume(); }
+
+bool Surface::isManifold() const {
+  std::atomic<bool> manifold{true};
+  parallelRanges(pointCount(), [&](std::size_t begin, std::size_t end, std::size_t) {
+    std::vector<std::uint32_t> leaving, arriving;
+    for (std::size_t point = begin; point < end && manifold.load(std::memory_order_relaxed); ++point) {
+      leaving.clear();
+      arriving.clear();
+      for (std::uint32_t k = m_FirstCorner[point]; k < m_FirstCorner[point + 1]; ++k) {
+        leaving.push_back(pointOf(nextCorner(m_Corners[k])));
+        arriving.push_back(pointOf(previousCorner(m_Corners[k])));
+      }
+      std::sort(leaving.begin(), leaving.end());
+      std::sort(arriving.begin(), arriving.end());
+      if (leaving != arriving || std::adjacent_find(leaving.begin(), leaving.end()) != leaving.end()) manifold = false;
+    }
+  });
+  return manifold;
+}
+
+bool Surface::enclosesVolume() const {
+  DisjointSets parts(pointCount());
+  parallelRanges(m_Indices.size() / 3, [&](std::size_t begin, std::size_t end, std::size_t) {
+    for (std::size_t face = begin; face < end; ++face) {
+      const auto corner = std::uint32_t(face * 3);
+      parts.unite(pointOf(corner), pointOf(corner + 1));
+      parts.unite(pointOf(corner), pointOf(corner + 2));
+    }
+  });
+  std::vector<double> volumes(pointCount());
+  std::vector<bool> used(pointCount());
+  for (std::uint32_t corner = 0; corner < m_Indices.size(); corner += 3) {
+    const std::uint32_t part = parts.find(pointOf(corner));
+    used[part] = true;
+    // Relative to a point of the part, so that distance from the origin costs no digits.
+    const float* p = &m_Positions[std::size_t(part) * 3];
+    const math::Vector3 origin{p[0], p[1], p[2]};
+    volumes[part] += dot(difference(position(corner), origin),
+                         cross(difference(position(corner + 1), origin), difference(position(corner + 2), origin)));
+  }
+  for (std::size_t part = 0; part < pointCount(); ++part)
+    if (used[part] && !(volumes[part] > 0)) return false;
+  return true;
+}
+
+std::vector<SmoothVertex> Surface::smooth(std::vector<std::uint32_t>& newIndices) const {
+  newIndices.resize(m_Indices.size());
+  std::vector<std::vector<SmoothVertex>> made(rangeCount(pointCount()));
+  parallelRanges(pointCount(), [&](std::size_t begin, std::size_t end, std::size_t range) {
+    std::vector<SmoothVertex> own;
+    own.reserve((end - begin) + (end - begin) / 8);
+    CornerGroups groups;
+    for (std::size_t point = begin; point < end; ++point) {
+      groups.clear();
+      for (std::uint32_t k = m_FirstCorner[point]; k < m_FirstCorner[point + 1]; ++k) {
+        const std::uint32_t corner = m_Corners[k], next = nextCorner(corner), previous = previousCorner(corner);
+        const math::Vector3 here = position(corner);
+        groups.add(corner, pointOf(next), pointOf(previous), difference(position(next), here),
+                   difference(position(previous), here));
+      }
+      if (groups.corners().empty()) continue;
+      groups.group();
+      const std::size_t first = own.size();
+      for (std::size_t k = 0; k < groups.corners().size(); ++k) {
+        const std::uint32_t corner = groups.corners()[k].index;
+        const SmoothVertex vertex{m_Indices[corner], groups.normalOf(groups.groupOf(k))};
+        const auto same = std::find_if(own.begin() + first, own.end(), [&](const SmoothVertex& other) {
+          return other.source == vertex.source && other.normal == vertex.normal;
+        });
+        newIndices[corner] = std::uint32_t(same - own.begin());
+        if (same == own.end()) own.push_back(vertex);
+      }
+    }
+    made[range] = std::move(own);
+  });
+
+  // Ranges of points numbered their vertices from 0; move all but the first range's up.
+  std::vector<SmoothVertex> vertices = std::move(made[0]);
+  for (std::size_t range = 1; range < made.size(); ++range) {
+    const auto offset = std::uint32_t(vertices.size());
+    const std::size_t begin = pointCount() * range / made.size(), end = pointCount() * (range + 1) / made.size();
+    for (std::uint32_t k = m_FirstCorner[begin]; k < m_FirstCorner[end]; ++k) newIndices[m_Corners[k]] += offset;
+    vertices.insert(vertices.end(), made[range].begin(), made[range].end());
+    std::vector<SmoothVertex>().swap(made[range]);
+  }
+  return vertices;
+}
+
+}  // namespace nubo::scene

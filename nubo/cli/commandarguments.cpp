@@ -1,0 +1,218 @@
+#include "nubo/cli/commandarguments.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QSlider>
+#include <QTemporaryFile>
+#include <memory>
+
+#include "kernel/main/command.h"
+#include "kernel/main/parameter.h"
+#include "kernel/main/parameterpanelfactory.h"
+#include "nubo/cli/suggestion.h"
+
+namespace nubo::app {
+
+namespace {
+
+using main::AbstractParameter;
+using main::ParameterSet;
+using TextParameter = main::Parameter<QString>;
+
+const Argument* findArgument(const Arguments& arguments, const QString& name) {
+  for (const Argument& argument : arguments)
+    if (argument.name == name) return &argument;
+  return nullptr;
+}
+
+QStringList optionNames(const ParameterSet& set) {
+  QStringList names;
+  for (const AbstractParameter* parameter : set.parameters()) names << optionName(parameter->getName());
+  return names;
+}
+
+bool namesFile(const AbstractParameter& parameter) {
+  return dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
+}
+
+/// The first set that has all that was given; the first of all where none has.
+ParameterSet* chooseSet(main::Command& command, const Arguments& arguments) {
+  auto& sets = command.getParameterSets();
+  for (ParameterSet& set : sets) {
+    const QStringList names = optionNames(set);
+    const auto known = [&](const Argument& argument) { return names.contains(argument.name); };
+    if (std::all_of(arguments.begin(), arguments.end(), known)) return &set;
+  }
+  return sets.empty() ? nullptr : &sets.front();
+}
+
+QString whyArgumentsWrong(const ParameterSet& set, const Arguments& arguments) {
+  const QStringList names = optionNames(set);
+  QStringList seen;
+  for (const Argument& argument : arguments) {
+    if (!names.contains(argument.name)) {
+      QStringList known = names;
+      for (QString& name : known) name.prepend("--");
+      return QStringLiteral("--%1: unknown parameter").arg(argument.name) + suggestion("--" + argument.name, known);
+    }
+    if (seen.contains(argument.name)) return QStringLiteral("--%1 is given twice").arg(argument.name);
+    seen << argument.name;
+  }
+  return QString();
+}
+
+/// The text for a parameter from the arguments or its default; sets `error` where that will not do.
+QString textFor(const AbstractParameter& parameter, const Arguments& arguments, QString& error) {
+  const QString name = optionName(parameter.getName());
+  const Argument* given = findArgument(arguments, name);
+  QString text = given ? given->value : defaultText(parameter);
+  if (given && text.isNull()) {
+    if (parameter.getType() != typeid(bool)) {
+      error = QStringLiteral("--%1 needs a value").arg(name);
+      return QString();
+    }
+    text = "1";
+  }
+  if (text.isNull()) {
+    if (parameter.isRequired()) error = QStringLiteral("--%1 is missing (%2)").arg(name, parameter.getDescription());
+    return QString();
+  }
+  const QString refusal = parameter.explainRefusal(text);
+  if (!refusal.isEmpty()) error = QStringLiteral("--%1: %2").arg(name, refusal);
+  return text;
+}
+
+QString typeName(const AbstractParameter& parameter) {
+  if (namesFile(parameter)) return QStringLiteral("FILE");
+  if (parameter.getType() == typeid(int)) return QStringLiteral("NUMBER");
+  if (parameter.getType() == typeid(double)) return QStringLiteral("NUMBER");
+  if (parameter.getType() == typeid(bool)) return QStringLiteral("YES|NO");
+  return QStringLiteral("TEXT");
+}
+
+/// The formats that the parameter's dialog offers, such as "PNG-File (*.png)".
+QStringList fileFormats(const AbstractParameter& parameter) {
+  const auto* factory = dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
+  const std::unique_ptr<QFileDialog> dialog(factory ? factory->createDialog() : nullptr);
+  return dialog ? dialog->nameFilters() : QStringList();
+}
+
+}  // namespace
+
+QString optionName(const QString& parameterName) {
+  QString name;
+  for (const QChar letter : parameterName) {
+    if (letter.isLetterOrNumber())
+      name += letter.toLower();
+    else if (!name.isEmpty() && !name.endsWith('-'))
+      name += '-';
+  }
+  if (name.endsWith('-')) name.chop(1);
+  return name;
+}
+
+QStringList optionNames(main::Command& command) {
+  QStringList names;
+  for (const ParameterSet& set : command.getParameterSets()) names << optionNames(set);
+  return names;
+}
+
+QString defaultText(const AbstractParameter& parameter) {
+  const QString& text = parameter.getDefaultParameterForDefaultGUI();
+  if (!text.isEmpty()) return text;
+  if (const auto* factory = dynamic_cast<main::SliderParameterPanelFactory*>(parameter.getParameterPanelFactory()))
+    return QString::number(std::unique_ptr<QSlider>(factory->createSlider())->value());
+  return QString();
+}
+
+QString bindArguments(main::Command& command, const Arguments& arguments) {
+  ParameterSet* own = chooseSet(command, arguments);
+  if (!own) return arguments.isEmpty() ? QString() : QStringLiteral("the command has no parameters");
+  QString error = whyArgumentsWrong(*own, arguments);
+  ParameterSet values(own->getID(), own->getName());
+  for (const AbstractParameter* parameter : own->parameters()) {
+    if (!error.isEmpty()) return error;
+    const QString text = textFor(*parameter, arguments, error);
+    auto* value = new TextParameter(parameter->getName(), parameter->getDescription(), QString(), false, nullptr);
+    values.addParameter(value);
+    if (text.isNull()) continue;
+    value->castString(text);
+    if (!error.isEmpty() || !namesFile(*parameter)) continue;
+    const QString cause = whyNotWritable(text);
+    if (!cause.isEmpty()) error = QStringLiteral("--%1: %2").arg(optionName(parameter->getName()), cause);
+  }
+  if (error.isEmpty() && !command.setParameters(values)) error = QStringLiteral("the command refuses these values");
+  return error.isEmpty() ? whyValuesRefused(command, arguments) : error;
+}
+
+QString whyValuesRefused(main::Command& command, const Arguments& arguments) {
+  const ParameterSet* own = chooseSet(command, arguments);
+  if (!own) return QString();
+  const ParameterSet::Refusal refusal = own->check(*own);
+  if (refusal.text.isEmpty()) return QString();
+  return QStringLiteral("--%1: %2").arg(optionName(own->parameters()[refusal.parameter]->getName()), refusal.text);
+}
+
+QStringList targetFiles(main::Command& command) {
+  QStringList files;
+  for (ParameterSet& set : command.getParameterSets())
+    for (const AbstractParameter* parameter : set.parameters())
+      if (namesFile(*parameter) && parameter->hasValue()) files << parameter->toString();
+  return files;
+}
+
+QString whyNotWritable(const QString& fileName) {
+  const QFileInfo file(fileName);
+  if (fileName.isEmpty()) return QCoreApplication::translate("FileCheck", "a file name is wanted");
+  if (fileName.endsWith('/') || file.isDir()) return QCoreApplication::translate("FileCheck", "is a directory");
+  const QFileInfo directory(file.absolutePath());
+  if (!directory.exists())
+    return QCoreApplication::translate("FileCheck", "the directory %1 does not exist").arg(directory.filePath());
+  if (!directory.isDir())
+    return QCoreApplication::translate("FileCheck", "%1 is not a directory").arg(directory.filePath());
+  // A pipe nobody reads would be waited for, and what is written into a device is lost.
+  if (file.exists() && !file.isFile()) return QCoreApplication::translate("FileCheck", "is not an ordinary file");
+  if (file.exists()) {
+    QFile existing(fileName);
+    return existing.open(QIODevice::ReadWrite) ? QString() : existing.errorString();
+  }
+  // Trying is the only way to know: rights alone don't tell of read-only file systems.
+  QTemporaryFile trial(directory.filePath() + "/.nubo-XXXXXX");
+  if (trial.open()) return QString();
+  return QCoreApplication::translate("FileCheck", "cannot write into the directory %1: %2")
+      .arg(directory.filePath(), trial.errorString());
+}
+
+QString commandHelpText(main::Command& command) {
+  QString text = QStringLiteral("Usage: nubo [options] [SCENE ...] %1 [--PARAMETER VALUE ...]\n\n%2\n")
+                     .arg(command.getName(), command.getDescriptor()->getDescription());
+  for (const ParameterSet& set : command.getParameterSets()) {
+    text += QStringLiteral("\nParameters:\n");
+    for (const AbstractParameter* parameter : set.parameters()) {
+      const QString option = QStringLiteral("--%1 %2").arg(optionName(parameter->getName()), typeName(*parameter));
+      const QString start = defaultText(*parameter);
+      text += QStringLiteral("  %1  %2").arg(option, -32).arg(parameter->getDescription());
+      if (!start.isNull())
+        text += QStringLiteral(" (default: %1)").arg(start);
+      else if (parameter->isRequired())
+        text += QStringLiteral(" (required)");
+      text += '\n';
+      if (const QStringList formats = fileFormats(*parameter); !formats.isEmpty())
+        text += "      one of:\n        " + formats.join("\n        ") + '\n';
+    }
+  }
+  return text;
+}
+
+QString callText(const QString& command, const Arguments& arguments) {
+  QString text = command;
+  for (const Argument& argument : arguments) {
+    text += " --" + argument.name;
+    if (!argument.value.isNull()) text += ' ' + (argument.value.isEmpty() ? "\"\"" : argument.value);
+  }
+  return text;
+}
+
+}  // namespace nubo::app

@@ -1,0 +1,108 @@
+#include "nubo/cli/session.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QThread>
+#include <chrono>
+#include <iterator>
+
+#include "kernel/log/logger.h"
+#include "kernel/main/modulemanager.h"
+#include "kernel/util/delegate.h"
+#include "module_scene/gui/framing.h"
+#include "module_trajectory/trajectory.h"
+#include "nubo/cli/report.h"
+#include "nubo/cli/scenefile.h"
+#include "nubo/cli/trajectorychoice.h"
+
+namespace nubo::app {
+
+namespace {
+
+/// One scene of all; none at all where one cannot be read.
+io::ImportResult readScenes(const QStringList& scenes) {
+  if (scenes.size() == 1) return readScene(scenes.first());
+  io::ImportResult all;
+  all.root = new scene::SceneElement(QStringLiteral("scene"));
+  for (const QString& scene : scenes) {
+    io::ImportResult one = readScene(scene);
+    if (!one.root) return one;
+    all.root->addChild(one.root);
+    std::move(one.animations.begin(), one.animations.end(), std::back_inserter(all.animations));
+    all.warnings << one.warnings;
+  }
+  return all;
+}
+
+gui::Camera directionOf(const CommandLine& line) {
+  gui::Camera camera;
+  return line.view.isEmpty() || camera.setView(line.view) ? camera : gui::Camera();
+}
+
+}  // namespace
+
+Session::Session(const QString& settingsFile, const QStringList& scenes, Report& report)
+    : m_Report(report), m_Overseer(settingsFile) {
+  if (!scenes.isEmpty()) m_Import = std::async(std::launch::async, readScenes, scenes);
+  const QString folder = QCoreApplication::applicationDirPath() + "/modules";
+  main::ModuleManager::getInstance()->loadModules(folder, [](const QString&) {});
+  if (main::ModuleManager::getInstance()->names().isEmpty())
+    log::Logger::getInstance()->log(log::Failure, __FILE__, __LINE__, Q_FUNC_INFO, nullptr,
+                                    QStringLiteral("no module with commands was found in ") + folder);
+}
+
+Session::~Session() {
+  m_Overseer.getCommandProcessor()->shutDown();
+  m_Viewer.setActivePanel(nullptr);
+  m_Panel.reset();
+  trajectory::TrajectoryHandler::getInstance()->clear();
+  main::ModuleManager::getInstance()->unloadModules();
+}
+
+bool Session::isReadingScene() const {
+  return m_Import.valid() && m_Import.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
+}
+
+void Session::waitForQueuedWork() {
+  while (processor().isRunning()) {
+    QCoreApplication::processEvents();
+    QThread::usleep(200);
+  }
+  // Commands may have left delegates, which run in order.
+  QEventLoop loop;
+  if (util::WorkerDelegate::invoke(new util::FunctionDelegate([&loop] { loop.quit(); }))) loop.exec();
+}
+
+void Session::reportWarnings(const QStringList& warnings) {
+  constexpr int Most = 3;
+  for (const QString& warning : warnings.mid(0, Most)) m_Report.note(warning);
+  if (warnings.size() > Most) m_Report.note(QStringLiteral("%1 more warnings").arg(warnings.size() - Most));
+}
+
+QString Session::showScene(const CommandLine& line, bool takesTime) {
+  const auto& scene = m_Viewer.getGlobalScene();
+  const io::ImportResult result = m_Import.valid() ? m_Import.get() : readScene(BuiltinScene);
+  if (!result.root) return result.error;
+  reportWarnings(result.warnings);
+  scene->setRootNode(result.root);
+  if (line.background.isValid()) scene->setBackgroundColor(line.background);
+  if (line.samples) m_Viewer.setSamples(*line.samples);
+
+  gui::Framing framing(directionOf(line), result.root->getBoundingBox());
+  const auto look = [&] {
+    const scene::SceneLocker locker(scene, scene::LockAll);
+    framing.add(*scene->getRootNode());
+  };
+  const bool moves = takesTime || line.turntable || line.steps || !line.trajectory.isEmpty();
+  const QString error = chooseTrajectory(line, result.animations, moves ? std::function<void()>(look) : nullptr);
+  if (!error.isEmpty()) return error;
+  if (!moves) look();
+
+  m_Panel = std::make_unique<gui::ScenePanel>();
+  m_Panel->resize(line.size);
+  m_Panel->setCamera(framing.camera(line.size.width(), line.size.height()));
+  m_Viewer.setActivePanel(m_Panel.get());
+  return QString();
+}
+
+}  // namespace nubo::app

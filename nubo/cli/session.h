@@ -1,0 +1,45 @@
+// The host's services for one run without a window.
+#pragma once
+
+#include <future>
+#include <memory>
+
+#include "kernel/main/overseer.h"
+#include "module_scene/gui/viewer.h"
+#include "module_scene/io/importer.h"
+#include "nubo/cli/commandline.h"
+
+namespace nubo::app {
+
+class Report;
+
+/// Overseer, viewer and modules, and later the scene and its panel; taken down in reverse order. Application
+/// thread, after the QApplication.
+class Session {
+ public:
+  /// Starts reading the scenes on a thread of its own (unless there are none), and loads the modules.
+  Session(const QString& settingsFile, const QStringList& scenes, Report& report);
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  main::CommandProcessor& processor() { return *m_Overseer.getCommandProcessor(); }
+  bool isReadingScene() const;
+  /// Returns when everything that the modules queued while they were loaded has been done.
+  void waitForQueuedWork();
+  /// Waits for the scene (the built-in one, if none was named); then a panel that is never visible shows it and
+  /// becomes the active one. It shows the scene at all steps of its trajectory where the command line asks for one or
+  /// the command `takesTime`, else as it stands. The empty text, or why there is no scene.
+  [[nodiscard]] QString showScene(const CommandLine& line, bool takesTime);
+
+ private:
+  void reportWarnings(const QStringList& warnings);
+
+  Report& m_Report;
+  main::Overseer m_Overseer;
+  std::future<io::ImportResult> m_Import;
+  gui::Viewer m_Viewer;
+  std::unique_ptr<gui::ScenePanel> m_Panel;
+};
+
+}  // namespace nubo::app

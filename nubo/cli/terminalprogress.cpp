@@ -1,0 +1,94 @@
+#include "nubo/cli/terminalprogress.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace nubo::app {
+
+namespace {
+
+int terminalColumns() {
+  winsize size = {};
+  return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+}  // namespace
+
+QString progressLine(const QString& text, int percent, int secondsLeft, int columns) {
+  QString state;
+  if (percent >= 0) {
+    state = QStringLiteral("] %1 %").arg(percent, 3);
+    if (secondsLeft >= 0)
+      state += QStringLiteral(" %1:%2 left").arg(secondsLeft / 60).arg(secondsLeft % 60, 2, 10, QChar('0'));
+    // A long text shortens the bar before it is cut itself.
+    const int length = std::clamp(columns - int(text.size() + state.size()) - 2, 10, 30);
+    const int filled = length * percent / 100;
+    state.prepend(QStringLiteral(" [") + QString(filled, '#') + QString(length - filled, ' '));
+  }
+  return text.left(std::max(0, columns - int(state.size()))) + state.left(columns);
+}
+
+TerminalProgress::TerminalProgress() = default;
+
+TerminalProgress::~TerminalProgress() { clear(); }
+
+void TerminalProgress::setShown(bool wanted) {
+  const std::lock_guard<std::mutex> lock(m_Mutex);
+  m_Shown = wanted && isatty(STDERR_FILENO);
+}
+
+void TerminalProgress::begin(const void*, const QString& label, bool) { setText(label); }
+
+void TerminalProgress::update(const void*, int percent) { setPercent(percent); }
+
+void TerminalProgress::end(const void*) { setPercent(-1); }
+
+void TerminalProgress::setText(const QString& text) {
+  const std::lock_guard<std::mutex> lock(m_Mutex);
+  m_Text = text;
+  m_Percent = -1;
+  draw();
+}
+
+void TerminalProgress::setDetail(const QString& detail) {
+  const std::lock_guard<std::mutex> lock(m_Mutex);
+  m_Detail = detail;
+  draw();
+}
+
+void TerminalProgress::setPercent(int percent) {
+  const std::lock_guard<std::mutex> lock(m_Mutex);
+  if (m_Percent == percent) return;
+  if (percent < m_Percent || m_Percent < 0) m_Since.start();
+  m_Percent = percent;
+  draw();
+}
+
+void TerminalProgress::clear() {
+  const std::lock_guard<std::mutex> lock(m_Mutex);
+  erase();
+}
+
+void TerminalProgress::draw() {
+  if (!m_Shown) return;
+  const qint64 elapsed = m_Percent > 0 ? m_Since.elapsed() : 0;
+  // Below two seconds a guess is worth nothing.
+  const int left = elapsed > 2000 ? int(elapsed * (100 - m_Percent) / m_Percent / 1000) : -1;
+  const QString text = m_Detail.isEmpty() ? m_Text : m_Text + QStringLiteral(": ") + m_Detail;
+  const QString line = progressLine(text, m_Percent, left, terminalColumns() - 1);
+  std::fprintf(stderr, "\r\033[K%s", line.toLocal8Bit().constData());
+  std::fflush(stderr);
+  m_Drawn = true;
+}
+
+void TerminalProgress::erase() {
+  if (!m_Drawn) return;
+  std::fputs("\r\033[K", stderr);
+  std::fflush(stderr);
+  m_Drawn = false;
+}
+
+}  // namespace nubo::app

@@ -1,0 +1,164 @@
+#include "nubo/cli/trajectorychoice.h"
+
+#include <QCoreApplication>
+#include <QSettings>
+#include <algorithm>
+
+#include "kernel/log/logger.h"
+#include "kernel/main/overseer.h"
+#include "module_trajectory/animationtrajectory.h"
+#include "module_trajectory/marker.h"
+#include "module_trajectory/pointfile.h"
+#include "module_trajectory/turntable.h"
+#include "nubo/cli/suggestion.h"
+
+namespace nubo::app {
+
+namespace {
+
+using namespace trajectory;
+using Range = std::optional<std::pair<int, int>>;
+
+QString outOfRange(const Range& steps, std::size_t count) {
+  return QStringLiteral("--steps %1:%2: the trajectory has %3 steps, counted from 0")
+      .arg(steps->first)
+      .arg(steps->second)
+      .arg(count);
+}
+
+bool contains(const Range& steps, std::size_t count) { return !steps || std::size_t(steps->second) < count; }
+
+template <class Step>
+std::deque<Step> cut(const std::deque<Step>& all, const Range& steps) {
+  return steps ? std::deque<Step>(all.begin() + steps->first, all.begin() + steps->second + 1) : all;
+}
+
+/// Moves the scene through all of a trajectory, in no more steps than it takes to see it.
+template <class Info>
+void show(Info& info, std::size_t count, const std::function<void()>& look) {
+  if (!look) return;
+  constexpr std::size_t Enough = 60;
+  const std::size_t shown = std::min(count, Enough);
+  for (std::size_t i = 0; i < shown; ++i) {
+    info.setPosition(shown > 1 ? i * (count - 1) / (shown - 1) : 0);
+    look();
+  }
+  info.setPosition(0);
+}
+
+void collectNamed(scene::SceneElement& element, const QString& name, std::vector<scene::SceneElement*>& found) {
+  if (element.getName() == name) found.push_back(&element);
+  for (const auto& child : element.getChildren()) collectNamed(*child, name, found);
+}
+
+void collectNames(const scene::SceneElement& element, QStringList& names) {
+  if (!element.getName().isEmpty() && !names.contains(element.getName())) names << element.getName();
+  for (const auto& child : element.getChildren()) collectNames(*child, names);
+}
+
+QString whyNoElement(const scene::SceneElement& root, const QString& name) {
+  QStringList names;
+  collectNames(root, names);
+  constexpr int Most = 8;
+  QString near = suggestion(name, names);
+  if (near.isEmpty() && !names.isEmpty()) {
+    near = QStringLiteral("; the scene has \"%1\"").arg(names.mid(0, Most).join(QLatin1String("\", \"")));
+    if (names.size() > Most) near += QStringLiteral(" and %1 more").arg(names.size() - Most);
+  }
+  return QStringLiteral("--element %1: the scene has no such element").arg(name) + near;
+}
+
+/// The element of that name or, of several, the one whose number follows as in "wheel#2". Null with an error.
+scene::SceneElement* findElement(scene::SceneElement& root, const QString& name, QString& error) {
+  std::vector<scene::SceneElement*> found;
+  collectNamed(root, name, found);
+  if (found.size() == 1) return found.front();
+  if (found.size() > 1) {
+    QStringList choices;
+    for (std::size_t i = 0; i < found.size() && i < 4; ++i) {
+      const scene::SceneElement* parent = found[i]->getParent();
+      choices << QStringLiteral("%1#%2 (in \"%3\")").arg(name).arg(i + 1).arg(parent ? parent->getName() : QString());
+    }
+    error = QStringLiteral("--element %1: %2 elements have this name; choose %3%4")
+                .arg(name)
+                .arg(found.size())
+                .arg(choices.join(QLatin1String(", ")), found.size() > 4 ? QStringLiteral(", ...") : QString());
+    return nullptr;
+  }
+  const int mark = name.lastIndexOf('#');
+  collectNamed(root, name.left(mark), found);
+  const int number = name.mid(mark + 1).toInt();
+  if (mark > 0 && number > 0 && std::size_t(number) <= found.size()) return found[std::size_t(number) - 1];
+  error = whyNoElement(root, name);
+  return nullptr;
+}
+
+/// What the points shall move: a marker, or the element of that name beside a line through the points.
+util::YPointer<scene::SceneElement> createMoved(const std::deque<Point>& points, const QString& name, QString& error) {
+  if (name.isEmpty()) return createMarker(points);
+  const auto scene = scene::_GlobalScene();
+  const util::YPointer<scene::SceneElement> root = scene->getRootNode();
+  const util::YPointer<scene::SceneElement> element = root ? findElement(*root, name, error) : nullptr;
+  if (!element) return nullptr;
+  if (element == root) {
+    // The line must not move with it.
+    const util::YPointer<scene::SceneElement> newRoot(new scene::SceneElement);
+    scene->setRootNode(nullptr);
+    newRoot->addChild(root);
+    scene->setRootNode(newRoot);
+  }
+  createPath(points);
+  return element;
+}
+
+QString selectPoints(const CommandLine& line, const std::function<void()>& look) {
+  QString error;
+  const std::deque<Point> points = readPointFile(line.trajectory, error);
+  if (points.empty()) return error;
+  if (!contains(line.steps, points.size())) return outOfRange(line.steps, points.size());
+  // The line shows the whole path, whatever part of it is played.
+  const util::YPointer<scene::SceneElement> moved = createMoved(points, line.element, error);
+  if (!moved) return error;
+  TrajectoryInfo whole(points, moved);
+  show(whole, points.size(), look);
+  auto info = std::make_unique<TrajectoryInfo>(cut(points, line.steps), moved);
+  info->setPosition(0);
+  TrajectoryHandler::getInstance()->select(std::move(info));
+  return QString();
+}
+
+QString selectMatrices(std::unique_ptr<AdvancedTrajectoryInfo> info, const Range& steps,
+                       const std::function<void()>& look) {
+  const std::deque<MatrixMap>& all = *info->getMatrixMapList();
+  if (!contains(steps, all.size())) return outOfRange(steps, all.size());
+  show(*info, all.size(), look);
+  if (steps) {
+    info = std::make_unique<AdvancedTrajectoryInfo>(std::make_unique<std::deque<MatrixMap>>(cut(all, steps)));
+    info->setPosition(0);
+  }
+  TrajectoryHandler::getInstance()->select(std::move(info));
+  return QString();
+}
+
+}  // namespace
+
+int playingRate() { return std::max(1, main::nuboSettings()->value("settings/grabvideofps", "25").toInt()); }
+
+QString chooseTrajectory(const CommandLine& line, const std::vector<scene::Animation>& animations,
+                         const std::function<void()>& look) {
+  if (!line.trajectory.isEmpty()) return selectPoints(line, look);
+  constexpr int TurnSeconds = 10;
+  const int rate = playingRate();
+  std::unique_ptr<AdvancedTrajectoryInfo> info;
+  if (!line.turntable && !animations.empty()) {
+    QString error;
+    info = createAnimationTrajectory(animations, rate, error);
+    // Nobody asked for the animations, so that a picture is not refused for their sake.
+    if (!info) log::Logger::getInstance()->log(log::Note, __FILE__, __LINE__, Q_FUNC_INFO, nullptr, error);
+  }
+  if (!info) info = createTurntable(line.turntable.value_or(TurnSeconds * rate));
+  return info ? selectMatrices(std::move(info), line.steps, look)
+              : QCoreApplication::translate("Trajectory", "the scene has nothing that could move");
+}
+
+}  // namespace nubo::app
