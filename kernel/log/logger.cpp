@@ -5,6 +5,7 @@
 #include <QThread>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <mutex>
 
@@ -23,6 +24,16 @@ QString formatted(const char* format, va_list arguments) {
   QByteArray text(length, '\0');
   std::vsnprintf(text.data(), static_cast<size_t>(length) + 1, format, arguments);
   return QString::fromLocal8Bit(text);
+}
+
+/// As compilers name sources, whose root is known by what this one is called.
+QString sourceName(const char* file) {
+  static const QString root = QString::fromLocal8Bit(__FILE__).remove("kernel/log/logger.cpp");
+  QString name = QString::fromLocal8Bit(file);
+  if (name.startsWith(root)) name.remove(0, root.size());
+  for (const char* suffix : {".cpp", ".h"})
+    if (name.endsWith(suffix)) name.chop(int(std::strlen(suffix)));
+  return name;
 }
 
 QString asLine(const Record& record) {
@@ -80,7 +91,7 @@ void Logger::log(int level, const char* file, int line, const char* function, co
 
 void Logger::log(int level, const char* file, int line, const char* function, const void*, const QString& message) {
   const Record record{level,
-                      QString::fromLocal8Bit(file),
+                      sourceName(file),
                       line,
                       QString::fromLocal8Bit(function),
                       message,

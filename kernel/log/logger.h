@@ -7,6 +7,16 @@
 
 #include "kernel/visibility.h"
 
+/// Whose line a message is. A source whose messages carry another file's name defines it at its top, before all includes.
+#ifndef NUBO_LOG_SOURCE
+#define NUBO_LOG_SOURCE __FILE__
+#endif
+
+/// Logs with the line where it stands: a level, the qualified name of the function, and a printf format with its
+/// arguments or one ready QString.
+#define NUBO_LOG(level, function, ...) \
+  nubo::log::Logger::getInstance()->log(level, NUBO_LOG_SOURCE, __LINE__, function, nullptr, __VA_ARGS__)
+
 namespace nubo::log {
 
 /// The lower the number, the graver the record.
@@ -14,7 +24,7 @@ enum Level { Severe = 1000, Failure = 2000, Milestone = 3000, Note = 4000, Debug
 
 struct Record {
   int level;
-  QString file;
+  QString file;  ///< a source of the program's from its root on, without suffix
   int line;
   QString function;
   QString message;
