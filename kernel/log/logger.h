@@ -7,7 +7,8 @@
 
 #include "kernel/visibility.h"
 
-/// Whose line a message is. A source whose messages carry another file's name defines it at its top, before all includes.
+/// Whose line a message is. A source whose messages carry another file's name defines it at its top, before all
+/// includes.
 #ifndef NUBO_LOG_SOURCE
 #define NUBO_LOG_SOURCE __FILE__
 #endif
