@@ -1,6 +1,6 @@
 #include "kernel/main/command.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <QCoreApplication>
 #include <QSemaphore>
@@ -15,13 +15,14 @@
 #include "kernel/main/commandmanager.h"
 #include "kernel/main/overseer.h"
 #include "kernel/main/parameter.h"
-#include "kernel/recorder.h"
 #include "kernel/util/delegate.h"
 #include "kernel/util/functioncommand.h"
+#include "support/logcollector.h"
 
 using namespace nubo;
 using main::Command;
 using main::CommandProcessor;
+using ::testing::ElementsAre;
 using util::FunctionCommand;
 
 namespace {
@@ -111,9 +112,9 @@ TEST(Command, ClonesWithItsCurrentValues) {
   auto* manager = main::CommandManager::getInstance();
   EXPECT_EQ(std::unique_ptr<Command>(Resize().clone()), nullptr) << "not registered";
   ASSERT_TRUE(manager->add(new Resize, &Resize::create));
-  const LogRecorder recorder;
+  const test::LogCollector recorder;
   EXPECT_FALSE(manager->add(new Resize, &Resize::create));
-  EXPECT_EQ(recorder.messages(log::Failure).size(), 1);
+  EXPECT_EQ(recorder.messages(log::Failure).size(), 1U);
 
   Command* original = manager->find("resize");
   const std::unique_ptr<Command> empty(original->clone());
@@ -194,13 +195,11 @@ TEST_F(CommandProcessorTest, WaitsWhileTheApplicationThreadServes) {
 }
 
 TEST_F(CommandProcessorTest, LogsWhatACommandThrows) {
-  const LogRecorder recorder;
+  const test::LogCollector recorder;
   const auto fail = [] { throw std::runtime_error("out of paint"); };
   EXPECT_TRUE(processor.processCommand(new FunctionCommand(fail, false, new main::CommandDescriptor("", "paint")),
                                        CommandProcessor::Wait, false));
-  const QStringList failures = recorder.messages(log::Failure);
-  ASSERT_EQ(failures.size(), 1);
-  EXPECT_TRUE(failures[0].contains("paint") && failures[0].contains("out of paint"));
+  EXPECT_THAT(recorder.texts(log::Failure), ElementsAre(R"(Command "paint" failed: out of paint)"));
 }
 
 TEST_F(CommandProcessorTest, ShutsDownWithCommandsUnderWay) {

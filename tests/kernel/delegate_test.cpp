@@ -1,6 +1,6 @@
 #include "kernel/util/delegate.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <QCoreApplication>
 #include <QThread>
@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
-#include "kernel/recorder.h"
 #include "kernel/util/yprogressdialog.h"
+#include "support/logcollector.h"
 
 using namespace nubo;
 using util::FunctionDelegate;
@@ -44,7 +44,7 @@ TEST(WorkerDelegate, RunsOnTheApplicationThreadInOrder) {
   EXPECT_TRUE(order.empty());
   EXPECT_TRUE(WorkerDelegate::invokeSync(new FunctionDelegate([&] { order.push_back(0); }))) << "runs directly here";
 
-  const LogRecorder recorder;
+  const test::LogCollector recorder;
   std::atomic<bool> ended{false};
   auto marker = std::make_shared<int>(0);
   std::thread worker([&] {
@@ -59,8 +59,7 @@ TEST(WorkerDelegate, RunsOnTheApplicationThreadInOrder) {
   serveUntil([&] { return ended.load(); });
   worker.join();
   EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3}));
-  ASSERT_EQ(recorder.messages(log::Failure).size(), 1);
-  EXPECT_TRUE(recorder.messages(log::Failure)[0].contains("broken delegate"));
+  EXPECT_THAT(recorder.texts(log::Failure), testing::ElementsAre("A delegate failed: broken delegate"));
 }
 
 TEST(WorkerDelegate, ReleasesEverybodyWhenTheWayCloses) {

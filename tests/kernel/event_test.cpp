@@ -10,7 +10,7 @@
 #include "kernel/events/eventhandler.h"
 #include "kernel/events/eventmanager.h"
 #include "kernel/main/overseer.h"
-#include "kernel/recorder.h"
+#include "support/logcollector.h"
 
 using namespace nubo;
 using events::EventHandler;
@@ -49,11 +49,11 @@ TEST(Events, ReachThoseWhoListenUntilTheyAreUnregistered) {
   listen(
       type, &owners[1], [&](const Event*) { calls << "second"; },
       new boost::function<bool(const Event*)>([&](const Event* event) { return event->first() != nullptr; }));
-  const LogRecorder recorder;
+  const test::LogCollector recorder;
   fire(other, &object);
   fire(type, &object);
   EXPECT_EQ(calls, QStringList({"first", "second"}));
-  EXPECT_EQ(recorder.messages(log::Failure).size(), 1);
+  EXPECT_EQ(recorder.messages(log::Failure).size(), 1U);
   calls.clear();
   fire(type);
   EXPECT_EQ(calls, QStringList({"late"}));

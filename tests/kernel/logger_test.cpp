@@ -8,7 +8,7 @@
 #include <future>
 #include <thread>
 
-#include "kernel/recorder.h"
+#include "support/logcollector.h"
 
 using namespace nubo;
 
@@ -21,7 +21,7 @@ void logNumber(int level, int number) {
 }  // namespace
 
 TEST(Logger, FormatsRecords) {
-  const LogRecorder recorder;
+  const test::LogCollector recorder;
   auto* logger = log::Logger::getInstance();
   logger->log(log::Debug, "kernel/test", 12, "nubo::test::function", nullptr, "%s of %d%%",
               QString::fromUtf8("größe").toLocal8Bit().constData(), 100);

@@ -8,7 +8,7 @@
 
 #include "kernel/main/parameterset.h"
 #include "kernel/main/typesolver.h"
-#include "kernel/recorder.h"
+#include "support/logcollector.h"
 
 using namespace nubo;
 using main::Parameter;
@@ -142,7 +142,7 @@ TEST(Parameter, TakesTheVeryObjectOfItsOwnTypeOnly) {
 TEST(Parameter, ReportsWhatCastClassesThrow) {
   main::CastClassManager::getInstance()->registerCastClass(typeid(Stubborn), [] { return new StubbornCast; });
   Named<Stubborn> parameter;
-  const LogRecorder recorder;
+  const test::LogCollector recorder;
   ASSERT_TRUE(parameter.castString("good"));
   void* value = parameter.getValuePointer();
   EXPECT_FALSE(parameter.castString("bad"));
