@@ -23,6 +23,10 @@ namespace nubo::grab::video {
 /// red and alpha. Alpha is 0 where only background shows; colours are blended with the background's and not multiplied
 /// by alpha.
 ///
+/// A free recording's frames come when they can, not at the set rate. Each of its chunks, which are objects, tells
+/// when, in the properties FrameTimesProperty and EndTimeProperty; in a recording in step, each frame is one of the
+/// video's and chunks have neither.
+///
 /// An encoder serves one recording: setOutputParameters, encodeVideoChunk for every chunk, then waitForFinish or
 /// abortEncoding, then deletion. Its owner calls one of these two before it deletes an encoder whose output
 /// parameters were set.
@@ -56,6 +60,13 @@ class NUBO_MODULE_GRAB_EXPORT Encoder : public QObject {
  Q_SIGNALS:
   /// -1 when the worker starts; percentages of the backlog once waitForFinish has begun. Emitted on the worker.
   void progressChanged(int percent);
+
+  /// A chunk's property of the type QVector<qint64>: for each of its frames in order, microseconds since the first
+  /// frame of the recording was drawn, on a clock that never goes back.
+  static constexpr char FrameTimesProperty[] = "frameTimes";
+  /// The final chunk's property of the type qint64: when the recording ended, on the same clock; so long its last frame
+  /// stands.
+  static constexpr char EndTimeProperty[] = "endTime";
 
  protected:
   /// Prepares the codec for the output device and parameters. Called once, on the thread that hands over the
