@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "module_scene/io/importer.h"
+#include "module_scene/mesh/preparation.h"
 
 namespace {
 
@@ -60,7 +61,7 @@ void prepareSoup(benchmark::State& state) {
     geometry->indices.resize(soup.size() / 3);
     for (std::size_t i = 0; i < geometry->indices.size(); ++i) geometry->indices[i] = std::uint32_t(i);
     state.ResumeTiming();
-    geometry->prepare();
+    prepare(*geometry);
     state.counters["clusters"] = double(geometry->clusters.size());
     state.counters["vertices"] = double(geometry->vertexCount());
   }

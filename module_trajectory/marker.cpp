@@ -1,4 +1,5 @@
 #include "module_trajectory/marker.h"
+#include "module_scene/mesh/preparation.h"
 
 #include <cmath>
 
@@ -29,7 +30,7 @@ util::YPointer<scene::Geometry> createBall(double radius) {
       const unsigned a = ring * (Sectors + 1) + sector, b = a + Sectors + 1;
       for (const unsigned index : {a, b, b + 1, a, b + 1, a + 1}) ball->indices.push_back(index);
     }
-  ball->prepare();
+  prepare(*ball);
   return ball;
 }
 
@@ -41,7 +42,7 @@ util::YPointer<scene::Geometry> createLine(const std::deque<Point>& points) {
     for (int axis = 0; axis < 3; ++axis) path->positions.push_back(float(points[i][std::size_t(axis)]));
     if (i > 0) path->indices.insert(path->indices.end(), {std::uint32_t(i - 1), std::uint32_t(i)});
   }
-  path->prepare();
+  prepare(*path);
   return path;
 }
 

@@ -33,9 +33,11 @@ set(NUBO_PUBLIC_HEADERS
   module_scene/graph/boundingbox.h
   module_scene/builtin/builtinanimation.h
   module_scene/builtin/builtinscene.h
+  module_scene/graph/copyslot.h
   module_scene/graph/geometry.h
   module_scene/graph/material.h
   module_scene/mesh/meshbuilder.h
+  module_scene/mesh/preparation.h
   module_scene/graph/scene.h
   module_scene/draw/scenedrawer.h
   module_scene/graph/sceneelement.h

@@ -5,6 +5,7 @@
 
 #include "module_scene/builtin/testchart.h"
 #include "module_scene/mesh/meshbuilder.h"
+#include "module_scene/mesh/preparation.h"
 
 namespace nubo::scene {
 
@@ -58,7 +59,7 @@ util::YPointer<Geometry> makeGrid(double from, double to, const QColor& color) {
   };
   for (double x = from; x <= to; x += Step) line(x, -Side, x, Side);
   for (double y = -Side; y <= Side; y += Step) line(from, y, to, y);
-  grid->prepare();
+  prepare(*grid);
   return grid;
 }
 
@@ -213,8 +214,8 @@ util::YPointer<SceneElement> makeLattice() {
         if (z < Cells) lines->indices.insert(lines->indices.end(), {index(x, y, z), index(x, y, z + 1)});
       }
   lines->positions = points->positions;
-  lines->prepare();
-  points->prepare();
+  prepare(*lines);
+  prepare(*points);
   return makeElement("lattice", {lines, points}, translation(1.6, -1.8, 0.06) * rotation(0.2, {0, 0, 1}));
 }
 
@@ -256,7 +257,7 @@ util::YPointer<SceneElement> makeField() {
       samples->colors.insert(samples->colors.end(), rgba.begin(), rgba.end());
       samples->indices.push_back(std::uint32_t(samples->indices.size()));
     }
-  samples->prepare();
+  prepare(*samples);
   return makeElement("field", {sheet.finish(), samples}, translation(-1.9, -1.0, 0));
 }
 

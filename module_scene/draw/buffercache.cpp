@@ -38,20 +38,19 @@ class BindingGuard {
 };
 
 template <class Buffer, class Source>
-util::YPointer<Buffer> upToDate(QMutex& mutex, util::YPointer<Buffer>& buffer, const Source& source) {
-  const QMutexLocker locker(&mutex);
-  if (!buffer || !buffer->isUsable()) {
-    const BindingGuard bindings;
-    buffer = new Buffer(source);
-    glFinish();  // other contexts may only see it filled
-  }
-  return buffer;
+util::YPointer<Buffer> upToDate(const Source& source) {
+  CopySlot& slot = source.copySlot();
+  const QMutexLocker locker(&slot.mutex);
+  const util::YPointer<Buffer> present(static_cast<Buffer*>(slot.copy.get()));
+  if (present && present->isUsable()) return present;
+  const BindingGuard bindings;
+  const util::YPointer<Buffer> made(new Buffer(source));
+  glFinish();  // other contexts may only see it filled
+  slot.copy = made;
+  return made;
 }
 
 }  // namespace
-
-Geometry::Geometry() = default;
-Geometry::~Geometry() = default;
 
 GeometryBuffer::GeometryBuffer(const Geometry& geometry)
     : m_Vertices(SharedName::buffer()), m_Indices(SharedName::buffer()) {
@@ -172,19 +171,8 @@ TextureBuffer::TextureBuffer(const Texture& texture) : m_Name(SharedName::textur
 
 TextureBuffer::~TextureBuffer() = default;
 
-Texture::Texture(const QImage& image, bool repeat) : m_Image(image), m_Repeat(repeat), m_Transparent(false) {
-  if (!image.hasAlphaChannel()) return;
-  const QImage pixels = image.convertToFormat(QImage::Format_ARGB32);
-  for (int y = 0; y < pixels.height() && !m_Transparent; ++y) {
-    const QRgb* row = reinterpret_cast<const QRgb*>(pixels.constScanLine(y));
-    m_Transparent = std::any_of(row, row + pixels.width(), [](QRgb pixel) { return qAlpha(pixel) < 255; });
-  }
-}
-
-Texture::~Texture() = default;
-
 util::YPointer<GeometryBuffer> BufferCache::buffer(const Geometry& geometry) {
-  return upToDate(geometry.m_BufferMutex, geometry.m_Buffer, geometry);
+  return upToDate<GeometryBuffer>(geometry);
 }
 
 void BufferCache::fill(const SceneElement& root) {
@@ -195,8 +183,6 @@ void BufferCache::fill(const SceneElement& root) {
   for (const auto& child : root.getChildren()) fill(*child);
 }
 
-util::YPointer<TextureBuffer> BufferCache::buffer(const Texture& texture) {
-  return upToDate(texture.m_BufferMutex, texture.m_Buffer, texture);
-}
+util::YPointer<TextureBuffer> BufferCache::buffer(const Texture& texture) { return upToDate<TextureBuffer>(texture); }
 
 }  // namespace nubo::scene

@@ -30,7 +30,7 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   /// `detail` 0.0 draws everything; larger values may leave out what is smaller than that many pixels.
   /// `layers` and `kinds` are sets of Layer and Kind bits.
   ///
-  /// Edges are smoothed with the viewer's number of samples. A picture (no layers beyond 3) keeps an edge
+  /// Edges are smoothed with the scene's number of samples. A picture (no layers beyond 3) keeps an edge
   /// pixel's own colour and carries coverage in alpha, so that it composes over any background; with
   /// overlay layers edges blend into the background colour. The framebuffer's depth is not kept.
   /// Points and lines, which have a width, are drawn whole where they only reach into the area.
@@ -48,10 +48,10 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   static void upload(const SceneElement& root);
 
   /// Height of the view in which the widths of points and lines are in pixels: in a larger picture of it they are as
-  /// much larger, as far as OpenGL can draw them. 0: they are in pixels of any picture. That of the viewer's active
-  /// panel when the drawer was made.
+  /// much larger, as far as OpenGL can draw them. 0: they are in pixels of any picture. The scene's when
+  /// the drawer was made.
   void setViewHeight(int pixels);
-  /// Samples per pixel for edge smoothing, 0 for none; the viewer's setting when the drawer was made.
+  /// Samples per pixel for edge smoothing, 0 for none; the scene's setting when the drawer was made.
   void setSamples(int samples);
 
  private:

@@ -4,18 +4,15 @@
 
 #include <QOffscreenSurface>
 #include <QOpenGLFramebufferObject>
+#include <atomic>
 
 #include "kernel/log/logger.h"
-#include "module_scene/gui/viewer.h"
 
 namespace nubo::scene {
 
 namespace {
 
-void logFailure(int line, const char* message) {
-  log::Logger::getInstance()->log(log::Failure, __FILE__, line, "nubo::scene::SharedContext::SharedContext", nullptr,
-                                  "%s", message);
-}
+std::atomic<SharedContext*> s_GlobalContext{nullptr};
 
 // What fixed-function drawing needs, for this context, for panels and for contexts that modules make.
 QSurfaceFormat drawingFormat() {
@@ -34,7 +31,7 @@ SharedContext::SharedContext() {
   context->setFormat(drawingFormat());
   context->setShareContext(qt_gl_global_share_context());
   if (!context->create()) {
-    logFailure(__LINE__, "Could not create an OpenGL context");
+    NUBO_LOG(log::Failure, "nubo::scene::SharedContext::SharedContext", "Could not create an OpenGL context");
     return;
   }
   mp_Context = std::move(context);
@@ -44,7 +41,8 @@ SharedContext::SharedContext() {
   if (mp_Context->makeCurrent(mp_Surface.get())) {
     m_HasFramebufferObjects = QOpenGLFramebufferObject::hasOpenGLFramebufferObjects();
     if (!mp_Context->getProcAddress("glDrawRangeElementsBaseVertex"))
-      logFailure(__LINE__, "This OpenGL cannot draw scenes, version 3.2 or newer is needed");
+      NUBO_LOG(log::Failure, "nubo::scene::SharedContext::SharedContext",
+               "This OpenGL cannot draw scenes, version 3.2 or newer is needed");
     mp_Context->doneCurrent();
   }
   // Widgets share with the context that Qt knows as the global one.
@@ -58,9 +56,8 @@ SharedContext::~SharedContext() {
   if (mp_Context->makeCurrent(mp_Surface.get())) mp_Context->doneCurrent();
 }
 
-SharedContext* _GlobalContext() {
-  gui::Viewer* viewer = gui::Viewer::getInstance();
-  return viewer ? viewer->getSharedContext() : nullptr;
-}
+SharedContext* _GlobalContext() { return s_GlobalContext; }
+
+void setGlobalContext(SharedContext* context) { s_GlobalContext = context; }
 
 }  // namespace nubo::scene

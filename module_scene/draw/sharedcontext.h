@@ -33,7 +33,9 @@ class NUBO_MODULE_SCENE_EXPORT SharedContext {
   QRecursiveMutex m_Mutex;
 };
 
-/// The viewer's shared context; null before there is a viewer.
+/// The viewer's shared context; null before there is a viewer and after it is gone. Any thread.
 NUBO_MODULE_SCENE_EXPORT SharedContext* _GlobalContext();
+/// Makes a context that one, or none (null). Its owner keeps it for as long.
+void setGlobalContext(SharedContext* context);
 
 }  // namespace nubo::scene

@@ -1,17 +1,15 @@
 // What elements are made of: faces, lines or points.
 #pragma once
 
-#include <QMutex>
 #include <array>
 #include <cstdint>
 #include <vector>
 
 #include "module_scene/graph/boundingbox.h"
+#include "module_scene/graph/copyslot.h"
 #include "module_scene/graph/material.h"
 
 namespace nubo::scene {
-
-class GeometryBuffer;
 
 /// Kinds of geometry, as bits of SceneDrawer::glDraw's last argument.
 enum Kind { KindPoints = 1, KindLines = 2, KindFaces = 4 };
@@ -37,7 +35,7 @@ struct CoarseVersion {
   std::vector<std::uint32_t> first;  ///< per cluster, and one more: into Geometry::coarseIndices
 };
 
-/// Indexed vertices of one kind with one material. Filled once, finished with prepare(), and not
+/// Indexed vertices of one kind with one material. Filled once, finished by prepare() (see mesh/preparation.h), and not
 /// changed after it became part of a scene; may be shared by elements.
 struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   Kind kind = KindFaces;
@@ -63,19 +61,13 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   std::vector<CoarseVersion> coarseVersions;  ///< the coarsest last; empty: there is only the whole
   std::vector<std::uint32_t> coarseIndices;   ///< of all coarse versions
 
-  Geometry();  // these two are in buffercache.cpp, which knows GeometryBuffer
-  ~Geometry() override;
   std::size_t vertexCount() const { return positions.size() / 3; }
   std::size_t primitiveCount() const { return indices.size() / (kind == KindFaces ? 3 : kind == KindLines ? 2 : 1); }
 
-  /// Joins equal vertices, computes smooth normals for faces that lack them, sorts the primitives into
-  /// spatial clusters with vertices of their own and sets the box. Indices out of range must not occur.
-  void prepare();
+  CopySlot& copySlot() const { return m_CopySlot; }
 
  private:
-  friend class BufferCache;
-  mutable QMutex m_BufferMutex;                     ///< guards m_Buffer, also while it is made
-  mutable util::YPointer<GeometryBuffer> m_Buffer;  ///< OpenGL's copy, see BufferCache
+  mutable CopySlot m_CopySlot;
 };
 
 }  // namespace nubo::scene

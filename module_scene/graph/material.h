@@ -2,34 +2,29 @@
 #pragma once
 
 #include <QImage>
-#include <QMutex>
 #include <QString>
 #include <array>
 
-#include "kernel/util/ypointer.h"
+#include "module_scene/graph/copyslot.h"
 #include "module_scene/visibility.h"
 
 namespace nubo::scene {
-
-class TextureBuffer;
 
 /// A picture wrapped over a surface. Texture coordinate (0, 0) is the picture's lower left corner.
 class NUBO_MODULE_SCENE_EXPORT Texture : public util::YObject {
  public:
   explicit Texture(const QImage& image, bool repeat = true);
-  ~Texture() override;
   const QImage& getImage() const { return m_Image; }
   bool repeats() const { return m_Repeat; }
   /// True if any pixel is not opaque.
   bool isTransparent() const { return m_Transparent; }
+  CopySlot& copySlot() const { return m_CopySlot; }
 
  private:
-  friend class BufferCache;
   QImage m_Image;
   bool m_Repeat;
   bool m_Transparent;
-  mutable QMutex m_BufferMutex;                    ///< guards m_Buffer, also while it is made
-  mutable util::YPointer<TextureBuffer> m_Buffer;  ///< OpenGL's copy, see BufferCache
+  mutable CopySlot m_CopySlot;
 };
 
 /// Fixed-function material values, each colour as red, green, blue, alpha in 0 to 1.

@@ -13,6 +13,8 @@ namespace nubo::scene {
 
 namespace {
 
+std::atomic<Scene*> s_GlobalScene{nullptr};
+
 constexpr int TypeCount = 3;
 const QColor DefaultBackground(0x3a, 0x41, 0x4c);
 
@@ -156,5 +158,9 @@ SceneChange::SceneChange(const util::YPointer<Scene>& scene, LOCKTYPE type) : m_
 SceneChange::~SceneChange() {
   if (m_Scene) m_Scene->endChange(m_Type);
 }
+
+util::YPointer<Scene> _GlobalScene() { return s_GlobalScene.load(); }
+
+void setGlobalScene(Scene* scene) { s_GlobalScene = scene; }
 
 }  // namespace nubo::scene

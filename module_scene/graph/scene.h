@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QColor>
+#include <atomic>
 #include <memory>
 
 #include "module_scene/graph/sceneelement.h"
@@ -30,6 +31,15 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   /// A change of data of its own: waits for locks like SceneChange.
   void setBackgroundColor(const QColor& color);
 
+  // What else a drawing depends on; any thread. Drawers copy it when they are made. No change in the sense of locks.
+  /// Samples per pixel for edge smoothing, 0 for none.
+  int getSamples() const { return m_Samples; }
+  void setSamples(int samples) { m_Samples = samples; }
+  /// Height in pixels of the view in which the widths of points and lines are told, the active panel's; 0: there is
+  /// none.
+  int getViewHeight() const { return m_ViewHeight; }
+  void setViewHeight(int pixels) { m_ViewHeight = pixels; }
+
   /// Keeps everything still until the matching unlock() on the same thread; waits for a change in
   /// progress to end.
   void lock() { lock(LockAll); }
@@ -43,6 +53,8 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   friend class SceneChange;
   void beginChange(LOCKTYPE type);
   void endChange(LOCKTYPE type);
+  std::atomic<int> m_Samples{4};
+  std::atomic<int> m_ViewHeight{0};
   struct Private;
   std::unique_ptr<Private> d;
 };
@@ -75,7 +87,9 @@ class NUBO_MODULE_SCENE_EXPORT SceneChange {
   LOCKTYPE m_Type;
 };
 
-/// The scene that the program shows: the viewer's global scene (null before there is a viewer).
+/// The scene that the program shows; null before there is a viewer and after it is gone. Any thread.
 NUBO_MODULE_SCENE_EXPORT util::YPointer<Scene> _GlobalScene();
+/// Makes a scene that one, or none (null). Its owner keeps it for as long.
+void setGlobalScene(Scene* scene);
 
 }  // namespace nubo::scene

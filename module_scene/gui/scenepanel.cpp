@@ -62,7 +62,7 @@ void ScenePanel::paintGL() {
   const scene::SceneLocker locker(scene, scene::LockAll);
   if (!m_Drawer) m_Drawer = std::make_unique<scene::SceneDrawer>(scene);
   // What does without details does without smooth edges, too.
-  beginFrame(*m_Drawer, m_Detail > 0 ? 0 : Viewer::getInstance()->getSamples());
+  beginFrame(*m_Drawer, m_Detail > 0 ? 0 : scene::_GlobalScene()->getSamples());
   m_Drawer->glDraw(scene->getRootNode(), nullptr, getScaledTransformMatrix(), m_Detail, AllLayers, AllKinds);
   endFrame();
 }

@@ -1,5 +1,7 @@
 #include "module_scene/gui/viewer.h"
 
+#include <atomic>
+
 #include "kernel/events/eventhandler.h"
 #include "kernel/events/eventmanager.h"
 #include "module_scene/gui/castclasses.h"
@@ -15,11 +17,15 @@ std::atomic<Viewer*> s_Viewer{nullptr};
 Viewer::Viewer() : m_Scene(new scene::Scene), m_Context(std::make_unique<scene::SharedContext>()) {
   m_FboAvailable = m_Context->hasFramebufferObjects();
   registerCastClasses();
+  scene::setGlobalScene(m_Scene.get());
+  scene::setGlobalContext(m_Context.get());
   s_Viewer = this;
 }
 
 Viewer::~Viewer() {
   s_Viewer = nullptr;
+  scene::setGlobalScene(nullptr);
+  scene::setGlobalContext(nullptr);
   m_Scene = nullptr;  // before the context, which frees what OpenGL holds of it
 }
 
@@ -28,13 +34,13 @@ Viewer* Viewer::getInstance() { return s_Viewer; }
 void Viewer::setActivePanel(ScenePanel* panel) {
   if (panel == mp_ActivePanel) return;
   mp_ActivePanel = panel;
-  m_ViewHeight = panel ? panel->height() : 0;
+  m_Scene->setViewHeight(panel ? panel->height() : 0);
   const unsigned long type = events::EventHandler::getInstance()->addEvent("Scene", "SCENEPANEL_CHANGED");
   events::EventManager::getInstance()->fireEvent(main::Event(type, panel, nullptr, false));
 }
 
 void Viewer::panelResized(const ScenePanel* panel) {
-  if (panel == mp_ActivePanel) m_ViewHeight = panel->height();
+  if (panel == mp_ActivePanel) m_Scene->setViewHeight(panel->height());
 }
 
 void Viewer::addPanel(ScenePanel* panel) { m_Panels.append(panel); }
@@ -45,12 +51,3 @@ void Viewer::removePanel(ScenePanel* panel) {
 }
 
 }  // namespace nubo::gui
-
-namespace nubo::scene {
-
-util::YPointer<Scene> _GlobalScene() {
-  gui::Viewer* viewer = gui::Viewer::getInstance();
-  return viewer ? viewer->getGlobalScene() : nullptr;
-}
-
-}  // namespace nubo::scene

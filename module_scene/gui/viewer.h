@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QList>
-#include <atomic>
 #include <memory>
 
 #include "module_scene/draw/sharedcontext.h"
@@ -34,12 +33,6 @@ class NUBO_MODULE_SCENE_EXPORT Viewer {
   ScenePanel* getActivePanel() const { return mp_ActivePanel; }
   const QList<ScenePanel*>& getPanels() const { return m_Panels; }
 
-  /// Of the active panel, 0 without one; any thread. Drawers take it when they are made.
-  int getViewHeight() const { return m_ViewHeight; }
-  /// Samples per pixel for edge smoothing, 0 for none; any thread. Drawers take it when they are made.
-  int getSamples() const { return m_Samples; }
-  void setSamples(int samples) { m_Samples = samples; }
-
  private:
   friend class ScenePanel;
   void addPanel(ScenePanel* panel);
@@ -49,8 +42,6 @@ class NUBO_MODULE_SCENE_EXPORT Viewer {
   util::YPointer<scene::Scene> m_Scene;
   std::unique_ptr<scene::SharedContext> m_Context;
   bool m_FboAvailable = false;
-  std::atomic<int> m_Samples{4};
-  std::atomic<int> m_ViewHeight{0};
   QList<ScenePanel*> m_Panels;
   ScenePanel* mp_ActivePanel = nullptr;
 };

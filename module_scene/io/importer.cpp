@@ -10,6 +10,7 @@
 #include "module_scene/io/plyreader.h"
 #include "module_scene/io/stlreader.h"
 #include "module_scene/io/xfilecheck.h"
+#include "module_scene/mesh/preparation.h"
 
 namespace nubo::io {
 namespace {
@@ -56,7 +57,7 @@ void readFile(const QString& fileName, ImportResult& result) {
     return AssimpLibrary::instance().readWithAssimp(fileName, result);
   }
   const bool hadPrimitives = !geometry->indices.empty();
-  geometry->prepare();
+  prepare(*geometry);
   if (geometry->indices.empty())
     throw ImportError(hadPrimitives ? ImportError::tr("none of its geometry has usable coordinates")
                                     : ImportError::tr("it holds no geometry"));

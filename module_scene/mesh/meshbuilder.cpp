@@ -1,4 +1,5 @@
 #include "module_scene/mesh/meshbuilder.h"
+#include "module_scene/mesh/preparation.h"
 
 #include <cmath>
 
@@ -137,7 +138,7 @@ MeshBuilder& MeshBuilder::picture(const math::Vector3& corner, const math::Vecto
 }
 
 util::YPointer<Geometry> MeshBuilder::finish() {
-  m_Geometry->prepare();
+  prepare(*m_Geometry);
   const util::YPointer<Geometry> finished = m_Geometry;
   m_Geometry = new Geometry;
   m_Geometry->material = finished->material;

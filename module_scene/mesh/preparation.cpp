@@ -1,4 +1,4 @@
-#include "module_scene/graph/geometry.h"
+#include "module_scene/mesh/preparation.h"
 
 #include <cmath>
 #include <cstring>
@@ -249,18 +249,18 @@ bool isTransparent(const Geometry& g) {
 
 }  // namespace
 
-void Geometry::prepare() {
-  unifyZeros(positions);
-  dropUndrawable(*this);
-  unifyZeros(normals);
-  repairNormals(*this);
-  makeClusters(*this);
-  joinVertices(*this);
-  transparent = isTransparent(*this);
-  if (kind == KindFaces) prepareFaces(*this);
-  separateClusters(*this);
+void prepare(Geometry& g) {
+  unifyZeros(g.positions);
+  dropUndrawable(g);
+  unifyZeros(g.normals);
+  repairNormals(g);
+  makeClusters(g);
+  joinVertices(g);
+  g.transparent = isTransparent(g);
+  if (g.kind == KindFaces) prepareFaces(g);
+  separateClusters(g);
   constexpr std::size_t Many = 20000;
-  if (vertexCount() > Many) outline = outlineOf(positions, clusters);
+  if (g.vertexCount() > Many) g.outline = outlineOf(g.positions, g.clusters);
 }
 
 }  // namespace nubo::scene

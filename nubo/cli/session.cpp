@@ -86,7 +86,7 @@ QString Session::showScene(const CommandLine& line, bool takesTime) {
   reportWarnings(result.warnings);
   scene->setRootNode(result.root);
   if (line.background.isValid()) scene->setBackgroundColor(line.background);
-  if (line.samples) m_Viewer.setSamples(*line.samples);
+  if (line.samples) scene::_GlobalScene()->setSamples(*line.samples);
 
   gui::Framing framing(directionOf(line), result.root->getBoundingBox());
   const auto look = [&] {

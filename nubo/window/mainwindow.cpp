@@ -248,14 +248,14 @@ QMenu* MainWindow::createSettingsMenu() {
 
   QMenu* samples = menu->addMenu(tr("&Edge Smoothing"));
   auto* sampleGroup = new QActionGroup(this);
-  const int chosen = main::nuboSettings()->value(SamplesKey, gui::Viewer::getInstance()->getSamples()).toInt();
+  const int chosen = main::nuboSettings()->value(SamplesKey, scene::_GlobalScene()->getSamples()).toInt();
   for (const int count : SampleChoices) {
     QAction* action = samples->addAction(count ? tr("%n Samples", "", count) : tr("None"));
     action->setCheckable(true);
     action->setChecked(count == chosen);
     sampleGroup->addAction(action);
     connect(action, &QAction::triggered, this, [this, count] { setSamples(count); });
-    if (count == chosen) gui::Viewer::getInstance()->setSamples(count);
+    if (count == chosen) scene::_GlobalScene()->setSamples(count);
   }
   addMnemonics(samples->actions());
 
@@ -337,7 +337,7 @@ void MainWindow::saveLayout() {
 
 void MainWindow::open(const app::CommandLine& line) {
   m_Line = line;
-  if (line.samples) gui::Viewer::getInstance()->setSamples(*line.samples);
+  if (line.samples) scene::_GlobalScene()->setSamples(*line.samples);
   if (line.background.isValid()) setBackground(line.background);
   if (!line.view.isEmpty()) mp_Panels->activePanel()->showView(line.view);
   openFiles(line.scenes);
@@ -533,7 +533,7 @@ void MainWindow::setBackground(const QColor& color) {
 
 void MainWindow::setSamples(int samples) {
   main::nuboSettings()->setValue(SamplesKey, samples);
-  gui::Viewer::getInstance()->setSamples(samples);
+  scene::_GlobalScene()->setSamples(samples);
   mp_Panels->updatePanels();
 }
 

@@ -144,7 +144,7 @@ void ViewPanel::paintScene() {
 }
 
 ViewPanel::View ViewPanel::currentView() const {
-  return {getScaledTransformMatrix(), size() * devicePixelRatioF(), gui::Viewer::getInstance()->getSamples(),
+  return {getScaledTransformMatrix(), size() * devicePixelRatioF(), scene::_GlobalScene()->getSamples(),
           scene::_GlobalScene()->changeCount()};
 }
 

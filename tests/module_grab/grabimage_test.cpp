@@ -15,6 +15,7 @@
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterpanelfactory.h"
 #include "module_scene/draw/scenedrawer.h"
+#include "module_scene/mesh/preparation.h"
 #include "support/glfixture.h"
 #include "support/host.h"
 
@@ -50,7 +51,7 @@ util::YPointer<scene::SceneElement> quadrants() {
     geometry->material = new scene::Material;
     geometry->material->diffuse = colour;
     geometry->material->lit = false;
-    geometry->prepare();
+    prepare(*geometry);
     root->addGeometry(geometry);
   };
   add(-1, 0, 1, {1, 0, 0, 1});
@@ -64,7 +65,7 @@ class GrabImageTest : public ::testing::Test {
   void SetUp() override {
     ASSERT_TRUE(m_Host.viewer.isFboAvailable()) << "OpenGL is needed here";
     m_Host.viewer.getGlobalScene()->setRootNode(quadrants());
-    m_Host.viewer.setSamples(0);
+    scene::_GlobalScene()->setSamples(0);
     m_Panel = std::make_unique<gui::ScenePanel>();
     m_Panel->resize(PanelWidth, PanelHeight);
     gui::Camera camera;

@@ -12,6 +12,7 @@
 #include "kernel/main/commandmanager.h"
 #include "kernel/main/parameter.h"
 #include "module_grab/commands/grabvideo.h"
+#include "module_scene/mesh/preparation.h"
 #include "module_trajectory/trajectory.h"
 #include "support/host.h"
 
@@ -30,9 +31,9 @@ class SteppedScene {
     geometry->material = new scene::Material;
     geometry->material->diffuse = {1, 0, 0, 1};
     geometry->material->lit = false;
-    geometry->prepare();
+    prepare(*geometry);
     m_Bar->addGeometry(geometry);
-    gui::Viewer::getInstance()->setSamples(0);
+    scene::_GlobalScene()->setSamples(0);
     gui::Viewer::getInstance()->getGlobalScene()->setRootNode(m_Bar);
   }
   ~SteppedScene() {

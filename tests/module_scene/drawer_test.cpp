@@ -8,6 +8,7 @@
 #include "module_scene/draw/drawingturn.h"
 #include "module_scene/mesh/coarsening.h"
 #include "module_scene/mesh/meshbuilder.h"
+#include "module_scene/mesh/preparation.h"
 #include "support/glfixture.h"
 
 namespace nubo::scene {
@@ -41,7 +42,7 @@ GeometryPointer quad(const util::YPointer<Material>& material, double half = 0.5
     geometry->positions.insert(geometry->positions.end(), {float(p[0]), float(p[1]), float(p[2])});
   }
   geometry->indices = {0, 1, 2, 0, 2, 3};
-  geometry->prepare();
+  prepare(*geometry);
   return geometry;
 }
 
@@ -58,7 +59,7 @@ GeometryPointer strokes(Kind kind, float width, int count, unsigned seed) {
     for (int axis = 0; axis < 3; ++axis) geometry->positions.push_back(next());
     geometry->indices.push_back(std::uint32_t(i));
   }
-  geometry->prepare();
+  prepare(*geometry);
   return geometry;
 }
 
@@ -209,7 +210,7 @@ TEST_F(DrawerTest, LayersAndKindsSelect) {
   point->positions = {0, 0, 0.5f};
   point->indices = {0};
   point->material = paint(Qt::yellow);
-  point->prepare();
+  prepare(*point);
   shot.root = element({quad(paint(Qt::green)), point});
   shot.root->addChild(overlay);
   const auto center = [&](int layers, int kinds) {
@@ -276,7 +277,7 @@ TEST_F(DrawerTest, WidePointAcrossATilesCornerIsWholeAndGrowsWithThePicture) {
   point->positions = {0, 0, 0};
   point->indices = {0};
   point->material = paint(Qt::red);
-  point->prepare();
+  prepare(*point);
   Shot shot;
   shot.root = element({point});
   shot.width = shot.height = 256;  // so that four tiles of 128 meet in the point's centre
@@ -345,7 +346,7 @@ TEST_F(DrawerTest, CoarseVersionsLookAlikeFromAfarAndChangeNoWholePicture) {
     result->kind = kind;
     result->width = 3;
     result->clusters.clear();
-    result->prepare();
+    prepare(*result);
     return result;
   };
   for (const Kind kind : {KindFaces, KindPoints}) {

@@ -1,5 +1,6 @@
 // Geometry::prepare: what it joins, smooths, sorts and knows about a mesh.
 #include "module_scene/graph/geometry.h"
+#include "module_scene/mesh/preparation.h"
 
 #include <gtest/gtest.h>
 
@@ -57,7 +58,7 @@ Mesh sphere(int rings) {
 TEST(Geometry, JoinsASoupAndKeepsTheCreasesOfACube) {
   const Mesh cube = soup(CubePoints, CubeFaces);
   cube->positions[0] = -0.0f;  // the same place as 0
-  cube->prepare();
+  prepare(*cube);
   EXPECT_EQ(cube->indices.size(), 36u);
   EXPECT_EQ(cube->vertexCount(), 24u);  // three normals at each of 8 corners
   for (std::size_t i = 0; i < 36; i += 3) {
@@ -75,7 +76,7 @@ TEST(Geometry, JoinsASoupAndKeepsTheCreasesOfACube) {
 
 TEST(Geometry, SmoothNormalsOfASphereLookOutwards) {
   const Mesh mesh = sphere(16);  // of one cluster
-  mesh->prepare();
+  prepare(*mesh);
   EXPECT_EQ(mesh->vertexCount(), 15u * 32 + 2);
   for (std::uint32_t i = 0; i < mesh->vertexCount(); ++i)
     for (int k = 0; k < 3; ++k)  // exact in theory where all neighbours lie on the sphere; 32-bit coordinates
@@ -125,7 +126,7 @@ TEST(Geometry, KnowsWhichMeshesAreClosed) {
       {"cut along seams of normals only", true,
        [&] {
          const Mesh mesh = soup(CubePoints, CubeFaces);
-         mesh->prepare();  // gives the sides normals of their own
+         prepare(*mesh);  // gives the sides normals of their own
          return mesh;
        }},
       {"seen through", false,
@@ -139,7 +140,7 @@ TEST(Geometry, KnowsWhichMeshesAreClosed) {
   for (const Row& row : rows) {
     const Mesh mesh = row.make();
     mesh->clusters.clear();
-    mesh->prepare();
+    prepare(*mesh);
     EXPECT_EQ(mesh->closed, row.closed) << row.name;
   }
 }
@@ -158,7 +159,7 @@ TEST(Geometry, ClustersHoldEachFaceOnceWithinTheirBoxesAndCones) {
     return corners;
   };
   for (std::size_t i = 0; i < mesh->indices.size(); i += 3) ++faces[face(i)];
-  mesh->prepare();
+  prepare(*mesh);
   ASSERT_TRUE(mesh->closed);
 
   std::uint32_t first = 0, firstVertex = 0;
@@ -210,7 +211,7 @@ TEST(Geometry, ManyFacesInOnePlaceAreStillCut) {
   mesh->positions = {0, 0, 0, 1, 0, 0, 0, 1, 0, 1e6f, 0, 0, 1e6f + 1, 0, 0, 1e6f, 1, 0};
   for (int i = 0; i < 5000; ++i) mesh->indices.insert(mesh->indices.end(), {0, 1, 2});
   mesh->indices.insert(mesh->indices.end(), {3, 4, 5});
-  mesh->prepare();
+  prepare(*mesh);
   std::size_t count = 0;
   for (const Cluster& cluster : mesh->clusters) {
     EXPECT_LE(cluster.count, 3 * 1024u);
@@ -225,7 +226,7 @@ TEST(Geometry, LeavesOutWhatCannotBeDrawnAndKeepsTheRest) {
   mesh->positions = {0, 0, 0, 1, 0, 0, 0, 1, 0, nan, 0, 0, 0, 0, infinite};
   mesh->normals = {0, 0, 1, nan, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 1};
   mesh->indices = {0, 1, 2, 0, 1, 3, 0, 4, 2, 0, 0, 1};
-  mesh->prepare();
+  prepare(*mesh);
   EXPECT_EQ(mesh->indices.size(), 3u);
   EXPECT_EQ(mesh->vertexCount(), 3u);
   EXPECT_EQ(mesh->box.max, (math::Vector3{1, 1, 0}));
@@ -234,7 +235,7 @@ TEST(Geometry, LeavesOutWhatCannotBeDrawnAndKeepsTheRest) {
   Mesh nothing(new Geometry);
   nothing->positions = {nan, nan, nan};
   nothing->indices = {0, 0, 0};
-  nothing->prepare();
+  prepare(*nothing);
   EXPECT_TRUE(nothing->indices.empty() && nothing->clusters.empty() && nothing->box.isEmpty());
   EXPECT_FALSE(nothing->closed);
 
@@ -243,7 +244,7 @@ TEST(Geometry, LeavesOutWhatCannotBeDrawnAndKeepsTheRest) {
   points->positions = {0, 0, 0, 2, 2, 2, 0, 0, 0};
   points->colors = {1, 2, 3, 255, 1, 2, 3, 255, 9, 9, 9, 128};
   points->indices = {0, 1, 2};
-  points->prepare();
+  prepare(*points);
   EXPECT_EQ(points->vertexCount(), 3u) << "vertices of different colours are not the same";
   EXPECT_TRUE(points->transparent);
 }

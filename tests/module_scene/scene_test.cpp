@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "module_scene/builtin/builtinscene.h"
+#include "module_scene/mesh/preparation.h"
 
 namespace nubo::scene {
 namespace {
@@ -132,7 +133,7 @@ TEST(SceneElement, KnowsItsPlaceInTheTree) {
   point->kind = KindPoints;
   point->positions = {1, 0, 0};
   point->indices = {0};
-  point->prepare();
+  prepare(*point);
   hand->addGeometry(point);
   root->setTransform(math::scaling(2, 2, 2));
   arm->setTransform(math::translation(0, 3, 0));

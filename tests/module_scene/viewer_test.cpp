@@ -7,6 +7,7 @@
 #include "kernel/main/castclass.h"
 #include "module_scene/builtin/builtinscene.h"
 #include "module_scene/gui/framing.h"
+#include "module_scene/mesh/preparation.h"
 
 namespace nubo::gui {
 namespace {
@@ -46,7 +47,7 @@ TEST(Framing, CentresWhateverIsShownAndFillsTheView) {
       dots->indices.push_back(i);
       points.push_back(math::transformPoint(c.shape, {dot[0], dot[1], dot[2]}));
     }
-    dots->prepare();
+    prepare(*dots);
     leaf->addGeometry(dots);
     const scene::BoundingBox box = root->getBoundingBox();
     const double size = std::hypot(box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]);
@@ -94,7 +95,7 @@ TEST(Framing, LeavesRoomForTurningAboutTheMiddle) {
     for (const double value : corners.back()) dots->positions.push_back(float(value));
     dots->indices.push_back(i);
   }
-  dots->prepare();
+  prepare(*dots);
   element->addGeometry(dots);
   for (const auto& [width, height] : {std::pair(1600, 900), {500, 900}, {100, 100}})
     for (const double elevation : {-90.0, 0.0, 25.0, 90.0}) {

@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "module_scene/gui/viewer.h"
+#include "module_scene/mesh/preparation.h"
 #include "module_trajectory/animationtrajectory.h"
 #include "module_trajectory/marker.h"
 #include "module_trajectory/pointfile.h"
@@ -25,7 +26,7 @@ class Trajectory : public testing::Test {
     util::YPointer<scene::Geometry> triangle(new scene::Geometry);
     triangle->positions = {1, 1, 0, 5, 1, 0, 1, 3, 7};
     triangle->indices = {0, 1, 2};
-    triangle->prepare();
+    prepare(*triangle);
     m_Root->addGeometry(triangle);
     scene::_GlobalScene()->setRootNode(m_Root);
   }

@@ -43,7 +43,7 @@ TEST(ViewPanel, ShowsTheWholeModelAtRestWhateverHappenedBefore) {
          root->setTransform(math::translation(0.3, 0.1, 0));
        }},
       {"coloured behind", [&] { host.viewer.getGlobalScene()->setBackgroundColor(Qt::darkGreen); }},
-      {"unsmoothed", [&] { host.viewer.setSamples(0); }},
+      {"unsmoothed", [&] { scene::_GlobalScene()->setSamples(0); }},
       {"smaller",
        [&] {
          panel.resize(300, 260);

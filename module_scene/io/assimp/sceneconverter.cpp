@@ -8,6 +8,7 @@
 
 #include "module_scene/io/assimp/materialconverter.h"
 #include "module_scene/io/importerror.h"
+#include "module_scene/mesh/preparation.h"
 
 namespace nubo::io {
 namespace {
@@ -110,7 +111,7 @@ void SceneConverter::convertMeshes() {
   for (unsigned i = 0; i < m_Source.mNumMeshes; ++i) {
     util::YPointer<scene::Geometry> geometry = convertMesh(*m_Source.mMeshes[i]);
     const bool hadPrimitives = !geometry->indices.empty();
-    geometry->prepare();
+    prepare(*geometry);
     if (geometry->indices.empty()) {
       m_Dropped = m_Dropped || hadPrimitives;
       geometry = nullptr;

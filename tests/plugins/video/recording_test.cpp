@@ -8,6 +8,7 @@
 #include <numeric>
 
 #include "module_grab/recording.h"
+#include "module_scene/mesh/preparation.h"
 #include "testvideo.h"
 
 namespace nubo::test {
@@ -34,12 +35,12 @@ class NumberedScene {
       bar->material = new scene::Material;
       bar->material->diffuse = {1, 1, 1, 1};
       bar->material->lit = false;
-      bar->prepare();
+      prepare(*bar);
       m_Bars.emplace_back(new scene::SceneElement(QString::number(bit)));
       m_Bars.back()->addGeometry(bar);
       m_Root->addChild(m_Bars.back());
     }
-    gui::Viewer::getInstance()->setSamples(0);
+    scene::_GlobalScene()->setSamples(0);
     gui::Viewer::getInstance()->getGlobalScene()->setBackgroundColor(Qt::black);
     gui::Viewer::getInstance()->getGlobalScene()->setRootNode(m_Root);
   }

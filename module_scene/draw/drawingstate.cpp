@@ -1,0 +1,75 @@
+#include "module_scene/draw/drawingstate.h"
+
+#include <QOpenGLExtraFunctions>
+
+namespace nubo::scene {
+
+QOpenGLFunctions_2_0* functions() { return QOpenGLContext::currentContext()->versionFunctions<QOpenGLFunctions_2_0>(); }
+
+StateGuard::StateGuard() {
+  glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &m_DrawFramebuffer);
+  glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &m_ReadFramebuffer);
+  glGetIntegerv(GL_CURRENT_PROGRAM, &m_Program);
+  glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &m_ArrayBuffer);
+  glGetIntegerv(GL_ELEMENT_ARRAY_BUFFER_BINDING, &m_ElementBuffer);
+  glPushAttrib(GL_ALL_ATTRIB_BITS);
+  glPushClientAttrib(GL_CLIENT_ALL_ATTRIB_BITS);
+  for (std::size_t i = 0; i < Modes.size(); ++i) glGetDoublev(Queries[i], m_Matrices[i].data());
+}
+
+StateGuard::~StateGuard() {
+  for (std::size_t i = 0; i < Modes.size(); ++i) {
+    glMatrixMode(Modes[i]);
+    glLoadMatrixd(m_Matrices[i].data());
+  }
+  glPopClientAttrib();
+  glPopAttrib();
+  QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
+  gl->glBindBuffer(GL_ARRAY_BUFFER, GLuint(m_ArrayBuffer));
+  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, GLuint(m_ElementBuffer));
+  gl->glUseProgram(GLuint(m_Program));
+  gl->glBindFramebuffer(GL_DRAW_FRAMEBUFFER, GLuint(m_DrawFramebuffer));
+  gl->glBindFramebuffer(GL_READ_FRAMEBUFFER, GLuint(m_ReadFramebuffer));
+}
+
+void load(GLenum mode, const math::Matrix4& matrix) {
+  glMatrixMode(mode);
+  glLoadMatrixd(matrix.data());
+}
+
+void setUpState() {
+  QOpenGLFunctions_2_0* gl = functions();
+  gl->glUseProgram(0);
+  gl->glActiveTexture(GL_TEXTURE0);
+  gl->glClientActiveTexture(GL_TEXTURE0);
+  for (const GLenum off :
+       {GL_ALPHA_TEST, GL_BLEND, GL_COLOR_LOGIC_OP, GL_CULL_FACE, GL_DITHER, GL_FOG, GL_LINE_SMOOTH, GL_LINE_STIPPLE,
+        GL_POINT_SMOOTH, GL_POLYGON_SMOOTH, GL_POLYGON_STIPPLE, GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_TEXTURE_2D})
+    glDisable(off);
+  for (const GLenum on : {GL_DEPTH_TEST, GL_MULTISAMPLE, GL_NORMALIZE}) glEnable(on);
+  glDepthFunc(GL_LEQUAL);
+  glDepthMask(GL_TRUE);
+  glClearDepth(1.0);
+  glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+  glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+  glShadeModel(GL_SMOOTH);
+  glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
+  load(GL_TEXTURE, math::Matrix4());
+}
+
+void setUpLight() {
+  constexpr GLfloat Direction[] = {-0.25f, 0.4f, 1.0f, 0.0f};
+  constexpr GLfloat Diffuse[] = {0.85f, 0.85f, 0.85f, 1.0f};
+  constexpr GLfloat White[] = {1, 1, 1, 1};
+  constexpr GLfloat Black[] = {0, 0, 0, 1};
+  constexpr GLfloat Ambient[] = {0.22f, 0.22f, 0.22f, 1.0f};
+  load(GL_MODELVIEW, math::Matrix4());
+  glLightfv(GL_LIGHT0, GL_POSITION, Direction);
+  glLightfv(GL_LIGHT0, GL_AMBIENT, Black);
+  glLightfv(GL_LIGHT0, GL_DIFFUSE, Diffuse);
+  glLightfv(GL_LIGHT0, GL_SPECULAR, White);
+  glLightModelfv(GL_LIGHT_MODEL_AMBIENT, Ambient);
+  glEnable(GL_LIGHT0);
+}
+
+}  // namespace nubo::scene

@@ -1,0 +1,130 @@
+#include "module_scene/draw/painter.h"
+
+#include "module_scene/draw/drawingstate.h"
+
+namespace nubo::scene {
+
+namespace {
+
+void setUpTexture(const Geometry& geometry, const Material& material) {
+  if (!material.texture || geometry.texCoords.empty()) {
+    glDisable(GL_TEXTURE_2D);
+    return;
+  }
+  glEnable(GL_TEXTURE_2D);
+  glBindTexture(GL_TEXTURE_2D, BufferCache::buffer(*material.texture)->name());
+}
+
+const Material& materialOf(const Geometry& geometry) {
+  static const Material DefaultMaterial;
+  return geometry.material ? *geometry.material : DefaultMaterial;
+}
+
+bool isLit(const Geometry& geometry) { return materialOf(geometry).lit && !geometry.normals.empty(); }
+
+GLenum modeOf(Kind kind) { return kind == KindFaces ? GL_TRIANGLES : kind == KindLines ? GL_LINES : GL_POINTS; }
+
+void setUpMaterial(const Geometry& geometry) {
+  const Material& material = materialOf(geometry);
+  setUpTexture(geometry, material);
+  const bool lit = isLit(geometry);
+  if (lit) {
+    glEnable(GL_LIGHTING);
+    glColorMaterial(GL_FRONT_AND_BACK, GL_AMBIENT_AND_DIFFUSE);
+    glEnable(GL_COLOR_MATERIAL);
+    glMaterialfv(GL_FRONT_AND_BACK, GL_SPECULAR, material.specular.data());
+    glMaterialfv(GL_FRONT_AND_BACK, GL_EMISSION, material.emissive.data());
+    glMaterialf(GL_FRONT_AND_BACK, GL_SHININESS, material.shininess);
+  } else {
+    glDisable(GL_LIGHTING);
+    glDisable(GL_COLOR_MATERIAL);
+  }
+  // Highlights lie on top of a texture.
+  const bool highlights = lit && glIsEnabled(GL_TEXTURE_2D) && material.shininess > 0;
+  glLightModeli(GL_LIGHT_MODEL_COLOR_CONTROL, highlights ? GL_SEPARATE_SPECULAR_COLOR : GL_SINGLE_COLOR);
+  glColor4fv(material.diffuse.data());
+}
+
+// Colours are premultiplied where they are kept, so that alpha is the share that is covered.
+void blend() {
+  glEnable(GL_BLEND);
+  functions()->glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+  functions()->glBlendEquation(GL_FUNC_ADD);
+  glDepthMask(GL_FALSE);
+}
+
+}  // namespace
+
+Painter::Painter(const DrawList& list) : m_List(list) {
+  for (const Batch& batch : list.opaque()) m_Steps.push_back({&batch, false, GL_NONE});
+  for (const Batch& batch : list.transparent()) {
+    // The far side of a body is drawn before its near side.
+    if (batch.geometry->kind != KindFaces) {
+      m_Steps.push_back({&batch, true, GL_NONE});
+      continue;
+    }
+    for (const GLenum hidden : {GL_FRONT, GL_BACK}) m_Steps.push_back({&batch, true, hidden});
+  }
+}
+
+void Painter::draw(std::size_t indices) {
+  mp_Current = nullptr;
+  std::size_t drawn = 0;
+  while (!isDone() && drawn < indices) {
+    const Step& step = m_Steps[m_Step];
+    setUp(step);
+    drawn += drawRanges(*step.batch, indices - drawn);
+    if (m_Range < step.batch->rangeCount) continue;
+    ++m_Step;
+    m_Range = 0;
+  }
+}
+
+void Painter::drawSamples(Kinds* known) {
+  for (const Step& step : m_Steps) {
+    const Geometry& geometry = *step.batch->geometry;
+    const bool textured = geometry.material && geometry.material->texture && !geometry.texCoords.empty();
+    const GLenum hidden = hiddenBy(step);
+    if (!known->insert({geometry.kind, isLit(geometry), textured, geometry.colors.empty(), hidden}).second) continue;
+    setUp(step);
+    step.batch->buffer->draw(modeOf(geometry.kind), m_List.ranges()[step.batch->firstRange]);
+  }
+}
+
+GLenum Painter::hiddenBy(const Step& step) {
+  if (step.hidden != GL_NONE) return step.hidden;
+  return step.batch->cullBack ? GL_BACK : GL_NONE;
+}
+
+void Painter::setUp(const Step& step) {
+  const Batch& batch = *step.batch;
+  load(GL_MODELVIEW, batch.modelView);
+  glFrontFace(batch.mirrored ? GL_CW : GL_CCW);
+  if (step.transparent) blend();
+  const GLenum hidden = hiddenBy(step);
+  if (hidden != GL_NONE) {
+    glEnable(GL_CULL_FACE);
+    glCullFace(hidden);
+  } else {
+    glDisable(GL_CULL_FACE);
+  }
+  glLightModeli(GL_LIGHT_MODEL_TWO_SIDE, batch.cullBack ? GL_FALSE : GL_TRUE);
+  if (batch.geometry == mp_Current) return;
+  mp_Current = batch.geometry;
+  batch.buffer->bind(*batch.geometry);
+  setUpMaterial(*batch.geometry);
+  glPointSize(batch.width);
+  glLineWidth(batch.width);
+}
+
+std::size_t Painter::drawRanges(const Batch& batch, std::size_t indices) {
+  std::size_t drawn = 0;
+  for (; m_Range < batch.rangeCount && drawn < indices; ++m_Range) {
+    const Range& range = m_List.ranges()[batch.firstRange + m_Range];
+    batch.buffer->draw(modeOf(batch.geometry->kind), range);
+    drawn += range.count;
+  }
+  return drawn;
+}
+
+}  // namespace nubo::scene

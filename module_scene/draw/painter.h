@@ -1,0 +1,46 @@
+// Draws what a list holds.
+#pragma once
+
+#include <QOpenGLFunctions>
+#include <cstddef>
+#include <set>
+#include <tuple>
+#include <vector>
+
+#include "module_scene/draw/drawlist.h"
+
+namespace nubo::scene {
+
+/// Draws batches one after the other, changing only the state that differs. On the thread of the current context; the
+/// list stays as it is meanwhile.
+class Painter {
+ public:
+  explicit Painter(const DrawList& list);
+
+  /// Kinds of drawing for which a driver must make itself ready.
+  using Kinds = std::set<std::tuple<Kind, bool, bool, bool, GLenum>>;
+
+  bool isDone() const { return m_Step == m_Steps.size(); }
+  /// Draws on, from the state that all drawing starts from, until about so many indices are drawn.
+  void draw(std::size_t indices);
+  /// Draws a little of each kind that is not in `known`, and adds it there.
+  void drawSamples(Kinds* known);
+
+ private:
+  struct Step {
+    const Batch* batch;
+    bool transparent;
+    GLenum hidden;
+  };
+
+  static GLenum hiddenBy(const Step& step);
+  void setUp(const Step& step);
+  std::size_t drawRanges(const Batch& batch, std::size_t indices);
+
+  const DrawList& m_List;
+  std::vector<Step> m_Steps;
+  std::size_t m_Step = 0, m_Range = 0;  // the next
+  const Geometry* mp_Current = nullptr;
+};
+
+}  // namespace nubo::scene
