@@ -61,6 +61,7 @@ class NUBO_MODULE_GRAB_EXPORT Encoder : public QObject {
   /// -1 when the worker starts; percentages of the backlog once waitForFinish has begun. Emitted on the worker.
   void progressChanged(int percent);
 
+ public:
   /// A chunk's property of the type QVector<qint64>: for each of its frames in order, microseconds since the first
   /// frame of the recording was drawn, on a clock that never goes back.
   static constexpr char FrameTimesProperty[] = "frameTimes";
