@@ -46,6 +46,11 @@ OffscreenContext::~OffscreenContext() {
 
 bool OffscreenContext::makeCurrent() { return mp_Context->makeCurrent(mp_Surface.get()); }
 
+void OffscreenContext::release() {
+  doneCurrent();
+  mp_Surface->destroy();
+}
+
 void OffscreenContext::doneCurrent() {
   if (QOpenGLContext::currentContext() == mp_Context.get()) mp_Context->doneCurrent();
 }

@@ -24,9 +24,12 @@ class OffscreenContext {
   /// False if OpenGL gave no context, or the program is ending.
   [[nodiscard]] bool isValid() const { return mp_Context != nullptr; }
   [[nodiscard]] bool makeCurrent();
-  void doneCurrent();
+  /// Current no more, and without its surface. Does not wait for the application thread.
+  void release();
 
  private:
+  void doneCurrent();
+
   std::unique_ptr<QOpenGLContext> mp_Context;
   std::unique_ptr<QOffscreenSurface> mp_Surface;
 };

@@ -26,6 +26,8 @@ class NUBO_KERNEL_EXPORT CommandMonitor : public QObject {
   void detailChanged(const QString& detail);
   /// Percentage 0 to 100, or -1 while it is not known.
   void processedChanged(int percent);
+  /// Why what the log calls a failure happened, for whoever says both in one line.
+  void reasonGiven(const QString& reason);
   void enabledChanged(bool enabled);
   void started();
   void finished();
@@ -61,6 +63,7 @@ class NUBO_KERNEL_EXPORT Command {
   void updateText(const QString& text);
   void updateDetail(const QString& detail);
   void updateProcessed(int percent);
+  void giveReason(const QString& reason);
   void disableCommand(bool disable);
 
   bool isEnabled() const { return m_Enabled; }

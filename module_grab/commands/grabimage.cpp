@@ -7,7 +7,6 @@
 #include <QImage>
 #include <QImageWriter>
 #include <QOpenGLFramebufferObject>
-#include <QSaveFile>
 #include <QSettings>
 #include <algorithm>
 #include <boost/bind.hpp>
@@ -22,22 +21,15 @@
 #include "kernel/main/parameterpanelfactory.h"
 #include "kernel/util/delegate.h"
 #include "kernel/util/functioncommand.h"
-#include "kernel/util/yprogressdialog.h"
-#include "module_grab/commands/composetile.h"
+#include "module_grab/commands/picturefile.h"
 #include "module_grab/commands/picturesize.h"
-#include "module_grab/commands/tiling.h"
+#include "module_grab/commands/tiledrenderer.h"
 #include "module_grab/events.h"
 #include "module_grab/image/icon.h"
 #include "module_grab/modulegrab.h"
 #include "module_grab/offscreencontext.h"
 #include "module_grab/parameters.h"
-#include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/viewer.h"
-
-// Logs for a member function, in printf format.
-#define GRABIMAGE_LOG(level, member, ...)                                                  \
-  nubo::log::Logger::getInstance()->log(level, "module_grab/commands/grabimage", __LINE__, \
-                                        "nubo::commands::grab::GrabImage::" member, nullptr, __VA_ARGS__)
 
 namespace nubo::commands::grab {
 
@@ -55,8 +47,9 @@ const nubo::grab::SceneEvents SceneEventIds;
 constexpr int InteractiveSet = 1;
 constexpr int ProgrammaticSet = 10000;
 constexpr int OfferedInMenuAndToolBar = main::CommandGUIDescriptor::Menu | main::CommandGUIDescriptor::ToolBar;
-constexpr int LargestTile = 512;
 constexpr double MetersPerInch = 0.0254;
+const char Execute[] = "nubo::commands::grab::GrabImage::execute";
+const char Probe[] = "nubo::commands::grab::GrabImage::probeFramebufferObjects";
 const char DirectoryKey[] = "lastGrabImageDirectory";
 
 template <class T>
@@ -96,12 +89,6 @@ int heightFor(int width, const PanelView& view) {
   return int(std::min(height, double(std::numeric_limits<int>::max())));
 }
 
-bool hasWritableSuffix(const QString& fileName) {
-  for (const QByteArray& format : QImageWriter::supportedImageFormats())
-    if (fileName.endsWith(QLatin1Char('.') + QString::fromLatin1(format).toLower())) return true;
-  return false;
-}
-
 /// Shows the wait cursor on the whole application for as long as it lives.
 class WaitCursor {
  public:
@@ -115,46 +102,6 @@ class WaitCursor {
   WaitCursor(const WaitCursor&) = delete;
   WaitCursor& operator=(const WaitCursor&) = delete;
 };
-
-/// A file that what is written replaces only when all of it arrived: not every picture format looks at that itself.
-class WholeFile : public QSaveFile {
- public:
-  using QSaveFile::QSaveFile;
-
- protected:
-  qint64 writeData(const char* data, qint64 size) override {
-    const qint64 written = QSaveFile::writeData(data, size);
-    if (written != size) cancelWriting();
-    return written;
-  }
-};
-
-/// Writes a picture in the format of the file's suffix.
-bool writeFile(const QImage& image, const QString& fileName) {
-  const QFileInfo target(fileName);
-  WholeFile file(fileName);
-  // Pipes and devices are not replaced; and not every directory takes another file, nor every name a longer one.
-  if ((target.exists() && !target.isFile()) || !file.open(QIODevice::WriteOnly)) return image.save(fileName);
-  return image.save(&file, target.suffix().toLatin1().constData()) && file.commit();
-}
-
-void setUpTile(scene::SceneDrawer& drawer, const Tile& tile, const Frustum& part) {
-  const QColor background = drawer.getBackgroundColor();
-  glClearColor(float(background.redF()), float(background.greenF()), float(background.blueF()), 0.0f);
-  glShadeModel(GL_SMOOTH);
-  glEnable(GL_DEPTH_TEST);
-  glEnable(GL_LIGHTING);
-  glEnable(GL_COLOR_MATERIAL);
-  drawer.resize(tile.width, tile.height);
-  glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-  glMatrixMode(GL_PROJECTION);
-  glLoadIdentity();
-  glFrustum(part.left, part.right, part.bottom, part.top, scene::SceneDrawer::ZNEAR, scene::SceneDrawer::ZFAR);
-  glMatrixMode(GL_MODELVIEW);
-  glLoadIdentity();
-  glEnable(GL_LIGHT0);
-}
 
 }  // namespace
 
@@ -199,7 +146,7 @@ GrabImage::GrabImage(const GrabImage& other) : Command(other), mp_ActivePanel(ot
 GrabImage& GrabImage::operator=(const GrabImage& other) {
   if (this == &other) return *this;
   Command::operator=(other);
-  delete std::exchange(mp_PanelFactory, nullptr);
+  mp_PanelFactory.reset();
   mp_ActivePanel = other.mp_ActivePanel;
   if (other.mp_PanelFactory) copyInteractiveSet(other);
   return *this;
@@ -207,14 +154,13 @@ GrabImage& GrabImage::operator=(const GrabImage& other) {
 
 GrabImage::~GrabImage() {
   events::EventManager::getInstance()->unregisterAllEventFunctionsOf(static_cast<Command*>(this));
-  delete mp_PanelFactory;
 }
 
 void GrabImage::buildInteractiveSet() {
   main::ParameterSet set(InteractiveSet, QString());
   auto* fileName = newParameter<QString>("filename", QObject::tr("Imagefilename to save grab"));
-  mp_PanelFactory = new main::FileParameterPanelFactory(boost::bind(&GrabImage::createSaveDialog, this));
-  fileName->setParameterPanelFactory(mp_PanelFactory);
+  mp_PanelFactory = std::make_unique<main::FileParameterPanelFactory>(boost::bind(&GrabImage::createSaveDialog, this));
+  fileName->setParameterPanelFactory(mp_PanelFactory.get());
   set.addParameter(fileName);
   auto* width = newParameter<int>("width", QObject::tr("Width of the grabbed image"));
   width->setDefaultParameterForDefaultGUI(QStringLiteral("10000"));
@@ -254,16 +200,15 @@ void GrabImage::queueProbe() {
 void GrabImage::probeFramebufferObjects() {
   nubo::grab::OffscreenContext context(nullptr);
   if (!context.isValid()) {
-    GRABIMAGE_LOG(log::Failure, "probeFramebufferObjects", "Could not create OpenGL context!");
+    NUBO_LOG(log::Failure, Probe, "Could not create OpenGL context!");
     return;
   }
   if (!context.makeCurrent()) {
-    GRABIMAGE_LOG(log::Failure, "probeFramebufferObjects", "Current OpenGL context is invalid!");
+    NUBO_LOG(log::Failure, Probe, "Current OpenGL context is invalid!");
     return;
   }
   if (!QOpenGLFramebufferObject::hasOpenGLFramebufferObjects()) {
-    GRABIMAGE_LOG(log::Failure, "probeFramebufferObjects",
-                  "Grab Image: Your graphics card doesn't support framebuffer objects!");
+    NUBO_LOG(log::Failure, Probe, "Grab Image: Your graphics card doesn't support framebuffer objects!");
     return;
   }
   events::EventManager::getInstance()->registerEventFunction(
@@ -324,22 +269,22 @@ void GrabImage::executeInteractive() {
   }
   const auto width = nubo::grab::solveParameter<int>(m_TypeSolver, *mp_CurrentParameterSet, 1);
   if (!width) {
-    GRABIMAGE_LOG(log::Note, "execute", "Parameter failure");
+    NUBO_LOG(log::Note, Execute, "Parameter failure");
     return;
   }
   if (!hasWritableSuffix(*fileName)) {
-    GRABIMAGE_LOG(log::Failure, "execute", "No valid image file extension selected");
+    NUBO_LOG(log::Failure, Execute, "No valid image file extension selected");
     return;
   }
   const std::optional<PanelView> view = viewOf(mp_ActivePanel);
   if (!view) return;
   const int height = heightFor(*width, *view);
   if (*width < 2 || height < 2) {
-    GRABIMAGE_LOG(log::Failure, "execute", "Target picture (%d x %d) size is to small!", *width, height);
+    NUBO_LOG(log::Failure, Execute, "Target picture (%d x %d) size is to small!", *width, height);
     return;
   }
   if (!gui::Viewer::getInstance()->isFboAvailable()) {
-    GRABIMAGE_LOG(log::Failure, "execute", "Your graphics card doesn't support framebuffer objects - abort!");
+    NUBO_LOG(log::Failure, Execute, "Your graphics card doesn't support framebuffer objects - abort!");
     return;
   }
   grabToFile(*fileName, *width, height, view->transform);
@@ -350,7 +295,7 @@ void GrabImage::grabToFile(const QString& fileName, int width, int height, const
   const WaitCursor cursor;
   QImage image(width, height, QImage::Format_ARGB32);
   if (image.isNull()) {
-    GRABIMAGE_LOG(log::Failure, "execute", "Couldn't create image buffer with size (%d x %d)", width, height);
+    NUBO_LOG(log::Failure, Execute, "Couldn't create image buffer with size (%d x %d)", width, height);
     return;
   }
   updateProcessed(-1);
@@ -358,69 +303,15 @@ void GrabImage::grabToFile(const QString& fileName, int width, int height, const
   saveImage(&image, transform);
   updateText(QObject::tr("Saving image"));
   const QByteArray localName = fileName.toLocal8Bit();
-  if (writeFile(image, fileName))
-    GRABIMAGE_LOG(log::Note, "execute", "Image saved to '%s'", localName.constData());
-  else
-    GRABIMAGE_LOG(log::Failure, "execute", "Couldn't save image '%s'!", localName.constData());
-}
-
-void GrabImage::saveImage(QImage* target, const Matrix4& transform) {
-  const util::YPointer<scene::Scene> scene = gui::Viewer::getInstance()->getGlobalScene();
-  const util::YPointer<scene::SceneElement> root = scene->getRootNode();
-  if (!root) return;
-
-  // Released last: the context goes back to the application thread, which may itself be waiting for the scene.
-  const scene::SharedContext* shared = scene::_GlobalContext();
-  std::optional<nubo::grab::OffscreenContext> context;
-  if (shared && shared->glContext()) context.emplace(shared->glContext());
-  if (!context || !context->isValid()) {
-    GRABIMAGE_LOG(log::Failure, "saveImage", "Could not create OpenGL context!");
-    return;
-  }
-  if (!context->makeCurrent()) {
-    GRABIMAGE_LOG(log::Failure, "saveImage", "Current OpenGL context is invalid!");
-    return;
-  }
-  scene::SceneLocker lock(scene, scene::LOCKTYPE(7));
-  scene::SceneDrawer drawer(scene);
-  renderTiles(target, transform, root, drawer);
-}
-
-void GrabImage::renderTiles(QImage* target, const Matrix4& transform, const util::YPointer<scene::SceneElement>& root,
-                            scene::SceneDrawer& drawer) {
-  const int width = target->width();
-  const int height = target->height();
-  GLint maxTextureSize = 0;
-  glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxTextureSize);
-  util::YProgressDialog progress(QObject::tr("Building Picture"), false);
-  const TileGrid grid(width, height, std::min(maxTextureSize, LargestTile));
-  const Frustum picture = pictureFrustum(width, height, scene::SceneDrawer::ZNEAR);
-  const auto outside = [target](int x, int y) {
-    GRABIMAGE_LOG(log::Failure, "saveImage", "setPixel(%d, %d) oversizes target image dimensions (%d, %d)", x, y,
-                  target->width(), target->height());
-  };
-
-  std::unique_ptr<QOpenGLFramebufferObject> framebuffer;
-  for (int i = 0; i < grid.count(); ++i) {
-    progress.setValue(int(double(i) / grid.count() * 100.0));
-    const Tile tile = grid.tile(i);
-    const QSize size(tile.width, tile.height);
-    if (!framebuffer || framebuffer->size() != size) {
-      framebuffer.reset();
-      framebuffer = std::make_unique<QOpenGLFramebufferObject>(size, QOpenGLFramebufferObject::CombinedDepthStencil,
-                                                               GL_TEXTURE_2D, GL_RGBA8);
-    }
-    if (!framebuffer->bind()) {
-      GRABIMAGE_LOG(log::Failure, "saveImage", "Couldn't bind framebuffer object!");
-      return;
-    }
-    setUpTile(drawer, tile, tileFrustum(tile, picture, width, height));
-    drawer.glDraw(root, nullptr, transform, 0.0, 3, 7);
-    glFlush();
-    const QImage pixels = framebuffer->toImage();
-    framebuffer->release();
-    composeTile(target, pixels, tile.x0, tile.targetRow, outside);
+  QString reason;
+  if (writePicture(image, fileName, reason)) {
+    NUBO_LOG(log::Note, Execute, "Image saved to '%s'", localName.constData());
+  } else {
+    giveReason(reason);
+    NUBO_LOG(log::Failure, Execute, "Couldn't save image '%s'!", localName.constData());
   }
 }
+
+void GrabImage::saveImage(QImage* target, const Matrix4& transform) { renderTiled(target, transform); }
 
 }  // namespace nubo::commands::grab

@@ -18,11 +18,6 @@ class Event;
 class FileParameterPanelFactory;
 }  // namespace nubo::main
 
-namespace nubo::scene {
-class SceneDrawer;
-class SceneElement;
-}  // namespace nubo::scene
-
 namespace nubo::commands::grab {
 
 class NUBO_MODULE_GRAB_EXPORT GrabImage : public main::Command {
@@ -60,11 +55,9 @@ class NUBO_MODULE_GRAB_EXPORT GrabImage : public main::Command {
   void executeInteractive();
   void grabToFile(const QString& fileName, int width, int height, const math::Matrix<double, 4, 4>& transform);
   void saveImage(QImage* target, const math::Matrix<double, 4, 4>& transform);
-  void renderTiles(QImage* target, const math::Matrix<double, 4, 4>& transform,
-                   const util::YPointer<scene::SceneElement>& root, scene::SceneDrawer& drawer);
 
-  main::FileParameterPanelFactory* mp_PanelFactory = nullptr;
-  QPointer<gui::ScenePanel> mp_ActivePanel;  ///< read and written on the application thread
+  std::unique_ptr<main::FileParameterPanelFactory> mp_PanelFactory;  ///< of "filename"; null in the programmatic form
+  QPointer<gui::ScenePanel> mp_ActivePanel;                          ///< read and written on the application thread
 
   std::shared_ptr<GrabImage*> mp_Life;  ///< tells a probe that comes late whether the command is still there
 

@@ -1,14 +1,20 @@
 // How a picture is cut into tiles, and what each tile sees of the picture's frustum.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 
 namespace nubo::commands::grab {
 
+/// The largest edge of a tile where OpenGL's textures may be so large; one that names no size has not been asked in
+/// vain until it refuses a tile.
+inline int tileEdge(int largestTexture) {
+  constexpr int LargestTile = 512;
+  return largestTexture < 1 ? LargestTile : std::min(largestTexture, LargestTile);
+}
+
 /// A part of a picture, in pixels.
 struct Tile {
-  int row;  ///< counted from the bottom
-  int column;
   int width;
   int height;
   int x0;  ///< of the tile's lower left corner, from the picture's lower left corner
@@ -30,15 +36,14 @@ class TileGrid {
   int count() const { return m_Columns * m_Rows; }
 
   Tile tile(int index) const {
+    const int row = index / m_Columns;
+    const int column = index % m_Columns;
     Tile tile{};
-    tile.row = index / m_Columns;
-    tile.column = index % m_Columns;
-    const bool top = tile.row == m_Rows - 1;
-    tile.width = tile.column < m_Columns - 1 ? m_Edge : m_Width - (m_Columns - 1) * m_Edge;
-    tile.height = top ? m_Height - (m_Rows - 1) * m_Edge : m_Edge;
-    tile.x0 = tile.column * m_Edge;
-    tile.y0 = tile.row * m_Edge;
-    tile.targetRow = top ? 0 : m_Height - (tile.row + 1) * m_Edge;
+    tile.x0 = column * m_Edge;
+    tile.y0 = row * m_Edge;
+    tile.width = column < m_Columns - 1 ? m_Edge : m_Width - tile.x0;
+    tile.height = row < m_Rows - 1 ? m_Edge : m_Height - tile.y0;
+    tile.targetRow = m_Height - tile.y0 - tile.height;
     return tile;
   }
 

@@ -41,6 +41,9 @@ ExitStatus CommandRun::run(main::CommandProcessor& processor, std::optional<doub
   QObject::connect(
       monitor, &main::CommandMonitor::processedChanged, monitor,
       [this](int percent) { m_Progress.setPercent(percent); }, Qt::DirectConnection);
+  QObject::connect(
+      monitor, &main::CommandMonitor::reasonGiven, monitor, [this](const QString& reason) { m_Reason = reason; },
+      Qt::DirectConnection);
 
   const Interrupt interrupts;
   QObject::connect(&interrupts, &Interrupt::interrupted, &interrupts, [this] { interrupt(); });
@@ -76,6 +79,7 @@ ExitStatus CommandRun::judge() {
     if (failures.isEmpty() && !QFileInfo::exists(file))
       failures << (milestone.isEmpty() ? QStringLiteral("%1 was not written").arg(file) : milestone);
   if (!failures.isEmpty()) {
+    if (!m_Reason.isEmpty()) failures.last() += ' ' + m_Reason;
     m_Report.error(m_Call + ": " + failures.join("; "));
     return Failed;
   }

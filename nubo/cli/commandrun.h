@@ -34,6 +34,7 @@ class CommandRun {
   QString m_Call;
   Report& m_Report;
   TerminalProgress& m_Progress;
+  QString m_Reason;  ///< the command's, for what failed last; written on its thread
   bool m_Interrupted = false;
 };
 

@@ -50,13 +50,7 @@ struct Shot {
 
 /// The viewer and a current context. Pictures come back as they lie in the framebuffer: with straight alpha.
 class GlFixture : public ::testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_TRUE(viewer.isFboAvailable()) << "OpenGL is needed here";
-    context = std::make_unique<SharingContext>();
-    ASSERT_TRUE(context->isValid());
-  }
-
+ public:
   /// The part of a shot's picture that begins at (x, y), from its lower left corner.
   static QImage drawPart(scene::SceneDrawer& drawer, const Shot& shot, int x, int y, int width, int height) {
     QOpenGLFramebufferObject fbo(width, height, QOpenGLFramebufferObject::CombinedDepthStencil, GL_TEXTURE_2D,
@@ -94,6 +88,13 @@ class GlFixture : public ::testing::Test {
     const QImage image = fbo.toImage();
     fbo.release();
     return asStraight(image);
+  }
+
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(viewer.isFboAvailable()) << "OpenGL is needed here";
+    context = std::make_unique<SharingContext>();
+    ASSERT_TRUE(context->isValid());
   }
 
   QImage draw(const Shot& shot) {

@@ -50,8 +50,11 @@ RowFilter::RowFilter(size_t rowBytes, int pixelBytes, bool isAdaptive)
     : m_rowBytes(rowBytes),
       m_pixelBytes(std::min(size_t(pixelBytes), rowBytes)),
       m_isAdaptive(isAdaptive),
-      m_lastType(Up),
-      m_candidate(isAdaptive ? rowBytes : 0) {}
+      m_candidate(isAdaptive ? rowBytes : 0) {
+  beginRun();
+}
+
+void RowFilter::beginRun() { m_lastType = Up; }
 
 void RowFilter::filter(uint8_t type, const uint8_t* __restrict row, const uint8_t* __restrict previous,
                        uint8_t* __restrict out) const {

@@ -14,6 +14,9 @@ class RowFilter {
   // one. Palettes and bits deflate best as they are: `isAdaptive` false leaves every row alone.
   RowFilter(size_t rowBytes, int pixelBytes, bool isAdaptive);
 
+  // The next row begins a run: what was chosen for rows before has no say any more.
+  void beginRun();
+
   // Writes the filter's byte and `rowBytes` bytes to `out`. `previous` is the row above, zeros above the first one.
   void apply(const uint8_t* row, const uint8_t* previous, uint8_t* out);
 

@@ -35,6 +35,8 @@ void SegmentEncoder::filterRows(RowRange rows) {
     m_reader.read(rows.first - 1, m_previous.data());
   else
     std::fill(m_previous.begin(), m_previous.end(), 0);
+  // Which segments an encoder gets depends on the load; what becomes of one must not.
+  m_filter.beginRun();
   uint8_t* out = m_filtered.data();
   for (int y = rows.first; y < rows.end; ++y, out += m_rowBytes + 1) {
     m_reader.read(y, m_row.data());

@@ -9,15 +9,6 @@
 
 namespace nubo::grab::video::av {
 
-namespace {
-
-void logFailure(int line, const char* function, const QString& message) {
-  nubo::log::Logger::getInstance()->log(nubo::log::Failure, "plugins/video/av/avencoder", line, function, nullptr,
-                                        message);
-}
-
-}  // namespace
-
 AvEncoder::AvEncoder(const Format& format) : m_Format(format) {}
 
 AvEncoder::~AvEncoder() = default;
@@ -29,7 +20,7 @@ bool AvEncoder::guarded(const char* function, Function step) {
     step();
     return true;
   } catch (const std::exception& error) {
-    logFailure(__LINE__, function, QString::fromLocal8Bit(error.what()));
+    NUBO_LOG(nubo::log::Failure, function, QString::fromLocal8Bit(error.what()));
     return false;
   }
 }
@@ -55,8 +46,8 @@ void AvEncoder::encodeFrames(QIODevice* chunk) {
   const qint64 frameSize = 4LL * m_Width * m_Height;
   const qint64 rest = chunk->size() % frameSize;
   if (rest != 0)
-    logFailure(__LINE__, "nubo::grab::video::av::AvEncoder::encodeFrames",
-               QStringLiteral("The chunk holds an incomplete frame, its last %1 bytes are left out").arg(rest));
+    NUBO_LOG(nubo::log::Failure, "nubo::grab::video::av::AvEncoder::encodeFrames",
+             QStringLiteral("The chunk holds an incomplete frame, its last %1 bytes are left out").arg(rest));
   if (!chunk->seek(0)) throw Error(QStringLiteral("Couldn't read the chunk: %1").arg(chunk->errorString()));
   for (qint64 frames = chunk->size() / frameSize; frames > 0 && !m_Aborted; --frames) m_Pipeline->encodeFrame(chunk);
 }

@@ -19,9 +19,11 @@ const std::array<Format, 6> formats{{
     // Every frame leaves the encoder at once: what was encoded is in the file when the program is killed.
     {"mp4", "mp4", "movflags=frag_keyframe+empty_moov+default_base_moof+write_colr", "libx264",
      "preset=veryfast:tune=zerolatency", NUBO_BT709_420 "yuv420p", true, true, 0, nullptr},
-    {"mkv", "matroska", "", "ffv1", "level=3:slicecrc=1:g=1", "format=bgra", false, false, 0, nullptr},
-    {"webm", "webm", "", "libvpx-vp9", "deadline=realtime:cpu-used=5:row-mt=1:lag-in-frames=0:auto-alt-ref=0",
-     NUBO_BT709_420 "yuva420p", true, false, 0, nullptr},
+    // Without identifiers drawn by lot, two recordings of the same frames are the same file.
+    {"mkv", "matroska", "fflags=bitexact", "ffv1", "level=3:slicecrc=1:g=1", "format=bgra", false, false, 0, nullptr},
+    {"webm", "webm", "fflags=bitexact", "libvpx-vp9",
+     "deadline=realtime:cpu-used=5:row-mt=1:lag-in-frames=0:auto-alt-ref=0", NUBO_BT709_420 "yuva420p", true, false, 0,
+     nullptr},
     {"mov", "mov", "movflags=write_colr", "prores_ks", "profile=4444:vendor=apl0", NUBO_BT709 ",format=yuva444p10",
      false, false, 0, nullptr},
     {"avi", "avi", "", "mpeg4", "", NUBO_BT709_420 "yuv420p", true, false, 0, &tagMpeg4Colours},

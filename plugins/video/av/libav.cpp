@@ -16,8 +16,7 @@ void forwardError(void* context, int level, const char* format, va_list argument
   std::array<char, 1024> line{};
   int printPrefix = 1;
   av_log_format_line2(context, level, format, arguments, line.data(), static_cast<int>(line.size()), &printPrefix);
-  nubo::log::Logger::getInstance()->log(nubo::log::Failure, "plugins/video/av/libav", __LINE__, "libav", nullptr,
-                                        QString::fromUtf8(line.data()).simplified());
+  NUBO_LOG(nubo::log::Failure, "libav", QString::fromUtf8(line.data()).simplified());
 }
 
 }  // namespace

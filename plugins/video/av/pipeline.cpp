@@ -17,8 +17,11 @@ namespace {
 
 constexpr const char* action = "Couldn't encode frames";
 
-/// Leaves one core to the thread that grabs.
-int threadCount() { return std::max(1, QThread::idealThreadCount() - 1); }
+/// Leaves one core to the thread that grabs. Codecs hold frames back for their threads, so that tests set a number.
+int threadCount() {
+  const int wanted = qEnvironmentVariableIntValue("NUBO_VIDEO_THREADS");
+  return wanted > 0 ? wanted : std::max(1, QThread::idealThreadCount() - 1);
+}
 
 /// GIF has no place for these; RGB formats keep the bytes of the raw frames.
 void setColours(AVCodecContext* codec) {

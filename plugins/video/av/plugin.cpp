@@ -29,9 +29,7 @@ class Codecs {
  public:
   Codecs() : m_Library(fileName()) {
     m_NewEncoder = reinterpret_cast<av::NewEncoder>(m_Library.resolve("newEncoder"));
-    if (m_NewEncoder) return;
-    nubo::log::Logger::getInstance()->log(nubo::log::Failure, "plugins/video/av/plugin", __LINE__, "Codecs::Codecs",
-                                          nullptr, m_Library.errorString());
+    if (!m_NewEncoder) NUBO_LOG(nubo::log::Failure, "Codecs::Codecs", m_Library.errorString());
   }
   ~Codecs() {
     if (m_Library.isLoaded()) m_Library.unload();

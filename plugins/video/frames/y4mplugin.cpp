@@ -60,8 +60,7 @@ class Y4mEncoder : public Encoder {
   }
 
   static bool fail(const QString& reason) {
-    nubo::log::Logger::getInstance()->log(nubo::log::Failure, "plugins/video/frames/y4mplugin", __LINE__,
-                                          "Y4mEncoder::fail", nullptr, reason);
+    NUBO_LOG(nubo::log::Failure, "Y4mEncoder::fail", reason);
     return false;
   }
 

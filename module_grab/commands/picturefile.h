@@ -1,0 +1,21 @@
+// The file that a picture is written to.
+#pragma once
+
+#include <QString>
+
+#include "module_grab/visibility.h"
+
+QT_BEGIN_NAMESPACE
+class QImage;
+QT_END_NAMESPACE
+
+namespace nubo::commands::grab {
+
+/// Whether Qt has a writer for the file name's suffix, which must be in lower case.
+[[nodiscard]] bool hasWritableSuffix(const QString& fileName);
+
+/// Writes a picture in the format of the file's suffix, and leaves a file that stood there as it was until all of the
+/// new one has arrived. `reason` says in one line, if anybody knows, why it could not be written. Any thread.
+[[nodiscard]] bool writePicture(const QImage& image, const QString& fileName, QString& reason);
+
+}  // namespace nubo::commands::grab

@@ -1,0 +1,23 @@
+// The simplest thing to draw.
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include "module_scene/mesh/preparation.h"
+
+namespace nubo::test {
+
+/// A rectangle of one colour that needs no light, by its four corners in the order of its outline.
+inline util::YPointer<scene::Geometry> quad(std::vector<float> corners, const std::array<float, 4>& colour) {
+  util::YPointer<scene::Geometry> geometry(new scene::Geometry);
+  geometry->positions = std::move(corners);
+  geometry->indices = {0, 1, 2, 0, 2, 3};
+  geometry->material = new scene::Material;
+  geometry->material->diffuse = colour;
+  geometry->material->lit = false;
+  scene::prepare(*geometry);
+  return geometry;
+}
+
+}  // namespace nubo::test
