@@ -52,6 +52,7 @@ set(NUBO_PUBLIC_HEADERS
   module_grab/commands/grabimage.h
   module_grab/commands/grabvideo.h
   module_grab/video/encoder.h
+  module_grab/video/framecadence.h
   module_grab/video/videoencoder.h
   module_grab/visibility.h
 )

@@ -1,6 +1,8 @@
 #include "plugins/video/av/avencoder.h"
 
 #include <QFile>
+#include <QVariant>
+#include <QVector>
 
 #include "kernel/log/logger.h"
 #include "plugins/video/av/formats.h"
@@ -29,12 +31,14 @@ bool AvEncoder::initEncoding() {
   return guarded("nubo::grab::video::av::AvEncoder::initEncoding", [this] {
     if (!mp_Device) throw Error(QStringLiteral("There is no output file"));
     m_Pipeline = std::make_unique<Pipeline>(m_Format, Picture{m_Width, m_Height, m_Fps, m_Bitrate}, mp_Device);
+    m_Cadence = FrameCadence(m_Fps);
   });
 }
 
 bool AvEncoder::encodeChunk(QIODevice* chunk, bool last) {
   return guarded("nubo::grab::video::av::AvEncoder::encodeChunk", [this, chunk, last] {
     if (chunk) encodeFrames(chunk);
+    if (last) encodeFrame(m_Cadence.finishAt(chunk ? chunk->property(EndTimeProperty).toLongLong() : 0));
     if (m_Aborted) return;
     if (last) m_Pipeline->drain();
     m_Pipeline->flush();
@@ -49,7 +53,17 @@ void AvEncoder::encodeFrames(QIODevice* chunk) {
     NUBO_LOG(nubo::log::Failure, "nubo::grab::video::av::AvEncoder::encodeFrames",
              QStringLiteral("The chunk holds an incomplete frame, its last %1 bytes are left out").arg(rest));
   if (!chunk->seek(0)) throw Error(QStringLiteral("Couldn't read the chunk: %1").arg(chunk->errorString()));
-  for (qint64 frames = chunk->size() / frameSize; frames > 0 && !m_Aborted; --frames) m_Pipeline->encodeFrame(chunk);
+  const auto times = chunk->property(FrameTimesProperty).value<QVector<qint64>>();
+  for (int i = 0; i < chunk->size() / frameSize && !m_Aborted; ++i) {
+    const bool isTimed = i < times.size();
+    if (isTimed) encodeFrame(m_Cadence.advanceTo(times[i]));  // the one before, which stands until then
+    m_Pipeline->readFrame(chunk);
+    if (!isTimed) encodeFrame(1);
+  }
+}
+
+void AvEncoder::encodeFrame(qint64 times) {
+  for (; times > 0 && !m_Aborted; --times) m_Pipeline->encodeFrame();
 }
 
 void AvEncoder::finishEncoding() {

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "module_grab/video/encoder.h"
+#include "module_grab/video/framecadence.h"
 
 namespace nubo::grab::video::av {
 
@@ -25,12 +26,14 @@ class AvEncoder : public Encoder {
 
  private:
   void encodeFrames(QIODevice* chunk);
+  void encodeFrame(qint64 times);
   template <typename Function>
   bool guarded(const char* function, Function step);
 
   const Format& m_Format;
   std::unique_ptr<Pipeline> m_Pipeline;  ///< from a good initEncoding to finishEncoding
-  bool m_Complete = false;               ///< all frames are encoded, only the end of the file is missing
+  FrameCadence m_Cadence{1};
+  bool m_Complete = false;  ///< all frames are encoded, only the end of the file is missing
 };
 
 }  // namespace nubo::grab::video::av

@@ -117,7 +117,7 @@ Pipeline::Pipeline(const Format& format, const Picture& picture, QIODevice* devi
       m_Converted(checkAllocated(av_frame_alloc())),
       m_Packet(checkAllocated(av_packet_alloc())) {}
 
-void Pipeline::encodeFrame(QIODevice* chunk) {
+void Pipeline::readFrame(QIODevice* chunk) {
   check(av_frame_make_writable(m_Raw.get()), action);
   const qint64 rowSize = 4LL * m_Raw->width;
   for (int row = 0; row < m_Raw->height; ++row) {
@@ -125,6 +125,9 @@ void Pipeline::encodeFrame(QIODevice* chunk) {
     if (chunk->read(reinterpret_cast<char*>(data), rowSize) != rowSize)
       throw Error(QStringLiteral("Couldn't read the chunk: %1").arg(chunk->errorString()));
   }
+}
+
+void Pipeline::encodeFrame() {
   m_Raw->pts = m_Frames++;
   m_Filter.push(m_Raw.get());
   encodeConverted();

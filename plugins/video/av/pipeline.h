@@ -22,8 +22,10 @@ class Pipeline {
   /// Writes the beginning of the file. The format and the device outlive this.
   Pipeline(const Format& format, const Picture& picture, QIODevice* device);
 
-  /// Encodes the device's next bytes, a raw frame.
-  void encodeFrame(QIODevice* chunk);
+  /// Reads the device's next bytes, a raw frame.
+  void readFrame(QIODevice* chunk);
+  /// Encodes the frame read last as the next one of the video.
+  void encodeFrame();
   /// Encodes what conversion and codec still hold. No frame may follow.
   void drain();
   /// Brings everything that left the codec into the device.

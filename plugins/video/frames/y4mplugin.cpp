@@ -4,14 +4,18 @@
 // A library in plugins/video/ needs an encoder class, doRegister and, if it builds on a library worth naming,
 // getInfos (which this one has no need of).
 #include <QFileDevice>
+#include <QVariant>
+#include <QVector>
 
 #include "kernel/log/logger.h"
 #include "module_grab/video/encoder.h"
+#include "module_grab/video/framecadence.h"
 #include "module_grab/video/videoencoder.h"
 
 namespace {
 
 using nubo::grab::video::Encoder;
+using nubo::grab::video::FrameCadence;
 using nubo::grab::video::VideoEncoder;
 
 class Y4mEncoder : public Encoder {
@@ -20,6 +24,7 @@ class Y4mEncoder : public Encoder {
   bool initEncoding() override {
     if (!mp_Device) return false;
     if (m_Fps < 1) return fail(QStringLiteral("The frame rate is below 1"));
+    m_Cadence = FrameCadence(m_Fps);
     return write(QStringLiteral("YUV4MPEG2 W%1 H%2 F%3:1 Ip A1:1 C444 XCOLORRANGE=FULL\n")
                      .arg(m_Width)
                      .arg(m_Height)
@@ -28,19 +33,35 @@ class Y4mEncoder : public Encoder {
   }
 
   /// Called for each chunk on a thread of its own. A chunk can be null, and stands at its end.
-  bool encodeChunk(QIODevice* chunk, bool /*last*/) override { return encodeFrames(chunk) && flush(); }
+  bool encodeChunk(QIODevice* chunk, bool last) override {
+    if (chunk && !encodeFrames(chunk)) return false;
+    const qint64 end = chunk ? chunk->property(EndTimeProperty).toLongLong() : 0;
+    return (!last || writeFrame(m_Cadence.finishAt(end))) && flush();
+  }
   /// Called at the end in any case, also after a failure; here, nothing follows the last frame.
   void finishEncoding() override {}
 
  private:
+  /// A free recording's frames have times: each is written when it is known how long it stands.
   bool encodeFrames(QIODevice* chunk) {
     const qint64 frameSize = 4LL * m_Width * m_Height;
-    if (!chunk) return true;
+    const auto times = chunk->property(FrameTimesProperty).value<QVector<qint64>>();
     chunk->seek(0);
-    for (qint64 count = chunk->size() / frameSize; count > 0 && !m_Aborted; --count) {
+    for (int i = 0; i < chunk->size() / frameSize && !m_Aborted; ++i) {
+      const bool isTimed = i < times.size();
+      if (isTimed && !writeFrame(m_Cadence.advanceTo(times[i]))) return false;
       const QByteArray frame = chunk->read(frameSize);
-      if (frame.size() != frameSize || !write("FRAME\n") || !write(converted(frame))) return false;
+      if (frame.size() != frameSize) return fail(chunk->errorString());
+      m_Frame = "FRAME\n" + converted(frame);
+      if (!isTimed && !writeFrame(1)) return false;
     }
+    return true;
+  }
+
+  /// The one that was read last.
+  bool writeFrame(qint64 times) {
+    for (; times > 0 && !m_Aborted; --times)
+      if (!write(m_Frame)) return false;
     return true;
   }
 
@@ -78,6 +99,9 @@ class Y4mEncoder : public Encoder {
     }
     return planes;
   }
+
+  FrameCadence m_Cadence{1};
+  QByteArray m_Frame;
 };
 
 Encoder* createEncoder(void* /*userData*/) { return new Y4mEncoder; }
