@@ -37,6 +37,10 @@ class BindingGuard {
   GLint m_Array = 0, m_Elements = 0, m_Texture = 0;
 };
 
+GLint wrapOf(Wrap wrap) {
+  return wrap == Wrap::Repeat ? GL_REPEAT : wrap == Wrap::Mirror ? GL_MIRRORED_REPEAT : GL_CLAMP_TO_EDGE;
+}
+
 template <class Buffer, class Source>
 util::YPointer<Buffer> upToDate(const Source& source) {
   CopySlot& slot = source.copySlot();
@@ -56,14 +60,15 @@ GeometryBuffer::GeometryBuffer(const Geometry& geometry)
     : m_Vertices(SharedName::buffer()), m_Indices(SharedName::buffer()) {
   QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
   gl->glBindBuffer(GL_ARRAY_BUFFER, m_Vertices.name());
-  gl->glBufferData(
-      GL_ARRAY_BUFFER,
-      bytesOf(geometry.positions) + bytesOf(geometry.normals) + bytesOf(geometry.texCoords) + bytesOf(geometry.colors),
-      nullptr, GL_STATIC_DRAW);
+  gl->glBufferData(GL_ARRAY_BUFFER,
+                   bytesOf(geometry.positions) + bytesOf(geometry.normals) + bytesOf(geometry.texCoords) +
+                       bytesOf(geometry.secondTexCoords) + bytesOf(geometry.colors),
+                   nullptr, GL_STATIC_DRAW);
   GLintptr offset = 0;
   append(gl, offset, geometry.positions);
   append(gl, offset, geometry.normals);
   append(gl, offset, geometry.texCoords);
+  append(gl, offset, geometry.secondTexCoords);
   append(gl, offset, geometry.colors);
   const bool isShort = std::all_of(geometry.clusters.begin(), geometry.clusters.end(), [](const Cluster& cluster) {
     return cluster.vertexCount <= std::numeric_limits<GLushort>::max();
@@ -140,7 +145,7 @@ void GeometryBuffer::bind(const Geometry& geometry) const {
   } else {
     glDisableClientState(GL_TEXTURE_COORD_ARRAY);
   }
-  offset += bytesOf(geometry.texCoords);
+  offset += bytesOf(geometry.texCoords) + bytesOf(geometry.secondTexCoords);
   if (!geometry.colors.empty()) {
     glEnableClientState(GL_COLOR_ARRAY);
     glColorPointer(4, GL_UNSIGNED_BYTE, 0, offset);
@@ -159,11 +164,11 @@ TextureBuffer::TextureBuffer(const Texture& texture) : m_Name(SharedName::textur
 
   QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
   gl->glBindTexture(GL_TEXTURE_2D, m_Name.name());
-  const GLint wrap = texture.repeats() ? GL_REPEAT : GL_CLAMP_TO_EDGE;
-  gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, wrap);
-  gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, wrap);
+  const Sampling& sampling = texture.getSampling();
+  gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, wrapOf(sampling.across));
+  gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, wrapOf(sampling.up));
   gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
-  gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+  gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, sampling.smooth ? GL_LINEAR : GL_NEAREST);
   gl->glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, image.width(), image.height(), 0, GL_RGBA, GL_UNSIGNED_BYTE,
                    image.constBits());
   gl->glGenerateMipmap(GL_TEXTURE_2D);

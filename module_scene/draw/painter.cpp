@@ -13,6 +13,8 @@ void setUpTexture(const Geometry& geometry, const Material& material) {
   }
   glEnable(GL_TEXTURE_2D);
   glBindTexture(GL_TEXTURE_2D, BufferCache::buffer(*material.texture)->name());
+  // Of an opaque material's texture only the colour counts.
+  glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, material.alphaMode == AlphaMode::Opaque ? GL_COMBINE : GL_MODULATE);
 }
 
 const Material& materialOf(const Geometry& geometry) {
@@ -42,7 +44,8 @@ void setUpMaterial(const Geometry& geometry) {
   // Highlights lie on top of a texture.
   const bool highlights = lit && glIsEnabled(GL_TEXTURE_2D) && material.shininess > 0;
   glLightModeli(GL_LIGHT_MODEL_COLOR_CONTROL, highlights ? GL_SEPARATE_SPECULAR_COLOR : GL_SINGLE_COLOR);
-  glColor4fv(material.diffuse.data());
+  const bool isOpaque = material.alphaMode == AlphaMode::Opaque;
+  glColor4f(material.diffuse[0], material.diffuse[1], material.diffuse[2], isOpaque ? 1.0f : material.diffuse[3]);
 }
 
 // Colours are premultiplied where they are kept, so that alpha is the share that is covered.

@@ -43,6 +43,7 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   std::vector<float> normals;          ///< x y z per vertex, or empty
   std::vector<std::uint8_t> colors;    ///< r g b a per vertex, or empty: the material's diffuse colour
   std::vector<float> texCoords;        ///< u v per vertex, or empty
+  std::vector<float> secondTexCoords;  ///< the same, for textures that lie otherwise
   std::vector<std::uint32_t> indices;  ///< 3 per face, 2 per line, 1 per point
   float width = 1.0f;                  ///< pixels: size of points, width of lines
   util::YPointer<Material> material;   ///< null: the default material

@@ -20,7 +20,8 @@ class VertexItems {
   const void* address(std::uint32_t i) const { return &m_Geometry.positions[std::size_t(i) * 3]; }
   bool equal(std::uint32_t a, std::uint32_t b) const {
     return same(m_Geometry.positions, 3, a, b) && same(m_Geometry.normals, 3, a, b) &&
-           same(m_Geometry.colors, 4, a, b) && same(m_Geometry.texCoords, 2, a, b);
+           same(m_Geometry.colors, 4, a, b) && same(m_Geometry.texCoords, 2, a, b) &&
+           same(m_Geometry.secondTexCoords, 2, a, b);
   }
   std::uint32_t hash(std::uint32_t i) const {
     WordHash hash;
@@ -28,6 +29,7 @@ class VertexItems {
     add(hash, m_Geometry.normals, 3, i);
     add(hash, m_Geometry.colors, 4, i);
     add(hash, m_Geometry.texCoords, 2, i);
+    add(hash, m_Geometry.secondTexCoords, 2, i);
     return hash.value();
   }
 
@@ -120,6 +122,7 @@ void pickVertices(Geometry& g, const std::vector<std::uint32_t>& sources) {
   pick(g.positions, 3, sources);
   pick(g.colors, 4, sources);
   pick(g.texCoords, 2, sources);
+  pick(g.secondTexCoords, 2, sources);
 }
 
 /// Puts the vertices in the order in which the indices first use them, equal ones once and unused ones not
@@ -234,13 +237,19 @@ void setNormals(Geometry& g, const Surface& surface) {
 
 void prepareFaces(Geometry& g) {
   if (g.indices.empty()) return;
-  const Surface surface(g.positions, g.indices, g.normals.empty() && g.colors.empty() && g.texCoords.empty());
+  const Surface surface(g.positions, g.indices,
+                        g.normals.empty() && g.colors.empty() && g.texCoords.empty() && g.secondTexCoords.empty());
   g.closed = !g.transparent && surface.isClosed();
   if (g.normals.empty()) setNormals(g, surface);
   if (g.closed) setCones(g);
 }
 
+void makeOpaque(std::vector<std::uint8_t>& colors) {
+  for (std::size_t i = 3; i < colors.size(); i += 4) colors[i] = 255;
+}
+
 bool isTransparent(const Geometry& g) {
+  if (g.material && g.material->alphaMode == AlphaMode::Opaque) return false;
   if (g.material && g.material->texture && g.material->texture->isTransparent()) return true;
   for (std::size_t i = 3; i < g.colors.size(); i += 4)
     if (g.colors[i] < 255) return true;
@@ -250,6 +259,7 @@ bool isTransparent(const Geometry& g) {
 }  // namespace
 
 void prepare(Geometry& g) {
+  if (g.material && g.material->alphaMode == AlphaMode::Opaque) makeOpaque(g.colors);
   unifyZeros(g.positions);
   dropUndrawable(g);
   unifyZeros(g.normals);

@@ -198,6 +198,24 @@ TEST_F(DrawerTest, TransparencyIsSortedAndCarriedInAlpha) {
   expectNear(centerOf({red, green}, LayerTransparent), 255, 0, 0, 128);
 }
 
+TEST_F(DrawerTest, AlphaOfAnOpaqueMaterialMeansNothing) {
+  QImage clear(4, 4, QImage::Format_ARGB32);
+  clear.fill(QColor(200, 100, 50, 20));
+  const util::YPointer<Material> material = paint(QColor(255, 255, 255, 30));
+  material->alphaMode = AlphaMode::Opaque;
+  material->texture = new Texture(clear);
+  const GeometryPointer picture = MeshBuilder(material).picture({-1, -1, 0}, {2, 0, 0}, {0, 2, 0}).finish();
+  const GeometryPointer coloured = quad(material);
+  coloured->colors.assign(coloured->vertexCount() * 4, 60);
+  prepare(*coloured);
+  for (const auto& [geometry, color] : {std::pair{picture, QColor(200, 100, 50)}, {coloured, QColor(60, 60, 60)}}) {
+    EXPECT_FALSE(geometry->transparent);
+    Shot shot;
+    shot.root = element({geometry});
+    EXPECT_EQ(draw(shot).pixelColor(128, 128), color);
+  }
+}
+
 TEST_F(DrawerTest, LayersAndKindsSelect) {
   Shot shot;
   const Element overlay = element({quad(paint(Qt::red), 0.3, 0.1)}),
