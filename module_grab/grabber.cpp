@@ -153,14 +153,17 @@ void VideoHandler::SyncedGrabber::run() {
   std::unique_ptr<QIODevice> chunk = openFirstChunk();
   if (!chunk) return;
   Trajectory trajectory;
-  std::uint64_t position = trajectory.position();
+  const std::uint64_t first = trajectory.position();
+  std::uint64_t position = first;
   std::uint64_t count = trajectory.count();
+  if (first < count) mp_Handler->m_FramesPlanned = int(count - first);
   while (!m_Stop && position < count) {
     if (!makeRoom(&chunk)) break;
     emit mp_Handler->progressChanged(percentOfSteps(position, count));
     const auto turn = trajectory.takeTurn();  // another panel may be recorded in step, too
     trajectory.setPosition(position);
     count = trajectory.count();
+    mp_Handler->m_FramesPlanned = int(count - first);
     mp_Handler->grabPicture(chunk.get());
     ++position;
   }

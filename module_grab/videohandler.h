@@ -57,6 +57,10 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject {
   /// Calls `observer` with the numbers of frames grabbed and encoded so far, on the grabbing thread and on the
   /// encoder's. Before the start.
   void observeFrames(std::function<void(int grabbed, int encoded)> observer) { m_FrameObserver = std::move(observer); }
+  /// How many frames there are so far. Any thread.
+  int framesGrabbed() const { return m_FramesGrabbed; }
+  /// How many there will be if nobody ends the recording: those of a recording in step, else 0. Any thread.
+  int framesPlanned() const { return m_FramesPlanned; }
   /// Ends the recording and returns when everything grabbed is encoded.
   void finish();
   /// Ends the recording and removes the file.
@@ -117,6 +121,7 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject {
   std::function<void(int, int)> m_FrameObserver;
   std::atomic<int> m_FramesGrabbed{0};
   std::atomic<int> m_FramesEncoded{0};
+  std::atomic<int> m_FramesPlanned{0};
 
   QMutex m_TransformMutex;  ///< guards m_Transform; nothing is taken while it is held
   math::Matrix4 m_Transform;

@@ -111,6 +111,7 @@ void Command::updateDetail(const QString& detail) { emit mp_Monitor->detailChang
 void Command::updateProcessed(int percent) { emit mp_Monitor->processedChanged(percent); }
 
 void Command::giveReason(const QString& reason) { emit mp_Monitor->reasonGiven(reason); }
+void Command::updateEndedEarly(const QString& extent) { emit mp_Monitor->endedEarly(extent); }
 
 void Command::disableCommand(bool disable) {
   if (m_Enabled.exchange(!disable) == disable) emit mp_Monitor->enabledChanged(!disable);

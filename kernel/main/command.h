@@ -28,6 +28,8 @@ class NUBO_KERNEL_EXPORT CommandMonitor : public QObject {
   void processedChanged(int percent);
   /// Why what the log calls a failure happened, for whoever says both in one line.
   void reasonGiven(const QString& reason);
+  /// The run was asked to end, and did so before all was done. `extent` says how far it came: "14 of 2,000 frames".
+  void endedEarly(const QString& extent);
   void enabledChanged(bool enabled);
   void started();
   void finished();
@@ -64,6 +66,7 @@ class NUBO_KERNEL_EXPORT Command {
   void updateDetail(const QString& detail);
   void updateProcessed(int percent);
   void giveReason(const QString& reason);
+  void updateEndedEarly(const QString& extent);
   void disableCommand(bool disable);
 
   bool isEnabled() const { return m_Enabled; }

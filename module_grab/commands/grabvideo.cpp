@@ -25,6 +25,7 @@ namespace {
 using nubo::grab::newParameter;
 using nubo::grab::solveParameter;
 using nubo::grab::VideoHandler;
+using nubo::grab::video::VideoEncoder;
 
 const nubo::grab::SceneEvents SceneEvents;
 const nubo::grab::GlobalEvents GlobalEvents;
@@ -100,6 +101,9 @@ void GrabVideo::addParameters() {
       const int pixels = solveParameter<int>(m_TypeSolver, values, size).value_or(0);
       if (pixels != 0 && pixels < MinimalSize) return {size, sizeRefusal()};
     }
+    const QString fileName = solveParameter<QString>(m_TypeSolver, values, 0).value_or(QString());
+    if (VideoEncoder::getInstance()->getLoadableFiles()->count(QFileInfo(fileName).completeSuffix().toUpper()) == 0)
+      return {0, QObject::tr("No encoder for file '%1' found").arg(fileName)};
     return {};
   });
   m_ParameterSets.push_back(set);
@@ -219,6 +223,8 @@ void GrabVideo::finishVideo(const QString& fileName) {
   logExecution(log::Note, __LINE__, tr("Video encoding started"));
   updateText(tr("Video encoding started"));
   mp_VideoHandler->finish();
+  const int grabbed = mp_VideoHandler->framesGrabbed(), planned = mp_VideoHandler->framesPlanned();
+  if (grabbed < planned) updateEndedEarly(tr("%L1 of %L2 frames").arg(grabbed).arg(planned));
   logExecution(log::Milestone, __LINE__, tr("Video '%1' encoding done").arg(fileName));
 }
 
@@ -264,7 +270,7 @@ void GrabVideo::progressChanged(int value) { updateProcessed(value); }
 QFileDialog* GrabVideo::createSaveDialog() {
   QStringList filters;
   QString defaultSuffix;
-  for (const auto& [extension, description] : *nubo::grab::video::VideoEncoder::getInstance()->getLoadableFiles()) {
+  for (const auto& [extension, description] : *VideoEncoder::getInstance()->getLoadableFiles()) {
     const QString suffix = extension.toLower();
     filters.append(QStringLiteral("%1 (*.%2)").arg(description, suffix));
     if (defaultSuffix.isEmpty()) defaultSuffix = suffix;
