@@ -48,13 +48,21 @@ util::YPointer<scene::Geometry> readQuickly(const QString& fileName) {
   return nullptr;
 }
 
+/// Assimp gives what it does not know to the reader that refuses least, which finds a shape in any text.
+void checkSuffix(const QString& fileName) {
+  if (!importableSuffixes().contains(QFileInfo(fileName).suffix().toLower()))
+    throw ImportError(ImportError::tr("its format is not known"));
+}
+
 void readFile(const QString& fileName, ImportResult& result) {
   checkFile(fileName);
   checkCounts(fileName);
   const util::YPointer<scene::Geometry> geometry = readQuickly(fileName);
   if (!geometry) {
+    const AssimpLibrary& assimp = AssimpLibrary::instance();
+    checkSuffix(fileName);
     checkXFile(fileName);
-    return AssimpLibrary::instance().readWithAssimp(fileName, result);
+    return assimp.readWithAssimp(fileName, result);
   }
   const bool hadPrimitives = !geometry->indices.empty();
   prepare(*geometry);
