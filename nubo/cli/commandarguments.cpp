@@ -1,16 +1,15 @@
 #include "nubo/cli/commandarguments.h"
 
-#include <QCoreApplication>
-#include <QFile>
-#include <QFileDialog>
-#include <QFileInfo>
+#include <QRegularExpression>
 #include <QSlider>
-#include <QTemporaryFile>
+#include <algorithm>
 #include <memory>
 
 #include "kernel/main/command.h"
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterpanelfactory.h"
+#include "nubo/cli/filecheck.h"
+#include "nubo/cli/option.h"
 #include "nubo/cli/suggestion.h"
 
 namespace nubo::app {
@@ -33,10 +32,6 @@ QStringList optionNames(const ParameterSet& set) {
   return names;
 }
 
-bool namesFile(const AbstractParameter& parameter) {
-  return dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
-}
-
 /// The first set that has all that was given; the first of all where none has.
 ParameterSet* chooseSet(main::Command& command, const Arguments& arguments) {
   auto& sets = command.getParameterSets();
@@ -53,8 +48,8 @@ QString whyArgumentsWrong(const ParameterSet& set, const Arguments& arguments) {
   QStringList seen;
   for (const Argument& argument : arguments) {
     if (!names.contains(argument.name)) {
-      QStringList known = names;
-      for (QString& name : known) name.prepend("--");
+      QStringList known = optionWords();
+      for (const QString& name : names) known << "--" + name;
       return QStringLiteral("--%1: unknown parameter").arg(argument.name) + suggestion("--" + argument.name, known);
     }
     if (seen.contains(argument.name)) return QStringLiteral("--%1 is given twice").arg(argument.name);
@@ -84,21 +79,6 @@ QString textFor(const AbstractParameter& parameter, const Arguments& arguments, 
   return text;
 }
 
-QString typeName(const AbstractParameter& parameter) {
-  if (namesFile(parameter)) return QStringLiteral("FILE");
-  if (parameter.getType() == typeid(int)) return QStringLiteral("NUMBER");
-  if (parameter.getType() == typeid(double)) return QStringLiteral("NUMBER");
-  if (parameter.getType() == typeid(bool)) return QStringLiteral("YES|NO");
-  return QStringLiteral("TEXT");
-}
-
-/// The formats that the parameter's dialog offers, such as "PNG-File (*.png)".
-QStringList fileFormats(const AbstractParameter& parameter) {
-  const auto* factory = dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
-  const std::unique_ptr<QFileDialog> dialog(factory ? factory->createDialog() : nullptr);
-  return dialog ? dialog->nameFilters() : QStringList();
-}
-
 }  // namespace
 
 QString optionName(const QString& parameterName) {
@@ -125,6 +105,16 @@ QString defaultText(const AbstractParameter& parameter) {
   if (const auto* factory = dynamic_cast<main::SliderParameterPanelFactory*>(parameter.getParameterPanelFactory()))
     return QString::number(std::unique_ptr<QSlider>(factory->createSlider())->value());
   return QString();
+}
+
+bool namesFile(const AbstractParameter& parameter) {
+  return dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
+}
+
+bool describesNumbersReversed(const AbstractParameter& parameter) {
+  static const QRegularExpression reversed(QStringLiteral("\\b0\\s*=\\s*(true|yes|on|ja|wahr)\\b"),
+                                           QRegularExpression::CaseInsensitiveOption);
+  return parameter.getType() == typeid(bool) && parameter.getDescription().contains(reversed);
 }
 
 QString bindArguments(main::Command& command, const Arguments& arguments) {
@@ -161,49 +151,6 @@ QStringList targetFiles(main::Command& command) {
     for (const AbstractParameter* parameter : set.parameters())
       if (namesFile(*parameter) && parameter->hasValue()) files << parameter->toString();
   return files;
-}
-
-QString whyNotWritable(const QString& fileName) {
-  const QFileInfo file(fileName);
-  if (fileName.isEmpty()) return QCoreApplication::translate("FileCheck", "a file name is wanted");
-  if (fileName.endsWith('/') || file.isDir()) return QCoreApplication::translate("FileCheck", "is a directory");
-  const QFileInfo directory(file.absolutePath());
-  if (!directory.exists())
-    return QCoreApplication::translate("FileCheck", "the directory %1 does not exist").arg(directory.filePath());
-  if (!directory.isDir())
-    return QCoreApplication::translate("FileCheck", "%1 is not a directory").arg(directory.filePath());
-  // A pipe nobody reads would be waited for, and what is written into a device is lost.
-  if (file.exists() && !file.isFile()) return QCoreApplication::translate("FileCheck", "is not an ordinary file");
-  if (file.exists()) {
-    QFile existing(fileName);
-    return existing.open(QIODevice::ReadWrite) ? QString() : existing.errorString();
-  }
-  // Trying is the only way to know: rights alone don't tell of read-only file systems.
-  QTemporaryFile trial(directory.filePath() + "/.nubo-XXXXXX");
-  if (trial.open()) return QString();
-  return QCoreApplication::translate("FileCheck", "cannot write into the directory %1: %2")
-      .arg(directory.filePath(), trial.errorString());
-}
-
-QString commandHelpText(main::Command& command) {
-  QString text = QStringLiteral("Usage: nubo [options] [SCENE ...] %1 [--PARAMETER VALUE ...]\n\n%2\n")
-                     .arg(command.getName(), command.getDescriptor()->getDescription());
-  for (const ParameterSet& set : command.getParameterSets()) {
-    text += QStringLiteral("\nParameters:\n");
-    for (const AbstractParameter* parameter : set.parameters()) {
-      const QString option = QStringLiteral("--%1 %2").arg(optionName(parameter->getName()), typeName(*parameter));
-      const QString start = defaultText(*parameter);
-      text += QStringLiteral("  %1  %2").arg(option, -32).arg(parameter->getDescription());
-      if (!start.isNull())
-        text += QStringLiteral(" (default: %1)").arg(start);
-      else if (parameter->isRequired())
-        text += QStringLiteral(" (required)");
-      text += '\n';
-      if (const QStringList formats = fileFormats(*parameter); !formats.isEmpty())
-        text += "      one of:\n        " + formats.join("\n        ") + '\n';
-    }
-  }
-  return text;
 }
 
 QString callText(const QString& command, const Arguments& arguments) {

@@ -28,6 +28,11 @@ QStringList optionNames(main::Command& command);
 /// What a parameter gets when its option is not given; null: nothing. Application thread.
 QString defaultText(const main::AbstractParameter& parameter);
 
+/// Whether the value is a file's name, chosen in a dialog of the command's.
+bool namesFile(const main::AbstractParameter& parameter);
+/// Whether the description of a yes or no says that 0 means yes. User interfaces then have to say what holds.
+bool describesNumbersReversed(const main::AbstractParameter& parameter);
+
 /// Fills the command's inputs from the arguments and defaults and makes them current. Files that it will write
 /// are tried first. Returns the empty text, or one line that says what was wrong; then the command must not run.
 [[nodiscard]] QString bindArguments(main::Command& command, const Arguments& arguments);
@@ -38,12 +43,6 @@ QString defaultText(const main::AbstractParameter& parameter);
 
 /// The files that the command's current inputs name for it to write.
 QStringList targetFiles(main::Command& command);
-
-/// Why a file cannot be written: "" if it can. Leaves no trace and an existing file as it is.
-[[nodiscard]] QString whyNotWritable(const QString& fileName);
-
-/// The text of "nubo COMMAND --help".
-QString commandHelpText(main::Command& command);
 
 /// Command and arguments as they were given, for messages.
 QString callText(const QString& command, const Arguments& arguments);

@@ -4,8 +4,7 @@
 #include <QColor>
 #include <QSize>
 #include <QStringList>
-#include <QVector>
-#include <functional>
+#include <map>
 #include <optional>
 #include <utility>
 
@@ -17,8 +16,7 @@ enum class Verbosity { Quiet, Normal, Verbose };
 
 /// The program's own options, the scenes, and a command with its arguments.
 struct CommandLine {
-  QString error;        ///< one line, when the call was wrong; nothing else counts then
-  QStringList options;  ///< the words that the program's own options were read from
+  QString error;  ///< one line, when the call was wrong; nothing else counts then
 
   bool help = false;
   bool version = false;
@@ -39,25 +37,25 @@ struct CommandLine {
   QString command;     ///< empty: none given
   Arguments arguments;
   bool commandHelp = false;  ///< --help stood among the command's arguments
+
+  /// Whether the call is answered on the terminal.
+  bool asks() const { return help || version || listCommands || commandHelp; }
+  /// Whether the call asks for a window.
+  bool wantsWindow() const { return command.isEmpty() && !asks(); }
 };
 
 /// The built-in scene's name on the command line.
 extern const QString BuiltinScene;
 
-/// Reads the words after the program's name. The last of the names that follow its first options is held by `command`,
-/// and options after it by `arguments`, until settleCommand knows better.
+/// The names of all commands with their parameters, which are named as options are.
+using Commands = std::map<QString, QStringList>;
+
+/// Reads the words after the program's name before it is known which commands there are: the first name that cannot be
+/// a scene's is taken for the command's, and what follows that is left for the next time.
 [[nodiscard]] CommandLine parseCommandLine(const QStringList& words);
-/// Parameters of a command, as options are named.
-using ParameterNames = std::function<QStringList(const QString& command)>;
-/// Decides whether the last name was a scene or a command, and refuses unknown commands. Arguments that are no
-/// parameters of the command's, but options of the program's, become those.
-void settleCommand(CommandLine& line, const QStringList& commands, const ParameterNames& parameters);
-/// Whether the call asks for a window: it names scenes only, and nothing to be answered on the terminal. Before
-/// settleCommand, when modules are not loaded yet.
-[[nodiscard]] bool wantsWindow(const CommandLine& line);
+/// Reads all of them. Options behind the command are the program's, unless the command has a parameter of that name.
+[[nodiscard]] CommandLine parseCommandLine(const QStringList& words, const Commands& commands);
 /// One line that names a file which the call has read, and which is not there; else the empty text.
 [[nodiscard]] QString whyFilesMissing(const CommandLine& line);
-/// The text of --help.
-QString helpText();
 
 }  // namespace nubo::app

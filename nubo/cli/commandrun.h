@@ -13,29 +13,39 @@ namespace nubo::app {
 class Report;
 class TerminalProgress;
 
-/// The exit statuses of the program.
-enum ExitStatus { Done = 0, Failed = 1, WrongCall = 2, Interrupted = 130 };
+/// The exit statuses of the program. A run that a signal ended before its time has 128 + the signal's number.
+enum ExitStatus { Done = 0, Failed = 1, WrongCall = 2, EndedBySignal = 128 };
 
 /// Runs a command with the inputs that are current in it. Application thread.
 class CommandRun {
  public:
-  /// `call` names the command in messages.
-  CommandRun(main::Command& command, const QString& call, Report& report, TerminalProgress& progress);
+  /// `call` names the command in messages. `handicap` is what the user had better know of a failure: what is missing on
+  /// this machine; often empty.
+  CommandRun(main::Command& command, const QString& call, const QString& handicap, Report& report,
+             TerminalProgress& progress);
 
-  /// Returns when the command has ended. After `duration` seconds, or with Ctrl-C, it is asked to end; a second
-  /// Ctrl-C (the first, where it cannot be asked) ends the process with Interrupted. Failures are reported.
-  [[nodiscard]] ExitStatus run(main::CommandProcessor& processor, std::optional<double> duration);
+  /// Returns the exit status when the command has ended. After `duration` seconds, or with a signal such as Ctrl-C, it
+  /// is asked to end; a second one a moment later (the first, where it cannot be asked) ends the process. Failures, and
+  /// what was left undone, are reported.
+  [[nodiscard]] int run(main::CommandProcessor& processor, std::optional<double> duration);
 
  private:
-  void interrupt();
-  ExitStatus judge();
+  void observe();
+  void interrupt(int signal);
+  int judge();
+  QStringList failures();
+  bool reportFiles(const QStringList& files);
+  void reportOtherValues();
 
   main::Command& m_Command;
   QString m_Call;
+  QString m_Handicap;
   Report& m_Report;
   TerminalProgress& m_Progress;
-  QString m_Reason;  ///< the command's, for what failed last; written on its thread
-  bool m_Interrupted = false;
+  int m_Signal = 0;  ///< that asked the command to end; 0: none
+  // Written by the command on its thread, and read here when it has ended.
+  QString m_Reason;      ///< for what failed last
+  QString m_EndedEarly;  ///< what it did of all that it was to do
 };
 
 }  // namespace nubo::app

@@ -13,8 +13,8 @@ namespace {
 int pipeEnds[2] = {-1, -1};
 
 // All that a signal handler may do is to write to the pipe; the event loop reads the other end.
-void wake(int) {
-  const char byte = 0;
+void wake(int signal) {
+  const char byte = char(signal);
   [[maybe_unused]] const auto written = write(pipeEnds[1], &byte, 1);
 }
 
@@ -34,11 +34,18 @@ void handle(void (*handler)(int)) {
 Interrupt::Interrupt() : mp_Notifier(nullptr) {
   if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) != 0) return;
   mp_Notifier = new QSocketNotifier(pipeEnds[0], QSocketNotifier::Read, this);
-  connect(mp_Notifier, &QSocketNotifier::activated, this, [this] {
-    char byte;
-    while (read(pipeEnds[0], &byte, 1) == 1) emit interrupted();
-  });
+  connect(mp_Notifier, &QSocketNotifier::activated, this, &Interrupt::read);
   handle(wake);
+}
+
+void Interrupt::read() {
+  constexpr int SameWishMs = 1000;
+  char signal = 0;
+  while (::read(pipeEnds[0], &signal, 1) == 1) {
+    if (m_SinceLast.isValid() && m_SinceLast.elapsed() < SameWishMs) continue;
+    m_SinceLast.start();
+    emit interrupted(signal);
+  }
 }
 
 Interrupt::~Interrupt() {

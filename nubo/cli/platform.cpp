@@ -3,7 +3,9 @@
 #include <QByteArray>
 #include <QFile>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QLibrary>
+#include <QOpenGLContext>
 
 #include "plugins/platforms/headless/egl.h"
 
@@ -30,17 +32,25 @@ bool hasXDisplay() {
 
 QString pluginFolder() { return QFileInfo(QFile::symLinkTarget("/proc/self/exe")).path() + "/plugins"; }
 
+bool isPlatformChosen() { return !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"); }
+
 QString choosePlatform() {
-  if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) return QString();
+  if (isPlatformChosen()) return QString();
   const headless::Egl egl;
   const bool useX = !egl.isValid() && hasXDisplay();
   qputenv("QT_QPA_PLATFORM", useX ? "xcb" : "headless");
   return egl.isValid() || useX ? QString() : egl.error() + ", or set DISPLAY to an X display";
 }
 
+QString whyPlatformCannotDraw() {
+  QOpenGLContext context;
+  if (context.create()) return QString();
+  return QStringLiteral("QT_QPA_PLATFORM=%1 has no OpenGL; without that variable a platform is found that has")
+      .arg(QGuiApplication::platformName());
+}
+
 QString checkDisplay() {
-  const bool isChosen = !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
-  if (isChosen || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") || hasXDisplay()) return QString();
+  if (isPlatformChosen() || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") || hasXDisplay()) return QString();
   if (qEnvironmentVariableIsEmpty("DISPLAY"))
     return QStringLiteral(
         "a window needs a display, and neither DISPLAY nor WAYLAND_DISPLAY names one; "

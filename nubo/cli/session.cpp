@@ -21,6 +21,7 @@ namespace {
 
 /// One scene of all; none at all where one cannot be read.
 io::ImportResult readScenes(const QStringList& scenes) {
+  if (scenes.isEmpty()) return readScene(BuiltinScene);
   if (scenes.size() == 1) return readScene(scenes.first());
   io::ImportResult all;
   all.root = new scene::SceneElement(QStringLiteral("scene"));
@@ -42,13 +43,13 @@ gui::Camera directionOf(const CommandLine& line) {
 }  // namespace
 
 Session::Session(const QString& settingsFile, const QStringList& scenes, Report& report)
-    : m_Report(report), m_Overseer(settingsFile) {
+    : m_Report(report), m_Reading(scenes), m_Overseer(settingsFile) {
   if (!scenes.isEmpty()) m_Import = std::async(std::launch::async, readScenes, scenes);
   const QString folder = QCoreApplication::applicationDirPath() + "/modules";
   main::ModuleManager::getInstance()->loadModules(folder, [](const QString&) {});
   if (main::ModuleManager::getInstance()->names().isEmpty())
-    log::Logger::getInstance()->log(log::Failure, __FILE__, __LINE__, Q_FUNC_INFO, nullptr,
-                                    QStringLiteral("no module with commands was found in ") + folder);
+    NUBO_LOG(log::Failure, "nubo::app::Session::Session",
+             QStringLiteral("no module with commands was found in ") + folder);
 }
 
 Session::~Session() {
@@ -81,7 +82,8 @@ void Session::reportWarnings(const QStringList& warnings) {
 
 QString Session::showScene(const CommandLine& line, bool takesTime) {
   const auto& scene = m_Viewer.getGlobalScene();
-  const io::ImportResult result = m_Import.valid() ? m_Import.get() : readScene(BuiltinScene);
+  const io::ImportResult result =
+      m_Import.valid() && m_Reading == line.scenes ? m_Import.get() : readScenes(line.scenes);
   if (!result.root) return result.error;
   reportWarnings(result.warnings);
   scene->setRootNode(result.root);

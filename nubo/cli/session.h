@@ -27,15 +27,17 @@ class Session {
   bool isReadingScene() const;
   /// Returns when everything that the modules queued while they were loaded has been done.
   void waitForQueuedWork();
-  /// Waits for the scene (the built-in one, if none was named); then a panel that is never visible shows it and
-  /// becomes the active one. It shows the scene at all steps of its trajectory where the command line asks for one or
-  /// the command `takesTime`, else as it stands. The empty text, or why there is no scene.
+  /// Waits for the scene (the built-in one, if none is named), which is read now if that was not begun; then a panel
+  /// that is never visible shows it and becomes the active one. It shows the scene at all steps of its trajectory where
+  /// the command line asks for one or the command `takesTime`, else as it stands. The empty text, or why there is no
+  /// scene.
   [[nodiscard]] QString showScene(const CommandLine& line, bool takesTime);
 
  private:
   void reportWarnings(const QStringList& warnings);
 
   Report& m_Report;
+  QStringList m_Reading;  ///< the scenes that m_Import will bring
   main::Overseer m_Overseer;
   std::future<io::ImportResult> m_Import;
   gui::Viewer m_Viewer;

@@ -154,7 +154,7 @@ QString chooseTrajectory(const CommandLine& line, const std::vector<scene::Anima
     QString error;
     info = createAnimationTrajectory(animations, rate, error);
     // Nobody asked for the animations, so that a picture is not refused for their sake.
-    if (!info) log::Logger::getInstance()->log(log::Note, __FILE__, __LINE__, Q_FUNC_INFO, nullptr, error);
+    if (!info) NUBO_LOG(log::Note, "nubo::app::chooseTrajectory", error);
   }
   if (!info) info = createTurntable(line.turntable.value_or(TurnSeconds * rate));
   return info ? selectMatrices(std::move(info), line.steps, look)

@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "kernel/main/parameterpanelfactory.h"
-#include "nubo/cli/commandarguments.h"
+#include "nubo/cli/filecheck.h"
 
 namespace nubo::window {
 

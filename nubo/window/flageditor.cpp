@@ -1,7 +1,8 @@
 #include "nubo/window/flageditor.h"
 
 #include <QCheckBox>
-#include <QRegularExpression>
+
+#include "nubo/cli/commandarguments.h"
 
 namespace nubo::window {
 
@@ -27,9 +28,7 @@ void FlagEditor::setText(const QString& text) {
 }
 
 QString FlagEditor::hint() const {
-  static const QRegularExpression reversed(QStringLiteral("\\b0\\s*=\\s*(true|yes|on|ja|wahr)\\b"),
-                                           QRegularExpression::CaseInsensitiveOption);
-  if (!m_Parameter.getDescription().contains(reversed)) return QString();
+  if (!app::describesNumbersReversed(m_Parameter)) return QString();
   return tr("Ticked means on; the numbers in the description are the wrong way round.");
 }
 

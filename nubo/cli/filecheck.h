@@ -1,0 +1,11 @@
+// Whether a file can be written, known before the work that it is for.
+#pragma once
+
+#include <QString>
+
+namespace nubo::app {
+
+/// Why a file cannot be written: "" if it can. Leaves no trace and an existing file as it is.
+[[nodiscard]] QString whyNotWritable(const QString& fileName);
+
+}  // namespace nubo::app

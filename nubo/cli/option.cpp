@@ -1,0 +1,139 @@
+#include "nubo/cli/option.h"
+
+#include <QFileInfo>
+#include <algorithm>
+
+#include "module_scene/gui/camera.h"
+#include "nubo/cli/commandline.h"
+
+namespace nubo::app {
+
+namespace {
+
+Option::Take flag(bool CommandLine::*target) {
+  return [=](const QString&, CommandLine& line) {
+    line.*target = true;
+    return QString();
+  };
+}
+
+Option::Take verbosity(Verbosity value) {
+  return [=](const QString&, CommandLine& line) {
+    line.verbosity = value;
+    return QString();
+  };
+}
+
+Option::Take text(QString CommandLine::*target, const QString& expected) {
+  return [=](const QString& value, CommandLine& line) {
+    line.*target = value;
+    return value.isEmpty() ? expected : QString();
+  };
+}
+
+Option::Take number(std::optional<int> CommandLine::*target, int least, int most) {
+  return [=](const QString& value, CommandLine& line) {
+    bool isWhole = false;
+    const int number = value.toInt(&isWhole);
+    line.*target = number;
+    if (isWhole && number >= least && number <= most) return QString();
+    return QStringLiteral("a whole number from %1 to %2").arg(least).arg(most);
+  };
+}
+
+QString takeSize(const QString& value, CommandLine& line) {
+  constexpr int Most = 32768;
+  const QStringList parts = value.split('x', Qt::KeepEmptyParts, Qt::CaseInsensitive);
+  bool wide = false, high = false;
+  if (parts.size() == 2) line.size = QSize(parts[0].toInt(&wide), parts[1].toInt(&high));
+  if (wide && high && line.size == line.size.expandedTo({1, 1}).boundedTo({Most, Most})) return QString();
+  return QStringLiteral("WIDTHxHEIGHT, each from 1 to %1").arg(Most);
+}
+
+QString takeView(const QString& value, CommandLine& line) {
+  line.view = value;
+  return gui::Camera().setView(value) ? QString() : QStringLiteral("a view's name or AZIMUTH,ELEVATION");
+}
+
+QString takeBackground(const QString& value, CommandLine& line) {
+  line.background.setNamedColor(value);
+  return line.background.isValid() ? QString() : QStringLiteral("a colour's name or #rrggbb");
+}
+
+QString takeSteps(const QString& value, CommandLine& line) {
+  const QStringList parts = value.split(':');
+  bool first = false, last = false;
+  if (parts.size() == 2) line.steps = {parts[0].toInt(&first), parts[1].toInt(&last)};
+  if (first && last && line.steps->first >= 0 && line.steps->second >= line.steps->first) return QString();
+  return QStringLiteral("FIRST:LAST, two numbers from 0 on with FIRST not above LAST");
+}
+
+QString takeDuration(const QString& value, CommandLine& line) {
+  constexpr double Most = 1e6;
+  bool isNumber = false;
+  line.duration = value.toDouble(&isNumber);
+  if (isNumber && *line.duration > 0 && *line.duration <= Most) return QString();
+  return QStringLiteral("seconds above 0, up to %1").arg(int(Most));
+}
+
+/// Settings are stored in a new file in the place of the old one, which is to be no pipe, device or directory. The
+/// folders above a mistyped one would be made.
+QString takeSettings(const QString& value, CommandLine& line) {
+  line.settingsFile = value;
+  if (value.isEmpty()) return QStringLiteral("a file name");
+  const QFileInfo file(value);
+  if (file.exists()) return file.isFile() ? QString() : QStringLiteral("an ordinary file, or a new one");
+  const QString folder = file.absolutePath();
+  return QFileInfo(folder).isDir() ? QString()
+                                   : QStringLiteral("a file in a directory that exists, which %1 does not").arg(folder);
+}
+
+}  // namespace
+
+const std::vector<Option>& options() {
+  static const QStringList views = gui::Camera::viewNames();
+  static const std::vector<Option> table = {
+      {"size", "WxH", "Size of the scene panel in pixels; pictures take its aspect ratio (1280x720).", takeSize},
+      {"view", "VIEW", "Direction of view: " + views.join(", ") + ", or AZIMUTH,ELEVATION in degrees.", takeView,
+       views},
+      {"background", "COLOUR", "Background colour: a name such as white, or #rrggbb.", takeBackground,
+       QColor::colorNames()},
+      {"samples", "N", "Samples per pixel for smooth edges; 0 turns smoothing off (4).",
+       number(&CommandLine::samples, 0, 64)},
+      {"turntable", "N", "Turns the scene once around in N steps (in ten seconds, where the scene has no animation).",
+       number(&CommandLine::turntable, 1, 1000000)},
+      {"trajectory", "FILE", "Moves a marker along the points of a CSV file: x, y, z and a value of yours.",
+       text(&CommandLine::trajectory, "a file name")},
+      {"element", "NAME", "Moves this element of the scene along the points, in place of a marker.",
+       text(&CommandLine::element, "an element's name")},
+      {"steps", "FIRST:LAST", "Uses only these steps of the trajectory, counted from 0.", takeSteps},
+      {"duration", "SECONDS", "Ends the command after this time.", takeDuration},
+      {"settings", "FILE", "Uses this settings file instead of your own.", takeSettings, {}, {}, true},
+      {"quiet", "", "Says nothing but why it failed.", verbosity(Verbosity::Quiet)},
+      {"verbose", "", "Shows the whole log.", verbosity(Verbosity::Verbose)},
+      {"help", "", "Shows this help; after a command, that command's parameters.", flag(&CommandLine::help), {}, "h"},
+      {"version",
+       "",
+       "Shows the versions of the program and of what it is made of.",
+       flag(&CommandLine::version),
+       {},
+       "v"},
+      {"list-commands", "", "Lists the commands.", flag(&CommandLine::listCommands)},
+  };
+  return table;
+}
+
+const Option* findOption(const QString& written) {
+  const auto found = std::find_if(options().begin(), options().end(), [&](const Option& option) {
+    return written == option.written() || (!option.letter.isEmpty() && written == QLatin1Char('-') + option.letter);
+  });
+  return found == options().end() ? nullptr : &*found;
+}
+
+QStringList optionWords() {
+  QStringList words;
+  for (const Option& option : options()) words << option.written();
+  return words;
+}
+
+}  // namespace nubo::app

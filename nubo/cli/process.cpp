@@ -1,0 +1,63 @@
+#include "nubo/cli/process.h"
+
+#include <fcntl.h>
+#include <langinfo.h>
+#include <unistd.h>
+
+#include <clocale>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
+namespace nubo::app {
+
+namespace {
+
+/// Where a standard stream is closed, a file opened later would take its place, and messages would end up in that.
+void occupyClosedStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
+
+/// Models and pictures are large blocks that come and go. Left to itself, the C library soon keeps freed blocks of up
+/// to 32 MB for later, which the next large picture then finds missing; a tile still comes from what it keeps. And what
+/// one thread frees is there for the next, so that loading, drawing and writing share their memory.
+void tuneAllocator() {
+#ifdef __GLIBC__
+  constexpr int LargeBlock = 4 << 20;
+  mallopt(M_MMAP_THRESHOLD, LargeBlock);
+  mallopt(M_ARENA_MAX, 1);
+#endif
+}
+
+/// Services often run without a locale, or the system lacks the user's; file names are UTF-8 all the same. The language
+/// stays the user's.
+void useUtf8() {
+  std::setlocale(LC_ALL, "");
+  if (QByteArray(nl_langinfo(CODESET)) != "ANSI_X3.4-1968") return;
+  if (qEnvironmentVariableIsSet("LC_ALL")) qputenv("LANG", qgetenv("LC_ALL"));
+  qunsetenv("LC_ALL");
+  qputenv("LC_CTYPE", "C.UTF-8");
+  std::setlocale(LC_CTYPE, "");
+}
+
+}  // namespace
+
+void prepareProcess() {
+  occupyClosedStreams();
+  tuneAllocator();
+  useUtf8();
+}
+
+QStringList wordsOf(int argc, char** argv, QString& error) {
+  QStringList words;
+  for (int i = 1; i < argc; ++i) {
+    words << QString::fromLocal8Bit(argv[i]);
+    if (words.back().toLocal8Bit() != argv[i])
+      error = QStringLiteral("%1: this is not text in the encoding %2; rename the file")
+                  .arg(words.back(), nl_langinfo(CODESET));
+  }
+  return words;
+}
+
+}  // namespace nubo::app

@@ -1,0 +1,134 @@
+#include "nubo/cli/program.h"
+
+#include <QSettings>
+#include <cstdlib>
+
+#include "kernel/main/commandmanager.h"
+#include "kernel/main/overseer.h"
+#include "nubo/cli/commandarguments.h"
+#include "nubo/cli/help.h"
+#include "nubo/cli/information.h"
+#include "nubo/cli/terminalprogress.h"
+
+namespace nubo::app {
+
+namespace {
+
+main::Command* findCommand(const QString& name) { return main::CommandManager::getInstance()->find(name); }
+
+Commands knownCommands() {
+  Commands commands;
+  for (const QString& name : main::CommandManager::getInstance()->names())
+    commands[name] = optionNames(*findCommand(name));
+  return commands;
+}
+
+/// Empty if the settings could be read, or there are none yet.
+QString settingsProblem() {
+  const QSettings* settings = main::nuboSettings();
+  static_cast<void>(settings->allKeys());  // which reads the whole file
+  if (settings->status() == QSettings::NoError) return QString();
+  return QStringLiteral("the settings in %1 cannot be read").arg(settings->fileName());
+}
+
+}  // namespace
+
+Program::Program(const QStringList& words, const CommandLine& line, const QString& noOpenGL)
+    : Program(words, line, noOpenGL, std::make_shared<TerminalProgress>()) {}
+
+Program::Program(const QStringList& words, const CommandLine& line, const QString& noOpenGL,
+                 const std::shared_ptr<TerminalProgress>& progress)
+    : m_Words(words),
+      m_Line(line),
+      m_NoOpenGL(noOpenGL),
+      mp_Progress(progress),
+      m_Report(line.verbosity, *progress),
+      m_Session(line.settingsFile, line.asks() || line.wantsWindow() ? QStringList() : line.scenes, m_Report) {
+  util::YProgressDialog::setPresenter(mp_Progress);
+}
+
+int Program::run(const ShowWindow& showWindow) {
+  if (const int status = settle(); status != Done) return status;
+  if (m_Line.asks()) return answer();
+  if (!m_Line.command.isEmpty()) return runCommand();
+  m_Session.waitForQueuedWork();  // modules want to be ready when the first panel becomes active
+  return showWindow(m_Session.processor(), m_Line, m_Report.takeFailures());
+}
+
+int Program::settle() {
+  const Commands commands = knownCommands();
+  m_Line = parseCommandLine(m_Words, commands);
+  if (commands.empty() && (m_Line.listCommands || !m_Line.error.isEmpty())) {
+    QStringList reasons = m_Report.takeFailures();
+    if (!m_Line.error.isEmpty()) reasons.prepend(m_Line.error);
+    m_Report.error(reasons.join("; "));
+    return Failed;
+  }
+  if (!m_Line.error.isEmpty()) return refuse(m_Line.error);
+  const QString problem = settingsProblem();
+  if (!problem.isEmpty() && !m_Line.settingsFile.isEmpty()) return refuse(problem);
+  m_Report.setVerbosity(m_Line.verbosity);
+  if (!problem.isEmpty()) m_Report.note(problem + ", defaults take their place");
+  return Done;
+}
+
+int Program::refuse(const QString& error) {
+  m_Report.error(error);
+  // A large scene that is still being read for nothing is not worth waiting for.
+  if (m_Session.isReadingScene()) std::_Exit(WrongCall);
+  return WrongCall;
+}
+
+int Program::answer() {
+  const QString text = m_Line.help           ? helpText()
+                       : m_Line.version      ? versionText()
+                       : m_Line.listCommands ? commandListText()
+                                             : commandHelpText(*findCommand(m_Line.command));
+  if (!m_Report.print(text)) return Failed;
+  if (m_NoOpenGL.isEmpty())
+    for (const QString& failure : m_Report.takeFailures()) m_Report.note(failure);
+  return Done;
+}
+
+int Program::runCommand() {
+  main::Command& registered = *findCommand(m_Line.command);
+  if (const QString error = whyCallWrong(registered); !error.isEmpty()) return refuse(error);
+  mp_Progress->setText("Reading the scene");
+  if (const QString error = prepare(registered); !error.isEmpty()) {
+    m_Report.error(error);
+    // Only the scene could tell that the value of an option makes no sense.
+    return error.startsWith("--") ? WrongCall : Failed;
+  }
+  // Now that the command knows its panel, more can be wrong.
+  if (const QString error = whyValuesRefused(registered, m_Line.arguments); !error.isEmpty())
+    return refuse(call() + ": " + error);
+  const std::unique_ptr<main::Command> clone(registered.runsOnClone() ? registered.clone() : nullptr);
+  CommandRun run(clone ? *clone : registered, call(), m_NoOpenGL, m_Report, *mp_Progress);
+  return run.run(m_Session.processor(), m_Line.duration);
+}
+
+QString Program::whyCallWrong(main::Command& command) const {
+  if (const QString error = whyFilesMissing(m_Line); !error.isEmpty()) return error;
+  if (m_Line.duration && !command.isAbortable())
+    return QStringLiteral("--duration: %1 cannot be ended early").arg(m_Line.command);
+  const QString error = bindArguments(command, m_Line.arguments);
+  return error.isEmpty() ? QString() : call() + ": " + error;
+}
+
+QString Program::prepare(const main::Command& command) {
+  m_Session.waitForQueuedWork();
+  // Storing settings needs no scene.
+  if (dynamic_cast<const main::SettingsCommand*>(&command) && m_Line.scenes.isEmpty()) return QString();
+  if (const QString error = m_Session.showScene(m_Line, command.isAbortable()); !error.isEmpty()) return error;
+  const QStringList failures = m_Report.takeFailures();
+  if (command.isEnabled()) {
+    // It may have no need of OpenGL; if it has, its own failure will tell.
+    if (m_NoOpenGL.isEmpty())
+      for (const QString& note : failures) m_Report.note(note);
+    return QString();
+  }
+  const QString reason = m_NoOpenGL.isEmpty() ? failures.join("; ") : m_NoOpenGL;
+  return call() + ": " + (reason.isEmpty() ? QStringLiteral("the command is not available here") : reason);
+}
+
+}  // namespace nubo::app

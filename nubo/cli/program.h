@@ -1,0 +1,50 @@
+// The program from its words to its exit status.
+#pragma once
+
+#include <functional>
+
+#include "nubo/cli/commandline.h"
+#include "nubo/cli/commandrun.h"
+#include "nubo/cli/report.h"
+#include "nubo/cli/session.h"
+
+namespace nubo::app {
+
+class TerminalProgress;
+
+/// What the user called for, done with the host's services. Application thread, after the QApplication.
+class Program {
+ public:
+  /// Shows the window until it is closed and returns its exit status. `failures` happened before there was one.
+  using ShowWindow =
+      std::function<int(main::CommandProcessor& processor, const CommandLine& line, const QStringList& failures)>;
+
+  /// `line` is what could be read of `words` without commands. `noOpenGL` says why nothing can be drawn; mostly empty.
+  Program(const QStringList& words, const CommandLine& line, const QString& noOpenGL);
+  /// Returns the exit status.
+  [[nodiscard]] int run(const ShowWindow& showWindow);
+
+ private:
+  Program(const QStringList& words, const CommandLine& line, const QString& noOpenGL,
+          const std::shared_ptr<TerminalProgress>& progress);
+
+  /// Reads the call again, now with the commands that there are.
+  int settle();
+  int refuse(const QString& error);
+  int answer();
+  int runCommand();
+  /// Why the command cannot run at all, whatever the scene; "" if it can.
+  QString whyCallWrong(main::Command& command) const;
+  /// Brings the scene in front of the command; "", or why the command cannot run.
+  QString prepare(const main::Command& command);
+  QString call() const { return callText(m_Line.command, m_Line.arguments); }
+
+  QStringList m_Words;
+  CommandLine m_Line;
+  QString m_NoOpenGL;
+  std::shared_ptr<TerminalProgress> mp_Progress;
+  Report m_Report;
+  Session m_Session;
+};
+
+}  // namespace nubo::app
