@@ -377,8 +377,7 @@ void MainWindow::sceneRead(const QStringList& files, const QStringList& failed, 
   for (const QString& file : failed) mp_Recent->remove(file);
   if (!result.root) {
     m_ReadFailure = result.error.simplified();
-    log::Logger::getInstance()->log(log::Failure, __FILE__, __LINE__, "nubo::window::MainWindow::sceneRead", nullptr,
-                                    result.error);
+    NUBO_LOG(log::Failure, "nubo::window::MainWindow::sceneRead", result.error);
     return;
   }
   const QString notice = tr("%1 is read, and will be shown when no command runs any more.").arg(namesOf(files));
@@ -404,8 +403,7 @@ void MainWindow::installScene(const QStringList& files, const io::ImportResult& 
   QStringList warnings = result.warnings;
   if (!error.isEmpty()) warnings.prepend(error);
   for (const QString& warning : warnings)
-    log::Logger::getInstance()->log(log::Note, __FILE__, __LINE__, "nubo::window::MainWindow::installScene", nullptr,
-                                    warning);
+    NUBO_LOG(log::Note, "nubo::window::MainWindow::installScene", warning);
   if (!warnings.isEmpty())
     mp_Messages->showNotice(warnings.size() == 1
                                 ? warnings.first()
