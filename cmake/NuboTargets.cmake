@@ -41,6 +41,11 @@ if(NUBO_SANITIZE)
   set(NUBO_SANITIZERS nubo_sanitizers)
 endif()
 
+# For what is loaded and unloaded while the program runs: an inline variable of the standard library's would keep it in
+# memory for good, and loaded again it would not register anything.
+add_library(nubo_unloadable INTERFACE)
+target_compile_options(nubo_unloadable INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+
 # A shared library with the neighbours' headers, in `build_folder` and, installed, in `install_folder`.
 function(nubo_shared_library name build_folder install_folder)
   add_library(${name} SHARED ${ARGN})
@@ -63,13 +68,14 @@ endfunction()
 # nubo_module(NAME sources...): a library that the host loads at start, and that plug-ins link against.
 function(nubo_module name)
   nubo_shared_library(${name} ${NUBO_BIN_DIR}/modules ${NUBO_INSTALL_BIN}/modules ${ARGN})
+  target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:nubo_unloadable>)
   set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN/../../lib")
 endfunction()
 
 # nubo_plugin(NAME KIND sources...): a plug-in in bin/plugins/KIND/.
 function(nubo_plugin name kind)
   add_library(${name} MODULE ${ARGN})
-  target_link_libraries(${name} PRIVATE nubo_options)
+  target_link_libraries(${name} PRIVATE nubo_options nubo_unloadable)
   set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${NUBO_BIN_DIR}/plugins/${kind}
     INSTALL_RPATH "$ORIGIN/../../modules:$ORIGIN/../../../lib")
   install(TARGETS ${name} LIBRARY DESTINATION ${NUBO_INSTALL_BIN}/plugins/${kind} COMPONENT nubo)
