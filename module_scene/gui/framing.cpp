@@ -40,22 +40,24 @@ Framing::Framing(const Camera& direction, const scene::BoundingBox& box)
       m_ToView(toViewOf(direction, m_Middle)),
       m_Thickness(sizeOf(box) / SlicesPerSize) {}
 
-void Framing::add(const scene::SceneElement& root) { add(root, m_ToView); }
+void Framing::add(const scene::SceneElement& element, const math::Matrix4& parent) {
+  addVisible(element, m_ToView * parent);
+}
 
 void Framing::addTurning(const scene::SceneElement& element, const math::Matrix4& parent) {
   constexpr int Steps = 24;
   m_Turns = true;
   for (int step = 0; step < Steps; ++step)
-    add(element, m_ToView * math::translation(m_Middle[0], m_Middle[1], m_Middle[2]) *
+    add(element, math::translation(m_Middle[0], m_Middle[1], m_Middle[2]) *
                      math::rotation(FullTurn * step / Steps, {0, 0, 1}) *
                      math::translation(-m_Middle[0], -m_Middle[1], -m_Middle[2]) * parent);
 }
 
-void Framing::add(const scene::SceneElement& element, const math::Matrix4& parent) {
+void Framing::addVisible(const scene::SceneElement& element, const math::Matrix4& parent) {
   if (!element.isVisible()) return;
   const math::Matrix4 toView = parent * element.getTransform();
   for (const auto& geometry : element.getGeometries()) add(*geometry, toView);
-  for (const auto& child : element.getChildren()) add(*child, toView);
+  for (const auto& child : element.getChildren()) addVisible(*child, toView);
 }
 
 void Framing::add(const scene::Geometry& geometry, const math::Matrix4& toView) {
@@ -96,6 +98,15 @@ double Framing::closest(int axis, double slope) const {
   return (high + low) / (2 * slope);
 }
 
+/// The same for planes as far from a line of sight through `place` on the one side as on the other.
+double Framing::closest(int axis, double slope, double place) const {
+  double distance = -Infinity;
+  for (std::size_t i = 0; i < m_Slices.size(); ++i)
+    distance = std::max(distance,
+                        std::max(m_Slices[i].most[axis] - place, place - m_Slices[i].least[axis]) / slope + front(i));
+  return distance;
+}
+
 /// Where the eye must be across the line of sight to see as much to one side as to the other.
 double Framing::middle(int axis, double eye) const {
   double low = Infinity, high = -Infinity;
@@ -116,7 +127,7 @@ double Framing::middle(int axis, double eye) const {
   return (low + high) / 2;
 }
 
-Camera Framing::camera(int width, int height) const {
+Camera Framing::camera(int width, int height, const Framing* centred) const {
   Camera camera = m_Direction;
   if (m_Slices.empty()) return camera;
   scene::BoundingBox box;
@@ -129,9 +140,14 @@ Camera Framing::camera(int width, int height) const {
   const double radius = sizeOf(box) / 2;
   camera.scale = 1 / radius;
   const double slope = Camera::usableSlope(), aspect = double(std::max(width, 1)) / std::max(height, 1);
-  const double eye =
-      std::max({closest(0, slope * aspect), closest(1, slope), box.max[2] + Camera::NearestDistance * radius});
-  math::Vector3 place{middle(0, eye), middle(1, eye), (box.min[2] + box.max[2]) / 2};
+  double eye = std::max({closest(0, slope * aspect), closest(1, slope), box.max[2] + Camera::NearestDistance * radius});
+  const Framing& inMiddle = centred ? *centred : *this;
+  math::Vector3 place{inMiddle.middle(0, eye), inMiddle.middle(1, eye), (box.min[2] + box.max[2]) / 2};
+  constexpr int Steps = 4;  // what moves the eye back moves the middle a little, too
+  for (int step = 0; centred && step < Steps; ++step) {
+    eye = std::max({eye, closest(0, slope * aspect, place[0]), closest(1, slope, place[1])});
+    for (const int axis : {0, 1}) place[std::size_t(axis)] = inMiddle.middle(axis, eye);
+  }
   // Where the line of sight meets the axis, so that cameras can orbit and see the scene turn in its place.
   constexpr double Steep = 75;
   if (m_Turns && std::abs(camera.elevation) < Steep) place[2] = place[1] * std::tan(camera.elevation * FullTurn / 360);

@@ -15,13 +15,15 @@ class NUBO_MODULE_SCENE_EXPORT Framing {
  public:
   /// `box` is that of the scene at some time.
   Framing(const Camera& direction, const scene::BoundingBox& box);
-  /// All that is visible in and below the element, where it stands now. The caller holds the scene's lock.
-  void add(const scene::SceneElement& root);
+  /// All that is visible in and below the element, where it stands now; `parent` is where its parent stands. The caller
+  /// holds the scene's lock.
+  void add(const scene::SceneElement& element, const math::Matrix4& parent = math::Matrix4());
   /// The same, and how it looks while it turns about the vertical axis through the middle of the box, which the cameras
-  /// then look at. `parent` is where the element's parent stands.
+  /// then look at.
   void addTurning(const scene::SceneElement& element, const math::Matrix4& parent = math::Matrix4());
-  /// For a view of this size; the direction's camera as it is while nothing was added.
-  Camera camera(int width, int height) const;
+  /// For a view of this size; the direction's camera as it is while nothing was added. In the middle of the view lies
+  /// all that was added, or what was added to `centred`, a part of it that is seen from the same direction.
+  Camera camera(int width, int height, const Framing* centred = nullptr) const;
 
  private:
   /// What lies between two planes across the line of sight.
@@ -29,12 +31,13 @@ class NUBO_MODULE_SCENE_EXPORT Framing {
     double least[2], most[2];  ///< to the right and up; empty: least > most
   };
 
-  void add(const scene::SceneElement& element, const math::Matrix4& toView);
+  void addVisible(const scene::SceneElement& element, const math::Matrix4& toView);
   void add(const scene::Geometry& geometry, const math::Matrix4& toView);
   void add(const math::Vector3& point);
   Slice& sliceAt(double depth);
   double front(std::size_t slice) const { return double(m_First + long(slice) + 1) * m_Thickness; }
   double closest(int axis, double slope) const;
+  double closest(int axis, double slope, double place) const;
   double middle(int axis, double eye) const;
 
   Camera m_Direction;

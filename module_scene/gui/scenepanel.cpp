@@ -49,9 +49,10 @@ void ScenePanel::fit() {
   const scene::SceneLocker locker(scene, scene::LockAll);
   const auto root = scene ? scene->getRootNode() : nullptr;
   if (!root) return;
-  Framing framing(m_Camera, root->getBoundingBox());
-  framing.addTurning(*root);
-  setCamera(framing.camera(width(), height()));
+  Framing still(m_Camera, root->getBoundingBox()), turning = still;
+  still.add(*root);
+  turning.addTurning(*root);
+  setCamera(turning.camera(width(), height(), &still));
 }
 
 void ScenePanel::initializeGL() { m_Drawer.reset(); }

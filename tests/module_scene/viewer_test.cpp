@@ -102,8 +102,10 @@ TEST(Framing, LeavesRoomForTurningAboutTheMiddle) {
       SCOPED_TRACE(testing::Message() << width << " x " << height << " at " << elevation);
       Camera camera;
       camera.elevation = elevation;
-      Framing framing(camera, box);
+      Framing still(camera, box), framing = still;
+      still.add(*element);
       framing.addTurning(*element);
+      const Camera centred = framing.camera(width, height, &still);
       camera = framing.camera(width, height);
       EXPECT_NEAR(camera.center[0], 10, 0.01);  // the pivot
       EXPECT_NEAR(camera.center[1], 5.5, 0.01);
@@ -113,6 +115,16 @@ TEST(Framing, LeavesRoomForTurningAboutTheMiddle) {
         const scene::BoundingBox now = seenThrough(camera, corners, double(width) / height);
         seen.add(now.min);
         seen.add(now.max);
+        std::vector<math::Vector3> turned;
+        for (const math::Vector3& p : corners)
+          turned.push_back(
+              math::transformPoint(math::translation(10, 5.5, 0) * math::rotation(turn * M_PI / 36, {0, 0, 1}) *
+                                       math::translation(-10, -5.5, 0),
+                                   p));
+        const scene::BoundingBox around = seenThrough(centred, turned, double(width) / height);
+        EXPECT_LT(std::max({around.max[0], around.max[1], -around.min[0], -around.min[1]}), 1) << turn;
+        EXPECT_TRUE(turn > 0 ||
+                    (std::abs(around.min[0] + around.max[0]) < 0.02 && std::abs(around.min[1] + around.max[1]) < 0.02));
       }
       EXPECT_LT(std::max({seen.max[0], seen.max[1], -seen.min[0], -seen.min[1]}), 1);
       EXPECT_GT(std::max(seen.max[0], seen.max[1]), 0.9);
