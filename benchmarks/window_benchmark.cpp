@@ -17,10 +17,10 @@
 #include "kernel/main/overseer.h"
 #include "module_scene/gui/viewer.h"
 #include "nubo/cli/commandarguments.h"
-#include "nubo/window/commandrunner.h"
+#include "nubo/window/commands/commandrunner.h"
 #include "nubo/window/mainwindow.h"
-#include "nubo/window/panelarea.h"
-#include "nubo/window/viewpanel.h"
+#include "nubo/window/panels/panelarea.h"
+#include "nubo/window/panels/viewpanel.h"
 
 namespace {
 

@@ -67,6 +67,49 @@
     </message>
 </context>
 <context>
+    <name>CommandStarter</name>
+    <message>
+        <source>“%1”</source>
+        <translation>„%1“</translation>
+    </message>
+    <message>
+        <source>“%1” cannot be run now, or does not take these values.</source>
+        <translation>„%1“ kann jetzt nicht laufen oder nimmt diese Werte nicht an.</translation>
+    </message>
+    <message>
+        <source>Close Panel</source>
+        <translation>Ansicht schließen</translation>
+    </message>
+    <message>
+        <source>Still running for this panel: %1.</source>
+        <translation>Für diese Ansicht läuft noch: %1.</translation>
+    </message>
+    <message>
+        <source>If you close the panel, the command may end at once, and what it has made so far may be lost. To keep it, cancel here and stop the command first.</source>
+        <translation>Wenn Sie die Ansicht schließen, endet der Befehl womöglich sofort, und was er bisher gemacht hat, geht verloren. Um es zu behalten, brechen Sie hier ab und beenden zuerst den Befehl.</translation>
+    </message>
+    <message>
+        <source>C&amp;lose All the Same</source>
+        <translation>Trotzdem &amp;schließen</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>Beenden</translation>
+    </message>
+    <message>
+        <source>Still running: %1.</source>
+        <translation>Es läuft noch: %1.</translation>
+    </message>
+    <message>
+        <source>If you quit, recordings are stopped and kept, and the window closes when all has ended. A picture is built to its end.</source>
+        <translation>Wenn Sie beenden, werden Aufnahmen angehalten und behalten, und das Fenster schließt sich, wenn alles fertig ist. Ein Bild wird noch zu Ende gezeichnet.</translation>
+    </message>
+    <message>
+        <source>Stop and &amp;Quit</source>
+        <translation>Anhalten und &amp;beenden</translation>
+    </message>
+</context>
+<context>
     <name>FileCheck</name>
     <message>
         <source>a file name is wanted</source>
@@ -121,6 +164,33 @@
     </message>
 </context>
 <context>
+    <name>FileMenu</name>
+    <message>
+        <source>&amp;File</source>
+        <translation>&amp;Datei</translation>
+    </message>
+    <message>
+        <source>&amp;Open…</source>
+        <translation>Ö&amp;ffnen…</translation>
+    </message>
+    <message>
+        <source>Open model files as one scene</source>
+        <translation>Modelldateien als eine Szene öffnen</translation>
+    </message>
+    <message>
+        <source>Open &amp;Built-in Scene</source>
+        <translation>&amp;Eingebaute Szene öffnen</translation>
+    </message>
+    <message>
+        <source>&amp;Quit</source>
+        <translation>&amp;Beenden</translation>
+    </message>
+    <message>
+        <source>&amp;Stop Command</source>
+        <translation>Befehl &amp;anhalten</translation>
+    </message>
+</context>
+<context>
     <name>FlagEditor</name>
     <message>
         <source>“%1” is on</source>
@@ -172,6 +242,81 @@
     <message>
         <source>%1 frames, %2 encoded</source>
         <translation>%1 Bilder, %2 kodiert</translation>
+    </message>
+</context>
+<context>
+    <name>HelpMenu</name>
+    <message>
+        <source>&amp;Help</source>
+        <translation>&amp;Hilfe</translation>
+    </message>
+    <message>
+        <source>&amp;Keys and Mouse</source>
+        <translation>&amp;Tasten und Maus</translation>
+    </message>
+    <message>
+        <source>&amp;About nubo</source>
+        <translation>&amp;Über nubo</translation>
+    </message>
+    <message>
+        <source>About &amp;Qt</source>
+        <translation>Über &amp;Qt</translation>
+    </message>
+    <message>
+        <source>Turn</source>
+        <translation>Drehen</translation>
+    </message>
+    <message>
+        <source>left button, or arrow keys</source>
+        <translation>linke Taste oder Pfeiltasten</translation>
+    </message>
+    <message>
+        <source>Move</source>
+        <translation>Verschieben</translation>
+    </message>
+    <message>
+        <source>middle button, or Shift with the left one or the arrow keys</source>
+        <translation>mittlere Taste, oder Umschalt mit der linken oder den Pfeiltasten</translation>
+    </message>
+    <message>
+        <source>Zoom</source>
+        <translation>Vergrößern</translation>
+    </message>
+    <message>
+        <source>wheel, right button, + and −</source>
+        <translation>Rad, rechte Taste, + und −</translation>
+    </message>
+    <message>
+        <source>Show all</source>
+        <translation>Alles zeigen</translation>
+    </message>
+    <message>
+        <source>double click, or Home</source>
+        <translation>Doppelklick oder Pos1</translation>
+    </message>
+    <message>
+        <source>Next panel</source>
+        <translation>Nächste Ansicht</translation>
+    </message>
+    <message>
+        <source>Show or hide the scene and the log</source>
+        <translation>Szene und Protokoll zeigen oder verbergen</translation>
+    </message>
+    <message>
+        <source>Play and pause</source>
+        <translation>Abspielen und anhalten</translation>
+    </message>
+    <message>
+        <source>Stop a command</source>
+        <translation>Einen Befehl anhalten</translation>
+    </message>
+    <message>
+        <source>Close a message</source>
+        <translation>Eine Meldung schließen</translation>
+    </message>
+    <message>
+        <source>Keys and Mouse</source>
+        <translation>Tasten und Maus</translation>
     </message>
 </context>
 <context>
@@ -350,10 +495,6 @@
 <context>
     <name>MainWindow</name>
     <message>
-        <source>Built-in scene</source>
-        <translation>Eingebaute Szene</translation>
-    </message>
-    <message>
         <source>Scene</source>
         <translation>Szene</translation>
     </message>
@@ -362,274 +503,20 @@
         <translation>Protokoll</translation>
     </message>
     <message>
-        <source>&amp;File</source>
-        <translation>&amp;Datei</translation>
-    </message>
-    <message>
-        <source>&amp;Open…</source>
-        <translation>Ö&amp;ffnen…</translation>
-    </message>
-    <message>
-        <source>Open model files as one scene</source>
-        <translation>Modelldateien als eine Szene öffnen</translation>
-    </message>
-    <message>
-        <source>Open &amp;Built-in Scene</source>
-        <translation>&amp;Eingebaute Szene öffnen</translation>
-    </message>
-    <message>
-        <source>&amp;Quit</source>
-        <translation>&amp;Beenden</translation>
-    </message>
-    <message>
-        <source>Ctrl+Q</source>
-        <translation>Ctrl+Q</translation>
-    </message>
-    <message>
         <source>File</source>
         <translation>Datei</translation>
-    </message>
-    <message>
-        <source>&amp;View</source>
-        <translation>&amp;Ansicht</translation>
-    </message>
-    <message>
-        <source>Show &amp;All</source>
-        <translation>&amp;Alles zeigen</translation>
-    </message>
-    <message>
-        <source>Ctrl+0</source>
-        <translation>Ctrl+0</translation>
-    </message>
-    <message>
-        <source>Show &amp;Selected Element</source>
-        <translation>A&amp;usgewähltes Element zeigen</translation>
-    </message>
-    <message>
-        <source>Ctrl+E</source>
-        <translation>Ctrl+E</translation>
-    </message>
-    <message>
-        <source>Zoom &amp;In</source>
-        <translation>Ver&amp;größern</translation>
-    </message>
-    <message>
-        <source>Zoom &amp;Out</source>
-        <translation>Ver&amp;kleinern</translation>
-    </message>
-    <message>
-        <source>&amp;Front</source>
-        <translation>&amp;Vorn</translation>
-    </message>
-    <message>
-        <source>Bac&amp;k</source>
-        <translation>&amp;Hinten</translation>
-    </message>
-    <message>
-        <source>&amp;Left</source>
-        <translation>&amp;Links</translation>
-    </message>
-    <message>
-        <source>&amp;Right</source>
-        <translation>&amp;Rechts</translation>
-    </message>
-    <message>
-        <source>&amp;Top</source>
-        <translation>&amp;Oben</translation>
-    </message>
-    <message>
-        <source>&amp;Bottom</source>
-        <translation>U&amp;nten</translation>
-    </message>
-    <message>
-        <source>Obli&amp;que</source>
-        <translation>&amp;Schräg</translation>
     </message>
     <message>
         <source>View</source>
         <translation>Ansicht</translation>
     </message>
     <message>
-        <source>F&amp;ull Screen</source>
-        <translation>Voll&amp;bild</translation>
-    </message>
-    <message>
-        <source>F11</source>
-        <translation>F11</translation>
-    </message>
-    <message>
-        <source>F9</source>
-        <translation>F9</translation>
-    </message>
-    <message>
-        <source>F10</source>
-        <translation>F10</translation>
-    </message>
-    <message>
-        <source>&amp;Panels</source>
-        <translation>&amp;Fenster</translation>
-    </message>
-    <message>
-        <source>New &amp;Tab</source>
-        <translation>Neuer &amp;Reiter</translation>
-    </message>
-    <message>
-        <source>Ctrl+T</source>
-        <translation>Ctrl+T</translation>
-    </message>
-    <message>
-        <source>Split to the &amp;Right</source>
-        <translation>Nach re&amp;chts teilen</translation>
-    </message>
-    <message>
-        <source>Ctrl+R</source>
-        <translation>Ctrl+R</translation>
-    </message>
-    <message>
-        <source>Split &amp;Downwards</source>
-        <translation>Nach &amp;unten teilen</translation>
-    </message>
-    <message>
-        <source>Ctrl+D</source>
-        <translation>Ctrl+D</translation>
-    </message>
-    <message>
-        <source>&amp;Next Panel</source>
-        <translation>&amp;Nächste Ansicht</translation>
-    </message>
-    <message>
-        <source>F6</source>
-        <translation>F6</translation>
-    </message>
-    <message>
-        <source>&amp;Close Panel</source>
-        <translation>Ansicht &amp;schließen</translation>
-    </message>
-    <message>
-        <source>Ctrl+W</source>
-        <translation>Ctrl+W</translation>
-    </message>
-    <message>
         <source>&amp;Trajectory</source>
         <translation>&amp;Bahn</translation>
     </message>
     <message>
-        <source>&amp;Settings</source>
-        <translation>&amp;Einstellungen</translation>
-    </message>
-    <message>
-        <source>&amp;Background Colour…</source>
-        <translation>&amp;Hintergrundfarbe…</translation>
-    </message>
-    <message>
-        <source>&amp;Edge Smoothing</source>
-        <translation>&amp;Kantenglättung</translation>
-    </message>
-    <message numerus="yes">
-        <source>%n Samples</source>
-        <translation>
-            <numerusform>%n Abtastpunkt</numerusform>
-            <numerusform>%n Abtastpunkte</numerusform>
-        </translation>
-    </message>
-    <message>
-        <source>None</source>
-        <translation>Keine</translation>
-    </message>
-    <message>
-        <source>&amp;Appearance</source>
-        <translation>&amp;Erscheinungsbild</translation>
-    </message>
-    <message>
-        <source>As the &amp;System</source>
-        <translation>Wie das &amp;System</translation>
-    </message>
-    <message>
-        <source>&amp;Light</source>
-        <translation>&amp;Hell</translation>
-    </message>
-    <message>
-        <source>&amp;Dark</source>
-        <translation>&amp;Dunkel</translation>
-    </message>
-    <message>
-        <source>&amp;Help</source>
-        <translation>&amp;Hilfe</translation>
-    </message>
-    <message>
-        <source>&amp;Keys and Mouse</source>
-        <translation>&amp;Tasten und Maus</translation>
-    </message>
-    <message>
-        <source>&amp;About nubo</source>
-        <translation>&amp;Über nubo</translation>
-    </message>
-    <message>
-        <source>About &amp;Qt</source>
-        <translation>Über &amp;Qt</translation>
-    </message>
-    <message>
         <source>The change waits for a command that keeps the scene as it is.</source>
         <translation>Die Änderung wartet auf einen Befehl, der die Szene festhält.</translation>
-    </message>
-    <message>
-        <source>Open Models</source>
-        <translation>Modelle öffnen</translation>
-    </message>
-    <message>
-        <source>Models (%1)</source>
-        <translation>Modelle (%1)</translation>
-    </message>
-    <message>
-        <source>All Files (*)</source>
-        <translation>Alle Dateien (*)</translation>
-    </message>
-    <message>
-        <source>Reading %1</source>
-        <translation>%1 wird gelesen</translation>
-    </message>
-    <message>
-        <source>%1 is read, and will be shown when no command runs any more.</source>
-        <translation>%1 ist gelesen und wird gezeigt, sobald kein Befehl mehr läuft.</translation>
-    </message>
-    <message numerus="yes">
-        <source>%1 (and %n more)</source>
-        <translation>
-            <numerusform>%1 (und %n weitere)</numerusform>
-            <numerusform>%1 (und %n weitere)</numerusform>
-        </translation>
-    </message>
-    <message>
-        <source>Close Panel</source>
-        <translation>Ansicht schließen</translation>
-    </message>
-    <message>
-        <source>Still running for this panel: %1.</source>
-        <translation>Für diese Ansicht läuft noch: %1.</translation>
-    </message>
-    <message>
-        <source>If you close the panel, the command may end at once, and what it has made so far may be lost. To keep it, cancel here and stop the command first.</source>
-        <translation>Wenn Sie die Ansicht schließen, endet der Befehl womöglich sofort, und was er bisher gemacht hat, geht verloren. Um es zu behalten, brechen Sie hier ab und beenden zuerst den Befehl.</translation>
-    </message>
-    <message>
-        <source>C&amp;lose All the Same</source>
-        <translation>Trotzdem &amp;schließen</translation>
-    </message>
-    <message>
-        <source>Quit</source>
-        <translation>Beenden</translation>
-    </message>
-    <message>
-        <source>Still running: %1.</source>
-        <translation>Es läuft noch: %1.</translation>
-    </message>
-    <message>
-        <source>If you quit, recordings are stopped and kept, and the window closes when all has ended. A picture is built to its end.</source>
-        <translation>Wenn Sie beenden, werden Aufnahmen angehalten und behalten, und das Fenster schließt sich, wenn alles fertig ist. Ein Bild wird noch zu Ende gezeichnet.</translation>
-    </message>
-    <message>
-        <source>Stop and &amp;Quit</source>
-        <translation>Anhalten und &amp;beenden</translation>
     </message>
     <message>
         <source>The window closes when the running commands have ended.</source>
@@ -638,30 +525,6 @@
     <message>
         <source>Only files of this computer can be opened.</source>
         <translation>Nur Dateien dieses Rechners können geöffnet werden.</translation>
-    </message>
-    <message>
-        <source>“%1” cannot be run now, or does not take these values.</source>
-        <translation>„%1“ kann jetzt nicht laufen oder nimmt diese Werte nicht an.</translation>
-    </message>
-    <message>
-        <source>Background Colour</source>
-        <translation>Hintergrundfarbe</translation>
-    </message>
-    <message>
-        <source>Keys and Mouse</source>
-        <translation>Tasten und Maus</translation>
-    </message>
-    <message>
-        <source>&amp;Stop Command</source>
-        <translation>Befehl &amp;anhalten</translation>
-    </message>
-    <message>
-        <source>Ctrl+.</source>
-        <translation>Ctrl+.</translation>
-    </message>
-    <message>
-        <source>&lt;table cellpadding=3&gt;&lt;tr&gt;&lt;td&gt;Turn&lt;/td&gt;&lt;td&gt;left button, or arrow keys&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Move&lt;/td&gt;&lt;td&gt;middle button, or Shift with the left one or the arrow keys&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Zoom&lt;/td&gt;&lt;td&gt;wheel, right button, + and −&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Show all&lt;/td&gt;&lt;td&gt;double click, or Home&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Next panel&lt;/td&gt;&lt;td&gt;F6&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Show or hide the scene and the log&lt;/td&gt;&lt;td&gt;F9, F10&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Play and pause&lt;/td&gt;&lt;td&gt;Ctrl+Space&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Stop a command&lt;/td&gt;&lt;td&gt;Ctrl+.&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Close a message&lt;/td&gt;&lt;td&gt;Esc&lt;/td&gt;&lt;/tr&gt;&lt;/table&gt;</source>
-        <translation>&lt;table cellpadding=3&gt;&lt;tr&gt;&lt;td&gt;Drehen&lt;/td&gt;&lt;td&gt;linke Taste oder Pfeiltasten&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Verschieben&lt;/td&gt;&lt;td&gt;mittlere Taste, oder Umschalt mit der linken oder den Pfeiltasten&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Vergrößern&lt;/td&gt;&lt;td&gt;Rad, rechte Taste, + und −&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Alles zeigen&lt;/td&gt;&lt;td&gt;Doppelklick oder Pos1&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Nächste Ansicht&lt;/td&gt;&lt;td&gt;F6&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Szene und Protokoll zeigen oder verbergen&lt;/td&gt;&lt;td&gt;F9, F10&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Abspielen und anhalten&lt;/td&gt;&lt;td&gt;Strg+Leertaste&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Einen Befehl anhalten&lt;/td&gt;&lt;td&gt;Strg+.&lt;/td&gt;&lt;/tr&gt;&lt;tr&gt;&lt;td&gt;Eine Meldung schließen&lt;/td&gt;&lt;td&gt;Esc&lt;/td&gt;&lt;/tr&gt;&lt;/table&gt;</translation>
     </message>
 </context>
 <context>
@@ -681,12 +544,43 @@
             <numerusform>%1 (und %n weitere)</numerusform>
         </translation>
     </message>
+    <message>
+        <source>Messages</source>
+        <translation>Meldungen</translation>
+    </message>
 </context>
 <context>
     <name>PanelArea</name>
     <message>
         <source>View %1</source>
         <translation>Ansicht %1</translation>
+    </message>
+</context>
+<context>
+    <name>PanelMenu</name>
+    <message>
+        <source>&amp;Panels</source>
+        <translation>&amp;Fenster</translation>
+    </message>
+    <message>
+        <source>New &amp;Tab</source>
+        <translation>Neuer &amp;Reiter</translation>
+    </message>
+    <message>
+        <source>Split to the &amp;Right</source>
+        <translation>Nach re&amp;chts teilen</translation>
+    </message>
+    <message>
+        <source>Split &amp;Downwards</source>
+        <translation>Nach &amp;unten teilen</translation>
+    </message>
+    <message>
+        <source>&amp;Next Panel</source>
+        <translation>&amp;Nächste Ansicht</translation>
+    </message>
+    <message>
+        <source>&amp;Close Panel</source>
+        <translation>Ansicht &amp;schließen</translation>
     </message>
 </context>
 <context>
@@ -860,10 +754,6 @@
         <translation>Der Framebuffer konnte nicht gebunden werden</translation>
     </message>
     <message>
-        <source>“%1”</source>
-        <translation>„%1“</translation>
-    </message>
-    <message>
         <source>Target picture (%1 x %2) size is to small!</source>
         <translation>Ein Bild von %1 × %2 Pixeln ist zu klein.</translation>
     </message>
@@ -894,12 +784,12 @@
         <translation>Anhalten</translation>
     </message>
     <message>
-        <source>Ask “%1” to end now (Ctrl+.)</source>
-        <translation>„%1“ jetzt beenden lassen (Strg+.)</translation>
-    </message>
-    <message>
         <source>“%1” cannot be stopped; it ends by itself</source>
         <translation>„%1“ lässt sich nicht anhalten und endet von selbst</translation>
+    </message>
+    <message>
+        <source>Ask “%1” to end now (%2)</source>
+        <translation>„%1“ jetzt beenden lassen (%2)</translation>
     </message>
 </context>
 <context>
@@ -915,10 +805,6 @@
     <message>
         <source>&amp;Save View…</source>
         <translation>Ansicht &amp;speichern…</translation>
-    </message>
-    <message>
-        <source>Ctrl+Shift+S</source>
-        <translation>Ctrl+Shift+S</translation>
     </message>
     <message>
         <source>Save View</source>
@@ -941,6 +827,40 @@
     </message>
 </context>
 <context>
+    <name>SceneOpener</name>
+    <message>
+        <source>Built-in scene</source>
+        <translation>Eingebaute Szene</translation>
+    </message>
+    <message>
+        <source>Open Models</source>
+        <translation>Modelle öffnen</translation>
+    </message>
+    <message>
+        <source>Models (%1)</source>
+        <translation>Modelle (%1)</translation>
+    </message>
+    <message>
+        <source>All Files (*)</source>
+        <translation>Alle Dateien (*)</translation>
+    </message>
+    <message>
+        <source>Reading %1</source>
+        <translation>%1 wird gelesen</translation>
+    </message>
+    <message>
+        <source>%1 is read, and will be shown when no command runs any more.</source>
+        <translation>%1 ist gelesen und wird gezeigt, sobald kein Befehl mehr läuft.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%1 (and %n more)</source>
+        <translation>
+            <numerusform>%1 (und %n weitere)</numerusform>
+            <numerusform>%1 (und %n weitere)</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>SceneTree</name>
     <message>
         <source>(unnamed)</source>
@@ -949,6 +869,52 @@
     <message>
         <source>Scene elements</source>
         <translation>Elemente der Szene</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsMenu</name>
+    <message>
+        <source>&amp;Settings</source>
+        <translation>&amp;Einstellungen</translation>
+    </message>
+    <message>
+        <source>&amp;Background Colour…</source>
+        <translation>&amp;Hintergrundfarbe…</translation>
+    </message>
+    <message>
+        <source>&amp;Edge Smoothing</source>
+        <translation>&amp;Kantenglättung</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n Samples</source>
+        <translation>
+            <numerusform>%n Abtastpunkt</numerusform>
+            <numerusform>%n Abtastpunkte</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Keine</translation>
+    </message>
+    <message>
+        <source>&amp;Appearance</source>
+        <translation>&amp;Erscheinungsbild</translation>
+    </message>
+    <message>
+        <source>As the &amp;System</source>
+        <translation>Wie das &amp;System</translation>
+    </message>
+    <message>
+        <source>&amp;Light</source>
+        <translation>&amp;Hell</translation>
+    </message>
+    <message>
+        <source>&amp;Dark</source>
+        <translation>&amp;Dunkel</translation>
+    </message>
+    <message>
+        <source>Background Colour</source>
+        <translation>Hintergrundfarbe</translation>
     </message>
 </context>
 <context>
@@ -985,40 +951,20 @@
         <translation>&amp;Erster Schritt</translation>
     </message>
     <message>
-        <source>Ctrl+Home</source>
-        <translation>Ctrl+Home</translation>
-    </message>
-    <message>
         <source>Step &amp;Back</source>
         <translation>Schritt &amp;zurück</translation>
-    </message>
-    <message>
-        <source>Ctrl+Left</source>
-        <translation>Ctrl+Left</translation>
     </message>
     <message>
         <source>&amp;Play</source>
         <translation>&amp;Abspielen</translation>
     </message>
     <message>
-        <source>Ctrl+Space</source>
-        <translation>Ctrl+Space</translation>
-    </message>
-    <message>
         <source>Step F&amp;orward</source>
         <translation>Schritt &amp;vor</translation>
     </message>
     <message>
-        <source>Ctrl+Right</source>
-        <translation>Ctrl+Right</translation>
-    </message>
-    <message>
         <source>&amp;Last Step</source>
         <translation>&amp;Letzter Schritt</translation>
-    </message>
-    <message>
-        <source>Ctrl+End</source>
-        <translation>Ctrl+End</translation>
     </message>
     <message>
         <source>Step of the trajectory</source>
@@ -1054,14 +1000,69 @@
     </message>
 </context>
 <context>
+    <name>ViewMenu</name>
+    <message>
+        <source>&amp;View</source>
+        <translation>&amp;Ansicht</translation>
+    </message>
+    <message>
+        <source>Show &amp;All</source>
+        <translation>&amp;Alles zeigen</translation>
+    </message>
+    <message>
+        <source>Show &amp;Selected Element</source>
+        <translation>A&amp;usgewähltes Element zeigen</translation>
+    </message>
+    <message>
+        <source>Zoom &amp;In</source>
+        <translation>Ver&amp;größern</translation>
+    </message>
+    <message>
+        <source>Zoom &amp;Out</source>
+        <translation>Ver&amp;kleinern</translation>
+    </message>
+    <message>
+        <source>&amp;Front</source>
+        <translation>&amp;Vorn</translation>
+    </message>
+    <message>
+        <source>Bac&amp;k</source>
+        <translation>&amp;Hinten</translation>
+    </message>
+    <message>
+        <source>&amp;Left</source>
+        <translation>&amp;Links</translation>
+    </message>
+    <message>
+        <source>&amp;Right</source>
+        <translation>&amp;Rechts</translation>
+    </message>
+    <message>
+        <source>&amp;Top</source>
+        <translation>&amp;Oben</translation>
+    </message>
+    <message>
+        <source>&amp;Bottom</source>
+        <translation>U&amp;nten</translation>
+    </message>
+    <message>
+        <source>Obli&amp;que</source>
+        <translation>&amp;Schräg</translation>
+    </message>
+    <message>
+        <source>F&amp;ull Screen</source>
+        <translation>Voll&amp;bild</translation>
+    </message>
+</context>
+<context>
     <name>ViewPanel</name>
     <message>
         <source>3-D view</source>
         <translation>3-D-Ansicht</translation>
     </message>
     <message>
-        <source>Drop model files here, or open them with Ctrl+O</source>
-        <translation>Modelldateien hierher ziehen oder mit Strg+O öffnen</translation>
+        <source>Drop model files here, or open them with %1</source>
+        <translation>Modelldateien hierher ziehen oder mit %1 öffnen</translation>
     </message>
 </context>
 </TS>

@@ -1,43 +1,37 @@
 #include "nubo/window/mainwindow.h"
 
-#include <QActionGroup>
-#include <QApplication>
 #include <QCloseEvent>
-#include <QColorDialog>
 #include <QDockWidget>
-#include <QFileDialog>
-#include <QFileInfo>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QMimeData>
-#include <QPushButton>
 #include <QScreen>
 #include <QSettings>
 #include <QStatusBar>
-#include <algorithm>
+#include <QToolBar>
 #include <memory>
 
 #include "kernel/log/logger.h"
 #include "kernel/main/overseer.h"
 #include "module_scene/gui/viewer.h"
-#include "nubo/window/aboutdialog.h"
-#include "nubo/window/appearance.h"
-#include "nubo/window/commandactions.h"
-#include "nubo/window/commandrunner.h"
-#include "nubo/window/icons.h"
-#include "nubo/window/logfeed.h"
-#include "nubo/window/logview.h"
+#include "nubo/window/commands/commandactions.h"
+#include "nubo/window/commands/commandrunner.h"
+#include "nubo/window/commands/runningcommands.h"
+#include "nubo/window/commandstarter.h"
+#include "nubo/window/log/logfeed.h"
+#include "nubo/window/log/logview.h"
+#include "nubo/window/look/icons.h"
+#include "nubo/window/look/unavailablekeys.h"
+#include "nubo/window/menus/filemenu.h"
+#include "nubo/window/menus/helpmenu.h"
+#include "nubo/window/menus/panelmenu.h"
+#include "nubo/window/menus/settingsmenu.h"
+#include "nubo/window/menus/viewmenu.h"
 #include "nubo/window/messagebar.h"
-#include "nubo/window/mnemonics.h"
-#include "nubo/window/panelarea.h"
-#include "nubo/window/parameterdialog.h"
-#include "nubo/window/recentfiles.h"
-#include "nubo/window/runningcommands.h"
-#include "nubo/window/savedviews.h"
-#include "nubo/window/scenechanger.h"
-#include "nubo/window/sceneloader.h"
-#include "nubo/window/scenetree.h"
-#include "nubo/window/trajectorybar.h"
+#include "nubo/window/panels/panelarea.h"
+#include "nubo/window/scene/scenechanger.h"
+#include "nubo/window/scene/scenetree.h"
+#include "nubo/window/scene/trajectorybar.h"
+#include "nubo/window/sceneopener.h"
 
 namespace nubo::window {
 
@@ -45,25 +39,8 @@ namespace {
 
 const QString GeometryKey = QStringLiteral("window/geometry");
 const QString StateKey = QStringLiteral("window/state");
-const QString BackgroundKey = QStringLiteral("window/background");
-const QString SamplesKey = QStringLiteral("window/samples");
-const QString AppearanceKey = QStringLiteral("window/appearance");
 constexpr int LayoutVersion = 1;
 constexpr int StatusMs = 10000;
-constexpr int SampleChoices[] = {0, 2, 4, 8};
-
-QString titlesOf(const QList<RunningCommand*>& runs) {
-  QStringList titles;
-  for (const RunningCommand* run : runs) titles << QObject::tr("“%1”").arg(run->title());
-  return titles.join(QStringLiteral(", "));
-}
-
-QString namesOf(const QStringList& files) {
-  QStringList names;
-  for (const QString& file : files)
-    names << (SceneLoader::isBuiltin(file) ? MainWindow::tr("Built-in scene") : QFileInfo(file).fileName());
-  return names.join(QStringLiteral(", "));
-}
 
 /// Were files moved here, their program would delete them.
 void acceptAsCopy(QDropEvent* event) {
@@ -73,15 +50,15 @@ void acceptAsCopy(QDropEvent* event) {
 
 }  // namespace
 
-MainWindow::MainWindow(main::CommandProcessor& processor)
-    : mp_Runner(new CommandRunner(processor, this)), mp_LogFeed(new LogFeed(this)) {
+MainWindow::MainWindow(main::CommandProcessor& processor) {
   setObjectName(QStringLiteral("mainWindow"));
   setWindowTitle(QStringLiteral("nubo"));
   setWindowIcon(productIcon());
   setAcceptDrops(true);
-  createParts();
+  createParts(processor);
   createDocks();
   createMenus();
+  createToolBars();
   connectParts();
   restoreLayout();
 }
@@ -91,21 +68,23 @@ MainWindow::~MainWindow() {
   // The viewer must not be left with a panel, nor panels call a window that is half gone.
   gui::Viewer::getInstance()->setActivePanel(nullptr);
   mp_Panels->disconnect(this);
-  delete mp_Messages;  // looks at the tabs
   delete mp_Panels;
 }
 
-void MainWindow::createParts() {
+void MainWindow::createParts(main::CommandProcessor& processor) {
+  connect(new LogFeed(this), &LogFeed::arrived, this, &MainWindow::showRecords);
+  new UnavailableKeys(this);
+  mp_Runner = new CommandRunner(processor, this);
   mp_Changer = new SceneChanger(this);
-  mp_Loader = new SceneLoader(this);
   mp_Panels = new PanelArea;
   setCentralWidget(mp_Panels);
-  mp_Messages = new MessageBar(mp_Panels);
+  mp_Messages = new MessageBar(this);
   mp_Running = new RunningCommands;
   statusBar()->addPermanentWidget(mp_Running);
   util::YProgressDialog::setPresenter(std::make_shared<RunningPresenter>(mp_Running));
   mp_Trajectory = new TrajectoryBar(*mp_Changer, *mp_Runner, this);
   mp_Commands = new CommandActions(*mp_Runner, this);
+  mp_Starter = new CommandStarter(*mp_Runner, *mp_Panels, *mp_Messages, this);
 }
 
 void MainWindow::createDocks() {
@@ -124,200 +103,54 @@ void MainWindow::createDocks() {
 }
 
 void MainWindow::createMenus() {
-  createFileMenu();
-  createViewMenu();
-  createPanelMenu();
-  createTrajectoryMenu();
-  QMenu* settings = createSettingsMenu();
-  createHelpMenu();
-  mp_Commands->addMenus(this, settings->menuAction());
+  mp_FileMenu = new FileMenu(*mp_Runner, *mp_Running, this);
+  mp_ViewMenu = new ViewMenu(*mp_Panels, {mp_TreeDock, mp_LogDock}, this);
+  mp_PanelMenu = new PanelMenu(*mp_Panels, this);
+  auto* trajectory = new QMenu(tr("&Trajectory"), this);
+  trajectory->setObjectName(QStringLiteral("trajectoryMenu"));
+  trajectory->addActions(mp_Trajectory->controls());
+  mp_SettingsMenu = new SettingsMenu(*mp_Changer, *mp_Panels, this);
+  mp_Commands->addSettings(mp_SettingsMenu);
+  for (QMenu* menu :
+       {static_cast<QMenu*>(mp_FileMenu), static_cast<QMenu*>(mp_ViewMenu), static_cast<QMenu*>(mp_PanelMenu),
+        trajectory, static_cast<QMenu*>(mp_SettingsMenu), static_cast<QMenu*>(new HelpMenu(this))})
+    menuBar()->addMenu(menu);
+  mp_Commands->addMenus(this, mp_SettingsMenu->menuAction());
+}
+
+void MainWindow::createToolBars() {
+  createToolBar(tr("File"), "fileBar", {mp_FileMenu->openAction()});
+  createToolBar(tr("View"), "viewBar", QList<QAction*>{mp_ViewMenu->showAllAction()} + mp_PanelMenu->makers());
   mp_Commands->addToolBars(this);
+  addToolBar(mp_Messages);
   addToolBar(Qt::BottomToolBarArea, mp_Trajectory);
 }
 
-void MainWindow::createFileMenu() {
-  QMenu* menu = menuBar()->addMenu(tr("&File"));
-  QAction* open =
-      menu->addAction(makeIcon(Icon::Open), tr("&Open…"), this, &MainWindow::chooseFiles, QKeySequence::Open);
-  open->setToolTip(tr("Open model files as one scene"));
-  mp_Recent = new RecentFiles(this);
-  menu->addMenu(mp_Recent);
-  menu->addAction(tr("Open &Built-in Scene"), this, [this] { openFiles({app::BuiltinScene}); });
-  menu->addSeparator();
-  QAction* stop = menu->addAction(makeIcon(Icon::Stop), tr("&Stop Command"), mp_Running, &RunningCommands::stopLatest,
-                                  QKeySequence(tr("Ctrl+.")));
-  stop->setObjectName(QStringLiteral("stop"));
-  const auto enableStop = [this, stop] {
-    const QList<RunningCommand*> runs = mp_Runner->running();
-    stop->setEnabled(std::any_of(runs.begin(), runs.end(), [](auto* run) { return run->isAbortable(); }));
-  };
-  connect(mp_Runner, &CommandRunner::started, stop, enableStop);
-  connect(mp_Runner, &CommandRunner::ended, stop, enableStop);
-  enableStop();
-  menu->addSeparator();
-  menu->addAction(tr("&Quit"), this, &QWidget::close, QKeySequence(tr("Ctrl+Q")));
-  QToolBar* bar = addToolBar(tr("File"));
-  bar->setObjectName(QStringLiteral("fileBar"));
-  bar->addAction(open);
-}
-
-void MainWindow::createViewMenu() {
-  QMenu* menu = menuBar()->addMenu(tr("&View"));
-  menu->setObjectName(QStringLiteral("viewMenu"));
-  QAction* fit = menu->addAction(
-      makeIcon(Icon::Fit), tr("Show &All"), this, [this] { mp_Panels->activePanel()->showAll(); },
-      QKeySequence(tr("Ctrl+0")));
-  menu->addAction(
-      tr("Show &Selected Element"), this, [this] { mp_Panels->activePanel()->fitSelection(); },
-      QKeySequence(tr("Ctrl+E")));
-  menu->addAction(
-      tr("Zoom &In"), this, [this] { mp_Panels->activePanel()->zoom(1.25); }, QKeySequence::ZoomIn);
-  menu->addAction(
-      tr("Zoom &Out"), this, [this] { mp_Panels->activePanel()->zoom(0.8); }, QKeySequence::ZoomOut);
-  menu->addSeparator();
-  const QStringList labels{tr("&Front"), tr("Bac&k"),   tr("&Left"),   tr("&Right"),
-                           tr("&Top"),   tr("&Bottom"), tr("Obli&que")};
-  const QStringList views = gui::Camera::viewNames();
-  for (int i = 0; i < views.size(); ++i) {
-    const QString label = labels.value(i, views[i]);
-    menu->addAction(
-        label, this, [this, view = views[i]] { mp_Panels->activePanel()->showView(view); },
-        QKeySequence(QStringLiteral("Ctrl+%1").arg(i + 1)));
-  }
-  mp_Views = new SavedViews(*mp_Panels, this);
-  menu->addMenu(mp_Views);
-  menu->addSeparator();
-  createAppearanceMenus(menu);
-  QToolBar* bar = addToolBar(tr("View"));
-  bar->setObjectName(QStringLiteral("viewBar"));
-  bar->addAction(fit);
-}
-
-void MainWindow::createAppearanceMenus(QMenu* menu) {
-  QAction* full = menu->addAction(tr("F&ull Screen"), this, [this](bool on) {
-    setWindowState(on ? windowState() | Qt::WindowFullScreen : windowState() & ~Qt::WindowFullScreen);
-  });
-  full->setCheckable(true);
-  full->setShortcut(QKeySequence(tr("F11")));
-  menu->addSeparator();
-  for (QDockWidget* dock : {mp_TreeDock, mp_LogDock}) menu->addAction(dock->toggleViewAction());
-  mp_TreeDock->toggleViewAction()->setShortcut(QKeySequence(tr("F9")));
-  mp_LogDock->toggleViewAction()->setShortcut(QKeySequence(tr("F10")));
-  addMnemonics(menu->actions());
-}
-
-void MainWindow::createPanelMenu() {
-  QMenu* menu = menuBar()->addMenu(tr("&Panels"));
-  menu->setObjectName(QStringLiteral("panelMenu"));
-  QAction* tab = menu->addAction(
-      makeIcon(Icon::NewTab), tr("New &Tab"), this, [this] { mp_Panels->addPanelTab()->setFocus(); },
-      QKeySequence(tr("Ctrl+T")));
-  QAction* right = menu->addAction(
-      makeIcon(Icon::SplitRight), tr("Split to the &Right"), this, [this] { mp_Panels->split(Qt::Horizontal); },
-      QKeySequence(tr("Ctrl+R")));
-  QAction* below = menu->addAction(
-      makeIcon(Icon::SplitDown), tr("Split &Downwards"), this, [this] { mp_Panels->split(Qt::Vertical); },
-      QKeySequence(tr("Ctrl+D")));
-  menu->addAction(
-      tr("&Next Panel"), this,
-      [this] {
-        const QList<ViewPanel*> panels = mp_Panels->panelsOfTab(mp_Panels->currentIndex());
-        ViewPanel* next = panels[(panels.indexOf(mp_Panels->activePanel()) + 1) % panels.size()];
-        mp_Panels->activate(next);
-        next->setFocus();
-      },
-      QKeySequence(tr("F6")));
-  menu->addSeparator();
-  menu->addAction(
-      makeIcon(Icon::Close), tr("&Close Panel"), this, [this] { closePanels({mp_Panels->activePanel()}); },
-      QKeySequence(tr("Ctrl+W")));
-  QToolBar* bar = findChild<QToolBar*>(QStringLiteral("viewBar"));
-  bar->addActions({tab, right, below});
-}
-
-void MainWindow::createTrajectoryMenu() {
-  QMenu* menu = menuBar()->addMenu(tr("&Trajectory"));
-  menu->setObjectName(QStringLiteral("trajectoryMenu"));
-  menu->addActions(mp_Trajectory->controls());
-}
-
-QMenu* MainWindow::createSettingsMenu() {
-  QMenu* menu = menuBar()->addMenu(tr("&Settings"));
-  menu->setObjectName(QStringLiteral("settingsMenu"));
-  menu->addAction(tr("&Background Colour…"), this, &MainWindow::chooseBackground);
-
-  QMenu* samples = menu->addMenu(tr("&Edge Smoothing"));
-  auto* sampleGroup = new QActionGroup(this);
-  const int chosen = main::nuboSettings()->value(SamplesKey, scene::_GlobalScene()->getSamples()).toInt();
-  for (const int count : SampleChoices) {
-    QAction* action = samples->addAction(count ? tr("%n Samples", "", count) : tr("None"));
-    action->setCheckable(true);
-    action->setChecked(count == chosen);
-    sampleGroup->addAction(action);
-    connect(action, &QAction::triggered, this, [this, count] { setSamples(count); });
-    if (count == chosen) scene::_GlobalScene()->setSamples(count);
-  }
-  addMnemonics(samples->actions());
-
-  QMenu* appearance = menu->addMenu(tr("&Appearance"));
-  auto* group = new QActionGroup(this);
-  const QStringList labels{tr("As the &System"), tr("&Light"), tr("&Dark")};
-  const QString current = main::nuboSettings()->value(AppearanceKey).toString();
-  for (int i = 0; i < appearances().size(); ++i) {
-    const QString name = appearances()[i];
-    QAction* action = appearance->addAction(labels[i]);
-    action->setCheckable(true);
-    action->setChecked(name == current || (i == 0 && !appearances().contains(current)));
-    group->addAction(action);
-    connect(action, &QAction::triggered, this, [name] {
-      main::nuboSettings()->setValue(AppearanceKey, name);
-      applyAppearance(name);
-    });
-  }
-  applyAppearance(current);
-  mp_Commands->addSettings(menu);
-  return menu;
-}
-
-void MainWindow::createHelpMenu() {
-  QMenu* menu = menuBar()->addMenu(tr("&Help"));
-  menu->setObjectName(QStringLiteral("helpMenu"));
-  menu->addAction(tr("&Keys and Mouse"), this, &MainWindow::showKeys, QKeySequence::HelpContents);
-  menu->addAction(tr("&About nubo"), this, [this] { AboutDialog(this).exec(); });
-  menu->addAction(tr("About &Qt"), qApp, &QApplication::aboutQt);
+void MainWindow::createToolBar(const QString& title, const char* name, const QList<QAction*>& actions) {
+  QToolBar* bar = addToolBar(title);
+  bar->setObjectName(QLatin1String(name));
+  bar->addActions(actions);
 }
 
 void MainWindow::connectParts() {
-  connect(mp_LogFeed, &LogFeed::arrived, this, &MainWindow::showRecords);
-  connect(mp_Messages, &MessageBar::logRequested, mp_LogDock, [this] {
-    mp_LogDock->show();
-    mp_LogDock->raise();
-  });
-  connect(mp_Loader, &SceneLoader::started, this, &MainWindow::showReading);
-  connect(mp_Loader, &SceneLoader::finished, this, &MainWindow::sceneRead);
-  connect(mp_Recent, &RecentFiles::chosen, this, [this](const QString& file) { openFiles({file}); });
-  connect(mp_Panels, &PanelArea::closeRequested, this, &MainWindow::closePanels);
-  connect(mp_Commands, &CommandActions::triggered, this, &MainWindow::runCommand);
+  mp_Opener = new SceneOpener({*mp_Runner, *mp_Running, *mp_Messages, *mp_Panels, *mp_Trajectory, *mp_Tree,
+                               mp_FileMenu->recentFiles(), mp_ViewMenu->savedViews()},
+                              this);
+  connect(mp_FileMenu, &FileMenu::openRequested, mp_Opener, &SceneOpener::chooseFiles);
+  connect(mp_FileMenu, &FileMenu::filesChosen, mp_Opener, &SceneOpener::open);
+  connect(mp_FileMenu, &FileMenu::quitRequested, this, &QWidget::close);
+  connect(mp_PanelMenu, &PanelMenu::closeRequested, mp_Starter, &CommandStarter::closePanels);
+  connect(mp_Panels, &PanelArea::closeRequested, mp_Starter, &CommandStarter::closePanels);
+  connect(mp_Commands, &CommandActions::triggered, mp_Starter, &CommandStarter::run);
   connect(mp_Runner, &CommandRunner::started, mp_Running, &RunningCommands::add);
-  connect(mp_Runner, &CommandRunner::started, this, &MainWindow::holdView);
-  connect(mp_Runner, &CommandRunner::ended, this, &MainWindow::holdView);
+  connect(mp_Messages, &MessageBar::logRequested, this, &MainWindow::showLog);
   connect(mp_Tree, &SceneTree::elementSelected, mp_Panels, &PanelArea::setSelection);
   connect(mp_Tree, &SceneTree::elementActivated, this, [this] { mp_Panels->activePanel()->fitSelection(); });
   connect(mp_Changer, &SceneChanger::changed, mp_Panels, &PanelArea::updatePanels);
-  connect(mp_Changer, &SceneChanger::waiting, this, [this](bool waits) {
-    if (waits)
-      statusBar()->showMessage(tr("The change waits for a command that keeps the scene as it is."));
-    else
-      statusBar()->clearMessage();
-  });
+  connect(mp_Changer, &SceneChanger::waiting, this, &MainWindow::showWaiting);
   connect(mp_Trajectory, &TrajectoryBar::moved, mp_Panels, &PanelArea::updatePanels);
   connect(mp_Trajectory, &TrajectoryBar::sceneChanged, mp_Tree, &SceneTree::rebuild);
   connect(mp_Trajectory, &TrajectoryBar::sceneChanged, mp_Panels, &PanelArea::updatePanels);
-  connect(mp_Trajectory, &TrajectoryBar::sceneChanged, this, [this] { dismiss(m_TrajectoryFailure); });
-  connect(mp_Trajectory, &TrajectoryBar::failed, this, [this](const QString& text) {
-    m_TrajectoryFailure = text;
-    mp_Messages->showFailure(text);
-  });
 }
 
 /// Whatever stands in the settings: Qt refuses what it cannot use.
@@ -326,8 +159,6 @@ void MainWindow::restoreLayout() {
   if (!restoreGeometry(settings->value(GeometryKey).toByteArray()))
     resize(QSize(1100, 720).boundedTo(screen()->availableSize() * 0.9));
   restoreState(settings->value(StateKey).toByteArray(), LayoutVersion);
-  const QColor background(settings->value(BackgroundKey).toString());
-  if (background.isValid()) setBackground(background);
 }
 
 void MainWindow::saveLayout() {
@@ -336,129 +167,31 @@ void MainWindow::saveLayout() {
 }
 
 void MainWindow::open(const app::CommandLine& line) {
-  m_Line = line;
   if (line.samples) scene::_GlobalScene()->setSamples(*line.samples);
-  if (line.background.isValid()) setBackground(line.background);
+  if (line.background.isValid()) mp_SettingsMenu->setBackground(line.background);
   if (!line.view.isEmpty()) mp_Panels->activePanel()->showView(line.view);
-  openFiles(line.scenes);
+  mp_Opener->openFirst(line);
   mp_Panels->activePanel()->setFocus();
 }
 
-void MainWindow::openFiles(const QStringList& files) {
-  if (!files.isEmpty()) mp_Loader->load(files);
-}
+void MainWindow::openFiles(const QStringList& files) { mp_Opener->open(files); }
 
-bool MainWindow::isLoading() const { return mp_Loader->isLoading(); }
-
-void MainWindow::chooseFiles() {
-  QStringList patterns;
-  for (const QString& suffix : io::importableSuffixes()) patterns << QStringLiteral("*.") + suffix;
-  QFileDialog dialog(this, tr("Open Models"));
-  dialog.setFileMode(QFileDialog::ExistingFiles);
-  dialog.setDirectory(mp_Recent->latestDirectory());
-  dialog.setOption(QFileDialog::HideNameFilterDetails);
-  dialog.setNameFilters({tr("Models (%1)").arg(patterns.join(QLatin1Char(' '))), tr("All Files (*)")});
-  if (dialog.exec() == QDialog::Accepted) openFiles(dialog.selectedFiles());
-}
-
-void MainWindow::showReading(const QStringList& files) {
-  dismiss(m_ReadFailure);  // what was wrong with other files says nothing about these
-  mp_Running->end(mp_Loader);
-  mp_Running->begin(mp_Loader, tr("Reading %1").arg(namesOf(files)));
-}
-
-/// If the message still stands there.
-void MainWindow::dismiss(QString& message) {
-  if (!message.isEmpty() && mp_Messages->text() == std::exchange(message, {})) mp_Messages->dismiss();
-}
-
-void MainWindow::sceneRead(const QStringList& files, const QStringList& failed, const io::ImportResult& result) {
-  mp_Running->end(mp_Loader);
-  for (const QString& file : failed) mp_Recent->remove(file);
-  if (!result.root) {
-    m_ReadFailure = result.error.simplified();
-    NUBO_LOG(log::Failure, "nubo::window::MainWindow::sceneRead", result.error);
-    return;
-  }
-  const QString notice = tr("%1 is read, and will be shown when no command runs any more.").arg(namesOf(files));
-  if (!mp_Runner->isIdle()) mp_Messages->showNotice(notice);
-  mp_Runner->whenIdle([this, files, result, notice] {
-    if (mp_Messages->text() == notice) mp_Messages->dismiss();
-    installScene(files, result);
-  });
-}
-
-/// Nothing runs, so that nobody uses the old scene or its trajectory.
-void MainWindow::installScene(const QStringList& files, const io::ImportResult& result) {
-  mp_Trajectory->clear();
-  mp_Panels->setSelection(nullptr);
-  scene::_GlobalScene()->setRootNode(result.root);
-  const QString error = mp_Trajectory->setScene(result.animations, std::exchange(m_Line, {}));
-  mp_Tree->rebuild();
-  mp_Views->setScene(files);
-  for (ViewPanel* panel : mp_Panels->panels()) panel->showAll();
-  setWindowTitle(QStringLiteral("%1 – nubo").arg(namesOf(files)));
-  for (const QString& file : files)
-    if (!SceneLoader::isBuiltin(file)) mp_Recent->add(file);
-  QStringList warnings = result.warnings;
-  if (!error.isEmpty()) warnings.prepend(error);
-  for (const QString& warning : warnings)
-    NUBO_LOG(log::Note, "nubo::window::MainWindow::installScene", warning);
-  if (!warnings.isEmpty())
-    mp_Messages->showNotice(warnings.size() == 1
-                                ? warnings.first()
-                                : tr("%1 (and %n more)", "", warnings.size() - 1).arg(warnings.first()));
-}
-
-void MainWindow::holdView(const RunningCommand* run) {
-  if (auto* panel = qobject_cast<ViewPanel*>(run->panel())) panel->setHeld(!mp_Runner->runningFor(panel).isEmpty());
-}
-
-void MainWindow::closePanels(const QList<ViewPanel*>& panels) {
-  QList<RunningCommand*> runs;
-  for (const ViewPanel* panel : panels) runs << mp_Runner->runningFor(panel);
-  QList<QPointer<ViewPanel>> doomed;  // a panel may go while the user thinks
-  for (ViewPanel* panel : panels) doomed << panel;
-  if (!runs.isEmpty()) {
-    QMessageBox box(QMessageBox::Question, tr("Close Panel"),
-                    tr("Still running for this panel: %1.").arg(titlesOf(runs)), QMessageBox::Cancel, this);
-    box.setInformativeText(
-        tr("If you close the panel, the command may end at once, and what it has made so far may be "
-           "lost. To keep it, cancel here and stop the command first."));
-    QPushButton* close = box.addButton(tr("C&lose All the Same"), QMessageBox::DestructiveRole);
-    box.setDefaultButton(QMessageBox::Cancel);
-    box.exec();
-    if (box.clickedButton() != close) return;
-  }
-  for (const QPointer<ViewPanel>& panel : doomed)
-    if (panel) mp_Panels->closePanel(panel);
-}
-
-bool MainWindow::confirmsClosing(const QList<RunningCommand*>& runs) {
-  QMessageBox box(QMessageBox::Question, tr("Quit"), tr("Still running: %1.").arg(titlesOf(runs)), QMessageBox::Cancel,
-                  this);
-  box.setInformativeText(
-      tr("If you quit, recordings are stopped and kept, and the window closes when all has ended. A picture is built "
-         "to its end."));
-  QPushButton* quit = box.addButton(tr("Stop and &Quit"), QMessageBox::DestructiveRole);
-  box.setDefaultButton(QMessageBox::Cancel);
-  box.exec();
-  return box.clickedButton() == quit;
-}
+bool MainWindow::isLoading() const { return mp_Opener->isLoading(); }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
-  const QList<RunningCommand*> runs = mp_Runner->running();
-  if (!runs.isEmpty() && !m_Ending) {
-    event->ignore();
-    if (!confirmsClosing(runs)) return;
-    m_Ending = true;
-    mp_Runner->abortAll();
-    mp_Messages->showNotice(tr("The window closes when the running commands have ended."));
-    mp_Runner->whenIdle([this] { close(); });
-    return;
+  event->ignore();
+  if (m_Ending || !mp_Starter->endsAll()) return;
+  // While the user thought, everything may have ended.
+  if (mp_Runner->running().isEmpty()) {
+    saveLayout();
+    return event->accept();
   }
-  saveLayout();
-  event->accept();
+  m_Ending = true;
+  mp_Messages->showNotice(tr("The window closes when the running commands have ended."));
+  mp_Runner->whenIdle([this] {
+    m_Ending = false;
+    close();
+  });
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
@@ -478,23 +211,9 @@ void MainWindow::dropEvent(QDropEvent* event) {
     openFiles(files);
 }
 
-void MainWindow::runCommand(main::Command* command, const QString& title) {
-  if (QWidget* own = command->getGUIWindow()) return own->show();
-  if (QWidget* own = command->getCommandWidget()) return own->show();
-  if (command->getParameterSets().empty()) return startCommand(command, title, nullptr);
-  auto* dialog = new ParameterDialog(*command, title, this);
-  dialog->setAttribute(Qt::WA_DeleteOnClose);
-  dialog->setBusyFiles(mp_Runner->files());
-  connect(dialog, &QDialog::accepted, this, [this, command, title, dialog] {
-    const main::ParameterSet values = dialog->values();
-    startCommand(command, title, &values);
-  });
-  dialog->open();
-}
-
-void MainWindow::startCommand(main::Command* command, const QString& title, const main::ParameterSet* values) {
-  if (!mp_Runner->start(*command, title, values))
-    mp_Messages->showFailure(tr("“%1” cannot be run now, or does not take these values.").arg(title));
+void MainWindow::showLog() {
+  mp_LogDock->show();
+  mp_LogDock->raise();
 }
 
 void MainWindow::showRecords(const QVector<log::Record>& records) {
@@ -517,38 +236,11 @@ void MainWindow::showFailures(const QStringList& failures) {
   showRecords(records);
 }
 
-void MainWindow::chooseBackground() {
-  const QColor color =
-      QColorDialog::getColor(scene::_GlobalScene()->getBackgroundColor(), this, tr("Background Colour"));
-  if (!color.isValid()) return;
-  main::nuboSettings()->setValue(BackgroundKey, color.name());
-  setBackground(color);
-}
-
-void MainWindow::setBackground(const QColor& color) {
-  mp_Changer->change(QStringLiteral("background"), [color] { scene::_GlobalScene()->setBackgroundColor(color); });
-}
-
-void MainWindow::setSamples(int samples) {
-  main::nuboSettings()->setValue(SamplesKey, samples);
-  scene::_GlobalScene()->setSamples(samples);
-  mp_Panels->updatePanels();
-}
-
-void MainWindow::showKeys() {
-  QMessageBox::information(
-      this, tr("Keys and Mouse"),
-      tr("<table cellpadding=3>"
-         "<tr><td>Turn</td><td>left button, or arrow keys</td></tr>"
-         "<tr><td>Move</td><td>middle button, or Shift with the left one or the arrow keys</td></tr>"
-         "<tr><td>Zoom</td><td>wheel, right button, + and −</td></tr>"
-         "<tr><td>Show all</td><td>double click, or Home</td></tr>"
-         "<tr><td>Next panel</td><td>F6</td></tr>"
-         "<tr><td>Show or hide the scene and the log</td><td>F9, F10</td></tr>"
-         "<tr><td>Play and pause</td><td>Ctrl+Space</td></tr>"
-         "<tr><td>Stop a command</td><td>Ctrl+.</td></tr>"
-         "<tr><td>Close a message</td><td>Esc</td></tr>"
-         "</table>"));
+void MainWindow::showWaiting(bool waits) {
+  if (waits)
+    statusBar()->showMessage(tr("The change waits for a command that keeps the scene as it is."));
+  else
+    statusBar()->clearMessage();
 }
 
 }  // namespace nubo::window

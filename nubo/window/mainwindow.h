@@ -5,7 +5,6 @@
 #include <QStringList>
 
 #include "kernel/main/commandprocessor.h"
-#include "module_scene/io/importer.h"
 #include "nubo/cli/commandline.h"
 
 namespace nubo::log {
@@ -16,19 +15,19 @@ namespace nubo::window {
 
 class CommandActions;
 class CommandRunner;
-class LogFeed;
+class CommandStarter;
+class FileMenu;
 class LogView;
 class MessageBar;
 class PanelArea;
-class RecentFiles;
-class RunningCommand;
+class PanelMenu;
 class RunningCommands;
-class SavedViews;
 class SceneChanger;
-class SceneLoader;
+class SceneOpener;
 class SceneTree;
+class SettingsMenu;
 class TrajectoryBar;
-class ViewPanel;
+class ViewMenu;
 
 /// Views of the global scene, what stands around them, and what the loaded modules offer. Made on the application
 /// thread when overseer, viewer and modules are there; no command may be running when it is destroyed.
@@ -52,40 +51,22 @@ class MainWindow : public QMainWindow {
   void dropEvent(QDropEvent* event) override;
 
  private:
-  void createParts();
+  void createParts(main::CommandProcessor& processor);
   void createDocks();
   void createMenus();
-  void createFileMenu();
-  void createViewMenu();
-  void createAppearanceMenus(QMenu* menu);
-  void createPanelMenu();
-  void createTrajectoryMenu();
-  QMenu* createSettingsMenu();
-  void createHelpMenu();
+  void createToolBars();
+  void createToolBar(const QString& title, const char* name, const QList<QAction*>& actions);
   void connectParts();
   void restoreLayout();
   void saveLayout();
-
-  void chooseFiles();
-  void dismiss(QString& message);
-  void showReading(const QStringList& files);
-  void sceneRead(const QStringList& files, const QStringList& failed, const io::ImportResult& result);
-  void installScene(const QStringList& files, const io::ImportResult& result);
-  void holdView(const RunningCommand* run);
-  void closePanels(const QList<ViewPanel*>& panels);
-  bool confirmsClosing(const QList<RunningCommand*>& runs);
-  void runCommand(main::Command* command, const QString& title);
-  void startCommand(main::Command* command, const QString& title, const main::ParameterSet* values);
+  void showLog();
   void showRecords(const QVector<log::Record>& records);
-  void chooseBackground();
-  void setBackground(const QColor& color);
-  void setSamples(int samples);
-  void showKeys();
+  void showWaiting(bool waits);
 
   CommandRunner* mp_Runner;
-  LogFeed* mp_LogFeed;
+  CommandStarter* mp_Starter;
   SceneChanger* mp_Changer;
-  SceneLoader* mp_Loader;
+  SceneOpener* mp_Opener;
   PanelArea* mp_Panels;
   MessageBar* mp_Messages;
   RunningCommands* mp_Running;
@@ -95,12 +76,11 @@ class MainWindow : public QMainWindow {
   QDockWidget* mp_LogDock;
   TrajectoryBar* mp_Trajectory;
   CommandActions* mp_Commands;
-  RecentFiles* mp_Recent;
-  SavedViews* mp_Views;
-  app::CommandLine m_Line;  ///< what the first scene is shown with
-  QString m_ReadFailure;    ///< of the last files, if they could not be read
-  QString m_TrajectoryFailure;
-  bool m_Ending = false;  ///< the user wants to quit as soon as nothing runs
+  FileMenu* mp_FileMenu;
+  ViewMenu* mp_ViewMenu;
+  PanelMenu* mp_PanelMenu;
+  SettingsMenu* mp_SettingsMenu;
+  bool m_Ending = false;  ///< it closes by itself as soon as nothing runs
 };
 
 }  // namespace nubo::window

@@ -2,26 +2,28 @@
 #pragma once
 
 #include <QElapsedTimer>
-#include <QFrame>
+#include <QToolBar>
 
 QT_BEGIN_NAMESPACE
-class QLabel;
-class QTabWidget;
+class QFrame;
 QT_END_NAMESPACE
 
 namespace nubo::window {
 
-/// A bar over the upper edge of the pages of a tab widget, which keep their size: views must not change theirs because
-/// of a message. Application thread.
-class MessageBar : public QFrame {
+class ElidedLabel;
+
+/// Takes what the other tool bars leave of their row, also while it is empty: a message must neither cover a view nor
+/// change its size. Application thread.
+class MessageBar : public QToolBar {
   Q_OBJECT
  public:
-  explicit MessageBar(QTabWidget* below);
+  explicit MessageBar(QWidget* parent);
 
   /// Shows a failure; several that come together are counted, and the first is shown.
   void showFailure(const QString& text);
   /// Shows something worth knowing, unless a failure stands there.
   void showNotice(const QString& text);
+  /// Empty: none is shown.
   QString text() const;
   void dismiss();
 
@@ -30,15 +32,15 @@ class MessageBar : public QFrame {
   void logRequested();
 
  protected:
-  bool eventFilter(QObject* watched, QEvent* event) override;
   void changeEvent(QEvent* event) override;
 
  private:
-  void display(const QString& text, bool isFailure);
-  void place();
+  void addWidgets();
+  void display(const QString& text);
+  void showColors();
 
-  QTabWidget* mp_Below;
-  QLabel* mp_Text;
+  QFrame* mp_Frame;
+  ElidedLabel* mp_Text;
   QString m_First;
   QElapsedTimer m_Latest;  ///< since the latest failure
   int m_Failures = 0;

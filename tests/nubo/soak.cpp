@@ -24,9 +24,9 @@
 #include "kernel/main/overseer.h"
 #include "module_scene/gui/viewer.h"
 #include "nubo/cli/commandarguments.h"
-#include "nubo/window/commandrunner.h"
+#include "nubo/window/commands/commandrunner.h"
 #include "nubo/window/mainwindow.h"
-#include "nubo/window/panelarea.h"
+#include "nubo/window/panels/panelarea.h"
 
 namespace {
 

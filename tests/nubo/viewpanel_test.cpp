@@ -2,7 +2,7 @@
 
 #include "module_scene/mesh/coarsening.h"
 #include "module_scene/mesh/meshbuilder.h"
-#include "nubo/window/viewpanel.h"
+#include "nubo/window/panels/viewpanel.h"
 #include "support/host.h"
 
 namespace nubo::test {

@@ -7,7 +7,7 @@
 #include <mutex>
 #include <thread>
 
-#include "nubo/window/scenetree.h"
+#include "nubo/window/scene/scenetree.h"
 #include "nubo/windowfixture.h"
 
 namespace nubo::test {
@@ -300,10 +300,9 @@ TEST_F(WindowTest, GoesOnAfterWrongFilesAndNonsenseInSettings) {
     ASSERT_TRUE(waitUntil([&] { return message().contains(name); })) << "the former failure is of no interest now";
   }
   useShortcut("Ctrl+T");
-  const auto* bar = window->findChild<QFrame*>("messageBar");
-  const QTabBar* tabs = panels().tabBar();
-  ASSERT_TRUE(waitUntil([&] { return tabs->isVisible(); }));
-  EXPECT_GE(bar->mapToGlobal(QPoint()).y(), tabs->mapToGlobal(QPoint(0, tabs->height())).y()) << "tabs stay in reach";
+  const auto* bar = window->findChild<window::MessageBar*>();
+  EXPECT_FALSE(QRect(bar->mapTo(window.get(), QPoint()), bar->size())
+                   .intersects(QRect(panels().mapTo(window.get(), QPoint()), panels().size())));
   ASSERT_NO_FATAL_FAILURE(openCube());
   EXPECT_EQ(message(), QString());
   drop({QUrl("http://localhost/model.stl")});

@@ -10,9 +10,9 @@
 #include <QTreeWidget>
 
 #include "kernel/main/parameter.h"
-#include "nubo/window/aboutdialog.h"
+#include "nubo/window/menus/aboutdialog.h"
 #include "nubo/window/application.h"
-#include "nubo/window/parameterdialog.h"
+#include "nubo/window/parameters/parameterdialog.h"
 #include "nubo/windowfixture.h"
 
 namespace nubo::test {

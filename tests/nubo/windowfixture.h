@@ -24,7 +24,8 @@
 #include "kernel/main/modulemanager.h"
 #include "module_trajectory/trajectory.h"
 #include "nubo/window/mainwindow.h"
-#include "nubo/window/panelarea.h"
+#include "nubo/window/messagebar.h"
+#include "nubo/window/panels/panelarea.h"
 #include "support/host.h"
 
 namespace nubo::test {
@@ -113,8 +114,7 @@ class WindowTest : public testing::Test {
   QList<QToolButton*> abortButtons() const { return window->findChildren<QToolButton*>("abort"); }
   bool anythingRuns() const { return !window->findChildren<QWidget*>("running").isEmpty(); }
   QString message() const {
-    const auto* bar = window->findChild<QFrame*>("messageBar");
-    return bar->isVisible() ? bar->findChild<QLabel*>()->text() : QString();
+    return window->findChild<window::MessageBar*>()->text();
   }
 
   /// Leaves a picture of the screen beside the test program, to be looked at.

@@ -199,7 +199,7 @@ TEST_F(WindowTest, OpensSeveralFilesAsOneSceneAndForgetsMissingOnes) {
   ASSERT_EQ(recent->actions().size(), 2);
   QAction* second = recent->actions().at(recent->actions()[0]->text().contains("second") ? 0 : 1);
   ASSERT_TRUE(QFile::remove(host.file("second.obj")));
-  window->findChild<QFrame*>("messageBar")->findChild<QToolButton*>()->click();
+  window->findChild<window::MessageBar*>()->findChild<QToolButton*>("closeMessage")->click();
   second->trigger();
   EXPECT_TRUE(waitUntil([this] { return message().contains("second.obj"); }));
   EXPECT_EQ(recent->actions().size(), 1);

@@ -1,0 +1,63 @@
+// Shows the running commands in a row.
+#pragma once
+
+#include <QHash>
+#include <QWidget>
+
+#include "kernel/util/yprogressdialog.h"
+#include "nubo/window/commands/runningcommand.h"
+
+QT_BEGIN_NAMESPACE
+class QHBoxLayout;
+class QLabel;
+class QProgressBar;
+QT_END_NAMESPACE
+
+namespace nubo::window {
+
+/// Made for the status bar, so that a command's start does not change the size of the views. Application thread.
+class RunningCommands : public QWidget {
+  Q_OBJECT
+ public:
+  explicit RunningCommands(QWidget* parent = nullptr);
+
+  /// Stays until the command has finished.
+  void add(RunningCommand* run);
+  /// Work that no command does, in a row of its own until end(); `id` names it.
+  void begin(const void* id, const QString& label);
+  /// Work that reports for itself and may be part of what a command does; `id` names it.
+  void beginPart(const void* id, const QString& label);
+  void update(const void* id, int percent);
+  void end(const void* id);
+  /// Asks the command that was started last to end; one that cannot be stopped goes on.
+  void stopLatest();
+
+ private:
+  class Text;
+  struct Row {
+    QWidget* widget;
+    Text* text;
+    QProgressBar* bar;
+    bool isCommand;
+  };
+  Row createRow(const QString& title, bool isCommand);
+  QWidget* createStopButton(RunningCommand* run);
+
+  QHBoxLayout* mp_Layout;
+  QHash<const void*, Row> m_Rows;
+  QHash<const void*, const void*> m_Parts;  ///< work that is shown in the row of the command that does it
+};
+
+/// Shows progress that is reported through YProgressDialog among the running commands.
+class RunningPresenter : public util::ProgressPresenter {
+ public:
+  explicit RunningPresenter(RunningCommands* commands) : mp_Commands(commands) {}
+  void begin(const void* id, const QString& label, bool modal) override;
+  void update(const void* id, int percent) override;
+  void end(const void* id) override;
+
+ private:
+  QPointer<RunningCommands> mp_Commands;
+};
+
+}  // namespace nubo::window

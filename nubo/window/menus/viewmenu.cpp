@@ -1,0 +1,62 @@
+#include "nubo/window/menus/viewmenu.h"
+
+#include <QDockWidget>
+
+#include "nubo/window/look/icons.h"
+#include "nubo/window/look/mnemonics.h"
+#include "nubo/window/menus/savedviews.h"
+#include "nubo/window/panels/panelarea.h"
+
+namespace nubo::window {
+
+ViewMenu::ViewMenu(PanelArea& panels, const QList<QDockWidget*>& docks, QWidget* parent)
+    : QMenu(tr("&View"), parent), m_Panels(panels), mp_Saved(new SavedViews(panels, this)) {
+  setObjectName(QStringLiteral("viewMenu"));
+  const auto panel = [this] { return m_Panels.activePanel(); };
+  mp_ShowAll = addAction(
+      makeIcon(Icon::Fit), tr("Show &All"), this, [panel] { panel()->showAll(); }, QKeySequence(Qt::CTRL + Qt::Key_0));
+  addAction(
+      tr("Show &Selected Element"), this, [panel] { panel()->fitSelection(); }, QKeySequence(Qt::CTRL + Qt::Key_E));
+  addAction(
+      tr("Zoom &In"), this, [panel] { panel()->zoom(1.25); }, QKeySequence(QKeySequence::ZoomIn));
+  addAction(
+      tr("Zoom &Out"), this, [panel] { panel()->zoom(0.8); }, QKeySequence(QKeySequence::ZoomOut));
+  addSeparator();
+  addDirections();
+  addMenu(mp_Saved);
+  addSeparator();
+  addFullScreen();
+  addSeparator();
+  addDocks(docks);
+  addMnemonics(actions());
+}
+
+void ViewMenu::addDirections() {
+  const QStringList labels{tr("&Front"), tr("Bac&k"),   tr("&Left"),   tr("&Right"),
+                           tr("&Top"),   tr("&Bottom"), tr("Obli&que")};
+  const QStringList views = gui::Camera::viewNames();
+  for (int i = 0; i < views.size(); ++i)
+    addAction(
+        labels.value(i, views[i]), this, [this, view = views[i]] { m_Panels.activePanel()->showView(view); },
+        QKeySequence(QStringLiteral("Ctrl+%1").arg(i + 1)));
+}
+
+void ViewMenu::addFullScreen() {
+  QAction* full = addAction(tr("F&ull Screen"), this, [this](bool on) {
+    QWidget* window = parentWidget()->window();
+    window->setWindowState(on ? window->windowState() | Qt::WindowFullScreen
+                              : window->windowState() & ~Qt::WindowFullScreen);
+  });
+  full->setCheckable(true);
+  full->setShortcut(QKeySequence(Qt::Key_F11));
+}
+
+void ViewMenu::addDocks(const QList<QDockWidget*>& docks) {
+  int key = Qt::Key_F9;
+  for (QDockWidget* dock : docks) {
+    dock->toggleViewAction()->setShortcut(QKeySequence(key++));
+    addAction(dock->toggleViewAction());
+  }
+}
+
+}  // namespace nubo::window

@@ -1,0 +1,35 @@
+// The menu of what the active panel shows, and of what stands around the panels.
+#pragma once
+
+#include <QList>
+#include <QMenu>
+
+QT_BEGIN_NAMESPACE
+class QDockWidget;
+QT_END_NAMESPACE
+
+namespace nubo::window {
+
+class PanelArea;
+class SavedViews;
+
+/// What it is given must outlive it. Application thread.
+class ViewMenu : public QMenu {
+  Q_OBJECT
+ public:
+  ViewMenu(PanelArea& panels, const QList<QDockWidget*>& docks, QWidget* parent);
+
+  QAction* showAllAction() const { return mp_ShowAll; }
+  SavedViews& savedViews() const { return *mp_Saved; }
+
+ private:
+  void addDirections();
+  void addFullScreen();
+  void addDocks(const QList<QDockWidget*>& docks);
+
+  PanelArea& m_Panels;
+  QAction* mp_ShowAll;
+  SavedViews* mp_Saved;
+};
+
+}  // namespace nubo::window

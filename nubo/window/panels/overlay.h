@@ -1,0 +1,18 @@
+// What a panel paints over the scene.
+#pragma once
+
+#include <QPainter>
+
+#include "module_scene/graph/sceneelement.h"
+#include "module_scene/gui/camera.h"
+
+namespace nubo::window {
+
+/// A small cross in the lower left corner that shows how the scene's axes lie.
+void paintAxes(QPainter& painter, const gui::Camera& camera, const QSize& size);
+/// What to do while there is no scene.
+void paintInvitation(QPainter& painter, const QColor& background, const QSize& size);
+/// The element's box as the camera of a panel sees it. Takes a lock of the scene.
+void paintBox(QPainter& painter, const scene::SceneElement& element, const gui::Camera& camera, const QSize& size);
+
+}  // namespace nubo::window

@@ -1,0 +1,47 @@
+// The scene panels of a window, in tabs and splits.
+#pragma once
+
+#include <QList>
+#include <QTabWidget>
+
+#include "nubo/window/panels/viewpanel.h"
+
+QT_BEGIN_NAMESPACE
+class QSplitter;
+QT_END_NAMESPACE
+
+namespace nubo::window {
+
+/// Each tab holds a splitter with panels and further splitters. There is always a panel, and one of them is the
+/// viewer's active panel.
+class PanelArea : public QTabWidget {
+  Q_OBJECT
+ public:
+  explicit PanelArea(QWidget* parent = nullptr);
+
+  ViewPanel* addPanelTab();
+  /// Puts a panel beside (horizontal) or below the active one, which looks from where that looks.
+  ViewPanel* split(Qt::Orientation orientation);
+  ViewPanel* activePanel() const;
+  QList<ViewPanel*> panels() const;
+  QList<ViewPanel*> panelsOfTab(int index) const;
+  void activate(ViewPanel* panel);
+  void closePanel(ViewPanel* panel);
+  void setSelection(const util::YPointer<scene::SceneElement>& element);
+  void updatePanels();
+
+ signals:
+  /// The user wants these panels closed.
+  void closeRequested(const QList<nubo::window::ViewPanel*>& panels);
+  void activePanelChanged();
+
+ private:
+  ViewPanel* createPanel();
+  void tabChosen(int index);
+  void removeEmptySplitters(QSplitter* splitter);
+
+  util::YPointer<scene::SceneElement> m_Selection;
+  int m_Tabs = 0;
+};
+
+}  // namespace nubo::window

@@ -1,0 +1,133 @@
+#include "nubo/window/panels/progressivepanel.h"
+
+#include <QElapsedTimer>
+#include <QOpenGLFunctions>
+#include <algorithm>
+
+#include "module_scene/draw/drawingturn.h"
+#include "module_scene/gui/viewer.h"
+
+namespace nubo::window {
+
+namespace {
+
+constexpr int RestMs = 250;
+constexpr int SmoothMs = 20;  // a drawing that takes longer makes turning jerky
+constexpr double PartMs = 10;
+constexpr double LeastDetail = 4, MostDetail = 128;
+constexpr int RoomForMore = 8;  // times as much; a finer version of a model has some 5 times as many faces
+
+/// The application thread's turn while Qt puts a window together from what its panels have drawn.
+class CompositionTurn {
+ public:
+  /// By each of the window's panels.
+  void begin() {
+    if (m_Panels++ == 0) m_Turn.emplace();
+  }
+  void end() {
+    if (--m_Panels == 0) m_Turn.reset();
+  }
+
+ private:
+  int m_Panels = 0;
+  std::optional<scene::DrawingTurn> m_Turn;
+};
+
+}  // namespace
+
+ProgressivePanel::ProgressivePanel(QWidget* parent) : ScenePanel(parent) {
+  scene::DrawingTurn::setShared();
+  m_Rest.setSingleShot(true);
+  connect(&m_Rest, &QTimer::timeout, &m_Parts, qOverload<>(&QTimer::start));
+  connect(&m_Parts, &QTimer::timeout, this, &ProgressivePanel::drawOn);
+  static CompositionTurn s_Composition;
+  connect(this, &QOpenGLWidget::aboutToCompose, this, [] { s_Composition.begin(); });
+  connect(this, &QOpenGLWidget::frameSwapped, this, [] { s_Composition.end(); });
+}
+
+ProgressivePanel::~ProgressivePanel() {
+  makeCurrent();
+  m_WholeDrawer.reset();
+  m_Whole.reset();
+  doneCurrent();
+}
+
+void ProgressivePanel::initializeGL() {
+  ScenePanel::initializeGL();
+  m_WholeDrawer.reset();
+  m_Whole.reset();
+  m_Begun.reset();
+}
+
+void ProgressivePanel::paintGL() {
+  const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
+  const scene::DrawingTurn turn;
+  const View view = currentView();
+  const auto isWhole = [&] { return m_Complete && m_Begun == view; };
+  QElapsedTimer timer;
+  timer.start();
+  while (!isWhole() && !m_Slow) m_Slow = !drawPart(view) && timer.elapsed() > SmoothMs;
+  if (isWhole()) {
+    QOpenGLFramebufferObject::blitFramebuffer(nullptr, m_Whole.get());
+    return;
+  }
+  paintThinned();
+  if (m_Thinned == view) return;
+  m_Thinned = view;
+  m_Parts.stop();
+  m_Rest.start(RestMs);
+}
+
+ProgressivePanel::View ProgressivePanel::currentView() const {
+  return {getScaledTransformMatrix(), size() * devicePixelRatioF(), scene::_GlobalScene()->getSamples(),
+          scene::_GlobalScene()->changeCount()};
+}
+
+void ProgressivePanel::paintThinned() {
+  QElapsedTimer timer;
+  timer.start();
+  setDetail(m_MovingDetail);
+  ScenePanel::paintGL();
+  context()->functions()->glFinish();  // or only the asking for it would be measured
+  if (timer.elapsed() > SmoothMs)
+    m_MovingDetail = std::min(2 * m_MovingDetail, MostDetail);
+  else if (RoomForMore * timer.elapsed() < SmoothMs)
+    m_MovingDetail = std::max(m_MovingDetail / 2, LeastDetail);
+}
+
+/// Draws one part of the whole model after the other while nothing else happens.
+void ProgressivePanel::drawOn() {
+  makeCurrent();
+  {
+    const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
+    const scene::DrawingTurn turn;
+    if (!drawPart(currentView())) return;
+  }
+  m_Parts.stop();
+  update();
+}
+
+/// Whether the whole is now complete.
+bool ProgressivePanel::drawPart(const View& view) {
+  if (!m_WholeDrawer) m_WholeDrawer = std::make_unique<scene::SceneDrawer>(scene::_GlobalScene());
+  if (!m_Whole || m_Whole->size() != view.pixels)
+    m_Whole = std::make_unique<QOpenGLFramebufferObject>(view.pixels, QOpenGLFramebufferObject::CombinedDepthStencil);
+  m_Whole->bind();
+  if (!(m_Begun == view)) {
+    beginFrame(*m_WholeDrawer, view.samples);
+    m_WholeDrawer->beginParts(scene::_GlobalScene()->getRootNode(), view.transform, AllLayers, AllKinds);
+    m_Begun = view;
+    m_Complete = false;
+    m_WholeTime = 0;
+  }
+  QElapsedTimer timer;
+  timer.start();
+  m_Complete = !m_WholeDrawer->drawPart(PartMs);
+  m_WholeTime += timer.elapsed();
+  if (m_Complete) endFrame();
+  m_Whole->release();
+  if (m_Complete) m_Slow = m_WholeTime > SmoothMs;
+  return m_Complete;
+}
+
+}  // namespace nubo::window

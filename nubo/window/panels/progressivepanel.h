@@ -1,0 +1,55 @@
+// A scene panel that answers at once, however large the model.
+#pragma once
+
+#include <QOpenGLFramebufferObject>
+#include <QTimer>
+#include <memory>
+#include <optional>
+
+#include "module_scene/draw/scenedrawer.h"
+#include "module_scene/gui/scenepanel.h"
+
+namespace nubo::window {
+
+/// While the view moves, models too big to be drawn at once are thinned; at rest all is drawn, in parts between which
+/// the window answers. Application thread.
+class ProgressivePanel : public gui::ScenePanel {
+  Q_OBJECT
+ public:
+  explicit ProgressivePanel(QWidget* parent = nullptr);
+  ~ProgressivePanel() override;
+
+ protected:
+  void initializeGL() override;
+  void paintGL() override;
+
+ private:
+  /// All that a picture of the scene depends on.
+  struct View {
+    math::Matrix4 transform;
+    QSize pixels;
+    int samples;
+    std::uint64_t changes;  ///< of the scene
+    bool operator==(const View& other) const {
+      return transform == other.transform && pixels == other.pixels && samples == other.samples &&
+             changes == other.changes;
+    }
+  };
+  View currentView() const;
+  void paintThinned();
+  void drawOn();
+  bool drawPart(const View& view);
+
+  std::unique_ptr<scene::SceneDrawer> m_WholeDrawer;
+  std::unique_ptr<QOpenGLFramebufferObject> m_Whole;
+  std::optional<View> m_Begun;    ///< what m_Whole shows, or will when it is complete
+  std::optional<View> m_Thinned;  ///< that was painted last
+  bool m_Complete = false;
+  qint64 m_WholeTime = 0;      ///< milliseconds that it has taken
+  bool m_Slow = false;         ///< the last whole drawing took too long for a moving view
+  double m_MovingDetail = 32;  ///< what a moving view leaves out, in pixels
+  QTimer m_Rest;               ///< runs while the view moves
+  QTimer m_Parts;              ///< runs while the whole is drawn
+};
+
+}  // namespace nubo::window

@@ -1,0 +1,94 @@
+#include "nubo/window/parameters/parameterdialog.h"
+
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QSettings>
+
+#include "kernel/main/overseer.h"
+#include "nubo/window/look/owntext.h"
+#include "nubo/window/parameters/parametereditor.h"
+#include "nubo/window/parameters/parameterpage.h"
+
+namespace nubo::window {
+
+namespace {
+
+QString titleOf(const main::ParameterSet& set) {
+  if (!set.getName().isEmpty()) return ownText(set.getName());
+  QStringList names;
+  for (const main::AbstractParameter* parameter : set.parameters()) names << parameter->getName();
+  return names.join(QStringLiteral(", "));
+}
+
+}  // namespace
+
+ParameterDialog::ParameterDialog(main::Command& command, const QString& title, QWidget* parent)
+    : QDialog(parent), m_Command(command), mp_Choice(new QComboBox) {
+  setWindowTitle(title);
+  setObjectName(QStringLiteral("parameters"));
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(createChoice());
+  for (const main::ParameterSet& set : command.getParameterSets()) {
+    m_Pages << new ParameterPage(command, set, this);
+    layout->addWidget(m_Pages.last());
+    connect(m_Pages.last(), &ParameterPage::remarksChanged, this, &ParameterDialog::fitHeight);
+  }
+  layout->addStretch();
+  const bool storesSettings = dynamic_cast<main::SettingsCommand*>(&command);
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+  buttons->button(QDialogButtonBox::Ok)->setText(storesSettings ? tr("&Save") : tr("&Start"));
+  connect(buttons, &QDialogButtonBox::accepted, this, &ParameterDialog::accept);
+  connect(buttons, &QDialogButtonBox::rejected, this, &ParameterDialog::reject);
+  layout->addWidget(buttons);
+  choose(mp_Choice->currentIndex());
+  chosenPage()->setFocus();
+}
+
+QWidget* ParameterDialog::createChoice() {
+  auto* line = new QWidget;
+  auto* layout = new QHBoxLayout(line);
+  layout->setContentsMargins(0, 0, 0, 0);
+  auto* label = new QLabel(tr("&Variant:"));
+  label->setBuddy(mp_Choice);
+  layout->addWidget(label);
+  layout->addWidget(mp_Choice, 1);
+  mp_Choice->setObjectName(QStringLiteral("parameterSets"));
+  for (const main::ParameterSet& set : m_Command.getParameterSets()) mp_Choice->addItem(titleOf(set), set.getID());
+  mp_Choice->setCurrentIndex(qMax(0, mp_Choice->findData(main::nuboSettings()->value(settingsKey()).toInt())));
+  connect(mp_Choice, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &ParameterDialog::choose);
+  if (mp_Choice->count() < 2) line->hide();
+  return line;
+}
+
+void ParameterDialog::choose(int index) {
+  for (int i = 0; i < m_Pages.size(); ++i) m_Pages[i]->setVisible(i == index);
+  fitHeight();
+}
+
+void ParameterDialog::fitHeight() {
+  if (!isVisible()) return;
+  layout()->activate();
+  resize(width(), qMax(height(), layout()->heightForWidth(width())));
+}
+
+ParameterPage* ParameterDialog::chosenPage() const { return m_Pages[mp_Choice->currentIndex()]; }
+
+QString ParameterDialog::settingsKey() const { return QStringLiteral("window/sets/") + m_Command.getName(); }
+
+void ParameterDialog::accept() {
+  if (ParameterEditor* bad = chosenPage()->check()) return bad->setFocus();
+  chosenPage()->remember();
+  if (m_Pages.size() > 1) main::nuboSettings()->setValue(settingsKey(), mp_Choice->currentData());
+  QDialog::accept();
+}
+
+void ParameterDialog::setBusyFiles(const QStringList& files) {
+  for (ParameterPage* page : m_Pages) page->setBusyFiles(files);
+}
+
+main::ParameterSet ParameterDialog::values() const { return chosenPage()->values(); }
+
+}  // namespace nubo::window

@@ -1,0 +1,155 @@
+#include "nubo/window/parameters/parameterpage.h"
+
+#include <QFileInfo>
+#include <QGridLayout>
+#include <QLabel>
+#include <QScreen>
+#include <QSettings>
+#include <algorithm>
+
+#include "kernel/main/overseer.h"
+#include "kernel/main/parameter.h"
+#include "kernel/main/parameterpanelfactory.h"
+#include "module_scene/graph/scene.h"
+#include "nubo/cli/commandarguments.h"
+#include "nubo/window/look/colors.h"
+#include "nubo/window/parameters/parametereditor.h"
+
+namespace nubo::window {
+
+namespace {
+
+bool isFile(const main::AbstractParameter& parameter) {
+  return dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
+}
+
+}  // namespace
+
+ParameterPage::ParameterPage(main::Command& command, const main::ParameterSet& set, QWidget* parent)
+    : QWidget(parent),
+      m_Command(command),
+      m_Set(set),
+      m_StoresSettings(dynamic_cast<const main::SettingsCommand*>(&command)) {
+  setObjectName(QStringLiteral("set:%1").arg(set.getID()));
+  auto* layout = new QGridLayout(this);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->setColumnStretch(1, 1);
+  for (const main::AbstractParameter* parameter : set.parameters()) addLine(layout, *parameter);
+  if (!m_Lines.empty()) setFocusProxy(m_Lines.front().editor);
+  showRemarks();
+}
+
+void ParameterPage::addLine(QGridLayout* layout, const main::AbstractParameter& parameter) {
+  const int labelWidth = qMin(260, screen()->availableSize().width() / 4);
+  ParameterEditor* editor = ParameterEditor::create(parameter);
+  editor->setObjectName(parameter.getName());
+  auto* label = new QLabel(parameter.getDescription());
+  label->setBuddy(editor);
+  label->setWordWrap(true);
+  label->setFixedWidth(qMin(labelWidth, label->fontMetrics().horizontalAdvance(label->text()) + 4));
+  const QString toolTip = QStringLiteral("<b>%1</b><br>%2")
+                              .arg(parameter.getName().toHtmlEscaped(), parameter.getDescription().toHtmlEscaped());
+  for (QWidget* widget : QList<QWidget*>{editor, label}) widget->setToolTip(toolTip);
+  editor->focusProxy()->setAccessibleName(parameter.getName());
+  editor->focusProxy()->setAccessibleDescription(parameter.getDescription());
+  auto* remark = new QLabel;
+  remark->setWordWrap(true);
+  remark->setObjectName(parameter.getName() + QStringLiteral(":remark"));
+  const int row = layout->rowCount();
+  layout->addWidget(label, row, 0);
+  layout->addWidget(editor, row, 1);
+  layout->addWidget(remark, row + 1, 1);
+  editor->setText(startText(parameter));
+  const Line line{&parameter, editor, remark};
+  m_Lines.push_back(line);
+  connect(editor, &ParameterEditor::changed, this, &ParameterPage::showRemarks);
+}
+
+/// Of all values, since some are right or wrong together. What the marked ones are refused for.
+QStringList ParameterPage::showRemarks() {
+  const QStringList texts = m_Checked ? refusals() : QStringList();
+  for (std::size_t i = 0; i < m_Lines.size(); ++i) showRemark(m_Lines[i], texts.value(int(i)));
+  emit remarksChanged();
+  return texts;
+}
+
+/// One for each line, empty where all is well.
+QStringList ParameterPage::refusals() const {
+  QStringList texts;
+  for (const Line& line : m_Lines) texts << refusal(line);
+  if (!texts.join(QString()).isEmpty()) return texts;
+  const main::ParameterSet::Refusal refusal = m_Set.check(values());
+  if (refusal.parameter < m_Lines.size()) texts[int(refusal.parameter)] = refusal.text;
+  return texts;
+}
+
+QString ParameterPage::refusal(const Line& line) const {
+  const QString text = line.editor->refusal();
+  if (!text.isEmpty() || !isFile(*line.parameter)) return text;
+  const auto isBusy = [file = QFileInfo(line.editor->text())](const QString& busy) { return file == QFileInfo(busy); };
+  return std::any_of(m_BusyFiles.begin(), m_BusyFiles.end(), isBusy) ? tr("Another command is writing this file.")
+                                                                     : QString();
+}
+
+void ParameterPage::showRemark(const Line& line, const QString& refusal) {
+  const QString text = refusal.isEmpty() ? line.editor->hint() : refusal;
+  line.remark->setText(text);
+  line.remark->setVisible(!text.isEmpty());
+  line.remark->setForegroundRole(refusal.isEmpty() ? QPalette::WindowText : QPalette::BrightText);
+  QPalette palette = line.remark->palette();
+  palette.setColor(QPalette::BrightText, failureColor(this->palette()));
+  line.remark->setPalette(palette);
+  QPalette marked = this->palette();
+  if (!refusal.isEmpty()) marked.setColor(QPalette::Base, failureBackground(marked));
+  line.editor->focusProxy()->setPalette(marked);
+}
+
+ParameterEditor* ParameterPage::check() {
+  m_Checked = true;
+  const QStringList texts = showRemarks();
+  for (std::size_t i = 0; i < m_Lines.size(); ++i)
+    if (!texts[int(i)].isEmpty()) return m_Lines[i].editor;
+  return nullptr;
+}
+
+/// Settings start from those in force, wherever they were changed.
+void ParameterPage::remember() const {
+  if (m_StoresSettings) return;
+  for (const Line& line : m_Lines) main::nuboSettings()->setValue(settingsKey(*line.parameter), line.editor->text());
+}
+
+QString ParameterPage::settingsKey(const main::AbstractParameter& parameter) const {
+  QString name = parameter.getName();
+  return QStringLiteral("window/values/%1/%2")
+      .arg(m_Command.getName(), name.replace(QLatin1Char('/'), QLatin1Char('_')));
+}
+
+/// A name for a file that is made of the scene.
+QString ParameterPage::sceneName() const {
+  const auto root = scene::_GlobalScene()->getRootNode();
+  const QString name = root ? QFileInfo(root->getName()).completeBaseName() : QString();
+  return name.isEmpty() ? m_Command.getName() : name;
+}
+
+/// Remembered values may be anything: the file can be edited by hand.
+QString ParameterPage::startText(const main::AbstractParameter& parameter) const {
+  const QString start = app::defaultText(parameter);
+  if (m_StoresSettings) return start;
+  const QString remembered = main::nuboSettings()->value(settingsKey(parameter)).toString();
+  if (!remembered.isEmpty() && parameter.explainRefusal(remembered).isEmpty()) return remembered;
+  if (!start.isEmpty()) return start;
+  return isFile(parameter) ? sceneName() : QString();
+}
+
+main::ParameterSet ParameterPage::values() const {
+  main::ParameterSet values(m_Set.getID(), m_Set.getName());
+  for (const Line& line : m_Lines) {
+    auto* value = new main::Parameter<QString>(line.parameter->getName(), line.parameter->getDescription(), QString(),
+                                               false, nullptr);
+    values.addParameter(value);
+    if (!line.editor->text().isEmpty()) value->castString(line.editor->text());
+  }
+  return values;
+}
+
+}  // namespace nubo::window

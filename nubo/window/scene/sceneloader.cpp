@@ -1,0 +1,114 @@
+#include "nubo/window/scene/sceneloader.h"
+
+#include <QCoreApplication>
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
+
+#include "module_scene/draw/scenedrawer.h"
+#include "module_scene/draw/sharedcontext.h"
+#include "module_scene/mesh/coarsening.h"
+#include "nubo/cli/scenefile.h"
+
+namespace nubo::window {
+
+namespace {
+
+/// Files that cannot be read are moved from `files` to `failed`.
+io::ImportResult readAll(QStringList& files, QStringList& failed) {
+  if (files.size() == 1) {
+    io::ImportResult one = app::readScene(files.first());
+    if (!one.root) std::swap(files, failed);
+    return one;
+  }
+  io::ImportResult all;
+  QStringList errors;
+  for (const QString& file : QStringList(files)) {
+    io::ImportResult one = app::readScene(file);
+    if (one.root) {
+      if (!all.root) all.root = new scene::SceneElement(SceneLoader::tr("Scene"));
+      all.root->addChild(one.root);
+    } else {
+      errors << one.error;
+      files.removeOne(file);
+      failed << file;
+    }
+    all.animations.insert(all.animations.end(), one.animations.begin(), one.animations.end());
+    all.warnings << one.warnings;
+  }
+  if (all.root)
+    all.warnings = errors + all.warnings;
+  else
+    all.error = errors.join(QStringLiteral("; "));
+  return all;
+}
+
+}  // namespace
+
+/// An OpenGL context for the reading thread. Made and destroyed on the application thread.
+class SceneLoader::Uploader {
+ public:
+  Uploader() {
+    const scene::SharedContext* shared = scene::_GlobalContext();
+    if (!shared || !shared->glContext()) return;
+    m_Context.setShareContext(shared->glContext());
+    m_Context.setFormat(shared->glContext()->format());
+    m_Surface.setFormat(m_Context.format());
+    m_Surface.create();
+    m_Context.create();
+  }
+
+  /// Before the thread starts.
+  void giveTo(QThread* thread) { m_Context.moveToThread(thread); }
+
+  /// On the thread that it was given to, which then has it no more.
+  void upload(const scene::SceneElement* root) {
+    if (root && m_Context.isValid() && m_Context.makeCurrent(&m_Surface)) {
+      scene::SceneDrawer::upload(*root);
+      m_Context.doneCurrent();
+    }
+    m_Context.moveToThread(QCoreApplication::instance()->thread());
+  }
+
+ private:
+  QOpenGLContext m_Context;
+  QOffscreenSurface m_Surface;
+};
+
+SceneLoader::SceneLoader(QObject* parent) : QObject(parent) {}
+
+SceneLoader::~SceneLoader() {
+  if (m_Thread) m_Thread->wait();
+}
+
+void SceneLoader::load(const QStringList& files) {
+  m_Next = files;
+  if (!isLoading()) startNext();
+}
+
+void SceneLoader::startNext() {
+  const QStringList files = std::exchange(m_Next, {});
+  if (files.isEmpty()) return;
+  emit started(files);
+  if (!m_Uploader) m_Uploader = std::make_unique<Uploader>();
+  m_Thread.reset(QThread::create([this, files = QStringList(files)]() mutable {
+    QStringList failed;
+    const auto result = std::make_shared<io::ImportResult>(readAll(files, failed));
+    if (result->root) scene::makeCoarseVersions(*result->root);
+    m_Uploader->upload(result->root.get());
+    QMetaObject::invokeMethod(
+        this, [this, files, failed, result] { end(files, failed, result); }, Qt::QueuedConnection);
+  }));
+  m_Uploader->giveTo(m_Thread.get());
+  m_Thread->start();
+}
+
+void SceneLoader::end(const QStringList& files, const QStringList& failed,
+                      const std::shared_ptr<io::ImportResult>& result) {
+  m_Thread->wait();
+  m_Thread.reset();
+  const bool outdated = !m_Next.isEmpty();
+  if (!outdated) emit finished(files, failed, *result);
+  startNext();
+}
+
+}  // namespace nubo::window

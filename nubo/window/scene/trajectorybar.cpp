@@ -1,0 +1,229 @@
+#include "nubo/window/scene/trajectorybar.h"
+
+#include <QComboBox>
+#include <QFileDialog>
+#include <QLabel>
+#include <QSignalBlocker>
+#include <QSlider>
+
+#include "module_trajectory/trajectory.h"
+#include "nubo/cli/trajectorychoice.h"
+#include "nubo/window/commands/commandrunner.h"
+#include "nubo/window/look/icons.h"
+#include "nubo/window/scene/scenechanger.h"
+
+namespace nubo::window {
+
+using trajectory::TrajectoryHandler;
+
+namespace {
+
+constexpr int LookMs = 80;
+
+void setPosition(int step) { TrajectoryHandler::getInstance()->moveTo(std::uint64_t(step)); }
+
+}  // namespace
+
+TrajectoryBar::TrajectoryBar(SceneChanger& changer, CommandRunner& runner, QWidget* parent)
+    : QToolBar(tr("Trajectory"), parent), m_Changer(changer), m_Runner(runner) {
+  setObjectName(QStringLiteral("trajectoryBar"));
+  addWidgets();
+  m_Player.setTimerType(Qt::PreciseTimer);
+  connect(&m_Player, &QTimer::timeout, this, &TrajectoryBar::playOn);
+  connect(&m_Look, &QTimer::timeout, this, &TrajectoryBar::look);
+  connect(&runner, &CommandRunner::started, this, &TrajectoryBar::updateEnabled);
+  connect(&runner, &CommandRunner::ended, this, [this] { m_Runner.whenIdle([this] { updateEnabled(); }); });
+  m_Look.start(LookMs);
+  fillModes();
+  show();
+}
+
+QAction* TrajectoryBar::addControl(const QIcon& icon, const QString& text, const QKeySequence& key,
+                                   void (TrajectoryBar::*slot)()) {
+  QAction* action = addAction(icon, text);
+  action->setShortcut(key);
+  action->setToolTip(
+      QStringLiteral("%1 (%2)").arg(QString(text).remove(QLatin1Char('&')), key.toString(QKeySequence::NativeText)));
+  connect(action, &QAction::triggered, this, slot);
+  m_Controls << action;
+  return action;
+}
+
+void TrajectoryBar::addWidgets() {
+  mp_Modes = new QComboBox;
+  mp_Modes->setObjectName(QStringLiteral("trajectoryModes"));
+  mp_Modes->setToolTip(tr("What moves the scene"));
+  mp_Modes->setAccessibleName(tr("What moves the scene"));
+  addWidget(mp_Modes);
+  connect(mp_Modes, QOverload<int>::of(&QComboBox::activated), this, &TrajectoryBar::chooseMode);
+  addControl(makeIcon(Icon::First), tr("&First Step"), Qt::CTRL + Qt::Key_Home, &TrajectoryBar::toFirst);
+  addControl(makeIcon(Icon::Back), tr("Step &Back"), Qt::CTRL + Qt::Key_Left, &TrajectoryBar::stepBack);
+  mp_Play = addControl(makeIcon(Icon::Play), tr("&Play"), Qt::CTRL + Qt::Key_Space, &TrajectoryBar::togglePlaying);
+  mp_Play->setObjectName(QStringLiteral("play"));
+  addControl(makeIcon(Icon::Forward), tr("Step F&orward"), Qt::CTRL + Qt::Key_Right, &TrajectoryBar::stepForward);
+  addControl(makeIcon(Icon::Last), tr("&Last Step"), Qt::CTRL + Qt::Key_End, &TrajectoryBar::toLast);
+  mp_Slider = new QSlider(Qt::Horizontal);
+  mp_Slider->setObjectName(QStringLiteral("trajectorySlider"));
+  mp_Slider->setAccessibleName(tr("Step of the trajectory"));
+  addWidget(mp_Slider);
+  connect(mp_Slider, &QSlider::valueChanged, this, &TrajectoryBar::go);
+  mp_Steps = new QLabel;
+  mp_Steps->setMinimumWidth(mp_Steps->fontMetrics().horizontalAdvance(QStringLiteral(" 00000 / 00000 ")));
+  mp_Steps->setAlignment(Qt::AlignCenter);
+  addWidget(mp_Steps);
+}
+
+void TrajectoryBar::fillModes() {
+  mp_Modes->clear();
+  mp_Modes->addItem(tr("Turntable"), Turntable);
+  if (!m_Animations.empty()) mp_Modes->addItem(tr("Animation"), Animation);
+  mp_Modes->addItem(tr("Points from a File…"), PointFile);
+  mp_Modes->addItem(tr("Nothing"), Still);
+}
+
+QString TrajectoryBar::setScene(const std::vector<scene::Animation>& animations, const app::CommandLine& line) {
+  m_Animations = animations;
+  fillModes();
+  const QString error = app::chooseTrajectory(line, animations);
+  if (!error.isEmpty()) TrajectoryHandler::getInstance()->clear();
+  showMode(!error.isEmpty()                       ? Still
+           : !line.trajectory.isEmpty()           ? PointFile
+           : line.turntable || animations.empty() ? Turntable
+                                                  : Animation);
+  return error;
+}
+
+void TrajectoryBar::clear() {
+  stop();
+  m_Changer.finish();
+  TrajectoryHandler::getInstance()->clear();
+  m_Animations.clear();
+  showMode(Still);
+}
+
+void TrajectoryBar::showMode(Mode mode) {
+  m_Mode = mode;
+  mp_Modes->setCurrentIndex(mp_Modes->findData(mode));
+  m_Position = position();
+  show();
+  updateEnabled();
+}
+
+void TrajectoryBar::chooseMode(int index) {
+  const Mode mode = Mode(mp_Modes->itemData(index).toInt());
+  const QString pointFile = m_PointFile;
+  if (mode == PointFile) {
+    m_PointFile = QFileDialog::getOpenFileName(window(), tr("Points of a Trajectory"), QString(),
+                                               tr("Points (*.csv *.txt);;All Files (*)"));
+    if (m_PointFile.isEmpty()) return keepMode(pointFile);
+  }
+  if (!m_Runner.isIdle()) return keepMode(pointFile);
+  const bool plays = m_Player.isActive();
+  stop();
+  m_Changer.finish();
+  setPosition(0);  // leaves the scene as it was found
+  removeMarkers();
+  const QString error = select(mode);
+  if (error.isEmpty())
+    showMode(mode);
+  else if (m_PointFile = pointFile; select(m_Mode).isEmpty())
+    showMode(m_Mode);
+  else
+    showMode(Still);
+  if (plays) togglePlaying();  // the user wants to see it move
+  emit sceneChanged();
+  if (!error.isEmpty()) emit failed(error);
+}
+
+void TrajectoryBar::keepMode(const QString& pointFile) {
+  m_PointFile = pointFile;
+  showMode(m_Mode);
+}
+
+QString TrajectoryBar::select(Mode mode) {
+  TrajectoryHandler::getInstance()->clear();
+  if (mode == Still) return QString();
+  app::CommandLine line;
+  if (mode == PointFile) line.trajectory = m_PointFile;
+  return app::chooseTrajectory(line, mode == Animation ? m_Animations : std::vector<scene::Animation>());
+}
+
+void TrajectoryBar::removeMarkers() {
+  const auto scene = scene::_GlobalScene();
+  const auto root = scene->getRootNode();
+  if (!root) return;
+  const scene::SceneChange change(scene, scene::LockAll);
+  const auto children = root->getChildren();
+  for (const auto& child : children)
+    if (child->getLayer() == scene::LayerTrajectory || child->getLayer() == scene::LayerMarkers)
+      root->removeChild(child.get());
+}
+
+int TrajectoryBar::count() {
+  const TrajectoryHandler* handler = TrajectoryHandler::getInstance();
+  if (const auto info = handler->getTrajectoryInfo()) return int(info->getPoints().size());
+  const auto info = handler->getAdvancedTrajectoryInfo();
+  return info && info->getMatrixMapList() ? int(info->getMatrixMapList()->size()) : 0;
+}
+
+int TrajectoryBar::position() {
+  const TrajectoryHandler* handler = TrajectoryHandler::getInstance();
+  if (const auto info = handler->getTrajectoryInfo()) return int(info->getPosition());
+  const auto info = handler->getAdvancedTrajectoryInfo();
+  return info ? int(info->getPosition()) : 0;
+}
+
+void TrajectoryBar::togglePlaying() {
+  if (m_Player.isActive()) return stop();
+  if (count() < 2) return;
+  m_Player.start(1000 / qMax(1, app::playingRate()));
+  mp_Play->setIcon(makeIcon(Icon::Pause));
+  mp_Play->setText(tr("&Pause"));
+}
+
+void TrajectoryBar::stop() {
+  m_Player.stop();
+  mp_Play->setIcon(makeIcon(Icon::Play));
+  mp_Play->setText(tr("&Play"));
+}
+
+/// Steps that a slow scene cannot follow are left out by the changer; one that is held still is waited for.
+void TrajectoryBar::playOn() {
+  if (!m_Changer.isWaiting()) go(m_Position + 1 < count() ? m_Position + 1 : 0);
+}
+
+void TrajectoryBar::go(int step) {
+  if (step < 0 || step >= count() || step == m_Position || m_Driven) return;
+  m_Position = step;
+  m_Changer.change(QStringLiteral("trajectory"), [step] { setPosition(step); });
+  show();
+}
+
+/// Commands move the scene from threads of their own, and do not tell.
+void TrajectoryBar::look() {
+  const bool isDriven = TrajectoryHandler::getInstance()->isDriven();
+  if (isDriven != std::exchange(m_Driven, isDriven)) {
+    if (isDriven) stop();
+    updateEnabled();
+  }
+  if (!m_Changer.isIdle() || position() == m_Position) return;
+  m_Position = position();
+  show();
+  emit moved();
+}
+
+void TrajectoryBar::show() {
+  const QSignalBlocker blocker(mp_Slider);
+  mp_Slider->setRange(0, qMax(0, count() - 1));
+  mp_Slider->setValue(m_Position);
+  mp_Steps->setText(count() ? QStringLiteral("%1 / %2").arg(m_Position + 1).arg(count()) : QStringLiteral("–"));
+}
+
+void TrajectoryBar::updateEnabled() {
+  mp_Modes->setEnabled(m_Runner.isIdle());
+  const bool canMove = count() > 1 && !m_Driven;
+  for (QAction* control : m_Controls) control->setEnabled(canMove);
+  mp_Slider->setEnabled(canMove);
+}
+
+}  // namespace nubo::window
