@@ -1,5 +1,7 @@
 // A module with one command, "contactsheet", which draws a model from six sides onto one sheet. It renders each view
 // with the programmatic form of the command GrabImage, off-screen and at any size.
+#define NUBO_LOG_SOURCE "contactsheet"
+
 #include <QFileDialog>
 #include <QImage>
 #include <QPainter>
@@ -23,9 +25,7 @@ using namespace nubo;
 constexpr int Columns = 3;
 constexpr const char* Views[] = {"front", "right", "top", "back", "left", "bottom"};
 
-void logFailure(int line, const QString& text) {
-  log::Logger::getInstance()->log(log::Failure, "contactsheet", line, "ContactSheet::execute", nullptr, text);
-}
+constexpr char Execute[] = "ContactSheet::execute";
 
 class ContactSheet : public main::Command {
  public:
@@ -53,21 +53,23 @@ class ContactSheet : public main::Command {
     const QString fileName = *parameters->at(0)->getValue<QString>();
     const int width = *parameters->at(1)->getValue<int>();
     const int height = width * 3 / 4;
-    if (height < 2) return logFailure(__LINE__, QStringLiteral("Views of %1 pixels are too narrow").arg(width));
+    if (height < 2)
+      return NUBO_LOG(log::Failure, Execute, QStringLiteral("Views of %1 pixels are too narrow").arg(width));
 
     QImage sheet(Columns * width, 2 * height, QImage::Format_ARGB32);
-    if (sheet.isNull()) return logFailure(__LINE__, QStringLiteral("Views of %1 pixels are too wide").arg(width));
+    if (sheet.isNull())
+      return NUBO_LOG(log::Failure, Execute, QStringLiteral("Views of %1 pixels are too wide").arg(width));
     sheet.fill(Qt::transparent);
     QPainter painter(&sheet);
     for (int i = 0; i < 6; ++i) {
       updateProcessed(100 * i / 6);
       updateText(QString::fromLatin1(Views[i]));
       const std::optional<QImage> view = grab(Views[i], width, height);
-      if (!view) return logFailure(__LINE__, "The scene cannot be drawn");
+      if (!view) return NUBO_LOG(log::Failure, Execute, "The scene cannot be drawn");
       painter.drawImage(i % Columns * width, i / Columns * height, *view);
     }
     painter.end();
-    if (!sheet.save(fileName)) logFailure(__LINE__, QStringLiteral("Couldn't save '%1'").arg(fileName));
+    if (!sheet.save(fileName)) NUBO_LOG(log::Failure, Execute, QStringLiteral("Couldn't save '%1'").arg(fileName));
   }
 
  private:

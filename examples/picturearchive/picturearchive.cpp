@@ -1,5 +1,7 @@
 // An encoder plug-in: records a video as a tar archive of numbered pictures, 00000.png, 00001.png, ... The user data of
 // a registration chooses the pictures' format, so one class serves two file name extensions.
+#define NUBO_LOG_SOURCE "picturearchive"
+
 #include <QBuffer>
 #include <QIODevice>
 #include <QImage>
@@ -15,10 +17,6 @@ using nubo::grab::video::Encoder;
 using nubo::grab::video::VideoEncoder;
 
 constexpr int BlockSize = 512;  // files in a tar archive are padded to whole blocks
-
-void logFailure(int line, const char* function, const QString& text) {
-  nubo::log::Logger::getInstance()->log(nubo::log::Failure, "picturearchive", line, function, nullptr, text);
-}
 
 /// The block that stands before a file's content.
 QByteArray tarHeader(const QByteArray& name, int size) {
@@ -55,7 +53,7 @@ class PictureArchive : public Encoder {
     for (qint64 count = chunk->size() / frameSize; count > 0 && !m_Aborted; --count) {
       const QByteArray frame = chunk->read(frameSize);
       if (frame.size() != frameSize) {
-        logFailure(__LINE__, "PictureArchive::encodeChunk", chunk->errorString());
+        NUBO_LOG(nubo::log::Failure, "PictureArchive::encodeChunk", chunk->errorString());
         return false;
       }
       if (!addPicture(frame)) return false;
@@ -76,7 +74,8 @@ class PictureArchive : public Encoder {
     QBuffer buffer(&content);
     buffer.open(QIODevice::WriteOnly);
     if (!picture.save(&buffer, m_Format)) {
-      logFailure(__LINE__, "PictureArchive::addPicture", QStringLiteral("Cannot write the format %1").arg(m_Format));
+      NUBO_LOG(nubo::log::Failure, "PictureArchive::addPicture",
+               QStringLiteral("Cannot write the format %1").arg(m_Format));
       return false;
     }
     const QByteArray name = QByteArray::number(m_Count++).rightJustified(5, '0') + '.' + m_Format;
@@ -86,7 +85,7 @@ class PictureArchive : public Encoder {
 
   bool write(const QByteArray& data) {
     if (mp_Device->write(data) == data.size()) return true;
-    logFailure(__LINE__, "PictureArchive::write", mp_Device->errorString());
+    NUBO_LOG(nubo::log::Failure, "PictureArchive::write", mp_Device->errorString());
     return false;
   }
 

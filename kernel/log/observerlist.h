@@ -2,13 +2,13 @@
 #pragma once
 
 #include <algorithm>
-#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <thread>
 #include <utility>
 #include <vector>
+
+#include "kernel/util/callgate.h"
 
 namespace nubo::log {
 
@@ -20,47 +20,43 @@ class ObserverList {
 
   int add(Observer observer) {
     const std::lock_guard<std::mutex> lock(m_Mutex);
-    m_Entries.push_back(std::make_shared<Entry>(Entry{++m_LastId, std::move(observer), {}, false}));
+    m_Entries.push_back(std::make_shared<Entry>(++m_LastId, std::move(observer)));
     return m_LastId;
   }
 
-  /// Returns when the observer runs on no other thread, or at once when it is called by that observer.
+  /// Returns when the observer runs on no other thread; see CallGate::close.
   void remove(int id) {
-    std::unique_lock<std::mutex> lock(m_Mutex);
-    const auto found =
-        std::find_if(m_Entries.begin(), m_Entries.end(), [id](const auto& entry) { return entry->id == id; });
-    if (found == m_Entries.end()) return;
-    const std::shared_ptr<Entry> entry = *found;
-    m_Entries.erase(found);
-    entry->removed = true;
-    if (entry->runsOn(std::this_thread::get_id())) return;
-    m_Idle.wait(lock, [&] { return entry->callers.empty(); });
+    const std::shared_ptr<Entry> entry = take(id);
+    // Whoever is calling others at this time may keep the entry for longer than the observer's library is loaded.
+    if (entry && entry->gate.close()) entry->observer = nullptr;
   }
 
   void call(const Argument& argument) {
-    std::unique_lock<std::mutex> lock(m_Mutex);
-    const auto entries = m_Entries;
-    for (const auto& entry : entries) {
-      if (entry->removed) continue;
-      entry->callers.push_back(std::this_thread::get_id());
-      lock.unlock();
-      callQuietly(entry->observer, argument);
-      lock.lock();
-      entry->callers.erase(std::find(entry->callers.begin(), entry->callers.end(), std::this_thread::get_id()));
-      m_Idle.notify_all();
-    }
+    for (const auto& entry : entries()) entry->gate.pass([&] { callQuietly(entry->observer, argument); });
   }
 
  private:
   struct Entry {
+    Entry(int id, Observer observer) : id(id), observer(std::move(observer)) {}
     int id;
     Observer observer;
-    std::vector<std::thread::id> callers;
-    bool removed;
-    bool runsOn(std::thread::id thread) const {
-      return std::find(callers.begin(), callers.end(), thread) != callers.end();
-    }
+    util::CallGate gate;
   };
+
+  std::vector<std::shared_ptr<Entry>> entries() const {
+    const std::lock_guard<std::mutex> lock(m_Mutex);
+    return m_Entries;
+  }
+
+  std::shared_ptr<Entry> take(int id) {
+    const std::lock_guard<std::mutex> lock(m_Mutex);
+    const auto found =
+        std::find_if(m_Entries.begin(), m_Entries.end(), [id](const auto& entry) { return entry->id == id; });
+    if (found == m_Entries.end()) return nullptr;
+    const std::shared_ptr<Entry> entry = *found;
+    m_Entries.erase(found);
+    return entry;
+  }
 
   /// Whoever logs must not suffer from who listens.
   static void callQuietly(const Observer& observer, const Argument& argument) {
@@ -70,8 +66,7 @@ class ObserverList {
     }
   }
 
-  std::mutex m_Mutex;
-  std::condition_variable m_Idle;
+  mutable std::mutex m_Mutex;
   std::vector<std::shared_ptr<Entry>> m_Entries;
   int m_LastId = 0;
 };

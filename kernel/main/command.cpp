@@ -1,20 +1,16 @@
 #include "kernel/main/command.h"
 
 #include <algorithm>
-#include <exception>
 #include <utility>
 
 #include "kernel/log/logger.h"
 #include "kernel/main/commandmanager.h"
+#include "kernel/main/overseer.h"
+#include "kernel/util/exceptiontext.h"
 
 namespace nubo::main {
 
 namespace {
-
-void logFailure(const QString& command, const char* reason) {
-  log::Logger::getInstance()->log(log::Failure, "kernel/main/command", __LINE__, "nubo::main::Command::run", nullptr,
-                                  "Command \"%s\" failed: %s", command.toLocal8Bit().constData(), reason);
-}
 
 std::vector<std::unique_ptr<CommandGUIDescriptor>> copied(
     const std::vector<std::unique_ptr<CommandGUIDescriptor>>& descriptors) {
@@ -136,10 +132,12 @@ ParameterSet* Command::findParameterSet(int id) {
 void Command::run() {
   try {
     execute();
-  } catch (const std::exception& exception) {
-    logFailure(getName(), exception.what());
+    // Nobody else would notice.
+    const QString failure = dynamic_cast<SettingsCommand*>(this) ? writeSettings() : QString();
+    if (!failure.isEmpty()) NUBO_LOG(log::Failure, "nubo::main::Command::run", failure);
   } catch (...) {
-    logFailure(getName(), "unknown exception");
+    NUBO_LOG(log::Failure, "nubo::main::Command::run",
+             QStringLiteral("Command \"%1\" failed: %2").arg(getName(), util::exceptionText()));
   }
 }
 

@@ -36,24 +36,28 @@ bool CommandManager::add(Command* command, CommandCreator creator) {
       return true;
     }
   }
-  log::Logger::getInstance()->log(log::Failure, "kernel/main/commandmanager", __LINE__,
-                                  "nubo::main::CommandManager::add", nullptr,
-                                  "The command name \"%s\" is missing or taken", name.toLocal8Bit().constData());
+  NUBO_LOG(log::Failure, "nubo::main::CommandManager::add",
+           QStringLiteral("The command name \"%1\" is missing or taken").arg(name));
   return false;
 }
 
 void CommandManager::removeOf(const std::vector<CommandCreator>& creators) {
   // Destroyed outside the lock: destructors are foreign code.
-  std::vector<std::unique_ptr<Command>> removed;
+  takeOf(creators).clear();
+}
+
+std::vector<std::unique_ptr<Command>> CommandManager::takeOf(const std::vector<CommandCreator>& creators) {
+  std::vector<std::unique_ptr<Command>> taken;
   const std::lock_guard<std::mutex> lock(d->mutex);
   for (auto entry = d->entries.begin(); entry != d->entries.end();) {
     if (std::find(creators.begin(), creators.end(), entry->second.creator) == creators.end()) {
       ++entry;
       continue;
     }
-    removed.push_back(std::move(entry->second.command));
+    taken.push_back(std::move(entry->second.command));
     entry = d->entries.erase(entry);
   }
+  return taken;
 }
 
 Command* CommandManager::find(const QString& name) const {

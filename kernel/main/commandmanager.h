@@ -19,6 +19,8 @@ class NUBO_KERNEL_EXPORT CommandManager {
   bool add(Command* command, CommandCreator creator);
   /// Deletes the commands made by these creation functions (before their library is unloaded).
   void removeOf(const std::vector<CommandCreator>& creators);
+  /// Hands them over, for a library whose commands are found no more but may still run.
+  [[nodiscard]] std::vector<std::unique_ptr<Command>> takeOf(const std::vector<CommandCreator>& creators);
   Command* find(const QString& name) const;
   /// Sorted.
   QStringList names() const;

@@ -34,10 +34,6 @@ using RunPointer = std::shared_ptr<Run>;
 
 thread_local bool isCommandThread = false;
 
-bool isApplicationThread() {
-  return QCoreApplication::instance() && QThread::currentThread() == QCoreApplication::instance()->thread();
-}
-
 void wakeApplicationThread() {
   if (!QCoreApplication::instance()) return;
   if (auto* dispatcher = QAbstractEventDispatcher::instance(QCoreApplication::instance()->thread())) {
@@ -159,7 +155,7 @@ bool CommandProcessor::Private::waitFor(const RunPointer& run) {
 /// `reached` is asked with the lock held.
 void CommandProcessor::Private::waitUntil(const std::function<bool()>& reached, QEventLoop::ProcessEventsFlags flags) {
   std::unique_lock<std::mutex> lock(mutex);
-  if (!isApplicationThread()) return changed.wait(lock, reached);
+  if (!util::WorkerDelegate::isApplicationThread()) return changed.wait(lock, reached);
   while (!reached()) {
     lock.unlock();
     QCoreApplication::processEvents(flags | QEventLoop::WaitForMoreEvents);
@@ -238,7 +234,7 @@ void CommandProcessor::shutDown() {
   d->abortRunning();
   QTimer again;
   QObject::connect(&again, &QTimer::timeout, [this] { d->abortRunning(); });
-  if (isApplicationThread()) again.start(200);
+  if (util::WorkerDelegate::isApplicationThread()) again.start(200);
   d->waitUntil([this] { return d->isAtRest(); }, QEventLoop::ExcludeUserInputEvents);
   d->threads.waitForDone();
 }

@@ -34,7 +34,7 @@ class NUBO_KERNEL_EXPORT Module {
   /// Whether doStartupActions is to be called.
   virtual bool hasStartupActions();
   /// Called once when all modules are loaded. `progress` is never empty and shows a text to the waiting user. A module
-  /// that throws here is unloaded.
+  /// that throws here is found no more, and so are its commands.
   virtual void doStartupActions(boost::function<void(QString)> progress);
   /// Called before the module's commands are deleted, if the start-up did not fail.
   virtual void doShutdownActions();

@@ -2,14 +2,14 @@
 
 #include <QDir>
 #include <QLibrary>
-#include <algorithm>
-#include <exception>
 #include <set>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
 #include "kernel/log/logger.h"
+#include "kernel/util/delegate.h"
+#include "kernel/util/exceptiontext.h"
 #include "kernel/util/libraryfile.h"
 
 namespace nubo::main {
@@ -22,24 +22,17 @@ class ModuleError : public std::runtime_error {
   explicit ModuleError(const QString& reason) : std::runtime_error(reason.toUtf8().constData()) {}
 };
 
-void logFailure(const QString& fileName, const QString& reason) {
-  log::Logger::getInstance()->log(
-      log::Failure, "kernel/main/modulemanager", __LINE__, "nubo::main::ModuleManager::loadModules", nullptr,
-      QStringLiteral("Module \"%1\" failed: %2").arg(QFileInfo(fileName).fileName(), reason));
-}
-
 /// Runs foreign code of a module; false, with a record in the log, when something leaves it.
 template <class Function>
 bool attempt(const QString& fileName, Function function) {
   try {
     function();
     return true;
-  } catch (const std::exception& exception) {
-    logFailure(fileName, QString::fromUtf8(exception.what()));
   } catch (...) {
-    logFailure(fileName, QStringLiteral("unknown exception"));
+    NUBO_LOG(log::Failure, "nubo::main::ModuleManager::loadModules",
+             QStringLiteral("Module \"%1\" failed: %2").arg(QFileInfo(fileName).fileName(), util::exceptionText()));
+    return false;
   }
-  return false;
 }
 
 /// A library with its factory, module and commands. Goes down in the reverse order in which it came up.
@@ -55,12 +48,17 @@ class LoadedModule {
 
   /// Throws what stands in the way.
   void load();
-  /// The module is found by its name until it is gone.
+  /// Takes it out of sight, but leaves everything in its place: what the module has queued or started may go on running
+  /// until the program ends.
+  void withdraw();
+  /// A module that was not withdrawn is found by its name until it is gone.
   void unload();
   void start(const boost::function<void(QString)>& progress) {
     if (mp_Module->hasStartupActions()) mp_Module->doStartupActions(progress);
     m_Started = true;
   }
+  bool isMapped() const { return m_Library.isLoaded(); }
+  bool isUsable() const { return m_Usable; }
   Module* module() const { return mp_Module.get(); }
   QString name() const { return mp_Information->getName(); }
   QString fileName() const { return m_Library.fileName(); }
@@ -76,16 +74,27 @@ class LoadedModule {
   std::vector<CommandCreator> m_Creators;
   std::unique_ptr<InformationObject> mp_Information;
   std::unique_ptr<Module> mp_Module;
+  std::vector<std::unique_ptr<Command>> m_Withdrawn;
+  bool m_Usable = false;
   bool m_Started = false;
 };
 
+void LoadedModule::withdraw() {
+  m_Usable = false;
+  m_Withdrawn = CommandManager::getInstance()->takeOf(m_Creators);
+}
+
 void LoadedModule::unload() {
   if (std::exchange(m_Started, false)) attempt(fileName(), [this] { mp_Module->doShutdownActions(); });
+  // What is on its way to this thread may use the module's objects, and later still its code.
+  util::WorkerDelegate::runQueued();
   CommandManager::getInstance()->removeOf(std::exchange(m_Creators, {}));
+  m_Withdrawn.clear();
   delete mp_Module.get();
   mp_Module.release();
   if (std::exchange(mp_Factory, nullptr)) attempt(fileName(), m_RecycleFactory);
   mp_Information.reset();
+  util::WorkerDelegate::runQueued();
   m_Library.unload();
 }
 
@@ -103,6 +112,7 @@ void LoadedModule::load() {
     throw ModuleError(QStringLiteral("a module \"%1\" is loaded already").arg(name()));
   }
   makeCommands();
+  m_Usable = true;
 }
 
 void LoadedModule::resolve() {
@@ -154,16 +164,14 @@ void ModuleManager::loadModules(const QString& directory, const boost::function<
   std::vector<LoadedModule*> added;
   for (const QString& fileName : d->newLibrariesIn(directory)) {
     auto module = std::make_unique<LoadedModule>(fileName);
-    if (!attempt(fileName, [&] { module->load(); })) continue;
-    added.push_back(module.get());
-    d->modules.push_back(std::move(module));
+    if (attempt(fileName, [&] { module->load(); }))
+      added.push_back(module.get());
+    else
+      module->withdraw();
+    if (module->isMapped()) d->modules.push_back(std::move(module));
   }
-  for (LoadedModule* module : added) {
-    if (attempt(module->fileName(), [&] { module->start(report); })) continue;
-    module->unload();
-    const auto isIt = [module](const auto& other) { return other.get() == module; };
-    d->modules.erase(std::find_if(d->modules.begin(), d->modules.end(), isIt));
-  }
+  for (LoadedModule* module : added)
+    if (!attempt(module->fileName(), [&] { module->start(report); })) module->withdraw();
 }
 
 void ModuleManager::unloadModules() {
@@ -175,14 +183,15 @@ void ModuleManager::unloadModules() {
 
 Module* ModuleManager::getModule(const QString& name) const {
   for (const auto& module : d->modules) {
-    if (module->module() && module->name() == name) return module->module();
+    if (module->isUsable() && module->module() && module->name() == name) return module->module();
   }
   return nullptr;
 }
 
 QStringList ModuleManager::names() const {
   QStringList names;
-  for (const auto& module : d->modules) names.append(module->name());
+  for (const auto& module : d->modules)
+    if (module->isUsable()) names.append(module->name());
   return names;
 }
 

@@ -17,10 +17,11 @@ class NUBO_KERNEL_EXPORT ModuleManager {
 
   /// Loads every library of the directory in name order: getFactory, createModule, its commands, and
   /// when all are there, their start-up actions. A library that cannot be loaded, lacks the entry
-  /// points or throws is logged as a failure and skipped.
+  /// points or throws is logged as a failure and skipped: neither it nor its commands are found, but it
+  /// stays where it is until unloadModules, since what it has queued or started may still run.
   void loadModules(const QString& directory, const boost::function<void(QString)>& progress);
   /// In reverse order: shutdown actions, commands deleted, module deleted, recycleFactory, information
-  /// object deleted, library unloaded. The command processor must be at rest.
+  /// object deleted, library unloaded. The command processor must be at rest; delegates are served.
   void unloadModules();
 
   /// By the name in the information object; null if not loaded.

@@ -6,7 +6,9 @@
 #include <QThread>
 #include <QThreadStorage>
 #include <atomic>
+#include <utility>
 
+#include "kernel/log/logger.h"
 #include "kernel/util/delegate.h"
 
 namespace nubo::main {
@@ -14,6 +16,31 @@ namespace nubo::main {
 namespace {
 
 std::atomic<Overseer*> instance{nullptr};
+
+QString whyNotWritten(const QSettings& settings) {
+  // What is read may be nonsense, and is written over.
+  if (settings.status() != QSettings::AccessError) return QString();
+  return QStringLiteral("the settings cannot be written to %1").arg(settings.fileName());
+}
+
+/// Tells once when what was set is not written.
+class Settings : public QSettings {
+ public:
+  explicit Settings(const QString& fileName) : QSettings(fileName, QSettings::IniFormat) {}
+
+ protected:
+  /// Changes are written in the event that follows them.
+  bool event(QEvent* event) override {
+    const bool isHandled = QSettings::event(event);
+    const QString failure = whyNotWritten(*this);
+    if (!failure.isEmpty() && !std::exchange(m_Told, true))
+      NUBO_LOG(log::Failure, "nubo::main::Overseer::getQSettings", failure);
+    return isHandled;
+  }
+
+ private:
+  bool m_Told = false;
+};
 
 /// Made anew when the program has come to use another file. Qt's storage rather than the language's, since a
 /// thread that Qt waited for has emptied it, and so has written its settings.
@@ -52,14 +79,21 @@ Overseer* Overseer::getInstance() { return instance; }
 
 QSettings* Overseer::getQSettings() {
   std::shared_ptr<QSettings>& settings = settingsOfThread().localData();
-  if (!settings || settings->fileName() != d->settingsFile)
-    settings = std::make_shared<QSettings>(d->settingsFile, QSettings::IniFormat);
+  if (!settings || settings->fileName() != d->settingsFile) settings = std::make_shared<Settings>(d->settingsFile);
   return settings.get();
 }
 
 QSettings* nuboSettings() {
   Overseer* overseer = Overseer::getInstance();
   return overseer ? overseer->getQSettings() : nullptr;
+}
+
+QString writeSettings() {
+  if (!nuboSettings()) return QString();
+  // All objects on one file share what is to be written, but each keeps the failures that it met.
+  QSettings settings(nuboSettings()->fileName(), QSettings::IniFormat);
+  settings.sync();
+  return whyNotWritten(settings);
 }
 
 }  // namespace nubo::main

@@ -27,7 +27,8 @@ class NUBO_KERNEL_EXPORT Overseer {
   static Overseer* getInstance();
 
   CommandProcessor* getCommandProcessor() { return m_Processor.get(); }
-  /// The application settings, one object per calling thread on the same file; not owned by the caller.
+  /// The application settings, one object per calling thread on the same file; not owned by the caller. They are
+  /// written in a thread's event loop and at its end; where that fails in an event loop it is logged once.
   QSettings* getQSettings();
   QThread* getApplicationThread() const { return mp_ApplicationThread; }
 
@@ -40,5 +41,9 @@ class NUBO_KERNEL_EXPORT Overseer {
 
 /// The application settings; see Overseer::getQSettings.
 NUBO_KERNEL_EXPORT QSettings* nuboSettings();
+
+/// Writes what any thread has set to the file. The empty text, or why the settings are lost with the program. Any
+/// thread.
+[[nodiscard]] NUBO_KERNEL_EXPORT QString writeSettings();
 
 }  // namespace nubo::main

@@ -1,8 +1,7 @@
 #include "kernel/main/typesolver.h"
 
-#include <exception>
-
 #include "kernel/log/logger.h"
+#include "kernel/util/exceptiontext.h"
 
 namespace nubo::main {
 
@@ -20,12 +19,10 @@ template <class Conversion>
 TypeSolver::Value converted(const AbstractParameter& target, Conversion conversion) {
   try {
     return owned(target, conversion());
-  } catch (const std::exception& exception) {
-    log::Logger::getInstance()->log(log::Debug, "kernel/main/typesolver", __LINE__, "nubo::main::TypeSolver::convert",
-                                    nullptr, QString::fromUtf8(exception.what()));
   } catch (...) {
+    NUBO_LOG(log::Debug, "nubo::main::TypeSolver::convert", util::exceptionText());
+    return nullptr;
   }
-  return nullptr;
 }
 
 }  // namespace

@@ -3,31 +3,26 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QObject>
-#include <QThread>
 #include <condition_variable>
 #include <deque>
-#include <exception>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 #include "kernel/log/logger.h"
+#include "kernel/util/callgate.h"
+#include "kernel/util/exceptiontext.h"
 
 namespace nubo::util {
 
 namespace {
 
-void logFailure(const char* reason) {
-  log::Logger::getInstance()->log(log::Failure, "kernel/util/delegate", __LINE__, "nubo::util::WorkerDelegate::invoke",
-                                  nullptr, "A delegate failed: %s", reason);
-}
-
 void runQuietly(AbstractDelegate& delegate) {
   try {
     delegate.invoke();
-  } catch (const std::exception& exception) {
-    logFailure(exception.what());
   } catch (...) {
-    logFailure("unknown exception");
+    NUBO_LOG(log::Failure, "nubo::util::WorkerDelegate::invoke",
+             QStringLiteral("A delegate failed: ") + exceptionText());
   }
 }
 
@@ -43,6 +38,7 @@ class DelegateQueue {
   void open() {
     const std::lock_guard<std::mutex> lock(m_Mutex);
     m_Receiver = std::make_unique<Receiver>(*this);
+    m_ApplicationThread = std::this_thread::get_id();
   }
 
   void close() {
@@ -51,13 +47,17 @@ class DelegateQueue {
       const std::lock_guard<std::mutex> lock(m_Mutex);
       receiver.swap(m_Receiver);
     }
+    runAll();
+  }
+
+  void runAll() {
     while (runFirst()) {
     }
   }
 
-  bool isOnApplicationThread() {
+  bool isApplicationThread() {
     const std::lock_guard<std::mutex> lock(m_Mutex);
-    return m_Receiver && m_Receiver->thread() == QThread::currentThread();
+    return m_ApplicationThread == std::this_thread::get_id();
   }
 
   bool add(std::unique_ptr<AbstractDelegate>& delegate) {
@@ -66,17 +66,24 @@ class DelegateQueue {
   }
 
   bool addAndWait(std::unique_ptr<AbstractDelegate>& delegate) {
-    bool done = false;
+    Call call;
     std::unique_lock<std::mutex> lock(m_Mutex);
-    if (!addLocked(delegate, &done)) return false;
-    m_Done.wait(lock, [&] { return done; });
+    if (!addLocked(delegate, &call)) return false;
+    const CallGate::Waiting waiting(call.gate);
+    m_Done.wait(lock, [&] { return call.done; });
     return true;
   }
 
  private:
+  /// A delegate that somebody waits for.
+  struct Call {
+    CallGate gate;      ///< tells gates that the waiting thread is held up by this delegate
+    bool done = false;  ///< guarded by m_Mutex
+  };
+
   struct Item {
     std::unique_ptr<AbstractDelegate> delegate;
-    bool* done;  ///< guarded by m_Mutex; null when nobody waits
+    Call* call;  ///< null when nobody waits
   };
 
   class Receiver : public QObject {
@@ -92,9 +99,9 @@ class DelegateQueue {
     DelegateQueue& m_Queue;
   };
 
-  bool addLocked(std::unique_ptr<AbstractDelegate>& delegate, bool* done) {
+  bool addLocked(std::unique_ptr<AbstractDelegate>& delegate, Call* call) {
     if (!m_Receiver) return false;
-    m_Items.push_back({std::move(delegate), done});
+    m_Items.push_back({std::move(delegate), call});
     QCoreApplication::postEvent(m_Receiver.get(), new QEvent(QEvent::User));
     return true;
   }
@@ -105,11 +112,14 @@ class DelegateQueue {
     Item item = std::move(m_Items.front());
     m_Items.pop_front();
     lock.unlock();
-    runQuietly(*item.delegate);
+    if (!item.call) {
+      runQuietly(*item.delegate);
+      return true;
+    }
+    item.call->gate.pass([&] { runQuietly(*item.delegate); });
     item.delegate.reset();
-    if (!item.done) return true;
     lock.lock();
-    *item.done = true;
+    item.call->done = true;
     m_Done.notify_all();
     return true;
   }
@@ -118,6 +128,7 @@ class DelegateQueue {
   std::condition_variable m_Done;
   std::deque<Item> m_Items;
   std::unique_ptr<Receiver> m_Receiver;  ///< on the application thread; null while the way is closed
+  std::thread::id m_ApplicationThread;   ///< that of the last open()
 };
 
 }  // namespace
@@ -133,10 +144,14 @@ bool WorkerDelegate::invoke(AbstractDelegate* delegate) {
 
 bool WorkerDelegate::invokeSync(AbstractDelegate* delegate) {
   std::unique_ptr<AbstractDelegate> owned(delegate);
-  if (!DelegateQueue::instance().isOnApplicationThread()) return DelegateQueue::instance().addAndWait(owned);
+  if (!isApplicationThread()) return DelegateQueue::instance().addAndWait(owned);
   runQuietly(*owned);
   return true;
 }
+
+bool WorkerDelegate::isApplicationThread() { return DelegateQueue::instance().isApplicationThread(); }
+
+void WorkerDelegate::runQueued() { DelegateQueue::instance().runAll(); }
 
 void WorkerDelegate::open() { DelegateQueue::instance().open(); }
 

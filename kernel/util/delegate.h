@@ -46,9 +46,14 @@ class NUBO_KERNEL_EXPORT WorkerDelegate {
   /// Queued delegates run in order. Returns false, without running it, when the program is ending.
   static bool invoke(AbstractDelegate* delegate);
   /// Runs the delegate on the application thread and returns when it has run; on that thread itself
-  /// it runs directly. Returns false, without running it, when the program is ending: a waiting
-  /// caller is released, never left blocked.
+  /// it runs directly, whatever the way is. On others it returns false, without running the delegate,
+  /// when the program is ending: a waiting caller is released, never left blocked.
   static bool invokeSync(AbstractDelegate* delegate);
+
+  /// Whether the caller is on the thread that opened the way.
+  static bool isApplicationThread();
+  /// Runs what is queued, and what is queued meanwhile, before the event loop comes to it. Application thread.
+  static void runQueued();
 
   /// Opens and closes the way; called by the Overseer on the application thread. Closing runs what
   /// is queued, then refuses everything later.

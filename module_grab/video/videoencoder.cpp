@@ -11,6 +11,7 @@
 #include "kernel/log/logger.h"
 #include "kernel/main/informationobject.h"
 #include "kernel/main/modulemanager.h"
+#include "kernel/util/exceptiontext.h"
 #include "kernel/util/libraryfile.h"
 #include "module_grab/video/encoder.h"
 
@@ -22,18 +23,21 @@ using nubo::main::ThirdPartyInfos;
 
 QMutex instanceMutex;
 
-template <typename... Arguments>
-void logFailure(int line, const char* function, const char* format, const Arguments&... arguments) {
-  nubo::log::Logger::getInstance()->log(nubo::log::Failure, "module_grab/video/videoencoder", line, function, nullptr,
-                                        format, arguments...);
+constexpr char RefreshPlugins[] = "nubo::grab::video::VideoEncoder::refreshPlugins";
+constexpr char NoModule[] = "Module 'Grab' not found by the modulemanager!";
+
+/// The module's records; null if there is no module.
+QList<ThirdPartyInfos>* additionalInformations() {
+  const auto* module = nubo::main::ModuleManager::getInstance()->getModule(QStringLiteral("Grab"));
+  return module ? module->getInformationObject()->getAdditionalInformations() : nullptr;
 }
 
-/// The module's records, or null after logging that there is no module.
-QList<ThirdPartyInfos>* additionalInformations(int line, const char* function) {
-  const auto* module = nubo::main::ModuleManager::getInstance()->getModule(QStringLiteral("Grab"));
-  if (module) return module->getInformationObject()->getAdditionalInformations();
-  logFailure(line, function, "Module 'Grab' not found by the modulemanager!");
-  return nullptr;
+/// The empty text once the library is loaded, or why it cannot be.
+QString load(QLibrary& library) {
+  if (nubo::util::isCutOff(library.fileName())) return QStringLiteral("the file is not complete");
+  // One that lacks a function must be found out now, not when a recording calls it.
+  library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
+  return library.load() ? QString() : library.errorString();
 }
 
 /// A text whose characters are not in the plug-in's memory, which a literal's are.
@@ -64,30 +68,37 @@ VideoEncoder::~VideoEncoder() {
 void VideoEncoder::refreshPlugins() {
   const QDir directory(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/"));
   unloadPlugins();
-  auto* infos = additionalInformations(__LINE__, "nubo::grab::video::VideoEncoder::refreshPlugins");
+  auto* infos = additionalInformations();
+  if (!infos) NUBO_LOG(nubo::log::Failure, RefreshPlugins, NoModule);
   for (const QFileInfo& file : directory.entryInfoList()) {
-    if (!file.isSymLink() && !file.baseName().isEmpty() && QLibrary::isLibrary(file.absoluteFilePath()))
-      loadPlugin(file, infos);
+    if (file.isSymLink() || file.baseName().isEmpty() || !QLibrary::isLibrary(file.absoluteFilePath())) continue;
+    const QString error = loadPlugin(file.absoluteFilePath(), infos);
+    if (!error.isEmpty())
+      NUBO_LOG(nubo::log::Failure, RefreshPlugins, "Loading of video encoder plugin: '%s' failed with error: %s",
+               file.baseName().toLocal8Bit().constData(), error.toLocal8Bit().constData());
   }
 }
 
-void VideoEncoder::loadPlugin(const QFileInfo& file, QList<ThirdPartyInfos>* infos) {
-  auto library = std::make_unique<QLibrary>(file.absoluteFilePath());
-  const bool isCutOff = nubo::util::isCutOff(file.absoluteFilePath());
-  if (isCutOff || !library->load()) {
-    const QString error = isCutOff ? QStringLiteral("the file is not complete") : library->errorString();
-    logFailure(__LINE__, "nubo::grab::video::VideoEncoder::refreshPlugins",
-               "Loading of video encoder plugin: '%s' failed with error: %s", file.baseName().toLocal8Bit().constData(),
-               error.toLocal8Bit().constData());
-    return;
-  }
+QString VideoEncoder::loadPlugin(const QString& fileName, QList<ThirdPartyInfos>* infos) {
+  auto library = std::make_unique<QLibrary>(fileName);
+  if (const QString error = load(*library); !error.isEmpty()) return error;
   const auto doRegister = reinterpret_cast<bool (*)()>(library->resolve("doRegister"));
   const auto getInfos = reinterpret_cast<ThirdPartyInfos (*)()>(library->resolve("getInfos"));
-  // Deleting a QLibrary leaves the library loaded, as it must stay when its registrations may still be used.
-  if (doRegister && doRegister()) m_Libraries.append(library.release());
-  if (getInfos && infos) {
-    const ThirdPartyInfos record = getInfos();
-    infos->append({detached(record.name), detached(record.version), detached(record.licence), detached(record.url)});
+  const auto encoders = m_Encoders;
+  const auto loadableFiles = m_LoadableFiles;
+  try {
+    const bool isRegistered = doRegister && doRegister();
+    if (getInfos && infos) {
+      const ThirdPartyInfos record = getInfos();
+      infos->append({detached(record.name), detached(record.version), detached(record.licence), detached(record.url)});
+    }
+    // Deleting a QLibrary leaves the library loaded, as it must stay when its registrations may still be used.
+    if (isRegistered) m_Libraries.append(library.release());
+    return QString();
+  } catch (...) {
+    m_Encoders = encoders;
+    m_LoadableFiles = loadableFiles;
+    return nubo::util::exceptionText();
   }
 }
 
@@ -95,8 +106,8 @@ bool VideoEncoder::registerEncoder(EncoderFactory factory, const QString& extens
                                    void* userData) {
   const QString key = detached(extension.toUpper());
   if (m_Encoders.count(key) != 0) {
-    logFailure(__LINE__, "nubo::grab::video::VideoEncoder::registerEncoder",
-               "You could not register the same file extension twice!");
+    NUBO_LOG(nubo::log::Failure, "nubo::grab::video::VideoEncoder::registerEncoder",
+             "You could not register the same file extension twice!");
     return false;
   }
   m_Encoders[key] = {factory, userData};
@@ -119,7 +130,10 @@ void VideoEncoder::unloadPlugins() {
     delete library;
   }
   m_Libraries.clear();
-  if (auto* infos = additionalInformations(__LINE__, "nubo::grab::video::VideoEncoder::unloadPlugins")) infos->clear();
+  if (auto* infos = additionalInformations())
+    infos->clear();
+  else
+    NUBO_LOG(nubo::log::Failure, "nubo::grab::video::VideoEncoder::unloadPlugins", NoModule);
 }
 
 }  // namespace nubo::grab::video

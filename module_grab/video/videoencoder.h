@@ -8,7 +8,6 @@
 #include "module_grab/visibility.h"
 
 QT_BEGIN_NAMESPACE
-class QFileInfo;
 class QLibrary;
 QT_END_NAMESPACE
 
@@ -37,8 +36,8 @@ class NUBO_MODULE_GRAB_EXPORT VideoEncoder {
   ~VideoEncoder();
   VideoEncoder& operator=(const VideoEncoder& other);
 
-  /// Unloads every plug-in and loads those of the plug-in directory, in name order. Plug-ins that cannot be
-  /// loaded are logged and skipped.
+  /// Unloads every plug-in and loads those of the plug-in directory, in name order. Plug-ins that cannot be loaded,
+  /// lack a symbol or throw are logged and skipped.
   void refreshPlugins();
   /// For plug-ins, from doRegister. Case of the extension is ignored. Logs and returns false if it is taken.
   bool registerEncoder(EncoderFactory factory, const QString& extension, const QString& description, void* userData);
@@ -58,7 +57,8 @@ class NUBO_MODULE_GRAB_EXPORT VideoEncoder {
 
   VideoEncoder();
   VideoEncoder(const VideoEncoder& other);
-  void loadPlugin(const QFileInfo& file, QList<nubo::main::ThirdPartyInfos>* infos);
+  /// The empty text, or why nothing comes of the plug-in.
+  QString loadPlugin(const QString& fileName, QList<nubo::main::ThirdPartyInfos>* infos);
 
   static VideoEncoder* mp_This;
   QList<QLibrary*> m_Libraries;  ///< those whose doRegister succeeded, in load order; owned

@@ -2,31 +2,15 @@
 
 #include <QFileInfo>
 #include <QLocale>
-#include <QSettings>
 #include <QTimer>
 #include <cstdlib>
 
-#include "kernel/main/overseer.h"
 #include "nubo/cli/commandarguments.h"
 #include "nubo/cli/interrupt.h"
 #include "nubo/cli/report.h"
 #include "nubo/cli/terminalprogress.h"
 
 namespace nubo::app {
-
-namespace {
-
-bool storesSettings(const main::Command& command) { return dynamic_cast<const main::SettingsCommand*>(&command); }
-
-/// The empty text, or why the settings that were just stored are lost with this program.
-QString writeSettings() {
-  QSettings* settings = main::nuboSettings();
-  settings->sync();
-  if (settings->status() == QSettings::NoError) return QString();
-  return QStringLiteral("the settings cannot be written to %1").arg(settings->fileName());
-}
-
-}  // namespace
 
 CommandRun::CommandRun(main::Command& command, const QString& call, const QString& handicap, Report& report,
                        TerminalProgress& progress)
@@ -79,7 +63,7 @@ int CommandRun::judge() {
     return Failed;
   }
   if (!reportFiles(targetFiles(m_Command))) return Failed;
-  if (storesSettings(m_Command)) reportOtherValues();
+  if (dynamic_cast<const main::SettingsCommand*>(&m_Command)) reportOtherValues();
   if (m_EndedEarly.isEmpty()) return Done;
   m_Report.note(QStringLiteral("%1: ended early: %2").arg(m_Call, m_EndedEarly));
   return m_Signal == 0 ? int(Done) : EndedBySignal + m_Signal;
@@ -88,8 +72,6 @@ int CommandRun::judge() {
 QStringList CommandRun::failures() {
   const QString milestone = m_Report.lastMilestone();
   QStringList failures = m_Report.takeFailures();
-  if (failures.isEmpty() && storesSettings(m_Command))
-    if (const QString failure = writeSettings(); !failure.isEmpty()) failures << failure;
   for (const QString& file : targetFiles(m_Command))
     if (failures.isEmpty() && !QFileInfo::exists(file))
       failures << (milestone.isEmpty() ? QStringLiteral("%1 was not written").arg(file) : milestone);

@@ -2,8 +2,8 @@
 
 #include <QApplication>
 #include <QLibraryInfo>
-#include <QSettings>
 #include <QTranslator>
+#include <cstdio>
 #include <cstdlib>
 
 #include "kernel/main/overseer.h"
@@ -51,9 +51,11 @@ int runWindow(main::CommandProcessor& processor, const app::CommandLine& line, c
   const int status = QCoreApplication::exec();
   window.hide();
   processor.shutDown();
+  // The window has no place any more to show it.
+  if (const QString failure = main::writeSettings(); !failure.isEmpty())
+    std::fprintf(stderr, "nubo: %s\n", qPrintable(failure));
   if (!window.isLoading()) return status;
   // A large scene that is still being read for nothing is not worth waiting for.
-  main::nuboSettings()->sync();
   std::_Exit(status);
 }
 

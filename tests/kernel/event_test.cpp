@@ -2,8 +2,6 @@
 
 #include <QCoreApplication>
 #include <QThread>
-#include <atomic>
-#include <future>
 #include <memory>
 #include <thread>
 
@@ -101,24 +99,4 @@ TEST(Events, DeferredOnesComeToTheApplicationThread) {
   QCoreApplication::processEvents();
   EXPECT_EQ(seen, (std::vector<QObject*>{&living, nullptr}));
   EventManager::getInstance()->unregisterAllEventFunctionsOf(&owner);
-}
-
-TEST(Events, UnregisteringWaitsForAFunctionThatRuns) {
-  const auto type = EventHandler::getInstance()->addEvent("Test", "SLOW");
-  std::promise<void> entered;
-  std::promise<void> leave;
-  std::atomic<bool> left{false};
-  const int owner = 0;
-  listen(type, &owner, [&](const Event*) {
-    entered.set_value();
-    leave.get_future().wait();
-    left = true;
-  });
-  std::thread firing([&] { fire(type); });
-  entered.get_future().wait();
-  std::thread releaser([&] { leave.set_value(); });
-  EventManager::getInstance()->unregisterAllEventFunctionsOf(&owner);
-  EXPECT_TRUE(left);
-  firing.join();
-  releaser.join();
 }

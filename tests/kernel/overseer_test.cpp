@@ -1,15 +1,26 @@
 #include "kernel/main/overseer.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QThread>
-#include <thread>
+#include <future>
+
+#include "support/logcollector.h"
 
 using namespace nubo;
+
+namespace {
+
+constexpr char Key[] = "settings/grabvideofps";
+
+QVariant stored(const QString& fileName) { return QSettings(fileName, QSettings::IniFormat).value(Key); }
+
+}  // namespace
 
 TEST(Overseer, GivesEveryThreadItsOwnSettingsOnOneFile) {
   const QTemporaryDir directory;
@@ -21,19 +32,18 @@ TEST(Overseer, GivesEveryThreadItsOwnSettingsOnOneFile) {
     EXPECT_EQ(overseer.getApplicationThread(), QThread::currentThread());
     QSettings* mine = main::nuboSettings();
     EXPECT_EQ(main::nuboSettings(), mine);
-    mine->setValue("settings/grabvideofps", 30);
-    std::thread([mine] {
+    mine->setValue(Key, 30);
+    std::async(std::launch::async, [mine] {
       EXPECT_NE(main::nuboSettings(), mine);
-      EXPECT_EQ(main::nuboSettings()->value("settings/grabvideofps", "25").toInt(), 30);
+      EXPECT_EQ(main::nuboSettings()->value(Key).toInt(), 30);
       main::nuboSettings()->setValue("lastGrabImageDirectory", "/pictures");
-    }).join();
+    }).wait();
     EXPECT_EQ(mine->value("lastGrabImageDirectory").toString(), "/pictures");
   }
-  const QSettings stored("some/nubo.ini", QSettings::IniFormat);
-  EXPECT_EQ(stored.value("settings/grabvideofps").toInt(), 30);
+  EXPECT_EQ(stored("some/nubo.ini"), "30");
   {
     const main::Overseer overseer(QStringLiteral("other.ini"));
-    EXPECT_FALSE(main::nuboSettings()->contains("settings/grabvideofps")) << "another file";
+    EXPECT_FALSE(main::nuboSettings()->contains(Key)) << "another file";
   }
   QDir::setCurrent(previous);
 }
@@ -48,9 +58,29 @@ TEST(Overseer, LivesWithASettingsFileFullOfNonsense) {
   file.close();
   {
     const main::Overseer overseer(fileName);
-    EXPECT_EQ(main::nuboSettings()->value("settings/grabvideofps", "25").toInt(), 25);
-    main::nuboSettings()->setValue("settings/grabvideofps", 60);
+    EXPECT_EQ(main::nuboSettings()->value(Key, "25").toInt(), 25);
+    main::nuboSettings()->setValue(Key, 60);
+    EXPECT_EQ(main::writeSettings(), QString());
   }
-  const QSettings stored(fileName, QSettings::IniFormat);
-  EXPECT_EQ(stored.value("settings/grabvideofps").toInt(), 60);
+  EXPECT_EQ(stored(fileName), "60");
+}
+
+TEST(Overseer, TellsOfSettingsThatCannotBeWritten) {
+  struct Store : main::SettingsCommand {
+    Store() : SettingsCommand(nullptr, nullptr) {}
+    void execute() override { main::nuboSettings()->setValue(Key, 60); }
+  } command;
+  main::Overseer overseer(QStringLiteral("/proc/nubo.ini"));
+  test::LogCollector recorder;
+  EXPECT_EQ(main::writeSettings(), QString()) << "there is nothing to write";
+  for (int i = 0; i < 2; ++i) {
+    main::nuboSettings()->setValue(Key, i);
+    QCoreApplication::processEvents();
+  }
+  EXPECT_THAT(recorder.texts(log::Failure), testing::ElementsAre("the settings cannot be written to /proc/nubo.ini"));
+  for (int i = 0; i < 2; ++i) {
+    recorder.clear();
+    overseer.getCommandProcessor()->processCommand(&command, main::CommandProcessor::Wait, true);
+    EXPECT_THAT(recorder.texts(log::Failure), testing::ElementsAre("the settings cannot be written to /proc/nubo.ini"));
+  }
 }

@@ -1,17 +1,20 @@
-// A module that notes in the log what the host does with it; built several times, with its faults chosen
-// by macros.
+// A module that notes in the log what the host does with it; built several times, with faults that go by its name.
+#include <QThread>
 #include <stdexcept>
 
 #include "kernel/log/logger.h"
 #include "kernel/main/module.h"
+#include "kernel/main/overseer.h"
+#include "kernel/util/delegate.h"
+#include "kernel/util/functioncommand.h"
 
 using namespace nubo;
 
 namespace {
 
-void note(const char* what) {
-  log::Logger::getInstance()->log(log::Note, "testmodule", 1, "life", nullptr, "%s %s", TEST_MODULE_NAME, what);
-}
+const QString name = TEST_MODULE_NAME;
+
+void note(const char* what) { NUBO_LOG(log::Note, "life", "%s %s", TEST_MODULE_NAME, what); }
 
 struct Library {
   ~Library() { note("unloaded"); }
@@ -23,32 +26,57 @@ struct Library {
 
 namespace {
 
+void noteLater(const char* what) {
+  util::WorkerDelegate::invoke(new util::FunctionDelegate([what] { note(what); }));
+}
+
+/// Work that outlasts the failure of its module.
+void queueWork() {
+  const auto work = [] {
+    QThread::msleep(50);
+    note("worked");
+  };
+  main::Overseer::getInstance()->getCommandProcessor()->processCommand(new util::FunctionCommand(work, true, nullptr),
+                                                                       main::CommandProcessor::Queued, false);
+}
+
 class TestCommand : public main::Command {
  public:
   TestCommand()
-      : Command(new main::CommandDescriptor("does nothing", TEST_MODULE_NAME ".command"),
-                new main::CommandGUIDescriptor(main::CommandGUIDescriptor::Menu, "Test", 10,
-                                               TEST_MODULE_NAME ".command", "Test", nullptr)) {
+      : Command(new main::CommandDescriptor("does nothing", name + ".command"),
+                new main::CommandGUIDescriptor(main::CommandGUIDescriptor::Menu, "Test", 10, name + ".command", "Test",
+                                               nullptr)) {
     note("command made");
   }
   ~TestCommand() override { note("command deleted"); }
   void execute() override {}
   static Command* create() { return new TestCommand; }
+  static Command* createNone() {
+    queueWork();
+    return nullptr;
+  }
 };
 
 class TestModule : public main::Module {
  public:
   using Module::Module;
-  ~TestModule() override { note("module deleted"); }
+  ~TestModule() override {
+    note("module deleted");
+    noteLater("said farewell");
+  }
   bool hasStartupActions() override { return true; }
   void doStartupActions(boost::function<void(QString)> progress) override {
-#ifdef TEST_MODULE_ESTARTTHROWS
-    throw std::runtime_error("start refused");
-#endif
-    progress(TEST_MODULE_NAME);
+    if (name == "estartthrows") {
+      queueWork();
+      throw std::runtime_error("start refused");
+    }
+    progress(name);
     note("started");
   }
-  void doShutdownActions() override { note("shut down"); }
+  void doShutdownActions() override {
+    note("shut down");
+    noteLater("served");
+  }
 };
 
 class TestFactory : public main::ModuleFactory {
@@ -57,20 +85,20 @@ class TestFactory : public main::ModuleFactory {
     static auto* factory = new TestFactory;
     return factory;
   }
+  TestFactory() {
+    registerPrimaryCommand(&TestCommand::create);
+    if (name == "gnocommand") registerPrimaryCommand(&TestCommand::createNone);
+  }
   ~TestFactory() override { note("recycled"); }
   main::Module* createModule() override {
-#ifdef TEST_MODULE_DTHROWS
-    throw std::runtime_error("creation refused");
-#endif
-    return new TestModule(new main::InformationObject("a test", TEST_MODULE_NAME, QIcon(), QUrl(), QUrl()));
+    if (name == "dthrows") throw std::runtime_error("creation refused");
+    return new TestModule(new main::InformationObject("a test", name, QIcon(), QUrl(), QUrl()));
   }
 };
 
-const bool isRegistered = TestFactory::instance()->registerPrimaryCommand(&TestCommand::create);
-
 }  // namespace
 
-extern "C" Q_DECL_EXPORT main::ModuleFactory* getFactory() { return isRegistered ? TestFactory::instance() : nullptr; }
+extern "C" Q_DECL_EXPORT main::ModuleFactory* getFactory() { return TestFactory::instance(); }
 extern "C" Q_DECL_EXPORT void recycleFactory() { delete TestFactory::instance(); }
 
 #endif
