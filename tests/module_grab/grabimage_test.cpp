@@ -3,7 +3,6 @@
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
 #include <QDir>
 #include <QFileDialog>
@@ -11,13 +10,13 @@
 #include <QImageWriter>
 #include <QOffscreenSurface>
 #include <QSettings>
-#include <csignal>
 
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterpanelfactory.h"
 #include "kernel/util/yprogressdialog.h"
 #include "support/glfixture.h"
 #include "support/host.h"
+#include "support/limit.h"
 #include "support/quad.h"
 
 // The largest texture that OpenGL says to allow; below 0: what it does allow.
@@ -179,10 +178,6 @@ TEST_F(GrabImageTest, SavesAndRemembersTheDirectory) {
 }
 
 TEST_F(GrabImageTest, KeepsTheOldFileWhereTheNewOneFindsNoSpace) {
-  const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
-  rlimit limit{};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit small{100, limit.rlim_max};
   for (const char* name : {"old.png", "old.bmp", "old.tif", "old.jpg"}) {
     SCOPED_TRACE(name);
     if (!QImageWriter::supportedImageFormats().contains(QFileInfo(name).suffix().toLatin1())) continue;
@@ -190,9 +185,10 @@ TEST_F(GrabImageTest, KeepsTheOldFileWhereTheNewOneFindsNoSpace) {
     ASSERT_TRUE(file.open(QIODevice::ReadWrite) && file.write("old") == 3 && file.flush());
     ASSERT_TRUE(give(file.fileName(), 300));
     testing::internal::CaptureStderr();
-    setrlimit(RLIMIT_FSIZE, &small);
-    EXPECT_TRUE(m_Host.run(*m_Command));
-    setrlimit(RLIMIT_FSIZE, &limit);
+    {
+      const test::Limit fileSize(RLIMIT_FSIZE, 100);
+      EXPECT_TRUE(m_Host.run(*m_Command));
+    }
     EXPECT_THAT(testing::internal::GetCapturedStderr(), Not(testing::HasSubstr("TIFF")));
     EXPECT_THAT(m_Log.messages(), ElementsAre("Couldn't save image '" + file.fileName() + "'!"));
     EXPECT_EQ(m_Reason, "File too large");
@@ -200,7 +196,6 @@ TEST_F(GrabImageTest, KeepsTheOldFileWhereTheNewOneFindsNoSpace) {
     EXPECT_TRUE(now.open(QIODevice::ReadOnly) && now.readAll() == "old");
     EXPECT_EQ(QDir(m_Host.directory.path()).entryList({QString(name) + "*"}), QStringList{name});
   }
-  std::signal(SIGXFSZ, previousHandler);
 }
 
 TEST_F(GrabImageTest, RefusesWhatCannotBecomeAPicture) {

@@ -1,8 +1,6 @@
 // A video of known pictures, and what FFmpeg's programs say of the file that a plug-in made of it.
 #pragma once
 
-#include <sys/resource.h>
-
 #include <QBuffer>
 #include <QByteArray>
 #include <QFile>
@@ -11,7 +9,6 @@
 #include <QProcess>
 #include <array>
 #include <cmath>
-#include <csignal>
 #include <cstdint>
 #include <memory>
 
@@ -68,19 +65,23 @@ inline int numberIn(const QByteArray& frame) {
   return number;
 }
 
-/// A chunk as a grabbing thread hands it over: open and at its end.
-inline std::unique_ptr<QIODevice> chunk(int firstFrame, int count) {
-  auto buffer = std::make_unique<QBuffer>();
-  buffer->open(QIODevice::ReadWrite);
-  for (int i = 0; i < count; ++i) buffer->write(rawFrame(firstFrame + i));
-  return buffer;
+using Chunk = std::unique_ptr<QIODevice>;
+
+/// A chunk as a grabbing thread hands it over: open and at its end. In `device`, where that is given, open.
+inline Chunk chunk(int firstFrame, int count, Chunk device = nullptr) {
+  if (!device) {
+    device = std::make_unique<QBuffer>();
+    device->open(QIODevice::ReadWrite);
+  }
+  for (int i = 0; i < count; ++i) device->write(rawFrame(firstFrame + i));
+  return device;
 }
 
 inline QByteArray output(const QString& program, const QStringList& arguments) {
   QProcess process;
   process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
   process.start(program, arguments);
-  return process.waitForFinished(-1) && process.exitCode() == 0 ? process.readAllStandardOutput() : QByteArray();
+  return process.waitForFinished(60000) && process.exitCode() == 0 ? process.readAllStandardOutput() : QByteArray();
 }
 
 /// The properties of the first stream, counted frames among them, as ffprobe names them.
@@ -98,6 +99,14 @@ inline QByteArray decode(const QString& fileName, const QStringList& decoder = {
   return output("ffmpeg", QStringList{"-v", "error"} + decoder +
                               QStringList{"-i", fileName, "-vsync", "passthrough", "-f", "rawvideo", "-pix_fmt", "bgra",
                                           "-sws_flags", "accurate_rnd+full_chroma_int", "-"});
+}
+
+/// The numbers of all frames.
+inline std::vector<int> numbersIn(const QString& fileName) {
+  std::vector<int> numbers;
+  const QByteArray frames = decode(fileName);
+  for (int at = 0; at < frames.size(); at += frameSize) numbers.push_back(numberIn(frames.mid(at, frameSize)));
+  return numbers;
 }
 
 inline QList<double> times(const QString& fileName) {
@@ -137,28 +146,10 @@ inline std::unique_ptr<grab::video::Encoder> open(const QString& fileName, int f
 }
 
 /// Hands a chunk over; deletes it if it is refused.
-inline bool hand(grab::video::Encoder& encoder, std::unique_ptr<QIODevice> chunk, bool last) {
+inline bool hand(grab::video::Encoder& encoder, Chunk chunk, bool last) {
   if (!encoder.encodeVideoChunk(chunk.get(), last)) return false;
   (void)chunk.release();
   return true;
 }
-
-/// Lowers what the process may take, as a full disk or a crowded system would.
-class Limit {
- public:
-  Limit(decltype(RLIMIT_FSIZE) resource, rlim_t value) : m_Resource(resource) {
-    signal(SIGXFSZ, SIG_IGN);
-    getrlimit(resource, &m_Earlier);
-    const rlimit lowered{value, m_Earlier.rlim_max};
-    setrlimit(resource, &lowered);
-  }
-  ~Limit() { setrlimit(m_Resource, &m_Earlier); }
-  Limit(const Limit&) = delete;
-  Limit& operator=(const Limit&) = delete;
-
- private:
-  decltype(RLIMIT_FSIZE) m_Resource;
-  rlimit m_Earlier{};
-};
 
 }  // namespace nubo::test
