@@ -21,8 +21,8 @@
 
 // The largest texture that OpenGL says to allow; below 0: what it does allow.
 static int g_LargestTexture = -1;
-// Surfaces that were destroyed with no context current.
-static std::atomic<int> g_SurfacesReleased{0};
+// Runs before a surface is destroyed, on its thread.
+static std::function<void()> g_BeforeSurfaceGoes;
 
 // Both stand before the libraries' own functions for everything in this program.
 extern "C" Q_DECL_EXPORT void glGetIntegerv(GLenum name, GLint* value) {
@@ -35,7 +35,7 @@ extern "C" Q_DECL_EXPORT void glGetIntegerv(GLenum name, GLint* value) {
 extern "C" Q_DECL_EXPORT void destroySurface(QOffscreenSurface* surface) __asm__("_ZN17QOffscreenSurface7destroyEv");
 void destroySurface(QOffscreenSurface* surface) {
   using Function = void (*)(QOffscreenSurface*);
-  if (!QOpenGLContext::currentContext()) ++g_SurfacesReleased;
+  if (g_BeforeSurfaceGoes) g_BeforeSurfaceGoes();
   reinterpret_cast<Function>(dlsym(RTLD_NEXT, "_ZN17QOffscreenSurface7destroyEv"))(surface);
 }
 
@@ -143,23 +143,31 @@ TEST_F(GrabImageTest, ShowsTheSameViewAtEverySizeWhateverTheTexturesAllow) {
 /// Changes the scene from the application thread as soon as it hears of a picture, which has to wait for the picture.
 struct ImpatientPresenter : util::ProgressPresenter {
   void begin(const void*, const QString&, bool) override {
-    const int before = g_SurfacesReleased;
     scene::_GlobalScene()->setBackgroundColor(Qt::gray);
-    releasedMeanwhile = g_SurfacesReleased - before;
+    changed = true;
   }
   void update(const void*, int) override {}
   void end(const void*) override { ++ended; }
-  int releasedMeanwhile = 0;
+  std::atomic<bool> changed{false};
   int ended = 0;
 };
 
 TEST_F(GrabImageTest, ReleasesItsContextBeforeTheSceneMayChange) {
   const auto presenter = std::make_shared<ImpatientPresenter>();
   util::YProgressDialog::setPresenter(presenter);
-  EXPECT_FALSE(picture(3000).isNull());
+  bool isReleased = false, isChangedBefore = false;
+  g_BeforeSurfaceGoes = [&] {
+    if (std::exchange(isReleased, true)) return;
+    EXPECT_EQ(QOpenGLContext::currentContext(), nullptr);
+    for (int i = 0; i < 200 && !presenter->changed; ++i) QThread::msleep(1);  // enough for a change that may come
+    isChangedBefore = presenter->changed;
+  };
+  EXPECT_FALSE(picture(1000).isNull());
   EXPECT_TRUE(m_Host.settle());
+  g_BeforeSurfaceGoes = nullptr;
   util::YProgressDialog::setPresenter(nullptr);
-  EXPECT_EQ(presenter->releasedMeanwhile, 1);
+  EXPECT_TRUE(isReleased && presenter->changed);
+  EXPECT_FALSE(isChangedBefore);
   EXPECT_EQ(presenter->ended, 1);
 }
 
