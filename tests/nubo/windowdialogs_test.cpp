@@ -10,8 +10,8 @@
 #include <QTreeWidget>
 
 #include "kernel/main/parameter.h"
-#include "nubo/window/menus/aboutdialog.h"
 #include "nubo/window/application.h"
+#include "nubo/window/menus/aboutdialog.h"
 #include "nubo/window/parameters/parameterdialog.h"
 #include "nubo/windowfixture.h"
 
@@ -77,17 +77,17 @@ TEST_F(WindowTest, GivesEveryMenuEntryALetterOfItsOwnInBothLanguages) {
       shortcuts[keys] = action->text();
     }
     EXPECT_GT(shortcuts.size(), 20);
+    EXPECT_EQ(action("stop")->shortcut().toString(QKeySequence::NativeText), german ? "Strg+." : "Ctrl+.");
+    EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Cancel"), german ? "Abbrechen" : "Cancel");
     drop({QUrl::fromLocalFile(writeFile("empty.stl", {}))});
     EXPECT_TRUE(waitUntil([&] { return message().contains(german ? "die Datei ist leer" : "the file is empty"); }));
-    keepScreenshot(german ? "german" : "english");
     window.reset();
   }
 }
 
 TEST_F(WindowTest, LeadsTheFocusThroughDialogsAndTheWindow) {
   ASSERT_NO_FATAL_FAILURE(openCube());
-  action("command:grabvideo")->trigger();
-  ASSERT_TRUE(waitUntil([this] { return dialog() && dialog()->focusWidget(); }));
+  ASSERT_TRUE(openDialog("grabvideo"));
   QStringList order;
   for (int i = 0; i < 7; ++i) {
     const QWidget* focus = dialog()->focusWidget();
@@ -97,8 +97,7 @@ TEST_F(WindowTest, LeadsTheFocusThroughDialogsAndTheWindow) {
     QTest::keyClick(dialog(), Qt::Key_Tab);
   }
   EXPECT_EQ(order.join(' ').toStdString(), "filename Choose… width height sync Start Cancel");
-  QTest::keyClick(dialog(), Qt::Key_Escape);
-  EXPECT_TRUE(waitUntil([this] { return !dialog(); }));
+  EXPECT_TRUE(cancel());
 
   useShortcut("F10");
   activate();
@@ -134,7 +133,6 @@ TEST_F(WindowTest, OffersTheParameterSetsOfACommand) {
     EXPECT_EQ(height->isVisible(), choice == 0);
     QWidget* editor = dialog.findChild<QWidget*>(choice == 0 ? "height" : "element");
     type(editor->focusProxy(), text);
-    keepScreenshot("variants");
     QTest::keyClick(&dialog, Qt::Key_Return);
     ASSERT_EQ(dialog.result(), QDialog::Accepted);
     ASSERT_TRUE(command.setParameters(dialog.values()));
@@ -160,11 +158,9 @@ TEST_F(WindowTest, ChoosesFilesAndMovesSliders) {
   });
   QTest::mouseClick(field("filename")->parentWidget()->findChild<QToolButton*>(), Qt::LeftButton);
   EXPECT_EQ(qobject_cast<QLineEdit*>(field("filename"))->text(), host.file("chosen.bmp"));
-  QTest::keyClick(dialog(), Qt::Key_Escape);
-  ASSERT_TRUE(waitUntil([this] { return !dialog(); }));
+  EXPECT_TRUE(cancel());
 
-  action("command:setvideosettings")->trigger();
-  ASSERT_TRUE(waitUntil([this] { return dialog() != nullptr; }));
+  ASSERT_TRUE(openDialog("setvideosettings"));
   auto* box = qobject_cast<QSpinBox*>(field("max. tempfile-size (MB)"));
   auto* slider = box->parentWidget()->findChild<QSlider*>();
   EXPECT_EQ(box->value(), 50);
@@ -173,38 +169,36 @@ TEST_F(WindowTest, ChoosesFilesAndMovesSliders) {
   type(box, "120");
   EXPECT_EQ(slider->value(), 120);
   QTest::keyClick(slider, Qt::Key_End);
-  QTest::keyClick(dialog(), Qt::Key_Return);
+  EXPECT_TRUE(start());
   EXPECT_TRUE(waitUntil([] { return main::nuboSettings()->value("settings/grabvideotempfilesize").toInt() == 1000; }));
 }
 
 TEST_F(WindowTest, ShowsTheLogDownToALevel) {
-  useShortcut("F10");
-  const auto* view = window->findChild<QTreeView*>("log");
-  ASSERT_TRUE(waitUntil([&] { return view->isVisible(); }));
-  auto* levels = window->findChild<QComboBox*>("logLevels");
   const auto shows = [this](const QString& text) {
     const auto* model = window->findChild<QTreeView*>("log")->model();
     return !model->match(model->index(0, 2), Qt::DisplayRole, text, 1, Qt::MatchExactly).isEmpty();
   };
   const std::pair<int, QString> records[] = {
       {log::Failure, "fails"}, {log::Milestone, "passes"}, {log::Note, "tells"}, {log::Debug, "details"}};
-  for (const auto& [level, text] : records)
-    log::Logger::getInstance()->log(level, "test", 1, "nubo::test", nullptr, text);
+  const auto tell = [&] {
+    for (const auto& [level, text] : records) NUBO_LOG(level, "nubo::test", text);
+  };
+  window->findChild<window::MessageBar*>()->findChild<QPushButton*>()->click();
+  EXPECT_TRUE(window->findChild<QTreeView*>("log")->isVisible());
+  auto* levels = window->findChild<QComboBox*>("logLevels");
+  tell();
   ASSERT_TRUE(waitUntil([&] { return shows("tells"); }));
+  EXPECT_EQ(message(), "fails");
   levels->setFocus();
   QTest::keyClick(levels, Qt::Key_Home);
   for (int shown = 1; shown <= 4; ++shown) {
     for (int i = 0; i < 4; ++i) EXPECT_EQ(shows(records[i].second), i < shown) << shown << ' ' << i;
     QTest::keyClick(levels, Qt::Key_Down);
   }
-  EXPECT_EQ(message(), "fails");
-  keepScreenshot("log");
-
   QTest::keyClick(levels, Qt::Key_Home);
   window.reset();
   ASSERT_NO_FATAL_FAILURE(openWindow());
-  for (const auto& [level, text] : {records[2], records[0]})
-    log::Logger::getInstance()->log(level, "test", 1, "nubo::test", nullptr, text);
+  tell();
   EXPECT_TRUE(waitUntil([&] { return shows("fails"); }));
   EXPECT_FALSE(shows("tells")) << "the level that was chosen last";
 }
@@ -214,7 +208,6 @@ TEST_F(WindowTest, TellsWhatModulesAndEncodersAreMadeOf) {
   inNextDialog<window::AboutDialog>([&](window::AboutDialog* about) {
     QTreeWidgetItemIterator items(about->findChild<QTreeWidget*>());
     for (; *items; ++items) cells << (*items)->text(0) << (*items)->text(2);
-    keepScreenshot("about");
     QTest::keyClick(about, Qt::Key_Escape);
   });
   for (QAction* action : window->findChild<QMenu*>("helpMenu")->actions())
@@ -248,7 +241,6 @@ TEST_F(WindowTest, GoesOnWithModulesThatCannotBeLoaded) {
   EXPECT_TRUE(message().contains("cut.so") && message().contains('2')) << message().toStdString();
   const auto* log = window->findChild<QTreeView*>("log")->model();
   EXPECT_EQ(log->match(log->index(0, 2), Qt::DisplayRole, "Module \"cut.so\"", -1, Qt::MatchStartsWith).size(), 1);
-  keepScreenshot("broken-modules");
   ASSERT_NO_FATAL_FAILURE(openCube());
   pressShortcut(Qt::Key_Escape);
   EXPECT_TRUE(waitUntil([this] { return message().isEmpty(); }));

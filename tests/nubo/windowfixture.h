@@ -67,6 +67,7 @@ class WindowTest : public testing::Test {
   }
 
   void TearDown() override {
+    if (window) keepScreenshot(testing::UnitTest::GetInstance()->current_test_info()->name());
     host.overseer.getCommandProcessor()->shutDown();
     window.reset();
     trajectory::TrajectoryHandler::getInstance()->clear();
@@ -113,13 +114,10 @@ class WindowTest : public testing::Test {
   }
   QList<QToolButton*> abortButtons() const { return window->findChildren<QToolButton*>("abort"); }
   bool anythingRuns() const { return !window->findChildren<QWidget*>("running").isEmpty(); }
-  QString message() const {
-    return window->findChild<window::MessageBar*>()->text();
-  }
+  QString message() const { return window->findChild<window::MessageBar*>()->text(); }
 
   /// Leaves a picture of the screen beside the test program, to be looked at.
   static void keepScreenshot(const QString& name) {
-    QTest::qWait(100);
     const QDir folder(QCoreApplication::applicationDirPath() + "/screenshots");
     folder.mkpath(".");
     QGuiApplication::primaryScreen()->grabWindow(0).save(folder.filePath(name + ".png"));
@@ -155,6 +153,33 @@ class WindowTest : public testing::Test {
     QTest::keyClicks(widget, text);
   }
   QWidget* field(const QString& parameter) const { return dialog()->findChild<QWidget*>(parameter)->focusProxy(); }
+  QString remark(const QString& parameter) const {
+    const auto* label = dialog()->findChild<QLabel*>(parameter + ":remark");
+    return label->isVisible() ? label->text() : QString();
+  }
+  /// Of the dialog that is shown.
+  void enter(const QString& parameter, const QString& value) {
+    type(field(parameter), value);
+    if (value.isEmpty()) QTest::keyClick(field(parameter), Qt::Key_Delete);
+  }
+  bool cancel() {
+    QTest::keyClick(dialog(), Qt::Key_Escape);
+    return waitUntil([this] { return !dialog(); });
+  }
+  /// Whether the dialog accepts what was entered.
+  bool start() {
+    QTest::keyClick(dialog(), Qt::Key_Return);
+    return !dialog();
+  }
+  bool waitForEnd() {
+    return waitUntil([this] { return !anythingRuns() && host.settle(); });
+  }
+  bool openDialog(const char* command) {
+    QAction* opener = action(QStringLiteral("command:") + command);
+    if (!waitUntil([opener] { return opener->isEnabled(); })) return false;
+    opener->trigger();
+    return waitUntil([this] { return dialog() && dialog()->focusWidget(); });
+  }
 
   /// Opens a menu by Alt and a letter, and chooses from it by another.
   void chooseFromMenu(Qt::Key menu, Qt::Key entry) {
@@ -170,16 +195,14 @@ class WindowTest : public testing::Test {
 
   void startVideo(const QString& name, bool inStep) {
     ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_V));
-    type(field("filename"), host.file(name));
-    type(field("width"), "200");
-    type(field("height"), "160");
-    keepScreenshot("video-dialog");
+    for (const auto& [parameter, value] : {std::pair("filename", host.file(name)), {"width", "200"}, {"height", "160"}})
+      enter(parameter, value);
     auto* sync = qobject_cast<QCheckBox*>(field("sync"));
     if (sync->isChecked() != inStep) QTest::keyClick(sync, Qt::Key_Space);
     const int before = abortButtons().size();
-    QTest::keyClick(dialog(), Qt::Key_Return);
-    ASSERT_TRUE(waitUntil([&] { return abortButtons().size() == before + 1; }));
-    ASSERT_TRUE(waitUntil([&] { return QFile::exists(host.file(name)); }));
+    keepScreenshot("dialog");
+    ASSERT_TRUE(start());
+    ASSERT_TRUE(waitUntil([&] { return abortButtons().size() == before + 1 && QFile::exists(host.file(name)); }));
   }
 
   /// Calls the function with the modal dialog that the next call opens.
