@@ -228,15 +228,16 @@ bool CommandProcessor::isRunning() const {
 void CommandProcessor::abortAll() { d->abortRunning(); }
 
 void CommandProcessor::shutDown() {
-  for (const auto& run : d->dropQueue()) {
-    if (!run->keep) deleteOnApplicationThread(run->command);
-  }
+  const std::deque<RunPointer> dropped = d->dropQueue();
   d->abortRunning();
   QTimer again;
   QObject::connect(&again, &QTimer::timeout, [this] { d->abortRunning(); });
   if (util::WorkerDelegate::isApplicationThread()) again.start(200);
   d->waitUntil([this] { return d->isAtRest(); }, QEventLoop::ExcludeUserInputEvents);
   d->threads.waitForDone();
+  // Not before, since a command that was to run once more may have been running.
+  for (const auto& run : dropped)
+    if (!run->keep) deleteOnApplicationThread(run->command);
 }
 
 }  // namespace nubo::main

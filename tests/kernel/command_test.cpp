@@ -10,18 +10,19 @@
 #include <memory>
 #include <mutex>
 #include <stdexcept>
-#include <vector>
 
 #include "kernel/main/commandmanager.h"
 #include "kernel/main/overseer.h"
-#include "kernel/main/parameter.h"
 #include "kernel/util/delegate.h"
 #include "kernel/util/functioncommand.h"
 #include "support/logcollector.h"
+#include "support/values.h"
+#include "support/waiting.h"
 
 using namespace nubo;
 using main::Command;
 using main::CommandProcessor;
+using test::textValues;
 using ::testing::ElementsAre;
 using util::FunctionCommand;
 
@@ -41,30 +42,25 @@ class Resize : public Command {
   static Command* create() { return new Resize; }
   void execute() override {}
 
-  QStringList current() const {
+  static std::string currentOf(const Command& command) {
     QStringList texts;
-    if (!mp_CurrentParameterSet) return texts;
-    for (const auto* parameter : mp_CurrentParameterSet->parameters()) texts << parameter->toString();
-    return texts;
+    if (const auto* set = dynamic_cast<const Resize&>(command).mp_CurrentParameterSet)
+      for (const auto* parameter : set->parameters()) texts << parameter->toString();
+    return texts.join(' ').toStdString();
   }
 };
-
-/// Values as texts, null for a missing one.
-main::ParameterSet values(int id, const QStringList& texts) {
-  main::ParameterSet set(id, QString());
-  for (const QString& text : texts) {
-    auto* parameter = new main::Parameter<QString>("value", "", "", true, nullptr);
-    if (!text.isNull()) parameter->castString(text);
-    set.addParameter(parameter);
-  }
-  return set;
-}
 
 /// Runs until it is aborted, and does not hear the first aborts, like one that is still setting up.
 class Recording : public Command {
  public:
-  explicit Recording(int deafTo = 0) : Command(nullptr, nullptr), m_DeafTo(deafTo) { m_Abortable = true; }
-  ~Recording() override { EXPECT_EQ(QThread::currentThread(), qApp->thread()); }
+  explicit Recording(int deafTo = 0) : Command(nullptr, nullptr), m_DeafTo(deafTo) {
+    m_Abortable = true;
+    ++alive;
+  }
+  ~Recording() override {
+    EXPECT_EQ(QThread::currentThread(), qApp->thread());
+    --alive;
+  }
   void execute() override {
     begun.release();
     m_Stop.acquire();
@@ -76,36 +72,46 @@ class Recording : public Command {
   }
   QSemaphore begun;
   std::atomic<bool> cleanedUp{false};
+  static int alive;
 
  private:
   std::atomic<int> m_DeafTo;
   QSemaphore m_Stop;
 };
+int Recording::alive = 0;
 
 class CommandProcessorTest : public testing::Test {
  protected:
+  bool queue(Command& command) { return processor.processCommand(&command, CommandProcessor::Queued, true); }
+  bool run(Command& command) { return processor.processCommand(&command, CommandProcessor::Wait, true); }
+  bool settle() {
+    return test::waitUntil([this] { return !processor.isRunning(); });
+  }
+
   main::Overseer overseer{QStringLiteral("unused.ini")};
   CommandProcessor& processor = *overseer.getCommandProcessor();
-
-  void settle() {
-    while (processor.isRunning()) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-  }
 };
 
 }  // namespace
 
 TEST(Command, TakesAllParametersOrNone) {
+  const struct {
+    int id;
+    QStringList values;
+    const char* current;  // null: refused
+  } rows[] = {
+      {5, {"a", "1", "1"}, nullptr},       {4, {"a", "1"}, nullptr},
+      {4, {"a", "20", "1.5"}, "a 20 1.5"}, {4, {"b", "30", "much"}, nullptr},
+      {4, {QString(), "3", "2"}, nullptr}, {4, {"b", QString(), QString()}, "b 10000 "},
+  };
   Resize command;
-  EXPECT_FALSE(command.setParameters(values(5, {"a", "1", "1"})));
-  EXPECT_FALSE(command.setParameters(values(4, {"a", "1"})));
-  EXPECT_TRUE(command.current().isEmpty());
-  ASSERT_TRUE(command.setParameters(values(4, {"a", "20", "1.5"})));
-  EXPECT_EQ(command.current(), QStringList({"a", "20", "1.5"}));
-  EXPECT_FALSE(command.setParameters(values(4, {"b", "30", "much"})));
-  EXPECT_FALSE(command.setParameters(values(4, {QString(), "30", "2"})));
-  EXPECT_EQ(command.current(), QStringList({"a", "20", "1.5"}));
-  ASSERT_TRUE(command.setParameters(values(4, {"b", QString(), QString()})));
-  EXPECT_EQ(command.current(), QStringList({"b", "10000", QString()}));
+  std::string current;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.values.join(' ').toStdString());
+    EXPECT_EQ(command.setParameters(textValues(row.id, row.values)), row.current != nullptr);
+    if (row.current) current = row.current;
+    EXPECT_EQ(Resize::currentOf(command), current);
+  }
 }
 
 TEST(Command, ClonesWithItsCurrentValues) {
@@ -114,15 +120,14 @@ TEST(Command, ClonesWithItsCurrentValues) {
   ASSERT_TRUE(manager->add(new Resize, &Resize::create));
   const test::LogCollector recorder;
   EXPECT_FALSE(manager->add(new Resize, &Resize::create));
-  EXPECT_EQ(recorder.messages(log::Failure).size(), 1U);
+  EXPECT_THAT(recorder.texts(log::Failure), ElementsAre("The command name \"resize\" is missing or taken"));
 
   Command* original = manager->find("resize");
-  const std::unique_ptr<Command> empty(original->clone());
-  EXPECT_TRUE(dynamic_cast<Resize&>(*empty).current().isEmpty());
-  ASSERT_TRUE(original->setParameters(values(4, {"a", "20", QString()})));
+  EXPECT_EQ(Resize::currentOf(*std::unique_ptr<Command>(original->clone())), "");
+  ASSERT_TRUE(original->setParameters(textValues(4, {"a", "20", QString()})));
   const std::unique_ptr<Command> clone(original->clone());
-  ASSERT_TRUE(original->setParameters(values(4, {"b", "30", "3"})));
-  EXPECT_EQ(dynamic_cast<Resize&>(*clone).current(), QStringList({"a", "20", QString()}));
+  ASSERT_TRUE(original->setParameters(textValues(4, {"b", "30", "3"})));
+  EXPECT_EQ(Resize::currentOf(*clone), "a 20 ");
   manager->removeOf({&Resize::create});
   EXPECT_EQ(manager->find("resize"), nullptr);
   EXPECT_EQ(clone->clone(), nullptr);
@@ -132,7 +137,7 @@ TEST_F(CommandProcessorTest, StartsInOrderAndSideBySide) {
   std::mutex mutex;
   std::vector<int> starts;
   Recording first;
-  processor.processCommand(&first, CommandProcessor::Queued, true);
+  queue(first);
   std::vector<std::unique_ptr<FunctionCommand>> commands;
   for (int i = 0; i < 20; ++i) {
     commands.push_back(std::make_unique<FunctionCommand>([] {}, false, nullptr));
@@ -140,14 +145,14 @@ TEST_F(CommandProcessorTest, StartsInOrderAndSideBySide) {
       const std::lock_guard<std::mutex> lock(mutex);
       starts.push_back(i);
     });
+    queue(*commands.back());
   }
-  for (const auto& command : commands) processor.processCommand(command.get(), CommandProcessor::Queued, true);
   FunctionCommand last([] {}, false, nullptr);
-  EXPECT_TRUE(processor.processCommand(&last, CommandProcessor::Wait, true)) << "the first still runs";
+  EXPECT_TRUE(run(last)) << "the first still runs";
   first.begun.acquire();
   EXPECT_TRUE(processor.isRunning());
   processor.abortAll();
-  settle();
+  EXPECT_TRUE(settle());
   EXPECT_TRUE(first.cleanedUp);
   ASSERT_EQ(starts.size(), commands.size());
   EXPECT_TRUE(std::is_sorted(starts.begin(), starts.end()));
@@ -164,57 +169,54 @@ TEST_F(CommandProcessorTest, NeverRunsOneObjectTwiceAtOnce) {
         ++runs;
       },
       false, nullptr);
-  for (int i = 0; i < 4; ++i) processor.processCommand(&command, CommandProcessor::Queued, true);
-  EXPECT_TRUE(processor.processCommand(&command, CommandProcessor::Wait, true));
-  settle();
+  for (int i = 0; i < 4; ++i) queue(command);
+  EXPECT_TRUE(run(command));
+  EXPECT_TRUE(settle());
   EXPECT_EQ(runs, 5);
 }
 
 TEST_F(CommandProcessorTest, WaitsWhileTheApplicationThreadServes) {
-  bool timerFired = false;
   QSemaphore fired;
-  QTimer::singleShot(0, [&] {
-    timerFired = true;
-    fired.release();
-  });
-  Qt::HANDLE outer = nullptr;
-  Qt::HANDLE inner = nullptr;
-  auto* command = new FunctionCommand(
+  QTimer::singleShot(0, [&] { fired.release(); });
+  QThread* outer = nullptr;
+  QThread* inner = nullptr;
+  FunctionCommand nested([&] { inner = QThread::currentThread(); }, true, nullptr);
+  FunctionCommand command(
       [&] {
         fired.acquire();
-        outer = QThread::currentThreadId();
-        processor.processCommand(new FunctionCommand([&] { inner = QThread::currentThreadId(); }, true, nullptr),
-                                 CommandProcessor::Wait, false);
-        EXPECT_NE(inner, nullptr);
+        outer = QThread::currentThread();
+        EXPECT_TRUE(run(nested));
+        EXPECT_EQ(inner, outer);
       },
       false, nullptr);
-  EXPECT_TRUE(processor.processCommand(command, CommandProcessor::Wait, false));
-  EXPECT_TRUE(timerFired);
-  EXPECT_NE(outer, QThread::currentThreadId());
-  EXPECT_EQ(inner, outer);
+  EXPECT_TRUE(run(command));
+  EXPECT_NE(outer, QThread::currentThread());
 }
 
 TEST_F(CommandProcessorTest, LogsWhatACommandThrows) {
   const test::LogCollector recorder;
-  const auto fail = [] { throw std::runtime_error("out of paint"); };
-  EXPECT_TRUE(processor.processCommand(new FunctionCommand(fail, false, new main::CommandDescriptor("", "paint")),
-                                       CommandProcessor::Wait, false));
+  FunctionCommand command([] { throw std::runtime_error("out of paint"); }, false,
+                          new main::CommandDescriptor("", "paint"));
+  EXPECT_TRUE(run(command));
   EXPECT_THAT(recorder.texts(log::Failure), ElementsAre(R"(Command "paint" failed: out of paint)"));
 }
 
 TEST_F(CommandProcessorTest, ShutsDownWithCommandsUnderWay) {
-  Recording recording;
-  processor.processCommand(&recording, CommandProcessor::Queued, true);
+  Recording kept;
+  auto* owned = new Recording;
+  queue(kept);
+  queue(kept);  // waits for its own first run
+  queue(*owned);
+  processor.processCommand(owned, CommandProcessor::Queued, false);
   processor.processCommand(new Recording(2), CommandProcessor::Queued, false);
-  recording.begun.acquire();
-  bool unrun = false;
-  FunctionCommand waiting([&] { unrun = true; }, false, nullptr);
-  processor.processCommand(&recording, CommandProcessor::Queued, true);  // waits for its own first run
+  kept.begun.acquire();
+  owned->begun.acquire();
   processor.shutDown();
   EXPECT_FALSE(processor.isRunning());
-  EXPECT_TRUE(recording.cleanedUp);
-  EXPECT_EQ(recording.begun.available(), 0) << "what had not started stays unrun";
-  EXPECT_FALSE(processor.processCommand(&waiting, CommandProcessor::Wait, true));
+  EXPECT_TRUE(kept.cleanedUp);
+  EXPECT_EQ(kept.begun.available(), 0) << "what had not started stays unrun";
+  EXPECT_FALSE(run(kept));
   EXPECT_FALSE(processor.processCommand(new Recording, CommandProcessor::Queued, false));
-  EXPECT_FALSE(unrun);
+  EXPECT_EQ(kept.begun.available(), 0);
+  EXPECT_EQ(Recording::alive, 1);
 }

@@ -1,6 +1,7 @@
 // An encoder plug-in in several variants: PLUGIN_NAME is its description and the name in its record; without
-// PLUGIN_EXTENSIONS it has no doRegister, which otherwise returns PLUGIN_RESULT.
+// PLUGIN_EXTENSIONS it has no doRegister, which otherwise ends with PLUGIN_RESULT.
 #include <QStringList>
+#include <stdexcept>
 
 #include "kernel/main/informationobject.h"
 #include "module_grab/video/encoder.h"
@@ -21,7 +22,15 @@ class NullEncoder : public Encoder {
   void finishEncoding() override {}
 };
 
+[[maybe_unused]] bool fail() { throw std::runtime_error("refused"); }
+
 }  // namespace
+
+#ifdef PLUGIN_LACKS
+// A call, which could be bound as late as it is made.
+extern void PLUGIN_LACKS();
+Q_DECL_EXPORT void callWhatIsLacking() { PLUGIN_LACKS(); }
+#endif
 
 #ifdef PLUGIN_EXTENSIONS
 extern "C" Q_DECL_EXPORT bool doRegister() {
@@ -35,5 +44,8 @@ extern "C" Q_DECL_EXPORT bool doRegister() {
 #endif
 
 extern "C" Q_DECL_EXPORT nubo::main::ThirdPartyInfos getInfos() {
+#ifdef PLUGIN_INFOS_FAIL
+  fail();
+#endif
   return {QStringLiteral(PLUGIN_NAME), QStringLiteral("1.0"), QStringLiteral("none"), QString()};
 }

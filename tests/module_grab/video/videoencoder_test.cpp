@@ -1,4 +1,6 @@
 // The registry with real plug-in libraries, in the plug-in directory of this program.
+#include "module_grab/video/videoencoder.h"
+
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 
@@ -7,15 +9,16 @@
 
 #include "kernel/main/modulemanager.h"
 #include "module_grab/video/encoder.h"
-#include "module_grab/video/videoencoder.h"
 #include "support/host.h"
 
 namespace nubo::grab::video {
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Pair;
+using testing::StartsWith;
 
 /// Whom the encoder for a file name comes from; empty if there is none.
 std::string encoderFor(const char* fileName) {
@@ -23,43 +26,46 @@ std::string encoderFor(const char* fileName) {
   return encoder ? encoder->objectName().toStdString() : std::string();
 }
 
+QString file(const QString& name) { return QCoreApplication::applicationDirPath() + "/plugins/video/" + name; }
+
+bool isLoaded(const char* name) {
+  void* library = dlopen(file(name).toLocal8Bit().constData(), RTLD_NOW | RTLD_NOLOAD);
+  if (library) dlclose(library);
+  return library;
+}
+
+/// The registered extensions, each with its description.
+std::vector<std::string> formats() {
+  std::vector<std::string> formats;
+  for (const auto& [extension, description] : *VideoEncoder::getInstance()->getLoadableFiles())
+    formats.push_back((extension + ' ' + description).toStdString());
+  return formats;
+}
+
 class Registry : public testing::Test {
  protected:
-  static QString file(const char* name) {
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/") + QLatin1String(name);
+  ~Registry() override { m_Modules->unloadModules(); }
+
+  void loadModule() { m_Modules->loadModules(QStringLiteral(NUBO_TEST_BIN_DIR "/modules"), {}); }
+  QList<main::ThirdPartyInfos>& records() const {
+    return *m_Modules->getModule("Grab")->getInformationObject()->getAdditionalInformations();
   }
-  static bool isLoaded(const char* name) {
-    void* library = dlopen(file(name).toLocal8Bit().constData(), RTLD_NOW | RTLD_NOLOAD);
-    if (library) dlclose(library);
-    return library;
-  }
-  static void makeFile(const char* name) {
-    QFile made(file(name));
-    ASSERT_TRUE(made.open(QIODevice::WriteOnly));
-    made.write("neither a library nor a video");
-  }
-  static void loadModule() {
-    main::ModuleManager::getInstance()->loadModules(QStringLiteral(NUBO_TEST_BIN_DIR "/modules"),
-                                                    [](const QString&) {});
-  }
-  static std::vector<std::string> records() {
+  std::vector<std::string> recordNames() const {
     std::vector<std::string> names;
-    auto* information = main::ModuleManager::getInstance()->getModule("Grab")->getInformationObject();
-    for (const auto& record : *information->getAdditionalInformations()) names.push_back(record.name.toStdString());
+    for (const auto& record : records()) names.push_back(record.name.toStdString());
     return names;
   }
-  std::vector<std::string> failures() const {
-    std::vector<std::string> texts;
-    for (const QString& message : m_Log.messages(log::Failure)) texts.push_back(message.toStdString());
-    return texts;
-  }
 
+  main::ModuleManager* m_Modules = main::ModuleManager::getInstance();
   test::Host m_Host;
   test::LogCollector m_Log;
 };
 
-TEST_F(Registry, LoadsWhatAPluginIsAndReportsWhatOnlyLooksLikeOne) {
-  for (const char* name : {"broken.so", "note.txt", ".hidden.so"}) makeFile(name);
+TEST_F(Registry, LoadsWhatIsAPluginAndReportsWhatOnlyLooksLikeOne) {
+  for (const char* name : {"broken.so", "note.txt", ".hidden.so"}) {
+    QFile made(file(name));
+    ASSERT_TRUE(made.open(QIODevice::WriteOnly));
+  }
   QFile::link(file("a_first.so"), file("aa_link.so"));
   QFile::copy(file("a_first.so"), file("cut.so"));
   QFile::resize(file("cut.so"), 8192);  // within what is loaded, behind which debugging information may follow
@@ -69,53 +75,45 @@ TEST_F(Registry, LoadsWhatAPluginIsAndReportsWhatOnlyLooksLikeOne) {
   QDir().rmdir(file("folder"));
 
   // Name order, case ignored; the first to come keeps an extension, whatever the case.
-  EXPECT_THAT(*VideoEncoder::getInstance()->getLoadableFiles(),
-              ElementsAre(Pair(QString("AVI"), QString("a_first")), Pair(QString("FIRST"), QString("a_first")),
-                          Pair(QString("KEPT"), QString("c_refusing")), Pair(QString("SECOND"), QString("B_second"))));
-  EXPECT_THAT(records(), ElementsAre("a_first", "B_second", "c_refusing", "d_bare"));
-  EXPECT_THAT(failures(),
-              ElementsAre("You could not register the same file extension twice!",
-                          testing::StartsWith("Loading of video encoder plugin: 'broken' failed with error: "),
-                          "Loading of video encoder plugin: 'cut' failed with error: the file is not complete"));
+  EXPECT_THAT(formats(), ElementsAre("AVI a_first", "FIRST a_first", "KEPT c_refusing", "SECOND B_second"));
+  EXPECT_THAT(recordNames(), ElementsAre("a_first", "B_second", "c_refusing", "d_bare"));
+  const auto failed = [](const char* name, const char* error) {
+    const auto begin = "Loading of video encoder plugin: '" + std::string(name) + "' failed with error: ";
+    return AllOf(StartsWith(begin), HasSubstr(error));
+  };
+  EXPECT_THAT(m_Log.texts(log::Failure),
+              ElementsAre("You could not register the same file extension twice!", failed("broken", ""),
+                          failed("cut", "the file is not complete"), failed("e_throwing", "refused"),
+                          failed("f_mute", "refused"), failed("g_lacking", "nobodyHasIt")));
   for (const char* name : {"clip.avi", "CLIP.Avi", "in.a.folder/clip.AVI"}) EXPECT_EQ(encoderFor(name), "a_first");
-  for (const char* name : {"my.clip.avi", "avi", "clip.ogv", ""}) EXPECT_EQ(encoderFor(name), "");
-
-  main::ModuleManager::getInstance()->unloadModules();
+  for (const char* name : {"my.clip.avi", "avi", "clip.ogv", "clip.lost", ""}) EXPECT_EQ(encoderFor(name), "");
 }
 
 TEST_F(Registry, LoadsAnewAndUnloadsWhatRegistered) {
   loadModule();
   auto* registry = VideoEncoder::getInstance();
-  const auto once = *registry->getLoadableFiles();
-  const auto record = main::ModuleManager::getInstance()
-                          ->getModule("Grab")
-                          ->getInformationObject()
-                          ->getAdditionalInformations()
-                          ->first();
+  const auto formatsOnce = *registry->getLoadableFiles();
+  const auto record = records().first();
   registry->refreshPlugins();
-  EXPECT_EQ(*registry->getLoadableFiles(), once);
-  EXPECT_EQ(records().size(), 4u);
+  EXPECT_EQ(*registry->getLoadableFiles(), formatsOnce);
+  EXPECT_EQ(records().size(), 4);
 
   registry->unloadPlugins();
-  EXPECT_THAT(*registry->getLoadableFiles(), IsEmpty());
-  EXPECT_THAT(records(), IsEmpty());
+  EXPECT_THAT(formats(), IsEmpty());
+  EXPECT_THAT(recordNames(), IsEmpty());
   EXPECT_EQ(encoderFor("clip.avi"), "");
-  EXPECT_FALSE(isLoaded("a_first.so"));
-  EXPECT_FALSE(isLoaded("B_second.so"));
-  EXPECT_TRUE(isLoaded("c_refusing.so"));
-  EXPECT_TRUE(isLoaded("d_bare.so"));
+  for (const char* name : {"a_first.so", "B_second.so"}) EXPECT_FALSE(isLoaded(name)) << name;
+  for (const char* name : {"c_refusing.so", "d_bare.so"}) EXPECT_TRUE(isLoaded(name)) << name;
   // Copies of texts outlive the library that they came from.
   EXPECT_EQ(record.name, "a_first");
-  EXPECT_EQ(once.begin()->second, "a_first");
-  main::ModuleManager::getInstance()->unloadModules();
+  EXPECT_EQ(formatsOnce.begin()->second, "a_first");
 }
 
 TEST_F(Registry, WorksWithoutTheModuleAndComesBackAfterDeletion) {
-  auto* registry = VideoEncoder::getInstance();
-  registry->refreshPlugins();
+  VideoEncoder::getInstance()->refreshPlugins();
   EXPECT_EQ(encoderFor("clip.avi"), "a_first");
-  delete registry;
-  EXPECT_THAT(*VideoEncoder::getInstance()->getLoadableFiles(), IsEmpty());
+  delete VideoEncoder::getInstance();
+  EXPECT_THAT(formats(), IsEmpty());
 
   std::vector<std::string> functions;
   for (const auto& entry : m_Log.records())
