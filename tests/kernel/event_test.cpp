@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <QCoreApplication>
 #include <QThread>
@@ -14,13 +14,23 @@ using namespace nubo;
 using events::EventHandler;
 using events::EventManager;
 using main::Event;
+using ::testing::ElementsAre;
 
 namespace {
 
-void listen(unsigned long type, const void* owner, const EventManager::Function& function,
-            boost::function<bool(const Event*)>* filter = nullptr) {
-  EventManager::getInstance()->registerEventFunction(type, new EventManager::Function(function), owner, filter);
-}
+/// Notes the events of one type by their first object.
+class Listener {
+ public:
+  explicit Listener(unsigned long type, EventManager::Filter* filter = nullptr) {
+    const auto note = [this](const Event* event) {
+      EXPECT_EQ(QThread::currentThread(), qApp->thread());
+      seen.push_back(event->first());
+    };
+    EventManager::getInstance()->registerEventFunction(type, new EventManager::Function(note), this, filter);
+  }
+  ~Listener() { EventManager::getInstance()->unregisterAllEventFunctionsOf(this); }
+  std::vector<QObject*> seen;
+};
 
 void fire(unsigned long type, QObject* first = nullptr, bool deferred = false) {
   EventManager::getInstance()->fireEvent(Event(type, first, nullptr, deferred));
@@ -28,75 +38,55 @@ void fire(unsigned long type, QObject* first = nullptr, bool deferred = false) {
 
 }  // namespace
 
-TEST(Events, ReachThoseWhoListenUntilTheyAreUnregistered) {
+TEST(Events, ReachThoseWhoListen) {
   const auto type = EventHandler::getInstance()->addEvent("Test", "HAPPENED");
   EXPECT_EQ(EventHandler::getInstance()->addEvent("Test", std::string("HAPPENED").c_str()), type);
   const auto other = EventHandler::getInstance()->addEvent("Other", "HAPPENED");
   EXPECT_NE(other, type);
-
   QObject object;
-  QStringList calls;
-  const int owners[3] = {};
-  listen(type, &owners[0], [&](const Event* event) {
-    calls << (event->first() == &object ? "first" : "wrong object");
-    EventManager::getInstance()->unregisterAllEventFunctionsOf(&owners[0]);
-    listen(type, &owners[2], [&](const Event*) { calls << "late"; });
-  });
-  listen(type, &owners[0], [&](const Event*) { calls << "unregistered by the one before"; });
-  listen(type, &owners[1], [&](const Event*) { throw std::runtime_error("wrong"); });
-  listen(
-      type, &owners[1], [&](const Event*) { calls << "second"; },
-      new boost::function<bool(const Event*)>([&](const Event* event) { return event->first() != nullptr; }));
   const test::LogCollector recorder;
+  const Listener refusing(type, new EventManager::Filter([](const Event*) -> bool { throw std::runtime_error("no"); }));
+  const Listener filtering(type, new EventManager::Filter([](const Event* event) { return event->first(); }));
+  const Listener all(type);
   fire(other, &object);
   fire(type, &object);
-  EXPECT_EQ(calls, QStringList({"first", "second"}));
-  EXPECT_EQ(recorder.messages(log::Failure).size(), 1U);
-  calls.clear();
+  { const Listener passing(type); }
   fire(type);
-  EXPECT_EQ(calls, QStringList({"late"}));
-  for (const int& owner : owners) EventManager::getInstance()->unregisterAllEventFunctionsOf(&owner);
-  fire(type);
-  EXPECT_EQ(calls.size(), 1);
+  EXPECT_THAT(filtering.seen, ElementsAre(&object));
+  EXPECT_THAT(all.seen, ElementsAre(&object, nullptr));
+  EXPECT_THAT(recorder.texts(log::Failure),
+              ElementsAre("An event function failed: no", "An event function failed: no"));
 }
 
 TEST(Events, OfAWithdrawnCategoryAreNotDelivered) {
   auto* handler = EventHandler::getInstance();
   const auto type = handler->addEvent("Module", "DONE");
-  int calls = 0;
-  const int owner = 0;
-  listen(type, &owner, [&](const Event*) { ++calls; });
-  fire(type);
-  EXPECT_EQ(calls, 1) << "a category needs no registration";
+  const Listener listener(type);
+  const auto fireAndCount = [&] {
+    fire(type);
+    return listener.seen.size();
+  };
+  EXPECT_EQ(fireAndCount(), 1u) << "a category needs no registration";
   handler->registerEventTypes("Module");
-  fire(type);
+  EXPECT_EQ(fireAndCount(), 2u);
   handler->unregisterEventTypes("Module");
-  fire(type);
-  EXPECT_EQ(calls, 2);
+  EXPECT_EQ(fireAndCount(), 2u);
   handler->registerEventTypes("Module");
-  fire(type);
-  EXPECT_EQ(calls, 3);
-  EventManager::getInstance()->unregisterAllEventFunctionsOf(&owner);
+  EXPECT_EQ(fireAndCount(), 3u);
 }
 
 TEST(Events, DeferredOnesComeToTheApplicationThread) {
   const main::Overseer overseer(QStringLiteral("unused.ini"));
   const auto type = EventHandler::getInstance()->addEvent("Test", "DEFERRED");
-  std::vector<QObject*> seen;
+  const Listener listener(type);
   auto gone = std::make_unique<QObject>();
   QObject living;
-  const int owner = 0;
-  listen(type, &owner, [&](const Event* event) {
-    EXPECT_EQ(QThread::currentThread(), qApp->thread());
-    seen.push_back(event->first());
-  });
   std::thread([&] {
     fire(type, &living, true);
     fire(type, gone.get(), true);
   }).join();
-  EXPECT_TRUE(seen.empty());
+  EXPECT_THAT(listener.seen, ElementsAre());
   gone.reset();
   QCoreApplication::processEvents();
-  EXPECT_EQ(seen, (std::vector<QObject*>{&living, nullptr}));
-  EventManager::getInstance()->unregisterAllEventFunctionsOf(&owner);
+  EXPECT_THAT(listener.seen, ElementsAre(&living, nullptr));
 }

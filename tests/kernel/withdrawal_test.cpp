@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <QSemaphore>
+#include <atomic>
 #include <future>
 #include <memory>
 #include <thread>
@@ -18,49 +19,51 @@ using events::EventManager;
 
 namespace {
 
-enum class Kind { Event, Log };
-
-class Withdrawal : public testing::TestWithParam<Kind> {
+class Withdrawal : public testing::TestWithParam<bool> {
  protected:
   void add(int owner, const std::function<void()>& function) {
-    if (GetParam() == Kind::Log)
+    if (m_IsLog)
       m_Owners[owner] = log::Logger::getInstance()->addObserver([function](const log::Record&) { function(); });
     else
-      EventManager::getInstance()->registerEventFunction(
-          m_Type, new EventManager::Function([function](const main::Event*) { function(); }), &m_Owners[owner],
-          nullptr);
+      m_Events.registerEventFunction(m_Type, new EventManager::Function([function](auto*) { function(); }),
+                                     &m_Owners[owner], nullptr);
   }
   void remove(int owner) {
-    if (GetParam() == Kind::Log)
+    if (m_IsLog)
       log::Logger::getInstance()->removeObserver(m_Owners[owner]);
     else
-      EventManager::getInstance()->unregisterAllEventFunctionsOf(&m_Owners[owner]);
+      m_Events.unregisterAllEventFunctionsOf(&m_Owners[owner]);
   }
   void call() const {
-    if (GetParam() == Kind::Log)
+    if (m_IsLog)
       NUBO_LOG(log::Debug, "test", "an occasion");
     else
-      EventManager::getInstance()->fireEvent(main::Event(m_Type, nullptr, nullptr, false));
+      m_Events.fireEvent(main::Event(m_Type, nullptr, nullptr, false));
   }
   /// Calls on another thread. A function tells by isThere() which of the calls is this one's.
   std::future<void> callElsewhere() {
     return std::async(std::launch::async, [this] {
-      s_IsThere = true;
+      m_There = std::this_thread::get_id();
       call();
     });
   }
-  static bool isThere() { return s_IsThere; }
+  bool isThere() const { return m_There == std::this_thread::get_id(); }
+  /// For functions that wait until the test lets them go.
+  void stay() {
+    m_Entered.release();
+    m_Leave.acquire();
+  }
 
   const main::Overseer m_Overseer{QStringLiteral("unused.ini")};
   QSemaphore m_Entered, m_Leave;
 
  private:
-  static thread_local bool s_IsThere;
+  const bool m_IsLog = GetParam();
+  EventManager& m_Events = *EventManager::getInstance();
   const unsigned long m_Type = events::EventHandler::getInstance()->addEvent("Test", "OCCASION");
   int m_Owners[2] = {};
+  std::atomic<std::thread::id> m_There{};
 };
-
-thread_local bool Withdrawal::s_IsThere = false;
 
 }  // namespace
 
@@ -69,8 +72,7 @@ TEST_P(Withdrawal, WaitsForWhatRunsAndFreesTheFunction) {
   int calls = 0;
   const auto marker = std::make_shared<int>(0);
   add(0, [&, marker] {
-    m_Entered.release();
-    m_Leave.acquire();
+    stay();
     left = true;
   });
   const auto other = callElsewhere();
@@ -90,10 +92,7 @@ TEST_P(Withdrawal, WaitsForWhatRunsAndFreesTheFunction) {
 
 TEST_P(Withdrawal, FreesAFunctionThatADeliveryUnderWayStillKnows) {
   const auto marker = std::make_shared<int>(0);
-  add(0, [&] {
-    m_Entered.release();
-    m_Leave.acquire();
-  });
+  add(0, [&] { stay(); });
   add(1, [marker] { ADD_FAILURE() << "called after its removal"; });
   const auto other = callElsewhere();
   m_Entered.acquire();
@@ -116,18 +115,14 @@ TEST_P(Withdrawal, FromInsideReturnsAtOnce) {
 }
 
 TEST_P(Withdrawal, OfEachOtherOnTwoThreadsEnds) {
-  const auto meet = [&] {
-    m_Entered.release();
-    m_Leave.acquire();
-  };
   add(0, [&] {
     if (!isThere()) return;
-    meet();
+    stay();
     remove(1);
   });
   add(1, [&] {
     if (isThere()) return;
-    meet();
+    stay();
     remove(0);
   });
   const auto other = callElsewhere();
@@ -158,6 +153,5 @@ TEST_P(Withdrawal, InWorkThatTheFunctionWaitsForReturnsAtOnce) {
   EXPECT_TRUE(test::waitUntil([&] { return other.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
 }
 
-INSTANTIATE_TEST_SUITE_P(, Withdrawal, testing::Values(Kind::Event, Kind::Log), [](const auto& info) {
-  return info.param == Kind::Event ? "OfEventFunctions" : "OfLogObservers";
-});
+INSTANTIATE_TEST_SUITE_P(, Withdrawal, testing::Bool(),
+                         [](const auto& info) { return info.param ? "OfLogObservers" : "OfEventFunctions"; });

@@ -98,6 +98,7 @@ TEST_F(ModuleLifeCycle, RecyclingWithoutAFactoryMakesAndDestroysOne) {
 TEST_F(ModuleLifeCycle, ModuleManagerStartsAndEndsItTwice) {
   recycle();
   ASSERT_TRUE(m_Library.unload());
+  m_Log.clear();
   for (int run = 0; run < 2; ++run) {
     auto* modules = main::ModuleManager::getInstance();
     modules->loadModules(QStringLiteral(NUBO_TEST_BIN_DIR "/modules"), {});

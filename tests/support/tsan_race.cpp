@@ -1,77 +1,43 @@
-// Two threads that share a number, guarded by nothing but what its argument names: "mutex", "semaphore", "join" or
+// Two threads that share a number, guarded by nothing but what the argument names: "mutex", "semaphore", "join" or
 // "nothing". Run by tsan_test.cpp, which looks at what ThreadSanitizer says of it.
 #include <QMutex>
 #include <QSemaphore>
 #include <QThread>
 #include <cstdio>
-#include <cstring>
 #include <functional>
+#include <memory>
+#include <string>
 
-namespace {
-
-class Worker : public QThread {
- public:
-  explicit Worker(std::function<void()> work) : m_Work(std::move(work)) {}
-
- protected:
-  void run() override { m_Work(); }
-
- private:
-  std::function<void()> m_Work;
-};
-
-int countUnderMutex(QMutex* mutex) {
+int main(int, char** arguments) {
+  constexpr int Times = 10000;
+  const std::string guard = arguments[1];
   int number = 0;
+  QMutex mutex;
+  QSemaphore filled, empty;
   const auto count = [&] {
-    for (int i = 0; i < 10000; ++i) {
-      const QMutexLocker locker(mutex);
+    for (int i = 0; i < Times; ++i) {
+      const QMutexLocker locker(guard == "mutex" ? &mutex : nullptr);
       ++number;
     }
   };
-  Worker worker(count);
-  worker.start();
-  count();
-  worker.wait();
-  return number;
-}
-
-int handOverBySemaphore() {
-  int number = 0;
-  QSemaphore filled, empty;
-  Worker worker([&] {
-    for (int i = 0; i < 10000; ++i) {
-      number = i + 1;
+  const auto give = [&] {
+    for (int i = 0; i < Times; ++i) {
+      ++number;
       filled.release();
       empty.acquire();
     }
-  });
-  worker.start();
-  int sum = 0;
-  for (int i = 0; i < 10000; ++i) {
-    filled.acquire();
-    sum += number > 0;
-    empty.release();
-  }
-  worker.wait();
-  return sum;
-}
-
-int readAfterJoin() {
-  int number = 0;
-  Worker worker([&] { number = 1; });
-  worker.start();
-  worker.wait();
-  return number;
-}
-
-}  // namespace
-
-int main(int, char** arguments) {
-  QMutex mutex;
-  int result = 0;
-  if (!std::strcmp(arguments[1], "mutex")) result = countUnderMutex(&mutex);
-  if (!std::strcmp(arguments[1], "semaphore")) result = handOverBySemaphore();
-  if (!std::strcmp(arguments[1], "join")) result = readAfterJoin();
-  if (!std::strcmp(arguments[1], "nothing")) result = countUnderMutex(nullptr);
-  std::printf("%d\n", result);
+  };
+  const auto take = [&] {
+    for (int i = 0; i < Times; ++i) {
+      filled.acquire();
+      if (number != i + 1) std::puts("lost");
+      empty.release();
+    }
+  };
+  const std::unique_ptr<QThread> other(QThread::create(guard == "semaphore" ? std::function<void()>(give) : count));
+  other->start();
+  if (guard == "semaphore") take();
+  if (guard == "mutex" || guard == "nothing") count();
+  other->wait();
+  std::printf("%d\n", number);
 }
