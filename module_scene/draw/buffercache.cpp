@@ -78,7 +78,7 @@ GeometryBuffer::GeometryBuffer(const Geometry& geometry)
 
   for (std::size_t i = 0; i < geometry.clusters.size(); ++i) {
     const Cluster& cluster = geometry.clusters[i];
-    if (i % GroupSize == 0) {
+    if (i % ClustersPerGroup == 0) {
       m_Groups.push_back(cluster);
       continue;
     }

@@ -8,7 +8,7 @@
 
 namespace nubo::scene {
 
-/// Indices that one call draws: of a cluster, or of a coarse version.
+/// Indices that one call draws: of a cluster, or of a group's coarse version.
 struct Range {
   std::uint32_t first, count;              ///< into Geometry::indices, or coarseIndices
   std::uint32_t firstVertex, vertexCount;  ///< as the cluster's; none: of a coarse version
@@ -17,9 +17,6 @@ struct Range {
 /// A geometry's vertices and indices in OpenGL's memory, and what the drawer needs to cull it fast.
 class GeometryBuffer : public util::YObject {
  public:
-  /// Clusters of a geometry, taken together to be culled at once.
-  static constexpr std::size_t GroupSize = 16;
-
   /// Copies the geometry for the share group of the current context.
   explicit GeometryBuffer(const Geometry& geometry);
   ~GeometryBuffer() override;
@@ -29,7 +26,7 @@ class GeometryBuffer : public util::YObject {
   void bind(const Geometry& geometry) const;
   /// Draws a range of the geometry that is bound.
   void draw(GLenum mode, const Range& range) const;
-  /// The box of each GroupSize clusters, in their order.
+  /// The box of each ClustersPerGroup clusters, in their order.
   const std::vector<Cluster>& groups() const { return m_Groups; }
 
  private:

@@ -29,10 +29,10 @@ math::Vector3 originSeenFrom(const math::Matrix4& m, double determinant) {
 }
 
 // Nothing becomes so thin that it breaks up.
-float widthOf(const Geometry& geometry, const ViewQuery& query) {
+float widthOf(const Geometry& geometry, double scale, const ViewQuery& query) {
   const double widest = geometry.kind == KindPoints ? query.widestPoint : query.widestLine;
   const double least = std::min(1.0, double(geometry.width));
-  return float(std::min(std::max(geometry.width * query.widthScale, least), widest));
+  return float(std::min(std::max(geometry.width * scale, least), widest));
 }
 
 enum class Side { Outside, Across, Inside };
@@ -66,15 +66,22 @@ class Culler {
   }
 
   double detail() const { return m_Detail; }
-  /// Whether a length somewhere in the cluster is less than that many pixels.
-  bool isSmaller(double length, const Cluster& cluster, double pixels) const {
-    const double distance = farthest(m_W, cluster.min, cluster.max);
+  /// Whether a length anywhere in the box is less than that many pixels.
+  template <class Box>
+  bool isSmaller(double length, const Box& box, double pixels) const {
+    const double distance = farthest(m_W, box.min, box.max);
     return distance > 0 && length * m_PixelsPerUnit < pixels * distance;
   }
+  /// Whether all of the box lies within a pixel or so.
+  template <class Box>
+  bool isUnseen(const Box& box) const {
+    return isSmaller(2 * radius(box), box, 1);
+  }
 
-  static double radius(const Cluster& cluster) {
+  template <class Box>
+  static double radius(const Box& box) {
     double sum = 0;
-    for (int i = 0; i < 3; ++i) sum += std::pow(double(cluster.max[i]) - cluster.min[i], 2);
+    for (int i = 0; i < 3; ++i) sum += std::pow(double(box.max[i]) - box.min[i], 2);
     return 0.5 * std::sqrt(sum);
   }
 
@@ -93,24 +100,21 @@ class Culler {
   double m_PixelsPerUnit;
 };
 
+math::Vector3 centerOf(const Cluster& cluster) {
+  math::Vector3 center;
+  for (int i = 0; i < 3; ++i) center[i] = 0.5 * (double(cluster.min[i]) + cluster.max[i]);
+  return center;
+}
+
 Range whole(const Cluster& cluster) { return {cluster.first, cluster.count, cluster.firstVertex, cluster.vertexCount}; }
 
-// What of the cluster is drawn where small things may be left out: its coarsest version that does, or nothing. Coarse
-// versions still show what is there, but a part that is missing is missed; so only small ones ever are.
-Range thinned(const Geometry& geometry, std::size_t index, const Culler& culler) {
-  const Cluster& cluster = geometry.clusters[index];
-  const auto& versions = geometry.coarseVersions;
-  const auto version = std::find_if(versions.rbegin(), versions.rend(), [&](const CoarseVersion& v) {
-    return culler.isSmaller(v.cell, cluster, culler.detail());
-  });
-  if (version != versions.rend()) {
-    const std::uint32_t first = version->first[index];
-    return {first, version->first[index + 1] - first, 0, 0};
-  }
-  constexpr double MostLeftOut = 24;
-  const double leftOut = std::min(culler.detail(), MostLeftOut);
-  const bool isDrawn = !versions.empty() || !culler.isSmaller(2 * Culler::radius(cluster), cluster, leftOut);
-  return isDrawn ? whole(cluster) : Range{};
+// Whether the group's coarse version may be drawn. However much may be left out, it never lies off by more than can
+// just be seen: who has no time for that draws fewer pixels.
+bool mayBeCoarse(const Geometry& geometry, std::size_t group, const Cluster& bounds, const Culler& culler) {
+  constexpr double MostError = 4;  // pixels
+  if (culler.detail() <= 0 || geometry.coarseGroups.empty()) return false;
+  const CoarseGroup& coarse = geometry.coarseGroups[group];
+  return coarse.count > 0 && culler.isSmaller(double(coarse.error), bounds, std::min(culler.detail(), MostError));
 }
 
 // Whether no face of the cluster looks towards the eye, for which both are seen from one space. All
@@ -118,9 +122,10 @@ Range thinned(const Geometry& geometry, std::size_t index, const Culler& culler)
 bool facesAway(const Cluster& cluster, const math::Vector3& eye) {
   const double cosine = cluster.cone[3];
   if (cosine <= 0) return false;
+  const math::Vector3 center = centerOf(cluster);
   double along = 0, square = 0;
   for (int i = 0; i < 3; ++i) {
-    const double d = 0.5 * (double(cluster.min[i]) + cluster.max[i]) - eye[i];
+    const double d = center[i] - eye[i];
     along += d * cluster.cone[i];
     square += d * d;
   }
@@ -172,10 +177,14 @@ void DrawList::collect(const SceneElement& element, const math::Matrix4& parent,
 }
 
 void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, const ViewQuery& query) {
-  const float width = widthOf(geometry, query);
-  const int margin = geometry.kind == KindFaces ? 0 : marginFor(width);
+  // As wide as the points that one stands for lie apart.
+  const bool mayBeWider = query.detail > 0 && geometry.kind == KindPoints && !geometry.coarseGroups.empty();
+  const float width = widthOf(geometry, query.widthScale, query);
+  const float coarseWidth = widthOf(geometry, query.widthScale * std::sqrt(double(PointsPerCoarsePoint)), query);
+  const int margin = geometry.kind == KindFaces ? 0 : marginFor(mayBeWider ? coarseWidth : width);
   const Culler culler(query, modelView, margin);
   if (geometry.clusters.empty() || culler.side(geometry.box) == Side::Outside) return;
+  if (query.detail > 0 && culler.isUnseen(geometry.box)) return;
 
   Batch batch;
   batch.geometry = &geometry;
@@ -192,27 +201,29 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, con
   const math::Vector3 eye = useCones ? originSeenFrom(modelView, volume) : math::Vector3{};
 
   const std::size_t sortable = m_Sortables.size();
-  const auto addClusters = [&](std::size_t group, bool inside) {
-    const std::size_t end = std::min((group + 1) * GeometryBuffer::GroupSize, geometry.clusters.size());
-    for (std::size_t i = group * GeometryBuffer::GroupSize; i < end; ++i) {
-      const Cluster& cluster = geometry.clusters[i];
-      if (!inside && culler.side(cluster) == Side::Outside) continue;
-      if (useCones && facesAway(cluster, eye)) continue;
-      const Range range = culler.detail() > 0 ? thinned(geometry, i, culler) : whole(cluster);
-      if (range.count == 0) continue;
-      if (!geometry.transparent) {
-        addRange(batch.firstRange, range);
-        continue;
-      }
-      const math::Vector3 center = math::transformPoint(
-          modelView, {0.5 * (double(cluster.min[0]) + cluster.max[0]), 0.5 * (double(cluster.min[1]) + cluster.max[1]),
-                      0.5 * (double(cluster.min[2]) + cluster.max[2])});
-      m_Sortables.push_back({center[2], m_Unsorted.size(), range});
-    }
+  const auto addPart = [&](const Range& range, const Cluster& bounds) {
+    if (geometry.transparent)
+      m_Sortables.push_back({math::transformPoint(modelView, centerOf(bounds))[2], m_Unsorted.size(), range});
+    else
+      addRange(batch.firstRange, range);
   };
   const auto& groups = batch.buffer->groups();
-  for (std::size_t i = 0; i < groups.size(); ++i)
-    if (const Side side = culler.side(groups[i]); side != Side::Outside) addClusters(i, side == Side::Inside);
+  for (std::size_t group = 0; group < groups.size(); ++group) {
+    const Side side = culler.side(groups[group]);
+    if (side == Side::Outside) continue;
+    if (mayBeCoarse(geometry, group, groups[group], culler)) {
+      const CoarseGroup& coarse = geometry.coarseGroups[group];
+      addPart({coarse.first, coarse.count, 0, 0}, groups[group]);
+      if (geometry.kind == KindPoints) batch.width = coarseWidth;
+      continue;
+    }
+    const std::size_t end = std::min((group + 1) * ClustersPerGroup, geometry.clusters.size());
+    for (std::size_t i = group * ClustersPerGroup; i < end; ++i) {
+      const Cluster& cluster = geometry.clusters[i];
+      if (side == Side::Across && culler.side(cluster) == Side::Outside) continue;
+      if (!useCones || !facesAway(cluster, eye)) addPart(whole(cluster), cluster);
+    }
+  }
 
   batch.rangeCount = m_Ranges.size() - batch.firstRange;
   if (batch.rangeCount == 0 && m_Sortables.size() == sortable) return;

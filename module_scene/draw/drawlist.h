@@ -12,7 +12,7 @@ namespace nubo::scene {
 struct ViewQuery {
   math::Matrix4 projection;
   int width = 1, height = 1;               ///< pixels
-  double detail = 0.0;                     ///< what is smaller than that many pixels may be left out
+  double detail = 0.0;                     ///< pixels by which shapes may lie off; 0: draws everything as it is
   int layers = 0;                          ///< Layer bits
   int kinds = 0;                           ///< Kind bits
   double widthScale = 1;                   ///< of what has a width in pixels

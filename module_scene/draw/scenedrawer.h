@@ -27,8 +27,8 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   QColor getBackgroundColor() const;
 
   /// Draws `root` (and `second`, if any) under `transform`, which leads from the scene to eye space.
-  /// `detail` 0.0 draws everything; larger values may leave out what is smaller than that many pixels.
-  /// `layers` and `kinds` are sets of Layer and Kind bits.
+  /// `detail` 0.0 draws everything as it is; for larger values shapes may lie off by that many pixels, four at most,
+  /// and what is smaller than one may be left out. `layers` and `kinds` are sets of Layer and Kind bits.
   ///
   /// Edges are smoothed with the scene's number of samples. A picture (no layers beyond 3) keeps an edge
   /// pixel's own colour and carries coverage in alpha, so that it composes over any background; with

@@ -29,11 +29,18 @@ struct Cluster {
   std::array<float, 4> cone{0, 0, 0, -2};
 };
 
-/// A geometry with vertices that share a cell of a grid made one.
-struct CoarseVersion {
-  double cell = 0;                   ///< the grid's, in the geometry's own units
-  std::vector<std::uint32_t> first;  ///< per cluster, and one more: into Geometry::coarseIndices
+/// Clusters that follow each other lie together: so many of them are culled, and coarsened, as one group.
+constexpr std::size_t ClustersPerGroup = 16;
+
+/// Fewer primitives between the same vertices, to be drawn in the place of a group's.
+struct CoarseGroup {
+  std::uint32_t first = 0;  ///< into Geometry::coarseIndices
+  std::uint32_t count = 0;  ///< 0: there is only the whole
+  float error = 0;          ///< how far it may lie off, in the geometry's own units; of points, how far apart they are
 };
+
+/// So many points give one of a coarse version, which is drawn wider, for all of them to cover the same area.
+constexpr std::uint32_t PointsPerCoarsePoint = 16;
 
 /// Indexed vertices of one kind with one material. Filled once, finished by prepare() (see mesh/preparation.h), and not
 /// changed after it became part of a scene; may be shared by elements.
@@ -59,8 +66,8 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   bool closed = false;
 
   // Made by makeCoarseVersions(), for the view in motion:
-  std::vector<CoarseVersion> coarseVersions;  ///< the coarsest last; empty: there is only the whole
-  std::vector<std::uint32_t> coarseIndices;   ///< of all coarse versions
+  std::vector<CoarseGroup> coarseGroups;     ///< of each ClustersPerGroup clusters; empty: there is only the whole
+  std::vector<std::uint32_t> coarseIndices;  ///< of all of them
 
   std::size_t vertexCount() const { return positions.size() / 3; }
   std::size_t primitiveCount() const { return indices.size() / (kind == KindFaces ? 3 : kind == KindLines ? 2 : 1); }

@@ -32,6 +32,7 @@ ScenePanel::~ScenePanel() {
   if (m_Drawer) {
     makeCurrent();
     m_Drawer.reset();
+    m_Smaller.reset();
     doneCurrent();
   }
 }
@@ -55,30 +56,56 @@ void ScenePanel::fit() {
   setCamera(turning.camera(width(), height(), &still));
 }
 
-void ScenePanel::initializeGL() { m_Drawer.reset(); }
+void ScenePanel::initializeGL() {
+  m_Drawer.reset();
+  m_Smaller.reset();
+}
 
 void ScenePanel::paintGL() {
+  if (!scene::_GlobalScene()) return;
+  if (m_Detail >= 8)
+    drawSmaller(m_Detail >= 16 ? 4 : 2);
+  else  // what does without details does without smooth edges, too
+    drawScene(m_Detail > 0 ? 0 : scene::_GlobalScene()->getSamples(), 1);
+}
+
+QSize ScenePanel::pixels(int smaller) const {
+  const QSize all = size() * devicePixelRatioF();
+  return {(all.width() + smaller - 1) / smaller, (all.height() + smaller - 1) / smaller};
+}
+
+void ScenePanel::drawScene(int samples, int smaller) {
   const auto scene = scene::_GlobalScene();
-  if (!scene) return;
   const scene::SceneLocker locker(scene, scene::LockAll);
   if (!m_Drawer) m_Drawer = std::make_unique<scene::SceneDrawer>(scene);
-  // What does without details does without smooth edges, too.
-  beginFrame(*m_Drawer, m_Detail > 0 ? 0 : scene::_GlobalScene()->getSamples());
+  beginFrame(*m_Drawer, samples, smaller);
   m_Drawer->glDraw(scene->getRootNode(), nullptr, getScaledTransformMatrix(), m_Detail, AllLayers, AllKinds);
   endFrame();
 }
 
-void ScenePanel::beginFrame(scene::SceneDrawer& drawer, int samples) const {
+void ScenePanel::drawSmaller(int times) {
+  if (!m_Smaller || m_Smaller->size() != pixels(times))
+    m_Smaller =
+        std::make_unique<QOpenGLFramebufferObject>(pixels(times), QOpenGLFramebufferObject::CombinedDepthStencil);
+  m_Smaller->bind();
+  drawScene(0, times);
+  m_Smaller->release();
+  const QRect all(QPoint(), pixels());
+  QOpenGLFramebufferObject::blitFramebuffer(nullptr, all, m_Smaller.get(), QRect(QPoint(), m_Smaller->size()),
+                                            GL_COLOR_BUFFER_BIT, GL_LINEAR);
+}
+
+void ScenePanel::beginFrame(scene::SceneDrawer& drawer, int samples, int smaller) const {
   drawer.setSamples(samples);
   drawer.setViewHeight(height());
-  const QSize pixels = size() * devicePixelRatioF();
+  const QSize area = pixels(smaller);
   const QColor background = drawer.getBackgroundColor();
-  drawer.resize(pixels.width(), pixels.height());
+  drawer.resize(area.width(), area.height());
   glClearColor(GLfloat(background.redF()), GLfloat(background.greenF()), GLfloat(background.blueF()), 0.0f);
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   glMatrixMode(GL_PROJECTION);
   glLoadIdentity();
-  gluPerspective(OpeningAngle, double(pixels.width()) / pixels.height(), scene::SceneDrawer::ZNEAR,
+  gluPerspective(OpeningAngle, double(pixels().width()) / pixels().height(), scene::SceneDrawer::ZNEAR,
                  scene::SceneDrawer::ZFAR);
   glMatrixMode(GL_MODELVIEW);
   glLoadIdentity();

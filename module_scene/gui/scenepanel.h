@@ -1,6 +1,7 @@
 // A widget that shows the global scene.
 #pragma once
 
+#include <QOpenGLFramebufferObject>
 #include <QOpenGLWidget>
 #include <memory>
 
@@ -27,7 +28,8 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   void setCamera(const Camera& camera);
   /// Shows the whole scene from the direction as it is, with room for turning about the vertical axis.
   void fit();
-  /// What a drawing may leave out (SceneDrawer::glDraw's `detail`); 0 draws everything.
+  /// By how many pixels a drawing may be wrong (SceneDrawer::glDraw's `detail`); 0 draws everything as it is. From 8 on
+  /// it has half the resolution, from 16 on a quarter.
   void setDetail(double pixels) { m_Detail = pixels; }
   double getDetail() const { return m_Detail; }
 
@@ -41,8 +43,9 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   void initializeGL() override;
   void paintGL() override;
   void resizeEvent(QResizeEvent* event) override;
-  /// Clears the bound framebuffer, which has the panel's size, and sets up the drawer and the matrices for it.
-  void beginFrame(scene::SceneDrawer& drawer, int samples) const;
+  /// Clears the bound framebuffer, which has the panel's size or is so many times smaller, and sets up the drawer and
+  /// the matrices for it.
+  void beginFrame(scene::SceneDrawer& drawer, int samples, int smaller = 1) const;
   /// Makes the bound framebuffer opaque, whatever the drawer left.
   static void endFrame();
   void mousePressEvent(QMouseEvent* event) override;
@@ -50,9 +53,14 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   void wheelEvent(QWheelEvent* event) override;
 
  private:
+  void drawScene(int samples, int smaller);
+  void drawSmaller(int times);
+  QSize pixels(int smaller = 1) const;
+
   Camera m_Camera;
   double m_Detail = 0.0;
   std::unique_ptr<scene::SceneDrawer> m_Drawer;
+  std::unique_ptr<QOpenGLFramebufferObject> m_Smaller;  ///< for drawings of less resolution
   QPoint m_LastPosition;
 };
 

@@ -1,98 +1,112 @@
 #include "module_scene/mesh/coarsening.h"
 
-#include <cmath>
+#include <meshoptimizer.h>
 
-#include "module_scene/mesh/vertexjoin.h"
+#include <set>
+
+#include "module_scene/mesh/parallel.h"
 
 namespace nubo::scene {
 
 namespace {
 
-constexpr std::size_t WorthIt = 4096;  // primitives
-/// Cells along the diagonal of a cluster of ordinary size: of 1024 faces, some 100 and 20 are left.
-constexpr double CellsPerCluster[] = {10, 4};
+/// What has fewer primitives in all is drawn fast enough as it is.
+constexpr std::size_t WorthIt = 200000;
+/// Of a group's extent, by which its coarse version may lie off.
+constexpr float MostError = 0.002f;
 
-/// A grid over a geometry's box. Vertices in one cell are equal.
-class CellItems {
- public:
-  CellItems(const Geometry& geometry, double cell) : m_Cells(geometry.vertexCount()) {
-    constexpr std::uint64_t Last = (1u << 21) - 1;
-    parallelRanges(m_Cells.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
-      for (std::size_t v = begin; v < end; ++v)
-        for (int axis = 0; axis < 3; ++axis) {
-          const double place = (geometry.positions[v * 3 + axis] - geometry.box.min[axis]) / cell;
-          m_Cells[v] = m_Cells[v] << 21 | std::min(Last, std::uint64_t(std::max(place, 0.0)));
-        }
-    });
-  }
-  const void* address(std::uint32_t i) const { return &m_Cells[i]; }
-  bool equal(std::uint32_t a, std::uint32_t b) const { return m_Cells[a] == m_Cells[b]; }
-  std::uint32_t hash(std::uint32_t i) const {
-    WordHash hash;
-    hash.add(std::uint32_t(m_Cells[i]));
-    hash.add(std::uint32_t(m_Cells[i] >> 32));
-    return hash.value();
-  }
+/// One group of clusters, and what becomes of it.
+struct Job {
+  Geometry* geometry;
+  std::size_t firstCluster;
+  std::vector<std::uint32_t> indices{};
+  double error = 0;
 
- private:
-  std::vector<std::uint64_t> m_Cells;
+  const Cluster& first() const { return geometry->clusters[firstCluster]; }
+  const Cluster& last() const {
+    return geometry->clusters[std::min(firstCluster + ClustersPerGroup, geometry->clusters.size()) - 1];
+  }
+  std::uint32_t end() const { return last().first + last().count; }  ///< of its indices
 };
 
-double meanDiagonal(const Geometry& geometry) {
-  double sum = 0;
-  for (const Cluster& cluster : geometry.clusters) {
-    double square = 0;
-    for (int axis = 0; axis < 3; ++axis) square += std::pow(double(cluster.max[axis]) - cluster.min[axis], 2);
-    sum += std::sqrt(square);
-  }
-  return sum / double(geometry.clusters.size());
+std::size_t countPrimitives(const SceneElement& root) {
+  std::size_t count = 0;
+  for (const auto& geometry : root.getGeometries()) count += geometry->primitiveCount();
+  for (const auto& child : root.getChildren()) count += countPrimitives(*child);
+  return count;
 }
 
-using Primitive = std::array<std::uint32_t, 3>;  // the last ones zero where there are fewer corners
-
-/// The cluster's primitives between the vertices that stand for theirs, each once. The order of faces' corners is kept.
-std::vector<Primitive> coarsePrimitives(const Geometry& geometry, const Cluster& cluster, std::uint32_t corners,
-                                        const std::vector<std::uint32_t>& representatives) {
-  std::vector<Primitive> primitives;
-  for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; i += corners) {
-    Primitive p{};
-    for (std::uint32_t k = 0; k < corners; ++k) p[k] = representatives[geometry.indices[i + k]];
-    const bool collapsed = (corners > 1 && p[0] == p[1]) || (corners > 2 && (p[1] == p[2] || p[2] == p[0]));
-    if (collapsed) continue;
-    std::rotate(p.begin(), std::min_element(p.begin(), p.begin() + corners), p.begin() + corners);
-    primitives.push_back(p);
+/// Elements may share geometries, of which each is to be coarsened once.
+void collectJobs(const SceneElement& root, std::set<const Geometry*>& known, std::vector<Job>& jobs) {
+  for (const auto& geometry : root.getGeometries()) {
+    if (geometry->kind == KindLines || !geometry->coarseGroups.empty() || !known.insert(geometry.get()).second)
+      continue;
+    for (std::size_t i = 0; i < geometry->clusters.size(); i += ClustersPerGroup) jobs.push_back({geometry.get(), i});
   }
-  std::sort(primitives.begin(), primitives.end());
-  primitives.erase(std::unique(primitives.begin(), primitives.end()), primitives.end());
-  return primitives;
+  for (const auto& child : root.getChildren()) collectJobs(*child, known, jobs);
 }
 
-void addCoarseVersion(Geometry& geometry, double cell) {
-  const std::uint32_t corners = std::uint32_t(geometry.indices.size() / geometry.primitiveCount());
-  const std::vector<std::uint32_t> representatives =
-      findRepresentatives(geometry.vertexCount(), CellItems(geometry, cell));
-  CoarseVersion version;
-  version.cell = cell;
-  for (const Cluster& cluster : geometry.clusters) {
-    version.first.push_back(std::uint32_t(geometry.coarseIndices.size()));
-    for (const Primitive& primitive : coarsePrimitives(geometry, cluster, corners, representatives))
-      geometry.coarseIndices.insert(geometry.coarseIndices.end(), primitive.begin(), primitive.begin() + corners);
+/// Fewer faces between the same vertices. Those on the group's border stay, so that it fits to its neighbours whether
+/// they are coarse or not, and those on the seams of textures and creases move along them only.
+void coarsenFaces(Job& job) {
+  const Geometry& geometry = *job.geometry;
+  const std::uint32_t offset = job.first().firstVertex;
+  const std::size_t vertexCount = job.last().firstVertex + job.last().vertexCount - offset;
+  const float* positions = &geometry.positions[std::size_t(offset) * 3];
+  constexpr std::size_t Stride = 3 * sizeof(float);
+  std::vector<std::uint32_t> whole(geometry.indices.begin() + job.first().first, geometry.indices.begin() + job.end());
+  for (std::uint32_t& index : whole) index -= offset;
+  job.indices.resize(whole.size());
+  float error = 0;
+  job.indices.resize(meshopt_simplify(job.indices.data(), whole.data(), whole.size(), positions, vertexCount, Stride, 0,
+                                      MostError, meshopt_SimplifyLockBorder, &error));
+  for (std::uint32_t& index : job.indices) index += offset;
+  job.error = double(error) * double(meshopt_simplifyScale(positions, vertexCount, Stride));
+}
+
+/// Points that follow each other lie near each other, so some of them stand for all.
+void coarsenPoints(Job& job) {
+  BoundingBox box;
+  for (std::uint32_t i = job.first().first; i < job.end(); ++i) {
+    const std::uint32_t vertex = job.geometry->indices[i];
+    const float* p = &job.geometry->positions[std::size_t(vertex) * 3];
+    box.add(math::Vector3{p[0], p[1], p[2]});
+    if (i % PointsPerCoarsePoint == 0) job.indices.push_back(vertex);
   }
-  version.first.push_back(std::uint32_t(geometry.coarseIndices.size()));
-  geometry.coarseVersions.push_back(std::move(version));
+  // How far apart they are, where they lie on a surface.
+  const double diagonal = std::hypot(box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]);
+  job.error = diagonal / std::sqrt(double(job.indices.size()) + 1);
+}
+
+void append(const Job& job) {
+  Geometry& geometry = *job.geometry;
+  CoarseGroup group;
+  group.first = std::uint32_t(geometry.coarseIndices.size());
+  group.error = float(job.error);
+  const std::size_t wholeCount = job.end() - job.first().first;
+  if (job.indices.size() <= wholeCount * 3 / 4) {
+    group.count = std::uint32_t(job.indices.size());
+    geometry.coarseIndices.insert(geometry.coarseIndices.end(), job.indices.begin(), job.indices.end());
+  }
+  geometry.coarseGroups.push_back(group);
 }
 
 }  // namespace
 
 void makeCoarseVersions(const SceneElement& root) {
-  for (const auto& geometry : root.getGeometries()) {
-    const bool isDone = !geometry->coarseVersions.empty();  // elements may share it
-    if (isDone || geometry->clusters.empty() || geometry->primitiveCount() < WorthIt) continue;
-    const double diagonal = meanDiagonal(*geometry);
-    if (!(diagonal > 0)) continue;
-    for (const double cells : CellsPerCluster) addCoarseVersion(*geometry, diagonal / cells);
-  }
-  for (const auto& child : root.getChildren()) makeCoarseVersions(*child);
+  if (countPrimitives(root) < WorthIt) return;
+  std::set<const Geometry*> known;
+  std::vector<Job> jobs;
+  collectJobs(root, known, jobs);
+  constexpr std::size_t JobsWorthAThread = 4;
+  parallelRanges(
+      jobs.size(),
+      [&](std::size_t begin, std::size_t end, std::size_t) {
+        for (std::size_t i = begin; i < end; ++i)
+          jobs[i].geometry->kind == KindFaces ? coarsenFaces(jobs[i]) : coarsenPoints(jobs[i]);
+      },
+      JobsWorthAThread);
+  for (const Job& job : jobs) append(job);
 }
 
 }  // namespace nubo::scene

@@ -5,8 +5,8 @@
 
 namespace nubo::scene {
 
-/// Gives each geometry of many primitives in and below `root` coarser versions, which take an eighth of its indices or
-/// so. Before any of it is drawn; any thread.
+/// Where there are many primitives in and below `root`, gives geometries coarse versions of a tenth of their faces or
+/// points or so, which keep outlines, textures and normals. Before any of it is drawn; any thread, uses all cores.
 NUBO_MODULE_SCENE_EXPORT void makeCoarseVersions(const SceneElement& root);
 
 }  // namespace nubo::scene

@@ -14,8 +14,8 @@ namespace {
 constexpr int RestMs = 250;
 constexpr int SmoothMs = 20;  // a drawing that takes longer makes turning jerky
 constexpr double PartMs = 10;
-constexpr double LeastDetail = 4, MostDetail = 128;
-constexpr int RoomForMore = 8;  // times as much; a finer version of a model has some 5 times as many faces
+constexpr double LeastDetail = 4, MostDetail = 16;
+constexpr int RoomForMore = 5;  // times as much; twice the resolution has four times as many pixels
 
 /// The application thread's turn while Qt puts a window together from what its panels have drawn.
 class CompositionTurn {

@@ -45,11 +45,11 @@ class ProgressivePanel : public gui::ScenePanel {
   std::optional<View> m_Begun;    ///< what m_Whole shows, or will when it is complete
   std::optional<View> m_Thinned;  ///< that was painted last
   bool m_Complete = false;
-  qint64 m_WholeTime = 0;      ///< milliseconds that it has taken
-  bool m_Slow = false;         ///< the last whole drawing took too long for a moving view
-  double m_MovingDetail = 32;  ///< what a moving view leaves out, in pixels
-  QTimer m_Rest;               ///< runs while the view moves
-  QTimer m_Parts;              ///< runs while the whole is drawn
+  qint64 m_WholeTime = 0;     ///< milliseconds that it has taken
+  bool m_Slow = false;        ///< the last whole drawing took too long for a moving view
+  double m_MovingDetail = 4;  ///< by how much a moving view may be wrong, in pixels
+  QTimer m_Rest;              ///< runs while the view moves
+  QTimer m_Parts;             ///< runs while the whole is drawn
 };
 
 }  // namespace nubo::window
