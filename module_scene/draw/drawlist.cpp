@@ -29,10 +29,10 @@ math::Vector3 originSeenFrom(const math::Matrix4& m, double determinant) {
 }
 
 // Nothing becomes so thin that it breaks up.
-float widthOf(const Geometry& geometry, double scale, const ViewQuery& query) {
+float widthOf(const Geometry& geometry, const ViewQuery& query) {
   const double widest = geometry.kind == KindPoints ? query.widestPoint : query.widestLine;
   const double least = std::min(1.0, double(geometry.width));
-  return float(std::min(std::max(geometry.width * scale, least), widest));
+  return float(std::min(std::max(geometry.width * query.widthScale, least), widest));
 }
 
 enum class Side { Outside, Across, Inside };
@@ -108,10 +108,11 @@ math::Vector3 centerOf(const Cluster& cluster) {
 
 Range whole(const Cluster& cluster) { return {cluster.first, cluster.count, cluster.firstVertex, cluster.vertexCount}; }
 
-// Whether the group's coarse version may be drawn. However much may be left out, it never lies off by more than can
-// just be seen: who has no time for that draws fewer pixels.
+// Coarse versions that lie off by more are not drawn, whatever the caller allows: they would show what is not there.
+constexpr double MostError = 4;  // pixels
+
+// Whether the group's coarse version may be drawn.
 bool mayBeCoarse(const Geometry& geometry, std::size_t group, const Cluster& bounds, const Culler& culler) {
-  constexpr double MostError = 4;  // pixels
   if (culler.detail() <= 0 || geometry.coarseGroups.empty()) return false;
   const CoarseGroup& coarse = geometry.coarseGroups[group];
   return coarse.count > 0 && culler.isSmaller(double(coarse.error), bounds, std::min(culler.detail(), MostError));
@@ -177,11 +178,9 @@ void DrawList::collect(const SceneElement& element, const math::Matrix4& parent,
 }
 
 void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, const ViewQuery& query) {
-  // As wide as the points that one stands for lie apart.
-  const bool mayBeWider = query.detail > 0 && geometry.kind == KindPoints && !geometry.coarseGroups.empty();
-  const float width = widthOf(geometry, query.widthScale, query);
-  const float coarseWidth = widthOf(geometry, query.widthScale * std::sqrt(double(PointsPerCoarsePoint)), query);
-  const int margin = geometry.kind == KindFaces ? 0 : marginFor(mayBeWider ? coarseWidth : width);
+  const float width = widthOf(geometry, query);
+  const float coarseWidth = std::max(width, float(MostError));  // of points, which lie so far apart
+  const int margin = geometry.kind == KindFaces ? 0 : marginFor(query.detail > 0 ? coarseWidth : width);
   const Culler culler(query, modelView, margin);
   if (geometry.clusters.empty() || culler.side(geometry.box) == Side::Outside) return;
   if (query.detail > 0 && culler.isUnseen(geometry.box)) return;

@@ -39,9 +39,6 @@ struct CoarseGroup {
   float error = 0;          ///< how far it may lie off, in the geometry's own units; of points, how far apart they are
 };
 
-/// So many points give one of a coarse version, which is drawn wider, for all of them to cover the same area.
-constexpr std::uint32_t PointsPerCoarsePoint = 16;
-
 /// Indexed vertices of one kind with one material. Filled once, finished by prepare() (see mesh/preparation.h), and not
 /// changed after it became part of a scene; may be shared by elements.
 struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {

@@ -14,6 +14,8 @@ namespace {
 constexpr std::size_t WorthIt = 200000;
 /// Of a group's extent, by which its coarse version may lie off.
 constexpr float MostError = 0.002f;
+/// So many points give one.
+constexpr std::uint32_t PointsPerCoarsePoint = 16;
 
 /// One group of clusters, and what becomes of it.
 struct Job {

@@ -1,20 +1,24 @@
 #include <gmock/gmock.h>
 
+#include <QCoreApplication>
 #include <QOpenGLFunctions>
+#include <QResizeEvent>
 #include <array>
 #include <map>
+#include <numeric>
 #include <thread>
 
 #include "module_scene/draw/drawingturn.h"
 #include "module_scene/mesh/coarsening.h"
 #include "module_scene/mesh/meshbuilder.h"
-#include "module_scene/mesh/preparation.h"
 #include "support/glfixture.h"
+#include "support/quad.h"
 
 namespace nubo::scene {
 namespace {
 
 using test::compare;
+using test::expectAlmostEqual;
 using test::Shot;
 
 using Element = util::YPointer<SceneElement>;
@@ -27,25 +31,20 @@ util::YPointer<Material> paint(const QColor& color, bool lit = false) {
   return material;
 }
 
-Element element(std::initializer_list<GeometryPointer> geometries) {
+Element element(std::initializer_list<GeometryPointer> geometries, const math::Matrix4& transform = math::Matrix4()) {
   Element result(new SceneElement);
   for (const auto& geometry : geometries) result->addGeometry(geometry);
+  result->setTransform(transform);
   return result;
 }
 
-// Seen from (0, 0, 3) a quad of this half size at z = 0 is a square in the middle.
-GeometryPointer quad(const util::YPointer<Material>& material, double half = 0.5, double z = 0, double turn = 0) {
-  GeometryPointer geometry(new Geometry);
-  geometry->material = material;
-  for (const auto& corner : {std::array<double, 2>{-1, -1}, {1, -1}, {1, 1}, {-1, 1}}) {
-    const auto p = math::transformPoint(math::rotation(turn, {0, 0, 1}), {half * corner[0], half * corner[1], z});
-    geometry->positions.insert(geometry->positions.end(), {float(p[0]), float(p[1]), float(p[2])});
-  }
-  geometry->indices = {0, 1, 2, 0, 2, 3};
-  prepare(*geometry);
-  return geometry;
+// Seen from (0, 0, 3) a square of this half size at z = 0 is a square in the middle.
+GeometryPointer square(const QColor& color, double half = 0.5, double z = 0) {
+  const float h = float(half), depth = float(z);
+  return test::quad({-h, -h, depth, h, -h, depth, h, h, depth, -h, h, depth}, paint(color)->diffuse);
 }
 
+// Points, or lines between them, anywhere in view.
 GeometryPointer strokes(Kind kind, float width, int count, unsigned seed) {
   GeometryPointer geometry(new Geometry);
   geometry->kind = kind;
@@ -63,29 +62,58 @@ GeometryPointer strokes(Kind kind, float width, int count, unsigned seed) {
   return geometry;
 }
 
+GeometryPointer pointInTheMiddle(float width, float z = 0) {
+  GeometryPointer point(new Geometry);
+  point->kind = KindPoints;
+  point->width = width;
+  point->positions = {0, 0, z};
+  point->indices = {0};
+  point->material = paint(Qt::yellow);
+  prepare(*point);
+  return point;
+}
+
 // A closed, bumpy ball that hides parts of itself, lit.
-GeometryPointer bumpyBall(const QColor& color, int steps = 160, double radius = 1.0) {
+GeometryPointer bumpyBall(const QColor& color = QColor(200, 90, 60), int steps = 160, double radius = 1.0,
+                          double bumps = 0.12) {
   std::vector<MeshBuilder::Point2> profile;
   for (int i = 0; i <= steps; ++i) {
-    const double angle = M_PI * i / steps, r = radius * (1 + 0.12 * std::sin(14 * angle));
+    const double angle = M_PI * i / steps, r = radius * (1 + bumps * std::sin(14 * angle));
     profile.push_back({i == 0 || i == steps ? 0.0 : r * std::sin(angle), -r * std::cos(angle)});
   }
   return MeshBuilder(paint(color, true)).turned(profile, false, 2 * steps).finish();
 }
 
+// A wavy sheet from -1 to 1 with squares on it, `repeats` times along both edges.
+GeometryPointer texturedSheet(int steps, float repeats = 1, bool repeat = true) {
+  QImage squares(64, 64, QImage::Format_RGB32);
+  for (int y = 0; y < 64; ++y)
+    for (int x = 0; x < 64; ++x) squares.setPixel(x, y, (x / 8 + y / 8) % 2 ? 0xffffff : 0x202020 + x * 0x30000);
+  for (int y = 56; y < 64; ++y)
+    for (int x = 0; x < 64; ++x) squares.setPixel(x, y, 0xff0000);  // the lower edge
+  GeometryPointer sheet(new Geometry);
+  sheet->material = paint(Qt::white);
+  sheet->material->texture = new Texture(squares, repeat);
+  const auto row = std::uint32_t(steps) + 1;
+  for (std::uint32_t i = 0; i < row * row; ++i) {
+    const float u = float(i % row) / float(steps), v = float(i / row) / float(steps);
+    sheet->positions.insert(sheet->positions.end(), {2 * u - 1, 2 * v - 1, 0.3f * std::sin(7 * u) * std::cos(5 * v)});
+    sheet->texCoords.insert(sheet->texCoords.end(), {u * repeats, v * repeats});
+    if (i % row + 1 < row && i + row < row * row)
+      sheet->indices.insert(sheet->indices.end(), {i, i + 1, i + row, i + 1, i + row + 1, i + row});
+  }
+  prepare(*sheet);
+  return sheet;
+}
+
 // The same triangles without anything that lets the drawer leave some out.
 GeometryPointer drawnWhole(const GeometryPointer& geometry) {
   GeometryPointer plain(new Geometry);
-  plain->kind = geometry->kind;
-  plain->width = geometry->width;
   plain->material = geometry->material;
   plain->positions = geometry->positions;
   plain->normals = geometry->normals;
-  plain->colors = geometry->colors;
-  plain->texCoords = geometry->texCoords;
   plain->indices = geometry->indices;
   plain->box = geometry->box;
-  plain->transparent = geometry->transparent;  // but not closed
   Cluster all;
   all.count = std::uint32_t(plain->indices.size());
   all.vertexCount = std::uint32_t(plain->vertexCount());
@@ -116,22 +144,20 @@ class DrawerTest : public test::GlFixture {
   }
   void TearDown() override { EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR)); }
 
+  QColor center(const Shot& shot) { return draw(shot).pixelColor(shot.width / 2, shot.height / 2); }
+
   const QRgb nothing = qRgba(40, 80, 120, 0);
 };
 
 TEST_F(DrawerTest, PutsWhatIsThereUprightIntoTheMiddleAndLeavesTheRest) {
   Shot shot;
-  const auto up = paint(Qt::red), right = paint(Qt::blue);
-  const auto high = element({quad(up, 0.2)}), aside = element({quad(right, 0.2)});
-  high->setTransform(math::translation(0, 0.8, 0));
-  aside->setTransform(math::translation(0.8, 0, 0));
   shot.root = element({});
-  shot.root->addChild(high);
-  shot.root->addChild(aside);
+  shot.root->addChild(element({square(Qt::red, 0.2)}, math::translation(0, 0.8, 0)));
+  shot.root->addChild(element({square(Qt::blue, 0.2)}, math::translation(0.8, 0, 0)));
+  const int offset = int(0.8 / 3 / std::tan(0.40391905546154483) * 128);
   for (const int samples : {0, 4, 1000}) {
     shot.samples = samples;
     const QImage picture = draw(shot);
-    const int offset = int(0.8 / 3 / std::tan(0.40391905546154483) * 128);
     EXPECT_EQ(picture.pixel(128, 128 - offset), qRgba(255, 0, 0, 255)) << samples;
     EXPECT_EQ(picture.pixel(128 + offset, 128), qRgba(0, 0, 255, 255)) << samples;
     EXPECT_EQ(picture.pixel(128, 128 + offset), nothing) << samples;
@@ -139,9 +165,41 @@ TEST_F(DrawerTest, PutsWhatIsThereUprightIntoTheMiddleAndLeavesTheRest) {
   }
 }
 
+TEST_F(DrawerTest, LightComesFromAboveAndIsTheSameForAllSizes) {
+  Shot shot;
+  shot.root = element({bumpyBall(QColor(200, 200, 200), 60, 1, 0)});
+  const QImage picture = draw(shot);
+  const int high = qGreen(picture.pixel(128, 58)), low = qGreen(picture.pixel(128, 198));
+  EXPECT_GT(high, low + 40);
+  EXPECT_GT(low, 30) << "a little comes from everywhere";
+  for (const double factor : {0.01, 30.0}) {
+    const double radius = 1 / factor;
+    shot.root = element({bumpyBall(QColor(200, 200, 200), 60, radius, 0)}, math::scaling(factor, factor, factor));
+    expectAlmostEqual(draw(shot), picture, 0);
+  }
+}
+
+TEST_F(DrawerTest, TexturesStandUprightAndRepeatIfTheyShall) {
+  Shot shot;
+  const auto redRows = [&](const GeometryPointer& sheet) {
+    shot.root = element({sheet});
+    const QImage picture = draw(shot);
+    int rows = 0, lowest = -1;
+    for (int y = 1; y < picture.height(); ++y) {
+      const auto isRed = [&](int line) { return picture.pixelColor(128, line) == QColor(255, 0, 0); };
+      rows += isRed(y) && !isRed(y - 1);
+      if (isRed(y)) lowest = y;
+    }
+    return std::pair(rows, lowest > picture.height() * 3 / 4);
+  };
+  EXPECT_EQ(redRows(texturedSheet(4, 1)), std::pair(1, true));
+  EXPECT_EQ(redRows(texturedSheet(4, 2)).first, 2);
+  EXPECT_EQ(redRows(texturedSheet(4, 2, false)), std::pair(1, true));
+}
+
 TEST_F(DrawerTest, SmoothedEdgesKeepTheirColorInPicturesAndBlendInFrames) {
   Shot shot;
-  shot.root = element({quad(paint(QColor(200, 100, 50)), 0.5, 0, 0.3)});
+  shot.root = element({square(QColor(200, 100, 50))}, math::rotation(0.3, {0, 0, 1}));
   shot.samples = 4;
   const QImage picture = draw(shot);
   shot.layers = 65535;
@@ -160,42 +218,44 @@ TEST_F(DrawerTest, SmoothedEdgesKeepTheirColorInPicturesAndBlendInFrames) {
       edges += alpha < 255;
       // A quarter covered is kept in bytes as a quarter of the colour: half a step of that is two of the colour.
       const int limit = alpha < 255 ? 2 : 0;
-      ASSERT_NEAR(qRed(pixel), 200, limit);
-      ASSERT_NEAR(qGreen(pixel), 100, limit);
-      ASSERT_NEAR(qBlue(pixel), 50, limit);
+      ASSERT_LE(test::distance(pixel, qRgba(200, 100, 50, alpha)), limit);
       ASSERT_NEAR(qRed(blended), (200 * alpha + 40 * (255 - alpha)) / 255.0, 1.5);
+      ASSERT_NEAR(qGreen(blended), (100 * alpha + 80 * (255 - alpha)) / 255.0, 1.5);
       ASSERT_NEAR(qBlue(blended), (50 * alpha + 120 * (255 - alpha)) / 255.0, 1.5);
     }
   EXPECT_GT(edges, 200);
 }
 
 TEST_F(DrawerTest, TransparencyIsSortedAndCarriedInAlpha) {
-  const auto red = quad(paint(QColor(255, 0, 0, 128)), 0.5, 0.2), blue = quad(paint(QColor(0, 0, 255, 128)), 0.5, -0.2);
-  const auto green = quad(paint(QColor(0, 255, 0)), 0.7, -0.6), hidden = quad(paint(QColor(9, 9, 9, 200)), 0.5, -0.9);
-  const auto centerOf = [&](std::initializer_list<GeometryPointer> geometries, int layers) {
+  const auto red = square(QColor(255, 0, 0, 128), 0.5, 0.2), blue = square(QColor(0, 0, 255, 128), 0.5, -0.2);
+  const auto green = square(QColor(0, 255, 0), 0.7, -0.6), hidden = square(QColor(9, 9, 9, 200), 0.5, -0.9);
+  const double a = 128 / 255.0, both = 1 - (1 - a) * (1 - a);
+  struct Row {
+    const char* name;
+    std::initializer_list<GeometryPointer> geometries;
+    int layers;
+    std::array<double, 4> color;
+  };
+  const Row rows[] = {
+      {"glass in a picture", {red}, 3, {255, 0, 0, 128}},
+      {"glass in a frame", {red}, 65535, {255 * a + 40 * (1 - a), 80 * (1 - a), 120 * (1 - a), 128}},
+      {"from the front", {red, blue}, 3, {255 * a / both, 0, 255 * a * (1 - a) / both, 255 * both}},
+      {"from the back", {blue, red}, 3, {255 * a / both, 0, 255 * a * (1 - a) / both, 255 * both}},
+      {"what is opaque stays so behind glass", {red, hidden, green}, 3, {255 * a, 255 * (1 - a), 0, 255}},
+      {"only what is opaque", {red, green}, LayerModel, {0, 255, 0, 255}},
+      {"only what is not", {red, green}, LayerTransparent, {255, 0, 0, 128}}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
     Shot shot;
-    shot.root = element(geometries);
-    shot.layers = layers;
-    return draw(shot).pixelColor(128, 128);
-  };
-  const double a = 128 / 255.0;
-  const auto expectNear = [](const QColor& color, double r, double g, double b, double alpha) {
+    shot.root = element(row.geometries);
+    shot.layers = row.layers;
+    const QColor color = center(shot);
     // Each of two layers is rounded to a byte, and dividing by an alpha of half doubles that.
-    EXPECT_NEAR(color.red(), r, 2);
-    EXPECT_NEAR(color.green(), g, 2);
-    EXPECT_NEAR(color.blue(), b, 2);
-    EXPECT_NEAR(color.alpha(), alpha, 1);
-  };
-  expectNear(centerOf({red}, 3), 255, 0, 0, 128);
-  expectNear(centerOf({red}, 65535), 255 * a + 40 * (1 - a), 80 * (1 - a), 120 * (1 - a), 128);
-  const double both = 1 - (1 - a) * (1 - a);
-  for (const auto& order : {std::initializer_list<GeometryPointer>{red, blue}, {blue, red}})
-    expectNear(centerOf(order, 3), 255 * a / both, 0, 255 * a * (1 - a) / both, 255 * both);
-  const QColor overGreen = centerOf({red, hidden, green}, 3);
-  EXPECT_EQ(overGreen.alpha(), 255) << "what is opaque stays so behind glass";
-  expectNear(overGreen, 255 * a, 255 * (1 - a), 0, 255);
-  EXPECT_EQ(centerOf({red, green}, LayerModel), QColor(0, 255, 0));
-  expectNear(centerOf({red, green}, LayerTransparent), 255, 0, 0, 128);
+    EXPECT_NEAR(color.red(), row.color[0], 2);
+    EXPECT_NEAR(color.green(), row.color[1], 2);
+    EXPECT_NEAR(color.blue(), row.color[2], 2);
+    EXPECT_NEAR(color.alpha(), row.color[3], 1);
+  }
 }
 
 TEST_F(DrawerTest, AlphaOfAnOpaqueMaterialMeansNothing) {
@@ -218,191 +278,158 @@ TEST_F(DrawerTest, AlphaOfAnOpaqueMaterialMeansNothing) {
 
 TEST_F(DrawerTest, LayersAndKindsSelect) {
   Shot shot;
-  const Element overlay = element({quad(paint(Qt::red), 0.3, 0.1)}),
-                below = element({quad(paint(Qt::white), 0.1, 0.2)});
+  const Element overlay = element({square(Qt::red, 0.3, 0.1)});
   overlay->setLayer(LayerAxes);
-  overlay->addChild(below);
-  GeometryPointer point(new Geometry);
-  point->kind = KindPoints;
-  point->width = 9;
-  point->positions = {0, 0, 0.5f};
-  point->indices = {0};
-  point->material = paint(Qt::yellow);
-  prepare(*point);
-  shot.root = element({quad(paint(Qt::green)), point});
+  overlay->addChild(element({square(Qt::white, 0.1, 0.2)}));
+  shot.root = element({square(Qt::green), pointInTheMiddle(9, 0.5f)});
   shot.root->addChild(overlay);
-  const auto center = [&](int layers, int kinds) {
+  const auto show = [&](int layers, int kinds) {
     shot.layers = layers;
     shot.kinds = kinds;
-    return draw(shot).pixelColor(128, 128);
+    return center(shot);
   };
-  EXPECT_EQ(center(3, KindFaces), QColor(Qt::green));
-  EXPECT_EQ(center(65535, KindFaces), QColor(Qt::white)) << "children belong to their parent's overlay";
-  EXPECT_EQ(center(3, 7), QColor(Qt::yellow));
-  EXPECT_EQ(center(3, KindLines), QColor::fromRgba(nothing));
+  EXPECT_EQ(show(3, KindFaces), QColor(Qt::green));
+  EXPECT_EQ(show(65535, KindFaces), QColor(Qt::white)) << "children belong to their parent's overlay";
+  EXPECT_EQ(show(3, 7), QColor(Qt::yellow));
+  EXPECT_EQ(show(3, KindLines), QColor::fromRgba(nothing));
   shot.root->setVisible(false);
-  EXPECT_EQ(center(65535, 7), QColor::fromRgba(nothing));
+  EXPECT_EQ(show(65535, 7), QColor::fromRgba(nothing));
 }
 
 // Positions in the whole and in a tile round differently, by about 1/1000 of a pixel, and are then put on a grid of
 // 1/256 of a pixel. So an edge may move by a step of that grid, which changes up to one in 256 of the samples along
 // it, and a colour may fall on the other side of a byte's limit. A border at which something breaks changes far more.
 TEST_F(DrawerTest, TilesFitTogetherToThePictureDrawnAtOnce) {
-  util::YPointer<Material> textured = paint(Qt::white);
-  QImage checks(64, 64, QImage::Format_RGB32);
-  for (int y = 0; y < 64; ++y)
-    for (int x = 0; x < 64; ++x) checks.setPixel(x, y, (x / 8 + y / 8) % 2 ? 0xffffff : 0x202020);
-  textured->texture = new Texture(checks);
-  struct Case {
+  struct Row {
     const char* name;
     GeometryPointer geometry;
     int samples;
   };
-  const Case cases[] = {
-      {"lit mesh", bumpyBall(QColor(180, 180, 60)), 0},
-      {"smoothed mesh", bumpyBall(QColor(180, 180, 60)), 4},
-      {"glass", bumpyBall(QColor(90, 180, 220, 100)), 0},
-      {"texture", MeshBuilder(textured).picture({-1, -1, 0}, {2, 0.3, 0}, {0, 2, 0.5}).finish(), 0},
-      {"thin lines", strokes(KindLines, 1, 80, 1), 0},
-      {"wide lines", strokes(KindLines, 7, 80, 2), 0},
-      {"smoothed wide lines", strokes(KindLines, 4, 80, 3), 4},
-      {"points", strokes(KindPoints, 1, 2000, 4), 0},
-      {"wide points", strokes(KindPoints, 12, 400, 5), 0},
-      {"smoothed wide points", strokes(KindPoints, 9, 400, 6), 4},
-  };
-  for (const Case& c : cases)
+  const Row rows[] = {{"lit mesh", bumpyBall(), 0},
+                      {"smoothed mesh", bumpyBall(), 4},
+                      {"glass", bumpyBall(QColor(90, 180, 220, 100)), 0},
+                      {"texture", texturedSheet(20), 0},
+                      {"thin lines", strokes(KindLines, 1, 80, 1), 0},
+                      {"wide lines", strokes(KindLines, 7, 80, 2), 0},
+                      {"smoothed wide lines", strokes(KindLines, 4, 80, 3), 4},
+                      {"points", strokes(KindPoints, 1, 2000, 4), 0},
+                      {"smoothed wide points", strokes(KindPoints, 9, 400, 6), 4}};
+  for (const Row& row : rows)
     for (const int edge : {512, 100, 37}) {
+      SCOPED_TRACE(testing::Message() << row.name << " in tiles of " << edge);
       Shot shot;
-      shot.root = element({c.geometry});
+      shot.root = element({row.geometry});
       shot.width = 701;
       shot.height = 555;
-      shot.samples = c.samples;
+      shot.samples = row.samples;
       const QImage whole = draw(shot), tiled = drawTiled(shot, edge);
       const auto difference = compare(whole, tiled);
-      EXPECT_GT(difference.covered, 1000) << c.name;
-      EXPECT_LE(difference.changed, std::max(c.samples, 1) * difference.edges / 256)
-          << c.name << ' ' << edge << ": " << difference;
-      EXPECT_LE(difference.rounded, shot.width * shot.height / 2000) << c.name << ' ' << edge << ": " << difference;
-      EXPECT_LE(changedAlongBorders(whole, tiled, edge), 2 + difference.changed * 8 / edge)
-          << c.name << ' ' << edge << ": " << difference;
+      EXPECT_GT(difference.covered, 1000);
+      EXPECT_LE(difference.changed, std::max(row.samples, 1) * difference.edges / 256) << difference;
+      EXPECT_LE(difference.rounded, shot.width * shot.height / 2000) << difference;
+      EXPECT_LE(changedAlongBorders(whole, tiled, edge), 2 + difference.changed * 8 / edge) << difference;
     }
 }
 
 TEST_F(DrawerTest, WidePointAcrossATilesCornerIsWholeAndGrowsWithThePicture) {
-  GeometryPointer point(new Geometry);
-  point->kind = KindPoints;
-  point->width = 11;
-  point->positions = {0, 0, 0};
-  point->indices = {0};
-  point->material = paint(Qt::red);
-  prepare(*point);
-  Shot shot;
-  shot.root = element({point});
-  shot.width = shot.height = 256;  // so that four tiles of 128 meet in the point's centre
+  Shot shot;  // of which four tiles of 128 meet in the point's centre
+  shot.root = element({pointInTheMiddle(11)});
   shot.transform = math::translation(0.002, 0.003, -3);
-  const auto coveredIn = [](const QImage& picture) {
-    int covered = 0;
-    for (int y = 0; y < 256; ++y)
-      for (int x = 0; x < 256; ++x) covered += picture.pixel(x, y) == qRgba(255, 0, 0, 255);
-    return covered;
-  };
-  EXPECT_EQ(coveredIn(drawTiled(shot, 128)), 11 * 11);
+  const auto covered = [&] { return compare(drawTiled(shot, 128), QImage(256, 256, QImage::Format_ARGB32)).covered; };
+  EXPECT_EQ(covered(), 11 * 11);
 
   // The panel shows an angle of 45 degrees, the shot about one more: 11 * 2 * tan(22.5) / tan(23.14) is 21.3.
   gui::ScenePanel panel;
   panel.resize(300, 128);
   viewer.setActivePanel(&panel);
-  EXPECT_EQ(coveredIn(drawTiled(shot, 128)), 21 * 21);
-  panel.resize(300, 1);
-  viewer.setActivePanel(nullptr);
-  viewer.setActivePanel(&panel);
-  EXPECT_GT(coveredIn(drawTiled(shot, 128)), 60 * 60) << "as wide as OpenGL allows, at least 63";
+  EXPECT_EQ(covered(), 21 * 21);
+  panel.resize(300, 2);
+  QResizeEvent resized(panel.size(), {});
+  QCoreApplication::sendEvent(&panel, &resized);  // which hidden widgets get when they are shown
+  EXPECT_GT(covered(), 60 * 60) << "as wide as OpenGL allows, at least 63";
 }
 
 TEST_F(DrawerTest, LeavingOutWhatCannotBeSeenChangesNoPixel) {
-  struct Case {
-    const char* name;
-    math::Matrix4 transform;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, math::Matrix4> views[] = {
       {"outside", math::translation(0, 0, -3)},
       {"turned", math::translation(0.2, -0.1, -2) * math::rotation(1.1, {0.6, 0.8, 0})},
       {"mirrored", math::translation(0, 0, -3) * math::scaling(-1, 1, 1)},
       {"stretched", math::translation(0, 0, -3) * math::rotation(0.4, {1, 0, 0}) * math::scaling(1, 0.3, 1.6)},
+      {"beside the middle", math::translation(0.9, 1.1, -2.2)},
       {"from the inside", math::translation(0.1, 0, -0.3)},
       {"cut open by the near plane", math::translation(0, 0, -1.02)},
-      {"partly beyond the far plane", math::translation(0, 0, -100.2)},
-  };
+      {"partly beyond the far plane", math::translation(0, 0, -100.2)}};
   // The smooth ball's clusters each look one way, so that many may be left out; the other hides parts of itself.
-  const GeometryPointer smooth = MeshBuilder(paint(Qt::cyan, true)).sphere({0, 0, 0}, 1).finish();
-  const GeometryPointer bumpy = bumpyBall(QColor(200, 90, 60));
+  const GeometryPointer smooth = bumpyBall(Qt::cyan, 160, 1, 0), bumpy = bumpyBall();
   for (const GeometryPointer& ball : {smooth, bumpy}) {
     ASSERT_TRUE(ball->closed);
     ASSERT_GT(ball->clusters.size(), 20u);
   }
-  for (const Case& c : cases)
+  for (const auto& [name, transform] : views)
     for (const auto& [ball, samples] : {std::pair(smooth, 0), {bumpy, 0}, {bumpy, 4}}) {
+      SCOPED_TRACE(testing::Message() << name << ", " << samples << " samples");
       Shot shot;
-      shot.width = shot.height = 500;
-      shot.transform = c.transform;
+      shot.width = 500;
+      shot.height = 400;
+      shot.transform = transform;
       shot.samples = samples;
       shot.root = element({ball});
       const QImage fast = draw(shot);
       shot.root = element({drawnWhole(ball)});
-      const QImage plain = draw(shot);
       // Where a front and a back face share an edge their depths there may round to the same, above all far away.
-      const auto difference = compare(fast, plain);
-      EXPECT_GT(difference.covered, 20) << c.name;
-      EXPECT_LE(difference.changed + difference.rounded, 4 + difference.edges / 256)
-          << c.name << ", " << samples << " samples: " << difference;
+      const auto difference = expectAlmostEqual(fast, draw(shot), 8);
+      EXPECT_GT(difference.covered, 20);
     }
 }
 
-TEST_F(DrawerTest, CoarseVersionsLookAlikeFromAfarAndChangeNoWholePicture) {
-  const auto ball = [](Kind kind) {
-    const GeometryPointer result = bumpyBall(QColor(200, 90, 60));
-    result->kind = kind;
-    result->width = 3;
-    result->clusters.clear();
-    prepare(*result);
-    return result;
+// Seen at a quarter of the size, which hides an edge that lies off by few pixels, and nothing else. There a point that
+// stands for others is as large as a pixel.
+TEST_F(DrawerTest, CoarseVersionsLookLikeTheWholeAndChangeNoPictureOfIt) {
+  const auto points = [] {
+    const GeometryPointer sheet = texturedSheet(600);
+    sheet->kind = KindPoints;
+    sheet->width = 3;
+    sheet->indices.resize(sheet->vertexCount());
+    std::iota(sheet->indices.begin(), sheet->indices.end(), 0u);
+    sheet->clusters.clear();
+    prepare(*sheet);
+    return sheet;
   };
-  for (const Kind kind : {KindFaces, KindPoints}) {
-    SCOPED_TRACE(kind);
+  struct Row {
+    const char* name;
+    GeometryPointer whole, thinned;
+    int share;  // of the pixels along edges that may clearly differ
+  };
+  const Row rows[] = {{"faces", bumpyBall(QColor(200, 90, 60), 360), bumpyBall(QColor(200, 90, 60), 360), 25},
+                      {"texture", texturedSheet(340), texturedSheet(340), 25},
+                      {"points", points(), points(), 6}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
     Shot shot;
-    shot.width = shot.height = 500;
-    shot.root = element({ball(kind)});
+    shot.width = shot.height = 400;
+    shot.root = element({row.whole});
     const QImage whole = draw(shot);
-    const GeometryPointer geometry = ball(kind);
-    shot.root = element({geometry});
+    shot.root = element({row.thinned});
     makeCoarseVersions(*shot.root);
-    ASSERT_EQ(geometry->coarseVersions.size(), 2u);
-    EXPECT_LT(geometry->coarseIndices.size(), geometry->indices.size() / 4);
-    EXPECT_GT(geometry->coarseVersions[0].first.back(), geometry->coarseIndices.size() * 2 / 3) << "the coarser last";
-    EXPECT_EQ(compare(draw(shot), whole).greatest, 0);
-    // The outline moves by a cell at most.
-    for (const auto& [detail, share] : {std::pair(24.0, 25), {100.0, 10}}) {
-      shot.detail = detail;
-      const QImage coarse = draw(shot);
-      EXPECT_GT(compare(coarse, whole).changed, 500) << "it is drawn whole";
-      if (geometry->kind != KindFaces) continue;
-      int outline = 0;
-      for (int y = 0; y < whole.height(); ++y)
-        for (int x = 0; x < whole.width(); ++x)
-          outline += (qAlpha(coarse.pixel(x, y)) > 0) != (qAlpha(whole.pixel(x, y)) > 0);
-      EXPECT_LT(outline, compare(whole, whole).covered / share) << detail;
-    }
-    shot.layers = LayerMarkers;
+    EXPECT_LT(row.thinned->coarseIndices.size(), row.thinned->indices.size() / 4);
+    EXPECT_EQ(draw(shot), whole);
+    shot.detail = 100;
+    const QImage coarse = draw(shot);
+    EXPECT_GT(compare(coarse, whole).changed, 500) << "it is drawn whole";
+    const auto difference = compare(test::quarter(whole), test::quarter(coarse));
+    EXPECT_LT(difference.clear, difference.edges / row.share) << difference;
     shot.root->setLayer(LayerMarkers);
-    EXPECT_EQ(compare(draw(shot), whole).greatest, 0);
+    shot.layers = LayerMarkers;
+    EXPECT_EQ(draw(shot), whole) << "what is small and meant to be seen is not thinned";
   }
 }
 
 TEST_F(DrawerTest, PartsGiveThePictureThatIsDrawnAtOnce) {
   for (const int samples : {0, 4})
-    for (const Element& root : {element({bumpyBall(QColor(200, 90, 60))}),
-                                element({bumpyBall(QColor(200, 90, 60)), bumpyBall(QColor(90, 140, 220, 120), 120, 1.2),
-                                         strokes(KindLines, 5, 3000, 7)})}) {
+    for (const Element& root :
+         {element({bumpyBall()}),
+          element({bumpyBall(), bumpyBall(QColor(90, 140, 220, 120), 120, 1.2), strokes(KindLines, 5, 3000, 7)})}) {
+      SCOPED_TRACE(samples);
       Shot shot;
       shot.root = root;
       shot.samples = samples;
@@ -419,26 +446,62 @@ TEST_F(DrawerTest, PartsGiveThePictureThatIsDrawnAtOnce) {
         }
       });
       EXPECT_GE(parts, 4);
-      EXPECT_EQ(compare(inParts, whole).greatest, 0) << samples << " samples: " << compare(inParts, whole);
+      EXPECT_EQ(inParts, whole) << compare(inParts, whole);
       QImage inTurns;
       DrawingTurn::setShared();
       std::thread([&] {
         const test::SharingContext own;
         inTurns = draw(shot);
       }).join();
-      EXPECT_EQ(compare(inTurns, whole).greatest, 0) << samples << " samples: " << compare(inTurns, whole);
+      EXPECT_EQ(inTurns, whole) << compare(inTurns, whole);
     }
 }
 
 TEST_F(DrawerTest, PutsBackTheStateItFound) {
-  util::YPointer<Material> glass = paint(QColor(0, 0, 255, 100), true);
-  QImage checks(4, 4, QImage::Format_RGB32);
-  checks.fill(Qt::white);
-  glass->texture = new Texture(checks);
+  static const GLenum States[] = {GL_ARRAY_BUFFER_BINDING,
+                                  GL_ELEMENT_ARRAY_BUFFER_BINDING,
+                                  GL_TEXTURE_BINDING_2D,
+                                  GL_DRAW_FRAMEBUFFER_BINDING,
+                                  GL_READ_FRAMEBUFFER_BINDING,
+                                  GL_RENDERBUFFER_BINDING,
+                                  GL_CURRENT_PROGRAM,
+                                  GL_VIEWPORT,
+                                  GL_BLEND,
+                                  GL_BLEND_SRC,
+                                  GL_BLEND_DST,
+                                  GL_DEPTH_FUNC,
+                                  GL_DEPTH_WRITEMASK,
+                                  GL_CULL_FACE,
+                                  GL_CULL_FACE_MODE,
+                                  GL_FRONT_FACE,
+                                  GL_COLOR_CLEAR_VALUE,
+                                  GL_CURRENT_COLOR,
+                                  GL_LINE_WIDTH,
+                                  GL_POINT_SIZE,
+                                  GL_SCISSOR_TEST,
+                                  GL_SCISSOR_BOX,
+                                  GL_VERTEX_ARRAY,
+                                  GL_NORMAL_ARRAY,
+                                  GL_COLOR_ARRAY,
+                                  GL_TEXTURE_COORD_ARRAY,
+                                  GL_VERTEX_ARRAY_BUFFER_BINDING,
+                                  GL_MATRIX_MODE,
+                                  GL_MODELVIEW_MATRIX,
+                                  GL_PROJECTION_MATRIX,
+                                  GL_TEXTURE_MATRIX,
+                                  GL_MODELVIEW_STACK_DEPTH,
+                                  GL_ATTRIB_STACK_DEPTH,
+                                  GL_CLIENT_ATTRIB_STACK_DEPTH,
+                                  GL_LIGHTING,
+                                  GL_NORMALIZE,
+                                  GL_TEXTURE_2D,
+                                  GL_LIGHT_MODEL_TWO_SIDE,
+                                  GL_LIGHT_MODEL_AMBIENT,
+                                  GL_COLOR_MATERIAL,
+                                  GL_DITHER,
+                                  GL_ACTIVE_TEXTURE};
   Shot shot;
-  shot.root = element({MeshBuilder(glass).picture({-1, -1, 0}, {2, 0, 0}, {0, 2, 0}).finish(),
-                       strokes(KindLines, 3, 20, 1), bumpyBall(Qt::green, 20)});
-
+  shot.root = element({texturedSheet(2), bumpyBall(QColor(0, 0, 255, 100), 20), strokes(KindLines, 3, 20, 1)});
   QOpenGLFunctions* gl = (*context)->functions();
   std::array<GLuint, 2> buffers{};
   gl->glGenBuffers(2, buffers.data());
@@ -451,69 +514,23 @@ TEST_F(DrawerTest, PutsBackTheStateItFound) {
     gl->glBindTexture(GL_TEXTURE_2D, texture);
     fbo.bind();
     glViewport(1, 2, 33, 44);
-    glEnable(GL_BLEND);
+    for (const GLenum on : {GL_BLEND, GL_CULL_FACE, GL_SCISSOR_TEST}) glEnable(on);
     glBlendFunc(GL_ONE, GL_ONE);
     glDepthFunc(GL_GREATER);
-    glEnable(GL_CULL_FACE);
     glFrontFace(GL_CW);
     glClearColor(0.1f, 0.2f, 0.3f, 0.4f);
     glColor4f(0.5f, 0.25f, 0.75f, 1.0f);
     glLineWidth(2);
-    glEnable(GL_SCISSOR_TEST);
     glScissor(0, 0, 10, 10);
     glEnableClientState(GL_VERTEX_ARRAY);
-    glMatrixMode(GL_MODELVIEW);
-    glLoadIdentity();
-    glTranslated(0, 0, -1);
-    glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
-    glFrustum(-0.01, 0.02, -0.03, 0.04, SceneDrawer::ZNEAR, SceneDrawer::ZFAR);
+    for (const GLenum mode : {GL_MODELVIEW, GL_PROJECTION}) {
+      glMatrixMode(mode);
+      glLoadMatrixd(math::translation(0, 0, mode == GL_MODELVIEW ? -1 : -2).data());
+    }
   };
   const auto capture = [&] {
     std::map<GLenum, std::array<double, 16>> state;
-    for (const GLenum name : {GL_ARRAY_BUFFER_BINDING,
-                              GL_ELEMENT_ARRAY_BUFFER_BINDING,
-                              GL_TEXTURE_BINDING_2D,
-                              GL_DRAW_FRAMEBUFFER_BINDING,
-                              GL_READ_FRAMEBUFFER_BINDING,
-                              GL_RENDERBUFFER_BINDING,
-                              GL_CURRENT_PROGRAM,
-                              GL_VIEWPORT,
-                              GL_BLEND,
-                              GL_BLEND_SRC,
-                              GL_BLEND_DST,
-                              GL_DEPTH_FUNC,
-                              GL_DEPTH_WRITEMASK,
-                              GL_CULL_FACE,
-                              GL_CULL_FACE_MODE,
-                              GL_FRONT_FACE,
-                              GL_COLOR_CLEAR_VALUE,
-                              GL_CURRENT_COLOR,
-                              GL_LINE_WIDTH,
-                              GL_POINT_SIZE,
-                              GL_SCISSOR_TEST,
-                              GL_SCISSOR_BOX,
-                              GL_VERTEX_ARRAY,
-                              GL_NORMAL_ARRAY,
-                              GL_COLOR_ARRAY,
-                              GL_TEXTURE_COORD_ARRAY,
-                              GL_VERTEX_ARRAY_BUFFER_BINDING,
-                              GL_MATRIX_MODE,
-                              GL_MODELVIEW_MATRIX,
-                              GL_PROJECTION_MATRIX,
-                              GL_TEXTURE_MATRIX,
-                              GL_MODELVIEW_STACK_DEPTH,
-                              GL_ATTRIB_STACK_DEPTH,
-                              GL_CLIENT_ATTRIB_STACK_DEPTH,
-                              GL_LIGHTING,
-                              GL_NORMALIZE,
-                              GL_TEXTURE_2D,
-                              GL_LIGHT_MODEL_TWO_SIDE,
-                              GL_LIGHT_MODEL_AMBIENT,
-                              GL_COLOR_MATERIAL,
-                              GL_DITHER,
-                              GL_ACTIVE_TEXTURE})
-      glGetDoublev(name, state[name].data());
+    for (const GLenum name : States) glGetDoublev(name, state[name].data());
     return state;
   };
   SceneDrawer drawer(viewer.getGlobalScene());
@@ -539,7 +556,7 @@ TEST_F(DrawerTest, ThreadsShareBuffersAndMayDropThemAnywhere) {
   };
   const int before = countBuffers();
   Shot shot;
-  shot.root = element({bumpyBall(QColor(200, 90, 60), 60)});
+  shot.root = element({bumpyBall(Qt::green, 60)});
   std::array<QImage, 3> pictures;
   std::vector<std::thread> threads;
   for (QImage& picture : pictures)
@@ -561,7 +578,7 @@ TEST_F(DrawerTest, ThreadsShareBuffersAndMayDropThemAnywhere) {
 
 TEST_F(DrawerTest, MayGoAfterItsContextAndServeAnother) {
   Shot shot;
-  shot.root = element({bumpyBall(QColor(200, 90, 60), 20), strokes(KindLines, 3, 10, 7)});
+  shot.root = element({bumpyBall(Qt::green, 20), strokes(KindLines, 3, 10, 7)});
   shot.samples = 4;
   const QImage expected = draw(shot);
   auto drawer = std::make_unique<SceneDrawer>(viewer.getGlobalScene());

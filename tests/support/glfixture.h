@@ -134,6 +134,7 @@ class GlFixture : public ::testing::Test {
 struct Difference {
   int rounded = 0;   ///< pixels that differ by 1 in any channel
   int changed = 0;   ///< pixels that differ by more
+  int clear = 0;     ///< pixels that differ so much that one sees it
   int greatest = 0;  ///< of all channels
   int covered = 0;   ///< pixels of the first picture that show more than background
   int edges = 0;     ///< pixels of the first picture that clearly differ from their right or lower neighbour
@@ -146,26 +147,40 @@ inline int distance(QRgb p, QRgb q) {
 }
 
 inline Difference compare(const QImage& a, const QImage& b) {
-  constexpr int Clear = 8;
+  constexpr int Edge = 8, Clear = 24;
   Difference result;
   for (int y = 0; y < a.height(); ++y)
     for (int x = 0; x < a.width(); ++x) {
       const QRgb pixel = a.pixel(x, y);
       result.covered += qAlpha(pixel) > 0;
-      result.edges += (x + 1 < a.width() && distance(pixel, a.pixel(x + 1, y)) > Clear) ||
-                      (y + 1 < a.height() && distance(pixel, a.pixel(x, y + 1)) > Clear);
+      result.edges += (x + 1 < a.width() && distance(pixel, a.pixel(x + 1, y)) > Edge) ||
+                      (y + 1 < a.height() && distance(pixel, a.pixel(x, y + 1)) > Edge);
       const int d = distance(pixel, b.pixel(x, y));
       if (d == 0) continue;
       if (result.greatest == 0) result.first = {x, y};
       result.greatest = std::max(result.greatest, d);
+      result.clear += d > Clear;
       ++(d == 1 ? result.rounded : result.changed);
     }
   return result;
 }
 
 inline std::ostream& operator<<(std::ostream& out, const Difference& d) {
-  return out << d.rounded << " pixels differ by 1, " << d.changed << " by up to " << d.greatest << ", beside "
-             << d.edges << " edge pixels; the first is " << d.first.x() << ", " << d.first.y();
+  return out << d.rounded << " pixels differ by 1, " << d.changed << " by up to " << d.greatest << ", " << d.clear
+             << " of them clearly, beside " << d.edges << " edge pixels; the first is " << d.first.x() << ", "
+             << d.first.y();
+}
+
+/// Shows what remains to be seen of small differences.
+inline QImage quarter(const QImage& image) {
+  return image.scaled(image.width() / 4, image.height() / 4, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
+/// Two ways of drawing the same: but for `most` pixels and one in 256 along edges, where rounding decides.
+inline Difference expectAlmostEqual(const QImage& actual, const QImage& expected, int most) {
+  const Difference difference = compare(actual, expected);
+  EXPECT_LE(difference.changed + difference.rounded, most + difference.edges / 256) << difference;
+  return difference;
 }
 
 }  // namespace nubo::test
