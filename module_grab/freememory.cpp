@@ -35,6 +35,15 @@ std::optional<std::uint64_t> valueOf(const QByteArray& text, const QByteArray& k
   return std::nullopt;
 }
 
+/// What is left of the address space that the process may have.
+std::uint64_t leftInAddressSpace(const QString& root) {
+  const std::optional<std::uint64_t> limit =
+      valueOf(readFile(root + "/proc/self/limits").replace("Max address space", "MaxAddressSpace"), "MaxAddressSpace");
+  const std::optional<std::uint64_t> size = valueOf(readFile(root + "/proc/self/status"), "VmSize:");
+  if (!limit || !size) return Unlimited;
+  return *limit - std::min(*limit, *size * 1024);
+}
+
 /// The names of the files in which one version of control groups keeps its accounts.
 struct GroupFiles {
   const char* limit;
@@ -70,6 +79,7 @@ std::uint64_t leftInGroups(const QString& mount, QString path, const GroupFiles&
 
 std::uint64_t freeMemoryUnder(const QString& root) {
   std::uint64_t left = valueOf(readFile(root + "/proc/meminfo"), "MemAvailable:").value_or(0) * 1024;
+  left = std::min(left, leftInAddressSpace(root));
   const QString mount = root + "/sys/fs/cgroup";
   for (const QString& line : QString::fromLocal8Bit(readFile(root + "/proc/self/cgroup")).split('\n')) {
     // "hierarchy:controllers:path"; the one hierarchy of version 2 names no controllers.

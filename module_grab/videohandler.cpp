@@ -1,21 +1,23 @@
 #include "module_grab/videohandler.h"
 
-#include <GL/glu.h>
-
 #include <QCoreApplication>
-#include <QImage>
+#include <QElapsedTimer>
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 #include <QOpenGLFramebufferObject>
 #include <QPointer>
 #include <QSettings>
+#include <limits>
 #include <mutex>
 
 #include "kernel/log/logger.h"
 #include "kernel/main/overseer.h"
 #include "kernel/util/delegate.h"
-#include "module_grab/grabber.h"
+#include "module_grab/glguards.h"
+#include "module_grab/grabloops.h"
+#include "module_grab/outputclaim.h"
 #include "module_grab/video/videoencoder.h"
+#include "module_grab/videoframe.h"
 #include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/viewer.h"
 
@@ -26,57 +28,50 @@ namespace {
 using util::FunctionDelegate;
 using util::WorkerDelegate;
 
-void logFailure(int line, const char* operation, const QString& message) {
-  const QByteArray function = QByteArray("nubo::grab::VideoHandler::") + operation;
-  log::Logger::getInstance()->log(log::Failure, "module_grab/videohandler", line, function.constData(), nullptr,
-                                  message);
-}
-
 bool onApplicationThread() { return QThread::currentThread() == main::Overseer::getInstance()->getApplicationThread(); }
 
 /// The next even size.
-int madeEven(int size) { return size + (size & 1); }
-
-/// Keeps the fixed-function state and the matrices of the current context as they are.
-class GLStateKeeper {
- public:
-  GLStateKeeper() {
-    glPushAttrib(GL_ALL_ATTRIB_BITS);
-    glGetDoublev(GL_PROJECTION_MATRIX, m_Projection);
-    glGetDoublev(GL_MODELVIEW_MATRIX, m_ModelView);
-  }
-  ~GLStateKeeper() {
-    glMatrixMode(GL_PROJECTION);
-    glLoadMatrixd(m_Projection);
-    glMatrixMode(GL_MODELVIEW);
-    glLoadMatrixd(m_ModelView);
-    glPopAttrib();
-  }
-  GLStateKeeper(const GLStateKeeper&) = delete;
-  GLStateKeeper& operator=(const GLStateKeeper&) = delete;
-
- private:
-  double m_Projection[16];
-  double m_ModelView[16];
-};
-
-/// False, with the reason in the log, if the frame or its rest is missing.
-bool appendFrame(const QImage& image, QIODevice* device) {
-  const char* data = reinterpret_cast<const char*>(image.constBits());
-  qint64 left = image.sizeInBytes();
-  while (left > 0) {
-    const qint64 written = device->write(data, left);
-    if (written == -1) {
-      logFailure(__LINE__, "grabPicture", QObject::tr("Couldn't write %1 bytes to temporary file").arg(left));
-      return false;
-    }
-    data += written;
-    left -= written;
-  }
-  return true;
+int madeEven(int size) {
+  const int possible = qMin(size, std::numeric_limits<int>::max() - 1);
+  return possible + (possible & 1);
 }
 
+class SystemClock : public GrabbingClock {
+ public:
+  SystemClock() { m_Timer.start(); }
+  std::int64_t microseconds() override { return m_Timer.nsecsElapsed() / 1000; }
+  void sleep(std::int64_t milliseconds) override { QThread::msleep(static_cast<unsigned long>(milliseconds)); }
+
+ private:
+  QElapsedTimer m_Timer;
+};
+
 }  // namespace
+
+class VideoHandler::Grabber : public QThread {
+ public:
+  explicit Grabber(VideoHandler* handler) : mp_Handler(handler) { setObjectName(QStringLiteral("Grabber")); }
+
+  /// Ends the thread before its next frame; any thread.
+  void requestStop() { m_Stop = true; }
+
+ protected:
+  void run() override {
+    SystemClock clock;
+    grabAtPace(*mp_Handler, clock, m_Stop);
+  }
+
+  std::atomic<bool> m_Stop{false};
+  VideoHandler* mp_Handler;
+};
+
+class VideoHandler::SyncedGrabber : public Grabber {
+ public:
+  explicit SyncedGrabber(VideoHandler* handler) : Grabber(handler) { setObjectName(QStringLiteral("SyncedGrabber")); }
+
+ protected:
+  void run() override { grabInStep(*mp_Handler, m_Stop); }
+};
 
 VideoHandler::VideoHandler() = default;
 
@@ -112,28 +107,39 @@ bool VideoHandler::launch(QThread::Priority priority, const QString& fileName, i
 }
 
 bool VideoHandler::initStart(const QString& fileName, int width, int height, gui::ScenePanel* panel) {
+  const auto refuse = [](const QString& reason) {
+    NUBO_LOG(log::Failure, "nubo::grab::VideoHandler::initStart", reason);
+    return false;
+  };
   m_FileName = fileName;
   WorkerDelegate::invokeSync(new FunctionDelegate([&] { attachPanel(panel, width, height); }));
+  if (!mp_Panel) return refuse(QObject::tr("There is no active scene window selected"));
+  if (width < 0 || height < 0 || m_Width <= 0 || m_Height <= 0)
+    return refuse(QObject::tr("Selected width or height is to small (min. 16)"));
   if (!initGL()) return false;
-  if (m_MaxTextureSize < m_Width || m_MaxTextureSize < m_Height) {
-    logFailure(__LINE__, "initStart",
-               QObject::tr("You can not grab videos with size %1 x %2 because your max. texture size is %3")
-                   .arg(m_Width)
-                   .arg(m_Height)
-                   .arg(m_MaxTextureSize));
-    return false;
-  }
+  if (m_MaxTextureSize < m_Width || m_MaxTextureSize < m_Height)
+    return refuse(QObject::tr("You can not grab videos with size %1 x %2 because your max. texture size is %3")
+                      .arg(m_Width)
+                      .arg(m_Height)
+                      .arg(m_MaxTextureSize));
   mp_Encoder.reset(video::VideoEncoder::getInstance()->getEncoder(fileName));
-  if (!mp_Encoder) {
-    logFailure(__LINE__, "initStart", QObject::tr("No encoder for file '%1' found").arg(fileName));
-    return false;
-  }
+  if (!mp_Encoder) return refuse(QObject::tr("No encoder for file '%1' found").arg(fileName));
   readSettings();
+  mp_Claim = std::make_unique<OutputClaim>(fileName);
+  if (mp_Claim->isRefused()) {
+    mp_Encoder.reset();
+    return refuse(QObject::tr("Another recording is writing the file '%1'").arg(fileName));
+  }
+  openOutput();
+  return true;
+}
+
+void VideoHandler::openOutput() {
   // A file that cannot be opened is in the log already; the encoder then refuses the chunks.
   mp_Encoder->setOutputParameters(m_FileName, m_Width, m_Height, m_Fps, m_Bitrate);
   connect(mp_Encoder.get(), &video::Encoder::progressChanged, this, &VideoHandler::progressChanged,
           Qt::DirectConnection);
-  return true;
+  mp_Encoder->observeChunks([this](qint64 bytes) { countFrames(0, int(bytes / frameBytes())); });
 }
 
 void VideoHandler::attachPanel(gui::ScenePanel* panel, int width, int height) {
@@ -154,7 +160,7 @@ void VideoHandler::attachPanel(gui::ScenePanel* panel, int width, int height) {
 
 void VideoHandler::takeTransform() {
   const math::Matrix4 transform = mp_Panel->getScaledTransformMatrix();
-  const QMutexLocker locker(&m_TransformMutex);
+  const QMutexLocker locker(&m_Mutex);
   m_Transform = transform;
 }
 
@@ -165,10 +171,13 @@ void VideoHandler::panelDestroyed(QObject*) {
 
 void VideoHandler::readSettings() {
   const QSettings* settings = main::nuboSettings();
-  m_MaxChunkSize =
-      static_cast<std::uint32_t>(settings->value("settings/grabvideotempfilesize", "50").toInt()) * 1000000;
+  // Whatever stands in a settings file, a chunk is as large as it can be set to.
+  const int megabytes = qBound(1, settings->value("settings/grabvideotempfilesize", "50").toInt(), 1000);
+  m_MaxChunkSize = static_cast<std::uint32_t>(megabytes) * 1000000;
   m_Fps = settings->value("settings/grabvideofps", "25").toInt();
-  m_Bitrate = settings->value("settings/grabvideokbps", "1200").toInt() * 1000;
+  constexpr int Most = std::numeric_limits<int>::max() / 1000;
+  const int kilobits = settings->value("settings/grabvideokbps", "1200").toInt();
+  m_Bitrate = kilobits > Most ? std::numeric_limits<int>::max() : qMax(kilobits, -Most) * 1000;
   m_UseMemoryAsBuffer = settings->value("settings/grabvideousememoryasbuffer", "1").toBool();
 }
 
@@ -178,7 +187,8 @@ bool VideoHandler::initGL() {
     WorkerDelegate::invokeSync(new FunctionDelegate([this, &done] { done = initGL(); }));
     return done;
   }
-  if (!makeContext()) {
+  if (const QString problem = makeContext(); !problem.isEmpty()) {
+    NUBO_LOG(log::Failure, "nubo::grab::VideoHandler::initGL", problem);
     cleanUpGL();
     return false;
   }
@@ -198,81 +208,66 @@ bool VideoHandler::giveGLToGrabber() {
   }));
 }
 
-bool VideoHandler::makeContext() {
-  const auto refuse = [](int line, const QString& message) {
-    logFailure(line, "initGL", message);
-    return false;
-  };
+QString VideoHandler::makeContext() {
   m_MaxTextureSize = 0;
   QOpenGLContext* shared = scene::_GlobalContext()->glContext();
-  if (!shared) return refuse(__LINE__, QObject::tr("Could not create OpenGL context!"));
+  if (!shared) return QObject::tr("Could not create OpenGL context!");
   mp_Context = std::make_unique<QOpenGLContext>();
   mp_Context->setShareContext(shared);
   mp_Surface = std::make_unique<QOffscreenSurface>();
   mp_Surface->setFormat(shared->format());
   mp_Surface->create();
-  if (!mp_Context->create()) return refuse(__LINE__, QObject::tr("Could not create OpenGL context!"));
-  if (!mp_Context->makeCurrent(mp_Surface.get()))
-    return refuse(__LINE__, QObject::tr("Current OpenGL context is invalid!"));
+  if (!mp_Context->create()) return QObject::tr("Could not create OpenGL context!");
+  if (!mp_Context->makeCurrent(mp_Surface.get())) return QObject::tr("Current OpenGL context is invalid!");
   if (mp_Panel) glGetIntegerv(GL_MAX_TEXTURE_SIZE, &m_MaxTextureSize);
-  if (m_MaxTextureSize < 1) return refuse(__LINE__, QObject::tr("Could not determine the maximum texture size"));
+  if (m_MaxTextureSize < 1) return QObject::tr("Could not determine the maximum texture size");
   if (!QOpenGLFramebufferObject::hasOpenGLFramebufferObjects())
-    return refuse(__LINE__, QObject::tr("Your OpenGL implementation doesn't support framebuffer objects"));
-  return true;
+    return QObject::tr("Your OpenGL implementation doesn't support framebuffer objects");
+  return QString();
 }
 
 void VideoHandler::grabPicture(QIODevice* device) {
-  const QMutexLocker locker(&m_Mutex);
-  if (!mp_Panel) return mp_Grabber->requestStop();
-  std::unique_lock<scene::SharedContext> contextLock(*scene::_GlobalContext());
+  if (drawFrame(device)) countFrames(1, 0);
+}
+
+/// True if the frame is complete in the device. The locks are released in the opposite order, whatever happens.
+bool VideoHandler::drawFrame(QIODevice* device) {
+  QMutexLocker panelLock(&m_Mutex);
+  if (!mp_Panel) mp_Grabber->requestStop();
+  if (!mp_Panel) return false;
+  panelLock.unlock();
+  std::unique_lock contextLock(*scene::_GlobalContext());
   const util::YPointer<scene::Scene> scene = scene::_GlobalScene();
-  const std::unique_lock<scene::Scene> sceneLock(*scene);
-  if (!mp_Context->makeCurrent(mp_Surface.get())) {
-    logFailure(__LINE__, "grabPicture", QStringLiteral("Could not make OpenGL context current!"));
+  const std::unique_lock sceneLock(*scene);
+  const CurrentContext current(*mp_Context, *mp_Surface);
+  if (!current) {
+    NUBO_LOG(log::Failure, "nubo::grab::VideoHandler::grabPicture",
+             QStringLiteral("Could not make OpenGL context current!"));
     mp_Grabber->requestStop();
     contextLock.unlock();
-    return;
+    return false;
   }
-  if (mp_Fbo->bind()) {
-    const GLStateKeeper keeper;
-    drawScene();
-    const QImage image = mp_Fbo->toImage();
-    if (image.isNull())
-      logFailure(__LINE__, "grabPicture", QObject::tr("Picture couldn't be grabbed by FBO"));
-    else if (appendFrame(image, device))
-      countFrames(1, 0);
-  } else {
-    logFailure(__LINE__, "grabPicture", QObject::tr("Couldn't bind FBO to OpenGL context"));
+  const BoundFramebuffer bound(*mp_Fbo);
+  if (!bound) {
+    NUBO_LOG(log::Failure, "nubo::grab::VideoHandler::grabPicture", QObject::tr("Couldn't bind FBO to OpenGL context"));
+    return false;
   }
-  mp_Fbo->release();
-  mp_Context->doneCurrent();
-}
-
-void VideoHandler::drawScene() {
-  const util::YPointer<scene::SceneElement> root = gui::Viewer::getInstance()->getGlobalScene()->getRootNode();
-  const QColor background = mp_SceneDrawer->getBackgroundColor();
-  glClearColor(float(background.redF()), float(background.greenF()), float(background.blueF()), 0.0f);
-  glShadeModel(GL_SMOOTH);
-  glEnable(GL_DEPTH_TEST);
-  glEnable(GL_LIGHTING);
-  glEnable(GL_COLOR_MATERIAL);
-
-  QMutexLocker locker(&m_TransformMutex);
+  panelLock.relock();
   const math::Matrix4 transform = m_Transform;
-  locker.unlock();
-  mp_SceneDrawer->resize(m_Width, m_Height);
-
-  glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-  glMatrixMode(GL_PROJECTION);
-  glLoadIdentity();
-  gluPerspective(45.0, double(m_Width) / m_Height, scene::SceneDrawer::ZNEAR, scene::SceneDrawer::ZFAR);
-  glMatrixMode(GL_MODELVIEW);
-  glLoadIdentity();
-  glEnable(GL_LIGHT0);
-  mp_SceneDrawer->glDraw(root, nullptr, transform, 0.0, 65535, 7);
-  glFlush();
+  panelLock.unlock();
+  const VideoFrame frame(*mp_SceneDrawer, m_Width, m_Height, transform);
+  return appendFrame(mp_Fbo->toImage(), *device);
 }
+
+ChunkRules VideoHandler::chunkRules() const { return {m_MaxChunkSize, m_UseMemoryAsBuffer, frameBytes()}; }
+
+bool VideoHandler::encodeVideoChunk(QIODevice* chunk, bool last) { return mp_Encoder->encodeVideoChunk(chunk, last); }
+
+void VideoHandler::tellPlan(int frames) { m_FramesPlanned = frames; }
+
+void VideoHandler::tellProgress(int percent) { emit progressChanged(percent); }
+
+void VideoHandler::tellFinished() { emit grabbingFinished(); }
 
 void VideoHandler::countFrames(int grabbed, int encoded) {
   const int allGrabbed = m_FramesGrabbed += grabbed;
@@ -324,6 +319,7 @@ void VideoHandler::reset() {
   releaseGL();
   mp_Grabber.reset();
   mp_Encoder.reset();
+  mp_Claim.reset();
 }
 
 /// Waits its turn behind a release that was posted. The panel is let go in the same visit, on the thread on which

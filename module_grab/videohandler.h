@@ -11,6 +11,7 @@
 #include <memory>
 #include <utility>
 
+#include "module_grab/frameflow.h"
 #include "module_grab/video/encoder.h"
 #include "module_grab/visibility.h"
 #include "module_scene/math/matrix.h"
@@ -31,6 +32,8 @@ class SceneDrawer;
 
 namespace nubo::grab {
 
+class OutputClaim;
+
 /// Serves one recording: start it, wait for grabbingFinished() (or a reason of one's own to end it), then
 /// finish() or cancel() it and delete the handler. All of that on one thread, usually a command thread; while
 /// that is not the application thread, the application thread must be serving its delegates.
@@ -39,23 +42,21 @@ namespace nubo::grab {
 /// thread, where the context is current only within a frame. The panel is only touched on the application
 /// thread, which hands its transform over whenever it changes, so that a frame never waits for that thread and
 /// the panel can be destroyed at any time.
-class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject {
+class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject, private FrameFlow {
   Q_OBJECT
  public:
-  class Grabber;
-  class SyncedGrabber;
-
   VideoHandler();
   /// Ends a recording that is still going on as cancel() does.
   ~VideoHandler() override;
 
   /// Starts to record at a fixed pace. Sizes are in pixels; if one of them is 0, both are the panel's; odd ones
-  /// grow by one. False, with the reason in the log, if it cannot start.
+  /// grow by one. False, with the reason in the log, if it cannot start, also because another recording, of this
+  /// program or another, is writing the file.
   bool start(const QString& fileName, int width, int height, gui::ScenePanel* panel);
   /// As start(), one frame for each step of the selected trajectory from the current one on.
   bool startSynced(const QString& fileName, int width, int height, gui::ScenePanel* panel);
   /// Calls `observer` with the numbers of frames grabbed and encoded so far, on the grabbing thread and on the
-  /// encoder's. Before the start.
+  /// encoder's, where it may take its time: no lock is held. Before the start.
   void observeFrames(std::function<void(int grabbed, int encoded)> observer) { m_FrameObserver = std::move(observer); }
   /// How many frames there are so far. Any thread.
   int framesGrabbed() const { return m_FramesGrabbed; }
@@ -69,10 +70,10 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject {
   /// Draws the scene as the panel shows it and appends it to the device as one raw frame: rows from the top,
   /// pixels of the bytes blue, green, red, alpha. After a failure (logged) the frame or its rest is missing.
   /// Grabbing thread.
-  void grabPicture(QIODevice* device);
+  void grabPicture(QIODevice* device) override;
   /// Releases the OpenGL objects, if there still are any: on the application thread at once, on the grabbing
   /// thread by posting the release.
-  void cleanUpGL();
+  void cleanUpGL() override;
 
  signals:
   /// A percentage, or -1 while it is not known; on the grabbing thread or the encoder's.
@@ -84,6 +85,15 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject {
   void panelDestroyed(QObject* obj);
 
  private:
+  class Grabber;
+  class SyncedGrabber;
+
+  ChunkRules chunkRules() const override;
+  bool encodeVideoChunk(QIODevice* chunk, bool last) override;
+  void tellPlan(int frames) override;
+  void tellProgress(int percent) override;
+  void tellFinished() override;
+
   bool launch(QThread::Priority priority, const QString& fileName, int width, int height, gui::ScenePanel* panel);
   bool initStart(const QString& fileName, int width, int height, gui::ScenePanel* panel);
   /// Takes everything that is needed of the panel in one visit to the application thread.
@@ -91,18 +101,20 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject {
   void takeTransform();
   void readSettings();
   bool initGL();
-  bool makeContext();
+  /// Empty, or why there is no context to draw in.
+  QString makeContext();
+  void openOutput();
   bool giveGLToGrabber();
   /// Returns when the OpenGL objects are released and the panel is let go.
   void releaseGL();
   void stopGrabber();
   void reset();
-  void drawScene();
+  bool drawFrame(QIODevice* device);
   std::int64_t frameBytes() const { return std::int64_t(m_Width) * m_Height * 4; }
   void countFrames(int grabbed, int encoded);
 
   QString m_FileName;
-  gui::ScenePanel* mp_Panel = nullptr;  ///< changed on the application thread, under m_Mutex while grabbing
+  gui::ScenePanel* mp_Panel = nullptr;  ///< changed on the application thread; null once it is gone
   std::unique_ptr<Grabber> mp_Grabber;
   std::unique_ptr<QOpenGLFramebufferObject> mp_Fbo;
   std::unique_ptr<QOpenGLContext> mp_Context;
@@ -116,15 +128,16 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject {
   int m_Fps = 25;
   int m_Bitrate = 0;  ///< bits per second
   bool m_UseMemoryAsBuffer = true;
-  QMutex m_Mutex;  ///< held for a frame; taken before the shared context's lock and the scene's
+  /// Guards what a frame takes of the panel: mp_Panel and m_Transform. Nothing is waited for while it is held, so that
+  /// a closing panel waits for no frame, nor for what a frame waits for.
+  QMutex m_Mutex;
+  math::Matrix4 m_Transform;
+  std::unique_ptr<OutputClaim> mp_Claim;
 
   std::function<void(int, int)> m_FrameObserver;
   std::atomic<int> m_FramesGrabbed{0};
   std::atomic<int> m_FramesEncoded{0};
   std::atomic<int> m_FramesPlanned{0};
-
-  QMutex m_TransformMutex;  ///< guards m_Transform; nothing is taken while it is held
-  math::Matrix4 m_Transform;
 };
 
 }  // namespace nubo::grab

@@ -1,5 +1,7 @@
 #include "module_trajectory/trajectory.h"
 
+#include <utility>
+
 namespace nubo::trajectory {
 
 namespace {
@@ -62,10 +64,27 @@ std::shared_ptr<AdvancedTrajectoryInfo> TrajectoryHandler::getAdvancedTrajectory
 }
 
 void TrajectoryHandler::moveTo(std::uint64_t step) {
-  const std::lock_guard lock(m_Moving);
+  const std::lock_guard moving(m_Moving);
   if (isDriven()) return;
-  if (const auto info = getTrajectoryInfo()) info->setPosition(step);
-  if (const auto info = getAdvancedTrajectoryInfo()) info->setPosition(step);
+  takeFoundAt();  // the scene stays where it is moved to now
+  SelectedTrajectory().setPosition(step);
+}
+
+void TrajectoryHandler::putBack() {
+  const std::lock_guard moving(m_Moving);
+  if (isDriven()) return;
+  if (const auto step = takeFoundAt()) SelectedTrajectory().setPosition(*step);
+}
+
+std::optional<std::uint64_t> TrajectoryHandler::takeFoundAt() {
+  const std::lock_guard lock(m_Mutex);
+  return std::exchange(m_FoundAt, std::nullopt);
+}
+
+void TrajectoryHandler::noteFound() {
+  const std::uint64_t position = SelectedTrajectory().position();
+  const std::lock_guard lock(m_Mutex);
+  if (!m_FoundAt) m_FoundAt = position;
 }
 
 void TrajectoryHandler::select(std::unique_ptr<TrajectoryInfo> info) { replace(std::move(info), nullptr); }
@@ -80,11 +99,34 @@ void TrajectoryHandler::replace(std::shared_ptr<TrajectoryInfo> info,
   const std::lock_guard lock(m_Mutex);
   m_Info.swap(info);
   m_AdvancedInfo.swap(advancedInfo);
+  m_FoundAt.reset();
+}
+
+SelectedTrajectory::SelectedTrajectory()
+    : mp_Points(TrajectoryHandler::getInstance()->getTrajectoryInfo()),
+      mp_Matrices(TrajectoryHandler::getInstance()->getAdvancedTrajectoryInfo()) {}
+
+std::uint64_t SelectedTrajectory::position() const {
+  if (mp_Points) return mp_Points->getPosition();
+  return mp_Matrices ? mp_Matrices->getPosition() : 0;
+}
+
+std::uint64_t SelectedTrajectory::count() const {
+  if (mp_Points) return mp_Points->getPoints().size();
+  const auto* steps = mp_Matrices ? mp_Matrices->getMatrixMapList() : nullptr;
+  return steps ? steps->size() : 0;
+}
+
+void SelectedTrajectory::setPosition(std::uint64_t step) const {
+  if (mp_Points) mp_Points->setPosition(step);
+  if (mp_Matrices) mp_Matrices->setPosition(step);
 }
 
 TrajectoryDrive::TrajectoryDrive() {
-  const std::lock_guard lock(TrajectoryHandler::getInstance()->m_Moving);
-  ++TrajectoryHandler::getInstance()->m_Drives;
+  TrajectoryHandler* handler = TrajectoryHandler::getInstance();
+  const std::lock_guard moving(handler->m_Moving);
+  handler->noteFound();
+  ++handler->m_Drives;
 }
 
 TrajectoryDrive::~TrajectoryDrive() { --TrajectoryHandler::getInstance()->m_Drives; }

@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 #include "module_scene/graph/scene.h"
 #include "module_trajectory/visibility.h"
@@ -64,6 +65,10 @@ class NUBO_MODULE_TRAJECTORY_EXPORT TrajectoryHandler {
   /// Brings the scene to that step of the selected trajectory, unless somebody drives it.
   void moveTo(std::uint64_t step);
   bool isDriven() const { return m_Drives > 0; }
+  /// Brings the scene back to the step at which drives found it. Does nothing while somebody drives it still, and none
+  /// where moveTo() has moved it since, or another trajectory was selected. For the host, when a command has returned;
+  /// any thread, but the scene's locks are waited for.
+  void putBack();
 
   void select(std::unique_ptr<TrajectoryInfo> info);
   void select(std::unique_ptr<AdvancedTrajectoryInfo> info);
@@ -73,13 +78,31 @@ class NUBO_MODULE_TRAJECTORY_EXPORT TrajectoryHandler {
   friend class TrajectoryDrive;
   TrajectoryHandler() = default;
   void replace(std::shared_ptr<TrajectoryInfo> info, std::shared_ptr<AdvancedTrajectoryInfo> advancedInfo);
+  void noteFound();
+  std::optional<std::uint64_t> takeFoundAt();
 
-  mutable std::mutex m_Mutex;  ///< guards both, of which one at most is not null
+  mutable std::mutex m_Mutex;  ///< guards the next three; one trajectory at most is not null
   std::shared_ptr<TrajectoryInfo> m_Info;
   std::shared_ptr<AdvancedTrajectoryInfo> m_AdvancedInfo;
-  std::mutex m_Moving;  ///< held while moveTo() moves the scene
+  std::optional<std::uint64_t> m_FoundAt;  ///< the step at which the first drive found the selected one
+  std::mutex m_Moving;                     ///< held while this moves the scene; taken before m_Mutex
   std::atomic<int> m_Drives{0};
   std::mutex m_Turn;  ///< of those that drive
+};
+
+/// The trajectory that was selected when this was made, of either mode; without one it has no steps. Any thread.
+class NUBO_MODULE_TRAJECTORY_EXPORT SelectedTrajectory {
+ public:
+  SelectedTrajectory();
+  std::uint64_t position() const;
+  /// May change from step to step.
+  std::uint64_t count() const;
+  /// As that of the trajectory; without one it does nothing.
+  void setPosition(std::uint64_t step) const;
+
+ private:
+  std::shared_ptr<TrajectoryInfo> mp_Points;
+  std::shared_ptr<AdvancedTrajectoryInfo> mp_Matrices;
 };
 
 /// For as long as it lives, the scene moves only as its owner wants it: moveTo() does nothing. Any thread, but not

@@ -6,6 +6,7 @@
 #include <QSemaphore>
 #include <QSettings>
 #include <boost/bind/bind.hpp>
+#include <utility>
 
 #include "kernel/events/eventmanager.h"
 #include "kernel/log/logger.h"
@@ -17,6 +18,7 @@
 #include "module_grab/parameters.h"
 #include "module_grab/video/videoencoder.h"
 #include "module_grab/videohandler.h"
+#include "module_trajectory/trajectory.h"
 
 namespace nubo::commands::grab {
 
@@ -33,17 +35,13 @@ const nubo::grab::GlobalEvents GlobalEvents;
 constexpr int MinimalSize = 16;
 const char LastDirectoryKey[] = "lastGrabVideoDirectory";
 
-void logExecution(int level, int line, const QString& message) {
-  log::Logger::getInstance()->log(level, "module_grab/commands/grabvideo", line,
-                                  "nubo::commands::grab::GrabVideo::execute", nullptr, message);
-}
+bool isTooSmall(int pixels) { return pixels != 0 && pixels < MinimalSize; }
 
 }  // namespace
 
 const char* GrabVideo::CommandName = "grabvideo";
 std::set<QObject*> GrabVideo::m_PanelSet;
 QPointer<gui::ScenePanel> GrabVideo::mp_ActivePanel;
-QMutex GrabVideo::m_PanelMutex;
 bool GrabVideo::m_Registered =
     nubo::grab::ModuleGrab::ModuleGrabFactory::getInstance()->registerPrimaryCommand(&GrabVideo::create);
 
@@ -96,36 +94,40 @@ void GrabVideo::addParameters() {
   set.addParameter(width);
   set.addParameter(height);
   set.addParameter(sync);
-  set.setCheck([this](const main::ParameterSet& values) -> main::ParameterSet::Refusal {
-    for (const std::size_t size : {1, 2}) {
-      const int pixels = solveParameter<int>(m_TypeSolver, values, size).value_or(0);
-      if (pixels != 0 && pixels < MinimalSize) return {size, sizeRefusal()};
-    }
-    const QString fileName = solveParameter<QString>(m_TypeSolver, values, 0).value_or(QString());
-    if (VideoEncoder::getInstance()->getLoadableFiles()->count(QFileInfo(fileName).completeSuffix().toUpper()) == 0)
-      return {0, QObject::tr("No encoder for file '%1' found").arg(fileName)};
-    return {};
-  });
+  set.setCheck([this](const main::ParameterSet& values) { return checkValues(values); });
   m_ParameterSets.push_back(set);
+}
+
+main::ParameterSet::Refusal GrabVideo::checkValues(const main::ParameterSet& values) const {
+  for (const std::size_t size : {1, 2})
+    if (isTooSmall(solveParameter<int>(m_TypeSolver, values, size).value_or(0))) return {size, sizeRefusal()};
+  const QString fileName = solveParameter<QString>(m_TypeSolver, values, 0).value_or(QString());
+  if (VideoEncoder::getInstance()->getLoadableFiles()->count(QFileInfo(fileName).completeSuffix().toUpper()) == 0)
+    return {0, QObject::tr("No encoder for file '%1' found").arg(fileName)};
+  // Before there is a panel, the scene and what moves it may still be on their way.
+  if (mp_ActivePanel && solveParameter<bool>(m_TypeSolver, values, 3).value_or(false) &&
+      trajectory::SelectedTrajectory().count() == 0)
+    return {3, tr("There is no trajectory with steps to record")};
+  return {};
 }
 
 void GrabVideo::scenePanelChanged(const main::Event* event) {
   auto* panel = qobject_cast<gui::ScenePanel*>(event->first());
-  const QMutexLocker locker(&m_PanelMutex);
   disableCommand(!panel || m_PanelSet.count(panel) > 0);
   mp_ActivePanel = panel;
 }
 
 main::Command* GrabVideo::clone() const {
-  auto* clone = dynamic_cast<GrabVideo*>(Command::clone());
-  if (!clone) return nullptr;
+  std::unique_ptr<main::Command> made(Command::clone());
+  auto* clone = dynamic_cast<GrabVideo*>(made.get());
+  if (!clone) return nullptr;  // somebody else's command has the name
   events::EventManager::getInstance()->unregisterAllEventFunctionsOf(static_cast<main::Command*>(clone));
   // A clone is only ever made of the registered command, which is not a constant.
   auto* prototype = const_cast<GrabVideo*>(this);
   prototype->disableCommand(true);
   clone->disableCommand(false);
   clone->mp_Prototype = prototype;
-  return clone;
+  return made.release();
 }
 
 void GrabVideo::enableRegisteredCommand() {
@@ -150,16 +152,15 @@ std::optional<GrabVideo::Request> GrabVideo::readRequest() {
   const auto height = solveParameter<int>(m_TypeSolver, *mp_CurrentParameterSet, 2);
   const auto sync = solveParameter<bool>(m_TypeSolver, *mp_CurrentParameterSet, 3);
   if (fileName && width && height && sync) return Request{*fileName, *width, *height, *sync};
-  logExecution(log::Note, __LINE__, tr("Parameter failure"));
+  NUBO_LOG(log::Note, "nubo::commands::grab::GrabVideo::execute", tr("Parameter failure"));
   return std::nullopt;
 }
 
 QString GrabVideo::sizeRefusal() { return tr("Selected width or height is to small (min. 16)"); }
 
 bool GrabVideo::checkSize(const Request& request) {
-  const auto tooSmall = [](int size) { return size > 0 && size < MinimalSize; };
-  if (!tooSmall(request.width) && !tooSmall(request.height)) return true;
-  logExecution(log::Failure, __LINE__, sizeRefusal());
+  if (!isTooSmall(request.width) && !isTooSmall(request.height)) return true;
+  NUBO_LOG(log::Failure, "nubo::commands::grab::GrabVideo::execute", sizeRefusal());
   return false;
 }
 
@@ -168,7 +169,6 @@ gui::ScenePanel* GrabVideo::claimPanel() {
   bool recorded = false;
   // On the application thread no panel is closed between being found active and being watched.
   util::WorkerDelegate::invokeSync(new util::FunctionDelegate([&] {
-    const QMutexLocker locker(&m_PanelMutex);
     panel = mp_ActivePanel;
     if (!panel) return;
     recorded = !m_PanelSet.insert(panel).second;
@@ -176,32 +176,32 @@ gui::ScenePanel* GrabVideo::claimPanel() {
     mp_GrabbedPanel = panel;
     connect(panel, &QObject::destroyed, this, &GrabVideo::grabbingPanelClosed, Qt::DirectConnection);
   }));
-  if (!panel) logExecution(log::Failure, __LINE__, tr("There is no active scene window selected"));
+  if (!panel)
+    NUBO_LOG(log::Failure, "nubo::commands::grab::GrabVideo::execute", tr("There is no active scene window selected"));
   if (!recorded) return panel;
-  logExecution(log::Failure, __LINE__, QStringLiteral("Video grabbing is currently running on that scene window"));
+  NUBO_LOG(log::Failure, "nubo::commands::grab::GrabVideo::execute",
+           QStringLiteral("Video grabbing is currently running on that scene window"));
   return nullptr;
 }
 
-void GrabVideo::releasePanel(gui::ScenePanel* panel) {
+void GrabVideo::releasePanel() {
   // There a closing panel is not calling a slot of this command right now.
   util::WorkerDelegate::invokeSync(new util::FunctionDelegate([this] {
-    if (mp_GrabbedPanel) mp_GrabbedPanel->disconnect(this);
-    mp_GrabbedPanel = nullptr;
+    gui::ScenePanel* panel = std::exchange(mp_GrabbedPanel, nullptr);
+    if (!panel) return;
+    panel->disconnect(this);
+    m_PanelSet.erase(panel);
+    if (mp_ActivePanel == panel) enableRegisteredCommand();
   }));
-  QMutexLocker locker(&m_PanelMutex);
-  m_PanelSet.erase(panel);
-  if (mp_ActivePanel == panel) enableRegisteredCommand();
 }
 
 void GrabVideo::record(const Request& request, gui::ScenePanel* panel) {
   main::nuboSettings()->setValue(LastDirectoryKey, QFileInfo(request.fileName).absolutePath());
   const bool started = startHandler(request, panel);
   if (started) mp_GrabSemaphore->acquire();
-  releasePanel(panel);
-  if (m_Aborted)
-    abandonVideo();
-  else if (started)
-    finishVideo(request.fileName);
+  releasePanel();
+  if (started && m_Aborted) abandonVideo();
+  if (started && !m_Aborted) finishVideo(request.fileName);
   mp_VideoHandler.reset();
 }
 
@@ -220,16 +220,16 @@ bool GrabVideo::startHandler(const Request& request, gui::ScenePanel* panel) {
 }
 
 void GrabVideo::finishVideo(const QString& fileName) {
-  logExecution(log::Note, __LINE__, tr("Video encoding started"));
+  NUBO_LOG(log::Note, "nubo::commands::grab::GrabVideo::execute", tr("Video encoding started"));
   updateText(tr("Video encoding started"));
   mp_VideoHandler->finish();
   const int grabbed = mp_VideoHandler->framesGrabbed(), planned = mp_VideoHandler->framesPlanned();
   if (grabbed < planned) updateEndedEarly(tr("%L1 of %L2 frames").arg(grabbed).arg(planned));
-  logExecution(log::Milestone, __LINE__, tr("Video '%1' encoding done").arg(fileName));
+  NUBO_LOG(log::Milestone, "nubo::commands::grab::GrabVideo::execute", tr("Video '%1' encoding done").arg(fileName));
 }
 
 void GrabVideo::abandonVideo() {
-  logExecution(log::Milestone, __LINE__, tr("Video grabbing aborted"));
+  NUBO_LOG(log::Milestone, "nubo::commands::grab::GrabVideo::execute", tr("Video grabbing aborted"));
   mp_VideoHandler->cancel();
 }
 
@@ -259,7 +259,7 @@ void GrabVideo::abort() { endRecording(false); }
 
 void GrabVideo::grabbingPanelClosed() {
   mp_GrabbedPanel->disconnect(this);
-  mp_GrabbedPanel = nullptr;
+  m_PanelSet.erase(std::exchange(mp_GrabbedPanel, nullptr));
   endRecording(true);
 }
 

@@ -64,12 +64,14 @@ class NUBO_MODULE_GRAB_EXPORT GrabVideo : public QObject, public main::Command {
 
   std::optional<Request> readRequest();
   static QString sizeRefusal();
+  /// Refuses what a run would fail at, and a recording in step of nothing. Application thread.
+  main::ParameterSet::Refusal checkValues(const main::ParameterSet& values) const;
   bool checkSize(const Request& request);
   /// Makes the active panel the one that this recording grabs; null, with the reason in the log, if there is none
   /// or if it is being recorded.
   gui::ScenePanel* claimPanel();
-  /// Lets the panel go, which may be closed by now, and enables the registered command if it is still the active one.
-  void releasePanel(gui::ScenePanel* panel);
+  /// Lets the panel go, unless it is closed by now, and enables the registered command if it is still the active one.
+  void releasePanel();
   void record(const Request& request, gui::ScenePanel* panel);
   bool startHandler(const Request& request, gui::ScenePanel* panel);
   void finishVideo(const QString& fileName);
@@ -80,10 +82,10 @@ class NUBO_MODULE_GRAB_EXPORT GrabVideo : public QObject, public main::Command {
   void endRecording(bool abandon);
   void enableRegisteredCommand();
 
+  // Both are only touched on the application thread, which decides there what is enabled.
   static std::set<QObject*> m_PanelSet;
   static QPointer<gui::ScenePanel> mp_ActivePanel;
   static bool m_Registered;
-  static QMutex m_PanelMutex;  ///< guards m_PanelSet and mp_ActivePanel, and held while they decide what is enabled
 
   gui::ScenePanel* mp_GrabbedPanel = nullptr;  ///< null once it is closed; application thread
   std::unique_ptr<main::FileParameterPanelFactory> mp_PanelFactory;

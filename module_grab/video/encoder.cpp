@@ -4,21 +4,10 @@
 #include <QMutexLocker>
 #include <QSemaphore>
 #include <QThread>
-#include <memory>
 
 #include "kernel/log/logger.h"
 
 namespace nubo::grab::video {
-
-namespace {
-
-template <typename... Arguments>
-void logFailure(int line, const char* function, const char* format, const Arguments&... arguments) {
-  nubo::log::Logger::getInstance()->log(nubo::log::Failure, "module_grab/video/encoder", line, function, nullptr,
-                                        format, arguments...);
-}
-
-}  // namespace
 
 /// Feeds the chunks to the concrete encoder, one at a time.
 class Encoder::Runner : public QThread {
@@ -55,7 +44,7 @@ void Encoder::Runner::run() {
 /// Enters with the lock held and leaves without it. Receivers of the progress run without it too, so that
 /// they may call the encoder.
 bool Encoder::Runner::encodeNext(QMutexLocker* lock) {
-  const std::unique_ptr<QIODevice> chunk(mp_Encoder->m_Chunks.front());
+  const std::unique_ptr<QIODevice> chunk = std::move(mp_Encoder->m_Chunks.front());
   mp_Encoder->m_Chunks.pop_front();
   int percent = -1;
   if (mp_Encoder->m_ChunksTotal > 0) {
@@ -67,9 +56,13 @@ bool Encoder::Runner::encodeNext(QMutexLocker* lock) {
   lock->unlock();
 
   if (percent >= 0) Q_EMIT mp_Encoder->progressChanged(percent);
-  if (mp_Encoder->encodeChunk(chunk.get(), last)) return true;
-  logFailure(__LINE__, "nubo::grab::video::Encoder::Runner::run", "Couldn't encode chunk!");
-  return false;
+  const qint64 bytes = chunk ? chunk->size() : 0;
+  if (!mp_Encoder->encodeChunk(chunk.get(), last)) {
+    NUBO_LOG(log::Failure, "nubo::grab::video::Encoder::Runner::run", "Couldn't encode chunk!");
+    return false;
+  }
+  if (chunk && !mp_Encoder->m_Aborted && mp_Encoder->m_Observer) mp_Encoder->m_Observer(bytes);
+  return true;
 }
 
 Encoder::Encoder()
@@ -80,30 +73,28 @@ Encoder::Encoder()
       m_Fps(0),
       m_Bitrate(0),
       m_State(Idle),
-      mp_Semaphore(nullptr),
-      mp_Runner(nullptr),
       m_ChunksDone(0),
       m_ChunksTotal(0) {}
 
 Encoder::~Encoder() = default;
 
 bool Encoder::setOutputParameters(const QString& fileName, int width, int height, int fps, int bitrate) {
-  constexpr const char* function = "nubo::grab::video::Encoder::setOutputParameters";
   m_Width = width;
   m_Height = height;
   m_Fps = fps;
   m_Bitrate = bitrate;
   if (width % 2 != 0) {
-    logFailure(__LINE__, function, "Encoder: invalid width specified");
+    NUBO_LOG(log::Failure, "nubo::grab::video::Encoder::setOutputParameters", "Encoder: invalid width specified");
     return false;
   }
   if (height % 2 != 0) {
-    logFailure(__LINE__, function, "Encoder: invalid height specified");
+    NUBO_LOG(log::Failure, "nubo::grab::video::Encoder::setOutputParameters", "Encoder: invalid height specified");
     return false;
   }
   auto file = std::make_unique<QFile>(fileName);
   if (!file->open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-    logFailure(__LINE__, function, "Encoder: Couldn't open file '%s' for writing", fileName.toLocal8Bit().constData());
+    NUBO_LOG(log::Failure, "nubo::grab::video::Encoder::setOutputParameters",
+             "Encoder: Couldn't open file '%s' for writing", fileName.toLocal8Bit().constData());
     return false;
   }
   mp_Device = file.release();
@@ -115,14 +106,14 @@ bool Encoder::encodeVideoChunk(QIODevice* chunk, bool last) {
   if (m_State == Idle) {
     if (!initEncoding()) {
       m_State = Failed;
-      logFailure(__LINE__, "nubo::grab::video::Encoder::encodeVideoChunk", "Couldn't initialize video encoding");
+      NUBO_LOG(log::Failure, "nubo::grab::video::Encoder::encodeVideoChunk", "Couldn't initialize video encoding");
       return false;
     }
     startWorker();
   }
   {
     const QMutexLocker lock(&m_Mutex);
-    m_Chunks.push_back(chunk);
+    m_Chunks.emplace_back(chunk);
     if (last) mp_Runner->m_Finishing = true;
   }
   mp_Semaphore->release(last ? 2 : 1);
@@ -130,8 +121,8 @@ bool Encoder::encodeVideoChunk(QIODevice* chunk, bool last) {
 }
 
 void Encoder::startWorker() {
-  mp_Semaphore = new QSemaphore(0);
-  mp_Runner = new Runner(this);
+  mp_Semaphore = std::make_unique<QSemaphore>(0);
+  mp_Runner = std::make_unique<Runner>(this);
   m_State = Started;
   mp_Runner->start(QThread::InheritPriority);
 }
@@ -160,8 +151,8 @@ void Encoder::abortEncoding() {
     mp_Device->close();
     auto* file = qobject_cast<QFile*>(mp_Device);
     if (file && !file->remove())
-      logFailure(__LINE__, "nubo::grab::video::Encoder::abortEncoding", "Couldn't remove file '%s'",
-                 file->fileName().toLocal8Bit().constData());
+      NUBO_LOG(log::Failure, "nubo::grab::video::Encoder::abortEncoding", "Couldn't remove file '%s'",
+               file->fileName().toLocal8Bit().constData());
   }
   cleanUp();
 }
@@ -169,17 +160,14 @@ void Encoder::abortEncoding() {
 void Encoder::cleanUp() {
   finishEncoding();
   m_State = Idle;
-  delete mp_Runner;
-  mp_Runner = nullptr;
-  delete mp_Semaphore;
-  mp_Semaphore = nullptr;
+  mp_Runner.reset();
+  mp_Semaphore.reset();
+  std::deque<std::unique_ptr<QIODevice>> dropped;
   {
     const QMutexLocker lock(&m_Mutex);
-    while (!m_Chunks.empty()) {
-      delete m_Chunks.front();
-      m_Chunks.pop_front();
-    }
+    dropped.swap(m_Chunks);
   }
+  dropped.clear();
   delete mp_Device;
   mp_Device = nullptr;
 }

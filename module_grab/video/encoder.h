@@ -5,6 +5,9 @@
 #include <QObject>
 #include <atomic>
 #include <deque>
+#include <functional>
+#include <memory>
+#include <utility>
 
 #include "module_grab/visibility.h"
 
@@ -34,8 +37,15 @@ class NUBO_MODULE_GRAB_EXPORT Encoder : public QObject {
   Q_OBJECT
 
  public:
+  /// A chunk's property of the type QVector<qint64>: for each of its frames in order, microseconds since the first
+  /// frame of the recording was drawn, on a clock that never goes back.
+  static constexpr char FrameTimesProperty[] = "frameTimes";
+  /// The final chunk's property of the type qint64: when the recording ended, on the same clock; so long its last frame
+  /// stands.
+  static constexpr char EndTimeProperty[] = "endTime";
+
   Encoder();
-  /// Neither stops the worker nor deletes chunks or the output device.
+  /// Neither stops the worker nor deletes the output device.
   ~Encoder() override;
 
   /// Opens and truncates the output file. Sizes in pixels, both even; frames and bits per second. Logs and
@@ -47,6 +57,10 @@ class NUBO_MODULE_GRAB_EXPORT Encoder : public QObject {
   /// delete it; false, with the chunk still the caller's, if encoding cannot start. Never waits for the codec.
   /// The grabbing thread.
   bool encodeVideoChunk(QIODevice* chunk, bool last);
+
+  /// Calls `observer` with the size in bytes of each chunk that has been encoded, on the worker; not for a null chunk,
+  /// and not for what is thrown away after a failure or an abort. Before the first chunk.
+  void observeChunks(std::function<void(qint64 bytes)> observer) { m_Observer = std::move(observer); }
 
   /// Waits until every chunk is encoded, and closes the output. The final chunk must have been handed over.
   /// The owner's thread, never the worker.
@@ -60,14 +74,6 @@ class NUBO_MODULE_GRAB_EXPORT Encoder : public QObject {
  Q_SIGNALS:
   /// -1 when the worker starts; percentages of the backlog once waitForFinish has begun. Emitted on the worker.
   void progressChanged(int percent);
-
- public:
-  /// A chunk's property of the type QVector<qint64>: for each of its frames in order, microseconds since the first
-  /// frame of the recording was drawn, on a clock that never goes back.
-  static constexpr char FrameTimesProperty[] = "frameTimes";
-  /// The final chunk's property of the type qint64: when the recording ended, on the same clock; so long its last frame
-  /// stands.
-  static constexpr char EndTimeProperty[] = "endTime";
 
  protected:
   /// Prepares the codec for the output device and parameters. Called once, on the thread that hands over the
@@ -85,7 +91,7 @@ class NUBO_MODULE_GRAB_EXPORT Encoder : public QObject {
   /// Limits a colour value to 0 ... 255 and drops its fraction; not a number gives 0.
   static unsigned char clamp(double value);
 
-  QIODevice* mp_Device;         ///< a QFile open for writing; null when no output is open
+  QIODevice* mp_Device;         ///< owned; a QFile open for writing; null when no output is open
   std::atomic<bool> m_Aborted;  ///< set for good by abortEncoding
   int m_Width;                  ///< pixels, even
   int m_Height;                 ///< pixels, even
@@ -100,12 +106,13 @@ class NUBO_MODULE_GRAB_EXPORT Encoder : public QObject {
   void cleanUp();
 
   std::atomic<int> m_State;
-  std::deque<QIODevice*> m_Chunks;  ///< not yet taken by the worker, oldest first; owned
-  QMutex m_Mutex;                   ///< guards m_Chunks, the progress counters and the worker's flags
-  QSemaphore* mp_Semaphore;         ///< a permit for each chunk, one for the final chunk's end, one for an abort
-  Runner* mp_Runner;
+  std::deque<std::unique_ptr<QIODevice>> m_Chunks;  ///< not yet taken by the worker, oldest first
+  QMutex m_Mutex;                                   ///< guards m_Chunks, the progress counters and the worker's flags
+  std::unique_ptr<QSemaphore> mp_Semaphore;  ///< a permit for each chunk, one for the final one's end, one for an abort
+  std::unique_ptr<Runner> mp_Runner;
   int m_ChunksDone;
   int m_ChunksTotal;
+  std::function<void(qint64)> m_Observer;
 };
 
 }  // namespace nubo::grab::video

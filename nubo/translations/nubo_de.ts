@@ -216,6 +216,10 @@
         <translation>Breite oder Höhe ist zu klein (mindestens 16)</translation>
     </message>
     <message>
+        <source>There is no trajectory with steps to record</source>
+        <translation>Es gibt keine Bewegung mit Schritten, die aufzunehmen wären</translation>
+    </message>
+    <message>
         <source>There is no active scene window selected</source>
         <translation>Es ist keine Ansicht ausgewählt</translation>
     </message>
@@ -728,6 +732,18 @@
     <message>
         <source>No encoder for file &apos;%1&apos; found</source>
         <translation>Kein Encoder für die Datei „%1“ gefunden</translation>
+    </message>
+    <message>
+        <source>Another recording is writing the file &apos;%1&apos;</source>
+        <translation>In die Datei „%1“ schreibt schon eine andere Aufnahme</translation>
+    </message>
+    <message>
+        <source>There is no active scene window selected</source>
+        <translation>Kein Szenenfenster ist aktiv</translation>
+    </message>
+    <message>
+        <source>Selected width or height is to small (min. 16)</source>
+        <translation>Breite oder Höhe ist zu klein (mindestens 16)</translation>
     </message>
     <message>
         <source>Could not create OpenGL context!</source>

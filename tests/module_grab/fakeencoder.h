@@ -3,8 +3,13 @@
 
 #include <QBuffer>
 #include <QByteArray>
+#include <QFile>
 #include <QMutex>
+#include <QOpenGLContext>
 #include <QSemaphore>
+#include <QThread>
+#include <QVariant>
+#include <QVector>
 #include <atomic>
 #include <vector>
 
@@ -19,6 +24,8 @@ struct EncodedChunk {
   bool isNull = true;
   bool isMemory = false;
   bool last = false;
+  QVector<qint64> times;
+  QVariant end;
 };
 
 /// What all encoders of one extension met, and how they are to behave. Registered from construction on; the
@@ -34,7 +41,9 @@ class FakeEncoding {
   std::atomic<QSemaphore*> gate{nullptr};  ///< a permit is taken for each chunk, so that a test can hold them up
 
   std::atomic<int> width{0}, height{0}, fps{0}, bitrate{0};
-  std::atomic<int> finished{0}, aborted{0}, alive{0};
+  std::atomic<int> started{0}, finished{0}, aborted{0}, alive{0};
+  std::atomic<bool> fileThereAtEnd{false}, contextAtStart{false};
+  std::atomic<QThread*> startThread{nullptr}, encodingThread{nullptr};
 
   std::vector<EncodedChunk> chunks() const {
     const QMutexLocker locker(&m_Mutex);
@@ -53,7 +62,7 @@ class FakeEncoding {
     const QMutexLocker locker(&m_Mutex);
     m_Chunks.clear();
     m_Bytes.clear();
-    finished = aborted = 0;
+    started = finished = aborted = 0;
   }
 
  private:
@@ -63,15 +72,28 @@ class FakeEncoding {
     ~FakeEncoder() override { --m_Encoding.alive; }
 
    protected:
-    bool initEncoding() override { return !m_Encoding.refuse; }
+    bool initEncoding() override {
+      ++m_Encoding.started;
+      m_Encoding.startThread = QThread::currentThread();
+      m_Encoding.contextAtStart = QOpenGLContext::currentContext() != nullptr;
+      return !m_Encoding.refuse;
+    }
     bool encodeChunk(QIODevice* chunk, bool last) override {
-      if (QSemaphore* gate = m_Encoding.gate) gate->acquire();
-      return m_Encoding.add(chunk, last);
+      m_Encoding.encodingThread = QThread::currentThread();
+      const int number = m_Encoding.add(chunk, last);
+      constexpr int Patience = 60000;
+      if (QSemaphore* gate = m_Encoding.gate) gate->tryAcquire(1, Patience);
+      return number != m_Encoding.failAtChunk;
     }
     void finishEncoding() override {
       ++m_Encoding.finished;
       if (m_Aborted) ++m_Encoding.aborted;
-      m_Encoding.takeParameters(m_Width, m_Height, m_Fps, m_Bitrate);
+      const auto* file = qobject_cast<QFile*>(mp_Device);
+      m_Encoding.fileThereAtEnd = file && file->exists();
+      m_Encoding.width = m_Width;
+      m_Encoding.height = m_Height;
+      m_Encoding.fps = m_Fps;
+      m_Encoding.bitrate = m_Bitrate;
     }
 
    private:
@@ -81,7 +103,8 @@ class FakeEncoding {
   static grab::video::VideoEncoder* video() { return grab::video::VideoEncoder::getInstance(); }
   static grab::video::Encoder* create(void* encoding) { return new FakeEncoder(*static_cast<FakeEncoding*>(encoding)); }
 
-  bool add(QIODevice* chunk, bool last) {
+  /// The chunk's number.
+  int add(QIODevice* chunk, bool last) {
     EncodedChunk entry;
     entry.last = last;
     QByteArray bytes;
@@ -89,19 +112,15 @@ class FakeEncoding {
       entry.isNull = false;
       entry.size = chunk->size();
       entry.isMemory = qobject_cast<QBuffer*>(chunk);
+      entry.times = chunk->property(grab::video::Encoder::FrameTimesProperty).value<QVector<qint64>>();
+      entry.end = chunk->property(grab::video::Encoder::EndTimeProperty);
       chunk->seek(0);
       bytes = chunk->readAll();
     }
     const QMutexLocker locker(&m_Mutex);
     m_Chunks.push_back(entry);
     m_Bytes.append(bytes.constData(), bytes.size());  // a copy: nothing is shared with what is dropped unlocked
-    return int(m_Chunks.size()) - 1 != failAtChunk;
-  }
-  void takeParameters(int w, int h, int f, int b) {
-    width = w;
-    height = h;
-    fps = f;
-    bitrate = b;
+    return int(m_Chunks.size()) - 1;
   }
 
   mutable QMutex m_Mutex;

@@ -179,6 +179,21 @@ TEST_F(Trajectory, MarkerFollowsItsPathInTheScene) {
   handler->moveTo(0);
   expectNear(math::transformPoint(marker->getGlobalTransform(), {0, 0, 0}), {1, 2, 3});
   handler->select(createTurntable(3));
+  // What drives leave at another step is put back when the last has ended, unless it was moved since.
+  const auto turntable = handler->getAdvancedTrajectoryInfo();
+  for (const bool isMoved : {false, true}) {
+    handler->moveTo(1);
+    {
+      const TrajectoryDrive first;
+      turntable->setPosition(2);
+      TrajectoryDrive second;
+      handler->putBack();
+      EXPECT_EQ(turntable->getPosition(), 2u);
+    }
+    if (isMoved) handler->moveTo(0);
+    handler->putBack();
+    EXPECT_EQ(turntable->getPosition(), isMoved ? 0u : 1u);
+  }
   EXPECT_EQ(handler->getSelectedMode(), TrajectoryHandler::Matrices);
   EXPECT_FALSE(handler->getTrajectoryInfo());
   handler->clear();
