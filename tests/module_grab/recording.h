@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QSettings>
 #include <cmath>
+#include <functional>
 
 #include "fakeencoder.h"
 #include "kernel/main/commandmanager.h"
@@ -47,16 +48,12 @@ class SteppedScene {
   void selectPoints(int position) const {
     std::deque<trajectory::Point> points;
     for (int step = 0; step < m_Steps; ++step) points.push_back({place(step), 0, 0, 0});
-    auto info = std::make_unique<trajectory::TrajectoryInfo>(std::move(points), m_Bar);
-    info->setPosition(std::uint64_t(position));
-    trajectory::TrajectoryHandler::getInstance()->select(std::move(info));
+    select(std::make_unique<trajectory::TrajectoryInfo>(std::move(points), m_Bar), position);
   }
   void selectMatrices(int position) const {
     auto steps = std::make_unique<std::deque<trajectory::MatrixMap>>();
     for (int step = 0; step < m_Steps; ++step) steps->push_back({{m_Bar, math::translation(place(step), 0, 0)}});
-    auto info = std::make_unique<trajectory::AdvancedTrajectoryInfo>(std::move(steps));
-    info->setPosition(std::uint64_t(position));
-    trajectory::TrajectoryHandler::getInstance()->select(std::move(info));
+    select(std::make_unique<trajectory::AdvancedTrajectoryInfo>(std::move(steps)), position);
   }
 
   /// The step that a square frame of this size shows.
@@ -67,10 +64,57 @@ class SteppedScene {
     const double halfWidth = 3 * std::tan(M_PI / 8);  // of the view at the bar's distance
     return int(std::lround(((2.0 * covered / size - 1) * halfWidth + 1) * m_Steps / 2)) - 1;
   }
+  std::vector<int> stepsShown(const FakeEncoding& encoding, int size) const {
+    std::vector<int> steps;
+    for (const QByteArray& frame : encoding.frames()) steps.push_back(stepShown(frame, size));
+    return steps;
+  }
 
  private:
+  template <class Info>
+  static void select(std::unique_ptr<Info> info, int position) {
+    info->setPosition(std::uint64_t(position));
+    trajectory::TrajectoryHandler::getInstance()->select(std::move(info));
+  }
+
   int m_Steps;
   util::YPointer<scene::SceneElement> m_Bar;
+};
+
+/// What a command tells of itself; any thread.
+class CommandWatch {
+ public:
+  explicit CommandWatch(const main::Command& command) {
+    using Monitor = main::CommandMonitor;
+    connect(command, &Monitor::textChanged, [this](const QString& text) { m_Texts.push_back(text); });
+    connect(command, &Monitor::detailChanged, [this](const QString& detail) { m_Detail = detail; });
+    connect(command, &Monitor::processedChanged, [this](int percent) { m_Percents.push_back(percent); });
+  }
+
+  std::vector<QString> texts() const { return get(m_Texts); }
+  std::vector<int> percents() const { return get(m_Percents); }
+  QString detail() const { return get(m_Detail); }
+  int grabbed() const { return detail().section(' ', 0, 0).toInt(); }
+
+ private:
+  template <class Signal, class Slot>
+  void connect(const main::Command& command, Signal signal, Slot slot) {
+    const auto locked = [this, slot](const auto& value) {
+      const QMutexLocker locker(&m_Mutex);
+      slot(value);
+    };
+    QObject::connect(command.monitor(), signal, command.monitor(), locked, Qt::DirectConnection);
+  }
+  template <class Value>
+  Value get(const Value& value) const {
+    const QMutexLocker locker(&m_Mutex);
+    return value;
+  }
+
+  mutable QMutex m_Mutex;
+  std::vector<QString> m_Texts;
+  std::vector<int> m_Percents;
+  QString m_Detail;
 };
 
 class RecordingTest : public ::testing::Test {
@@ -104,10 +148,7 @@ class RecordingTest : public ::testing::Test {
     m_Panels.erase(std::find_if(m_Panels.begin(), m_Panels.end(), [&](auto& other) { return other.get() == panel; }));
   }
 
-  /// A clone, ready to run, that lives as long as the test.
-  main::Command& makeCommand(const QString& fileName, int width = 0, int height = 0, bool sync = false) {
-    main::Command* clone = mp_Registered->clone();
-    m_Commands.emplace_back(clone);
+  static main::ParameterSet makeValues(const QString& fileName, int width = 0, int height = 0, bool sync = false) {
     main::ParameterSet values(0, QString());
     for (const QString& text :
          {fileName, QString::number(width), QString::number(height), QString::number(int(sync))}) {
@@ -115,11 +156,34 @@ class RecordingTest : public ::testing::Test {
       parameter->castString(text);
       values.addParameter(parameter);
     }
-    EXPECT_TRUE(clone->setParameters(values));
+    return values;
+  }
+  /// A clone, ready to run, that lives as long as the test.
+  main::Command& makeCommand(const QString& fileName, int width = 0, int height = 0, bool sync = false) {
+    main::Command* clone = mp_Registered->clone();
+    m_Commands.emplace_back(clone);
+    EXPECT_TRUE(clone->setParameters(makeValues(fileName, width, height, sync)));
     return *clone;
   }
   void start(main::Command& command) {
     m_Host.overseer.getCommandProcessor()->processCommand(&command, main::CommandProcessor::Queued, true);
+  }
+  /// Runs the command until `reached`, does what is to end it, and waits until it has returned.
+  bool record(main::Command& command, const std::function<bool()>& reached, const std::function<void()>& end) {
+    start(command);
+    if (!waitUntil(reached)) return false;
+    end();
+    return m_Host.settle();
+  }
+  /// Whether the file is there, as it is from a recording's start on.
+  std::function<bool()> isThere(const QString& name) const {
+    return [file = m_Host.file(name)] { return QFile::exists(file); };
+  }
+  std::function<bool()> areEncoded(int chunks) const {
+    return [this, chunks] { return m_Encoding.chunkCount() >= chunks; };
+  }
+  QString doneText(const QString& name) const {
+    return QStringLiteral("Video '%1' encoding done").arg(m_Host.file(name));
   }
   void setSetting(const char* key, const QVariant& value) { main::nuboSettings()->setValue(key, value); }
   void useFileChunks() { setSetting("settings/grabvideousememoryasbuffer", false); }
@@ -133,9 +197,9 @@ class RecordingTest : public ::testing::Test {
     }
     return count;
   }
-  /// Makes every frame of BigSize x BigSize pixels a chunk of its own.
+  /// Makes every frame of BigSize x BigSize pixels a chunk of its own, to the byte.
   void useSmallestChunks() { setSetting("settings/grabvideotempfilesize", 1); }
-  static constexpr int BigSize = 512;
+  static constexpr int BigSize = 500;
 
   static main::Command* create() { return new GrabVideo; }
 

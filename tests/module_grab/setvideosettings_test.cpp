@@ -87,12 +87,25 @@ TEST_F(SetVideoSettingsTest, StoresBoundedValuesAndShowsThem) {
   EXPECT_EQ(m_Events, events);
 }
 
-TEST_F(SetVideoSettingsTest, StoresNothingWhenAnyValueIsMissing) {
+TEST_F(SetVideoSettingsTest, StoresNothingUnlessEveryValueFits) {
   run({"100", "30", "5000", ""});
   run({"", "30", "5000", "1"});
+  auto& own = m_Command.getParameterSets();
+  own.emplace_back(1, QStringLiteral("another"));
+  m_Command.selectParameterSet(1);
+  m_Command.execute();
+  main::ParameterSet wrong(0, QStringLiteral("of a wrong type"));
+  for (const char* text : {"100", "thirty", "5000", "1"}) {
+    auto* value = new main::Parameter<QString>(text, QString(), QString(), true, nullptr);
+    value->castString(text);
+    wrong.addParameter(value);
+  }
+  own.assign(1, wrong);
+  m_Command.selectParameterSet(0);
+  m_Command.execute();
   EXPECT_EQ(stored(), (QStringList{"-", "-", "-", "-"}));
   EXPECT_EQ(m_Events, 0);
-  EXPECT_EQ(m_Log.consoleLines(), (std::vector<QString>{"Parameter failure", "Parameter failure"}));
+  EXPECT_EQ(m_Log.consoleLines(), std::vector<QString>(4, "Parameter failure"));
 }
 
 }  // namespace
