@@ -118,6 +118,7 @@ class WindowTest : public testing::Test {
 
   /// Leaves a picture of the screen beside the test program, to be looked at.
   static void keepScreenshot(const QString& name) {
+    QTest::qWait(100);
     const QDir folder(QCoreApplication::applicationDirPath() + "/screenshots");
     folder.mkpath(".");
     QGuiApplication::primaryScreen()->grabWindow(0).save(folder.filePath(name + ".png"));
