@@ -38,18 +38,13 @@ constexpr std::uint64_t Plenty = std::uint64_t(1) << 40;
 class FakeRecording : public FrameFlow, public GrabbingClock {
  public:
   ChunkRules rules{1000, true, 100};
-  int frames = 0;         ///< after which it is to stop
-  std::int64_t work = 0;  ///< milliseconds that a frame takes
-  bool refuses = false;   ///< chunks
+  int frames = 0;        ///< after which it is to stop
+  bool refuses = false;  ///< chunks
   std::function<void(int)> onFrame = [](int) {};
 
-  void run() {
+  void run(bool inStep = false) {
     stop = frames == 0;
-    grabAtPace(*this, *this, stop);
-  }
-  void runInStep() {
-    stop = frames == 0;
-    grabInStep(*this, stop);
+    inStep ? grabInStep(*this, stop) : grabAtPace(*this, *this, stop);
   }
 
   Texts calls;
@@ -61,20 +56,21 @@ class FakeRecording : public FrameFlow, public GrabbingClock {
 
   ChunkRules chunkRules() const override { return rules; }
   void grabPicture(QIODevice* device) override {
-    now += work * 1000 + 1;  // a little more than a whole number
+    now += 1;  // a little more than a whole number
     onFrame(grabbed);
     if (rules.frameBytes > 0) device->write(QByteArray(int(rules.frameBytes), 'x'));
     calls.emplace_back("frame");
     stop = ++grabbed >= frames;
   }
   bool encodeVideoChunk(QIODevice* chunk, bool last) override {
-    const std::string text = !chunk                          ? "nothing"
-                             : qobject_cast<QBuffer*>(chunk) ? "memory " + std::to_string(chunk->size() / 100)
-                                                             : "file " + std::to_string(chunk->size() / 100);
+    std::string text = "nothing";
+    if (chunk) {
+      text = (qobject_cast<QBuffer*>(chunk) ? "memory " : "file ") + std::to_string(chunk->size() / 100);
+      times += chunk->property(video::Encoder::FrameTimesProperty).value<QVector<qint64>>();
+      end = chunk->property(video::Encoder::EndTimeProperty);
+    }
     calls.push_back(text + (last ? ", last" : ""));
     chunks.emplace_back(chunk);
-    if (chunk) times += chunk->property(video::Encoder::FrameTimesProperty).value<QVector<qint64>>();
-    if (chunk) end = chunk->property(video::Encoder::EndTimeProperty);
     const std::unique_ptr<QIODevice> taken(refuses ? nullptr : chunk);
     return !refuses;
   }
@@ -83,7 +79,8 @@ class FakeRecording : public FrameFlow, public GrabbingClock {
   void cleanUpGL() override { calls.emplace_back("clean up"); }
   void tellFinished() override { calls.emplace_back("finished"); }
   std::int64_t microseconds() override { return now; }
-  void sleep(std::int64_t milliseconds) override { now += milliseconds * 1000; }
+  void sleep(std::int64_t milliseconds) override { pass(milliseconds); }
+  void pass(std::int64_t milliseconds) { now += milliseconds * 1000; }
 
  private:
   std::int64_t now = 7000000;
@@ -115,15 +112,16 @@ class Grabbing : public testing::Test {
 
 TEST_F(Grabbing, PausesTwiceAsSeldomAsThePaceSaysAndTellsWhen) {
   struct Row {
-    int work;  // milliseconds
+    std::vector<int> work;  // of each frame, in milliseconds, and then on
     std::vector<int> times;
     int end;
   };
-  for (const Row& row : {Row{10, {0, 40, 50, 90, 100}, 140}, Row{50, {0, 50, 100}, 150}, Row{40, {0, 40, 80}, 120},
-                         Row{0, {0, 40, 40, 80, 80}, 120}, Row{25, {0, 40, 65, 105, 130}, 170}}) {
-    SCOPED_TRACE(row.work);
+  for (const Row& row :
+       {Row{{10}, {0, 40, 50, 90, 100}, 140}, Row{{50}, {0, 50, 100}, 150}, Row{{40}, {0, 40, 80}, 120},
+        Row{{0}, {0, 40, 40, 80, 80}, 120}, Row{{30, 5}, {0, 40, 60, 70}, 100}}) {
+    SCOPED_TRACE(row.work[0]);
     FakeRecording recording;
-    recording.work = row.work;
+    recording.onFrame = [&](int frame) { recording.pass(row.work[std::min(std::size_t(frame), row.work.size() - 1)]); };
     recording.frames = int(row.times.size());
     recording.run();
     std::vector<int> milliseconds;
@@ -236,13 +234,18 @@ TEST_F(Grabbing, TakesStepsOneByOne) {
         EXPECT_TRUE(handler->isDriven());
         EXPECT_EQ(trajectory.position(), std::uint64_t(row.position + frame));
       };
-      recording.runInStep();
+      recording.run(true);
       EXPECT_EQ(recording.calls, ended(row.calls));
       EXPECT_TRUE(recording.times.isEmpty() && !recording.end.isValid()) << "a step is a frame, whenever it came";
       EXPECT_EQ(recording.planned, int(steps) - row.position);
       EXPECT_FALSE(handler->isDriven());
       handler->putBack();
       EXPECT_EQ(trajectory.position(), std::uint64_t(row.position));
+      FakeRecording other;  // goes on with what it began, when another trajectory is selected
+      other.frames = row.frames;
+      other.onFrame = [&](int) { handler->clear(); };
+      other.run(true);
+      EXPECT_EQ(other.calls, recording.calls);
     }
 }
 

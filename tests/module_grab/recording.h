@@ -185,7 +185,7 @@ class RecordingTest : public ::testing::Test {
   QString doneText(const QString& name) const {
     return QStringLiteral("Video '%1' encoding done").arg(m_Host.file(name));
   }
-  void setSetting(const char* key, const QVariant& value) { main::nuboSettings()->setValue(key, value); }
+  void setSetting(const QString& key, const QVariant& value) { main::nuboSettings()->setValue(key, value); }
   void useFileChunks() { setSetting("settings/grabvideousememoryasbuffer", false); }
   /// How many chunks lie in files, which have no name where the system allows that.
   int temporaryFiles() const {

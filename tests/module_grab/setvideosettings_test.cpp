@@ -25,34 +25,34 @@ class SetVideoSettingsTest : public ::testing::Test {
 
   /// Gives the command its values, without the checks of setParameters, and runs it.
   void run(const QStringList& texts) {
-    auto& set = m_Command.getParameterSets()[0];
-    for (int i = 0; i < texts.size(); ++i) {
-      set.parameters()[std::size_t(i)]->clearValue();
-      if (!texts[i].isEmpty()) set.parameters()[std::size_t(i)]->castString(texts[i]);
+    const auto& parameters = m_Command.getParameterSets()[0].parameters();
+    for (std::size_t i = 0; i < parameters.size(); ++i) {
+      parameters[i]->clearValue();
+      if (!texts[int(i)].isEmpty()) parameters[i]->castString(texts[int(i)]);
     }
-    m_Command.selectParameterSet(0);
+    execute(0);
+  }
+  void execute(int set) {
+    m_Command.selectParameterSet(set);
     m_Command.execute();
   }
-  QStringList stored() const {
+  static QStringList stored() {
     QStringList result;
-    for (const char* key : {"settings/grabvideotempfilesize", "settings/grabvideofps", "settings/grabvideokbps",
-                            "settings/grabvideousememoryasbuffer"})
-      result << main::nuboSettings()->value(key, "-").toString();
+    for (const char* key : {"tempfilesize", "fps", "kbps", "usememoryasbuffer"})
+      result << main::nuboSettings()->value(QByteArray("settings/grabvideo") + key, "-").toString();
     return result;
   }
+  /// What dialogs show, the slider's value first.
   QStringList shown() {
-    QStringList result;
-    for (const auto* parameter : m_Command.getParameterSets()[0].parameters())
-      result << parameter->getDefaultParameterForDefaultGUI();
-    return result;
-  }
-  int sliderValue() {
-    const auto* factory = dynamic_cast<const main::SliderParameterPanelFactory*>(
-        m_Command.getParameterSets()[0].parameters()[0]->getParameterPanelFactory());
+    const auto& parameters = m_Command.getParameterSets()[0].parameters();
+    const auto* factory =
+        dynamic_cast<const main::SliderParameterPanelFactory*>(parameters[0]->getParameterPanelFactory());
     const std::unique_ptr<QSlider> slider(factory->createSlider());
     EXPECT_EQ(slider->minimum(), 1);
     EXPECT_EQ(slider->maximum(), 1000);
-    return slider->value();
+    QStringList result(QString::number(slider->value()));
+    for (std::size_t i = 1; i < parameters.size(); ++i) result << parameters[i]->getDefaultParameterForDefaultGUI();
+    return result;
   }
 
   Host m_Host;
@@ -62,8 +62,7 @@ class SetVideoSettingsTest : public ::testing::Test {
 };
 
 TEST_F(SetVideoSettingsTest, StoresBoundedValuesAndShowsThem) {
-  EXPECT_EQ(shown(), (QStringList{"", "25", "1200", "1"}));
-  EXPECT_EQ(sliderValue(), 50);
+  EXPECT_EQ(shown(), (QStringList{"50", "25", "1200", "1"}));
   struct Row {
     QStringList given, stored;
   };
@@ -77,8 +76,9 @@ TEST_F(SetVideoSettingsTest, StoresBoundedValuesAndShowsThem) {
   for (const Row& row : Rows) {
     run(row.given);
     EXPECT_EQ(stored(), row.stored);
-    EXPECT_EQ(shown(), (QStringList{row.stored[0], row.stored[1], row.stored[2], row.stored[3] == "true" ? "1" : "0"}));
-    EXPECT_EQ(sliderValue(), row.stored[0].toInt());
+    QStringList expected = row.stored;
+    expected.back() = expected.back() == "true" ? "1" : "0";
+    EXPECT_EQ(shown(), expected);
     EXPECT_EQ(m_Events, ++events);
   }
   m_Command.setFireEvent(false);
@@ -92,8 +92,7 @@ TEST_F(SetVideoSettingsTest, StoresNothingUnlessEveryValueFits) {
   run({"", "30", "5000", "1"});
   auto& own = m_Command.getParameterSets();
   own.emplace_back(1, QStringLiteral("another"));
-  m_Command.selectParameterSet(1);
-  m_Command.execute();
+  execute(1);
   main::ParameterSet wrong(0, QStringLiteral("of a wrong type"));
   for (const char* text : {"100", "thirty", "5000", "1"}) {
     auto* value = new main::Parameter<QString>(text, QString(), QString(), true, nullptr);
@@ -101,8 +100,7 @@ TEST_F(SetVideoSettingsTest, StoresNothingUnlessEveryValueFits) {
     wrong.addParameter(value);
   }
   own.assign(1, wrong);
-  m_Command.selectParameterSet(0);
-  m_Command.execute();
+  execute(0);
   EXPECT_EQ(stored(), (QStringList{"-", "-", "-", "-"}));
   EXPECT_EQ(m_Events, 0);
   EXPECT_EQ(m_Log.consoleLines(), std::vector<QString>(4, "Parameter failure"));
