@@ -27,7 +27,10 @@ set(NUBO_PUBLIC_HEADERS
   module_scene/gui/framing.h
   module_scene/gui/scenepanel.h
   module_scene/gui/viewer.h
+  module_scene/io/importcontrol.h
   module_scene/io/importer.h
+  module_scene/io/reader/model.h
+  module_scene/io/reader/reader.h
   module_scene/math/matrix.h
   module_scene/graph/animation.h
   module_scene/graph/boundingbox.h

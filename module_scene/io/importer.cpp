@@ -1,22 +1,25 @@
 #include "module_scene/io/importer.h"
 
+#include <unistd.h>
+
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <algorithm>
 #include <new>
 
-#include "module_scene/io/assimplibrary.h"
 #include "module_scene/io/importerror.h"
+#include "module_scene/io/modelbuilder.h"
 #include "module_scene/io/plyreader.h"
+#include "module_scene/io/readingprocess.h"
 #include "module_scene/io/stlreader.h"
-#include "module_scene/io/xfilecheck.h"
 #include "module_scene/mesh/preparation.h"
 
 namespace nubo::io {
 namespace {
 
-/// Finds the causes that have nothing to do with a format.
-void checkFile(const QString& fileName) {
+/// Finds the causes that have nothing to do with a format. Returns the first bytes.
+QByteArray checkFile(const QString& fileName) {
   const QFileInfo info(fileName);
   if (!info.exists()) throw ImportError(ImportError::tr("there is no such file"));
   if (info.isDir()) throw ImportError(ImportError::tr("it is a directory"));
@@ -24,46 +27,24 @@ void checkFile(const QString& fileName) {
   QFile file(fileName);
   if (!file.open(QIODevice::ReadOnly)) throw ImportError(file.errorString());
   if (file.size() == 0) throw ImportError(ImportError::tr("the file is empty"));
+  return file.read(FirstBytes);
 }
 
 /// Refuses files whose header announces more than they can hold, before memory is taken for all of it.
-void checkCounts(const QString& fileName) {
+void checkCounts(const QByteArray& firstBytes, qint64 size) {
   static const QRegularExpression counts(
       QStringLiteral("\\A(?:OFF\\s+(?<off>\\d+)|ply\\s[^\\0]*?\\nelement\\s+vertex\\s+(?<ply>\\d+))"));
-  QFile file(fileName);
-  if (!file.open(QIODevice::ReadOnly)) return;
-  const QRegularExpressionMatch match = counts.match(QString::fromLatin1(file.read(4096)));
+  const QRegularExpressionMatch match = counts.match(QString::fromLatin1(firstBytes));
   const QString announced = match.captured(QStringLiteral("off")) + match.captured(QStringLiteral("ply"));
-  if (announced.toDouble() > double(file.size()))
+  if (announced.toDouble() > double(size))
     throw ImportError(ImportError::tr("the file is truncated or damaged: it announces %1 vertices, but has %2 bytes")
                           .arg(announced)
-                          .arg(file.size()));
+                          .arg(size));
 }
 
-/// Big files come in few formats; those have readers here that take little time and memory. Null: none has.
-util::YPointer<scene::Geometry> readQuickly(const QString& fileName) {
-  const QString suffix = QFileInfo(fileName).suffix().toLower();
-  if (suffix == QLatin1String("stl") && isPlainBinaryStl(fileName)) return readStl(fileName);
-  if (suffix == QLatin1String("ply")) return readBinaryPly(fileName);
-  return nullptr;
-}
+bool beginsAsPly(const QByteArray& bytes) { return bytes.startsWith("ply\n") || bytes.startsWith("ply\r"); }
 
-/// Assimp gives what it does not know to the reader that refuses least, which finds a shape in any text.
-void checkSuffix(const QString& fileName) {
-  if (!importableSuffixes().contains(QFileInfo(fileName).suffix().toLower()))
-    throw ImportError(ImportError::tr("its format is not known"));
-}
-
-void readFile(const QString& fileName, ImportResult& result) {
-  checkFile(fileName);
-  checkCounts(fileName);
-  const util::YPointer<scene::Geometry> geometry = readQuickly(fileName);
-  if (!geometry) {
-    const AssimpLibrary& assimp = AssimpLibrary::instance();
-    checkSuffix(fileName);
-    checkXFile(fileName);
-    return assimp.readWithAssimp(fileName, result);
-  }
+void addSingle(const QString& fileName, const util::YPointer<scene::Geometry>& geometry, ImportResult& result) {
   const bool hadPrimitives = !geometry->indices.empty();
   prepare(*geometry);
   if (geometry->indices.empty())
@@ -73,13 +54,59 @@ void readFile(const QString& fileName, ImportResult& result) {
   result.root->addGeometry(geometry);
 }
 
+/// How much a reader may take: the most that files of that size have been seen to need many times over, so that one
+/// that takes ever more is stopped before the machine suffers; and three quarters of what there is, since the program
+/// needs some, too.
+std::uint64_t readersMemory(qint64 fileSize) {
+  constexpr std::uint64_t Least = std::uint64_t(2) << 30, PerByte = 100;
+  const std::uint64_t installed = std::uint64_t(sysconf(_SC_PHYS_PAGES)) * std::uint64_t(sysconf(_SC_PAGESIZE));
+  return std::min(std::max(Least, PerByte * std::uint64_t(fileSize)), installed / 4 * 3);
+}
+
+void readWithPlugin(const ReaderChoice& choice, const QString& fileName, ImportControl& control, ImportResult& result) {
+  const std::uint64_t memory = readersMemory(QFileInfo(fileName).size());
+  SharedBlocks blocks(memory);
+  reader::Model model;
+  {
+    ReadingProcess process(choice, QFileInfo(fileName).absoluteFilePath(), memory);
+    model = process.run(blocks, control, result.warnings);
+  }
+  try {
+    ModelBuilder(model, blocks, result).build(QFileInfo(fileName).fileName());
+  } catch (const reader::BadRecord&) {
+    throw ImportError(ImportError::tr("its reader '%1' hands over what makes no sense").arg(choice.reader->name));
+  }
+}
+
+void readFile(const QString& fileName, ImportControl& control, ImportResult& result) {
+  const QByteArray firstBytes = checkFile(fileName);
+  const QFileInfo info(fileName);
+  const QString suffix = info.suffix().toLower();
+  checkCounts(firstBytes, info.size());
+  const ReaderChoice choice = chooseReader(readerTable(), suffix, firstBytes);
+  // Big files come in few formats; those are read here, which takes little time and memory.
+  util::YPointer<scene::Geometry> geometry;
+  if (beginsAsPly(firstBytes))
+    geometry = readBinaryPly(fileName);
+  else if (!choice.knownByContent && (suffix == QLatin1String("stl") || hasSizeOfBinaryStl(firstBytes, info.size())))
+    geometry = readBinaryStl(fileName);
+  if (geometry) return addSingle(fileName, geometry, result);
+  if (!choice.reader) throw ImportError(ImportError::tr("its format is not known"));
+  readWithPlugin(choice, fileName, control, result);
+}
+
 }  // namespace
 
 ImportResult importFile(const QString& fileName) {
+  ImportControl control;
+  return importFile(fileName, control);
+}
+
+ImportResult importFile(const QString& fileName, ImportControl& control) {
   ImportResult result;
   QString cause;
   try {
-    readFile(fileName, result);
+    readFile(fileName, control, result);
     return result;
   } catch (const ImportError& error) {
     cause = error.cause();
@@ -95,11 +122,8 @@ ImportResult importFile(const QString& fileName) {
 
 QStringList importableSuffixes() {
   QStringList suffixes{QStringLiteral("ply"), QStringLiteral("stl")};
-  try {
-    AssimpLibrary::instance().listSuffixes(suffixes);
-  } catch (const ImportError&) {
-    // Files of other formats cannot be read, which is told of each.
-  }
+  for (const ReaderEntry& reader : readerTable())
+    for (const ReaderFormat& format : reader.formats) suffixes << format.suffixes;
   suffixes.sort();
   suffixes.removeDuplicates();
   return suffixes;

@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include "module_scene/graph/animation.h"
+#include "module_scene/io/importcontrol.h"
 
 namespace nubo::io {
 
@@ -15,9 +16,11 @@ struct ImportResult {
   QStringList warnings;                      ///< one line each, such as a texture that is missing
 };
 
-/// Reads a model or point file with its materials, textures and animations; any thread. Every failure,
-/// whatever the file holds, comes back as an error.
+/// Reads a model or point file with its materials, textures and animations; any thread. Every failure, whatever the
+/// file holds, comes back as an error: what is not STL or PLY is read in a process of its own.
 [[nodiscard]] NUBO_MODULE_SCENE_EXPORT ImportResult importFile(const QString& fileName);
+/// The same; `control` ends it early, says how long it may take, and tells how far it is.
+[[nodiscard]] NUBO_MODULE_SCENE_EXPORT ImportResult importFile(const QString& fileName, ImportControl& control);
 
 /// Suffixes without dots, lower case, of the formats that importFile reads.
 NUBO_MODULE_SCENE_EXPORT QStringList importableSuffixes();

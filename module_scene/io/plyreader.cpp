@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "module_scene/io/mappedfile.h"
+#include "module_scene/io/filestream.h"
 #include "module_scene/mesh/parallel.h"
 
 namespace nubo::io {
@@ -58,8 +58,7 @@ struct Element {
 
 class PlyReader {
  public:
-  explicit PlyReader(const QString& fileName)
-      : m_File(fileName), mp_At(m_File.data()), mp_End(m_File.data() + m_File.size()) {}
+  explicit PlyReader(const QString& fileName) : m_File(fileName) {}
 
   util::YPointer<scene::Geometry> read() {
     readHeader();
@@ -76,12 +75,14 @@ class PlyReader {
 
  private:
   QByteArray readLine() {
-    const auto* end = static_cast<const char*>(std::memchr(mp_At, '\n', std::size_t(mp_End - mp_At)));
-    if (!end && mp_At == m_File.data()) throw NotForUs();
-    if (!end) throw ImportError(ImportError::tr("the file is truncated: its header does not end"));
-    const QByteArray line(mp_At, int(std::min<std::ptrdiff_t>(end - mp_At, 4096)));
-    mp_At = end + 1;
-    return line.simplified();
+    constexpr int Longest = 4096;
+    QByteArray line;
+    while (m_File.left() > 0) {
+      const char c = *m_File.take(1);
+      if (c == '\n') return line.simplified();
+      if (line.size() < Longest) line += c;
+    }
+    throw ImportError(ImportError::tr("the file is truncated: its header does not end"));
   }
 
   void readHeader() {
@@ -150,14 +151,6 @@ class PlyReader {
     return 0;
   }
 
-  /// The next `size` bytes.
-  const char* take(std::uint64_t size) {
-    if (size > std::uint64_t(mp_End - mp_At)) throw ImportError(ImportError::tr("the file is truncated"));
-    const char* taken = mp_At;
-    mp_At += size;
-    return taken;
-  }
-
   struct Field {
     Type type = Type::None;
     std::size_t offset = 0;
@@ -178,11 +171,10 @@ class PlyReader {
     const std::size_t stride = element.stride();
     if (element.hasLists() || stride == 0) throw NotForUs();
     if (element.count >= 0x7FFFFFFF) throw ImportError(ImportError::tr("it has too many vertices"));
-    if (element.count > std::uint64_t(mp_End - mp_At) / stride)
+    if (element.count > m_File.left() / stride)
       throw ImportError(ImportError::tr("the file is truncated: it announces %1 vertices, and has %2")
                             .arg(element.count)
-                            .arg(std::uint64_t(mp_End - mp_At) / stride));
-    const char* records = take(element.count * stride);
+                            .arg(m_File.left() / stride));
     const auto count = std::size_t(element.count);
     const Field place[]{field(element, {"x"}), field(element, {"y"}), field(element, {"z"})};
     const Field normal[]{field(element, {"nx"}), field(element, {"ny"}), field(element, {"nz"})};
@@ -192,31 +184,32 @@ class PlyReader {
       return fields[0].type != Type::None && fields[1].type != Type::None && fields[2].type != Type::None;
     };
     if (!has(place)) throw ImportError(ImportError::tr("PLY: the vertices have no x, y and z"));
-    m_Geometry->positions = floats(records, stride, count, place);
-    if (has(normal)) m_Geometry->normals = floats(records, stride, count, normal);
-    if (has(color)) m_Geometry->colors = colors(records, stride, count, color);
+    scene::Geometry& g = *m_Geometry;
+    g.positions.resize(count * 3);
+    if (has(normal)) g.normals.resize(count * 3);
+    if (has(color)) g.colors.resize(count * 4, 255);
+    constexpr std::size_t AtOnce = 1 << 16;
+    for (std::size_t first = 0; first < count; first += AtOnce) {
+      const std::size_t some = std::min(AtOnce, count - first);
+      const char* records = m_File.take(some * stride);
+      scene::parallelRanges(some, [&](std::size_t begin, std::size_t end, std::size_t) {
+        for (std::size_t i = begin; i < end; ++i) {
+          const char* record = records + i * stride;
+          readFloats(record, place, &g.positions[(first + i) * 3]);
+          if (has(normal)) readFloats(record, normal, &g.normals[(first + i) * 3]);
+          if (has(color)) readColor(record, color, &g.colors[(first + i) * 4]);
+        }
+      });
+    }
   }
 
-  std::vector<float> floats(const char* records, std::size_t stride, std::size_t count, const Field* fields) const {
-    std::vector<float> result(count * 3);
-    scene::parallelRanges(count, [&](std::size_t begin, std::size_t end, std::size_t) {
-      for (std::size_t i = begin; i < end; ++i)
-        for (std::size_t k = 0; k < 3; ++k)
-          result[i * 3 + k] = float(value(fields[k].type, records + i * stride + fields[k].offset));
-    });
-    return result;
+  void readFloats(const char* record, const Field* fields, float* result) const {
+    for (std::size_t k = 0; k < 3; ++k) result[k] = float(value(fields[k].type, record + fields[k].offset));
   }
 
-  std::vector<std::uint8_t> colors(const char* records, std::size_t stride, std::size_t count,
-                                   const Field* fields) const {
-    std::vector<std::uint8_t> result(count * 4, 255);
-    scene::parallelRanges(count, [&](std::size_t begin, std::size_t end, std::size_t) {
-      for (std::size_t i = begin; i < end; ++i)
-        for (std::size_t k = 0; k < 4; ++k)
-          if (fields[k].type != Type::None)
-            result[i * 4 + k] = component(fields[k].type, records + i * stride + fields[k].offset);
-    });
-    return result;
+  void readColor(const char* record, const Field* fields, std::uint8_t* result) const {
+    for (std::size_t k = 0; k < 4; ++k)
+      if (fields[k].type != Type::None) result[k] = component(fields[k].type, record + fields[k].offset);
   }
 
   std::uint8_t component(Type type, const char* at) const {
@@ -232,7 +225,8 @@ class PlyReader {
     if (!element.hasLists()) {
       // A count that overflows here is more than any file has.
       if (element.count > m_File.size()) throw ImportError(ImportError::tr("the file is truncated"));
-      take(element.count * element.stride());
+      const std::size_t stride = element.stride();
+      for (std::uint64_t i = 0; i < element.count && stride > 0; ++i) m_File.take(stride);
       return;
     }
     for (std::uint64_t i = 0; i < element.count; ++i)
@@ -240,8 +234,8 @@ class PlyReader {
         const auto count =
             property.countType == Type::None
                 ? 1u
-                : std::uint32_t(std::max(0.0, value(property.countType, take(sizeOf(property.countType)))));
-        const char* items = take(std::uint64_t(count) * sizeOf(property.type));
+                : std::uint32_t(std::max(0.0, value(property.countType, m_File.take(sizeOf(property.countType)))));
+        const char* items = m_File.take(std::uint64_t(count) * sizeOf(property.type));
         const bool corners = property.name == "vertex_indices" || property.name == "vertex_index";
         if (element.name == "face" && corners) addFace(items, property.type, count);
       }
@@ -268,9 +262,7 @@ class PlyReader {
     for (std::size_t i = 0; i < m_Geometry->indices.size(); ++i) m_Geometry->indices[i] = std::uint32_t(i);
   }
 
-  const MappedFile m_File;
-  const char* mp_At;
-  const char* mp_End;
+  FileStream m_File;
   bool m_Binary = false, m_Swapped = false, m_HasFaces = false;
   std::vector<Element> m_Elements;
   util::YPointer<scene::Geometry> m_Geometry;

@@ -1,10 +1,10 @@
 #include "module_scene/io/stlreader.h"
 
 #include <QtEndian>
-#include <atomic>
+#include <array>
 #include <cstring>
 
-#include "module_scene/io/mappedfile.h"
+#include "module_scene/io/filestream.h"
 #include "module_scene/mesh/vertexjoin.h"
 
 namespace nubo::io {
@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t HeaderSize = 84, TriangleSize = 50, CornersOffset = 12, CornerSize = 12, ColorOffset = 48;
 
-/// The corners of all triangles of a mapped file, for findRepresentatives.
+/// The corners of some triangles, for findRepresentatives.
 class StlCorners {
  public:
   explicit StlCorners(const char* triangles) : mp_Triangles(triangles) {}
@@ -43,68 +43,72 @@ class StlCorners {
   const char* mp_Triangles;
 };
 
-std::size_t announcedTriangles(const MappedFile& file) { return qFromLittleEndian<quint32>(file.data() + 80); }
+std::uint64_t announcedTriangles(const char* header) { return qFromLittleEndian<quint32>(header + 80); }
+
+std::uint64_t announcedSize(const char* header) { return HeaderSize + announcedTriangles(header) * TriangleSize; }
+
+/// Throws ImportError for what is neither binary nor text.
+bool isBinary(const QString& fileName) {
+  FileStream file(fileName);
+  if (file.size() < HeaderSize) return false;
+  const auto known = std::size_t(std::min<std::uint64_t>(file.size(), 512));
+  const char* header = file.take(known);
+  const bool looksLikeText = std::memcmp(header, "solid", 5) == 0 && std::memchr(header, 0, known) == nullptr;
+  if (file.size() == announcedSize(header)) return true;
+  if (looksLikeText) return false;
+  if (file.size() > announcedSize(header)) return true;
+  throw ImportError(
+      ImportError::tr("the file is no STL file, or it is truncated: it announces %1 triangles, which take "
+                      "%2 bytes, but has %3 bytes")
+          .arg(announcedTriangles(header))
+          .arg(announcedSize(header))
+          .arg(file.size()));
+}
 
 /// Some programs keep a face's colour in what should be an unused word, and set its upper bit.
-bool hasColors(const MappedFile& file) {
-  std::atomic<bool> found{false};
-  scene::parallelRanges(announcedTriangles(file), [&](std::size_t begin, std::size_t end, std::size_t) {
-    for (std::size_t i = begin; i < end && !found.load(std::memory_order_relaxed); ++i)
-      if (file.data()[HeaderSize + i * TriangleSize + ColorOffset + 1] & 0x80) found = true;
-  });
-  return found;
+bool hasColors(const char* triangles, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i)
+    if (triangles[i * TriangleSize + ColorOffset + 1] & 0x80) return true;
+  return false;
+}
+
+void append(scene::Geometry& geometry, const StlCorners& corners, std::size_t count) {
+  // A vertex takes its number where its corner stands for itself, which may be behind others that name it.
+  constexpr std::uint32_t None = 0xFFFFFFFFu;
+  const std::vector<std::uint32_t> representatives = scene::findRepresentatives(count, corners);
+  std::vector<std::uint32_t> numbers(count, None);
+  for (const std::uint32_t corner : representatives) {
+    if (numbers[corner] == None) {
+      numbers[corner] = std::uint32_t(geometry.vertexCount());
+      const auto position = corners.position(corner);
+      geometry.positions.insert(geometry.positions.end(), position.begin(), position.end());
+    }
+    geometry.indices.push_back(numbers[corner]);
+  }
 }
 
 }  // namespace
 
-bool isPlainBinaryStl(const QString& fileName) {
-  const MappedFile file(fileName);
-  if (file.size() < HeaderSize) return false;
-  const std::size_t size = HeaderSize + announcedTriangles(file) * TriangleSize;
-  const bool looksLikeText = std::memcmp(file.data(), "solid", 5) == 0 &&
-                             std::memchr(file.data(), 0, std::min<std::size_t>(file.size(), 512)) == nullptr;
-  if (file.size() == size || (file.size() > size && !looksLikeText)) return !hasColors(file);
-  if (looksLikeText) return false;
-  throw ImportError(
-      ImportError::tr("the file is no STL file, or it is truncated: it announces %1 triangles, which take "
-                      "%2 bytes, but has %3 bytes")
-          .arg(announcedTriangles(file))
-          .arg(size)
-          .arg(file.size()));
+bool hasSizeOfBinaryStl(const QByteArray& firstBytes, qint64 size) {
+  return firstBytes.size() >= int(HeaderSize) && announcedTriangles(firstBytes.constData()) > 0 &&
+         announcedSize(firstBytes.constData()) == std::uint64_t(size);
 }
 
-util::YPointer<scene::Geometry> readStl(const QString& fileName) {
-  const MappedFile file(fileName);
-  const std::size_t corners = announcedTriangles(file) * 3;
-  if (corners >= 0x7FFFFFFF) throw ImportError(ImportError::tr("it has too many triangles"));
-  const StlCorners items(file.data() + HeaderSize);
+util::YPointer<scene::Geometry> readBinaryStl(const QString& fileName) {
+  if (!isBinary(fileName)) return nullptr;
+  FileStream file(fileName);
+  const std::uint64_t triangles = announcedTriangles(file.take(HeaderSize));
+  if (triangles * 3 >= 0x7FFFFFFF) throw ImportError(ImportError::tr("it has too many triangles"));
   util::YPointer<scene::Geometry> geometry(new scene::Geometry);
-  geometry->indices = scene::findRepresentatives(corners, items);
-
-  // A vertex takes its number where its corner stands for itself; the numbers go to a list of their own,
-  // since other corners still look for theirs.
-  const std::size_t ranges = scene::rangeCount(corners);
-  std::vector<std::uint32_t> first(ranges + 1);
-  scene::parallelRanges(corners, [&](std::size_t begin, std::size_t end, std::size_t range) {
-    std::uint32_t count = 0;
-    for (std::size_t i = begin; i < end; ++i) count += geometry->indices[i] == i;
-    first[range + 1] = count;
-  });
-  for (std::size_t range = 0; range < ranges; ++range) first[range + 1] += first[range];
-  geometry->positions.resize(std::size_t(first[ranges]) * 3);
-  std::vector<std::uint32_t> numbers(corners);
-  scene::parallelRanges(corners, [&](std::size_t begin, std::size_t end, std::size_t range) {
-    std::uint32_t number = first[range];
-    for (std::size_t i = begin; i < end; ++i) {
-      if (geometry->indices[i] != i) continue;
-      const auto position = items.position(std::uint32_t(i));
-      std::copy(position.begin(), position.end(), &geometry->positions[std::size_t(number) * 3]);
-      numbers[i] = number++;
-    }
-  });
-  scene::parallelRanges(corners, [&](std::size_t begin, std::size_t end, std::size_t) {
-    for (std::size_t i = begin; i < end; ++i) geometry->indices[i] = numbers[geometry->indices[i]];
-  });
+  geometry->indices.reserve(std::size_t(triangles) * 3);
+  // Neighbours mostly stand close to each other in the file, so that little is left to be joined later.
+  constexpr std::uint64_t AtOnce = 1 << 18;
+  for (std::uint64_t first = 0; first < triangles; first += AtOnce) {
+    const auto some = std::size_t(std::min(AtOnce, triangles - first));
+    const char* bytes = file.take(some * TriangleSize);
+    if (hasColors(bytes, some)) return nullptr;
+    append(*geometry, StlCorners(bytes), some * 3);
+  }
   return geometry;
 }
 

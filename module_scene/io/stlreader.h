@@ -7,11 +7,12 @@
 
 namespace nubo::io {
 
-/// Whether the file is a binary STL without colours, which readStl reads.
-bool isPlainBinaryStl(const QString& fileName);
+/// Whether a file of that size with these first bytes (512, or all) is exactly as long as a binary STL would be.
+bool hasSizeOfBinaryStl(const QByteArray& firstBytes, qint64 size);
 
-/// The triangles with their corners joined by position, not yet prepared. The normals in the file are
-/// ignored: they are those of flat faces, at best. Throws ImportError.
-util::YPointer<scene::Geometry> readStl(const QString& fileName);
+/// The triangles, corners of the same place mostly joined already, not yet prepared. The normals in the file are
+/// ignored: they are those of flat faces, at best. Null for files that another reader must read: text, and triangles
+/// with colours. Throws ImportError.
+util::YPointer<scene::Geometry> readBinaryStl(const QString& fileName);
 
 }  // namespace nubo::io

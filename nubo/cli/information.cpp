@@ -11,6 +11,7 @@
 #include "kernel/main/commandmanager.h"
 #include "kernel/main/modulemanager.h"
 #include "module_scene/draw/sharedcontext.h"
+#include "module_scene/io/readertable.h"
 
 namespace nubo::app {
 
@@ -45,6 +46,13 @@ QString versionText() {
     main::InformationObject* information = modules->getModule(name)->getInformationObject();
     text += QStringLiteral("Module %1: %2\n").arg(name, information->getDescription());
     for (const main::ThirdPartyInfos& info : *information->getAdditionalInformations()) text += infoLine(info);
+  }
+  for (const io::ReaderEntry& reader : io::readerTable()) {
+    QStringList formats;
+    for (const io::ReaderFormat& format : reader.formats) formats << format.description;
+    text += QStringLiteral("Reader %1: %2\n").arg(reader.name, formats.join(QStringLiteral(", ")));
+    for (const io::ReaderLicence& library : reader.licences)
+      text += infoLine({library.name, library.version, library.licence, library.url});
   }
   return text;
 }

@@ -9,6 +9,7 @@
 #include <QVBoxLayout>
 
 #include "kernel/main/modulemanager.h"
+#include "module_scene/io/readertable.h"
 #include "nubo/window/look/icons.h"
 #include "nubo/window/look/owntext.h"
 
@@ -36,6 +37,7 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
   tree->setHeaderLabels({tr("Module or Library"), tr("Version"), tr("Licence"), tr("Where From")});
   tree->setAccessibleName(tr("Modules and libraries"));
   addModules(tree);
+  addReaders(tree);
   tree->expandAll();
   for (int column = 0; column < 3; ++column) {
     tree->resizeColumnToContents(column);
@@ -65,6 +67,17 @@ void AboutDialog::addModules(QTreeWidget* tree) const {
     addItem(module, {ownText(information->getDescription())})->setFirstColumnSpanned(true);
     for (const main::ThirdPartyInfos& library : *information->getAdditionalInformations())
       addItem(module, {library.name, library.version, library.licence, library.url});
+  }
+}
+
+void AboutDialog::addReaders(QTreeWidget* tree) const {
+  for (const io::ReaderEntry& reader : io::readerTable()) {
+    auto* item = new QTreeWidgetItem(tree, {tr("Reader %1").arg(reader.name)});
+    QStringList formats;
+    for (const io::ReaderFormat& format : reader.formats) formats << format.description;
+    addItem(item, {formats.join(QStringLiteral(", "))})->setFirstColumnSpanned(true);
+    for (const io::ReaderLicence& library : reader.licences)
+      addItem(item, {library.name, library.version, library.licence, library.url});
   }
 }
 

@@ -17,6 +17,7 @@ class AboutDialog : public QDialog {
 
  private:
   void addModules(QTreeWidget* tree) const;
+  void addReaders(QTreeWidget* tree) const;
 };
 
 }  // namespace nubo::window

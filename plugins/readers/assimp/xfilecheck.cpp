@@ -1,17 +1,25 @@
-#include "module_scene/io/xfilecheck.h"
+#include "plugins/readers/assimp/xfilecheck.h"
 
-#include <QtEndian>
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string_view>
 
-#include "module_scene/io/mappedfile.h"
+#include "module_scene/io/reader/reader.h"
 
-namespace nubo::io {
+namespace nubo::reader {
 namespace {
 
 enum class Token { End, Word, Number, Open, Close };
+
+/// A little-endian number of 2 or 4 bytes.
+std::uint32_t numberAt(const char* bytes, std::size_t size) {
+  std::uint32_t value = 0;
+  for (std::size_t i = size; i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes[i]);
+  return value;
+}
 
 constexpr std::size_t HeaderSize = 16;  // such as "xof 0303txt 0032"
 
@@ -33,13 +41,13 @@ class Tokens {
   std::uint32_t takeInteger() {
     std::uint32_t value = 0;
     if (next() != Token::Number) throwDamaged();
-    if (m_IsBinary && m_IsInteger) return qFromLittleEndian<quint32>(m_Text.data());
+    if (m_IsBinary && m_IsInteger) return numberAt(m_Text.data(), 4);
     if (m_IsBinary || std::from_chars(m_Text.data(), m_Text.data() + m_Text.size(), value).ec != std::errc())
       throwDamaged();
     return value;
   }
   [[noreturn]] static void throwDamaged() {
-    throw ImportError(ImportError::tr("the file is damaged: its faces or bones do not fit its vertices"));
+    throw Refusal("the file is damaged: its faces or bones do not fit its vertices");
   }
 
  private:
@@ -51,8 +59,7 @@ class Tokens {
   }
   std::uint32_t takeBinary(std::size_t size) {
     const std::string_view bytes = take(size);
-    if (bytes.empty()) return 0;
-    return size == 2 ? qFromLittleEndian<quint16>(bytes.data()) : qFromLittleEndian<quint32>(bytes.data());
+    return bytes.empty() ? 0 : numberAt(bytes.data(), size);
   }
 
   Token nextText();
@@ -137,10 +144,13 @@ void checkWeights(Tokens& tokens, std::uint32_t vertices) {
 
 }  // namespace
 
-void checkXFile(const QString& fileName) {
-  const MappedFile file(fileName);
-  const std::string_view content(file.data(), file.size());
-  if (content.size() < HeaderSize || content.substr(0, 4) != "xof " || content.substr(9, 3) == "zip") return;
+void checkXFile(const std::string& fileName) {
+  std::ifstream file(fileName, std::ios::binary);
+  std::string bytes(HeaderSize, ' ');
+  if (!file.read(bytes.data(), HeaderSize) || bytes.compare(0, 4, "xof ") != 0 || bytes.compare(9, 3, "zip") == 0)
+    return;
+  bytes.append(std::istreambuf_iterator<char>(file), {});
+  const std::string_view content(bytes);
   Tokens tokens(content);
   std::uint32_t vertices = 0;
   for (Token token = tokens.next(); token != Token::End;) {
@@ -159,4 +169,4 @@ void checkXFile(const QString& fileName) {
   }
 }
 
-}  // namespace nubo::io
+}  // namespace nubo::reader

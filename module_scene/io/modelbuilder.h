@@ -1,0 +1,39 @@
+// Makes a scene of what a reader has read.
+#pragma once
+
+#include <vector>
+
+#include "module_scene/io/importer.h"
+#include "module_scene/io/sharedblocks.h"
+
+namespace nubo::io {
+
+/// Trusts nothing that the model says. Used once, on one thread.
+class ModelBuilder {
+ public:
+  /// All must outlive the builder. What is done with is released from `blocks`.
+  ModelBuilder(const reader::Model& model, SharedBlocks& blocks, ImportResult& result)
+      : m_Model(model), m_Blocks(blocks), m_Result(result) {}
+  /// Fills in the root, of that name, and the animations. Throws ImportError where there is nothing to show, and
+  /// reader::BadRecord for what no reader should have handed over.
+  void build(const QString& name);
+
+ private:
+  void buildMeshes();
+  util::YPointer<scene::Geometry> buildGeometry(const reader::Mesh& mesh);
+  template <class T>
+  std::vector<T> take(const reader::Array<T>& array, std::size_t size);
+  void buildNodes(scene::SceneElement& root);
+  void buildAnimations();
+  std::vector<bool> findSeen() const;
+
+  const reader::Model& m_Model;
+  SharedBlocks& m_Blocks;
+  ImportResult& m_Result;
+  bool m_Dropped = false;  ///< something was left out because of its coordinates
+  std::vector<util::YPointer<scene::Material>> m_Materials;
+  std::vector<util::YPointer<scene::Geometry>> m_Geometries;    ///< per mesh; null: nothing to draw
+  std::vector<util::YPointer<scene::SceneElement>> m_Elements;  ///< per node
+};
+
+}  // namespace nubo::io

@@ -1,0 +1,189 @@
+#include "module_scene/io/readingprocess.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <QDir>
+#include <QFile>
+#include <atomic>
+#include <csignal>
+#include <cstring>
+
+#include "kernel/log/logger.h"
+#include "kernel/util/libraryfile.h"
+#include "module_scene/io/importerror.h"
+
+namespace nubo::io {
+namespace {
+
+using reader::Message;
+
+/// A reader's text in the user's language.
+QString shown(const QString& text) {
+  const QStringList parts = text.split(QLatin1Char('\x1f'));
+  QString result = QCoreApplication::translate("ImportError", parts[0].toUtf8().constData());
+  for (int i = 1; i < parts.size(); ++i) result.replace(QStringLiteral("%%1").arg(i), parts[i]);
+  return result.simplified().left(300);
+}
+
+QByteArray helperProgram() {
+  return QFile::encodeName(QDir::cleanPath(util::folderOfLibrary(reinterpret_cast<const void*>(&helperProgram)) +
+                                           QStringLiteral("/../bin/nubo-read")));
+}
+
+struct SpawnActions {
+  SpawnActions() { posix_spawn_file_actions_init(&actions); }
+  ~SpawnActions() { posix_spawn_file_actions_destroy(&actions); }
+  posix_spawn_file_actions_t actions;
+};
+
+/// Gives up where the socket's other end is closed. Returns how much was received.
+ssize_t receive(int socket, Message& message, char* text) {
+  iovec parts[]{{&message, sizeof message}, {text, reader::LongestText}};
+  msghdr header{};
+  header.msg_iov = parts;
+  header.msg_iovlen = 2;
+  ssize_t size = 0;
+  do size = recvmsg(socket, &header, MSG_DONTWAIT);
+  while (size < 0 && errno == EINTR);
+  return size;
+}
+
+}  // namespace
+
+ReadingProcess::ReadingProcess(const ReaderChoice& choice, const QString& fileName, std::uint64_t memoryLimit)
+    : m_ReaderName(choice.reader->name), m_LastProgress(std::chrono::steady_clock::now()) {
+  int sockets[2];
+  if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) != 0)
+    throw ImportError(ImportError::tr("its reader cannot be started: %1").arg(qt_error_string(errno)));
+  m_Socket = sockets[0];
+  SpawnActions spawn;
+  posix_spawn_file_actions_addopen(&spawn.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&spawn.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  // Which also clears the flag that closes it.
+  posix_spawn_file_actions_adddup2(&spawn.actions, sockets[1], reader::HelperSocket);
+  QByteArray words[]{helperProgram(), QFile::encodeName(choice.reader->library), QFile::encodeName(fileName),
+                     choice.format.toUtf8(), QByteArray::number(qulonglong(memoryLimit))};
+  char* arguments[]{words[0].data(), words[1].data(), words[2].data(), words[3].data(), words[4].data(), nullptr};
+  const int error = posix_spawn(&m_Process, arguments[0], &spawn.actions, nullptr, arguments, environ);
+  close(sockets[1]);
+  if (error == 0) return;
+  m_Process = 0;
+  close(m_Socket);
+  throw ImportError(ImportError::tr("its reader cannot be started: %1").arg(qt_error_string(error)));
+}
+
+ReadingProcess::~ReadingProcess() {
+  end();
+  close(m_Socket);
+}
+
+reader::Model ReadingProcess::run(SharedBlocks& blocks, ImportControl& control, QStringList& warnings) {
+  char text[reader::LongestText];
+  for (bool goesOn = true; goesOn;) {
+    if (!waitForMessage(control)) continue;
+    Message message;
+    const ssize_t size = receive(m_Socket, message, text);
+    if (size < 0 && errno == EAGAIN) continue;
+    if (size < ssize_t(sizeof message)) throw ImportError(endedUnexpectedly());
+    goesOn = handle(message, QString::fromUtf8(text, int(size - ssize_t(sizeof message))), blocks, control, warnings);
+  }
+  end();
+  blocks.seal();
+  try {
+    return blocks.readRecord(m_RecordSize);
+  } catch (const reader::BadRecord&) {
+    throw ImportError(ImportError::tr("its reader '%1' hands over what makes no sense").arg(m_ReaderName));
+  }
+}
+
+bool ReadingProcess::waitForMessage(ImportControl& control) {
+  constexpr int Glance = 50;  // milliseconds between looks at what others want
+  pollfd waiting{m_Socket, POLLIN, 0};
+  const bool there = poll(&waiting, 1, Glance) > 0;
+  if (control.cancelled) throw ImportError(ImportError::tr("reading was cancelled"));
+  if (!there && std::chrono::steady_clock::now() - m_LastProgress > control.patience)
+    throw ImportError(ImportError::tr("its reader '%1' got no further for %2 s, and was ended")
+                          .arg(m_ReaderName)
+                          .arg(double(control.patience.count()) / 1000));
+  return there;
+}
+
+bool ReadingProcess::handle(const Message& message, const QString& text, SharedBlocks& blocks, ImportControl& control,
+                            QStringList& warnings) {
+  switch (message.kind) {
+    case Message::Progress:
+      m_LastProgress = std::chrono::steady_clock::now();
+      control.percent = message.value <= 1000 ? int(message.value / 10) : -1;
+      return true;
+    case Message::Warning: {
+      constexpr int Enough = 20;
+      if (warnings.size() < Enough && !warnings.contains(shown(text))) warnings << shown(text);
+      return true;
+    }
+    case Message::Unprotected: {
+      static std::atomic<bool> told{false};
+      if (!told.exchange(true)) NUBO_LOG(log::Note, "nubo::io::ReadingProcess::handle", text);
+      return true;
+    }
+    case Message::Block:
+      answer(blocks.add(message.value));
+      return true;
+    case Message::Done:
+      m_RecordSize = message.value;
+      return false;
+    case Message::Refused:
+      throw ImportError(shown(text));
+  }
+  throw ImportError(ImportError::tr("its reader '%1' hands over what makes no sense").arg(m_ReaderName));
+}
+
+void ReadingProcess::answer(int descriptor) const {
+  char byte = 0;
+  iovec part{&byte, 1};
+  alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))]{};
+  msghdr header{};
+  header.msg_iov = &part;
+  header.msg_iovlen = 1;
+  if (descriptor >= 0) {
+    header.msg_control = control;
+    header.msg_controllen = sizeof control;
+    cmsghdr* attached = CMSG_FIRSTHDR(&header);
+    attached->cmsg_level = SOL_SOCKET;
+    attached->cmsg_type = SCM_RIGHTS;
+    attached->cmsg_len = CMSG_LEN(sizeof(int));
+    std::memcpy(CMSG_DATA(attached), &descriptor, sizeof(int));
+  }
+  // A reader that does not listen is ended when it gets no further.
+  static_cast<void>(sendmsg(m_Socket, &header, MSG_NOSIGNAL | MSG_DONTWAIT));
+}
+
+int ReadingProcess::end() {
+  if (m_Process == 0) return 0;
+  int status = 0;
+  kill(m_Process, SIGKILL);
+  while (waitpid(m_Process, &status, 0) < 0 && errno == EINTR) {
+  }
+  m_Process = 0;
+  return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+}
+
+QString ReadingProcess::endedUnexpectedly() {
+  // Its end of the socket is closed before it is quite gone.
+  constexpr int Most = 500;
+  siginfo_t ended{};
+  for (int i = 0; i < Most && ended.si_pid == 0; ++i) {
+    if (waitid(P_PID, id_t(m_Process), &ended, WEXITED | WNOHANG | WNOWAIT) != 0) break;
+    if (ended.si_pid == 0) usleep(1000);
+  }
+  const bool hadEnded = ended.si_pid != 0;
+  const int signal = end();
+  const QString line = ImportError::tr("its reader '%1' ended unexpectedly").arg(m_ReaderName);
+  return hadEnded && signal != 0 ? line + QStringLiteral(" (%1)").arg(QString::fromLocal8Bit(strsignal(signal))) : line;
+}
+
+}  // namespace nubo::io

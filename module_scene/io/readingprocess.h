@@ -1,0 +1,46 @@
+// A reader at work, in a process of its own.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <chrono>
+
+#include "module_scene/io/importcontrol.h"
+#include "module_scene/io/reader/message.h"
+#include "module_scene/io/readertable.h"
+#include "module_scene/io/sharedblocks.h"
+
+namespace nubo::io {
+
+/// Starts the program nubo-read for one file. It ends with this object, or with the thread that made it. Used on one
+/// thread.
+class ReadingProcess {
+ public:
+  /// Throws ImportError where the program cannot be started.
+  ReadingProcess(const ReaderChoice& choice, const QString& fileName, std::uint64_t memoryLimit);
+  ~ReadingProcess();
+  ReadingProcess(const ReadingProcess&) = delete;
+  ReadingProcess& operator=(const ReadingProcess&) = delete;
+
+  /// Serves the reader until it has read all, and returns that, with the arrays in `blocks`. Throws ImportError for
+  /// everything else that can happen to it.
+  reader::Model run(SharedBlocks& blocks, ImportControl& control, QStringList& warnings);
+
+ private:
+  bool waitForMessage(ImportControl& control);
+  /// False: it was the last.
+  bool handle(const reader::Message& message, const QString& text, SharedBlocks& blocks, ImportControl& control,
+              QStringList& warnings);
+  void answer(int descriptor) const;
+  /// Returns the signal that ended the process, 0 for none; kills it where it has not ended.
+  int end();
+  QString endedUnexpectedly();
+
+  const QString m_ReaderName;
+  int m_Socket = -1;
+  int m_Process = 0;  ///< 0: ended
+  std::uint64_t m_RecordSize = 0;
+  std::chrono::steady_clock::time_point m_LastProgress;
+};
+
+}  // namespace nubo::io

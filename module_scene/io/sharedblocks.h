@@ -1,0 +1,45 @@
+// Memory that the reading process writes, and the program only reads.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "module_scene/io/reader/record.h"
+
+namespace nubo::io {
+
+/// Blocks of memory that this process makes and the other one fills. Their sizes can never change. Used on one thread.
+class SharedBlocks {
+ public:
+  explicit SharedBlocks(std::uint64_t limit) : m_Left(limit) {}
+  ~SharedBlocks();
+  SharedBlocks(const SharedBlocks&) = delete;
+  SharedBlocks& operator=(const SharedBlocks&) = delete;
+
+  /// A descriptor of a new block, which stays here, too; -1 where that would be too much.
+  int add(std::uint64_t size);
+  /// From now on nobody can write. The other process must have ended; throws ImportError if somebody still could.
+  void seal();
+  /// The record at the begin of the last block. The blocks must be sealed.
+  reader::Model readRecord(std::uint64_t size);
+  /// The memory behind an array of the record. Throws reader::BadRecord for what is not there.
+  void* find(const reader::Place& place, std::size_t size, std::size_t alignment);
+  /// Called once for each array of the record when it is done with: memory that no other needs is freed.
+  void release(const void* array);
+
+ private:
+  struct Block {
+    int descriptor = -1;
+    std::uint64_t size = 0;
+    char* memory = nullptr;  ///< mapped when it is first asked for
+    std::size_t users = 0;   ///< arrays that lie here
+  };
+  static void free(Block& block);
+
+  std::uint64_t m_Left;  ///< bytes that may still be asked for
+  std::uint64_t m_Readable = 0;
+  std::vector<Block> m_Blocks;
+};
+
+}  // namespace nubo::io

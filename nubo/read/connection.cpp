@@ -1,0 +1,106 @@
+#include "nubo/read/connection.h"
+
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <new>
+
+namespace nubo::read {
+namespace {
+
+using reader::HelperSocket;
+using reader::Message;
+
+/// The descriptor that the program answers with; -1: none.
+int receiveDescriptor() {
+  char byte = 0;
+  iovec part{&byte, 1};
+  alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))]{};
+  msghdr header{};
+  header.msg_iov = &part;
+  header.msg_iovlen = 1;
+  header.msg_control = control;
+  header.msg_controllen = sizeof control;
+  ssize_t size = 0;
+  do size = recvmsg(HelperSocket, &header, MSG_CMSG_CLOEXEC);
+  while (size < 0 && errno == EINTR);
+  if (size <= 0) _exit(1);
+  const cmsghdr* attached = CMSG_FIRSTHDR(&header);
+  int descriptor = -1;
+  if (attached && attached->cmsg_type == SCM_RIGHTS) std::memcpy(&descriptor, CMSG_DATA(attached), sizeof descriptor);
+  return descriptor;
+}
+
+}  // namespace
+
+void Connection::send(Message::Kind kind, std::uint64_t value, const std::string& text) {
+  Message message;
+  message.kind = kind;
+  message.value = value;
+  iovec parts[]{{&message, sizeof message},
+                {const_cast<char*>(text.data()), std::min(text.size(), reader::LongestText)}};
+  msghdr header{};
+  header.msg_iov = parts;
+  header.msg_iovlen = 2;
+  ssize_t size = 0;
+  do size = sendmsg(HelperSocket, &header, MSG_NOSIGNAL);
+  while (size < 0 && errno == EINTR);
+  if (size < 0) _exit(1);
+}
+
+void Connection::progress(double fraction) {
+  constexpr std::uint64_t Unknown = 1001;
+  send(Message::Progress, fraction >= 0 && fraction <= 1 ? std::uint64_t(fraction * 1000) : Unknown);
+}
+
+void Connection::warning(const std::string& text) { send(Message::Warning, 0, text); }
+
+void Connection::unprotected(const std::string& text) { send(Message::Unprotected, 0, text); }
+
+void Connection::refuse(const std::string& text) { send(Message::Refused, 0, text); }
+
+Connection::Block Connection::addBlock(std::size_t size) {
+  send(Message::Block, size);
+  const int descriptor = receiveDescriptor();
+  if (descriptor < 0) throw std::bad_alloc();
+  void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
+  close(descriptor);
+  if (memory == MAP_FAILED) throw std::bad_alloc();
+  m_Blocks.push_back({static_cast<char*>(memory), size});
+  return m_Blocks.back();
+}
+
+void* Connection::allocate(std::size_t bytes) {
+  constexpr std::size_t Alignment = 16, Page = 4096;
+  if (bytes > std::size_t(-1) / 2) throw std::bad_alloc();
+  // Long arrays have blocks of their own, so that the program can let go of each when it is done with it. There can
+  // be only so many, which is why what counts as long grows with their number.
+  const std::size_t poolSize = std::size_t(4 << 20) << m_Blocks.size() / 64;
+  if (bytes >= poolSize / 2) return addBlock((bytes + Page - 1) / Page * Page).memory;
+  if (m_Blocks.empty() || m_Taken + bytes > m_Blocks[m_Pool].size) {
+    addBlock(poolSize);
+    m_Pool = m_Blocks.size() - 1;
+    m_Taken = 0;
+  }
+  void* memory = m_Blocks[m_Pool].memory + m_Taken;
+  m_Taken += (bytes + Alignment - 1) / Alignment * Alignment;
+  return memory;
+}
+
+void Connection::finish() {
+  const auto find = [this](const void* address) {
+    for (std::uint32_t i = 0; i < m_Blocks.size(); ++i)
+      if (address >= m_Blocks[i].memory && address < m_Blocks[i].memory + m_Blocks[i].size)
+        return reader::Place{i, std::uint64_t(static_cast<const char*>(address) - m_Blocks[i].memory)};
+    throw std::logic_error("an array of the reader lies in memory of its own");
+  };
+  reader::RecordWriter<decltype(find)> record(find);
+  record(model);
+  const std::string& bytes = record.bytes();
+  std::memcpy(addBlock(bytes.size()).memory, bytes.data(), bytes.size());
+  send(Message::Done, bytes.size());
+}
+
+}  // namespace nubo::read

@@ -1,0 +1,42 @@
+// The reading process's end of the talk with the program.
+#pragma once
+
+#include <mutex>
+#include <vector>
+
+#include "module_scene/io/reader/message.h"
+#include "module_scene/io/reader/reader.h"
+#include "module_scene/io/reader/record.h"
+
+namespace nubo::read {
+
+/// Hands out memory that the program has made, and tells it how reading goes. Once the program is gone, so is this
+/// process.
+class Connection : public reader::Output {
+ public:
+  void progress(double fraction) override;
+  void warning(const std::string& text) override;
+  /// Part of the sandbox is not to be had.
+  void unprotected(const std::string& text);
+  /// The file cannot be read: the last message.
+  void refuse(const std::string& text);
+  /// All is read: hands the model over, as the last message.
+  void finish();
+
+ protected:
+  void* allocate(std::size_t bytes) override;
+
+ private:
+  struct Block {
+    char* memory;
+    std::size_t size;
+  };
+  void send(reader::Message::Kind kind, std::uint64_t value, const std::string& text = std::string());
+  Block addBlock(std::size_t size);
+
+  std::vector<Block> m_Blocks;
+  std::size_t m_Pool = 0;   ///< the block that small arrays are taken from
+  std::size_t m_Taken = 0;  ///< bytes of it that are taken
+};
+
+}  // namespace nubo::read
