@@ -59,7 +59,7 @@ TEST(ViewPanel, ShowsTheWholeModelAtRestWhateverHappenedBefore) {
     // Neither drawing has what the panel paints over the scene, in its lower left corner.
     const QRect part(100, 0, expected.width() - 100, expected.height());
     ASSERT_NE(expected.copy(part), before.copy(part)) << name;
-    EXPECT_TRUE(waitUntil([&] { return panel.grabFramebuffer().copy(part) == expected.copy(part); })) << name;
+    ASSERT_TRUE(waitUntil([&] { return panel.grabFramebuffer().copy(part) == expected.copy(part); })) << name;
   }
 }
 

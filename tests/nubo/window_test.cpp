@@ -254,8 +254,11 @@ TEST_F(WindowTest, RecordsTwoPanelsAtOnce) {
   answerNext(QMessageBox::RejectRole);
   window->close();
   EXPECT_TRUE(window->isVisible() && abortButtons().size() == 2);
+  useShortcut("Ctrl+.");  // ends the one that was started last
+  ASSERT_TRUE(waitUntil([this] { return abortButtons().size() == 1; }));
+  EXPECT_TRUE(abortButtons()[0]->toolTip().contains("Video first.y4m"));
   answerNext(QMessageBox::DestructiveRole);
-  window->close();  // ends both recordings, and then the window
+  window->close();  // ends the other, and then the window
   EXPECT_TRUE(waitUntil([this] { return !window->isVisible(); }));
   for (const auto& [name, view] : recordings) {
     SCOPED_TRACE(name);

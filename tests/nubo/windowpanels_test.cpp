@@ -68,6 +68,7 @@ TEST_F(WindowTest, KeepsPanelsInTabsAndSplitsWorkingAndFitted) {
     EXPECT_LT(panel->getCamera().distance, turned.distance);
     QTest::keyClick(panel, Qt::Key_Home);
   }
+  window->findChild<QTreeWidget*>("sceneTree")->setFocus();  // or Qt would activate the panel by giving it the focus
   panels().setCurrentIndex(1);
   panels().setCurrentIndex(0);
   EXPECT_EQ(panels().activePanel(), below) << "the one that was active in this tab";
