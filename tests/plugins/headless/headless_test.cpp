@@ -6,7 +6,6 @@
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 #include <QOpenGLFramebufferObject>
-#include <QOpenGLWidget>
 #include <QThread>
 #include <memory>
 
@@ -92,22 +91,6 @@ TEST(Headless, ContextsMoveToWorkerThreads) {
   worker->start();
   ASSERT_TRUE(worker->wait(60000));
   EXPECT_EQ(QOpenGLContext::currentContext(), &here.context);
-}
-
-class RedWidget : public QOpenGLWidget {
- protected:
-  void paintGL() override {
-    glClearColor(1, 0, 0, 1);
-    glClear(GL_COLOR_BUFFER_BIT);
-  }
-};
-
-TEST(Headless, WidgetsDrawWithoutEverBeingShown) {
-  RedWidget widget;
-  widget.resize(40, 30);
-  const QImage image = widget.grabFramebuffer();
-  ASSERT_EQ(image.size(), QSize(40, 30));
-  EXPECT_EQ(image.pixelColor(20, 15), QColor(255, 0, 0));
 }
 
 }  // namespace
