@@ -20,6 +20,7 @@ Muxer::Muxer(QIODevice* device, const char* format, const char* options, const A
   AVStream* stream = checkAllocated(avformat_new_stream(m_Format.get(), nullptr));
   check(avcodec_parameters_copy(stream->codecpar, &parameters), action);
   stream->time_base = {1, fps};
+  // Also how long a frame is shown that says nothing of it; without that, the last one of a file would have no end.
   stream->avg_frame_rate = stream->r_frame_rate = {fps, 1};
   Options settings(options);
   checkWritten(avformat_write_header(m_Format.get(), &settings));

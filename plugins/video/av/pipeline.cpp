@@ -156,8 +156,6 @@ void Pipeline::writePackets() {
     if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
     check(result, action);
     if (m_Format.edit) m_Format.edit(m_Packet.get());
-    // Each frame is shown for as long as any other; without that, the last one of a file would have no end.
-    if (m_Packet->duration == 0) m_Packet->duration = av_rescale_q(1, av_inv_q(m_Codec->framerate), m_Codec->time_base);
     m_Muxer.write(m_Packet.get(), m_Codec->time_base);
   }
 }

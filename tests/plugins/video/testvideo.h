@@ -84,11 +84,11 @@ inline QByteArray output(const QString& program, const QStringList& arguments) {
   return process.waitForFinished(60000) && process.exitCode() == 0 ? process.readAllStandardOutput() : QByteArray();
 }
 
-/// The properties of the first stream, counted frames among them, as ffprobe names them.
+/// The properties of the first stream, counted frames among them, and of the file, as ffprobe names them.
 inline QMap<QString, QString> probe(const QString& fileName) {
   QMap<QString, QString> result;
   const QByteArray text = output("ffprobe", {"-v", "error", "-count_frames", "-select_streams", "v:0", "-show_streams",
-                                             "-of", "default=nw=1", fileName});
+                                             "-show_format", "-of", "default=nw=1", fileName});
   for (const QByteArray& line : text.split('\n'))
     if (line.contains('=')) result.insert(line.left(line.indexOf('=')), line.mid(line.indexOf('=') + 1));
   return result;

@@ -94,6 +94,7 @@ TEST_P(Formats, EveryFrameComesBackInOrderTimeAndColour) {
 
   const auto properties = probe(name);
   EXPECT_EQ(properties["r_frame_rate"], QString("%1/1").arg(fps));
+  EXPECT_NEAR(properties["duration"].toDouble(), static_cast<double>(frames) / fps, 0.011);  // GIF's clock
   EXPECT_EQ(properties["codec_name"], expected.codec);
   EXPECT_EQ(properties["color_space"], expected.matrix);
   EXPECT_EQ(properties["color_range"], expected.range);
