@@ -68,10 +68,13 @@ TEST_F(WindowTest, KeepsPanelsInTabsAndSplitsWorkingAndFitted) {
     EXPECT_LT(panel->getCamera().distance, turned.distance);
     QTest::keyClick(panel, Qt::Key_Home);
   }
-  window->findChild<QTreeWidget*>("sceneTree")->setFocus();  // or Qt would activate the panel by giving it the focus
-  panels().setCurrentIndex(1);
-  panels().setCurrentIndex(0);
-  EXPECT_EQ(panels().activePanel(), below) << "the one that was active in this tab";
+  for (window::ViewPanel* panel : {right, below}) {
+    QTest::mouseClick(panel, Qt::LeftButton);
+    window->findChild<QTreeWidget*>("sceneTree")->setFocus();  // or Qt would give it to the panel, which activates that
+    panels().setCurrentIndex(1);
+    panels().setCurrentIndex(0);
+    EXPECT_EQ(panels().activePanel(), panel) << "the one that was active in this tab";
+  }
 
   useShortcut("Ctrl+W");
   useShortcut("Ctrl+W");
