@@ -138,7 +138,7 @@ void GrabVideo::execute() {
   if (m_CurrentParameterSetID != 0) return;
   beginExecution();
   const std::optional<Request> request = readRequest();
-  gui::ScenePanel* panel = request && checkSize(*request) ? claimPanel() : nullptr;
+  gui::ScenePanel* panel = request && checkSize(*request) ? claimPanel(*request) : nullptr;
   if (panel)
     record(*request, panel);
   else
@@ -164,7 +164,7 @@ bool GrabVideo::checkSize(const Request& request) {
   return false;
 }
 
-gui::ScenePanel* GrabVideo::claimPanel() {
+gui::ScenePanel* GrabVideo::claimPanel(const Request& request) {
   gui::ScenePanel* panel = nullptr;
   bool recorded = false;
   // On the application thread no panel is closed between being found active and being watched.
@@ -173,6 +173,7 @@ gui::ScenePanel* GrabVideo::claimPanel() {
     if (!panel) return;
     recorded = !m_PanelSet.insert(panel).second;
     if (recorded) return;
+    main::nuboSettings()->setValue(LastDirectoryKey, QFileInfo(request.fileName).absolutePath());
     mp_GrabbedPanel = panel;
     connect(panel, &QObject::destroyed, this, &GrabVideo::grabbingPanelClosed, Qt::DirectConnection);
   }));
@@ -196,7 +197,6 @@ void GrabVideo::releasePanel() {
 }
 
 void GrabVideo::record(const Request& request, gui::ScenePanel* panel) {
-  main::nuboSettings()->setValue(LastDirectoryKey, QFileInfo(request.fileName).absolutePath());
   const bool started = startHandler(request, panel);
   if (started) mp_GrabSemaphore->acquire();
   releasePanel();

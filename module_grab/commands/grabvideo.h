@@ -69,7 +69,7 @@ class NUBO_MODULE_GRAB_EXPORT GrabVideo : public QObject, public main::Command {
   bool checkSize(const Request& request);
   /// Makes the active panel the one that this recording grabs; null, with the reason in the log, if there is none
   /// or if it is being recorded.
-  gui::ScenePanel* claimPanel();
+  gui::ScenePanel* claimPanel(const Request& request);
   /// Lets the panel go, unless it is closed by now, and enables the registered command if it is still the active one.
   void releasePanel();
   void record(const Request& request, gui::ScenePanel* panel);

@@ -49,7 +49,10 @@ class FakeEncoding {
     const QMutexLocker locker(&m_Mutex);
     return m_Chunks;
   }
-  int chunkCount() const { return int(chunks().size()); }
+  int chunkCount() const {
+    const QMutexLocker locker(&m_Mutex);
+    return int(m_Chunks.size());
+  }
   /// The raw frames of all chunks one after the other.
   std::vector<QByteArray> frames() const {
     const QMutexLocker locker(&m_Mutex);

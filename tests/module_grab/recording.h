@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QSettings>
 #include <cmath>
+#include <cstdlib>
 #include <functional>
 
 #include "fakeencoder.h"
@@ -87,14 +88,14 @@ class CommandWatch {
   explicit CommandWatch(const main::Command& command) {
     using Monitor = main::CommandMonitor;
     connect(command, &Monitor::textChanged, [this](const QString& text) { m_Texts.push_back(text); });
-    connect(command, &Monitor::detailChanged, [this](const QString& detail) { m_Detail = detail; });
+    connect(command, &Monitor::detailChanged, [this](const QString& detail) { m_Detail = detail.toStdString(); });
     connect(command, &Monitor::processedChanged, [this](int percent) { m_Percents.push_back(percent); });
   }
 
   std::vector<QString> texts() const { return get(m_Texts); }
   std::vector<int> percents() const { return get(m_Percents); }
-  QString detail() const { return get(m_Detail); }
-  int grabbed() const { return detail().section(' ', 0, 0).toInt(); }
+  QString detail() const { return QString::fromStdString(get(m_Detail)); }
+  int grabbed() const { return std::atoi(get(m_Detail).c_str()); }
 
  private:
   template <class Signal, class Slot>
@@ -114,7 +115,7 @@ class CommandWatch {
   mutable QMutex m_Mutex;
   std::vector<QString> m_Texts;
   std::vector<int> m_Percents;
-  QString m_Detail;
+  std::string m_Detail;  // no QString: threads would share its count, which a sanitizer does not see
 };
 
 class RecordingTest : public ::testing::Test {
