@@ -41,6 +41,7 @@ set(NUBO_PUBLIC_HEADERS
   module_scene/graph/material.h
   module_scene/mesh/meshbuilder.h
   module_scene/mesh/preparation.h
+  module_scene/graph/look.h
   module_scene/graph/scene.h
   module_scene/draw/scenedrawer.h
   module_scene/graph/sceneelement.h

@@ -3,6 +3,8 @@
 #include <QOpenGLExtraFunctions>
 #include <limits>
 
+#include "module_scene/draw/drawingstate.h"
+
 namespace nubo::scene {
 
 namespace {
@@ -25,16 +27,18 @@ class BindingGuard {
     glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &m_Array);
     glGetIntegerv(GL_ELEMENT_ARRAY_BUFFER_BINDING, &m_Elements);
     glGetIntegerv(GL_TEXTURE_BINDING_2D, &m_Texture);
+    glGetIntegerv(GL_TEXTURE_BINDING_3D, &m_Volume);
   }
   ~BindingGuard() {
     QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
     gl->glBindBuffer(GL_ARRAY_BUFFER, GLuint(m_Array));
     gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, GLuint(m_Elements));
     gl->glBindTexture(GL_TEXTURE_2D, GLuint(m_Texture));
+    gl->glBindTexture(GL_TEXTURE_3D, GLuint(m_Volume));
   }
 
  private:
-  GLint m_Array = 0, m_Elements = 0, m_Texture = 0;
+  GLint m_Array = 0, m_Elements = 0, m_Texture = 0, m_Volume = 0;
 };
 
 GLint wrapOf(Wrap wrap) {
@@ -67,8 +71,8 @@ GeometryBuffer::GeometryBuffer(const Geometry& geometry)
   GLintptr offset = 0;
   append(gl, offset, geometry.positions);
   append(gl, offset, geometry.normals);
-  append(gl, offset, geometry.texCoords);
   append(gl, offset, geometry.secondTexCoords);
+  append(gl, offset, geometry.texCoords);
   append(gl, offset, geometry.colors);
   const bool isShort = std::all_of(geometry.clusters.begin(), geometry.clusters.end(), [](const Cluster& cluster) {
     return cluster.vertexCount <= std::numeric_limits<GLushort>::max();
@@ -139,13 +143,17 @@ void GeometryBuffer::bind(const Geometry& geometry) const {
     glDisableClientState(GL_NORMAL_ARRAY);
   }
   offset += bytesOf(geometry.normals);
-  if (!geometry.texCoords.empty()) {
-    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
-    glTexCoordPointer(2, GL_FLOAT, 0, offset);
-  } else {
-    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+  for (const auto& [unit, coordinates] :
+       {std::pair{GL_TEXTURE1, &geometry.secondTexCoords}, {GL_TEXTURE0, &geometry.texCoords}}) {
+    functions()->glClientActiveTexture(GLenum(unit));
+    if (!coordinates->empty()) {
+      glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+      glTexCoordPointer(2, GL_FLOAT, 0, offset);
+    } else {
+      glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    }
+    offset += bytesOf(*coordinates);
   }
-  offset += bytesOf(geometry.texCoords) + bytesOf(geometry.secondTexCoords);
   if (!geometry.colors.empty()) {
     glEnableClientState(GL_COLOR_ARRAY);
     glColorPointer(4, GL_UNSIGNED_BYTE, 0, offset);
@@ -176,18 +184,44 @@ TextureBuffer::TextureBuffer(const Texture& texture) : m_Name(SharedName::textur
 
 TextureBuffer::~TextureBuffer() = default;
 
+EnvironmentBuffer::EnvironmentBuffer(const Environment& environment) : m_Name(SharedName::texture()) {
+  QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
+  gl->glBindTexture(GL_TEXTURE_3D, m_Name.name());
+  for (const GLenum name : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T, GL_TEXTURE_WRAP_R})
+    gl->glTexParameteri(GL_TEXTURE_3D, name, GL_CLAMP_TO_EDGE);
+  for (const GLenum name : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER})
+    gl->glTexParameteri(GL_TEXTURE_3D, name, GL_LINEAR);
+  gl->glTexImage3D(GL_TEXTURE_3D, 0, GL_RGB16, Environment::Size, Environment::Size, Environment::Levels, 0, GL_RGB,
+                   GL_UNSIGNED_SHORT, environment.reflections().data());
+}
+
+EnvironmentBuffer::~EnvironmentBuffer() = default;
+
 util::YPointer<GeometryBuffer> BufferCache::buffer(const Geometry& geometry) {
   return upToDate<GeometryBuffer>(geometry);
+}
+
+void BufferCache::fill(const Material& material) {
+  if (material.texture) buffer(*material.texture);
+  if (!material.physical) return;
+  const PhysicalMaterial& m = *material.physical;
+  for (const TextureUse* use :
+       {&m.baseColorTexture, &m.metallicRoughnessTexture, &m.normalTexture, &m.occlusionTexture, &m.emissiveTexture})
+    if (use->texture) buffer(*use->texture);
 }
 
 void BufferCache::fill(const SceneElement& root) {
   for (const auto& geometry : root.getGeometries()) {
     buffer(*geometry);
-    if (geometry->material && geometry->material->texture) buffer(*geometry->material->texture);
+    if (geometry->material) fill(*geometry->material);
   }
   for (const auto& child : root.getChildren()) fill(*child);
 }
 
 util::YPointer<TextureBuffer> BufferCache::buffer(const Texture& texture) { return upToDate<TextureBuffer>(texture); }
+
+util::YPointer<EnvironmentBuffer> BufferCache::buffer(const Environment& environment) {
+  return upToDate<EnvironmentBuffer>(environment);
+}
 
 }  // namespace nubo::scene

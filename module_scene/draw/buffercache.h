@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "module_scene/draw/environment.h"
 #include "module_scene/draw/sharedname.h"
 #include "module_scene/graph/sceneelement.h"
 
@@ -54,14 +55,32 @@ class TextureBuffer : public util::YObject {
   SharedName m_Name;
 };
 
+/// An environment's reflections in OpenGL's memory, level behind level.
+class EnvironmentBuffer : public util::YObject {
+ public:
+  /// Copies the reflections for the share group of the current context.
+  explicit EnvironmentBuffer(const Environment& environment);
+  ~EnvironmentBuffer() override;
+
+  bool isUsable() const { return m_Name.isUsable(); }
+  GLuint name() const { return m_Name.name(); }
+
+ private:
+  SharedName m_Name;
+};
+
 /// Makes each copy once for all contexts of the share group. Any thread with a current context; a copy
 /// is complete for every context when it is handed out.
 class BufferCache {
  public:
   static util::YPointer<GeometryBuffer> buffer(const Geometry& geometry);
   static util::YPointer<TextureBuffer> buffer(const Texture& texture);
+  static util::YPointer<EnvironmentBuffer> buffer(const Environment& environment);
   /// Makes the copies of all in and below an element, so that no drawing has to wait for them.
   static void fill(const SceneElement& root);
+
+ private:
+  static void fill(const Material& material);
 };
 
 }  // namespace nubo::scene

@@ -6,6 +6,15 @@ namespace nubo::scene {
 
 namespace {
 
+math::Matrix4 matrixOf(const TextureUse& use) {
+  math::Matrix4 result;
+  for (int row = 0; row < 2; ++row) {
+    for (int column = 0; column < 2; ++column) result(row, column) = use.transform[3 * row + column];
+    result(row, 3) = use.transform[3 * row + 2];
+  }
+  return result;
+}
+
 void setUpTexture(const Geometry& geometry, const Material& material) {
   if (!material.texture || geometry.texCoords.empty()) {
     glDisable(GL_TEXTURE_2D);
@@ -14,6 +23,7 @@ void setUpTexture(const Geometry& geometry, const Material& material) {
   glEnable(GL_TEXTURE_2D);
   glBindTexture(GL_TEXTURE_2D, BufferCache::buffer(*material.texture)->name());
   // Of an opaque material's texture only the colour counts.
+  load(GL_TEXTURE, material.physical ? matrixOf(material.physical->baseColorTexture) : math::Matrix4());
   glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, material.alphaMode == AlphaMode::Opaque ? GL_COMBINE : GL_MODULATE);
 }
 
@@ -58,11 +68,18 @@ void blend() {
 
 }  // namespace
 
-Painter::Painter(const DrawList& list) : m_List(list) {
+Painter::Painter(const DrawList& list, SurfaceShader* shader) : m_List(list), mp_Shader(shader) {
   for (const Batch& batch : list.opaque()) m_Steps.push_back({&batch, false, GL_NONE});
+  // With a shader, what is there only in parts is opaque where it is.
+  const auto isMask = [shader](const Batch& batch) {
+    return shader && materialOf(*batch.geometry).alphaMode == AlphaMode::Mask;
+  };
+  for (const Batch& batch : list.transparent())
+    if (isMask(batch)) m_Steps.push_back({&batch, false, GL_NONE});
   for (const Batch& batch : list.transparent()) {
+    if (isMask(batch)) continue;
     // The far side of a body is drawn before its near side.
-    if (batch.geometry->kind != KindFaces) {
+    if (batch.geometry->kind != KindFaces || (shader && !materialOf(*batch.geometry).doubleSided)) {
       m_Steps.push_back({&batch, true, GL_NONE});
       continue;
     }
@@ -86,17 +103,24 @@ void Painter::draw(std::size_t indices) {
 void Painter::drawSamples(Kinds* known) {
   for (const Step& step : m_Steps) {
     const Geometry& geometry = *step.batch->geometry;
-    const bool textured = geometry.material && geometry.material->texture && !geometry.texCoords.empty();
     const GLenum hidden = hiddenBy(step);
-    if (!known->insert({geometry.kind, isLit(geometry), textured, geometry.colors.empty(), hidden}).second) continue;
+    if (!known->insert({geometry.kind, variantFor(geometry), hidden}).second) continue;
     setUp(step);
     step.batch->buffer->draw(modeOf(geometry.kind), m_List.ranges()[step.batch->firstRange]);
   }
 }
 
-GLenum Painter::hiddenBy(const Step& step) {
+GLenum Painter::hiddenBy(const Step& step) const {
   if (step.hidden != GL_NONE) return step.hidden;
-  return step.batch->cullBack ? GL_BACK : GL_NONE;
+  const Geometry& geometry = *step.batch->geometry;
+  const bool isOneSided = mp_Shader && geometry.kind == KindFaces && !materialOf(geometry).doubleSided;
+  return step.batch->cullBack || isOneSided ? GL_BACK : GL_NONE;
+}
+
+unsigned Painter::variantFor(const Geometry& geometry) const {
+  if (mp_Shader) return mp_Shader->variantFor(geometry);
+  const bool textured = materialOf(geometry).texture && !geometry.texCoords.empty();
+  return unsigned(isLit(geometry)) | unsigned(textured) << 1 | unsigned(geometry.colors.empty()) << 2;
 }
 
 void Painter::setUp(const Step& step) {
@@ -115,7 +139,7 @@ void Painter::setUp(const Step& step) {
   if (batch.geometry == mp_Current) return;
   mp_Current = batch.geometry;
   batch.buffer->bind(*batch.geometry);
-  setUpMaterial(*batch.geometry);
+  mp_Shader ? mp_Shader->use(*batch.geometry) : setUpMaterial(*batch.geometry);
   glPointSize(batch.width);
   glLineWidth(batch.width);
 }

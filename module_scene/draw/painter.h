@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "module_scene/draw/drawlist.h"
+#include "module_scene/draw/surfaceshader.h"
 
 namespace nubo::scene {
 
@@ -15,10 +16,11 @@ namespace nubo::scene {
 /// list stays as it is meanwhile.
 class Painter {
  public:
-  explicit Painter(const DrawList& list);
+  /// Without a shader, which may be null, light and materials are fixed-function. It lives as long as the painter.
+  Painter(const DrawList& list, SurfaceShader* shader);
 
-  /// Kinds of drawing for which a driver must make itself ready.
-  using Kinds = std::set<std::tuple<Kind, bool, bool, bool, GLenum>>;
+  /// Kinds of drawing for which a driver must make itself ready: what is drawn, with what, and what is left out of it.
+  using Kinds = std::set<std::tuple<Kind, unsigned, GLenum>>;
 
   bool isDone() const { return m_Step == m_Steps.size(); }
   /// Draws on, from the state that all drawing starts from, until about so many indices are drawn.
@@ -33,11 +35,13 @@ class Painter {
     GLenum hidden;
   };
 
-  static GLenum hiddenBy(const Step& step);
+  GLenum hiddenBy(const Step& step) const;
+  unsigned variantFor(const Geometry& geometry) const;
   void setUp(const Step& step);
   std::size_t drawRanges(const Batch& batch, std::size_t indices);
 
   const DrawList& m_List;
+  SurfaceShader* const mp_Shader;
   std::vector<Step> m_Steps;
   std::size_t m_Step = 0, m_Range = 0;  // the next
   const Geometry* mp_Current = nullptr;

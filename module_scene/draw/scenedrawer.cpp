@@ -9,6 +9,7 @@
 #include "module_scene/draw/drawingstate.h"
 #include "module_scene/draw/drawingturn.h"
 #include "module_scene/draw/drawlist.h"
+#include "module_scene/draw/environment.h"
 #include "module_scene/draw/painter.h"
 #include "module_scene/draw/smoothbuffer.h"
 
@@ -43,7 +44,10 @@ struct SceneDrawer::Private {
   int width = 1, height = 1;
   int samples = 0;
   int viewHeight = 0;
+  Look look = Look::Studio;
+  util::YPointer<Environment> environment;
   DrawList list;
+  SurfaceShader shader;
   SmoothBuffer buffer;
   double indicesPerMs = 1000;  // that a part has drawn
 
@@ -52,7 +56,8 @@ struct SceneDrawer::Private {
 
   // Of a drawing that has begun:
   std::optional<Painter> painter;
-  math::Matrix4 projection;
+  math::Matrix4 projection, view;
+  bool shaded = false;
   bool direct = false;
   int finishedRows = 0;
   SmoothBuffer::Edges edges = SmoothBuffer::Edges::Blend;
@@ -74,12 +79,14 @@ void SceneDrawer::Private::begin(const StateGuard& state, double detail, int lay
   for (const SceneElement* element : elements)
     if (element) list.collect(*element, state.modelView() * transform, query);
   list.sortTransparent();
-  painter.emplace(list);
+  shaded = look != Look::Plain && !list.isEmpty() && shader.isAvailable();
+  painter.emplace(list, shaded ? &shader : nullptr);
   finishedRows = 0;
   if (list.isEmpty()) return;
 
   setUpState();
   projection = state.projection();
+  view = state.modelView() * transform;
   edges = layers & ~(LayerModel | LayerTransparent) ? SmoothBuffer::Edges::Blend : SmoothBuffer::Edges::KeepColor;
   // What is opaque, unsmoothed and without a margin may go where it shall end up: the pixels are the same.
   direct = samples == 0 && list.transparent().empty() && list.margin() == 0;
@@ -90,7 +97,7 @@ void SceneDrawer::Private::begin(const StateGuard& state, double detail, int lay
 /// Sets up everything for drawing on: the state, the light and where to draw.
 void SceneDrawer::Private::bindTarget(const StateGuard& state) {
   setUpState();
-  setUpLight();
+  shaded ? shader.begin(view, look, environment) : setUpLight();
   if (direct) {
     QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
     glViewport(0, 0, width, height);
@@ -159,6 +166,7 @@ SceneDrawer::SceneDrawer(const util::YPointer<Scene>& scene) : d(std::make_uniqu
   if (!scene) return;
   d->samples = scene->getSamples();
   d->viewHeight = scene->getViewHeight();
+  d->look = scene->getLook();
 }
 
 SceneDrawer::~SceneDrawer() = default;
@@ -174,6 +182,10 @@ QColor SceneDrawer::getBackgroundColor() const { return d->scene->getBackgroundC
 void SceneDrawer::setViewHeight(int pixels) { d->viewHeight = pixels; }
 
 void SceneDrawer::setSamples(int samples) { d->samples = samples; }
+
+void SceneDrawer::setLook(Look look) { d->look = look; }
+
+void SceneDrawer::setEnvironment(const util::YPointer<Environment>& environment) { d->environment = environment; }
 
 void SceneDrawer::glDraw(const util::YPointer<SceneElement>& root, const util::YPointer<SceneElement>& second,
                          const math::Matrix4& transform, double detail, int layers, int kinds) {
@@ -196,7 +208,10 @@ void SceneDrawer::beginParts(const util::YPointer<SceneElement>& root, const mat
   d->begin(StateGuard(), 0.0, layers, kinds, transform, {root.get()});
 }
 
-void SceneDrawer::upload(const SceneElement& root) { BufferCache::fill(root); }
+void SceneDrawer::upload(const SceneElement& root) {
+  BufferCache::fill(root);
+  BufferCache::buffer(studio());
+}
 
 bool SceneDrawer::drawPart(double milliseconds) { return d->drawPart(StateGuard(), milliseconds); }
 

@@ -8,6 +8,8 @@
 
 namespace nubo::scene {
 
+class Environment;
+
 /// One drawer serves one context at a time, on the thread on which that is current. The caller binds
 /// its framebuffer, clears it, sets the projection matrix and LIGHT0, and holds the scene's lock.
 class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
@@ -53,6 +55,11 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   void setViewHeight(int pixels);
   /// Samples per pixel for edge smoothing, 0 for none; the scene's setting when the drawer was made.
   void setSamples(int samples);
+  /// The scene's setting when the drawer was made. Where OpenGL lacks what another needs, Look::Plain is drawn, and the
+  /// first such drawing says so in the log.
+  void setLook(Look look);
+  /// What lights surfaces in looks other than the plain one; null: the studio.
+  void setEnvironment(const util::YPointer<Environment>& environment);
 
  private:
   struct Private;

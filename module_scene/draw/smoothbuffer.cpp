@@ -3,7 +3,7 @@
 #include <QOpenGLExtraFunctions>
 #include <algorithm>
 
-#include "kernel/log/logger.h"
+#include "module_scene/draw/shaderprogram.h"
 
 namespace nubo::scene {
 
@@ -29,14 +29,6 @@ void main() {
 )";
 
 QOpenGLExtraFunctions* functions() { return QOpenGLContext::currentContext()->extraFunctions(); }
-
-GLuint compile(GLenum type, const char* source) {
-  QOpenGLFunctions* gl = functions();
-  const GLuint shader = gl->glCreateShader(type);
-  gl->glShaderSource(shader, 1, &source, nullptr);
-  gl->glCompileShader(shader);
-  return shader;
-}
 
 int boundedSamples(int samples) {
   GLint limit = 0;
@@ -127,19 +119,9 @@ bool SmoothBuffer::attach() {
 
 bool SmoothBuffer::createProgram() {
   if (m_Program.isUsable()) return true;
+  m_Program = linkProgram(VertexShader, FragmentShader);
+  if (!m_Program.name()) return false;
   QOpenGLFunctions* gl = functions();
-  m_Program = SharedName(gl->glCreateProgram(), [](QOpenGLFunctions* f, GLuint id) { f->glDeleteProgram(id); });
-  for (const GLuint shader : {compile(GL_VERTEX_SHADER, VertexShader), compile(GL_FRAGMENT_SHADER, FragmentShader)}) {
-    gl->glAttachShader(m_Program.name(), shader);
-    gl->glDeleteShader(shader);  // goes with the program
-  }
-  gl->glLinkProgram(m_Program.name());
-  GLint linked = GL_FALSE;
-  gl->glGetProgramiv(m_Program.name(), GL_LINK_STATUS, &linked);
-  if (!linked) {
-    m_Program.reset();
-    return false;
-  }
   m_OffsetLocation = gl->glGetUniformLocation(m_Program.name(), "offset");
   m_ScaleLocation = gl->glGetUniformLocation(m_Program.name(), "scale");
   m_BackgroundLocation = gl->glGetUniformLocation(m_Program.name(), "background");

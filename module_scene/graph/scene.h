@@ -5,6 +5,7 @@
 #include <atomic>
 #include <memory>
 
+#include "module_scene/graph/look.h"
 #include "module_scene/graph/sceneelement.h"
 
 namespace nubo::scene {
@@ -39,6 +40,8 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   /// none.
   int getViewHeight() const { return m_ViewHeight; }
   void setViewHeight(int pixels) { m_ViewHeight = pixels; }
+  Look getLook() const { return m_Look; }
+  void setLook(Look look) { m_Look = look; }
 
   /// Keeps everything still until the matching unlock() on the same thread; waits for a change in
   /// progress to end.
@@ -55,6 +58,7 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   void endChange(LOCKTYPE type);
   std::atomic<int> m_Samples{4};
   std::atomic<int> m_ViewHeight{0};
+  std::atomic<Look> m_Look{Look::Studio};
   struct Private;
   std::unique_ptr<Private> d;
 };

@@ -8,6 +8,7 @@
 #include <optional>
 #include <utility>
 
+#include "module_scene/graph/look.h"
 #include "nubo/cli/commandarguments.h"
 
 namespace nubo::app {
@@ -24,6 +25,7 @@ struct CommandLine {
   QSize size{1280, 720};
   QString view;       ///< a name or angles; empty: as the panel has it
   QColor background;  ///< invalid: as the scene has it
+  std::optional<scene::Look> look;
   std::optional<int> samples;
   std::optional<int> turntable;
   QString trajectory;

@@ -60,6 +60,11 @@ QString takeBackground(const QString& value, CommandLine& line) {
   return line.background.isValid() ? QString() : QStringLiteral("a colour's name or #rrggbb");
 }
 
+QString takeLook(const QString& value, CommandLine& line) {
+  line.look = scene::lookNamed(value);
+  return line.look ? QString() : scene::lookNames().join(", ");
+}
+
 QString takeSteps(const QString& value, CommandLine& line) {
   const QStringList parts = value.split(':');
   bool first = false, last = false;
@@ -98,6 +103,10 @@ const std::vector<Option>& options() {
        views},
       {"background", "COLOUR", "Background colour: a name such as white, or #rrggbb.", takeBackground,
        QColor::colorNames()},
+      {"look", "LOOK",
+       "How the scene is drawn: studio (physical materials and light), plain (the fastest), clay (one material) "
+       "(studio).",
+       takeLook, scene::lookNames()},
       {"samples", "N", "Samples per pixel for smooth edges; 0 turns smoothing off (4).",
        number(&CommandLine::samples, 0, 64)},
       {"turntable", "N", "Turns the scene once around in N steps (in ten seconds, where the scene has no animation).",

@@ -88,6 +88,7 @@ QString Session::showScene(const CommandLine& line, bool takesTime) {
   reportWarnings(result.warnings);
   scene->setRootNode(result.root);
   if (line.background.isValid()) scene->setBackgroundColor(line.background);
+  if (line.look) scene::_GlobalScene()->setLook(*line.look);
   if (line.samples) scene::_GlobalScene()->setSamples(*line.samples);
 
   gui::Framing framing(directionOf(line), result.root->getBoundingBox());

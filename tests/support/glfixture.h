@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 
+#include "module_scene/draw/environment.h"
 #include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/viewer.h"
 
@@ -46,6 +47,8 @@ struct Shot {
   int layers = 3;
   int kinds = 7;
   double detail = 0;
+  scene::Look look = scene::Look::Plain;
+  util::YPointer<scene::Environment> environment = nullptr;
 };
 
 /// The viewer and a current context. Pictures come back as they lie in the framebuffer: with straight alpha.
@@ -84,6 +87,8 @@ class GlFixture : public ::testing::Test {
     glMatrixMode(GL_MODELVIEW);
     glLoadIdentity();
     drawer.setSamples(shot.samples);
+    drawer.setLook(shot.look);
+    drawer.setEnvironment(shot.environment);
     work();
     const QImage image = fbo.toImage();
     fbo.release();

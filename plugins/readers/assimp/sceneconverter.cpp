@@ -72,6 +72,14 @@ Track trackOf(std::int32_t node, Path path, const Key* keys, unsigned count, uns
   return track;
 }
 
+/// Where a file has no material the library makes one up, in a colour that depends on the format; some without a name.
+bool isMadeUp(const aiMaterial& material) {
+  constexpr unsigned FewProperties = 5;  // those of formats that have materials are more
+  const aiString name = material.GetName();
+  if (name.length > 0) return name == aiString(AI_DEFAULT_MATERIAL_NAME);
+  return material.mNumProperties <= FewProperties && material.GetTextureCount(aiTextureType_DIFFUSE) == 0;
+}
+
 }  // namespace
 
 void SceneConverter::convert() {
@@ -90,7 +98,8 @@ void SceneConverter::convertMesh(const aiMesh& source) {
   Mesh mesh;
   mesh.primitive = primitiveOf(source);
   if (mesh.primitive == Primitive::Points) mesh.width = PointSize;
-  if (source.mMaterialIndex < m_Source.mNumMaterials) mesh.material = std::int32_t(source.mMaterialIndex);
+  if (source.mMaterialIndex < m_Source.mNumMaterials && !isMadeUp(*m_Source.mMaterials[source.mMaterialIndex]))
+    mesh.material = std::int32_t(source.mMaterialIndex);
   mesh.positions = floatsOf(source.mVertices, source.mNumVertices, 3, m_Output);
   mesh.normals = floatsOf(source.mNormals, source.mNumVertices, 3, m_Output);
   mesh.texCoords = floatsOf(source.mTextureCoords[0], source.mNumVertices, 2, m_Output);

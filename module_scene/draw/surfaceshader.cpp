@@ -1,0 +1,253 @@
+#include "module_scene/draw/surfaceshader.h"
+
+#include <QOpenGLExtraFunctions>
+#include <atomic>
+#include <cmath>
+
+#include "kernel/log/logger.h"
+#include "module_scene/draw/shaderprogram.h"
+#include "module_scene/draw/surfacesource.h"
+
+namespace nubo::scene {
+
+namespace {
+
+// What makes the difference between the programs.
+enum Variant : unsigned {
+  BaseMap = 1,
+  RoughnessMap = 2,
+  NormalMap = 4,
+  OcclusionMap = 8,
+  EmissiveMap = 16,
+  Lit = 32,
+  Mask = 64,
+  Opaque = 128,
+  OfClay = 256
+};
+
+constexpr const char* Defines[] = {"BASE_MAP", "ROUGHNESS_MAP", "NORMAL_MAP", "OCCLUSION_MAP", "EMISSIVE_MAP",
+                                   "LIT",      "MASK",          "OPAQUE",     "OF_CLAY"};
+
+// Texture units, the first five also bits of the variant.
+constexpr const char* Samplers[] = {"baseMap",      "roughnessMap", "normalMap",
+                                    "occlusionMap", "emissiveMap",  "reflections"};
+constexpr int MapCount = 5, ReflectionUnit = 5, UnitCount = 6;
+
+enum Uniform : std::size_t {
+  AlphaCutoff,
+  Places,
+  Offsets,
+  Surface,
+  Emission,
+  Relief,
+  Occlusion,
+  Eye,
+  Irradiance,
+  Brightest,
+  Texels,
+  ToEnvironment,
+  KeyDirection,
+  KeyLight
+};
+
+constexpr const char* Uniforms[] = {"alphaCutoff", "places",        "offsets",      "surface",    "emission",
+                                    "relief",      "occlusion",     "eye",          "irradiance", "brightest",
+                                    "texels",      "toEnvironment", "keyDirection", "keyLight"};
+
+std::array<const TextureUse*, MapCount> mapsOf(const PhysicalMaterial& material) {
+  return {&material.baseColorTexture, &material.metallicRoughnessTexture, &material.normalTexture,
+          &material.occlusionTexture, &material.emissiveTexture};
+}
+
+const Material& materialOf(const Geometry& geometry) {
+  static const Material DefaultMaterial;
+  return geometry.material ? *geometry.material : DefaultMaterial;
+}
+
+float linear(float shown) { return shown <= 0.04045f ? shown / 12.92f : std::pow((shown + 0.055f) / 1.055f, 2.4f); }
+
+QOpenGLExtraFunctions* extraFunctions() { return QOpenGLContext::currentContext()->extraFunctions(); }
+
+/// Why OpenGL cannot draw so; null if nothing is known to be missing.
+const char* whatIsMissing() {
+  const QOpenGLContext* context = QOpenGLContext::currentContext();
+  if (context->format().version() < qMakePair(2, 1)) return "OpenGL 2.1";
+  GLint units = 0, size = 0;
+  glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &units);
+  glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &size);
+  if (units < UnitCount) return "enough texture units";
+  return size < Environment::Size ? "large enough textures" : nullptr;
+}
+
+/// From eye space to the environment's: right, away from the eye, and up. Where one looks straight up or down, the top
+/// of the picture is what lies away, or near.
+math::Matrix4 environmentFrame(const math::Matrix4& view) {
+  const auto normalized = [](math::Vector3 v) {
+    const double length = std::hypot(v[0], v[1], v[2]);
+    for (double& value : v) value /= length;
+    return v;
+  };
+  const auto cross = [](const math::Vector3& a, const math::Vector3& b) {
+    return math::Vector3{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+  };
+  math::Vector3 up{view(0, 2), view(1, 2), view(2, 2)};
+  up = std::hypot(up[0], up[1], up[2]) > 0 ? normalized(up) : math::Vector3{0, 1, 0};
+  constexpr double Steep = 0.98;
+  const math::Vector3 away =
+      std::abs(up[2]) < Steep ? math::Vector3{0, 0, -1} : math::Vector3{0, up[2] > 0 ? 1.0 : -1.0, 0};
+  const math::Vector3 right = normalized(cross(away, up)), level = cross(up, right);
+  math::Matrix4 result;
+  for (int i = 0; i < 3; ++i) {
+    result(0, i) = right[std::size_t(i)];
+    result(1, i) = level[std::size_t(i)];
+    result(2, i) = up[std::size_t(i)];
+  }
+  return result;
+}
+
+/// The irradiance as a function of directions that the matrix turns.
+Environment::Quadric turned(const Environment::Quadric& source, const math::Matrix4& m) {
+  constexpr int Square[3][3] = {{4, 7, 9}, {7, 5, 8}, {9, 8, 6}};  // where x, y and z times each other stand
+  Environment::Quadric result{};
+  result[0] = source[0];
+  for (int c = 0; c < 3; ++c)
+    for (int i = 0; i < 3; ++i)
+      for (int j = 0; j < 3; ++j) {
+        result[1 + i][c] += source[1 + j][c] * float(m(j, i));
+        if (j < i) continue;
+        double sum = 0;
+        for (int k = 0; k < 3; ++k)
+          for (int l = 0; l < 3; ++l) sum += m(k, i) * m(l, j) * source[Square[k][l]][c] * (k == l ? 1 : 0.5);
+        result[Square[i][j]][c] = float(i == j ? sum : 2 * sum);
+      }
+  return result;
+}
+
+}  // namespace
+
+bool SurfaceShader::isAvailable() {
+  const char* missing = whatIsMissing();
+  if (!missing && program(Lit).name.name()) return true;
+  static std::atomic<bool> said{false};
+  if (!said.exchange(true))
+    NUBO_LOG(log::Failure, "nubo::scene::SurfaceShader::isAvailable",
+             "This OpenGL lacks %s, scenes are drawn in the look \"plain\"", missing ? missing : "the needed shaders");
+  return false;
+}
+
+void SurfaceShader::begin(const math::Matrix4& view, Look look, const util::YPointer<Environment>& environment) {
+  m_ToEnvironment = environmentFrame(view);
+  m_Look = look;
+  m_Environment = environment;
+  ++m_Drawing;
+  QOpenGLExtraFunctions* gl = extraFunctions();
+  gl->glActiveTexture(GL_TEXTURE0 + ReflectionUnit);
+  gl->glBindTexture(GL_TEXTURE_3D, BufferCache::buffer(environment ? *environment : studio())->name());
+  gl->glActiveTexture(GL_TEXTURE0);
+}
+
+unsigned SurfaceShader::variantFor(const Geometry& geometry) const {
+  const Material& material = materialOf(geometry);
+  const PhysicalMaterial physical = material.toPhysical();
+  unsigned result = material.lit && !geometry.normals.empty() ? unsigned(Lit) : 0u;
+  const auto maps = mapsOf(physical);
+  for (int map = 0; map < MapCount; ++map) {
+    const auto& coordinates = maps[map]->coordinates == 0 ? geometry.texCoords : geometry.secondTexCoords;
+    if (maps[map]->texture && !coordinates.empty()) result |= 1u << map;
+  }
+  if (material.alphaMode == AlphaMode::Mask) result |= Mask;
+  if (!geometry.transparent && !(result & Mask)) result |= Opaque;
+  if (!(result & Lit)) return result & (BaseMap | Mask | Opaque);
+  if (m_Look == Look::Clay) result = (result & (BaseMap | Lit | Mask | Opaque)) | OfClay;
+  return result;
+}
+
+void SurfaceShader::use(const Geometry& geometry) {
+  const unsigned variant = variantFor(geometry);
+  Program& current = program(variant);
+  QOpenGLExtraFunctions* gl = extraFunctions();
+  gl->glUseProgram(current.name.name());
+  if (std::exchange(current.drawing, m_Drawing) != m_Drawing && (variant & Lit)) setLight(current);
+
+  const Material& material = materialOf(geometry);
+  const PhysicalMaterial physical = material.toPhysical();
+  const auto& at = current.locations;
+  glColor4fv(physical.baseColor.data());
+  gl->glUniform1f(at[AlphaCutoff], material.alphaCutoff);
+  gl->glUniform2f(at[Surface], physical.metallic, physical.roughness);
+  gl->glUniform3f(at[Emission], linear(physical.emissive[0]) * physical.emissiveStrength,
+                  linear(physical.emissive[1]) * physical.emissiveStrength,
+                  linear(physical.emissive[2]) * physical.emissiveStrength);
+  gl->glUniform1f(at[Relief], physical.normalScale);
+  gl->glUniform1f(at[Occlusion], physical.occlusionStrength);
+  setTextures(current, physical, variant);
+}
+
+void SurfaceShader::setTextures(const Program& program, const PhysicalMaterial& material, unsigned variant) {
+  QOpenGLExtraFunctions* gl = extraFunctions();
+  std::array<GLfloat, std::size_t(MapCount) * 8> places{};
+  std::array<GLfloat, std::size_t(MapCount) * 2> offsets{};
+  const auto maps = mapsOf(material);
+  for (int map = 0; map < MapCount; ++map) {
+    if (!(variant & (1u << map))) continue;
+    gl->glActiveTexture(GL_TEXTURE0 + map);
+    gl->glBindTexture(GL_TEXTURE_2D, BufferCache::buffer(*maps[map]->texture)->name());
+    const auto& transform = maps[map]->transform;
+    for (int row = 0; row < 2; ++row) {
+      std::copy_n(&transform[3 * row], 2, &places[8 * map + 4 * row + 2 * maps[map]->coordinates]);
+      offsets[2 * map + row] = transform[3 * row + 2];
+    }
+  }
+  gl->glActiveTexture(GL_TEXTURE0);
+  if (!(variant & ((1u << MapCount) - 1))) return;
+  gl->glUniform4fv(program.locations[Places], 2 * MapCount, places.data());
+  gl->glUniform2fv(program.locations[Offsets], MapCount, offsets.data());
+}
+
+SurfaceShader::Program& SurfaceShader::program(unsigned variant) {
+  Program& result = m_Programs[variant];
+  if (result.name.isUsable()) return result;
+  QByteArray head("#version 120\n");
+  for (std::size_t bit = 0; bit < std::size(Defines); ++bit)
+    if (variant & (1u << bit)) head += QByteArray("#define ") + Defines[bit] + '\n';
+  QByteArray messages;
+  result = Program();
+  result.name = linkProgram(head + SurfaceVertexShader, head + SurfaceFragmentShader, &messages);
+  if (!result.name.name()) {
+    NUBO_LOG(log::Failure, "nubo::scene::SurfaceShader::program", "A shader cannot be used: %s", messages.constData());
+    return result;
+  }
+  QOpenGLExtraFunctions* gl = extraFunctions();
+  gl->glUseProgram(result.name.name());
+  for (std::size_t i = 0; i < std::size(Uniforms); ++i)
+    result.locations[i] = gl->glGetUniformLocation(result.name.name(), Uniforms[i]);
+  for (int unit = 0; unit < UnitCount; ++unit)
+    gl->glUniform1i(gl->glGetUniformLocation(result.name.name(), Samplers[unit]), unit);
+  gl->glUseProgram(0);
+  return result;
+}
+
+void SurfaceShader::setLight(const Program& program) const {
+  QOpenGLExtraFunctions* gl = extraFunctions();
+  const Environment& environment = m_Environment ? *m_Environment : studio();
+  const auto& at = program.locations;
+  const Environment::Quadric irradiance = turned(environment.irradiance(), m_ToEnvironment);
+  std::array<GLfloat, 9> columns{};
+  math::Vector3 key{};
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) {
+      columns[3 * j + i] = GLfloat(m_ToEnvironment(i, j));
+      key[j] += m_ToEnvironment(i, j) * studioKey().direction[i];
+    }
+  gl->glUniform4f(at[Eye], 0, 0, 0, 1);
+  gl->glUniform3fv(at[Irradiance], GLsizei(irradiance.size()), irradiance[0].data());
+  gl->glUniform1f(at[Brightest], environment.brightest());
+  constexpr float Between = 1 - 1.0f / Environment::Size, BetweenLevels = 1 - 1.0f / Environment::Levels;
+  gl->glUniform2f(at[Texels], Between / 2, BetweenLevels);
+  gl->glUniformMatrix3fv(at[ToEnvironment], 1, GL_FALSE, columns.data());
+  gl->glUniform3f(at[KeyDirection], GLfloat(key[0]), GLfloat(key[1]), GLfloat(key[2]));
+  constexpr Light Dark{};
+  gl->glUniform3fv(at[KeyLight], 1, m_Environment ? Dark.data() : studioKey().light.data());
+}
+
+}  // namespace nubo::scene

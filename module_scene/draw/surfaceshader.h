@@ -1,0 +1,46 @@
+// Draws surfaces with their physical materials, light computed for each pixel.
+#pragma once
+
+#include <array>
+#include <map>
+
+#include "module_scene/draw/buffercache.h"
+#include "module_scene/draw/environment.h"
+#include "module_scene/graph/look.h"
+
+namespace nubo::scene {
+
+/// OpenGL's programs for one drawer: their state is no thing to share with drawers on other threads. Needs a current
+/// context; may be destroyed without one.
+class SurfaceShader {
+ public:
+  /// Whether OpenGL can. If not, the first of all that is asked says so in the log.
+  [[nodiscard]] bool isAvailable();
+  /// To be called whenever drawing begins or goes on, before the first use(). `view` leads from the scene, whose z axis
+  /// points up, to eye space. Without an environment there is the studio with its key light.
+  void begin(const math::Matrix4& view, Look look, const util::YPointer<Environment>& environment);
+  /// Which of the programs draws a geometry.
+  unsigned variantFor(const Geometry& geometry) const;
+  /// Sets up program and material for a geometry whose arrays are bound.
+  void use(const Geometry& geometry);
+
+ private:
+  static constexpr std::size_t UniformCount = 16;
+  struct Program {
+    SharedName name;
+    std::array<GLint, UniformCount> locations{};
+    unsigned drawing = 0;  // for which it has the light
+  };
+
+  Program& program(unsigned variant);
+  void setLight(const Program& program) const;
+  static void setTextures(const Program& program, const PhysicalMaterial& material, unsigned variant);
+
+  std::map<unsigned, Program> m_Programs;
+  Look m_Look = Look::Studio;
+  util::YPointer<Environment> m_Environment;
+  unsigned m_Drawing = 0;
+  math::Matrix4 m_ToEnvironment;  // from eye space
+};
+
+}  // namespace nubo::scene

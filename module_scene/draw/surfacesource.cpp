@@ -1,0 +1,173 @@
+#include "module_scene/draw/surfacesource.h"
+
+namespace nubo::scene {
+
+// Matrices, colours and texture coordinates are those of fixed-function drawing, so that callers need not care.
+const char SurfaceVertexShader[] = R"(
+varying vec4 color;
+varying vec4 coordinates;
+#ifdef LIT
+varying vec3 position;
+varying vec3 normal;
+
+vec3 decode(vec3 c) {
+  return mix(c / 12.92, pow((c + 0.055) / 1.055, vec3(2.4)), step(0.04045, c));
+}
+#endif
+
+void main() {
+  gl_Position = ftransform();
+  coordinates = vec4(gl_MultiTexCoord0.xy, gl_MultiTexCoord1.xy);
+#ifdef LIT
+  position = vec3(gl_ModelViewMatrix * gl_Vertex);
+  normal = gl_NormalMatrix * gl_Normal;
+  color = vec4(decode(gl_Color.rgb), gl_Color.a);
+#else
+  color = gl_Color;
+#endif
+}
+)";
+
+// Everything is computed in eye space and in linear light. The reflections are looked up in the environment's own
+// frame. Unlit colours pass through as they are.
+const char SurfaceFragmentShader[] = R"(
+varying vec4 color;
+varying vec4 coordinates;
+uniform float alphaCutoff;
+uniform vec4 places[10];   // of each texture: what u and v are made of
+uniform vec2 offsets[5];
+uniform sampler2D baseMap;
+
+vec2 place(int map) {
+  return vec2(dot(places[2 * map], coordinates), dot(places[2 * map + 1], coordinates)) + offsets[map];
+}
+
+#ifdef LIT
+varying vec3 position;
+varying vec3 normal;
+uniform vec2 surface;      // metallic, roughness
+uniform vec3 emission;
+uniform float relief, occlusion;
+uniform sampler2D roughnessMap, normalMap, occlusionMap, emissiveMap;
+uniform vec4 eye;          // where it is, and 1; or the direction to it, and 0
+uniform vec3 irradiance[10];
+uniform sampler3D reflections;
+uniform float brightest;
+uniform vec2 texels;       // how far the middles of the outermost texels lie apart, and those of the levels
+uniform mat3 toEnvironment;
+uniform vec3 keyDirection, keyLight;
+
+vec3 decode(vec3 c) {
+  return mix(c / 12.92, pow((c + 0.055) / 1.055, vec3(2.4)), step(0.04045, c));
+}
+
+vec3 encode(vec3 c) {
+  return mix(c * 12.92, 1.055 * pow(c, vec3(1.0 / 2.4)) - 0.055, step(0.0031308, c));
+}
+
+vec3 diffuseLight(vec3 n) {
+  vec3 squares = n * n, products = n * n.yzx;
+  return irradiance[0] + n.x * irradiance[1] + n.y * irradiance[2] + n.z * irradiance[3] +
+         squares.x * irradiance[4] + squares.y * irradiance[5] + squares.z * irradiance[6] +
+         products.x * irradiance[7] + products.y * irradiance[8] + products.z * irradiance[9];
+}
+
+vec3 reflectedLight(vec3 direction, float roughness) {
+  vec3 d = toEnvironment * direction;
+  d /= abs(d.x) + abs(d.y) + abs(d.z);
+  vec2 below = (1.0 - abs(d.yx)) * (step(0.0, d.xy) * 2.0 - 1.0);
+  vec2 folded = mix(below, d.xy, step(0.0, d.z));
+  vec3 root = texture3D(reflections, vec3(folded * texels.x, roughness * texels.y - 0.5 * texels.y) + 0.5).rgb;
+  return root * root * brightest;
+}
+
+#ifdef NORMAL_MAP
+// The surface's gradients of the texture coordinates are found from how these and the position change from one pixel to
+// the next.
+vec3 relieved(vec3 n, float side) {
+  vec2 uv = place(2);
+  vec3 px = dFdx(position), py = dFdy(position);
+  vec2 tx = dFdx(uv), ty = dFdy(uv);
+  vec3 across = cross(py, n), up = cross(n, px);
+  vec3 u = across * tx.x + up * ty.x, v = across * tx.y + up * ty.y;
+  float longest = max(dot(u, u), dot(v, v));
+  vec3 m = texture2D(normalMap, uv).xyz * (255.0 / 127.0) - 128.0 / 127.0;
+  m.xy *= relief * side * (longest > 0.0 ? inversesqrt(longest) : 0.0);
+  return normalize(u * m.x + v * m.y + n * m.z);
+}
+#endif
+#endif
+
+void main() {
+  vec4 base = color;
+#ifdef BASE_MAP
+  vec4 texel = texture2D(baseMap, place(0));
+#ifdef LIT
+  texel.rgb = decode(texel.rgb);
+#endif
+  base *= texel;
+#endif
+#ifdef MASK
+  if (base.a < alphaCutoff) discard;
+#endif
+#if defined(MASK) || defined(OPAQUE)
+  base.a = 1.0;
+#endif
+#ifdef OF_CLAY
+  base.rgb = vec3(0.6);
+#endif
+#ifdef LIT
+  float side = gl_FrontFacing ? 1.0 : -1.0;
+  vec3 n = normalize(normal) * side;
+#ifdef NORMAL_MAP
+  n = relieved(n, side);
+#endif
+  vec3 view = normalize(eye.xyz - eye.w * position);
+  float nv = clamp(dot(n, view), 0.001, 1.0);
+
+  float metallic = surface.x, roughness = surface.y;
+#ifdef ROUGHNESS_MAP
+  vec4 factors = texture2D(roughnessMap, place(1));
+  metallic *= factors.b;
+  roughness *= factors.g;
+#endif
+  vec3 f0 = mix(vec3(0.04), base.rgb, metallic);
+  vec3 matte = base.rgb * (1.0 - metallic);
+
+  // What a rough surface reflects of light that comes from everywhere: a fit of the split sum's second part. What the
+  // first reflection loses comes back after further ones.
+  vec4 r = roughness * vec4(-1.0, -0.0275, -0.572, 0.022) + vec4(1.0, 0.0425, 1.04, -0.04);
+  float grazing = min(r.x * r.x, exp2(-9.28 * nv)) * r.x + r.y;
+  vec2 split = vec2(-1.04, 1.04) * grazing + r.zw;
+  vec3 once = f0 * split.x + split.y;
+  float lost = 1.0 - split.x - split.y;
+  vec3 mean = f0 + (1.0 - f0) / 21.0;
+  vec3 again = once * mean / (1.0 - lost * mean) * lost;
+  matte *= 1.0 - once - again;
+
+  vec3 diffuse = diffuseLight(n);
+  vec3 light = once * reflectedLight(reflect(-view, n), roughness) + (again + matte) * diffuse;
+#ifdef OCCLUSION_MAP
+  light *= 1.0 + occlusion * (texture2D(occlusionMap, place(3)).r - 1.0);
+#endif
+
+  float nl = max(dot(n, keyDirection), 0.0);
+  vec3 h = normalize(view + keyDirection);
+  float nh = clamp(dot(n, h), 0.0, 1.0);
+  float a = max(roughness * roughness, 0.004);
+  float spread = nh * nh * (a * a - 1.0) + 1.0;
+  float lobe = a * a / (spread * spread) * 0.5 / mix(2.0 * nl * nv, nl + nv, a);
+  vec3 fresnel = f0 + (1.0 - f0) * pow(1.0 - clamp(dot(view, h), 0.0, 1.0), 5.0);
+  light += keyLight * nl * (matte + min(lobe, 64.0) * fresnel);
+
+  vec3 glow = emission;
+#ifdef EMISSIVE_MAP
+  glow *= decode(texture2D(emissiveMap, place(4)).rgb);
+#endif
+  base.rgb = encode(clamp(light + glow, 0.0, 1.0));
+#endif
+  gl_FragColor = base;
+}
+)";
+
+}  // namespace nubo::scene

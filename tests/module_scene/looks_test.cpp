@@ -1,0 +1,379 @@
+#include <gmock/gmock.h>
+
+#include <QOpenGLFunctions>
+#include <random>
+
+#include "module_scene/gui/camera.h"
+#include "module_scene/mesh/meshbuilder.h"
+#include "module_scene/mesh/preparation.h"
+#include "support/glfixture.h"
+
+namespace nubo::scene {
+namespace {
+
+using test::compare;
+using test::Shot;
+
+using Element = util::YPointer<SceneElement>;
+using GeometryPointer = util::YPointer<Geometry>;
+using MaterialPointer = util::YPointer<Material>;
+
+Element element(std::initializer_list<GeometryPointer> geometries) {
+  Element result(new SceneElement);
+  for (const auto& geometry : geometries) result->addGeometry(geometry);
+  return result;
+}
+
+MaterialPointer physical(const std::function<void(PhysicalMaterial&)>& change) {
+  MaterialPointer material(new Material);
+  material->physical.emplace();
+  material->physical->baseColor = {1, 1, 1, 1};
+  change(*material->physical);
+  return material;
+}
+
+util::YPointer<Texture> filled(const QColor& color) {
+  QImage image(4, 4, QImage::Format_ARGB32);
+  image.fill(color);
+  return new Texture(image);
+}
+
+GeometryPointer picture(const MaterialPointer& material) {
+  return MeshBuilder(material).picture({-1, -1, 0}, {2, 0, 0}, {0, 2, 0}).finish();
+}
+
+/// From the front the scene's z axis points up.
+Shot shotFromFront(const Element& root) {
+  Shot shot;
+  gui::Camera camera;
+  if (!camera.setView("front")) ADD_FAILURE();
+  shot.root = root;
+  shot.transform = camera.transform();
+  shot.look = Look::Studio;
+  return shot;
+}
+
+Light bytesToLight(QRgb pixel) {
+  const auto linear = [](int byte) {
+    const double shown = byte / 255.0;
+    return float(shown <= 0.04045 ? shown / 12.92 : std::pow((shown + 0.055) / 1.055, 2.4));
+  };
+  return {linear(qRed(pixel)), linear(qGreen(pixel)), linear(qBlue(pixel))};
+}
+
+class LooksTest : public test::GlFixture {
+ protected:
+  /// Where the shot shows a point of the scene.
+  static QPoint pixelOf(const Shot& shot, const math::Vector3& point) {
+    const math::Vector3 p = math::transformPoint(shot.transform, point);
+    const double scale = shot.height / 2 / (std::tan(0.40391905546154483) * -p[2]);
+    return {int(shot.width / 2 + p[0] * scale), int(shot.height / 2 - p[1] * scale)};
+  }
+  void TearDown() override { EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR)); }
+};
+
+TEST_F(LooksTest, FacesOfABoxDifferWhereverOneLooksFrom) {
+  std::vector<gui::Camera> cameras;
+  for (const QString& name : gui::Camera::viewNames()) {
+    cameras.emplace_back();
+    ASSERT_TRUE(cameras.back().setView(name));
+  }
+  std::mt19937 random(7);
+  for (int i = 0; i < 100; ++i) {
+    cameras.emplace_back();
+    cameras.back().azimuth = random() % 36000 / 100.0;
+    cameras.back().elevation = random() % 18000 / 100.0 - 90;
+  }
+  for (const Look look : {Look::Studio, Look::Clay})
+    for (const gui::Camera& camera : cameras) {
+      Shot shot;
+      shot.root = element({MeshBuilder(nullptr).box({-0.5, -0.5, -0.5}, {0.5, 0.5, 0.5}).finish()});
+      shot.transform = camera.transform();
+      shot.look = look;
+      const QImage image = draw(shot);
+      const math::Vector3 eye = math::transformPoint(math::affineInverse(shot.transform), {0, 0, 0});
+      std::vector<int> levels;
+      for (int face = 0; face < 6; ++face) {
+        constexpr double Outside = 0.52;  // a face that is seen from closer to its plane is a line of few pixels
+        const double side = face % 2 ? 1 : -1;
+        if (side * eye[std::size_t(face / 2)] < Outside) continue;
+        math::Vector3 middle{};
+        middle[std::size_t(face / 2)] = side / 2;
+        levels.push_back(qRed(image.pixel(pixelOf(shot, middle))));
+      }
+      SCOPED_TRACE(::testing::Message() << nameOf(look).toStdString() << " from " << camera.azimuth << ", "
+                                        << camera.elevation << ": " << ::testing::PrintToString(levels));
+      EXPECT_THAT(levels, ::testing::Each(::testing::AllOf(::testing::Ge(40), ::testing::Le(245))));
+      std::sort(levels.begin(), levels.end());
+      for (std::size_t i = 1; i < levels.size(); ++i) EXPECT_GE(levels[i] - levels[i - 1], 25);
+    }
+}
+
+TEST_F(LooksTest, AWhiteSphereDisappearsInAWhiteEnvironment) {
+  const util::YPointer<Environment> white(new Environment([](const Direction&) { return Light{1, 1, 1}; }));
+  for (const float metallic : {0.0f, 1.0f})
+    for (const float roughness : {0.0f, 0.2f, 0.5f, 0.8f, 1.0f}) {
+      Shot shot = shotFromFront(element({MeshBuilder(physical([&](PhysicalMaterial& m) {
+                                           m.metallic = metallic;
+                                           m.roughness = roughness;
+                                         }))
+                                             .sphere({0, 0, 0}, 1)
+                                             .finish()}));
+      shot.environment = white;
+      const QImage image = draw(shot);
+      float least = 1;
+      for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+          if (qAlpha(image.pixel(x, y)) > 0) least = std::min(least, bytesToLight(image.pixel(x, y))[1]);
+      EXPECT_GE(least, metallic > 0 ? 0.97f : 0.98f) << "metallic " << metallic << ", roughness " << roughness;
+    }
+}
+
+// Whatever the eye's azimuth: the environment turns with it.
+TEST_F(LooksTest, SurfacesMirrorAndGatherTheLightWhereItComesFrom) {
+  const util::YPointer<Environment> lights(new Environment([](const Direction& d) {
+    return Light{0.5f + 0.4f * d[0], 0.5f + 0.4f * d[1], 0.5f + 0.4f * d[2]};
+  }));
+  struct Row {
+    const char* name;
+    double elevation;
+    math::Vector3 normal;  // as the environment has it: right, away, up
+  };
+  const double half = std::sqrt(0.5);
+  const Row rows[] = {
+      {"middle", 0, {0, -1, 0}},
+      {"right", 0, {half, -half, 0}},
+      {"left", 0, {-half, -half, 0}},
+      {"up", 0, {0, -half, half}},
+      {"down", 0, {0, -half, -half}},
+      {"up, from above", 45, {0, 0, 1}},
+      {"middle, from straight above", 90, {0, 0, 1}},
+      {"away, from straight above", 90, {0, half, half}},
+      {"away, from straight below", -90, {0, half, -half}},
+  };
+  const auto ball = [](float metallic, float roughness) {
+    return MeshBuilder(physical([&](PhysicalMaterial& m) {
+             m.metallic = metallic;
+             m.roughness = roughness;
+           }))
+        .sphere({0, 0, 0}, 1)
+        .finish();
+  };
+  const Element mirror = element({ball(1, 0)}), matte = element({ball(0, 1)});
+  for (const Row& row : rows)
+    for (const double azimuth : {0.0, 130.0}) {
+      gui::Camera camera;
+      camera.azimuth = azimuth;
+      camera.elevation = row.elevation;
+      Shot shot;
+      shot.transform = camera.transform();
+      shot.look = Look::Studio;
+      shot.environment = lights;
+      const math::Matrix4 turn = math::rotation(azimuth * M_PI / 180, {0, 0, 1});
+      const math::Vector3 point = math::transformPoint(turn, row.normal);
+      const math::Vector3 eye = math::transformPoint(math::affineInverse(shot.transform * turn), {0, 0, 0});
+      math::Vector3 reflected{};
+      double along = 0, length = 0;
+      for (std::size_t i = 0; i < 3; ++i) along += (eye[i] - row.normal[i]) * row.normal[i];
+      for (std::size_t i = 0; i < 3; ++i) reflected[i] = 2 * along * row.normal[i] - (eye[i] - row.normal[i]);
+      for (const double value : reflected) length = std::hypot(length, value);
+      for (const bool isMirror : {true, false}) {
+        shot.root = isMirror ? mirror : matte;
+        const Light seen = bytesToLight(draw(shot).pixel(pixelOf(shot, point)));
+        // Of light that changes so slowly a matte surface gathers two thirds of the change.
+        for (std::size_t c = 0; c < 3; ++c)
+          EXPECT_NEAR(seen[c], 0.5 + (isMirror ? 0.4 * reflected[c] / length : 0.4 * 2 / 3 * row.normal[c]), 0.03)
+              << row.name << (isMirror ? ", mirror" : ", matte") << ", colour " << c << ", azimuth " << azimuth;
+      }
+    }
+}
+
+TEST_F(LooksTest, UnlitColoursStayAsTheyAre) {
+  QImage colors(64, 64, QImage::Format_RGB32);
+  for (int y = 0; y < 64; ++y)
+    for (int x = 0; x < 64; ++x) colors.setPixel(x, y, qRgb(x * 4, y * 4, 255 - x * 2 - y * 2));
+  const MaterialPointer printed(new Material);
+  printed->lit = false;
+  printed->diffuse = {1, 1, 1, 1};
+  printed->texture = new Texture(colors, Sampling{Wrap::Clamp, Wrap::Clamp, false});
+  const MaterialPointer bare(new Material);
+  bare->lit = false;
+  const GeometryPointer shades =
+      MeshBuilder(bare)
+          .sheet(
+              8,
+              [](double u, double v) {
+                return math::Vector3{2 * u - 1, 0, 2 * v - 1};
+              },
+              [](double u, double v) {
+                return std::array<std::uint8_t, 4>{std::uint8_t(255 * u), std::uint8_t(255 * v), 77, 255};
+              })
+          .finish();
+  for (const GeometryPointer& geometry :
+       {MeshBuilder(printed).picture({-1, 0, -1}, {2, 0, 0}, {0, 0, 2}).finish(), shades}) {
+    Shot shot = shotFromFront(element({geometry}));
+    const QImage studio = draw(shot);
+    shot.look = Look::Plain;
+    const QImage plain = draw(shot);
+    EXPECT_GT(compare(plain, studio).covered, 1000);
+    EXPECT_EQ(compare(plain, studio).greatest, 0) << compare(plain, studio);
+  }
+}
+
+// A wavy sheet, and a flat one with a texture of the waves' normals.
+TEST_F(LooksTest, ReliefLooksLikeTheShapeThatItStandsFor) {
+  constexpr int Size = 256;
+  constexpr double Height = 0.03, Waves = 4 * M_PI;
+  const auto slopes = [&](double u, double v) {
+    return std::array<double, 2>{Height * Waves / 2 * std::cos(Waves * u), Height * Waves * std::cos(2 * Waves * v)};
+  };
+  const auto normalAt = [&](double u, double v) {
+    const auto [x, y] = slopes(u, v);
+    const double length = std::sqrt(x * x + y * y + 1);
+    return math::Vector3{-x / length, -y / length, 1 / length};
+  };
+  QImage normals(Size, Size, QImage::Format_RGB32);
+  for (int row = 0; row < Size; ++row)
+    for (int column = 0; column < Size; ++column) {
+      const math::Vector3 n = normalAt((column + 0.5) / Size, 1 - (row + 0.5) / Size);
+      const auto byte = [](double value) { return int(std::lround(128 + 127 * value)); };
+      normals.setPixel(column, row, qRgb(byte(n[0]), byte(n[1]), byte(n[2])));
+    }
+  struct Row {
+    const char* name;
+    std::array<float, 6> transform;
+    double turn;
+  };
+  const Row rows[] = {{"as it is", {1, 0, 0, 0, 1, 0}, 0}, {"seen from behind", {1, 0, 0, 0, 1, 0}, M_PI}};
+  for (const Row& row : rows) {
+    const auto material = [&](bool relief) {
+      return physical([&](PhysicalMaterial& m) {
+        m.baseColor = {0.7f, 0.7f, 0.7f, 1};
+        m.roughness = 0.6f;
+        if (relief) m.normalTexture = {new Texture(normals), 0, row.transform};
+      });
+    };
+    const GeometryPointer flat = MeshBuilder(material(true)).picture({-1, -1, 0}, {2, 0, 0}, {0, 2, 0}).finish();
+    const GeometryPointer wavy =
+        MeshBuilder(material(false))
+            .sheet(
+                256,
+                [&](double u, double v) {
+                  return math::Vector3{2 * u - 1, 2 * v - 1, Height * (std::sin(Waves * u) + std::sin(2 * Waves * v))};
+                })
+            .finish();
+    std::array<QImage, 3> images;
+    const GeometryPointer bare = MeshBuilder(material(false)).picture({-1, -1, 0}, {2, 0, 0}, {0, 2, 0}).finish();
+    for (std::size_t i = 0; i < 3; ++i) {
+      const Element root = element({i == 0 ? wavy : i == 1 ? flat : bare});
+      root->setTransform(math::rotation(M_PI / 2, {1, 0, 0}) * math::rotation(row.turn, {0, 1, 0}));
+      images[i] = draw(shotFromFront(root));
+    }
+    const auto meanDifference = [&](const QImage& a, const QImage& b) {
+      double sum = 0;
+      int count = 0;
+      for (int y = 64; y < 192; ++y)
+        for (int x = 64; x < 192; ++x, ++count) sum += std::abs(qRed(a.pixel(x, y)) - qRed(b.pixel(x, y)));
+      return sum / count / 255;
+    };
+    EXPECT_LT(meanDifference(images[0], images[1]), 0.03) << row.name;
+    EXPECT_GT(meanDifference(images[0], images[2]), 0.06) << row.name << ": without relief all would be the same";
+  }
+}
+
+TEST_F(LooksTest, MapsFactorsAndModesCount) {
+  struct Row {
+    const char* name;
+    std::function<void(Material&)> change;
+    std::function<bool(QColor with, QColor without)> holds;
+  };
+  const auto brighter = [](QColor with, QColor without) { return with.red() > without.red() + 20; };
+  const auto darker = [](QColor with, QColor without) { return with.red() < without.red() - 20; };
+  const Row rows[] = {
+      {"emission",
+       [](Material& m) {
+         m.physical->emissive = {0.5f, 0, 0};
+       },
+       brighter},
+      {"emissive texture",
+       [](Material& m) {
+         m.physical->emissive = {1, 1, 1};
+         m.physical->emissiveTexture.texture = filled(QColor(150, 0, 0));
+       },
+       brighter},
+      {"occlusion", [](Material& m) { m.physical->occlusionTexture.texture = filled(QColor(60, 255, 255)); }, darker},
+      {"base colour's texture",
+       [](Material& m) { m.physical->baseColorTexture.texture = filled(QColor(99, 255, 255)); },
+       [](QColor with, QColor without) { return with.red() < without.red() - 20 && with.green() == without.green(); }},
+      {"metal by its texture",
+       [](Material& m) {
+         m.physical->metallic = 1;
+         m.physical->metallicRoughnessTexture.texture = filled(QColor(0, 255, 0));
+       },
+       [](QColor with, QColor without) { return with == without; }},
+      {"below the cutoff",
+       [](Material& m) {
+         m.alphaMode = AlphaMode::Mask;
+         m.physical->baseColorTexture.texture = m.texture = filled(QColor(255, 255, 255, 100));
+       },
+       [](QColor with, QColor) { return with.alpha() == 0; }},
+      {"above the cutoff",
+       [](Material& m) {
+         m.alphaMode = AlphaMode::Mask;
+         m.alphaCutoff = 0.3f;
+         m.physical->baseColorTexture.texture = m.texture = filled(QColor(255, 255, 255, 100));
+       },
+       [](QColor with, QColor without) { return with == without; }},
+      {"blended",
+       [](Material& m) { m.physical->baseColorTexture.texture = m.texture = filled(QColor(255, 255, 255, 100)); },
+       [](QColor with, QColor) { return with.alpha() == 100; }},
+      {"opaque",
+       [](Material& m) {
+         m.alphaMode = AlphaMode::Opaque;
+         m.physical->baseColorTexture.texture = m.texture = filled(QColor(255, 255, 255, 100));
+       },
+       [](QColor with, QColor without) { return with == without; }},
+  };
+  const auto middle = [&](const std::function<void(Material&)>& change, double turn) {
+    const MaterialPointer material = physical([](PhysicalMaterial& m) { m.baseColor = {0.6f, 0.6f, 0.6f, 1}; });
+    if (change) change(*material);
+    const Element root = element({picture(material)});
+    root->setTransform(math::rotation(M_PI / 2 + turn, {1, 0, 0}));
+    return draw(shotFromFront(root)).pixelColor(128, 128);
+  };
+  const QColor without = middle({}, 0);
+  for (const Row& row : rows)
+    EXPECT_TRUE(row.holds(middle(row.change, 0), without))
+        << row.name << ": " << middle(row.change, 0).name().toStdString() << " beside " << without.name().toStdString();
+  const auto oneSided = [](Material& m) { m.doubleSided = false; };
+  EXPECT_EQ(middle(oneSided, 0), without);
+  EXPECT_EQ(middle(oneSided, M_PI).alpha(), 0);
+  EXPECT_EQ(middle({}, M_PI), without) << "a back face is lit from its own side";
+}
+
+TEST_F(LooksTest, SecondCoordinatesAndTransformsPlaceATexture) {
+  QImage halves(2, 2, QImage::Format_RGB32);
+  halves.fill(Qt::red);
+  for (int y = 0; y < 2; ++y) halves.setPixelColor(1, y, Qt::blue);
+  const auto center = [&](int set, const std::array<float, 6>& transform) {
+    const MaterialPointer material = physical([&](PhysicalMaterial& m) {
+      m.baseColorTexture = {new Texture(halves, Sampling{Wrap::Clamp, Wrap::Clamp, false}), set, transform};
+    });
+    material->lit = false;
+    const GeometryPointer geometry = picture(material);
+    for (std::size_t i = 0; i < geometry->vertexCount(); ++i) {
+      geometry->texCoords[2 * i] = 0.25f;
+      geometry->secondTexCoords.insert(geometry->secondTexCoords.end(), {0.75f, 0});
+    }
+    const Element root = element({geometry});
+    root->setTransform(math::rotation(M_PI / 2, {1, 0, 0}));
+    return draw(shotFromFront(root)).pixelColor(128, 128);
+  };
+  EXPECT_EQ(center(0, {1, 0, 0, 0, 1, 0}), QColor(Qt::red));
+  EXPECT_EQ(center(1, {1, 0, 0, 0, 1, 0}), QColor(Qt::blue));
+  EXPECT_EQ(center(0, {1, 0, 0.5f, 0, 1, 0}), QColor(Qt::blue));
+  EXPECT_EQ(center(1, {-1, 0, 1, 0, 1, 0}), QColor(Qt::red));
+}
+
+}  // namespace
+}  // namespace nubo::scene
