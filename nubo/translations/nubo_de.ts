@@ -1066,6 +1066,22 @@
         <translation>&amp;Schräg</translation>
     </message>
     <message>
+        <source>&amp;Drawn As</source>
+        <translation>&amp;Dargestellt als</translation>
+    </message>
+    <message>
+        <source>&amp;Studio</source>
+        <translation>&amp;Studio</translation>
+    </message>
+    <message>
+        <source>&amp;Plain</source>
+        <translation>&amp;Einfach</translation>
+    </message>
+    <message>
+        <source>&amp;Clay</source>
+        <translation>&amp;Ton</translation>
+    </message>
+    <message>
         <source>F&amp;ull Screen</source>
         <translation>Voll&amp;bild</translation>
     </message>

@@ -318,7 +318,7 @@ TEST_F(WindowTest, GoesOnAfterWrongFilesAndNonsenseInSettings) {
   EXPECT_FALSE(message().isEmpty());
 
   window.reset();
-  for (const char* key : {"geometry", "state", "background", "samples", "appearance", "recentFiles", "logLevel",
+  for (const char* key : {"geometry", "state", "background", "samples", "look", "appearance", "recentFiles", "logLevel",
                           "values/grabimage/width", "values/grabvideo/sync", "values/grabimage/filename"})
     main::nuboSettings()->setValue(QStringLiteral("window/") + key, QByteArray("\xff\x00nonsense[", 11));
   ASSERT_NO_FATAL_FAILURE(openWindow());

@@ -1,13 +1,23 @@
 #include "nubo/window/menus/viewmenu.h"
 
+#include <QActionGroup>
 #include <QDockWidget>
+#include <QSettings>
 
+#include "kernel/main/overseer.h"
+#include "module_scene/graph/scene.h"
 #include "nubo/window/look/icons.h"
 #include "nubo/window/look/mnemonics.h"
 #include "nubo/window/menus/savedviews.h"
 #include "nubo/window/panels/panelarea.h"
 
 namespace nubo::window {
+
+namespace {
+
+const QString LookKey = QStringLiteral("window/look");
+
+}  // namespace
 
 ViewMenu::ViewMenu(PanelArea& panels, const QList<QDockWidget*>& docks, QWidget* parent)
     : QMenu(tr("&View"), parent), m_Panels(panels), mp_Saved(new SavedViews(panels, this)) {
@@ -24,6 +34,7 @@ ViewMenu::ViewMenu(PanelArea& panels, const QList<QDockWidget*>& docks, QWidget*
   addSeparator();
   addDirections();
   addMenu(mp_Saved);
+  addLooks();
   addSeparator();
   addFullScreen();
   addSeparator();
@@ -39,6 +50,38 @@ void ViewMenu::addDirections() {
     addAction(
         labels.value(i, views[i]), this, [this, view = views[i]] { m_Panels.activePanel()->showView(view); },
         QKeySequence(QStringLiteral("Ctrl+%1").arg(i + 1)));
+}
+
+/// The look that is pointed at is shown until the menu goes.
+void ViewMenu::addLooks() {
+  QMenu* menu = addMenu(tr("&Drawn As"));
+  menu->setObjectName(QStringLiteral("looksMenu"));
+  auto* group = new QActionGroup(menu);
+  const auto show = [this](const QString& look) {
+    scene::_GlobalScene()->setLook(scene::lookNamed(look).value_or(scene::Look::Studio));
+    m_Panels.updatePanels();
+  };
+  const auto chosen = [] { return main::nuboSettings()->value(LookKey).toString(); };
+  const QStringList looks = scene::lookNames(), labels{tr("&Studio"), tr("&Plain"), tr("&Clay")};
+  for (int i = 0; i < looks.size(); ++i) {
+    QAction* action = menu->addAction(labels.value(i, looks[i]));
+    action->setCheckable(true);
+    action->setChecked(looks[i] == chosen() || (i == 0 && !looks.contains(chosen())));
+    action->setData(looks[i]);
+    group->addAction(action);
+  }
+  addMnemonics(menu->actions());
+  connect(menu, &QMenu::aboutToShow, this, [group] {
+    for (QAction* action : group->actions())
+      action->setChecked(action->data().toString() == scene::nameOf(scene::_GlobalScene()->getLook()));
+  });
+  connect(menu, &QMenu::hovered, this, [show](const QAction* action) { show(action->data().toString()); });
+  connect(menu, &QMenu::aboutToHide, this, [show, group] { show(group->checkedAction()->data().toString()); });
+  connect(menu, &QMenu::triggered, this, [show](const QAction* action) {
+    main::nuboSettings()->setValue(LookKey, action->data().toString());
+    show(action->data().toString());
+  });
+  scene::_GlobalScene()->setLook(*scene::lookNamed(group->checkedAction()->data().toString()));
 }
 
 void ViewMenu::addFullScreen() {

@@ -13,7 +13,8 @@ namespace nubo::window {
 class PanelArea;
 class SavedViews;
 
-/// What it is given must outlive it. Application thread.
+/// Applies the look that stands in the settings when it is made, and keeps there what the user chooses. What it is given
+/// must outlive it. Application thread.
 class ViewMenu : public QMenu {
   Q_OBJECT
  public:
@@ -24,6 +25,7 @@ class ViewMenu : public QMenu {
 
  private:
   void addDirections();
+  void addLooks();
   void addFullScreen();
   void addDocks(const QList<QDockWidget*>& docks);
 

@@ -80,7 +80,7 @@ void ProgressivePanel::paintGL() {
 
 ProgressivePanel::View ProgressivePanel::currentView() const {
   return {getScaledTransformMatrix(), size() * devicePixelRatioF(), scene::_GlobalScene()->getSamples(),
-          scene::_GlobalScene()->changeCount()};
+          scene::_GlobalScene()->getLook(), scene::_GlobalScene()->changeCount()};
 }
 
 void ProgressivePanel::paintThinned() {

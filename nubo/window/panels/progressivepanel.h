@@ -29,9 +29,10 @@ class ProgressivePanel : public gui::ScenePanel {
     math::Matrix4 transform;
     QSize pixels;
     int samples;
+    scene::Look look;
     std::uint64_t changes;  ///< of the scene
     bool operator==(const View& other) const {
-      return transform == other.transform && pixels == other.pixels && samples == other.samples &&
+      return transform == other.transform && pixels == other.pixels && samples == other.samples && look == other.look &&
              changes == other.changes;
     }
   };
