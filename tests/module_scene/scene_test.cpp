@@ -1,9 +1,9 @@
 #include "module_scene/graph/scene.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <QSemaphore>
-#include <atomic>
+#include <future>
 #include <thread>
 
 #include "module_scene/builtin/builtinscene.h"
@@ -12,110 +12,111 @@
 namespace nubo::scene {
 namespace {
 
-using ScenePointer = util::YPointer<Scene>;
+using namespace std::chrono_literals;
 
-// Long enough for another thread to get where it must not get; a fault shows nearly always, a correct program
-// never fails.
-void giveTime() { std::this_thread::sleep_for(std::chrono::milliseconds(50)); }
+class SceneLocks : public testing::Test {
+ protected:
+  using Work = std::future<void>;
 
-TEST(SceneLocks, KeepOutChangesOfWhatTheyNameButNoReaders) {
-  const ScenePointer scene(new Scene);
-  std::atomic<bool> changed{false};
-  SceneLocker lock(scene, LockTransforms);
+  template <class Function>
+  static Work start(Function function) {
+    return std::async(std::launch::async, function);
+  }
+  Work lock(LOCKTYPE type) {
+    return start([=] { const SceneLocker locker(scene, type); });
+  }
+  Work change(LOCKTYPE type) {
+    return start([=] { const SceneChange self(scene, type); });
+  }
+  /// Long enough to get where it must not get; a fault shows nearly always, a correct program never fails.
+  static bool waits(const Work& work) { return work.wait_for(50ms) == std::future_status::timeout; }
+  static bool ends(const Work& work) { return work.wait_for(20s) == std::future_status::ready; }
 
-  std::thread([&] { const SceneLocker other(scene, LockAll); }).join();
-  std::thread([&] { const SceneChange other(scene, LockData); }).join();
-  std::thread change([&] {
-    const SceneChange self(scene, LockAll);
-    changed = true;
-  });
-  giveTime();
-  EXPECT_FALSE(changed);
-  lock.unlock();
-  change.join();
-  EXPECT_TRUE(changed);
+  const util::YPointer<Scene> scene{new Scene};
+};
+
+TEST_F(SceneLocks, KeepOutChangesOfWhatTheyNameButNoReaders) {
+  SceneLocker locker(scene, LockTransforms);
+  EXPECT_TRUE(ends(lock(LockAll)));
+  EXPECT_TRUE(ends(change(LockData)));
+  const std::uint64_t before = scene->changeCount();
+  const Work all = change(LockAll), moves = change(LockTransforms);
+  EXPECT_TRUE(waits(all) && waits(moves));
+  EXPECT_EQ(scene->changeCount(), before);
+  locker.unlock();
+  EXPECT_TRUE(ends(all) && ends(moves));
+  EXPECT_EQ(scene->changeCount(), before + 2);
 }
 
-TEST(SceneLocks, ThreadThatHoldsALockTakesAnotherPastAWaitingChange) {
-  const ScenePointer scene(new Scene);
-  std::atomic<bool> changed{false};
+TEST_F(SceneLocks, ThreadThatHoldsALockTakesAnotherPastAWaitingChange) {
   QSemaphore held, goOn;
-  std::thread reader([&] {
+  const Work reader = start([&] {
     const SceneLocker outer(scene, LockAll);
     held.release();
     goOn.acquire();
     const SceneLocker inner(scene, LockStructure);  // would wait for ever if it queued
-    EXPECT_FALSE(changed);
+    EXPECT_NE(scene->getBackgroundColor(), QColor(Qt::red));
   });
   held.acquire();
-  std::thread changer([&] {
+  const Work changer = start([&] {
     const SceneChange self(scene, LockAll);
     const SceneChange nested(scene, LockData);
     scene->setBackgroundColor(Qt::red);  // a change of its own, inside
-    changed = true;
   });
-  giveTime();
+  EXPECT_TRUE(waits(changer));
   goOn.release();
-  reader.join();
-  changer.join();
+  EXPECT_TRUE(ends(reader) && ends(changer));
   EXPECT_EQ(scene->getBackgroundColor(), QColor(Qt::red));
 }
 
-TEST(SceneLocks, ChangesAreNotStarvedByReadersThatComeLater) {
-  const ScenePointer scene(new Scene);
-  std::atomic<bool> changed{false}, changedBeforeLateReader{false};
+TEST_F(SceneLocks, ChangesAreNotStarvedByReadersThatComeLater) {
   QSemaphore held, goOn;
-  std::thread reader([&] {
-    const SceneLocker lock(scene, LockAll);
+  const Work reader = start([&] {
+    const SceneLocker locker(scene, LockAll);
     held.release();
     goOn.acquire();
   });
   held.acquire();
-  std::thread changer([&] {
-    const SceneChange self(scene, LockAll);
-    changed = true;
+  const Work changer = change(LockAll);
+  EXPECT_TRUE(waits(changer));
+  std::uint64_t changesBeforeLateReader = 0;
+  const Work lateReader = start([&] {
+    const SceneLocker locker(scene, LockAll);
+    changesBeforeLateReader = scene->changeCount();
   });
-  giveTime();
-  std::thread lateReader([&] {
-    const SceneLocker lock(scene, LockAll);
-    changedBeforeLateReader = changed.load();
-  });
-  giveTime();
+  EXPECT_TRUE(waits(lateReader));
   { const SceneLocker applicationThread(scene, LockAll); }  // passes, although a change waits
-  EXPECT_FALSE(changed);
+  EXPECT_TRUE(waits(changer));
   goOn.release();
-  for (std::thread* thread : {&reader, &changer, &lateReader}) thread->join();
-  EXPECT_TRUE(changedBeforeLateReader);
+  EXPECT_TRUE(ends(reader) && ends(changer) && ends(lateReader));
+  EXPECT_EQ(changesBeforeLateReader, 1u);
 }
 
-TEST(SceneLocks, ReadersOnManyThreadsNeverSeeHalfAChange) {
-  const ScenePointer scene(new Scene);
+TEST_F(SceneLocks, ReadersOnManyThreadsNeverSeeHalfAChange) {
   int first = 0, second = 0;  // deliberately not atomic
-  std::atomic<int> torn{0};
-  std::vector<std::thread> threads;
+  std::vector<Work> threads;
   for (int t = 0; t < 3; ++t) {
-    threads.emplace_back([&] {
+    threads.push_back(start([&] {
       for (int i = 0; i < 500; ++i) {
         const SceneChange change(scene, LockTransforms);
         ++first;
         std::this_thread::yield();
         ++second;
       }
-    });
-    threads.emplace_back([&] {
+    }));
+    threads.push_back(start([&] {
       for (int i = 0; i < 500; ++i) {
-        const SceneLocker lock(scene, LockAll);
-        if (first != second) ++torn;
+        const SceneLocker locker(scene, LockAll);
+        if (first != second) ADD_FAILURE() << first << " is not " << second;
       }
-    });
+    }));
   }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(torn, 0);
+  for (const Work& thread : threads) EXPECT_TRUE(ends(thread));
   EXPECT_EQ(first, 1500);
 }
 
 TEST(Scene, ReplacedRootLivesAsLongAsSomebodyHoldsIt) {
-  const ScenePointer scene(new Scene);
+  const util::YPointer<Scene> scene(new Scene);
   EXPECT_FALSE(scene->getRootNode());
   scene->setRootNode(new SceneElement(QStringLiteral("old")));
   const auto old = scene->getRootNode();
@@ -123,6 +124,7 @@ TEST(Scene, ReplacedRootLivesAsLongAsSomebodyHoldsIt) {
   EXPECT_FALSE(scene->getRootNode());
   EXPECT_EQ(old->getName(), QStringLiteral("old"));
   EXPECT_EQ(old->referenceCount(), 1);
+  EXPECT_EQ(scene->changeCount(), 2u);
 }
 
 TEST(SceneElement, KnowsItsPlaceInTheTree) {
