@@ -102,17 +102,26 @@ TEST_F(Trajectory, AnimationsAreSampledUpToTheirEnd) {
   expectNear(math::transformPoint(arm->getTransform(), {1, 0, 0}), {8, 2, 0});
   expectNear(math::transformPoint(hand->getTransform(), {0, 0, 0}), {3, 0, 0});
 
-  info = createAnimationTrajectory({first}, 3.5, error);  // the end falls between frames, and is not left out
-  ASSERT_TRUE(info);
-  EXPECT_EQ(info->getMatrixMapList()->size(), 5u);
-  info->setPosition(4);
-  expectNear(math::transformPoint(arm->getTransform(), {0, 0, 0}), {8, 0, 0});
-
-  EXPECT_FALSE(createAnimationTrajectory({}, 25, error));
-  EXPECT_FALSE(error.isEmpty());
+  struct Row {
+    const char* name;
+    double duration, framesPerSecond;
+    std::size_t steps;  ///< 0: it is refused
+  };
+  for (const Row& row : {Row{"an end between frames is not left out", 1, 3.5, 5},
+                         Row{"an end on a frame is the last", 1.1, 10, 12},  // 11.000000000000002 frames
+                         Row{"too long", 1e12, 25, 0}, Row{"no frames", 1, 0, 0}}) {
+    SCOPED_TRACE(row.name);
+    error.clear();
+    first.duration = first.tracks[0].translations[1].time = row.duration;
+    info = createAnimationTrajectory({first}, row.framesPerSecond, error);
+    EXPECT_EQ(error.isEmpty(), row.steps > 0);
+    ASSERT_EQ(info ? info->getMatrixMapList()->size() : 0, row.steps);
+    if (!info) continue;
+    info->setPosition(row.steps - 1);
+    expectNear(math::transformPoint(arm->getTransform(), {0, 0, 0}), {8, 0, 0});
+  }
   error.clear();
-  first.duration = 1e12;
-  EXPECT_FALSE(createAnimationTrajectory({first}, 25, error));
+  EXPECT_FALSE(createAnimationTrajectory({}, 25, error));
   EXPECT_FALSE(error.isEmpty());
 }
 
