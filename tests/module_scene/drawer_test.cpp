@@ -147,17 +147,26 @@ TEST_F(DrawerTest, PutsWhatIsThereUprightIntoTheMiddleAndLeavesTheRest) {
 }
 
 TEST_F(DrawerTest, LightComesFromAboveAndIsTheSameForAllSizes) {
+  const auto shade = [&](const math::Vector3& normal) {
+    Shot shot;
+    const GeometryPointer lit = square(QColor(200, 200, 200));
+    lit->material->lit = true;
+    for (std::size_t i = 0; i < lit->normals.size(); ++i) lit->normals[i] = float(normal[i % 3]);
+    shot.root = element({lit});
+    return center(shot).green();
+  };
+  EXPECT_GT(shade({0, 0.6, 0.8}), 200);
+  EXPECT_LT(shade({0, -0.6, 0.8}), 150);
+  EXPECT_NEAR(shade({0, -0.98, 0.2}), 0.22 * 200, 1) << "a little comes from everywhere";
+
   Shot shot;
-  shot.root = element({bumpyBall(QColor(200, 200, 200), 60, 1, 0)});
-  const QImage picture = draw(shot);
-  const int high = qGreen(picture.pixel(128, 58)), low = qGreen(picture.pixel(128, 198));
-  EXPECT_GT(high, low + 40);
-  EXPECT_GT(low, 30) << "a little comes from everywhere";
-  for (const double factor : {0.01, 30.0}) {
-    const double radius = 1 / factor;
-    shot.root = element({bumpyBall(QColor(200, 200, 200), 60, radius, 0)}, math::scaling(factor, factor, factor));
-    expectAlmostEqual(draw(shot), picture, 0);
-  }
+  const auto ball = [&](double factor) {
+    const auto geometry = bumpyBall(QColor(200, 200, 200), 60, 1 / factor);
+    shot.root = element({geometry}, math::scaling(factor, factor, factor));
+    return draw(shot);
+  };
+  const QImage expected = ball(1);
+  for (const double factor : {0.01, 30.0}) expectAlmostEqual(ball(factor), expected, 40);
 }
 
 TEST_F(DrawerTest, TexturesStandUprightAndRepeatIfTheyShall) {
@@ -216,6 +225,18 @@ TEST_F(DrawerTest, TransparencyIsSortedAndCarriedInAlpha) {
   opaque->texCoords.assign(8, 0.5f);
   opaque->colors.assign(16, 102);  // 0.4
   prepare(*opaque);
+  // Ahead of the blue one in the middle, although most of it lies behind it.
+  const GeometryPointer steep =
+      test::quad({-2, -1, -3, 0.4f, -1, 0.3f, 0.4f, 1, 0.3f, -2, 1, -3}, {1, 0, 0, 128 / 255.f});
+  // A near side that comes before its far side.
+  const GeometryPointer body = test::quad({-1, -1, 0, 1, -1, 0, 1, 1, 0, -1, 1, 0}, {1, 1, 1, 1});
+  body->positions.insert(body->positions.end(), {-1, -1, -0.1f, 1, -1, -0.1f, 1, 1, -0.1f, -1, 1, -0.1f});
+  body->indices.insert(body->indices.end(), {4, 6, 5, 4, 7, 6});
+  for (int i = 0; i < 8; ++i)
+    body->colors.insert(body->colors.end(), {std::uint8_t(i < 4 ? 255 : 0), 0, std::uint8_t(i < 4 ? 0 : 255), 128});
+  body->normals.clear();
+  body->clusters.clear();
+  prepare(*body);
   const double a = 128 / 255.0, both = 1 - (1 - a) * (1 - a);
   struct Row {
     const char* name;
@@ -228,6 +249,8 @@ TEST_F(DrawerTest, TransparencyIsSortedAndCarriedInAlpha) {
       {"glass in a frame", {red}, 65535, {255 * a + 40 * (1 - a), 80 * (1 - a), 120 * (1 - a), 128}},
       {"from the front", {red, blue}, 3, {255 * a / both, 0, 255 * a * (1 - a) / both, 255 * both}},
       {"from the back", {blue, red}, 3, {255 * a / both, 0, 255 * a * (1 - a) / both, 255 * both}},
+      {"a body's far side first", {body}, 3, {255 * a / both, 0, 255 * a * (1 - a) / both, 255 * both}},
+      {"crossing", {steep, blue}, 3, {255 * a * (1 - a) / both, 0, 255 * a / both, 255 * both}},
       {"what is opaque stays so behind glass", {red, hidden, green}, 3, {255 * a, 255 * (1 - a), 0, 255}},
       {"alpha of an opaque material means nothing", {opaque}, LayerModel, {80, 40, 20, 255}},
       {"only what is opaque", {red, green}, LayerModel, {0, 255, 0, 255}},
@@ -471,12 +494,14 @@ TEST_F(DrawerTest, PutsBackTheStateItFound) {
   gl->glGenBuffers(2, buffers.data());
   GLuint texture = 0;
   gl->glGenTextures(1, &texture);
-  QOpenGLFramebufferObject fbo(64, 64, QOpenGLFramebufferObject::CombinedDepthStencil);
+  const auto combined = QOpenGLFramebufferObject::CombinedDepthStencil;
+  QOpenGLFramebufferObject fbo(64, 64, combined), readFrom(64, 64, combined);
   const auto setUp = [&] {
     gl->glBindBuffer(GL_ARRAY_BUFFER, buffers[0]);
     gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, buffers[1]);
     gl->glBindTexture(GL_TEXTURE_2D, texture);
     fbo.bind();
+    gl->glBindFramebuffer(GL_READ_FRAMEBUFFER, readFrom.handle());
     glViewport(1, 2, 33, 44);
     for (const GLenum on : {GL_BLEND, GL_CULL_FACE, GL_SCISSOR_TEST}) glEnable(on);
     glBlendFunc(GL_ONE, GL_ONE);
@@ -489,7 +514,7 @@ TEST_F(DrawerTest, PutsBackTheStateItFound) {
     glEnableClientState(GL_VERTEX_ARRAY);
     for (const GLenum mode : {GL_MODELVIEW, GL_PROJECTION}) {
       glMatrixMode(mode);
-      glLoadMatrixd(math::translation(0, 0, mode == GL_MODELVIEW ? -1 : -2).data());
+      glLoadMatrixd((mode == GL_MODELVIEW ? math::translation(0, 0, -1) : math::scaling(0.5, 0.5, -0.2)).data());
     }
   };
   const auto capture = [&] {
