@@ -65,7 +65,7 @@ class Soak {
       : m_Random(seed), m_Models(models), m_Overseer(m_Folder.filePath("settings.ini")) {
     for (const char* key : {"lastGrabImageDirectory", "lastGrabVideoDirectory"})
       main::nuboSettings()->setValue(key, m_Folder.path());
-    main::ModuleManager::getInstance()->loadModules(NUBO_TEST_BIN_DIR "/modules", [](const QString&) {});
+    main::ModuleManager::getInstance()->loadModules(NUBO_BIN_DIR "/modules", [](const QString&) {});
     QObject::connect(&m_Answers, &QTimer::timeout, &m_Answers, [this] { answer(); });
     m_Answers.start(150);
   }
@@ -308,7 +308,7 @@ class Soak {
 
 int main(int argc, char** argv) {
   QStandardPaths::setTestModeEnabled(true);
-  QCoreApplication::addLibraryPath(NUBO_TEST_BIN_DIR "/plugins");
+  QCoreApplication::addLibraryPath(NUBO_BIN_DIR "/plugins");
   const QApplication application(argc, argv);
   QApplication::setQuitOnLastWindowClosed(false);
   const QStringList words = application.arguments();
