@@ -109,9 +109,9 @@ class Package : public testing::Test {
 std::unique_ptr<QTemporaryDir> Package::s_Directory;
 
 TEST_F(Package, TellsWhatItNeeds) {
-  EXPECT_THAT(field("nubo", "Depends"), testing::AllOf(HasSubstr("libqt5widgets5"), HasSubstr("libassimp5"),
-                                                       HasSubstr("libavcodec"), HasSubstr("libdeflate"),
-                                                       HasSubstr("qttranslations5-l10n")));
+  EXPECT_THAT(field("nubo", "Depends"),
+              testing::AllOf(HasSubstr("libqt5widgets5"), HasSubstr("libassimp5"), HasSubstr("libavcodec"),
+                             HasSubstr("libdeflate"), HasSubstr("qttranslations5-l10n")));
   EXPECT_THAT(field("nubo-dev", "Depends"), HasSubstr("nubo (= "));
 }
 

@@ -13,8 +13,8 @@ namespace nubo::window {
 class PanelArea;
 class SavedViews;
 
-/// Applies the look that stands in the settings when it is made, and keeps there what the user chooses. What it is given
-/// must outlive it. Application thread.
+/// Applies the look that stands in the settings when it is made, and keeps there what the user chooses. What it is
+/// given must outlive it. Application thread.
 class ViewMenu : public QMenu {
   Q_OBJECT
  public:
