@@ -31,7 +31,12 @@ bool AvEncoder::initEncoding() {
   return guarded("nubo::grab::video::av::AvEncoder::initEncoding", [this] {
     if (!mp_Device) throw Error(QStringLiteral("There is no output file"));
     m_Pipeline = std::make_unique<Pipeline>(m_Format, Picture{m_Width, m_Height, m_Fps, m_Bitrate}, mp_Device);
-    m_Cadence = FrameCadence(m_Fps);
+    m_Cadence = FrameCadence(m_Pipeline->fps());
+    if (m_Pipeline->fps() != m_Fps)
+      NUBO_LOG(nubo::log::Note, "nubo::grab::video::av::AvEncoder::initEncoding",
+               QStringLiteral("Players show at most %1 frames of a .%2 file per second; it is written with so many")
+                   .arg(m_Pipeline->fps())
+                   .arg(QLatin1String(m_Format.extension)));
   });
 }
 

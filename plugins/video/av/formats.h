@@ -16,6 +16,7 @@ struct Format {
   bool hasTargetBitrate;    ///< false: the quality is fixed and the bit rate setting has no effect
   bool isFragmented;        ///< written in fragments, to be merged when the file is complete
   int maxFps;               ///< more do not fit the container's clock; 0: no limit
+  int shownFps;             ///< players show more of them slowly: with more, it is written with so many; 0: no limit
   void (*edit)(AVPacket*);  ///< changes each packet before it is written; can be null
 };
 

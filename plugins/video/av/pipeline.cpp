@@ -90,13 +90,15 @@ Frame rawFrame(const Picture& picture) {
   return frame;
 }
 
-const Picture& checked(const Format& format, const Picture& picture) {
+/// The picture as the format can have it.
+Picture fitted(const Format& format, Picture picture) {
   if (picture.width < 1 || picture.height < 1) throw Error(QStringLiteral("The frames are empty"));
   if (picture.fps < 1) throw Error(QStringLiteral("The frame rate is below 1"));
   if (format.maxFps != 0 && picture.fps > format.maxFps)
     throw Error(QStringLiteral("A .%1 file has room for at most %2 frames per second")
                     .arg(QLatin1String(format.extension))
                     .arg(format.maxFps));
+  if (format.shownFps != 0) picture.fps = std::min(picture.fps, format.shownFps);
   return picture;
 }
 
@@ -108,9 +110,12 @@ QByteArray filterFor(const Format& format, const Picture& picture) {
 
 }  // namespace
 
-Pipeline::Pipeline(const Format& format, const Picture& picture, QIODevice* device)
+Pipeline::Pipeline(const Format& format, const Picture& wanted, QIODevice* device)
+    : Pipeline(device, format, fitted(format, wanted)) {}
+
+Pipeline::Pipeline(QIODevice* device, const Format& format, const Picture& picture)
     : m_Format(format),
-      m_Filter(filterFor(format, checked(format, picture)), picture.width, picture.height, picture.fps, threadCount()),
+      m_Filter(filterFor(format, picture), picture.width, picture.height, picture.fps, threadCount()),
       m_Codec(openCodec(format, picture, m_Filter.pixelFormat(), m_Filter.timeBase())),
       m_Muxer(device, format.muxer, format.muxerOptions, *parametersOf(m_Codec.get()), picture.fps),
       m_Raw(rawFrame(picture)),

@@ -20,7 +20,7 @@ struct Picture {
 class Pipeline {
  public:
   /// Writes the beginning of the file. The format and the device outlive this.
-  Pipeline(const Format& format, const Picture& picture, QIODevice* device);
+  Pipeline(const Format& format, const Picture& wanted, QIODevice* device);
 
   /// Reads the device's next bytes, a raw frame.
   void readFrame(QIODevice* chunk);
@@ -34,8 +34,13 @@ class Pipeline {
   void finish() { m_Muxer.finish(); }
 
   qint64 frames() const { return m_Frames; }
+  /// The video's frames per second, which can be fewer than asked for.
+  int fps() const { return m_Codec->framerate.num; }
 
  private:
+  /// The picture fits the format.
+  Pipeline(QIODevice* device, const Format& format, const Picture& picture);
+
   void encodeConverted();
   void writePackets();
 

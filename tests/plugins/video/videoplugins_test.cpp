@@ -161,6 +161,11 @@ TEST_P(FreeRecordings, ShowTheirFramesForAsLongAsTheyStood) {
   }
 }
 
+TEST_F(VideoPlugins, AGifHasNoMoreFramesThanPlayersShow) {
+  encode(file("fast.gif"), {chunk(0, 30).release()}, 60);
+  EXPECT_NEAR(probe(file("fast.gif"))["duration"].toDouble(), 30 / 50.0, 0.001);
+}
+
 /// A chunk that tells when the worker has done with it, which is when a kill would find it in the file.
 class WatchedChunk : public QBuffer {
  public:
