@@ -35,6 +35,7 @@ ReaderFormat readFormat(const QJsonObject& source) {
   ReaderFormat format;
   for (const QJsonValue& suffix : source[QStringLiteral("suffixes")].toArray())
     if (!suffix.toString().isEmpty()) format.suffixes << suffix.toString().toLower();
+  format.contentOnly = source[QStringLiteral("contentOnly")].toBool();
   format.description = source[QStringLiteral("description")].toString();
   for (const QJsonValue& signature : source[QStringLiteral("begins")].toArray()) {
     format.signatures.push_back(readSignature(signature.toObject()));
@@ -102,7 +103,7 @@ ReaderChoice chooseReader(const std::vector<ReaderEntry>& readers, const QString
     for (const ReaderFormat& format : reader.formats) {
       const bool named = format.suffixes.contains(suffix), begins = matches(format, bytes);
       if (named && begins) return {&reader, suffix, true};
-      if (named && !bySuffix.reader) bySuffix = {&reader, suffix, false};
+      if (named && !format.contentOnly && !bySuffix.reader) bySuffix = {&reader, suffix, false};
       if (begins && !byContent.reader) byContent = {&reader, format.suffixes.first(), true};
     }
   return byContent.reader ? byContent : bySuffix;

@@ -26,6 +26,7 @@ struct ReaderFormat {
   QStringList suffixes;  ///< without dots, lower case
   QString description;
   std::vector<Signature> signatures;  ///< any of them; none: the format is known by suffixes only
+  bool contentOnly = false;           ///< a suffix alone does not make a file one of this format
 };
 
 /// A reader plug-in, as the file beside its library tells.

@@ -1,6 +1,5 @@
 #include "plugins/readers/assimp/materialconverter.h"
 
-#include <assimp/GltfMaterial.h>
 #include <assimp/material.h>
 #include <assimp/scene.h>
 
@@ -72,8 +71,7 @@ class Textures {
 
 class MaterialConverter {
  public:
-  MaterialConverter(const aiMaterial& source, bool linear, Textures& textures)
-      : m_Source(source), m_Linear(linear), m_Textures(textures) {}
+  MaterialConverter(const aiMaterial& source, Textures& textures) : m_Source(source), m_Textures(textures) {}
 
   Material convert() {
     Material material;
@@ -84,8 +82,7 @@ class MaterialConverter {
     if (!color(material.diffuse, AI_MATKEY_BASE_COLOR)) color(material.diffuse, AI_MATKEY_COLOR_DIFFUSE);
     // A material that is said to be wholly invisible was written by a program that meant the contrary.
     const float opacity = number(AI_MATKEY_OPACITY, 1);
-    if (!m_Linear) material.diffuse[3] = opacity > 0 ? opacity : 1.0f;
-    setAlphaMode(material);
+    material.diffuse[3] = opacity > 0 ? opacity : 1.0f;
     setTexture(material);
     setHighlight(material);
     if (m_Source.GetTextureCount(aiTextureType_EMISSIVE) == 0)  // else only parts of it glow
@@ -98,7 +95,6 @@ class MaterialConverter {
     aiColor4D value(0, 0, 0, 1);
     if (m_Source.Get(key, type, index, value) != aiReturn_SUCCESS) return false;
     result = {value.r, value.g, value.b, value.a};
-    for (std::size_t i = 0; i < 3 && m_Linear; ++i) result[i] = displayValue(result[i]);
     return true;
   }
   float number(const char* key, unsigned type, unsigned index, float otherwise) const {
@@ -107,17 +103,9 @@ class MaterialConverter {
     return there ? float(value) : otherwise;
   }
 
-  void setAlphaMode(Material& material) const {
-    aiString mode;
-    if (m_Source.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) != aiReturn_SUCCESS) return;
-    if (mode == aiString("OPAQUE")) material.alphaMode = AlphaMode::Opaque;
-    if (mode == aiString("MASK")) material.alphaMode = AlphaMode::Mask;
-    material.alphaCutoff = number(AI_MATKEY_GLTF_ALPHACUTOFF, 0.5f);
-  }
-
   void setTexture(Material& material) {
     // In files with this value a colour tints the texture; in the others the texture stands in its place.
-    material.textureReplacesColor = !m_Linear && number("$mat.illum", 0, 0, -1) < 0;
+    material.textureReplacesColor = number("$mat.illum", 0, 0, -1) < 0;
     for (const aiTextureType type : {aiTextureType_BASE_COLOR, aiTextureType_DIFFUSE}) {
       aiString path;
       if (m_Source.GetTexture(type, 0, &path) != aiReturn_SUCCESS || path.length == 0) continue;
@@ -158,20 +146,15 @@ class MaterialConverter {
   }
 
   const aiMaterial& m_Source;
-  const bool m_Linear;  ///< whether colours are linear light
   Textures& m_Textures;
 };
 
 }  // namespace
 
-float displayValue(float linear) {
-  return linear <= 0.0031308f ? linear * 12.92f : 1.055f * std::pow(linear, 1 / 2.4f) - 0.055f;
-}
-
-void convertMaterials(const aiScene& source, bool linear, Model& model, Output& output) {
+void convertMaterials(const aiScene& source, Model& model, Output& output) {
   Textures textures(source, model, output);
   for (unsigned i = 0; i < source.mNumMaterials; ++i)
-    model.materials.push_back(MaterialConverter(*source.mMaterials[i], linear, textures).convert());
+    model.materials.push_back(MaterialConverter(*source.mMaterials[i], textures).convert());
 }
 
 }  // namespace nubo::reader

@@ -84,8 +84,7 @@ bool isMadeUp(const aiMaterial& material) {
 
 void SceneConverter::convert() {
   m_Output.model.upright = columnsOf(uprightFor(m_Format, m_Source));
-  const bool linear = m_Format == "gltf" || m_Format == "glb" || m_Format == "vrm";
-  convertMaterials(m_Source, linear, m_Output.model, m_Output);
+  convertMaterials(m_Source, m_Output.model, m_Output);
   convertNodes();
   for (unsigned i = 0; i < m_Source.mNumMeshes; ++i) {
     convertMesh(*m_Source.mMeshes[i]);
@@ -113,14 +112,10 @@ void SceneConverter::convertMesh(const aiMesh& source) {
 
 /// Colours stand in the place of the material's.
 void SceneConverter::convertColors(const aiMesh& source, Mesh& mesh) {
-  const bool linear = m_Format == "gltf" || m_Format == "glb" || m_Format == "vrm";
-  const auto* material = mesh.material != None ? &m_Output.model.materials[std::size_t(mesh.material)] : nullptr;
   mesh.colors = m_Output.array<std::uint8_t>(std::size_t(source.mNumVertices) * 4);
   for (std::size_t i = 0; i < mesh.colors.size(); ++i) {
     float value = source.mColors[0][i / 4][unsigned(i % 4)];
     value = std::isfinite(value) ? std::clamp(value, 0.0f, 1.0f) : 1.0f;
-    if (linear && i % 4 < 3) value = displayValue(value);
-    if (linear && material) value *= std::clamp(material->diffuse[i % 4], 0.0f, 1.0f);
     mesh.colors[i] = std::uint8_t(std::lround(value * 255));
   }
 }

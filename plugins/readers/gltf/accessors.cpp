@@ -1,0 +1,166 @@
+#include "plugins/readers/gltf/accessors.h"
+
+#include <meshoptimizer.h>
+
+#include <algorithm>
+
+namespace nubo::reader {
+namespace {
+
+[[noreturn]] void throwDamaged() { throw Refusal("the file is damaged: it has fewer bytes than its parts need"); }
+
+std::size_t sizeOfComponent(int componentType) {
+  const std::int32_t size = tinygltf::GetComponentSizeInBytes(std::uint32_t(componentType));
+  if (size <= 0) throw Refusal("the file is damaged: its numbers are of no known type");
+  return std::size_t(size);
+}
+
+/// Whether `count` values from `offset` on, `stride` apart, lie within `size` bytes.
+bool fits(std::size_t size, std::size_t offset, std::size_t count, std::size_t stride, std::size_t each) {
+  if (count == 0) return true;
+  if (offset > size || each > size - offset) return false;
+  return stride == 0 || count - 1 <= (size - offset - each) / stride;
+}
+
+template <class T>
+double number(const unsigned char* bytes, double greatest) {
+  T value;
+  std::memcpy(&value, bytes, sizeof value);
+  return greatest > 0 ? std::max(double(value) / greatest, -1.0) : double(value);
+}
+
+double numberOf(const tinygltf::Value& value, const char* key) {
+  const tinygltf::Value& member = value.Get(key);
+  return member.IsNumber() ? member.GetNumberAsDouble() : -1;
+}
+
+}  // namespace
+
+double componentAt(const unsigned char* bytes, int componentType, bool normalized) {
+  switch (componentType) {
+    case TINYGLTF_COMPONENT_TYPE_BYTE:
+      return number<std::int8_t>(bytes, normalized ? 127 : 0);
+    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
+      return number<std::uint8_t>(bytes, normalized ? 255 : 0);
+    case TINYGLTF_COMPONENT_TYPE_SHORT:
+      return number<std::int16_t>(bytes, normalized ? 32767 : 0);
+    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT:
+      return number<std::uint16_t>(bytes, normalized ? 65535 : 0);
+    case TINYGLTF_COMPONENT_TYPE_INT:
+      return number<std::int32_t>(bytes, 0);
+    case TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT:
+      return number<std::uint32_t>(bytes, 0);
+    case TINYGLTF_COMPONENT_TYPE_FLOAT:
+      return number<float>(bytes, 0);
+    case TINYGLTF_COMPONENT_TYPE_DOUBLE:
+      return number<double>(bytes, 0);
+  }
+  return 0;
+}
+
+int Accessors::components(int accessor) const {
+  const int count = tinygltf::GetNumComponentsInType(std::uint32_t(elementOf(m_Source.accessors, accessor).type));
+  if (count <= 0) throw Refusal("the file is damaged: its values are of no known type");
+  return count;
+}
+
+Accessors::Bytes Accessors::view(int bufferView) {
+  const tinygltf::BufferView& source = elementOf(m_Source.bufferViews, bufferView);
+  for (const char* packing : {"EXT_meshopt_compression", "KHR_meshopt_compression"})
+    if (const auto found = source.extensions.find(packing); found != source.extensions.end())
+      return unpacked(bufferView, found->second);
+  const auto& bytes = elementOf(m_Source.buffers, source.buffer).data;
+  if (source.byteOffset > bytes.size() || source.byteLength > bytes.size() - source.byteOffset) throwDamaged();
+  return {bytes.data() + source.byteOffset, source.byteLength};
+}
+
+Accessors::Bytes Accessors::unpacked(int bufferView, const tinygltf::Value& packing) {
+  std::vector<unsigned char>& result = m_Unpacked[bufferView];
+  if (!result.empty()) return {result.data(), result.size()};
+  const auto& bytes = elementOf(m_Source.buffers, int(numberOf(packing, "buffer"))).data;
+  const double offset = std::max(0.0, numberOf(packing, "byteOffset")), length = numberOf(packing, "byteLength");
+  const double count = numberOf(packing, "count"), stride = numberOf(packing, "byteStride");
+  constexpr double Most = 4e9, WidestStride = 256;
+  if (!(count > 0 && count < Most && stride > 0 && stride <= WidestStride && length > 0 &&
+        offset + length <= double(bytes.size())))
+    throwDamaged();
+  const auto values = std::size_t(count), each = std::size_t(stride);
+  const unsigned char* from = bytes.data() + std::size_t(offset);
+  const std::string mode = packing.Get("mode").IsString() ? packing.Get("mode").Get<std::string>() : "";
+  const bool isIndex = mode != "ATTRIBUTES";
+  if ((isIndex && each != 2 && each != 4) || (!isIndex && each % 4 != 0) || (mode == "TRIANGLES" && values % 3 != 0))
+    throwDamaged();
+  result.resize(values * each);
+  int error = 1;
+  if (mode == "ATTRIBUTES") error = meshopt_decodeVertexBuffer(result.data(), values, each, from, std::size_t(length));
+  if (mode == "TRIANGLES") error = meshopt_decodeIndexBuffer(result.data(), values, each, from, std::size_t(length));
+  if (mode == "INDICES") error = meshopt_decodeIndexSequence(result.data(), values, each, from, std::size_t(length));
+  if (error != 0) throwDamaged();
+  const std::string filter = packing.Get("filter").IsString() ? packing.Get("filter").Get<std::string>() : "";
+  if (filter == "OCTAHEDRAL" && (each == 4 || each == 8)) meshopt_decodeFilterOct(result.data(), values, each);
+  if (filter == "QUATERNION" && each == 8) meshopt_decodeFilterQuat(result.data(), values, each);
+  if (filter == "EXPONENTIAL") meshopt_decodeFilterExp(result.data(), values, each);
+  m_Output.progress(-1);
+  return {result.data(), result.size()};
+}
+
+/// Calls put(value, component's bytes) for each value, and again for those that a sparse accessor replaces.
+template <class Put>
+void Accessors::visit(int number, const Put& put) {
+  const tinygltf::Accessor& accessor = elementOf(m_Source.accessors, number);
+  const std::size_t each = sizeOfComponent(accessor.componentType) * std::size_t(components(number));
+  if (accessor.bufferView >= 0) {
+    const Bytes bytes = view(accessor.bufferView);
+    const std::size_t stated = m_Source.bufferViews[std::size_t(accessor.bufferView)].byteStride;
+    const std::size_t stride = stated > 0 ? stated : each;
+    if (!fits(bytes.size, accessor.byteOffset, accessor.count, stride, each)) throwDamaged();
+    for (std::size_t i = 0; i < accessor.count; ++i) put(i, bytes.data + accessor.byteOffset + i * stride);
+  }
+  if (!accessor.sparse.isSparse || accessor.sparse.count <= 0) return;
+  const auto& sparse = accessor.sparse;
+  const auto count = std::size_t(sparse.count);
+  const Bytes places = view(sparse.indices.bufferView), values = view(sparse.values.bufferView);
+  const std::size_t width = sizeOfComponent(sparse.indices.componentType);
+  const auto firstPlace = std::size_t(std::max(0, sparse.indices.byteOffset));
+  const auto firstValue = std::size_t(std::max(0, sparse.values.byteOffset));
+  if (!fits(places.size, firstPlace, count, width, width) || !fits(values.size, firstValue, count, each, each))
+    throwDamaged();
+  for (std::size_t i = 0; i < count; ++i) {
+    const double place = componentAt(places.data + firstPlace + i * width, sparse.indices.componentType, false);
+    if (!(place >= 0 && place < double(accessor.count))) throwDamaged();
+    put(std::size_t(place), values.data + firstValue + i * each);
+  }
+}
+
+Array<float> Accessors::floats(int number, int each, float missing) {
+  const tinygltf::Accessor& accessor = elementOf(m_Source.accessors, number);
+  const int there = std::min(components(number), each);
+  const std::size_t width = sizeOfComponent(accessor.componentType);
+  const Array<float> result = m_Output.array<float>(accessor.count * std::size_t(each));
+  if (there < each && missing != 0) std::fill(result.begin(), result.end(), missing);
+  visit(number, [&](std::size_t i, const unsigned char* bytes) {
+    for (int k = 0; k < there; ++k)
+      result[i * std::size_t(each) + std::size_t(k)] =
+          float(componentAt(bytes + std::size_t(k) * width, accessor.componentType, accessor.normalized));
+  });
+  m_Output.progress(-1);
+  return result;
+}
+
+std::vector<std::uint32_t> Accessors::integers(int number, int each) {
+  const tinygltf::Accessor& accessor = elementOf(m_Source.accessors, number);
+  const int there = std::min(components(number), each);
+  const std::size_t width = sizeOfComponent(accessor.componentType);
+  constexpr double Most = 0xFFFFFFFF;
+  constexpr std::size_t MostValues = std::size_t(1) << 32;
+  if (accessor.count > MostValues) throwDamaged();
+  std::vector<std::uint32_t> result(accessor.count * std::size_t(each));
+  visit(number, [&](std::size_t i, const unsigned char* bytes) {
+    for (int k = 0; k < there; ++k)
+      result[i * std::size_t(each) + std::size_t(k)] = std::uint32_t(
+          std::clamp(componentAt(bytes + std::size_t(k) * width, accessor.componentType, false), 0.0, Most));
+  });
+  return result;
+}
+
+}  // namespace nubo::reader

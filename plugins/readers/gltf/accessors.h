@@ -1,0 +1,54 @@
+// The values of a glTF file's accessors.
+#pragma once
+
+#include <tiny_gltf.h>
+
+#include <map>
+
+#include "module_scene/io/reader/reader.h"
+
+namespace nubo::reader {
+
+/// The element of a list that an index names; throws Refusal where there is none.
+template <class T>
+const T& elementOf(const std::vector<T>& list, int index) {
+  if (index < 0 || std::size_t(index) >= list.size())
+    throw Refusal("the file is damaged: it names what it does not have");
+  return list[std::size_t(index)];
+}
+
+/// Reads accessors of all types, normalised or not, sparse or not, also from views that meshopt has packed. Throws
+/// Refusal for what is not there.
+class Accessors {
+ public:
+  /// Both must outlive this.
+  Accessors(const tinygltf::Model& source, Output& output) : m_Source(source), m_Output(output) {}
+
+  std::size_t count(int accessor) const { return elementOf(m_Source.accessors, accessor).count; }
+  /// How many numbers each value has.
+  int components(int accessor) const;
+  /// `each` numbers of each value; those that an accessor lacks are `missing`.
+  Array<float> floats(int accessor, int each, float missing = 0);
+  /// Whole numbers, `each` of each value.
+  std::vector<std::uint32_t> integers(int accessor, int each);
+  /// The bytes of a view.
+  struct Bytes {
+    const unsigned char* data;
+    std::size_t size;
+  };
+  Bytes view(int bufferView);
+
+ private:
+  Bytes unpacked(int bufferView, const tinygltf::Value& packing);
+  template <class Put>
+  void visit(int accessor, const Put& put);
+
+  const tinygltf::Model& m_Source;
+  Output& m_Output;
+  std::map<int, std::vector<unsigned char>> m_Unpacked;  ///< by view
+};
+
+/// A number of a glTF component as a number: a share of its type's greatest, where it is normalised.
+double componentAt(const unsigned char* bytes, int componentType, bool normalized);
+
+}  // namespace nubo::reader

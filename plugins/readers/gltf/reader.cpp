@@ -1,0 +1,103 @@
+// Reads glTF 2.0 with tinygltf; what Draco and meshopt have packed is unpacked here.
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <fstream>
+
+#include "plugins/readers/gltf/materials.h"
+#include "plugins/readers/gltf/mending.h"
+#include "plugins/readers/gltf/nodes.h"
+
+namespace nubo::reader {
+namespace {
+
+/// What is read in full; other extensions only leave something out, unless a file requires them.
+constexpr std::array<const char*, 10> Known{"KHR_draco_mesh_compression", "EXT_meshopt_compression",
+                                            "KHR_meshopt_compression",    "KHR_mesh_quantization",
+                                            "EXT_mesh_gpu_instancing",    "KHR_texture_transform",
+                                            "KHR_materials_unlit",        "KHR_materials_emissive_strength",
+                                            "KHR_materials_variants",     "EXT_texture_webp"};
+
+bool isKnown(const std::string& extension) { return std::find(Known.begin(), Known.end(), extension) != Known.end(); }
+
+/// Keeps a picture's bytes as they are, for later.
+bool keepImage(tinygltf::Image* image, int, std::string*, std::string*, int, int, const unsigned char* bytes, int size,
+               void*) {
+  image->image.assign(bytes, bytes + size);
+  return true;
+}
+
+std::vector<unsigned char> readFile(const std::string& name, Output& output) {
+  constexpr std::size_t AtOnce = 1 << 22;
+  std::ifstream file(name, std::ios::binary);
+  std::vector<unsigned char> bytes;
+  while (file) {
+    const std::size_t before = bytes.size();
+    bytes.resize(before + AtOnce);
+    file.read(reinterpret_cast<char*>(bytes.data() + before), AtOnce);
+    bytes.resize(before + std::size_t(file.gcount()));
+    output.progress(-1);
+  }
+  return bytes;
+}
+
+bool isNoContent(const std::string& name) { return std::filesystem::path(name).filename() == NoContent; }
+
+bool exists(const std::string& name, void*) {
+  if (isNoContent(name)) return true;
+  std::error_code none;
+  return std::filesystem::is_regular_file(name, none);
+}
+
+bool readWhole(std::vector<unsigned char>* bytes, std::string*, const std::string& name, void* output) {
+  *bytes = isNoContent(name) ? std::vector<unsigned char>(1) : readFile(name, *static_cast<Output*>(output));
+  return !bytes->empty();
+}
+
+/// The one line that matters of what tinygltf says.
+std::string firstLine(std::string text) {
+  text.erase(0, text.find_first_not_of(" \n"));
+  return text.substr(0, text.find('\n'));
+}
+
+void load(const std::string& file, tinygltf::Model& model, Output& output) {
+  constexpr std::uintmax_t Largest = 0xFFFFFFFF;
+  if (std::filesystem::file_size(file) > Largest) throw Refusal("glTF files above 4 GB cannot be read");
+  std::vector<unsigned char> bytes = readFile(file, output);
+  mendPacked(bytes);
+  tinygltf::TinyGLTF loader;
+  loader.SetImageLoader(keepImage, nullptr);
+  const auto asItIs = [](const std::string& path, void*) { return path; };
+  loader.SetFsCallbacks({exists, asItIs, readWhole, nullptr, &output});
+  std::string error, warning;
+  const std::string folder = std::filesystem::path(file).parent_path().string();
+  const bool isBinary = bytes.size() >= 4 && std::equal(bytes.begin(), bytes.begin() + 4, "glTF");
+  const bool isRead =
+      isBinary ? loader.LoadBinaryFromMemory(&model, &error, &warning, bytes.data(), unsigned(bytes.size()), folder)
+               : loader.LoadASCIIFromString(&model, &error, &warning, reinterpret_cast<const char*>(bytes.data()),
+                                            unsigned(bytes.size()), folder);
+  if (!isRead) throw Refusal(error.empty() ? "its content is not understood" : firstLine(error));
+}
+
+void checkExtensions(const tinygltf::Model& model, Output& output) {
+  for (const std::string& extension : model.extensionsRequired)
+    if (!isKnown(extension)) throw Refusal("it requires the extension %1, which is not known", {extension});
+  for (const std::string& extension : model.extensionsUsed)
+    if (!isKnown(extension)) output.warning(text("the extension %1 is not known, and left out", {extension}));
+}
+
+}  // namespace
+}  // namespace nubo::reader
+
+NUBO_READER_ENTRY(file, format, output) {
+  using namespace nubo::reader;
+  static_cast<void>(format);  // the file's first bytes tell text from binary
+  tinygltf::Model source;
+  load(file, source, output);
+  checkExtensions(source, output);
+  Accessors accessors(source, output);
+  convertMaterials(source, output);
+  Meshes meshes(source, accessors, output);
+  meshes.convert();
+  Nodes(source, accessors, meshes, output).convert();
+}
