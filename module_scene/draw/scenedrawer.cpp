@@ -12,6 +12,7 @@
 #include "module_scene/draw/environment.h"
 #include "module_scene/draw/painter.h"
 #include "module_scene/draw/smoothbuffer.h"
+#include "module_scene/draw/viewpoint.h"
 
 namespace nubo::scene {
 
@@ -56,7 +57,7 @@ struct SceneDrawer::Private {
 
   // Of a drawing that has begun:
   std::optional<Painter> painter;
-  math::Matrix4 projection, view;
+  Viewpoint viewpoint;
   bool shaded = false;
   bool direct = false;
   int finishedRows = 0;
@@ -73,11 +74,12 @@ struct SceneDrawer::Private {
 
 void SceneDrawer::Private::begin(const StateGuard& state, double detail, int layers, int kinds,
                                  const math::Matrix4& transform, std::initializer_list<const SceneElement*> elements) {
-  ViewQuery query{state.projection(), width, height, detail, layers, kinds};
+  viewpoint = Viewpoint::of(state.projection(), state.modelView() * transform);
+  ViewQuery query{viewpoint.projection, width, height, detail, layers, kinds};
   scaleWidths(query, viewHeight);
   list.clear();
   for (const SceneElement* element : elements)
-    if (element) list.collect(*element, state.modelView() * transform, query);
+    if (element) list.collect(*element, viewpoint.view, query);
   list.sortTransparent();
   shaded = look != Look::Plain && !list.isEmpty() && shader.isAvailable();
   painter.emplace(list, shaded ? &shader : nullptr);
@@ -85,8 +87,6 @@ void SceneDrawer::Private::begin(const StateGuard& state, double detail, int lay
   if (list.isEmpty()) return;
 
   setUpState();
-  projection = state.projection();
-  view = state.modelView() * transform;
   edges = layers & ~(LayerModel | LayerTransparent) ? SmoothBuffer::Edges::Blend : SmoothBuffer::Edges::KeepColor;
   // What is opaque, unsmoothed and without a margin may go where it shall end up: the pixels are the same.
   direct = samples == 0 && list.transparent().empty() && list.margin() == 0;
@@ -97,14 +97,14 @@ void SceneDrawer::Private::begin(const StateGuard& state, double detail, int lay
 /// Sets up everything for drawing on: the state, the light and where to draw.
 void SceneDrawer::Private::bindTarget(const StateGuard& state) {
   setUpState();
-  shaded ? shader.begin(view, look, environment) : setUpLight();
+  shaded ? shader.begin(viewpoint, look, environment) : setUpLight();
   if (direct) {
     QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
     glViewport(0, 0, width, height);
-    load(GL_PROJECTION, projection);
+    load(GL_PROJECTION, viewpoint.projection);
   } else {
     buffer.resume();
-    load(GL_PROJECTION, extended(projection, width, height, list.margin()));
+    load(GL_PROJECTION, extended(viewpoint.projection, width, height, list.margin()));
   }
 }
 

@@ -135,11 +135,15 @@ bool SurfaceShader::isAvailable() {
   return false;
 }
 
-void SurfaceShader::begin(const math::Matrix4& view, Look look, const util::YPointer<Environment>& environment) {
-  m_ToEnvironment = environmentFrame(view);
+void SurfaceShader::begin(const Viewpoint& viewpoint, Look look, const util::YPointer<Environment>& environment) {
+  m_ToEnvironment = environmentFrame(viewpoint.view);
+  m_Parallel = viewpoint.parallel;
   m_Look = look;
   m_Environment = environment;
   ++m_Drawing;
+  // Lines on a surface lie above it by less than it falls from one pixel to the next.
+  glEnable(GL_POLYGON_OFFSET_FILL);
+  glPolygonOffset(1, 1);
   QOpenGLExtraFunctions* gl = extraFunctions();
   gl->glActiveTexture(GL_TEXTURE0 + ReflectionUnit);
   gl->glBindTexture(GL_TEXTURE_3D, BufferCache::buffer(environment ? *environment : studio())->name());
@@ -239,7 +243,7 @@ void SurfaceShader::setLight(const Program& program) const {
       columns[3 * j + i] = GLfloat(m_ToEnvironment(i, j));
       key[j] += m_ToEnvironment(i, j) * studioKey().direction[i];
     }
-  gl->glUniform4f(at[Eye], 0, 0, 0, 1);
+  gl->glUniform4f(at[Eye], 0, 0, m_Parallel ? 1 : 0, m_Parallel ? 0 : 1);
   gl->glUniform3fv(at[Irradiance], GLsizei(irradiance.size()), irradiance[0].data());
   gl->glUniform1f(at[Brightest], environment.brightest());
   constexpr float Between = 1 - 1.0f / Environment::Size, BetweenLevels = 1 - 1.0f / Environment::Levels;

@@ -6,6 +6,7 @@
 
 #include "module_scene/draw/buffercache.h"
 #include "module_scene/draw/environment.h"
+#include "module_scene/draw/viewpoint.h"
 #include "module_scene/graph/look.h"
 
 namespace nubo::scene {
@@ -16,9 +17,9 @@ class SurfaceShader {
  public:
   /// Whether OpenGL can. If not, the first of all that is asked says so in the log.
   [[nodiscard]] bool isAvailable();
-  /// To be called whenever drawing begins or goes on, before the first use(). `view` leads from the scene, whose z axis
-  /// points up, to eye space. Without an environment there is the studio with its key light.
-  void begin(const math::Matrix4& view, Look look, const util::YPointer<Environment>& environment);
+  /// To be called whenever drawing begins or goes on, before the first use(). In the scene z points up.
+  /// Without an environment there is the studio with its key light.
+  void begin(const Viewpoint& viewpoint, Look look, const util::YPointer<Environment>& environment);
   /// Which of the programs draws a geometry.
   unsigned variantFor(const Geometry& geometry) const;
   /// Sets up program and material for a geometry whose arrays are bound.
@@ -41,6 +42,7 @@ class SurfaceShader {
   util::YPointer<Environment> m_Environment;
   unsigned m_Drawing = 0;
   math::Matrix4 m_ToEnvironment;  // from eye space
+  bool m_Parallel = false;        // the eye is infinitely far away
 };
 
 }  // namespace nubo::scene

@@ -21,8 +21,10 @@ class NUBO_MODULE_SCENE_EXPORT Camera {
   double distance = 3.0;
   math::Vector3 center{0, 0, 0};
   double scale = 1.0;
+  /// Seen in parallel, at the size that the centre has in perspective.
+  bool orthographic = false;
 
-  /// From the scene to eye space, scaled.
+  /// From the scene to eye space, scaled; no projection, whatever the view's.
   math::Matrix4 transform() const;
   /// Turns by degrees; the elevation stays within its bounds.
   void orbit(double azimuthDelta, double elevationDelta);

@@ -127,9 +127,8 @@ double Framing::middle(int axis, double eye) const {
   return (low + high) / 2;
 }
 
-Camera Framing::camera(int width, int height, const Framing* centred) const {
-  Camera camera = m_Direction;
-  if (m_Slices.empty()) return camera;
+/// In the view's own space.
+scene::BoundingBox Framing::extent() const {
   scene::BoundingBox box;
   for (std::size_t i = 0; i < m_Slices.size(); ++i) {
     const Slice& slice = m_Slices[i];
@@ -137,22 +136,44 @@ Camera Framing::camera(int width, int height, const Framing* centred) const {
     box.add(math::Vector3{slice.least[0], slice.least[1], front(i) - m_Thickness});
     box.add(math::Vector3{slice.most[0], slice.most[1], front(i)});
   }
+  return box;
+}
+
+Camera Framing::camera(int width, int height, const Framing* centred) const {
+  Camera camera = m_Direction;
+  if (m_Slices.empty()) return camera;
+  const scene::BoundingBox box = extent();
   const double radius = sizeOf(box) / 2;
   camera.scale = 1 / radius;
   const double slope = Camera::usableSlope(), aspect = double(std::max(width, 1)) / std::max(height, 1);
-  double eye = std::max({closest(0, slope * aspect), closest(1, slope), box.max[2] + Camera::NearestDistance * radius});
   const Framing& inMiddle = centred ? *centred : *this;
-  math::Vector3 place{inMiddle.middle(0, eye), inMiddle.middle(1, eye), (box.min[2] + box.max[2]) / 2};
-  constexpr int Steps = 4;  // what moves the eye back moves the middle a little, too
-  for (int step = 0; centred && step < Steps; ++step) {
-    eye = std::max({eye, closest(0, slope * aspect, place[0]), closest(1, slope, place[1])});
-    for (const int axis : {0, 1}) place[std::size_t(axis)] = inMiddle.middle(axis, eye);
+  math::Vector3 place;
+  double distance = 0;
+  if (camera.orthographic) {
+    place = middleOf(inMiddle.extent());
+    for (const auto& [axis, most] : {std::pair{0u, slope * aspect}, {1u, slope}})
+      distance = std::max({distance, (box.max[axis] - place[axis]) / most, (place[axis] - box.min[axis]) / most});
+    place[2] = middleOf(box)[2];
+  } else {
+    double eye =
+        std::max({closest(0, slope * aspect), closest(1, slope), box.max[2] + Camera::NearestDistance * radius});
+    place = {inMiddle.middle(0, eye), inMiddle.middle(1, eye), middleOf(box)[2]};
+    constexpr int Steps = 4;  // what moves the eye back moves the middle a little, too
+    for (int step = 0; centred && step < Steps; ++step) {
+      eye = std::max({eye, closest(0, slope * aspect, place[0]), closest(1, slope, place[1])});
+      for (const int axis : {0, 1}) place[std::size_t(axis)] = inMiddle.middle(axis, eye);
+    }
+    distance = eye - place[2];
   }
   // Where the line of sight meets the axis, so that cameras can orbit and see the scene turn in its place.
   constexpr double Steep = 75;
-  if (m_Turns && std::abs(camera.elevation) < Steep) place[2] = place[1] * std::tan(camera.elevation * FullTurn / 360);
+  if (m_Turns && std::abs(camera.elevation) < Steep) {
+    const double moved = place[1] * std::tan(camera.elevation * FullTurn / 360) - place[2];
+    place[2] += moved;
+    if (!camera.orthographic) distance -= moved;
+  }
   camera.center = math::transformPoint(math::affineInverse(m_ToView), place);
-  camera.distance = std::min((eye - place[2]) / radius, Camera::FarthestDistance);
+  camera.distance = std::clamp(distance / radius, Camera::NearestDistance, Camera::FarthestDistance);
   return camera;
 }
 

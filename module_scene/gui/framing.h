@@ -36,6 +36,7 @@ class NUBO_MODULE_SCENE_EXPORT Framing {
   void add(const math::Vector3& point);
   Slice& sliceAt(double depth);
   double front(std::size_t slice) const { return double(m_First + long(slice) + 1) * m_Thickness; }
+  scene::BoundingBox extent() const;
   double closest(int axis, double slope) const;
   double closest(int axis, double slope, double place) const;
   double middle(int axis, double eye) const;

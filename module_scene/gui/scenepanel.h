@@ -23,6 +23,8 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   ~ScenePanel() override;
 
   /// The view transform: from the scene to eye space, scaled so that the model has a radius of 1.
+  /// For an orthographic camera it is projective: every frustum between the drawer's distances then shows the scene in
+  /// parallel.
   math::Matrix<double, 4, 4> getScaledTransformMatrix() const;
   const Camera& getCamera() const { return m_Camera; }
   void setCamera(const Camera& camera);

@@ -10,6 +10,9 @@ namespace nubo::app {
 
 namespace {
 
+const QString Orthographic = QStringLiteral("orthographic");
+const QStringList Projections{QStringLiteral("perspective"), Orthographic};
+
 Option::Take flag(bool CommandLine::*target) {
   return [=](const QString&, CommandLine& line) {
     line.*target = true;
@@ -53,6 +56,11 @@ QString takeSize(const QString& value, CommandLine& line) {
 QString takeView(const QString& value, CommandLine& line) {
   line.view = value;
   return gui::Camera().setView(value) ? QString() : QStringLiteral("a view's name or AZIMUTH,ELEVATION");
+}
+
+QString takeProjection(const QString& value, CommandLine& line) {
+  line.orthographic = value == Orthographic;
+  return Projections.contains(value) ? QString() : Projections.join(", ");
 }
 
 QString takeBackground(const QString& value, CommandLine& line) {
@@ -101,6 +109,8 @@ const std::vector<Option>& options() {
       {"size", "WxH", "Size of the scene panel in pixels; pictures take its aspect ratio (1280x720).", takeSize},
       {"view", "VIEW", "Direction of view: " + views.join(", ") + ", or AZIMUTH,ELEVATION in degrees.", takeView,
        views},
+      {"projection", "PROJECTION", "How depth is shown: perspective or orthographic (perspective).", takeProjection,
+       Projections},
       {"background", "COLOUR", "Background colour: a name such as white, or #rrggbb.", takeBackground,
        QColor::colorNames()},
       {"look", "LOOK",

@@ -37,6 +37,7 @@ io::ImportResult readScenes(const QStringList& scenes) {
 
 gui::Camera directionOf(const CommandLine& line) {
   gui::Camera camera;
+  camera.orthographic = line.orthographic;
   return line.view.isEmpty() || camera.setView(line.view) ? camera : gui::Camera();
 }
 

@@ -1066,6 +1066,10 @@
         <translation>&amp;Schräg</translation>
     </message>
     <message>
+        <source>Orthogra&amp;phic</source>
+        <translation>&amp;Parallelprojektion</translation>
+    </message>
+    <message>
         <source>&amp;Drawn As</source>
         <translation>&amp;Dargestellt als</translation>
     </message>

@@ -170,6 +170,7 @@ void MainWindow::open(const app::CommandLine& line) {
   if (line.look) scene::_GlobalScene()->setLook(*line.look);
   if (line.samples) scene::_GlobalScene()->setSamples(*line.samples);
   if (line.background.isValid()) mp_SettingsMenu->setBackground(line.background);
+  if (line.orthographic) mp_Panels->activePanel()->setOrthographic(true);
   if (!line.view.isEmpty()) mp_Panels->activePanel()->showView(line.view);
   mp_Opener->openFirst(line);
   mp_Panels->activePanel()->setFocus();

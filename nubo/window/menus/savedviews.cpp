@@ -103,7 +103,10 @@ void SavedViews::askAndSave() {
 }
 
 void SavedViews::recall(const QString& name) {
-  if (const auto camera = load(name)) m_Panels.activePanel()->setCamera(*camera);
+  auto camera = load(name);
+  if (!camera) return;
+  camera->orthographic = m_Panels.activePanel()->getCamera().orthographic;  // views are directions and places
+  m_Panels.activePanel()->setCamera(*camera);
 }
 
 void SavedViews::remove(const QString& name) {

@@ -33,6 +33,7 @@ ViewMenu::ViewMenu(PanelArea& panels, const QList<QDockWidget*>& docks, QWidget*
       tr("Zoom &Out"), this, [panel] { panel()->zoom(0.8); }, QKeySequence(QKeySequence::ZoomOut));
   addSeparator();
   addDirections();
+  addProjection();
   addMenu(mp_Saved);
   addLooks();
   addSeparator();
@@ -50,6 +51,16 @@ void ViewMenu::addDirections() {
     addAction(
         labels.value(i, views[i]), this, [this, view = views[i]] { m_Panels.activePanel()->showView(view); },
         QKeySequence(QStringLiteral("Ctrl+%1").arg(i + 1)));
+}
+
+/// Panels differ, so that the mark tells of the active one when the menu is seen.
+void ViewMenu::addProjection() {
+  const auto isOrthographic = [this] { return m_Panels.activePanel()->getCamera().orthographic; };
+  QAction* action = addAction(tr("Orthogra&phic"), this,
+                              [this, isOrthographic] { m_Panels.activePanel()->setOrthographic(!isOrthographic()); });
+  action->setCheckable(true);
+  action->setShortcut(QKeySequence(Qt::Key_5));
+  connect(this, &QMenu::aboutToShow, this, [action, isOrthographic] { action->setChecked(isOrthographic()); });
 }
 
 /// The look that is pointed at is shown until the menu goes.

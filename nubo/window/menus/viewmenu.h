@@ -25,6 +25,7 @@ class ViewMenu : public QMenu {
 
  private:
   void addDirections();
+  void addProjection();
   void addLooks();
   void addFullScreen();
   void addDocks(const QList<QDockWidget*>& docks);

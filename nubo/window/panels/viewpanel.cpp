@@ -42,6 +42,13 @@ void ViewPanel::showView(const QString& name) {
   showAll();
 }
 
+void ViewPanel::setOrthographic(bool orthographic) {
+  gui::Camera camera = getCamera();
+  camera.orthographic = orthographic;
+  setCamera(camera);
+  if (m_ShowsAll) showAll();
+}
+
 void ViewPanel::fitSelection() {
   const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
   const scene::SceneElement* parent = m_Selection ? m_Selection->getParent() : nullptr;

@@ -22,6 +22,7 @@ class ViewPanel : public ProgressivePanel {
   void setHeld(bool held) { m_Held = held; }
   /// Looks from a named view, and shows the whole scene.
   void showView(const QString& name);
+  void setOrthographic(bool orthographic);
   /// Brings the selected element, or all, into view.
   void fitSelection();
   void zoom(double factor);
