@@ -522,62 +522,6 @@ TEST_F(RecordingTest, TheSaveDialogOffersTheLoadableFormats) {
   EXPECT_EQ(dialog->directory().path(), m_Host.directory.path());
 }
 
-/// Somebody else's command of the same name.
-class OtherCommand : public main::Command {
- public:
-  OtherCommand() : Command(new main::CommandDescriptor(QString(), GrabVideo::CommandName), nullptr) { ++s_Living; }
-  ~OtherCommand() override { --s_Living; }
-  void execute() override {}
-  static main::Command* create() { return new OtherCommand; }
-  static int s_Living;
-};
-int OtherCommand::s_Living = 0;
-
-TEST_F(RecordingTest, AnothersCommandOfItsNameIsNoClone) {
-  main::CommandManager::getInstance()->removeOf({&RecordingTest::create});
-  main::CommandManager::getInstance()->add(new OtherCommand, &OtherCommand::create);
-  EXPECT_EQ(GrabVideo().clone(), nullptr);
-  EXPECT_EQ(OtherCommand::s_Living, 1);
-  main::CommandManager::getInstance()->removeOf({&OtherCommand::create});
-}
-
-TEST_F(RecordingTest, ManyThingsAtOnceEndWell) {
-  const SteppedScene scene(3);
-  scene.selectMatrices(0);
-  std::vector<gui::ScenePanel*> panels{makePanel(32, 32), makePanel(48, 48)};
-  main::CommandProcessor& processor = *m_Host.overseer.getCommandProcessor();
-  for (int round = 0; round < 40; ++round) {
-    for (gui::ScenePanel* panel : panels) {
-      m_Host.viewer.setActivePanel(panel);
-      start(makeCommand(m_Host.file(QStringLiteral("%1.fake").arg(m_Commands.size())), 0, 0, round % 4 == 0));
-    }
-    std::thread user([&] {  // the user's abort may come on any thread, at any time
-      for (int i = 0; i < 5; ++i, QThread::msleep(1)) processor.abortAll();
-    });
-    for (int i = 0; i < 20; ++i) {
-      m_Host.viewer.setActivePanel(panels[std::size_t(i) % 2]);
-      QCoreApplication::processEvents();
-    }
-    if (round % 3 == 2) {
-      closePanel(panels[1]);
-      panels[1] = makePanel(48, 48);
-    }
-    user.join();
-  }
-  ASSERT_TRUE(waitUntil([&] {
-    processor.abortAll();
-    return !processor.isRunning();
-  }));
-  EXPECT_EQ(m_Encoding.alive, 0);
-  const auto milestones = m_Log.messages(log::Milestone);
-  const int abandoned = int(std::count(milestones.begin(), milestones.end(), "Video grabbing aborted"));
-  const int done = int(milestones.size()) - abandoned;
-  EXPECT_GT(done, 0);
-  EXPECT_EQ(done, m_Encoding.finished - m_Encoding.aborted);
-  EXPECT_EQ(m_Encoding.aborted, abandoned);
-  EXPECT_EQ(QDir(m_Host.directory.path()).entryList({"*.fake"}).size(), done);
-}
-
 /// What a process holds that recordings could leave behind: files, OpenGL's objects, bytes.
 std::vector<double> holdings(QOpenGLContext* shared) {
   QOffscreenSurface surface;

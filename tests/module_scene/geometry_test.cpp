@@ -158,16 +158,6 @@ TEST(Geometry, ClustersHoldEachFaceOnceWithinTheirBoxesAndCones) {
   EXPECT_LT(surfaces, 6 * 4 * M_PI) << "no more than the boxes of square tiles in the worst orientation";
 }
 
-TEST(Geometry, ManyFacesInOnePlaceAreStillCut) {
-  Mesh mesh(new Geometry);
-  mesh->positions = {0, 0, 0, 1, 0, 0, 0, 1, 0, 1e6f, 0, 0, 1e6f + 1, 0, 0, 1e6f, 1, 0};
-  for (int i = 0; i < 5000; ++i) mesh->indices.insert(mesh->indices.end(), {0, 1, 2});
-  mesh->indices.insert(mesh->indices.end(), {3, 4, 5});
-  prepare(*mesh);
-  for (const Cluster& cluster : mesh->clusters) EXPECT_LE(cluster.count, 3 * 1024u);
-  EXPECT_EQ(mesh->clusters.back().first + mesh->clusters.back().count, 3 * 5001u);
-}
-
 TEST(Geometry, LeavesOutWhatCannotBeDrawnAndKeepsTheRest) {
   const float nan = std::numeric_limits<float>::quiet_NaN(), infinite = std::numeric_limits<float>::infinity();
   Mesh mesh(new Geometry);

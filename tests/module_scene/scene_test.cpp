@@ -115,18 +115,6 @@ TEST_F(SceneLocks, ReadersOnManyThreadsNeverSeeHalfAChange) {
   EXPECT_EQ(first, 1500);
 }
 
-TEST(Scene, ReplacedRootLivesAsLongAsSomebodyHoldsIt) {
-  const util::YPointer<Scene> scene(new Scene);
-  EXPECT_FALSE(scene->getRootNode());
-  scene->setRootNode(new SceneElement(QStringLiteral("old")));
-  const auto old = scene->getRootNode();
-  scene->setRootNode(nullptr);
-  EXPECT_FALSE(scene->getRootNode());
-  EXPECT_EQ(old->getName(), QStringLiteral("old"));
-  EXPECT_EQ(old->referenceCount(), 1);
-  EXPECT_EQ(scene->changeCount(), 2u);
-}
-
 TEST(SceneElement, KnowsItsPlaceInTheTree) {
   const util::YPointer<SceneElement> root(new SceneElement(QStringLiteral("root")));
   const util::YPointer<SceneElement> arm(new SceneElement(QStringLiteral("arm")));

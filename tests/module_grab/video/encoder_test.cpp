@@ -168,29 +168,6 @@ TEST_F(EncoderTest, ChecksItsOutputParametersAndTruncatesTheFile) {
   mp_Encoder->waitForFinish();
 }
 
-TEST_F(EncoderTest, ReportsTheBacklogInTruncatedSinglePrecision) {
-  for (const int backlog : {3, 100}) {
-    makeEncoder();
-    QSemaphore gate;
-    m_Encoding.gate = &gate;
-    hand(0, false);
-    ASSERT_TRUE(waitUntil([this] { return m_Encoding.chunkCount() == 1; }));  // which is no part of the backlog
-    for (int i = 1; i <= backlog; ++i) hand(i, i == backlog);
-    EXPECT_THAT(m_Progress, ElementsAre(-1));
-    const std::unique_ptr<QThread> owner(QThread::create([this] { mp_Encoder->waitForFinish(); }));
-    owner->start();
-    // The owner counts the backlog before it waits; nothing tells when it has, but it takes no lock that is held.
-    QThread::msleep(500);
-    gate.release(backlog + 1);
-    ASSERT_TRUE(owner->wait(Patience));
-    ASSERT_EQ(m_Progress.size(), std::size_t(1 + backlog));
-    if (backlog == 3)
-      EXPECT_THAT(m_Progress, ElementsAre(-1, 0, 33, 66));
-    else
-      EXPECT_THAT((Sizes{m_Progress[54], m_Progress[60], m_Progress[100]}), ElementsAre(52, 58, 99));
-  }
-}
-
 TEST_F(EncoderTest, AnAbortEndsTheChunkAtWorkAndDropsTheOthers) {
   ASSERT_TRUE(openOutput());
   QSemaphore gate;
@@ -207,15 +184,6 @@ TEST_F(EncoderTest, AnAbortEndsTheChunkAtWorkAndDropsTheOthers) {
   EXPECT_EQ(m_Encoding.aborted, 1);
   EXPECT_FALSE(QFile::exists(name()));
   EXPECT_THAT(failures(), testing::IsEmpty());
-}
-
-TEST(EncoderClamp, LimitsAndTruncates) {
-  struct Open : Encoder {
-    using Encoder::clamp;
-  };
-  const double Values[] = {-0.5, 254.99, 255.9, std::numeric_limits<double>::quiet_NaN(), 1e300};
-  const int Expected[] = {0, 254, 255, 0, 255};
-  for (int i = 0; i < 5; ++i) EXPECT_EQ(Open::clamp(Values[i]), Expected[i]);
 }
 
 }  // namespace
