@@ -55,8 +55,8 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   void setViewHeight(int pixels);
   /// Samples per pixel for edge smoothing, 0 for none; the scene's setting when the drawer was made.
   void setSamples(int samples);
-  /// The scene's setting when the drawer was made. Where OpenGL lacks what another needs, Look::Plain is drawn, and the
-  /// first such drawing says so in the log.
+  /// The scene's setting when the drawer was made. Where OpenGL lacks what another needs, Look::Plain is drawn, as
+  /// the log tells.
   void setLook(Look look);
   /// What lights surfaces in looks other than the plain one; null: the studio.
   void setEnvironment(const util::YPointer<Environment>& environment);

@@ -7,6 +7,7 @@
 #include <atomic>
 
 #include "kernel/log/logger.h"
+#include "module_scene/draw/surfaceshader.h"
 
 namespace nubo::scene {
 
@@ -43,6 +44,9 @@ SharedContext::SharedContext() {
     if (!mp_Context->getProcAddress("glDrawRangeElementsBaseVertex"))
       NUBO_LOG(log::Failure, "nubo::scene::SharedContext::SharedContext",
                "This OpenGL cannot draw scenes, version 3.2 or newer is needed");
+    if (const char* missing = SurfaceShader::whatIsMissing())
+      NUBO_LOG(log::Failure, "nubo::scene::SharedContext::SharedContext",
+               "This OpenGL lacks %s, scenes are drawn in the look \"plain\"", missing);
     mp_Context->doneCurrent();
   }
   // Widgets share with the context that Qt knows as the global one.

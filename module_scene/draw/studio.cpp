@@ -42,14 +42,14 @@ struct Area {
 };
 
 constexpr Area Areas[] = {
-    {-95, 22, 0.75f, 0.65f, 1.38f},  // to the left of the scene
-    {-60, 80, 0.92f, 0.78f, 1.56f},  // above it
-    {122, 12, 0.18f, 0.9f, 0.75f},   // to the right, behind it
-    {4, 30, 0.6f, 0.42f, 0.76f},     // above the eye
+    {-95, 22, 0.75f, 0.65f, 1.2f},   // to the left of the scene
+    {-60, 80, 0.92f, 0.78f, 1.36f},  // above it
+    {122, 12, 0.18f, 0.9f, 0.65f},   // to the right, behind it
+    {4, 30, 0.6f, 0.42f, 0.66f},     // above the eye
 };
 
 float room(float height) {
-  constexpr float Wall = 0.17f, Ceiling = 0.23f, Floor = 0.29f, Below = 0.12f;
+  constexpr float Wall = 0.15f, Ceiling = 0.2f, Floor = 0.26f, Below = 0.1f;
   const float above = Wall + (Ceiling - Wall) * smoothStep(0.0f, 0.9f, height);
   const float below = Floor + (Below - Floor) * smoothStep(0.1f, 0.9f, -height);
   return below + (above - below) * smoothStep(-0.06f, 0.06f, height);
@@ -67,7 +67,7 @@ const Environment& studio() {
 }
 
 const DistantLight& studioKey() {
-  static const DistantLight Key{directionAt(-70, 52), {0.32f, 0.32f, 0.32f}};
+  static const DistantLight Key{directionAt(-70, 52), {0.28f, 0.28f, 0.28f}};
   return Key;
 }
 

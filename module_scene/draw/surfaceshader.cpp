@@ -68,17 +68,6 @@ float linear(float shown) { return shown <= 0.04045f ? shown / 12.92f : std::pow
 
 QOpenGLExtraFunctions* extraFunctions() { return QOpenGLContext::currentContext()->extraFunctions(); }
 
-/// Why OpenGL cannot draw so; null if nothing is known to be missing.
-const char* whatIsMissing() {
-  const QOpenGLContext* context = QOpenGLContext::currentContext();
-  if (context->format().version() < qMakePair(2, 1)) return "OpenGL 2.1";
-  GLint units = 0, size = 0;
-  glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &units);
-  glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &size);
-  if (units < UnitCount) return "enough texture units";
-  return size < Environment::Size ? "large enough textures" : nullptr;
-}
-
 /// From eye space to the environment's: right, away from the eye, and up. Where one looks straight up or down, the top
 /// of the picture is what lies away, or near.
 math::Matrix4 environmentFrame(const math::Matrix4& view) {
@@ -125,15 +114,17 @@ Environment::Quadric turned(const Environment::Quadric& source, const math::Matr
 
 }  // namespace
 
-bool SurfaceShader::isAvailable() {
-  const char* missing = whatIsMissing();
-  if (!missing && program(Lit).name.name()) return true;
-  static std::atomic<bool> said{false};
-  if (!said.exchange(true))
-    NUBO_LOG(log::Failure, "nubo::scene::SurfaceShader::isAvailable",
-             "This OpenGL lacks %s, scenes are drawn in the look \"plain\"", missing ? missing : "the needed shaders");
-  return false;
+const char* SurfaceShader::whatIsMissing() {
+  const QOpenGLContext* context = QOpenGLContext::currentContext();
+  if (context->format().version() < qMakePair(2, 1)) return "OpenGL 2.1";
+  GLint units = 0, size = 0;
+  glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &units);
+  glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &size);
+  if (units < UnitCount) return "enough texture units";
+  return size < Environment::Size ? "large enough textures" : nullptr;
 }
+
+bool SurfaceShader::isAvailable() { return !m_Failed && !whatIsMissing() && program(Lit).name.name(); }
 
 void SurfaceShader::begin(const Viewpoint& viewpoint, Look look, const util::YPointer<Environment>& environment) {
   m_ToEnvironment = environmentFrame(viewpoint.view);
@@ -171,6 +162,7 @@ void SurfaceShader::use(const Geometry& geometry) {
   Program& current = program(variant);
   QOpenGLExtraFunctions* gl = extraFunctions();
   gl->glUseProgram(current.name.name());
+  if (m_Failed) return;  // the next drawing does without
   if (std::exchange(current.drawing, m_Drawing) != m_Drawing && (variant & Lit)) setLight(current);
 
   const Material& material = materialOf(geometry);
@@ -218,7 +210,11 @@ SurfaceShader::Program& SurfaceShader::program(unsigned variant) {
   result = Program();
   result.name = linkProgram(head + SurfaceVertexShader, head + SurfaceFragmentShader, &messages);
   if (!result.name.name()) {
-    NUBO_LOG(log::Failure, "nubo::scene::SurfaceShader::program", "A shader cannot be used: %s", messages.constData());
+    m_Failed = true;
+    static std::atomic<bool> said{false};
+    if (!said.exchange(true))
+      NUBO_LOG(log::Failure, "nubo::scene::SurfaceShader::program",
+               "This OpenGL cannot use a shader, scenes are drawn in the look \"plain\": %s", messages.constData());
     return result;
   }
   QOpenGLExtraFunctions* gl = extraFunctions();

@@ -15,7 +15,9 @@ namespace nubo::scene {
 /// context; may be destroyed without one.
 class SurfaceShader {
  public:
-  /// Whether OpenGL can. If not, the first of all that is asked says so in the log.
+  /// What it needs and the current context lacks; null if nothing is known to be missing.
+  static const char* whatIsMissing();
+  /// Whether OpenGL can. Where nothing is missing and yet it cannot, the log says so once.
   [[nodiscard]] bool isAvailable();
   /// To be called whenever drawing begins or goes on, before the first use(). In the scene z points up.
   /// Without an environment there is the studio with its key light.
@@ -41,6 +43,7 @@ class SurfaceShader {
   Look m_Look = Look::Studio;
   util::YPointer<Environment> m_Environment;
   unsigned m_Drawing = 0;
+  bool m_Failed = false;          // OpenGL refused one of the programs
   math::Matrix4 m_ToEnvironment;  // from eye space
   bool m_Parallel = false;        // the eye is infinitely far away
 };
