@@ -90,17 +90,18 @@ TEST_F(SetVideoSettingsTest, StoresBoundedValuesAndShowsThem) {
 TEST_F(SetVideoSettingsTest, StoresNothingUnlessEveryValueFits) {
   run({"100", "30", "5000", ""});
   run({"", "30", "5000", "1"});
-  auto& own = m_Command.getParameterSets();
-  own.emplace_back(1, QStringLiteral("another"));
-  execute(1);
-  main::ParameterSet wrong(0, QStringLiteral("of a wrong type"));
-  for (const char* text : {"100", "thirty", "5000", "1"}) {
-    auto* value = new main::Parameter<QString>(text, QString(), QString(), true, nullptr);
-    value->castString(text);
-    wrong.addParameter(value);
-  }
-  own.assign(1, wrong);
-  execute(0);
+  const auto addSet = [this](int id, const QStringList& texts) {
+    main::ParameterSet set(id, QString());
+    for (const QString& text : texts) {
+      auto* value = new main::Parameter<QString>(text, QString(), QString(), true, nullptr);
+      value->castString(text);
+      set.addParameter(value);
+    }
+    m_Command.getParameterSets().assign(1, set);
+    execute(id);
+  };
+  addSet(1, {"100", "30", "5000", "1"});
+  addSet(0, {"100", "thirty", "5000", "1"});
   EXPECT_EQ(stored(), (QStringList{"-", "-", "-", "-"}));
   EXPECT_EQ(m_Events, 0);
   EXPECT_EQ(m_Log.consoleLines(), std::vector<QString>(4, "Parameter failure"));
