@@ -227,7 +227,7 @@ TEST_F(DrawerTest, TransparencyIsSortedAndCarriedInAlpha) {
   prepare(*opaque);
   // Ahead of the blue one in the middle, although most of it lies behind it.
   const GeometryPointer steep =
-      test::quad({-2, -1, -3, 0.4f, -1, 0.3f, 0.4f, 1, 0.3f, -2, 1, -3}, {1, 0, 0, 128 / 255.f});
+      test::quad({-2, -1, -3, 0.4f, -1, 0.9f, 0.4f, 1, 0.9f, -2, 1, -3}, {1, 0, 0, 128 / 255.f});
   // A near side that comes before its far side.
   const GeometryPointer body = test::quad({-1, -1, 0, 1, -1, 0, 1, 1, 0, -1, 1, 0}, {1, 1, 1, 1});
   body->positions.insert(body->positions.end(), {-1, -1, -0.1f, 1, -1, -0.1f, 1, 1, -0.1f, -1, 1, -0.1f});
