@@ -153,21 +153,6 @@ TEST_F(CommandProcessorTest, StartsInOrderAndSideBySide) {
   EXPECT_TRUE(std::is_sorted(starts.begin(), starts.end()));
 }
 
-TEST_F(CommandProcessorTest, NeverRunsOneObjectTwiceAtOnce) {
-  std::atomic<int> inside{0}, runs{0};
-  const auto work = [&] {
-    EXPECT_EQ(++inside, 1);
-    QThread::msleep(5);
-    --inside;
-    ++runs;
-  };
-  FunctionCommand command(work, false, nullptr);
-  for (int i = 0; i < 4; ++i) queue(command);
-  EXPECT_TRUE(run(command));
-  EXPECT_TRUE(settle());
-  EXPECT_EQ(runs, 5);
-}
-
 TEST_F(CommandProcessorTest, WaitsWhileTheApplicationThreadServes) {
   QSemaphore fired;
   QTimer::singleShot(0, [&] { fired.release(); });

@@ -48,23 +48,6 @@ TEST(Overseer, GivesEveryThreadItsOwnSettingsOnOneFile) {
   QDir::setCurrent(previous);
 }
 
-TEST(Overseer, LivesWithASettingsFileFullOfNonsense) {
-  const QTemporaryDir directory;
-  const QString fileName = directory.filePath("nubo.ini");
-  QFile file(fileName);
-  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-  file.write(QByteArray("[[[\n=\n%%%\\x\nsettings/fps=@Variant(\\0\\0\n\xff\xfe\x01"));
-  file.write(QByteArray(1000, '\0'));
-  file.close();
-  {
-    const main::Overseer overseer(fileName);
-    EXPECT_EQ(main::nuboSettings()->value(Key, "25").toInt(), 25);
-    main::nuboSettings()->setValue(Key, 60);
-    EXPECT_EQ(main::writeSettings(), QString());
-  }
-  EXPECT_EQ(stored(fileName), "60");
-}
-
 TEST(Overseer, TellsOfSettingsThatCannotBeWritten) {
   struct Store : main::SettingsCommand {
     Store() : SettingsCommand(nullptr, nullptr) {}

@@ -1,14 +1,11 @@
 #include "kernel/main/parameter.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
-#include <QImage>
-#include <QTemporaryDir>
 #include <memory>
 
 #include "kernel/main/parameterset.h"
 #include "kernel/main/typesolver.h"
-#include "support/logcollector.h"
 
 using namespace nubo;
 using main::Parameter;
@@ -22,20 +19,6 @@ struct Counted {
   inline static int alive = 0;
 };
 
-/// A type whose cast class throws at every turn and wants to do the deleting itself.
-struct Stubborn {};
-
-struct StubbornCast : main::CastClass {
-  StubbornCast() : CastClass(true) {}
-  void* fromString(const QString& text) override { return text == "bad" ? throw 7 : new Stubborn; }
-  void* copy(const void*) override { return nullptr; }
-  QString toString(const void*) override { return "stubborn"; }
-  void deleteValue(void* value) override {
-    delete static_cast<Stubborn*>(value);
-    throw std::runtime_error("cannot delete");
-  }
-};
-
 template <class T>
 struct Named : Parameter<T> {
   explicit Named(const QString& text = QString()) : Parameter<T>("name", "description", "", true, nullptr) {
@@ -43,8 +26,6 @@ struct Named : Parameter<T> {
   }
   ~Named() override { this->clearValue(); }
 };
-
-std::string lastMessage;
 
 }  // namespace
 
@@ -106,61 +87,6 @@ TEST(Parameter, DeletesWhatItOwnsAndNothingElse) {
   EXPECT_EQ(Counted::alive, 1);
 }
 
-TEST(Parameter, TakesTheVeryObjectOfItsOwnTypeOnly) {
-  Named<int> source("1"), target;
-  Named<double> other("2.5");
-  target.disableDeleteOnSet(true);
-  target.takeValue(&other);
-  EXPECT_FALSE(target.hasValue());
-  target.takeValue(&source);
-  EXPECT_EQ(target.getValuePointer(), source.getValuePointer());
-}
-
-TEST(Parameter, ReportsWhatCastClassesThrow) {
-  main::CastClassManager::getInstance()->registerCastClass(typeid(Stubborn), [] { return new StubbornCast; });
-  const test::LogCollector recorder;
-  Parameter<Stubborn> parameter("stubborn", "", "", true, nullptr);
-  ASSERT_TRUE(parameter.castString("good"));
-  void* value = parameter.getValuePointer();
-  EXPECT_FALSE(parameter.castString("bad"));
-  EXPECT_EQ(parameter.getValuePointer(), value);
-  parameter.clearValue();
-  EXPECT_FALSE(parameter.hasValue());
-  EXPECT_FALSE(Named<int>().castString(""));
-  EXPECT_FALSE(Named<Counted>().castString("x"));
-  EXPECT_FALSE(Named<Counted>().explainRefusal("x").isEmpty());
-
-  QStringList told;
-  for (const auto& record : recorder.records()) {
-    EXPECT_EQ(record.level, 1000);
-    EXPECT_EQ(record.file, "kernel/main/parameter");
-    told << QString::number(record.line) + ' ' + record.function.section("::", 2) + ' ' + record.message;
-  }
-  ASSERT_EQ(told.size(), 4) << told.join('\n').toStdString();
-  EXPECT_TRUE(told[1].endsWith("Stubborn>::deleteValue Save your data!")) << told[1].toStdString();
-  EXPECT_TRUE(told[1].startsWith("194 ")) << told[1].toStdString();
-  EXPECT_EQ(told[2], "87 Parameter<int>::castString Parameter::castString() There was an error!");
-}
-
-TEST(Parameter, ChecksTypesOfTypedAccess) {
-  Named<QString> parameter("a b");
-  EXPECT_EQ(*parameter.getValue<QString>(), "a b");
-  const auto previous = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& message) {
-    lastMessage = (type == QtCriticalMsg ? "critical: " : "") + message.toStdString();
-  });
-  EXPECT_EQ(parameter.getValue<int>(), nullptr);
-  EXPECT_EQ(lastMessage, "critical: Invalid type!");
-  int number = 1;
-  parameter.setValue(&number);
-  EXPECT_EQ(lastMessage, std::string("critical: Invalid type! (i <-> ") + typeid(QString).name() + ")");
-  qInstallMessageHandler(previous);
-  EXPECT_EQ(parameter.toString(), "a b");
-
-  parameter.clearValue();
-  EXPECT_EQ(parameter.toDebugString(),
-            QString::asprintf("%p (name): value: %p  binded: %p\n", static_cast<void*>(&parameter), nullptr, nullptr));
-}
-
 TEST(TypeSolver, ConvertsThroughTextAndRefusesWhatDoesNotFit) {
   // A text, then what it is as int, as double and as bool; nothing where it is refused.
   const char* rows[] = {"1|1|1|1", "-250|-250|-250|", "2.5||2.5|", "1e6||1000000|", "99999999999||99999999999|",
@@ -193,15 +119,4 @@ TEST(TypeSolver, ConvertsThroughTextAndRefusesWhatDoesNotFit) {
   unknown.setValuePointer(new Counted);
   EXPECT_FALSE(solver.solve(&whole, &unknown));
   EXPECT_FALSE(solver.solve(&unknown, &whole));
-}
-
-TEST(CastClass, ReadsPicturesFromFiles) {
-  const QTemporaryDir directory;
-  const QString fileName = directory.filePath("picture.png");
-  ASSERT_TRUE(QImage(3, 2, QImage::Format_ARGB32).save(fileName));
-  Named<QImage> parameter(fileName);
-  EXPECT_EQ(parameter.getValue<QImage>()->size(), QSize(3, 2));
-  EXPECT_EQ(parameter.toString(), fileName);
-  EXPECT_FALSE(parameter.castString(directory.filePath("absent.png")));
-  EXPECT_TRUE(parameter.explainRefusal("absent.png").contains("absent.png"));
 }

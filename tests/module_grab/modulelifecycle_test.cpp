@@ -7,20 +7,14 @@
 #include <memory>
 
 #include "kernel/events/eventhandler.h"
-#include "kernel/main/commandmanager.h"
-#include "kernel/main/modulemanager.h"
+#include "kernel/main/module.h"
 #include "support/host.h"
-
-// There only with a sanitizer that looks for leaks.
-extern "C" __attribute__((weak)) void __lsan_disable();
-extern "C" __attribute__((weak)) void __lsan_enable();
 
 namespace nubo {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using Modules = std::vector<std::unique_ptr<main::Module>>;
 
 const char Icon[] = ":/module_grab/image/grabscene.png";
 
@@ -43,7 +37,6 @@ class ModuleLifeCycle : public ::testing::Test {
   }
 
   test::Host m_Host;
-  test::LogCollector m_Log;
   QLibrary m_Library;
   main::ModuleFactory* (*getFactory)() = nullptr;
   void (*recycleFactory)() = nullptr;
@@ -82,36 +75,9 @@ TEST_F(ModuleLifeCycle, GoesFromLoadedToUnloaded) {
   second.reset();
   recycle();
   EXPECT_FALSE(QFile::exists(Icon));
-}
-
-TEST_F(ModuleLifeCycle, RecyclingWithoutAFactoryMakesAndDestroysOne) {
-  recycle();
-  if (__lsan_disable) __lsan_disable();
-  recycleFactory();  // which leaves an information object that nobody can reach
-  if (__lsan_enable) __lsan_enable();
-  EXPECT_FALSE(QFile::exists(Icon));
   // Commands register once per load, so a later factory has none.
   EXPECT_THAT(getFactory()->getPrimaryCommands(), IsEmpty());
   recycle();
-}
-
-TEST_F(ModuleLifeCycle, ModuleManagerStartsAndEndsItTwice) {
-  recycle();
-  ASSERT_TRUE(m_Library.unload());
-  m_Log.clear();
-  for (int run = 0; run < 2; ++run) {
-    auto* modules = main::ModuleManager::getInstance();
-    modules->loadModules(QStringLiteral(NUBO_TEST_BIN_DIR "/modules"), {});
-    ASSERT_NE(modules->getModule("Grab"), nullptr);
-    EXPECT_EQ(main::CommandManager::getInstance()->names(),
-              (QStringList{"grabimage", "grabvideo", "setvideosettings"}));
-    EXPECT_TRUE(m_Host.settle());
-    modules->unloadModules();
-    EXPECT_EQ(modules->getModule("Grab"), nullptr);
-    EXPECT_TRUE(main::CommandManager::getInstance()->names().isEmpty());
-  }
-  EXPECT_THAT(m_Log.texts(log::Failure), IsEmpty());
-  ASSERT_TRUE(m_Library.load());
 }
 
 }  // namespace

@@ -49,11 +49,6 @@ class Sample : public main::Command {
   }};
 };
 
-TEST(CommandArguments, OptionNames) {
-  EXPECT_EQ(optionName("max. tempfile-size (MB)"), "max-tempfile-size-mb");
-  EXPECT_EQ(optionName("(Odd__Name)"), "odd-name");
-}
-
 TEST(CommandArguments, FillGivenValuesAndDefaults) {
   const QTemporaryDir directory;
   const QString file = directory.filePath("out.txt");

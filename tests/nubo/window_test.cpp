@@ -174,20 +174,6 @@ TEST_F(WindowTest, RecordsATurntableThatTheUserEnds) {
   }
 }
 
-TEST_F(WindowTest, UsesChangedSettings) {
-  ASSERT_NO_FATAL_FAILURE(openCube());
-  ASSERT_TRUE(openDialog("setvideosettings"));
-  enter("fps", "12");
-  ASSERT_TRUE(start() && waitForEnd());
-  ASSERT_TRUE(openDialog("setvideosettings"));
-  EXPECT_EQ(qobject_cast<QSpinBox*>(field("fps"))->value(), 12);
-  ASSERT_TRUE(cancel());
-  ASSERT_NO_FATAL_FAILURE(startVideo("settings.y4m", true));
-  useShortcut("Ctrl+.");
-  ASSERT_TRUE(waitForEnd());
-  EXPECT_TRUE(Video(host.file("settings.y4m")).header.contains(" F12:1 "));
-}
-
 TEST_F(WindowTest, AsksBeforeARecordedPanelIsClosed) {
   ASSERT_NO_FATAL_FAILURE(openCube());
   ASSERT_NO_FATAL_FAILURE(startVideo("closed.y4m", false));

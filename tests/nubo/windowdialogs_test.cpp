@@ -11,7 +11,6 @@
 
 #include "kernel/main/parameter.h"
 #include "nubo/window/application.h"
-#include "nubo/window/menus/aboutdialog.h"
 #include "nubo/window/parameters/parameterdialog.h"
 #include "nubo/windowfixture.h"
 
@@ -195,21 +194,6 @@ TEST_F(WindowTest, ShowsTheLogDownToALevel) {
   tell();
   EXPECT_TRUE(waitUntil([&] { return shows("fails"); }));
   EXPECT_FALSE(shows("tells")) << "the level that was chosen last";
-}
-
-TEST_F(WindowTest, TellsWhatModulesAndEncodersAreMadeOf) {
-  QStringList cells;
-  inNextDialog<window::AboutDialog>([&](window::AboutDialog* about) {
-    QTreeWidgetItemIterator items(about->findChild<QTreeWidget*>());
-    for (; *items; ++items) cells << (*items)->text(0) << (*items)->text(2);
-    QTest::keyClick(about, Qt::Key_Escape);
-  });
-  for (QAction* action : window->findChild<QMenu*>("helpMenu")->actions())
-    if (action->text().remove('&') == "About nubo") action->trigger();
-  EXPECT_TRUE(cells.contains("Module Grab")) << cells.join('|').toStdString();
-  const auto* records = main::ModuleManager::getInstance()->getModule("Grab")->getInformationObject();
-  for (const auto& record : *const_cast<main::InformationObject*>(records)->getAdditionalInformations())
-    EXPECT_TRUE(cells.contains(record.name) && cells.contains(record.licence)) << record.name.toStdString();
 }
 
 TEST_F(WindowTest, TellsOfFailuresFromBeforeItWasThere) {

@@ -87,16 +87,6 @@ TEST_F(WindowTest, KeepsPanelsInTabsAndSplitsWorkingAndFitted) {
   expectWholeCube(first);
 }
 
-TEST_F(WindowTest, ShowsTheAxesAsTheyLie) {
-  ASSERT_NO_FATAL_FAILURE(openCube());
-  useShortcut("Ctrl+1");  // from the front: x to the right, z upwards
-  const QImage image = panels().activePanel()->grabFramebuffer();
-  const QPoint origin(46, image.height() - 46);
-  const QColor right = image.pixelColor(origin + QPoint(20, 0)), up = image.pixelColor(origin - QPoint(0, 20));
-  EXPECT_GT(right.red(), right.blue());
-  EXPECT_GT(up.blue(), up.red());
-}
-
 TEST_F(WindowTest, RemembersViewsOfAScene) {
   ASSERT_NO_FATAL_FAILURE(openCube());
   const auto views = [this] { return window->findChild<QMenu*>("savedViews"); };
