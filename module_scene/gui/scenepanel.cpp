@@ -18,8 +18,8 @@ constexpr double OpeningAngle = 45.0;
 constexpr double DegreesPerPixel = 0.4;
 
 /// Takes a frustum its perspective: what the frustum divides by, the depth, is the same everywhere, and the true depth
-/// stands in w, falling from distance / ZNEAR to distance / ZFAR. Since it needs no eye, all lies in front of it that is
-/// near enough, however close a view comes.
+/// stands in w, falling from distance / ZNEAR to distance / ZFAR. Since it needs no eye, all lies in front of it that
+/// is near enough, however close a view comes.
 math::Matrix4 parallel(double distance) {
   constexpr double Reach = 2 * Camera::FarthestDistance;
   const double nearest = distance / scene::SceneDrawer::ZNEAR, farthest = distance / scene::SceneDrawer::ZFAR;

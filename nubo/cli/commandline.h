@@ -23,7 +23,7 @@ struct CommandLine {
   bool version = false;
   bool listCommands = false;
   QSize size{1280, 720};
-  QString view;       ///< a name or angles; empty: as the panel has it
+  QString view;  ///< a name or angles; empty: as the panel has it
   bool orthographic = false;
   QColor background;  ///< invalid: as the scene has it
   std::optional<scene::Look> look;

@@ -32,7 +32,7 @@ TrajectoryBar::TrajectoryBar(SceneChanger& changer, CommandRunner& runner, QWidg
   connect(&m_Player, &QTimer::timeout, this, &TrajectoryBar::playOn);
   connect(&m_Look, &QTimer::timeout, this, &TrajectoryBar::look);
   connect(&runner, &CommandRunner::started, this, &TrajectoryBar::updateEnabled);
-  connect(&runner, &CommandRunner::ended, this, [this] { m_Runner.whenIdle([this] { updateEnabled(); }); });
+  connect(&runner, &CommandRunner::ended, this, [this] { m_Runner.whenIdle([this] { putBack(); }); });
   m_Look.start(LookMs);
   fillModes();
   show();
@@ -197,6 +197,12 @@ void TrajectoryBar::go(int step) {
   m_Position = step;
   m_Changer.change(QStringLiteral("trajectory"), [step] { setPosition(step); });
   show();
+}
+
+/// A recording in step ends at the last step, where the next one would find a single frame.
+void TrajectoryBar::putBack() {
+  m_Changer.change(QStringLiteral("trajectory"), [] { TrajectoryHandler::getInstance()->putBack(); });
+  updateEnabled();
 }
 
 /// Commands move the scene from threads of their own, and do not tell.

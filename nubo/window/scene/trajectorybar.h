@@ -61,6 +61,7 @@ class TrajectoryBar : public QToolBar {
   void stepForward() { go(m_Position + 1); }
   void playOn();
   void go(int step);
+  void putBack();
   void look();
   void show();
   void updateEnabled();
