@@ -16,6 +16,7 @@
 #include "kernel/log/logger.h"
 #include "kernel/util/libraryfile.h"
 #include "module_scene/io/importerror.h"
+#include "module_scene/io/readertexts.h"
 
 namespace nubo::io {
 namespace {

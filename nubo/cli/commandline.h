@@ -33,6 +33,7 @@ struct CommandLine {
   QString element;                           ///< what a trajectory of points moves; empty: a marker
   std::optional<std::pair<int, int>> steps;  ///< first and last, counted from 0, both included
   std::optional<double> duration;            ///< seconds
+  std::optional<double> readTimeout;         ///< seconds that a reader may get no further
   QString settingsFile;
   Verbosity verbosity = Verbosity::Normal;
 

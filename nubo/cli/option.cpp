@@ -81,12 +81,15 @@ QString takeSteps(const QString& value, CommandLine& line) {
   return QStringLiteral("FIRST:LAST, two numbers from 0 on with FIRST not above LAST");
 }
 
-QString takeDuration(const QString& value, CommandLine& line) {
-  constexpr double Most = 1e6;
-  bool isNumber = false;
-  line.duration = value.toDouble(&isNumber);
-  if (isNumber && *line.duration > 0 && *line.duration <= Most) return QString();
-  return QStringLiteral("seconds above 0, up to %1").arg(int(Most));
+Option::Take seconds(std::optional<double> CommandLine::*target) {
+  return [=](const QString& value, CommandLine& line) {
+    constexpr double Most = 1e6;
+    bool isNumber = false;
+    const double number = value.toDouble(&isNumber);
+    line.*target = number;
+    if (isNumber && number > 0 && number <= Most) return QString();
+    return QStringLiteral("seconds above 0, up to %1").arg(int(Most));
+  };
 }
 
 /// Settings are stored in a new file in the place of the old one, which is to be no pipe, device or directory. The
@@ -126,7 +129,9 @@ const std::vector<Option>& options() {
       {"element", "NAME", "Moves this element of the scene along the points, in place of a marker.",
        text(&CommandLine::element, "an element's name")},
       {"steps", "FIRST:LAST", "Uses only these steps of the trajectory, counted from 0.", takeSteps},
-      {"duration", "SECONDS", "Ends the command after this time.", takeDuration},
+      {"duration", "SECONDS", "Ends the command after this time.", seconds(&CommandLine::duration)},
+      {"read-timeout", "SECONDS", "Gives a model up when its reader has got no further for so long (60).",
+       seconds(&CommandLine::readTimeout)},
       {"settings", "FILE", "Uses this settings file instead of your own.", takeSettings, {}, {}, true},
       {"quiet", "", "Says nothing but why it failed.", verbosity(Verbosity::Quiet)},
       {"verbose", "", "Shows the whole log.", verbosity(Verbosity::Verbose)},

@@ -43,7 +43,7 @@ Program::Program(const QStringList& words, const CommandLine& line, const QStrin
       m_NoOpenGL(noOpenGL),
       mp_Progress(progress),
       m_Report(line.verbosity, *progress),
-      m_Session(line.settingsFile, line.asks() || line.wantsWindow() ? QStringList() : line.scenes, m_Report) {
+      m_Session(line, line.asks() || line.wantsWindow() ? QStringList() : line.scenes, m_Report) {
   util::YProgressDialog::setPresenter(mp_Progress);
 }
 

@@ -1,13 +1,19 @@
 #include "nubo/cli/scenefile.h"
 
+#include <cmath>
+
 #include "module_scene/builtin/builtinanimation.h"
 #include "module_scene/builtin/builtinscene.h"
 #include "nubo/cli/commandline.h"
 
 namespace nubo::app {
 
-io::ImportResult readScene(const QString& name) {
-  if (name != BuiltinScene) return io::importFile(name);
+void setPatience(io::ImportControl& control, const CommandLine& line) {
+  if (line.readTimeout) control.patience = std::chrono::milliseconds(std::llround(*line.readTimeout * 1000));
+}
+
+io::ImportResult readScene(const QString& name, io::ImportControl& control) {
+  if (name != BuiltinScene) return io::importFile(name, control);
   io::ImportResult result;
   result.root = scene::createBuiltinScene();
   result.animations = {scene::createBuiltinAnimation(*result.root)};

@@ -20,13 +20,13 @@ namespace nubo::app {
 namespace {
 
 /// One scene of all; none at all where one cannot be read.
-io::ImportResult readScenes(const QStringList& scenes) {
-  if (scenes.isEmpty()) return readScene(BuiltinScene);
-  if (scenes.size() == 1) return readScene(scenes.first());
+io::ImportResult readScenes(const QStringList& scenes, io::ImportControl& control) {
+  if (scenes.isEmpty()) return readScene(BuiltinScene, control);
+  if (scenes.size() == 1) return readScene(scenes.first(), control);
   io::ImportResult all;
   all.root = new scene::SceneElement(QStringLiteral("scene"));
   for (const QString& scene : scenes) {
-    io::ImportResult one = readScene(scene);
+    io::ImportResult one = readScene(scene, control);
     if (!one.root) return one;
     all.root->addChild(one.root);
     std::move(one.animations.begin(), one.animations.end(), std::back_inserter(all.animations));
@@ -43,9 +43,10 @@ gui::Camera directionOf(const CommandLine& line) {
 
 }  // namespace
 
-Session::Session(const QString& settingsFile, const QStringList& scenes, Report& report)
-    : m_Report(report), m_Reading(scenes), m_Overseer(settingsFile) {
-  if (!scenes.isEmpty()) m_Import = std::async(std::launch::async, readScenes, scenes);
+Session::Session(const CommandLine& line, const QStringList& scenes, Report& report)
+    : m_Report(report), m_Reading(scenes), m_Overseer(line.settingsFile) {
+  setPatience(m_Control, line);
+  if (!scenes.isEmpty()) m_Import = std::async(std::launch::async, readScenes, scenes, std::ref(m_Control));
   const QString folder = QCoreApplication::applicationDirPath() + "/modules";
   main::ModuleManager::getInstance()->loadModules(folder, [](const QString&) {});
   if (main::ModuleManager::getInstance()->names().isEmpty())
@@ -84,7 +85,7 @@ void Session::reportWarnings(const QStringList& warnings) {
 QString Session::showScene(const CommandLine& line, bool takesTime) {
   const auto& scene = m_Viewer.getGlobalScene();
   const io::ImportResult result =
-      m_Import.valid() && m_Reading == line.scenes ? m_Import.get() : readScenes(line.scenes);
+      m_Import.valid() && m_Reading == line.scenes ? m_Import.get() : readScenes(line.scenes, m_Control);
   if (!result.root) return result.error;
   reportWarnings(result.warnings);
   scene->setRootNode(result.root);

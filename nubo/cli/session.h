@@ -18,7 +18,7 @@ class Report;
 class Session {
  public:
   /// Starts reading the scenes on a thread of its own (unless there are none), and loads the modules.
-  Session(const QString& settingsFile, const QStringList& scenes, Report& report);
+  Session(const CommandLine& line, const QStringList& scenes, Report& report);
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -39,6 +39,7 @@ class Session {
   Report& m_Report;
   QStringList m_Reading;  ///< the scenes that m_Import will bring
   main::Overseer m_Overseer;
+  io::ImportControl m_Control;
   std::future<io::ImportResult> m_Import;
   gui::Viewer m_Viewer;
   std::unique_ptr<gui::ScenePanel> m_Panel;

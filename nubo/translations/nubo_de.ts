@@ -35,6 +35,10 @@
         <source>Module %1</source>
         <translation>Modul %1</translation>
     </message>
+    <message>
+        <source>Reader %1</source>
+        <translation>Leser %1</translation>
+    </message>
 </context>
 <context>
     <name>AbstractParameter</name>
@@ -209,7 +213,7 @@
     <name>GrabVideo</name>
     <message>
         <source>Parameter failure</source>
-        <translation type="unfinished"></translation>
+        <translation>Parameterfehler</translation>
     </message>
     <message>
         <source>Selected width or height is to small (min. 16)</source>
@@ -246,6 +250,10 @@
     <message>
         <source>%1 frames, %2 encoded</source>
         <translation>%1 Bilder, %2 kodiert</translation>
+    </message>
+    <message>
+        <source>%L1 of %L2 frames</source>
+        <translation>%L1 von %L2 Bildern</translation>
     </message>
 </context>
 <context>
@@ -414,10 +422,6 @@
         <translation>sie hat zu viele Dreiecke</translation>
     </message>
     <message>
-        <source>it is larger than %1 pixels</source>
-        <translation>sie ist größer als %1 Pixel</translation>
-    </message>
-    <message>
         <source>bones and shapes do not deform its meshes here: only whole elements move</source>
         <translation>Knochen und Formen verformen seine Netze hier nicht: nur ganze Elemente bewegen sich</translation>
     </message>
@@ -430,10 +434,6 @@
         <translation>die Textur „%1“ lässt sich nicht lesen: %2</translation>
     </message>
     <message>
-        <source>it is empty or too large</source>
-        <translation>sie ist leer oder zu groß</translation>
-    </message>
-    <message>
         <source>the embedded texture &apos;%1&apos; cannot be read: %2</source>
         <translation>die eingebettete Textur „%1“ lässt sich nicht lesen: %2</translation>
     </message>
@@ -444,6 +444,70 @@
     <message>
         <source>the library that reads it cannot be loaded: %1</source>
         <translation>die Bibliothek, die sie liest, kann nicht geladen werden: %1</translation>
+    </message>
+    <message>
+        <source>the file was cut short while it was read</source>
+        <translation>die Datei wurde gekürzt, während sie gelesen wurde</translation>
+    </message>
+    <message>
+        <source>its reader &apos;%1&apos; hands over what makes no sense</source>
+        <translation>ihr Leser „%1“ übergibt, was keinen Sinn ergibt</translation>
+    </message>
+    <message>
+        <source>it has too many faces</source>
+        <translation>sie hat zu viele Flächen</translation>
+    </message>
+    <message>
+        <source>the library that reads it is for another version of nubo</source>
+        <translation>die Bibliothek, die sie liest, gehört zu einer anderen Fassung von nubo</translation>
+    </message>
+    <message>
+        <source>the file is damaged: it has fewer bytes than its parts need</source>
+        <translation>die Datei ist beschädigt: Sie hat weniger Bytes, als ihre Teile brauchen</translation>
+    </message>
+    <message>
+        <source>the file is damaged: it names what it does not have</source>
+        <translation>die Datei ist beschädigt: Sie nennt, was sie nicht hat</translation>
+    </message>
+    <message>
+        <source>the file is damaged: a node has two parents</source>
+        <translation>die Datei ist beschädigt: Ein Knoten hat zwei Eltern</translation>
+    </message>
+    <message>
+        <source>it requires the extension %1, which is not known</source>
+        <translation>sie verlangt die Erweiterung %1, die nicht bekannt ist</translation>
+    </message>
+    <message>
+        <source>the extension %1 is not known, and left out</source>
+        <translation>die Erweiterung %1 ist nicht bekannt und wird weggelassen</translation>
+    </message>
+    <message>
+        <source>glTF files above 4 GB cannot be read</source>
+        <translation>glTF-Dateien über 4 GB können nicht gelesen werden</translation>
+    </message>
+    <message>
+        <source>what Draco packed is damaged: %1</source>
+        <translation>was Draco gepackt hat, ist beschädigt: %1</translation>
+    </message>
+    <message>
+        <source>its reader cannot be started: %1</source>
+        <translation>ihr Leser kann nicht gestartet werden: %1</translation>
+    </message>
+    <message>
+        <source>reading was cancelled</source>
+        <translation>das Lesen wurde abgebrochen</translation>
+    </message>
+    <message>
+        <source>its reader &apos;%1&apos; got no further for %2 s, and was ended</source>
+        <translation>ihr Leser „%1“ kam %2 s lang nicht weiter und wurde beendet</translation>
+    </message>
+    <message>
+        <source>its reader &apos;%1&apos; ended unexpectedly</source>
+        <translation>ihr Leser „%1“ endete unerwartet</translation>
+    </message>
+    <message>
+        <source>its reader does not let go of what it has read</source>
+        <translation>ihr Leser gibt nicht frei, was er gelesen hat</translation>
     </message>
 </context>
 <context>
@@ -806,6 +870,10 @@
     <message>
         <source>Ask “%1” to end now (%2)</source>
         <translation>„%1“ jetzt beenden lassen (%2)</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
     </message>
 </context>
 <context>

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 
 #include "kernel/log/logger.h"
+#include "nubo/cli/scenefile.h"
 #include "nubo/window/commands/commandrunner.h"
 #include "nubo/window/commands/runningcommands.h"
 #include "nubo/window/menus/recentfiles.h"
@@ -31,12 +32,18 @@ SceneOpener::SceneOpener(const Parts& parts, QWidget* window)
     : QObject(window), m_Parts(parts), mp_Window(window), mp_Loader(new SceneLoader(this)) {
   connect(mp_Loader, &SceneLoader::started, this, &SceneOpener::showReading);
   connect(mp_Loader, &SceneLoader::finished, this, &SceneOpener::sceneRead);
+  connect(mp_Loader, &SceneLoader::cancelled, this, [this] { m_Parts.running.end(mp_Loader); });
+  connect(mp_Loader, &SceneLoader::progressed, this,
+          [this](int percent) { m_Parts.running.update(mp_Loader, percent); });
   connect(&parts.trajectory, &TrajectoryBar::failed, this, &SceneOpener::showTrajectoryFailure);
   connect(&parts.trajectory, &TrajectoryBar::sceneChanged, this, [this] { dismiss(m_TrajectoryFailure); });
 }
 
 void SceneOpener::openFirst(const app::CommandLine& line) {
   m_Line = line;
+  io::ImportControl control;
+  app::setPatience(control, line);
+  mp_Loader->setPatience(control.patience);
   open(line.scenes);
 }
 
@@ -60,7 +67,7 @@ void SceneOpener::chooseFiles() {
 void SceneOpener::showReading(const QStringList& files) {
   dismiss(m_ReadFailure);  // what was wrong with other files says nothing about these
   m_Parts.running.end(mp_Loader);
-  m_Parts.running.begin(mp_Loader, tr("Reading %1").arg(namesOf(files)));
+  m_Parts.running.begin(mp_Loader, tr("Reading %1").arg(namesOf(files)), [this] { mp_Loader->cancel(); });
 }
 
 void SceneOpener::showTrajectoryFailure(const QString& text) {

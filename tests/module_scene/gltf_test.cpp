@@ -16,7 +16,7 @@ void collect(const scene::SceneElement& element, std::vector<const Geometry*>& g
   for (const auto& child : element.getChildren()) collect(*child, geometries);
 }
 
-QString model(const char* name) { return QStringLiteral(NUBO_TEST_MODELS "/") + name; }
+QString model(const char* name) { return QStringLiteral(NUBO_TEST_DATA "/gltf/") + name; }
 
 TEST(Gltf, FilesOfKnownContentBecomeWhatTheySay) {
   struct Row {

@@ -70,7 +70,7 @@ TEST(CommandLine, TellsScenesCommandAndArgumentsApart) {
 TEST(CommandLine, ReadsItsOptions) {
   const QString options =
       "--size 800x450 --view -30,-20.5 --background #102030 --samples 0 --steps 0:99 --duration 1.5 --trajectory t.csv "
-      "--element arm --verbose ";
+      "--element arm --verbose --read-timeout 2.5 ";
   // Before the scene or after the command, or shared between both.
   for (const QString& text : {"--settings s.ini " + options + "m.obj grabvideo", "m.obj grabvideo " + options,
                               "--size 1x1 --element leg m.obj grabvideo --sync " + options}) {
@@ -82,6 +82,7 @@ TEST(CommandLine, ReadsItsOptions) {
     EXPECT_EQ(line.samples, 0);
     EXPECT_EQ(line.steps, std::make_pair(0, 99));
     EXPECT_EQ(line.duration, 1.5);
+    EXPECT_EQ(line.readTimeout, 2.5);
     EXPECT_EQ(line.trajectory, "t.csv");
     EXPECT_EQ(line.element, "arm");
     EXPECT_EQ(line.verbosity, Verbosity::Verbose);
@@ -120,6 +121,7 @@ TEST(CommandLine, RefusesWithAReason) {
       {"--element= m.stl grabvideo --trajectory t.csv", "--element \"\": expected an element's name"},
       {"--steps 5:4 m.stl grabvideo", "--steps 5:4: expected"},
       {"--duration 0 m.stl grabvideo", "--duration 0: expected"},
+      {"--read-timeout 0 m.stl grabvideo", "--read-timeout 0: expected"},
       {"grabimge --width 3", "grabimge: unknown command; did you mean \"grabimage\"?"},
       {"m.stl grab --width 3", "did you mean \"grabimage\" or \"grabvideo\"?"},
       {"help", "did you mean \"--help\"?"},

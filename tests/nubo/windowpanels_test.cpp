@@ -5,6 +5,7 @@
 #include <QTabBar>
 #include <QTreeWidget>
 
+#include "nubo/window/scene/sceneloader.h"
 #include "nubo/windowfixture.h"
 
 namespace nubo::test {
@@ -195,6 +196,18 @@ TEST_F(WindowTest, OpensSeveralFilesAsOneSceneAndForgetsMissingOnes) {
   EXPECT_TRUE(waitUntil([this] { return message().contains("second.obj"); }));
   EXPECT_EQ(recent->actions().size(), 1);
   EXPECT_EQ(window->windowTitle(), "cube.obj, second.obj – nubo") << "the scene stays";
+}
+
+TEST_F(WindowTest, GivesUpWhatItReadsWhenThatIsCancelled) {
+  window::SceneLoader loader;
+  int cancelled = 0, finished = 0;
+  QObject::connect(&loader, &window::SceneLoader::cancelled, [&] { ++cancelled; });
+  QObject::connect(&loader, &window::SceneLoader::finished, [&] { ++finished; });
+  loader.load({writeFile("given-up.obj", CubeFile)});
+  loader.cancel();
+  ASSERT_TRUE(waitUntil([&] { return !loader.isLoading(); }));
+  EXPECT_EQ(cancelled, 1);
+  EXPECT_EQ(finished, 0);
 }
 
 }  // namespace

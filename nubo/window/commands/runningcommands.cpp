@@ -92,7 +92,21 @@ void RunningCommands::stopLatest() {
     if ((*button)->isEnabled()) return (*button)->click();
 }
 
-void RunningCommands::begin(const void* id, const QString& label) { m_Rows[id] = createRow(label, false); }
+void RunningCommands::begin(const void* id, const QString& label, const std::function<void()>& stop) {
+  m_Rows[id] = createRow(label, false);
+  if (!stop) return;
+  auto* button = new QToolButton;
+  button->setObjectName(QStringLiteral("cancel"));
+  button->setText(tr("Cancel"));
+  button->setIcon(makeIcon(Icon::Stop));
+  button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+  button->setFocusPolicy(Qt::TabFocus);
+  connect(button, &QToolButton::clicked, button, [button, stop] {
+    button->setEnabled(false);
+    stop();
+  });
+  m_Rows[id].widget->layout()->addWidget(button);
+}
 
 void RunningCommands::beginPart(const void* id, const QString& label) {
   // A command without a percentage of its own is most likely the one whose work this is.

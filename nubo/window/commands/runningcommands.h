@@ -3,6 +3,7 @@
 
 #include <QHash>
 #include <QWidget>
+#include <functional>
 
 #include "kernel/util/yprogressdialog.h"
 #include "nubo/window/commands/runningcommand.h"
@@ -23,8 +24,9 @@ class RunningCommands : public QWidget {
 
   /// Stays until the command has finished.
   void add(RunningCommand* run);
-  /// Work that no command does, in a row of its own until end(); `id` names it.
-  void begin(const void* id, const QString& label);
+  /// Work that no command does, in a row of its own until end(); `id` names it. `stop`, where there is one, asks it to
+  /// end.
+  void begin(const void* id, const QString& label, const std::function<void()>& stop = {});
   /// Work that reports for itself and may be part of what a command does; `id` names it.
   void beginPart(const void* id, const QString& label);
   void update(const void* id, int percent);

@@ -14,16 +14,16 @@ namespace nubo::window {
 namespace {
 
 /// Files that cannot be read are moved from `files` to `failed`.
-io::ImportResult readAll(QStringList& files, QStringList& failed) {
+io::ImportResult readAll(QStringList& files, QStringList& failed, io::ImportControl& control) {
   if (files.size() == 1) {
-    io::ImportResult one = app::readScene(files.first());
+    io::ImportResult one = app::readScene(files.first(), control);
     if (!one.root) std::swap(files, failed);
     return one;
   }
   io::ImportResult all;
   QStringList errors;
   for (const QString& file : QStringList(files)) {
-    io::ImportResult one = app::readScene(file);
+    io::ImportResult one = app::readScene(file, control);
     if (one.root) {
       if (!all.root) all.root = new scene::SceneElement(SceneLoader::tr("Scene"));
       all.root->addChild(one.root);
@@ -74,25 +74,42 @@ class SceneLoader::Uploader {
   QOffscreenSurface m_Surface;
 };
 
-SceneLoader::SceneLoader(QObject* parent) : QObject(parent) {}
+SceneLoader::SceneLoader(QObject* parent) : QObject(parent) {
+  constexpr int Often = 200;  // milliseconds
+  m_Glance.setInterval(Often);
+  connect(&m_Glance, &QTimer::timeout, this, [this] { emit progressed(m_Control->percent); });
+}
 
 SceneLoader::~SceneLoader() {
-  if (m_Thread) m_Thread->wait();
+  if (!m_Thread) return;
+  m_Control->cancelled = true;
+  m_Thread->wait();
 }
 
 void SceneLoader::load(const QStringList& files) {
   m_Next = files;
-  if (!isLoading()) startNext();
+  if (isLoading())
+    m_Control->cancelled = true;
+  else
+    startNext();
+}
+
+void SceneLoader::cancel() {
+  m_Next.clear();
+  if (isLoading()) m_Control->cancelled = true;
 }
 
 void SceneLoader::startNext() {
   const QStringList files = std::exchange(m_Next, {});
   if (files.isEmpty()) return;
+  m_Control = std::make_unique<io::ImportControl>();
+  m_Control->patience = m_Patience;
+  m_Glance.start();
   emit started(files);
   if (!m_Uploader) m_Uploader = std::make_unique<Uploader>();
   m_Thread.reset(QThread::create([this, files = QStringList(files)]() mutable {
     QStringList failed;
-    const auto result = std::make_shared<io::ImportResult>(readAll(files, failed));
+    const auto result = std::make_shared<io::ImportResult>(readAll(files, failed, *m_Control));
     if (result->root) scene::makeCoarseVersions(*result->root);
     m_Uploader->upload(result->root.get());
     QMetaObject::invokeMethod(
@@ -106,8 +123,12 @@ void SceneLoader::end(const QStringList& files, const QStringList& failed,
                       const std::shared_ptr<io::ImportResult>& result) {
   m_Thread->wait();
   m_Thread.reset();
+  m_Glance.stop();
   const bool outdated = !m_Next.isEmpty();
-  if (!outdated) emit finished(files, failed, *result);
+  if (!outdated && m_Control->cancelled)
+    emit cancelled();
+  else if (!outdated)
+    emit finished(files, failed, *result);
   startNext();
 }
 

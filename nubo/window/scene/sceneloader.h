@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QStringList>
 #include <QThread>
+#include <QTimer>
 #include <memory>
 
 #include "module_scene/io/importer.h"
@@ -15,11 +16,15 @@ class SceneLoader : public QObject {
   Q_OBJECT
  public:
   explicit SceneLoader(QObject* parent = nullptr);
-  /// Waits for the file that is being read.
+  /// Ends what is being read.
   ~SceneLoader() override;
 
-  /// Reads the files into one scene. What is being read meanwhile is dropped when it comes.
+  /// Reads the files into one scene. What is being read meanwhile is given up.
   void load(const QStringList& files);
+  /// Gives up what is being read, and what was to be read after it.
+  void cancel();
+  /// For the files that are loaded from now on.
+  void setPatience(std::chrono::milliseconds patience) { m_Patience = patience; }
   bool isLoading() const { return m_Thread != nullptr; }
 
  signals:
@@ -27,6 +32,10 @@ class SceneLoader : public QObject {
   /// `files` make up the root; each that failed has a line in the warnings. Where all failed there is no root, and the
   /// error says why.
   void finished(const QStringList& files, const QStringList& failed, const nubo::io::ImportResult& result);
+  /// In place of finished.
+  void cancelled();
+  /// Of the file that is being read; below 0: nobody knows.
+  void progressed(int percent);
 
  private:
   void startNext();
@@ -34,8 +43,11 @@ class SceneLoader : public QObject {
 
   class Uploader;
   std::unique_ptr<Uploader> m_Uploader;
-  std::unique_ptr<QThread> m_Thread;  ///< there is one while a file is read
-  QStringList m_Next;                 ///< to be read when the present ones are done with
+  std::unique_ptr<QThread> m_Thread;             ///< there is one while a file is read
+  std::unique_ptr<io::ImportControl> m_Control;  ///< of what is being read
+  std::chrono::milliseconds m_Patience = io::ImportControl().patience;
+  QTimer m_Glance;     ///< at how far it is
+  QStringList m_Next;  ///< to be read when the present ones are done with
 };
 
 }  // namespace nubo::window

@@ -36,6 +36,18 @@ std::vector<std::uint32_t> singles(const std::vector<std::uint32_t>& in, int mod
   }
 }
 
+/// Leaves out primitives that name vertices which are not there, and what is left over at the end.
+void dropBroken(std::vector<std::uint32_t>& indices, std::size_t corners, std::size_t vertices) {
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i + corners <= indices.size(); i += corners) {
+    const auto first = indices.begin() + std::ptrdiff_t(i), last = first + std::ptrdiff_t(corners);
+    if (!std::all_of(first, last, [vertices](std::uint32_t index) { return index < vertices; })) continue;
+    std::copy(first, last, indices.begin() + std::ptrdiff_t(kept));
+    kept += corners;
+  }
+  indices.resize(kept);
+}
+
 Primitive primitiveOf(int mode) {
   if (mode == TINYGLTF_MODE_POINTS) return Primitive::Points;
   return mode < TINYGLTF_MODE_TRIANGLES ? Primitive::Lines : Primitive::Triangles;
@@ -118,7 +130,7 @@ void Meshes::convertPrimitive(const tinygltf::Mesh& owner, const tinygltf::Primi
     for (std::size_t i = 1; i < coordinates.size(); i += 2) coordinates[i] = 1 - coordinates[i];
   convertColors(attributes, mesh);
   std::vector<std::uint32_t> indices = singles(attributes.indices(mesh.positions.size() / 3), mode);
-  indices.resize(indices.size() / (std::size_t(mesh.primitive) + 1) * (std::size_t(mesh.primitive) + 1));
+  dropBroken(indices, std::size_t(mesh.primitive) + 1, mesh.positions.size() / 3);
   mesh.indices = m_Output.array(indices);
   convertInfluences(attributes, mesh);
   convertShapes(owner, source, mesh);
