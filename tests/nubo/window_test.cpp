@@ -48,7 +48,7 @@ struct Video {
       if (word.startsWith('H')) size.setHeight(word.mid(1).toInt());
     }
     const int pixels = size.width() * size.height();
-    while (pixels > 0 && file.readLine() == "FRAME\n") frames << file.read(3 * pixels);
+    while (pixels > 0 && file.readLine() == "FRAME\n") frames << file.read(qint64(3) * pixels);
   }
   QRectF extentOfModel(int frame) const {
     const auto brightness = [&](int x, int y) { return int(uchar(frames[frame][y * size.width() + x])); };
