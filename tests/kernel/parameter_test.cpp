@@ -6,6 +6,7 @@
 
 #include "kernel/main/parameterset.h"
 #include "kernel/main/typesolver.h"
+#include "support/logcollector.h"
 
 using namespace nubo;
 using main::Parameter;
@@ -85,6 +86,30 @@ TEST(Parameter, DeletesWhatItOwnsAndNothingElse) {
   EXPECT_EQ(Counted::alive, 2);
   copy = main::ParameterSet(2, "empty");
   EXPECT_EQ(Counted::alive, 1);
+}
+
+TEST(Parameter, TellsOfWhatIsNotOfItsType) {
+  Named<int> number("1"), copy;
+  Named<double> other("2.5");
+  const test::LogCollector log;
+  EXPECT_FALSE(number.castString("one"));
+  const log::Record record = log.records().at(0);
+  EXPECT_EQ(QString("%1 %2:%3").arg(record.level).arg(record.file).arg(record.line), "1000 kernel/main/parameter:87");
+  EXPECT_EQ(record.function + ' ' + record.message,
+            "nubo::main::Parameter<int>::castString Parameter::castString() There was an error!");
+  static QStringList told;
+  const auto previous = qInstallMessageHandler([](QtMsgType, auto&, const QString& message) { told << message; });
+  EXPECT_EQ(number.getValue<double>(), nullptr);
+  number.setValue(other.getValue<double>());
+  qInstallMessageHandler(previous);
+  EXPECT_EQ(told, QStringList({"Invalid type!", "Invalid type! (d <-> i)"}));
+  number.takeValue(&other);
+  EXPECT_EQ(number.toString(), "1");
+  copy.disableDeleteOnSet(true);
+  copy.takeValue(&number);
+  EXPECT_EQ(copy.getValuePointer(), number.getValuePointer());
+  EXPECT_EQ(number.toDebugString(), QString::asprintf("%p (name): value: %p  binded: %p\n", static_cast<void*>(&number),
+                                                      number.getValuePointer(), nullptr));
 }
 
 TEST(TypeSolver, ConvertsThroughTextAndRefusesWhatDoesNotFit) {
