@@ -63,6 +63,11 @@ void setUpState() {
   load(GL_TEXTURE, math::Matrix4());
 }
 
+void setFacesBack() {
+  glEnable(GL_POLYGON_OFFSET_FILL);
+  glPolygonOffset(1, 1);
+}
+
 void setUpLight() {
   constexpr GLfloat Direction[] = {-0.25f, 0.4f, 1.0f, 0.0f};
   constexpr GLfloat Diffuse[] = {0.85f, 0.85f, 0.85f, 1.0f};

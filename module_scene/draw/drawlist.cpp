@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 
+#include "module_scene/mesh/featureedges.h"
+
 namespace nubo::scene {
 
 namespace {
@@ -172,7 +174,10 @@ void DrawList::collect(const SceneElement& element, const math::Matrix4& parent,
   if (layer != LayerModel) own.detail = 0;  // markers are small, and meant to be seen
   for (const auto& geometry : element.getGeometries()) {
     const int layers = layer == LayerModel && geometry->transparent ? LayerTransparent : layer;
-    if ((query.layers & layers) && (query.kinds & geometry->kind)) add(*geometry, modelView, own);
+    if (!(query.layers & layers) || !(query.kinds & geometry->kind)) continue;
+    add(*geometry, modelView, own);
+    if (const auto edges = query.edges && layer == LayerModel ? featureEdges(*geometry) : nullptr)
+      add(*edges, modelView, own);
   }
   for (const auto& child : element.getChildren()) collect(*child, modelView, layer, query);
 }

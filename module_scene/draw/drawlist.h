@@ -15,6 +15,7 @@ struct ViewQuery {
   double detail = 0.0;                     ///< pixels by which shapes may lie off; 0: draws everything as it is
   int layers = 0;                          ///< Layer bits
   int kinds = 0;                           ///< Kind bits
+  bool edges = false;                      ///< faces get lines where their surface has an edge
   double widthScale = 1;                   ///< of what has a width in pixels
   double widestPoint = 1, widestLine = 1;  ///< that can be drawn
 };

@@ -46,6 +46,7 @@ struct SceneDrawer::Private {
   int samples = 0;
   int viewHeight = 0;
   Look look = Look::Studio;
+  bool drawsEdges = false;
   util::YPointer<Environment> environment;
   DrawList list;
   SurfaceShader shader;
@@ -76,6 +77,7 @@ void SceneDrawer::Private::begin(const StateGuard& state, double detail, int lay
                                  const math::Matrix4& transform, std::initializer_list<const SceneElement*> elements) {
   viewpoint = Viewpoint::of(state.projection(), state.modelView() * transform);
   ViewQuery query{viewpoint.projection, width, height, detail, layers, kinds};
+  query.edges = drawsEdges || look == Look::Technical;
   scaleWidths(query, viewHeight);
   list.clear();
   for (const SceneElement* element : elements)
@@ -98,6 +100,7 @@ void SceneDrawer::Private::begin(const StateGuard& state, double detail, int lay
 void SceneDrawer::Private::bindTarget(const StateGuard& state) {
   setUpState();
   shaded ? shader.begin(viewpoint, look, environment) : setUpLight();
+  if (shaded || drawsEdges) setFacesBack();
   if (direct) {
     QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
     glViewport(0, 0, width, height);
@@ -167,6 +170,7 @@ SceneDrawer::SceneDrawer(const util::YPointer<Scene>& scene) : d(std::make_uniqu
   d->samples = scene->getSamples();
   d->viewHeight = scene->getViewHeight();
   d->look = scene->getLook();
+  d->drawsEdges = scene->hasEdges();
 }
 
 SceneDrawer::~SceneDrawer() = default;
@@ -184,6 +188,8 @@ void SceneDrawer::setViewHeight(int pixels) { d->viewHeight = pixels; }
 void SceneDrawer::setSamples(int samples) { d->samples = samples; }
 
 void SceneDrawer::setLook(Look look) { d->look = look; }
+
+void SceneDrawer::setEdges(bool drawn) { d->drawsEdges = drawn; }
 
 void SceneDrawer::setEnvironment(const util::YPointer<Environment>& environment) { d->environment = environment; }
 

@@ -58,6 +58,9 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   /// The scene's setting when the drawer was made. Where OpenGL lacks what another needs, Look::Plain is drawn, as
   /// the log tells.
   void setLook(Look look);
+  /// Whether creases and borders of surfaces are drawn as lines, as they always are in a technical look; the scene's
+  /// setting when the drawer was made.
+  void setEdges(bool drawn);
   /// What lights surfaces in looks other than the plain one; null: the studio.
   void setEnvironment(const util::YPointer<Environment>& environment);
 

@@ -22,11 +22,12 @@ enum Variant : unsigned {
   Lit = 32,
   Mask = 64,
   Opaque = 128,
-  OfClay = 256
+  OfClay = 256,
+  OfDrawing = 512
 };
 
 constexpr const char* Defines[] = {"BASE_MAP", "ROUGHNESS_MAP", "NORMAL_MAP", "OCCLUSION_MAP", "EMISSIVE_MAP",
-                                   "LIT",      "MASK",          "OPAQUE",     "OF_CLAY"};
+                                   "LIT",      "MASK",          "OPAQUE",     "OF_CLAY",       "OF_DRAWING"};
 
 // Texture units, the first five also bits of the variant.
 constexpr const char* Samplers[] = {"baseMap",      "roughnessMap", "normalMap",
@@ -132,9 +133,6 @@ void SurfaceShader::begin(const Viewpoint& viewpoint, Look look, const util::YPo
   m_Look = look;
   m_Environment = environment;
   ++m_Drawing;
-  // Lines on a surface lie above it by less than it falls from one pixel to the next.
-  glEnable(GL_POLYGON_OFFSET_FILL);
-  glPolygonOffset(1, 1);
   QOpenGLExtraFunctions* gl = extraFunctions();
   gl->glActiveTexture(GL_TEXTURE0 + ReflectionUnit);
   gl->glBindTexture(GL_TEXTURE_3D, BufferCache::buffer(environment ? *environment : studio())->name());
@@ -152,9 +150,14 @@ unsigned SurfaceShader::variantFor(const Geometry& geometry) const {
   }
   if (material.alphaMode == AlphaMode::Mask) result |= Mask;
   if (!geometry.transparent && !(result & Mask)) result |= Opaque;
-  if (!(result & Lit)) return result & (BaseMap | Mask | Opaque);
-  if (m_Look == Look::Clay) result = (result & (BaseMap | Lit | Mask | Opaque)) | OfClay;
-  return result;
+  const bool isDrawing = m_Look == Look::Technical;
+  if (!(result & Lit)) {
+    // What is printed on a face stays; points and lines are ink.
+    const bool isInk = isDrawing && geometry.kind != KindFaces;
+    return (result & (BaseMap | Mask | Opaque)) | (isInk ? OfDrawing : 0u);
+  }
+  if (m_Look == Look::Studio) return result;
+  return (result & (BaseMap | Lit | Mask | Opaque)) | OfClay | (isDrawing ? OfDrawing : 0u);
 }
 
 void SurfaceShader::use(const Geometry& geometry) {

@@ -165,6 +165,12 @@ void main() {
   glow *= decode(texture2D(emissiveMap, place(4)).rgb);
 #endif
   base.rgb = encode(clamp(light + glow, 0.0, 1.0));
+#ifdef OF_DRAWING
+  base.rgb = 0.72 + 0.33 * base.rgb;  // paper white, or nearly
+#endif
+#endif
+#if defined(OF_DRAWING) && !defined(LIT)
+  base.rgb = vec3(0.0);
 #endif
   gl_FragColor = base;
 }

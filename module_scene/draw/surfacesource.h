@@ -4,8 +4,8 @@
 namespace nubo::scene {
 
 // Both follow a #version line and #define lines: LIT, BASE_MAP, ROUGHNESS_MAP, NORMAL_MAP, OCCLUSION_MAP, EMISSIVE_MAP,
-// OF_CLAY, and of
-// MASK and OPAQUE at most one.
+// OF_CLAY,
+// OF_DRAWING, and of MASK and OPAQUE at most one.
 extern const char SurfaceVertexShader[];
 extern const char SurfaceFragmentShader[];
 

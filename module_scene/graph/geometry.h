@@ -70,9 +70,10 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   std::size_t primitiveCount() const { return indices.size() / (kind == KindFaces ? 3 : kind == KindLines ? 2 : 1); }
 
   CopySlot& copySlot() const { return m_CopySlot; }
+  CopySlot& edgeSlot() const { return m_EdgeSlot; }
 
  private:
-  mutable CopySlot m_CopySlot;
+  mutable CopySlot m_CopySlot, m_EdgeSlot;
 };
 
 }  // namespace nubo::scene

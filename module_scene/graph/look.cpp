@@ -9,7 +9,7 @@ struct NamedLook {
   const char* name;
 };
 
-constexpr NamedLook Looks[] = {{Look::Studio, "studio"}, {Look::Plain, "plain"}, {Look::Clay, "clay"}};
+constexpr NamedLook Looks[] = {{Look::Studio, "studio"}, {Look::Plain, "plain"}, {Look::Clay, "clay"}, {Look::Technical, "technical"}};
 
 }  // namespace
 

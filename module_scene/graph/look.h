@@ -10,9 +10,10 @@
 namespace nubo::scene {
 
 enum class Look {
-  Studio,  ///< physical materials in the light of a studio
-  Plain,   ///< fixed-function light and materials, the cheapest
-  Clay     ///< everything of one matte material, in the studio
+  Studio,    ///< physical materials in the light of a studio
+  Plain,     ///< fixed-function light and materials, the cheapest
+  Clay,      ///< everything of one matte material, in the studio
+  Technical  ///< white faces, faintly shaded, with black edges and lines
 };
 
 /// As options and settings name it.

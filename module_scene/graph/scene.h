@@ -42,6 +42,9 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   void setViewHeight(int pixels) { m_ViewHeight = pixels; }
   Look getLook() const { return m_Look; }
   void setLook(Look look) { m_Look = look; }
+  /// Whether a surface's creases and borders are drawn as lines; a technical look always has them.
+  bool hasEdges() const { return m_Edges; }
+  void setEdges(bool drawn) { m_Edges = drawn; }
 
   /// Keeps everything still until the matching unlock() on the same thread; waits for a change in
   /// progress to end.
@@ -59,6 +62,7 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   std::atomic<int> m_Samples{4};
   std::atomic<int> m_ViewHeight{0};
   std::atomic<Look> m_Look{Look::Studio};
+  std::atomic<bool> m_Edges{false};
   struct Private;
   std::unique_ptr<Private> d;
 };

@@ -115,6 +115,7 @@ void ScenePanel::drawSmaller(int times) {
 void ScenePanel::beginFrame(scene::SceneDrawer& drawer, int samples, int smaller) const {
   drawer.setSamples(samples);
   drawer.setLook(scene::_GlobalScene()->getLook());
+  drawer.setEdges(scene::_GlobalScene()->hasEdges());
   drawer.setViewHeight(height());
   const QSize area = pixels(smaller);
   const QColor background = drawer.getBackgroundColor();

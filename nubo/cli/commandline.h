@@ -27,6 +27,7 @@ struct CommandLine {
   bool orthographic = false;
   QColor background;  ///< invalid: as the scene has it
   std::optional<scene::Look> look;
+  bool edges = false;
   std::optional<int> samples;
   std::optional<int> turntable;
   QString trajectory;

@@ -117,9 +117,12 @@ const std::vector<Option>& options() {
       {"background", "COLOUR", "Background colour: a name such as white, or #rrggbb.", takeBackground,
        QColor::colorNames()},
       {"look", "LOOK",
-       "How the scene is drawn: studio (physical materials and light), plain (the fastest), clay (one material) "
+       "How the scene is drawn: studio (physical materials and light), plain (the fastest), clay (one material), "
+       "technical (black "
+       "lines on white) "
        "(studio).",
        takeLook, scene::lookNames()},
+      {"edges", "", "Draws creases and borders of surfaces as lines.", flag(&CommandLine::edges)},
       {"samples", "N", "Samples per pixel for smooth edges; 0 turns smoothing off (4).",
        number(&CommandLine::samples, 0, 64)},
       {"turntable", "N", "Turns the scene once around in N steps (in ten seconds, where the scene has no animation).",

@@ -1154,6 +1154,10 @@
         <translation>&amp;Ton</translation>
     </message>
     <message>
+        <source>&amp;Technical</source>
+        <translation>Te&amp;chnisch</translation>
+    </message>
+    <message>
         <source>F&amp;ull Screen</source>
         <translation>Voll&amp;bild</translation>
     </message>

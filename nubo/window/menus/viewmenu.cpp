@@ -73,7 +73,7 @@ void ViewMenu::addLooks() {
     m_Panels.updatePanels();
   };
   const auto chosen = [] { return main::nuboSettings()->value(LookKey).toString(); };
-  const QStringList looks = scene::lookNames(), labels{tr("&Studio"), tr("&Plain"), tr("&Clay")};
+  const QStringList looks = scene::lookNames(), labels{tr("&Studio"), tr("&Plain"), tr("&Clay"), tr("&Technical")};
   for (int i = 0; i < looks.size(); ++i) {
     QAction* action = menu->addAction(labels.value(i, looks[i]));
     action->setCheckable(true);
