@@ -25,12 +25,23 @@ util::YPointer<Material> makeMaterial(const QColor& color, float gloss = 0.0f, f
   return material;
 }
 
+// In fixed-function light metal is as dark as it looks on the whole; in a studio it mirrors.
+util::YPointer<Material> makeMetal(const QColor& color, float shininess, const QColor& mirrored, float roughness) {
+  constexpr float Gloss = 0.8f;
+  const util::YPointer<Material> metal = makeMaterial(color, Gloss, shininess);
+  PhysicalMaterial& physical = metal->physical.emplace();
+  physical.baseColor = {float(mirrored.redF()), float(mirrored.greenF()), float(mirrored.blueF()), 1};
+  physical.metallic = 1;
+  physical.roughness = roughness;
+  return metal;
+}
+
 // The materials that parts share.
 struct Paints {
   util::YPointer<Material> light = makeMaterial(QColor(0xe6, 0xe3, 0xdc), 0.15f, 20);
   util::YPointer<Material> dark = makeMaterial(QColor(0x17, 0x1a, 0x20), 0.35f, 30);
-  util::YPointer<Material> steel = makeMaterial(QColor(0x8b, 0x93, 0x9e), 0.8f, 60);
-  util::YPointer<Material> brass = makeMaterial(QColor(0xb5, 0x8a, 0x3c), 0.8f, 50);
+  util::YPointer<Material> steel = makeMetal(QColor(0x8b, 0x93, 0x9e), 60, QColor(0xc4, 0xc8, 0xcc), 0.32f);
+  util::YPointer<Material> brass = makeMetal(QColor(0xb5, 0x8a, 0x3c), 50, QColor(0xe6, 0xbc, 0x6a), 0.28f);
   util::YPointer<Material> orange = makeMaterial(QColor(0xe8, 0x6a, 0x17), 0.5f, 45);
   util::YPointer<Material> red = makeMaterial(QColor(0xc4, 0x2b, 0x2b), 0.9f, 90);
   util::YPointer<Material> rubber = makeMaterial(QColor(0x24, 0x26, 0x2a), 0.1f, 8);
