@@ -173,6 +173,8 @@ bool allowWithin(const Filter& filter) {
   all = allowIf(filter, SCMP_SYS(recvmsg), SCMP_A0(SCMP_CMP_EQ, reader::HelperSocket)) && all;
   for (const int call : {SCMP_SYS(write), SCMP_SYS(writev)})
     all = allowIf(filter, call, SCMP_A0(SCMP_CMP_LE, STDERR_FILENO)) && all;
+  // A sanitizer asks the kernel what memory there is by writing it to a pipe.
+  if (Sanitized) all = allow(filter, {SCMP_SYS(write), SCMP_SYS(pipe)}) && all;
   // Memory that the limit counts, and that of the program.
   for (const scmp_datum_t kind : {scmp_datum_t(0), scmp_datum_t(MAP_SHARED), scmp_datum_t(MAP_ANONYMOUS)})
     all = allowIf(filter, SCMP_SYS(mmap), SCMP_A3(SCMP_CMP_MASKED_EQ, shared, kind)) && all;

@@ -81,8 +81,10 @@ const std::map<std::string, std::function<void(Output&)>> Faults{
        throw Refusal("'%1' is\nno %2", {"it", "file"});
      }},
     {"lies",
-     [](Output&) {
-       send({Message::Done, 0, std::uint64_t(1) << 40}), sleep(1000);
+     [](Output& output) {
+       output.array<char>(9);  // in a block that is shorter than what is announced
+       send({Message::Done, 0, std::uint64_t(1) << 24});
+       sleep(1000);
      }},
     {"talks",
      [](Output&) {
@@ -94,7 +96,16 @@ const std::map<std::string, std::function<void(Output&)>> Faults{
     {"material", [](Output& output) { readWell(output), output.model.meshes[0].material = 0; }},
     {"mesh", [](Output& output) { readWell(output), output.model.nodes[0].instances[0].mesh = -2; }},
     {"parent", [](Output& output) { readWell(output), output.model.nodes[0].parent = 0; }},
-    {"enum", [](Output& output) { readWell(output), output.model.meshes[0].primitive = Primitive(7); }},
+    {"enum",
+     [](Output& output) {
+       readWell(output);
+       Track track;
+       track.node = 0;
+       track.path = Path(7);
+       track.times = output.array<float>(1);
+       track.values = output.array<float>(4);
+       output.model.animations.push_back({"", {track}});
+     }},
     {"private",
      [](Output& output) {
        static float own[9];
