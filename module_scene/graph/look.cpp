@@ -9,7 +9,8 @@ struct NamedLook {
   const char* name;
 };
 
-constexpr NamedLook Looks[] = {{Look::Studio, "studio"}, {Look::Plain, "plain"}, {Look::Clay, "clay"}, {Look::Technical, "technical"}};
+constexpr NamedLook Looks[] = {
+    {Look::Studio, "studio"}, {Look::Plain, "plain"}, {Look::Clay, "clay"}, {Look::Technical, "technical"}};
 
 }  // namespace
 
