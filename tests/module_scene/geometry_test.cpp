@@ -177,13 +177,24 @@ TEST(Geometry, LeavesOutWhatCannotBeDrawnAndKeepsTheRest) {
   EXPECT_TRUE(nothing->indices.empty() && nothing->clusters.empty() && nothing->box.isEmpty());
   EXPECT_FALSE(nothing->closed);
 
+  Mesh bothWays(new Geometry);
+  bothWays->positions = {0, 0, 0, 1, 0, 0, 0, 1, 0};
+  bothWays->normals.assign(9, 0.0f);  // and its faces give none either
+  bothWays->indices = {0, 1, 2, 2, 1, 0};
+  prepare(*bothWays);
+  for (std::uint32_t v = 0; v < bothWays->vertexCount(); ++v)
+    EXPECT_NE(vertex(bothWays->normals, v), (math::Vector3{0, 0, 0}));
+}
+
+TEST(Geometry, JoinsVerticesThatAreTheSameInEverything) {
   Mesh points(new Geometry);
   points->kind = KindPoints;
-  points->positions = {0, 0, 0, 2, 2, 2, 0, 0, 0};
-  points->colors = {1, 2, 3, 255, 1, 2, 3, 255, 9, 9, 9, 128};
-  points->indices = {0, 1, 2};
+  points->positions = {5, 0, 0, 1, 2, 2, 5, 0, 0, 7, 0, 0, 5, 0, 0};
+  points->colors = {5, 2, 3, 255, 1, 2, 3, 255, 5, 2, 3, 255, 7, 9, 9, 128, 5, 9, 9, 255};
+  points->indices = {3, 1, 0, 2, 4};
   prepare(*points);
-  EXPECT_EQ(points->vertexCount(), 3u) << "vertices of different colours are not the same";
+  EXPECT_EQ(points->vertexCount(), 4u) << "vertices of different colours are not the same";
+  for (std::size_t v = 0; v < points->vertexCount(); ++v) EXPECT_EQ(points->colors[v * 4], points->positions[v * 3]);
   EXPECT_TRUE(points->transparent);
 }
 
