@@ -168,6 +168,7 @@ TEST_F(Program, RecordsTheStepsOfATrajectory) {
     EXPECT_EQ(
         run(QStringLiteral("$nubo %1 triangle.obj grabvideo --filename a.y4m --width 32 --height 32").arg(options)), 0)
         << m_Errors.toStdString();
+    EXPECT_EQ(m_Errors, "");
     EXPECT_EQ(frames(), count);
     EXPECT_TRUE(QFile::remove(path("a.y4m")));
   }
