@@ -92,8 +92,9 @@ class Bench:
               + ", ".join(f"{key} {number:.3g}" for key, number in more.items()), flush=True)
 
     def grab(self, scene, output, *parameters, options=(), program=None):
-        return Run([program or self.nubo, "--quiet", "--size", SIZE, *options, scene, *parameters, "--filename",
-                    self.path(output)])
+        # The rivals draw as plainly.
+        return Run([program or self.nubo, "--quiet", "--look", "plain", "--size", SIZE, *options, scene, *parameters,
+                    "--filename", self.path(output)])
 
     # Pictures
 
