@@ -71,7 +71,7 @@ const std::map<std::string, std::function<void(Output&)>> Faults{
     {"sleeps", [](Output&) { sleep(1000); }},
     {"turns",
      [](Output&) {
-       for (volatile int i = 0;; i = i + 1) {
+       for (volatile unsigned i = 0;; i = i + 1) {
        }
      }},
     {"crashes", [](Output&) { raise(SIGSEGV); }},
