@@ -86,7 +86,8 @@ ReadingProcess::~ReadingProcess() {
 reader::Model ReadingProcess::run(SharedBlocks& blocks, ImportControl& control, QStringList& warnings) {
   char text[reader::LongestText];
   for (bool goesOn = true; goesOn;) {
-    if (!waitForMessage(control)) continue;
+    checkProgress(control);
+    if (!waitForMessage()) continue;
     Message message;
     const ssize_t size = receive(m_Socket, message, text);
     if (size < 0 && errno == EAGAIN) continue;
@@ -102,16 +103,19 @@ reader::Model ReadingProcess::run(SharedBlocks& blocks, ImportControl& control, 
   }
 }
 
-bool ReadingProcess::waitForMessage(ImportControl& control) {
+bool ReadingProcess::waitForMessage() const {
   constexpr int Glance = 50;  // milliseconds between looks at what others want
   pollfd waiting{m_Socket, POLLIN, 0};
-  const bool there = poll(&waiting, 1, Glance) > 0;
+  return poll(&waiting, 1, Glance) > 0;
+}
+
+/// What a reader says beside its progress is none.
+void ReadingProcess::checkProgress(const ImportControl& control) const {
   if (control.cancelled) throw ImportError(ImportError::tr("reading was cancelled"));
-  if (!there && std::chrono::steady_clock::now() - m_LastProgress > control.patience)
+  if (std::chrono::steady_clock::now() - m_LastProgress > control.patience)
     throw ImportError(ImportError::tr("its reader '%1' got no further for %2 s, and was ended")
                           .arg(m_ReaderName)
                           .arg(double(control.patience.count()) / 1000));
-  return there;
 }
 
 bool ReadingProcess::handle(const Message& message, const QString& text, SharedBlocks& blocks, ImportControl& control,

@@ -27,7 +27,8 @@ class ReadingProcess {
   reader::Model run(SharedBlocks& blocks, ImportControl& control, QStringList& warnings);
 
  private:
-  bool waitForMessage(ImportControl& control);
+  void checkProgress(const ImportControl& control) const;
+  bool waitForMessage() const;
   /// False: it was the last.
   bool handle(const reader::Message& message, const QString& text, SharedBlocks& blocks, ImportControl& control,
               QStringList& warnings);

@@ -74,6 +74,10 @@ const std::map<std::string, std::function<void(Output&)>> Faults{
        for (volatile unsigned i = 0;; i = i + 1) {
        }
      }},
+    {"warns",
+     [](Output& output) {
+       for (;;) output.warning("not yet");
+     }},
     {"crashes", [](Output&) { raise(SIGSEGV); }},
     {"leaves", [](Output&) { _exit(0); }},
     {"throws",

@@ -30,7 +30,7 @@ class Reading : public testing::Test {
          {"writes", "overwrites", "removes",   "connects", "runs",    "forks",   "rings",    "kills",
           "peeks",  "hides",      "allocates", "shares",   "sleeps",  "turns",   "crashes",  "leaves",
           "throws", "lies",       "talks",     "index",    "corners", "normals", "material", "mesh",
-          "parent", "enum",       "private",   "picture",  "track",   "behaves"})
+          "parent", "enum",       "private",   "picture",  "track",   "warns",   "behaves"})
       suffixes += QByteArray(suffixes.isEmpty() ? "" : ", ") + '"' + misdeed + '"';
     write(folder + "/hostile.json", "{\"library\": \"" NUBO_HOSTILE_READER "\", \"formats\": [{\"suffixes\": [" +
                                         suffixes + "], \"begins\": [{\"text\": \"HOSTILE\"}]}]}");
@@ -63,6 +63,7 @@ TEST_F(Reading, NoReaderTakesTheProgramDownOrReachesBeyondIt) {
              {"shares", "it takes more memory than there is"},
              {"sleeps", "its reader 'hostile' got no further for 1 s"},
              {"turns", "its reader 'hostile' got no further for 1 s"},
+             {"warns", "its reader 'hostile' got no further for 1 s"},
              {"crashes", "its reader 'hostile' ended unexpectedly"},
              {"leaves", "its reader 'hostile' ended unexpectedly"}, {"throws", "'it' is no file"},
              {"lies", "makes no sense"}, {"talks", "makes no sense"}, {"index", "makes no sense"},
