@@ -45,6 +45,7 @@ class Picture {
     m_Panel.resize(1280, 720);
     m_Panel.fit();
     m_Drawer.setSamples(samples);
+    m_Drawer.setLook(scene::Look::Plain);
   }
 
   void draw(const commands::grab::Tile& tile) {

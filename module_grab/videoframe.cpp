@@ -9,6 +9,7 @@
 #include <new>
 
 #include "kernel/log/logger.h"
+#include "module_grab/cleardrawing.h"
 #include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/viewer.h"
 
@@ -33,18 +34,7 @@ VideoFrame::VideoFrame(scene::SceneDrawer& drawer, int width, int height, const 
   glGetDoublev(GL_PROJECTION_MATRIX, m_Projection);
   glGetDoublev(GL_MODELVIEW_MATRIX, m_ModelView);
 
-  const QColor background = drawer.getBackgroundColor();
-  glClearColor(float(background.redF()), float(background.greenF()), float(background.blueF()), 0.0f);
-  glShadeModel(GL_SMOOTH);
-  glEnable(GL_DEPTH_TEST);
-  glEnable(GL_LIGHTING);
-  glEnable(GL_COLOR_MATERIAL);
-  drawer.resize(width, height);
-  glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-
-  glMatrixMode(GL_PROJECTION);
-  glLoadIdentity();
+  clearForDrawing(drawer, width, height);
   gluPerspective(45.0, double(width) / height, scene::SceneDrawer::ZNEAR, scene::SceneDrawer::ZFAR);
   glMatrixMode(GL_MODELVIEW);
   glLoadIdentity();

@@ -58,7 +58,7 @@ class Watchdog {
   std::thread m_Thread;
 };
 
-/// A window and a user who knows no plan. What it does depends on the seed, and on when commands end.
+/// A window and a user who knows no plan. What it does depends on its random numbers, and on when commands end.
 class Soak {
  public:
   Soak(unsigned seed, const QStringList& models)

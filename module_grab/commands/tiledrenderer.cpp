@@ -9,6 +9,7 @@
 
 #include "kernel/log/logger.h"
 #include "kernel/util/yprogressdialog.h"
+#include "module_grab/cleardrawing.h"
 #include "module_grab/commands/composetile.h"
 #include "module_grab/commands/tiling.h"
 #include "module_grab/offscreencontext.h"
@@ -30,17 +31,7 @@ struct Picture {
 };
 
 void setUpTile(scene::SceneDrawer& drawer, const Tile& tile, const Frustum& part) {
-  const QColor background = drawer.getBackgroundColor();
-  glClearColor(float(background.redF()), float(background.greenF()), float(background.blueF()), 0.0f);
-  glShadeModel(GL_SMOOTH);
-  glEnable(GL_DEPTH_TEST);
-  glEnable(GL_LIGHTING);
-  glEnable(GL_COLOR_MATERIAL);
-  drawer.resize(tile.width, tile.height);
-  glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-  glMatrixMode(GL_PROJECTION);
-  glLoadIdentity();
+  nubo::grab::clearForDrawing(drawer, tile.width, tile.height);
   glFrustum(part.left, part.right, part.bottom, part.top, scene::SceneDrawer::ZNEAR, scene::SceneDrawer::ZFAR);
   glMatrixMode(GL_MODELVIEW);
   glLoadIdentity();
