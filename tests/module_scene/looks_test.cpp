@@ -189,6 +189,17 @@ TEST_F(LooksTest, SurfacesMirrorAndGatherTheLightWhereItComesFrom) {
     }
 }
 
+TEST_F(LooksTest, ADrawerLightsEachViewAnew) {
+  Shot shot = shotFromFront(element({MeshBuilder(nullptr).sphere({0, 0, 0}, 1).finish()}));
+  SceneDrawer drawer(viewer.getGlobalScene());
+  for (const double elevation : {0.0, 70.0}) {
+    gui::Camera camera;
+    camera.elevation = elevation;
+    shot.transform = camera.transform();
+    EXPECT_EQ(drawPart(drawer, shot, 0, 0, shot.width, shot.height), draw(shot));
+  }
+}
+
 TEST_F(LooksTest, UnlitColoursStayAsTheyAre) {
   QImage colors(64, 64, QImage::Format_RGB32);
   for (int y = 0; y < 64; ++y)

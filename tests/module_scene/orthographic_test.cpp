@@ -94,6 +94,28 @@ TEST_F(OrthographicTest, PicturesAreParallelAndLitSortedAndCulledAsEver) {
     }
 }
 
+// What is small is seen along nearly the same lines in both: over 2 degrees, shading changes by a few levels.
+TEST_F(OrthographicTest, SmallThingsAreLitAsInPerspective) {
+  for (const Look look : {Look::Plain, Look::Studio}) {
+    Shot inParallel = shot(MeshBuilder(nullptr).sphere({0, 0, 0}, 0.1).finish());
+    inParallel.width = inParallel.height = 600;
+    inParallel.look = look;
+    Shot inPerspective = inParallel;
+    inPerspective.transform = camera.transform();
+    const QImage parallel = draw(inParallel), perspective = draw(inPerspective);
+    int both = 0, sum = 0;
+    for (int y = 0; y < 600; ++y)
+      for (int x = 0; x < 600; ++x) {
+        const QRgb a = parallel.pixel(x, y), b = perspective.pixel(x, y);
+        if (qAlpha(a) < 255 || qAlpha(b) < 255) continue;
+        ++both;
+        sum += test::distance(a, b);
+      }
+    EXPECT_GT(both, 1000);
+    EXPECT_LE(double(sum) / both, 4) << "levels, on average";
+  }
+}
+
 TEST_F(OrthographicTest, TilesFitTogether) {
   for (const Look look : {Look::Plain, Look::Studio}) {
     Shot whole = shot(MeshBuilder(nullptr).sphere({0, 0, 0}, 1).finish());
@@ -118,6 +140,8 @@ TEST_F(OrthographicTest, FramingFillsTheViewHoweverDeepTheSceneIs) {
     EXPECT_NEAR(framed.center[0], 3, 1e-6);
     EXPECT_NEAR(framed.center[2], 3, 1e-6);
     EXPECT_NEAR(framed.distance * gui::Camera::usableSlope(), 1 * framed.scale, 1e-6) << "half the height";
+    const gui::Camera narrow = framing.camera(200, 200);
+    EXPECT_NEAR(narrow.distance * gui::Camera::usableSlope(), 2 * narrow.scale, 1e-6) << "half the width";
   }
 }
 
