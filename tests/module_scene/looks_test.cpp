@@ -382,7 +382,7 @@ TEST_F(LooksTest, EdgesAreCreasesAndBordersEachOnce) {
   const Row rows[] = {
       {"box", MeshBuilder(nullptr).box({0, 0, 0}, {1, 2, 3}).finish(), 12},
       {"sphere", MeshBuilder(nullptr).sphere({0, 0, 0}, 1).finish(), 0},
-      {"disc on a rod", MeshBuilder(nullptr).turned({{0, 0}, {1, 0}, {1, 1}, {0, 1}}, false, 64).finish(), 2 * 64},
+      {"disc on a rod", MeshBuilder(nullptr).turned({{0, 0}, {1, 0}, {1, 1}, {0, 1}}, false, 64).finish(), std::size_t{2} * 64},
       {"flat sheet", sheet(flat), 16},
       {"folded sheet", sheet(folded), 16 + 4},
   };
