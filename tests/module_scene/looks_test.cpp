@@ -68,7 +68,7 @@ class LooksTest : public test::GlFixture {
   static QPoint pixelOf(const Shot& shot, const math::Vector3& point) {
     const math::Vector3 p = math::transformPoint(shot.transform, point);
     const double scale = shot.height / 2 / (std::tan(0.40391905546154483) * -p[2]);
-    return {int(shot.width / 2 + p[0] * scale), int(shot.height / 2 - p[1] * scale)};
+    return {int(shot.width / 2.0 + p[0] * scale), int(shot.height / 2.0 - p[1] * scale)};
   }
   void TearDown() override { EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR)); }
 };
@@ -382,7 +382,8 @@ TEST_F(LooksTest, EdgesAreCreasesAndBordersEachOnce) {
   const Row rows[] = {
       {"box", MeshBuilder(nullptr).box({0, 0, 0}, {1, 2, 3}).finish(), 12},
       {"sphere", MeshBuilder(nullptr).sphere({0, 0, 0}, 1).finish(), 0},
-      {"disc on a rod", MeshBuilder(nullptr).turned({{0, 0}, {1, 0}, {1, 1}, {0, 1}}, false, 64).finish(), std::size_t{2} * 64},
+      {"disc on a rod", MeshBuilder(nullptr).turned({{0, 0}, {1, 0}, {1, 1}, {0, 1}}, false, 64).finish(),
+       std::size_t{2} * 64},
       {"flat sheet", sheet(flat), 16},
       {"folded sheet", sheet(folded), 16 + 4},
   };
