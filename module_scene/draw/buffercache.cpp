@@ -20,6 +20,8 @@ void append(QOpenGLFunctions* gl, GLintptr& offset, const std::vector<T>& values
   offset += bytesOf(values);
 }
 
+const void* at(std::size_t bytes) { return reinterpret_cast<const void*>(bytes); }
+
 // Buffer objects are bound while they are filled; this puts back what was bound.
 class BindingGuard {
  public:
@@ -101,10 +103,8 @@ template <class Index>
 void GeometryBuffer::copyIndices(const Geometry& geometry) {
   QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
   gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
-  m_CoarseOffset = (geometry.indices.size() * sizeof(Index) + sizeof(GLuint) - 1) / sizeof(GLuint) * sizeof(GLuint);
-  auto coarseOffset = GLintptr(m_CoarseOffset);
-  gl->glBufferData(GL_ELEMENT_ARRAY_BUFFER, coarseOffset + bytesOf(geometry.coarseIndices), nullptr, GL_STATIC_DRAW);
-  append(gl, coarseOffset, geometry.coarseIndices, GL_ELEMENT_ARRAY_BUFFER);
+  gl->glBufferData(GL_ELEMENT_ARRAY_BUFFER, GLsizeiptr(geometry.indices.size() * sizeof(Index)), nullptr,
+                   GL_STATIC_DRAW);
   std::vector<Index> own;
   for (const Cluster& cluster : geometry.clusters) {
     own.clear();
@@ -117,20 +117,19 @@ void GeometryBuffer::copyIndices(const Geometry& geometry) {
 
 void GeometryBuffer::draw(GLenum mode, const Range& range) const {
   QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
-  const auto at = [](std::size_t bytes) { return reinterpret_cast<const void*>(bytes); };
-  if (range.vertexCount == 0) {
-    gl->glDrawElements(mode, GLsizei(range.count), GL_UNSIGNED_INT, at(m_CoarseOffset + range.first * sizeof(GLuint)));
-    return;
-  }
   const std::size_t size = m_IndexType == GL_UNSIGNED_SHORT ? sizeof(GLushort) : sizeof(GLuint);
   gl->glDrawRangeElementsBaseVertex(mode, 0, range.vertexCount - 1, GLsizei(range.count), m_IndexType,
                                     at(range.first * size), GLint(range.firstVertex));
 }
 
+void GeometryBuffer::bindIndices() const {
+  QOpenGLContext::currentContext()->functions()->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
+}
+
 void GeometryBuffer::bind(const Geometry& geometry) const {
   QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
   gl->glBindBuffer(GL_ARRAY_BUFFER, m_Vertices.name());
-  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
+  bindIndices();
 
   const char* offset = nullptr;
   glEnableClientState(GL_VERTEX_ARRAY);
@@ -160,6 +159,21 @@ void GeometryBuffer::bind(const Geometry& geometry) const {
   } else {
     glDisableClientState(GL_COLOR_ARRAY);
   }
+}
+
+CoarseBuffer::CoarseBuffer(const CoarseVersion& version) : m_Indices(SharedName::buffer()) {
+  QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
+  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
+  gl->glBufferData(GL_ELEMENT_ARRAY_BUFFER, bytesOf(version.indices), version.indices.data(), GL_STATIC_DRAW);
+}
+
+CoarseBuffer::~CoarseBuffer() = default;
+
+void CoarseBuffer::draw(GLenum mode, const Range& range, const GeometryBuffer& geometry) const {
+  QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
+  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
+  gl->glDrawElements(mode, GLsizei(range.count), GL_UNSIGNED_INT, at(range.first * sizeof(GLuint)));
+  geometry.bindIndices();
 }
 
 TextureBuffer::TextureBuffer(const Texture& texture) : m_Name(SharedName::texture()) {
@@ -199,6 +213,10 @@ EnvironmentBuffer::~EnvironmentBuffer() = default;
 
 util::YPointer<GeometryBuffer> BufferCache::buffer(const Geometry& geometry) {
   return upToDate<GeometryBuffer>(geometry);
+}
+
+util::YPointer<CoarseBuffer> BufferCache::buffer(const CoarseVersion& version) {
+  return upToDate<CoarseBuffer>(version);
 }
 
 void BufferCache::fill(const Material& material) {

@@ -9,10 +9,10 @@
 
 namespace nubo::scene {
 
-/// Indices that one call draws: of a cluster, or of a group's coarse version.
+/// Indices that one call draws: of a cluster, or of a group in a coarse version.
 struct Range {
-  std::uint32_t first, count;              ///< into Geometry::indices, or coarseIndices
-  std::uint32_t firstVertex, vertexCount;  ///< as the cluster's; none: of a coarse version
+  std::uint32_t first, count;              ///< into the indices of the geometry, or of its coarse version
+  std::uint32_t firstVertex, vertexCount;  ///< as the cluster's; none: a coarse version's
 };
 
 /// A geometry's vertices and indices in OpenGL's memory, and what the drawer needs to cull it fast.
@@ -25,6 +25,7 @@ class GeometryBuffer : public util::YObject {
   bool isUsable() const { return m_Vertices.isUsable() && m_Indices.isUsable(); }
   /// Binds both buffers and points the arrays of the current context at them.
   void bind(const Geometry& geometry) const;
+  void bindIndices() const;
   /// Draws a range of the geometry that is bound.
   void draw(GLenum mode, const Range& range) const;
   /// The box of each ClustersPerGroup clusters, in their order.
@@ -35,10 +36,24 @@ class GeometryBuffer : public util::YObject {
   void copyIndices(const Geometry& geometry);
 
   SharedName m_Vertices;  // positions, normals, texture coordinates and colours, one array after the other
-  SharedName m_Indices;   // counted from each cluster's first vertex; those of the coarse versions after them
+  SharedName m_Indices;   // counted from each cluster's first vertex
   GLenum m_IndexType = GL_UNSIGNED_SHORT;
-  std::size_t m_CoarseOffset = 0;  // bytes
   std::vector<Cluster> m_Groups;
+};
+
+/// A coarse version's indices in OpenGL's memory.
+class CoarseBuffer : public util::YObject {
+ public:
+  /// Copies the indices for the share group of the current context.
+  explicit CoarseBuffer(const CoarseVersion& version);
+  ~CoarseBuffer() override;
+
+  bool isUsable() const { return m_Indices.isUsable(); }
+  /// Draws a range of the version, whose geometry is bound and stays so.
+  void draw(GLenum mode, const Range& range, const GeometryBuffer& geometry) const;
+
+ private:
+  SharedName m_Indices;
 };
 
 /// A texture's picture in OpenGL's memory, with mipmaps.
@@ -74,6 +89,7 @@ class EnvironmentBuffer : public util::YObject {
 class BufferCache {
  public:
   static util::YPointer<GeometryBuffer> buffer(const Geometry& geometry);
+  static util::YPointer<CoarseBuffer> buffer(const CoarseVersion& version);
   static util::YPointer<TextureBuffer> buffer(const Texture& texture);
   static util::YPointer<EnvironmentBuffer> buffer(const Environment& environment);
   /// Makes the copies of all in and below an element, so that no drawing has to wait for them.

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 
+#include "module_scene/mesh/coarsening.h"
 #include "module_scene/mesh/featureedges.h"
 
 namespace nubo::scene {
@@ -113,10 +114,8 @@ Range whole(const Cluster& cluster) { return {cluster.first, cluster.count, clus
 // Coarse versions that lie off by more are not drawn, whatever the caller allows: they would show what is not there.
 constexpr double MostError = 4;  // pixels
 
-// Whether the group's coarse version may be drawn.
-bool mayBeCoarse(const Geometry& geometry, std::size_t group, const Cluster& bounds, const Culler& culler) {
-  if (culler.detail() <= 0 || geometry.coarseGroups.empty()) return false;
-  const CoarseGroup& coarse = geometry.coarseGroups[group];
+// Whether a group's coarse version may stand for it.
+bool mayBeDrawn(const CoarseGroup& coarse, const Cluster& bounds, const Culler& culler) {
   return coarse.count > 0 && culler.isSmaller(double(coarse.error), bounds, std::min(culler.detail(), MostError));
 }
 
@@ -211,13 +210,14 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, con
     else
       addRange(batch.firstRange, range);
   };
+  const auto coarse = query.detail > 0 ? coarseVersion(geometry) : nullptr;
+  if (coarse) batch.coarse = BufferCache::buffer(*coarse);
   const auto& groups = batch.buffer->groups();
   for (std::size_t group = 0; group < groups.size(); ++group) {
     const Side side = culler.side(groups[group]);
     if (side == Side::Outside) continue;
-    if (mayBeCoarse(geometry, group, groups[group], culler)) {
-      const CoarseGroup& coarse = geometry.coarseGroups[group];
-      addPart({coarse.first, coarse.count, 0, 0}, groups[group]);
+    if (coarse && mayBeDrawn(coarse->groups[group], groups[group], culler)) {
+      addPart({coarse->groups[group].first, coarse->groups[group].count, 0, 0}, groups[group]);
       if (geometry.kind == KindPoints) batch.width = coarseWidth;
       continue;
     }

@@ -24,6 +24,7 @@ struct ViewQuery {
 struct Batch {
   const Geometry* geometry = nullptr;
   util::YPointer<GeometryBuffer> buffer;
+  util::YPointer<CoarseBuffer> coarse;  ///< of those ranges that are a coarse version's
   math::Matrix4 modelView;
   bool mirrored = false;  ///< the transform turns counter-clockwise into clockwise
   bool cullBack = false;  ///< back faces cannot be seen

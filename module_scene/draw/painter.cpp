@@ -36,6 +36,11 @@ bool isLit(const Geometry& geometry) { return materialOf(geometry).lit && !geome
 
 GLenum modeOf(Kind kind) { return kind == KindFaces ? GL_TRIANGLES : kind == KindLines ? GL_LINES : GL_POINTS; }
 
+void drawRange(const Batch& batch, const Range& range) {
+  const GLenum mode = modeOf(batch.geometry->kind);
+  range.vertexCount == 0 ? batch.coarse->draw(mode, range, *batch.buffer) : batch.buffer->draw(mode, range);
+}
+
 void setUpMaterial(const Geometry& geometry) {
   const Material& material = materialOf(geometry);
   setUpTexture(geometry, material);
@@ -106,7 +111,7 @@ void Painter::drawSamples(Kinds* known) {
     const GLenum hidden = hiddenBy(step);
     if (!known->insert({geometry.kind, variantFor(geometry), hidden}).second) continue;
     setUp(step);
-    step.batch->buffer->draw(modeOf(geometry.kind), m_List.ranges()[step.batch->firstRange]);
+    drawRange(*step.batch, m_List.ranges()[step.batch->firstRange]);
   }
 }
 
@@ -148,7 +153,7 @@ std::size_t Painter::drawRanges(const Batch& batch, std::size_t indices) {
   std::size_t drawn = 0;
   for (; m_Range < batch.rangeCount && drawn < indices; ++m_Range) {
     const Range& range = m_List.ranges()[batch.firstRange + m_Range];
-    batch.buffer->draw(modeOf(batch.geometry->kind), range);
+    drawRange(batch, range);
     drawn += range.count;
   }
   return drawn;

@@ -34,9 +34,20 @@ constexpr std::size_t ClustersPerGroup = 16;
 
 /// Fewer primitives between the same vertices, to be drawn in the place of a group's.
 struct CoarseGroup {
-  std::uint32_t first = 0;  ///< into Geometry::coarseIndices
+  std::uint32_t first = 0;  ///< into CoarseVersion::indices
   std::uint32_t count = 0;  ///< 0: there is only the whole
   float error = 0;          ///< how far it may lie off, in the geometry's own units; of points, how far apart they are
+};
+
+/// A geometry with fewer primitives, for views in motion. Not changed after it was made.
+struct CoarseVersion : public util::YObject {
+  std::vector<CoarseGroup> groups;     ///< of each ClustersPerGroup clusters
+  std::vector<std::uint32_t> indices;  ///< of all of them, into the geometry's vertices
+
+  CopySlot& copySlot() const { return m_CopySlot; }
+
+ private:
+  mutable CopySlot m_CopySlot;
 };
 
 /// Indexed vertices of one kind with one material. Filled once, finished by prepare() (see mesh/preparation.h), and not
@@ -62,18 +73,15 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   /// (degenerate faces apart), all counter-clockwise seen from outside, so that back faces cannot be seen.
   bool closed = false;
 
-  // Made by makeCoarseVersions(), for the view in motion:
-  std::vector<CoarseGroup> coarseGroups;     ///< of each ClustersPerGroup clusters; empty: there is only the whole
-  std::vector<std::uint32_t> coarseIndices;  ///< of all of them
-
   std::size_t vertexCount() const { return positions.size() / 3; }
   std::size_t primitiveCount() const { return indices.size() / (kind == KindFaces ? 3 : kind == KindLines ? 2 : 1); }
 
   CopySlot& copySlot() const { return m_CopySlot; }
   CopySlot& edgeSlot() const { return m_EdgeSlot; }
+  CopySlot& coarseSlot() const { return m_CoarseSlot; }
 
  private:
-  mutable CopySlot m_CopySlot, m_EdgeSlot;
+  mutable CopySlot m_CopySlot, m_EdgeSlot, m_CoarseSlot;
 };
 
 }  // namespace nubo::scene

@@ -19,7 +19,7 @@ constexpr std::uint32_t PointsPerCoarsePoint = 16;
 
 /// One group of clusters, and what becomes of it.
 struct Job {
-  Geometry* geometry;
+  const Geometry* geometry;
   std::size_t firstCluster;
   std::vector<std::uint32_t> indices{};
   double error = 0;
@@ -38,14 +38,10 @@ std::size_t countPrimitives(const SceneElement& root) {
   return count;
 }
 
-/// Elements may share geometries, of which each is to be coarsened once.
-void collectJobs(const SceneElement& root, std::set<const Geometry*>& known, std::vector<Job>& jobs) {
-  for (const auto& geometry : root.getGeometries()) {
-    if (geometry->kind == KindLines || !geometry->coarseGroups.empty() || !known.insert(geometry.get()).second)
-      continue;
-    for (std::size_t i = 0; i < geometry->clusters.size(); i += ClustersPerGroup) jobs.push_back({geometry.get(), i});
-  }
-  for (const auto& child : root.getChildren()) collectJobs(*child, known, jobs);
+void collect(const SceneElement& root, std::set<const Geometry*>& known, std::vector<util::YPointer<Geometry>>& found) {
+  for (const auto& geometry : root.getGeometries())
+    if (geometry->kind != KindLines && known.insert(geometry.get()).second) found.push_back(geometry);
+  for (const auto& child : root.getChildren()) collect(*child, known, found);
 }
 
 /// Fewer faces between the same vertices. Those on the group's border stay, so that it fits to its neighbours whether
@@ -80,35 +76,60 @@ void coarsenPoints(Job& job) {
   job.error = diagonal / std::sqrt(double(job.indices.size()) + 1);
 }
 
-void append(const Job& job) {
-  Geometry& geometry = *job.geometry;
+void append(CoarseVersion& version, const Job& job) {
   CoarseGroup group;
-  group.first = std::uint32_t(geometry.coarseIndices.size());
+  group.first = std::uint32_t(version.indices.size());
   group.error = float(job.error);
   const std::size_t wholeCount = job.end() - job.first().first;
   if (job.indices.size() <= wholeCount * 3 / 4) {
     group.count = std::uint32_t(job.indices.size());
-    geometry.coarseIndices.insert(geometry.coarseIndices.end(), job.indices.begin(), job.indices.end());
+    version.indices.insert(version.indices.end(), job.indices.begin(), job.indices.end());
   }
-  geometry.coarseGroups.push_back(group);
+  version.groups.push_back(group);
 }
 
-}  // namespace
-
-void makeCoarseVersions(const SceneElement& root) {
-  if (countPrimitives(root) < WorthIt) return;
-  std::set<const Geometry*> known;
+/// Null if cancelled.
+util::YPointer<CoarseVersion> coarsened(const Geometry& geometry, const std::atomic<bool>& cancelled) {
   std::vector<Job> jobs;
-  collectJobs(root, known, jobs);
+  for (std::size_t i = 0; i < geometry.clusters.size(); i += ClustersPerGroup) jobs.push_back({&geometry, i});
   constexpr std::size_t JobsWorthAThread = 4;
   parallelRanges(
       jobs.size(),
       [&](std::size_t begin, std::size_t end, std::size_t) {
-        for (std::size_t i = begin; i < end; ++i)
-          jobs[i].geometry->kind == KindFaces ? coarsenFaces(jobs[i]) : coarsenPoints(jobs[i]);
+        for (std::size_t i = begin; i < end && !cancelled; ++i)
+          geometry.kind == KindFaces ? coarsenFaces(jobs[i]) : coarsenPoints(jobs[i]);
       },
       JobsWorthAThread);
-  for (const Job& job : jobs) append(job);
+  if (cancelled) return {};
+  const util::YPointer<CoarseVersion> version(new CoarseVersion);
+  for (const Job& job : jobs) append(*version, job);
+  return version;
+}
+
+}  // namespace
+
+std::vector<util::YPointer<Geometry>> worthCoarsening(const SceneElement& root) {
+  std::vector<util::YPointer<Geometry>> found;
+  std::set<const Geometry*> known;
+  if (countPrimitives(root) >= WorthIt) collect(root, known, found);
+  return found;
+}
+
+void makeCoarseVersions(const std::vector<util::YPointer<Geometry>>& geometries, const std::atomic<bool>& cancelled) {
+  for (const auto& geometry : geometries) {
+    if (cancelled) return;
+    if (coarseVersion(*geometry)) continue;
+    const util::YPointer<CoarseVersion> version = coarsened(*geometry, cancelled);
+    CopySlot& slot = geometry->coarseSlot();
+    const QMutexLocker locker(&slot.mutex);
+    slot.copy = version;
+  }
+}
+
+util::YPointer<CoarseVersion> coarseVersion(const Geometry& geometry) {
+  CopySlot& slot = geometry.coarseSlot();
+  const QMutexLocker locker(&slot.mutex);
+  return util::YPointer<CoarseVersion>(static_cast<CoarseVersion*>(slot.copy.get()));
 }
 
 }  // namespace nubo::scene

@@ -102,6 +102,7 @@ void SceneOpener::install(const QStringList& files, const io::ImportResult& resu
   m_Parts.panels.setSelection(nullptr);
   scene::_GlobalScene()->setRootNode(result.root);
   const QString error = m_Parts.trajectory.setScene(result.animations, std::exchange(m_Line, {}));
+  m_Thinner.thin(*result.root);
   m_Parts.tree.rebuild();
   m_Parts.views.setScene(files);
   for (ViewPanel* panel : m_Parts.panels.panels()) panel->showAll();

@@ -6,6 +6,7 @@
 
 #include "module_scene/io/importer.h"
 #include "nubo/cli/commandline.h"
+#include "nubo/window/scene/scenethinner.h"
 
 QT_BEGIN_NAMESPACE
 class QWidget;
@@ -59,6 +60,7 @@ class SceneOpener : public QObject {
   const Parts m_Parts;
   QWidget* mp_Window;
   SceneLoader* mp_Loader;
+  SceneThinner m_Thinner;
   app::CommandLine m_Line;  ///< what the first scene is shown with
   QString m_ReadFailure;    ///< of the last files, if they could not be read
   QString m_TrajectoryFailure;

@@ -413,8 +413,8 @@ TEST_F(DrawerTest, CoarseVersionsLookLikeTheWholeAndChangeNoPictureOfIt) {
     shot.root = element({row.whole});
     const QImage whole = draw(shot);
     shot.root = element({row.thinned});
-    makeCoarseVersions(*shot.root);
-    EXPECT_LT(row.thinned->coarseIndices.size(), row.thinned->indices.size() / 4);
+    makeCoarseVersions(worthCoarsening(*shot.root), false);
+    EXPECT_LT(coarseVersion(*row.thinned)->indices.size(), row.thinned->indices.size() / 4);
     EXPECT_EQ(draw(shot), whole);
     shot.detail = 100;
     const QImage coarse = draw(shot);
