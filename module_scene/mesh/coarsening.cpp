@@ -14,6 +14,8 @@ namespace {
 constexpr std::size_t WorthIt = 200000;
 /// Of a group's extent, by which its coarse version may lie off.
 constexpr float MostError = 0.002f;
+/// So many faces give one where it is to be quick.
+constexpr std::size_t QuickShare = 5;
 /// So many points give one.
 constexpr std::uint32_t PointsPerCoarsePoint = 16;
 
@@ -44,9 +46,9 @@ void collect(const SceneElement& root, std::set<const Geometry*>& known, std::ve
   for (const auto& child : root.getChildren()) collect(*child, known, found);
 }
 
-/// Fewer faces between the same vertices. Those on the group's border stay, so that it fits to its neighbours whether
-/// they are coarse or not, and those on the seams of textures and creases move along them only.
-void coarsenFaces(Job& job) {
+/// The group's faces between its own vertices, which are made fewer by `simplify`.
+template <class Simplify>
+void coarsenFaces(Job& job, Simplify simplify) {
   const Geometry& geometry = *job.geometry;
   const std::uint32_t offset = job.first().firstVertex;
   const std::size_t vertexCount = job.last().firstVertex + job.last().vertexCount - offset;
@@ -56,10 +58,22 @@ void coarsenFaces(Job& job) {
   for (std::uint32_t& index : whole) index -= offset;
   job.indices.resize(whole.size());
   float error = 0;
-  job.indices.resize(meshopt_simplify(job.indices.data(), whole.data(), whole.size(), positions, vertexCount, Stride, 0,
-                                      MostError, meshopt_SimplifyLockBorder, &error));
+  job.indices.resize(simplify(job.indices.data(), whole.data(), whole.size(), positions, vertexCount, Stride, &error));
   for (std::uint32_t& index : job.indices) index += offset;
   job.error = double(error) * double(meshopt_simplifyScale(positions, vertexCount, Stride));
+}
+
+/// Vertices on the group's border stay, so that it fits to its neighbours whether they are coarse or not, and those on
+/// the seams of textures and creases move along them only.
+std::size_t simplifyFine(std::uint32_t* result, const std::uint32_t* indices, std::size_t count, const float* positions,
+                         std::size_t vertexCount, std::size_t stride, float* error) {
+  return meshopt_simplify(result, indices, count, positions, vertexCount, stride, 0, MostError,
+                          meshopt_SimplifyLockBorder, error);
+}
+
+std::size_t simplifyQuick(std::uint32_t* result, const std::uint32_t* indices, std::size_t count,
+                          const float* positions, std::size_t vertexCount, std::size_t stride, float* error) {
+  return meshopt_simplifySloppy(result, indices, count, positions, vertexCount, stride, count / QuickShare, 1, error);
 }
 
 /// Points that follow each other lie near each other, so some of them stand for all.
@@ -89,15 +103,19 @@ void append(CoarseVersion& version, const Job& job) {
 }
 
 /// Null if cancelled.
-util::YPointer<CoarseVersion> coarsened(const Geometry& geometry, const std::atomic<bool>& cancelled) {
+util::YPointer<CoarseVersion> coarsened(const Geometry& geometry, Coarsening coarsening,
+                                        const std::atomic<bool>& cancelled) {
   std::vector<Job> jobs;
   for (std::size_t i = 0; i < geometry.clusters.size(); i += ClustersPerGroup) jobs.push_back({&geometry, i});
+  const auto coarsen = [&](Job& job) {
+    if (geometry.kind == KindPoints) return coarsenPoints(job);
+    coarsenFaces(job, coarsening == Coarsening::Quick ? simplifyQuick : simplifyFine);
+  };
   constexpr std::size_t JobsWorthAThread = 4;
   parallelRanges(
       jobs.size(),
       [&](std::size_t begin, std::size_t end, std::size_t) {
-        for (std::size_t i = begin; i < end && !cancelled; ++i)
-          geometry.kind == KindFaces ? coarsenFaces(jobs[i]) : coarsenPoints(jobs[i]);
+        for (std::size_t i = begin; i < end && !cancelled; ++i) coarsen(jobs[i]);
       },
       JobsWorthAThread);
   if (cancelled) return {};
@@ -115,11 +133,11 @@ std::vector<util::YPointer<Geometry>> worthCoarsening(const SceneElement& root) 
   return found;
 }
 
-void makeCoarseVersions(const std::vector<util::YPointer<Geometry>>& geometries, const std::atomic<bool>& cancelled) {
+void makeCoarseVersions(const std::vector<util::YPointer<Geometry>>& geometries, Coarsening coarsening,
+                        const std::atomic<bool>& cancelled) {
   for (const auto& geometry : geometries) {
-    if (cancelled) return;
-    if (coarseVersion(*geometry)) continue;
-    const util::YPointer<CoarseVersion> version = coarsened(*geometry, cancelled);
+    const util::YPointer<CoarseVersion> version = coarsened(*geometry, coarsening, cancelled);
+    if (!version) return;
     CopySlot& slot = geometry->coarseSlot();
     const QMutexLocker locker(&slot.mutex);
     slot.copy = version;

@@ -413,7 +413,7 @@ TEST_F(DrawerTest, CoarseVersionsLookLikeTheWholeAndChangeNoPictureOfIt) {
     shot.root = element({row.whole});
     const QImage whole = draw(shot);
     shot.root = element({row.thinned});
-    makeCoarseVersions(worthCoarsening(*shot.root), false);
+    makeCoarseVersions(worthCoarsening(*shot.root), Coarsening::Fine, false);
     EXPECT_LT(coarseVersion(*row.thinned)->indices.size(), row.thinned->indices.size() / 4);
     EXPECT_EQ(draw(shot), whole);
     shot.detail = 100;

@@ -16,7 +16,7 @@ util::YPointer<scene::SceneElement> largeBall() {
   for (int i = 0; i <= 240; ++i) profile.push_back({std::sin(M_PI * i / 240), -std::cos(M_PI * i / 240)});
   util::YPointer<scene::Material> material(new scene::Material);
   root->addGeometry(scene::MeshBuilder(material).turned(profile, false, 480).finish());
-  scene::makeCoarseVersions(scene::worthCoarsening(*root), false);
+  scene::makeCoarseVersions(scene::worthCoarsening(*root), scene::Coarsening::Quick, false);
   return root;
 }
 

@@ -6,6 +6,7 @@
 
 #include "module_scene/draw/scenedrawer.h"
 #include "module_scene/draw/sharedcontext.h"
+#include "module_scene/mesh/coarsening.h"
 #include "nubo/cli/scenefile.h"
 
 namespace nubo::window {
@@ -109,6 +110,8 @@ void SceneLoader::startNext() {
   m_Thread.reset(QThread::create([this, files = QStringList(files)]() mutable {
     QStringList failed;
     const auto result = std::make_shared<io::ImportResult>(readAll(files, failed, *m_Control));
+    if (result->root)
+      makeCoarseVersions(scene::worthCoarsening(*result->root), scene::Coarsening::Quick, m_Control->cancelled);
     m_Uploader->upload(result->root.get());
     QMetaObject::invokeMethod(
         this, [this, files, failed, result] { end(files, failed, result); }, Qt::QueuedConnection);

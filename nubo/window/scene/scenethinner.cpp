@@ -13,8 +13,9 @@ void SceneThinner::thin(const scene::SceneElement& root) {
     geometries = scene::worthCoarsening(root);
   }
   if (geometries.empty()) return;
-  m_Thread.reset(QThread::create(
-      [this, geometries = std::move(geometries)] { scene::makeCoarseVersions(geometries, m_Cancelled); }));
+  m_Thread.reset(QThread::create([this, geometries = std::move(geometries)] {
+    scene::makeCoarseVersions(geometries, scene::Coarsening::Fine, m_Cancelled);
+  }));
   m_Thread->start(QThread::IdlePriority);  // the threads that it starts have it, too
 }
 

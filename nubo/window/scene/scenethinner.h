@@ -1,4 +1,4 @@
-// Makes coarse versions of a scene that is shown, for views that move.
+// Makes better coarse versions of a scene that is shown, for views that move.
 #pragma once
 
 #include <QThread>
@@ -9,7 +9,7 @@
 
 namespace nubo::window {
 
-/// Works behind everything else on a thread of its own: until it has a version, the whole is drawn. Application thread.
+/// Works behind everything else on a thread of its own; until then views use what was made quickly. Application thread.
 class SceneThinner {
  public:
   SceneThinner() = default;
