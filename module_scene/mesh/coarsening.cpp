@@ -110,6 +110,8 @@ util::YPointer<CoarseVersion> coarsened(const Geometry& geometry, Coarsening coa
   const auto coarsen = [&](Job& job) {
     if (geometry.kind == KindPoints) return coarsenPoints(job);
     coarsenFaces(job, coarsening == Coarsening::Quick ? simplifyQuick : simplifyFine);
+    // To answer at once matters more, for the moment until there is a better one.
+    if (coarsening == Coarsening::Quick) job.error = 0;
   };
   constexpr std::size_t JobsWorthAThread = 4;
   parallelRanges(
