@@ -45,7 +45,7 @@ QString stlFile(std::size_t triangles) {
   const auto count = std::uint32_t(soup.size() / 9);
   std::vector<char> bytes(84 + std::size_t(count) * 50);
   qToLittleEndian(count, bytes.data() + 80);
-  for (std::uint32_t i = 0; i < count; ++i) std::memcpy(bytes.data() + 84 + i * 50 + 12, &soup[i * 9], 36);
+  for (std::size_t i = 0; i < count; ++i) std::memcpy(bytes.data() + 84 + i * 50 + 12, &soup[i * 9], 36);
   QFile file(name);
   if (!file.open(QIODevice::WriteOnly) || file.write(bytes.data(), qint64(bytes.size())) != qint64(bytes.size()))
     std::abort();

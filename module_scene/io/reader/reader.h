@@ -59,10 +59,11 @@ constexpr int InterfaceVersion = 1;
 }  // namespace nubo::reader
 
 // What a plug-in exports. `file` is the model's path, `format` the suffix of the format that it holds, by its content:
-// the file itself may be called otherwise.
+// the file itself may be called otherwise. NOLINTBEGIN(bugprone-macro-parentheses): names of parameters have none.
 #define NUBO_READER_ENTRY(file, format, output)                                                           \
   extern "C" __attribute__((visibility("default"))) const int nuboReaderInterface;                        \
   extern "C" const int nuboReaderInterface = nubo::reader::InterfaceVersion;                              \
   extern "C" __attribute__((visibility("default"))) void nuboRead(const std::string&, const std::string&, \
                                                                   nubo::reader::Output&);                 \
   extern "C" void nuboRead(const std::string& file, const std::string& format, nubo::reader::Output& output)
+// NOLINTEND(bugprone-macro-parentheses)
