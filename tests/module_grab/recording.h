@@ -21,6 +21,9 @@
 namespace nubo::test {
 
 using commands::grab::GrabVideo;
+using Texts = std::vector<QString>;
+
+constexpr int Patience = 10000;  // milliseconds
 
 /// A red bar in the upper half of the picture, in front of the default background, whose right edge stands at a
 /// step's place.
