@@ -90,9 +90,13 @@ function(nubo_executable name)
   install(TARGETS ${name} RUNTIME DESTINATION ${NUBO_INSTALL_BIN} COMPONENT nubo)
 endfunction()
 
+# All readers.
+add_custom_target(readers)
+
 # nubo_reader(NAME sources...): a reader of model files as the target reader_NAME, described by NAME.json.in beside it.
 function(nubo_reader name)
   nubo_plugin(reader_${name} readers ${ARGN})
+  add_dependencies(readers reader_${name})
   set(description ${NUBO_BIN_DIR}/plugins/readers/${name}.json)
   configure_file(${name}.json.in ${description} @ONLY)
   install(FILES ${description} DESTINATION ${NUBO_INSTALL_BIN}/plugins/readers COMPONENT nubo)

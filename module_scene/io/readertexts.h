@@ -23,6 +23,13 @@ namespace nubo::io {
     QT_TRANSLATE_NOOP("ImportError", "the extension %1 is not known, and left out"),
     QT_TRANSLATE_NOOP("ImportError", "glTF files above 4 GB cannot be read"),
     QT_TRANSLATE_NOOP("ImportError", "what Draco packed is damaged: %1"),
+    QT_TRANSLATE_NOOP("ImportError", "it is no list of points"),
+    QT_TRANSLATE_NOOP("ImportError", "it cannot be opened"),
+    QT_TRANSLATE_NOOP("ImportError", "the file is truncated: it announces %1 points, but has %2"),
+    QT_TRANSLATE_NOOP("ImportError", "the file is truncated: it announces %1 points, but has room for %2"),
+    QT_TRANSLATE_NOOP("ImportError", "the file is damaged: it holds more points than it announces"),
+    QT_TRANSLATE_NOOP("ImportError", "%1 points have no place, and are left out"),
+    QT_TRANSLATE_NOOP("ImportError", "%1 lines hold no point, and are left out"),
 };
 
 }  // namespace nubo::io

@@ -509,6 +509,34 @@
         <source>its reader does not let go of what it has read</source>
         <translation>ihr Leser gibt nicht frei, was er gelesen hat</translation>
     </message>
+    <message>
+        <source>it is no list of points</source>
+        <translation>sie ist keine Liste von Punkten</translation>
+    </message>
+    <message>
+        <source>it cannot be opened</source>
+        <translation>sie lässt sich nicht öffnen</translation>
+    </message>
+    <message>
+        <source>the file is truncated: it announces %1 points, but has %2</source>
+        <translation>die Datei ist abgeschnitten: sie kündigt %1 Punkte an, hat aber %2</translation>
+    </message>
+    <message>
+        <source>the file is truncated: it announces %1 points, but has room for %2</source>
+        <translation>die Datei ist abgeschnitten: sie kündigt %1 Punkte an, hat aber Platz für %2</translation>
+    </message>
+    <message>
+        <source>the file is damaged: it holds more points than it announces</source>
+        <translation>die Datei ist beschädigt: sie enthält mehr Punkte, als sie ankündigt</translation>
+    </message>
+    <message>
+        <source>%1 points have no place, and are left out</source>
+        <translation>%1 Punkte haben keinen Ort und fehlen</translation>
+    </message>
+    <message>
+        <source>%1 lines hold no point, and are left out</source>
+        <translation>%1 Zeilen enthalten keinen Punkt und fehlen</translation>
+    </message>
 </context>
 <context>
     <name>LogModel</name>
