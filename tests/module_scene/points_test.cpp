@@ -92,6 +92,9 @@ TEST_F(Points, AllSpellingsOfAListAreTheSamePoints) {
     const ImportResult result = read(row.suffix, text);
     expectFormula(result, row.shown, row.east);
     EXPECT_EQ(result.warnings, QStringList());
+    if (row.what != QByteArray("normals") || !result.root) continue;
+    const std::vector<float>& normals = result.root->getChildren()[0]->getGeometries()[0]->normals;
+    EXPECT_TRUE(normals.size() == Count * 3u && normals[0] == 0.6f && normals[2] == -0.8f);
   }
 }
 
