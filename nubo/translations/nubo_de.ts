@@ -112,6 +112,10 @@
         <source>Stop and &amp;Quit</source>
         <translation>Anhalten und &amp;beenden</translation>
     </message>
+    <message>
+        <source>%1 ended early: %2</source>
+        <translation>%1 endete vorzeitig: %2</translation>
+    </message>
 </context>
 <context>
     <name>FileCheck</name>

@@ -33,7 +33,16 @@ bool confirms(QMessageBox& box, const QString& consequences, const QString& butt
 CommandStarter::CommandStarter(CommandRunner& runner, PanelArea& panels, MessageBar& messages, QWidget* window)
     : QObject(window), m_Runner(runner), m_Panels(panels), m_Messages(messages), mp_Window(window) {
   connect(&runner, &CommandRunner::started, this, &CommandStarter::holdView);
+  connect(&runner, &CommandRunner::started, this, &CommandStarter::watch);
   connect(&runner, &CommandRunner::ended, this, &CommandStarter::holdView);
+  connect(&runner, &CommandRunner::ended, this,
+          [this](const RunningCommand* run) { m_Messages.addReason(run->reason()); });
+}
+
+void CommandStarter::watch(const RunningCommand* run) {
+  connect(run, &RunningCommand::endedEarly, &m_Messages, [this, title = run->title()](const QString& extent) {
+    m_Messages.showNotice(tr("%1 ended early: %2").arg(title, extent));
+  });
 }
 
 void CommandStarter::holdView(const RunningCommand* run) {

@@ -35,6 +35,7 @@ class CommandStarter : public QObject {
   void ask(main::Command* command, const QString& title);
   void start(main::Command* command, const QString& title, const main::ParameterSet* values);
   void holdView(const RunningCommand* run);
+  void watch(const RunningCommand* run);
   bool confirmsClosing(const QList<RunningCommand*>& runs);
   bool confirmsQuitting(const QList<RunningCommand*>& runs);
 

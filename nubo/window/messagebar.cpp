@@ -59,6 +59,12 @@ void MessageBar::showFailure(const QString& text) {
   display(m_Failures == 1 ? m_First : tr("%1 (and %n more)", "", m_Failures - 1).arg(m_First));
 }
 
+void MessageBar::addReason(const QString& reason) {
+  if (mp_Frame->isHidden() || m_Failures != 1 || reason.isEmpty()) return;
+  m_First += QLatin1Char(' ') + reason;
+  display(m_First);
+}
+
 void MessageBar::showNotice(const QString& text) {
   if (m_Failures == 0) display(text);
 }

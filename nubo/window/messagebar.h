@@ -21,6 +21,8 @@ class MessageBar : public QToolBar {
 
   /// Shows a failure; several that come together are counted, and the first is shown.
   void showFailure(const QString& text);
+  /// Says why the failure happened that stands there alone; of several the log has more.
+  void addReason(const QString& reason);
   /// Shows something worth knowing, unless a failure stands there.
   void showNotice(const QString& text);
   /// Empty: none is shown.

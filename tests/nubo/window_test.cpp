@@ -1,8 +1,11 @@
 // Takes pictures and videos through the window, and changes settings.
+#include <sys/resource.h>
+
 #include <QLineEdit>
 #include <QSlider>
 #include <QSpinBox>
 #include <QTreeWidget>
+#include <csignal>
 #include <mutex>
 #include <thread>
 
@@ -64,10 +67,10 @@ struct Video {
 TEST_F(WindowTest, TurnsWithTheMouseAndTakesAPictureOfThatViewByKeysAlone) {
   ASSERT_NO_FATAL_FAILURE(openCube());
   window::ViewPanel* panel = panels().activePanel();
-  const gui::Camera before = panel->getCamera();
+  const gui::Camera camera = panel->getCamera();
   drag(panel, {200, 200}, {260, 180});
-  EXPECT_NE(panel->getCamera().azimuth, before.azimuth);
-  EXPECT_NE(panel->getCamera().elevation, before.elevation);
+  EXPECT_NE(panel->getCamera().azimuth, camera.azimuth);
+  EXPECT_NE(panel->getCamera().elevation, camera.elevation);
 
   ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_I));
   EXPECT_EQ(qobject_cast<QSpinBox*>(field("width"))->value(), 10000);
@@ -85,6 +88,16 @@ TEST_F(WindowTest, TurnsWithTheMouseAndTakesAPictureOfThatViewByKeysAlone) {
   ASSERT_NO_FATAL_FAILURE(chooseFromMenu(Qt::Key_G, Qt::Key_I));
   EXPECT_EQ(qobject_cast<QSpinBox*>(field("width"))->value(), 500);
   EXPECT_EQ(qobject_cast<QLineEdit*>(field("filename"))->text(), host.file("cube-2.png"));
+
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit before{};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit tooSmall{100, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &tooSmall);
+  const bool ended = start() && waitForEnd();
+  setrlimit(RLIMIT_FSIZE, &before);
+  ASSERT_TRUE(ended);
+  EXPECT_EQ(message(), QStringLiteral("Couldn't save image '%1'! File too large").arg(host.file("cube-2.png")));
 }
 
 TEST_F(WindowTest, MarksBadValuesWhereTheyStandAndRunsNothing) {
@@ -166,6 +179,9 @@ TEST_F(WindowTest, RecordsATurntableThatTheUserEnds) {
   ASSERT_EQ(video.size, QSize(200, 160));
   ASSERT_GE(video.frames.size(), 8);
   ASSERT_LT(video.frames.size(), int(steps.size())) << "it was not ended";
+  EXPECT_THAT(
+      message().toStdString(),
+      testing::MatchesRegex(".*turn.y4m ended early: " + std::to_string(video.frames.size()) + " of .* frames"));
   const int first = int(trajectory->getPosition());
   ASSERT_LT(std::size_t(first + video.frames.size()), steps.size()) << "it was put back to where it began";
   for (int frame = 0; frame < video.frames.size(); ++frame) {

@@ -1,6 +1,7 @@
 // A window with the program's modules on a real display, driven with keys and mouse.
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <QApplication>

@@ -19,6 +19,10 @@ RunningCommand::RunningCommand(main::Command& command, const QString& title, gui
   connect(mp_Monitor, &main::CommandMonitor::detailChanged, this, &RunningCommand::detailChanged, Qt::QueuedConnection);
   connect(mp_Monitor, &main::CommandMonitor::processedChanged, this, &RunningCommand::percentChanged,
           Qt::QueuedConnection);
+  connect(
+      mp_Monitor, &main::CommandMonitor::reasonGiven, this, [this](const QString& reason) { m_Reason = reason; },
+      Qt::QueuedConnection);
+  connect(mp_Monitor, &main::CommandMonitor::endedEarly, this, &RunningCommand::endedEarly, Qt::QueuedConnection);
   connect(mp_Monitor, &main::CommandMonitor::finished, this, &RunningCommand::finished, Qt::QueuedConnection);
 }
 

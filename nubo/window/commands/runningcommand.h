@@ -23,6 +23,8 @@ class RunningCommand : public QObject {
   const QStringList& files() const { return m_Files; }
   const main::Command* command() const { return mp_Command; }
   gui::ScenePanel* panel() const { return mp_Panel; }
+  /// Why it failed; empty: it did not, or nobody knows.
+  const QString& reason() const { return m_Reason; }
   bool isAbortable() const { return m_Abortable; }
   void abort();
 
@@ -31,6 +33,8 @@ class RunningCommand : public QObject {
   void detailChanged(const QString& detail);
   /// 0 to 100, or -1 while it is not known.
   void percentChanged(int percent);
+  /// It was stopped before all was done; `extent` says how far it came.
+  void endedEarly(const QString& extent);
   void finished();
 
  private:
@@ -38,6 +42,7 @@ class RunningCommand : public QObject {
   QPointer<main::CommandMonitor> mp_Monitor;  ///< null when the command is gone
   QString m_Title;
   QStringList m_Files;
+  QString m_Reason;
   QPointer<gui::ScenePanel> mp_Panel;
   bool m_Abortable;
 };
