@@ -1,0 +1,129 @@
+// What is left out, coarse, or drawn in parts shows what the whole shows.
+#include <future>
+#include <numeric>
+
+#include "drawerfixture.h"
+#include "module_scene/draw/drawingturn.h"
+#include "module_scene/mesh/coarsening.h"
+
+namespace nubo::scene {
+namespace {
+
+// Takes away what lets the drawer leave some out.
+GeometryPointer drawnWhole(const GeometryPointer& geometry) {
+  geometry->closed = false;
+  for (Cluster& cluster : geometry->clusters) {
+    cluster.min.fill(-1e6f);
+    cluster.max.fill(1e6f);
+  }
+  return geometry;
+}
+
+TEST_F(DrawerTest, LeavingOutWhatCannotBeSeenChangesNoPixel) {
+  const std::pair<const char*, math::Matrix4> views[] = {
+      {"outside", math::translation(0, 0, -3)},
+      {"turned", math::translation(0.2, -0.1, -2) * math::rotation(1.1, {0.6, 0.8, 0})},
+      {"mirrored", math::translation(0, 0, -3) * math::scaling(-1, 1, 1)},
+      {"stretched", math::translation(0, 0, -3) * math::rotation(0.4, {1, 0, 0}) * math::scaling(1, 0.3, 1.6)},
+      {"beside the middle", math::translation(0.9, 1.1, -2.2)},
+      {"from the inside", math::translation(0.1, 0, -0.3)},
+      {"cut open by the near plane", math::translation(0, 0, -1.02)},
+      {"partly beyond the far plane", math::translation(0, 0, -100.2)}};
+  // The smooth ball's clusters each look one way, so that many may be left out; the other hides parts of itself.
+  for (const auto& [bumps, samples] : {std::pair(0.0, 0), {0.12, 0}, {0.12, 4}}) {
+    const auto ball = bumpyBall(Qt::cyan, 160, 1, bumps), plain = drawnWhole(bumpyBall(Qt::cyan, 160, 1, bumps));
+    ASSERT_TRUE(ball->closed);
+    ASSERT_GT(ball->clusters.size(), 20u);
+    for (const auto& [name, transform] : views) {
+      SCOPED_TRACE(testing::Message() << name << ", " << samples << " samples");
+      Shot shot;
+      shot.width = 500;
+      shot.height = 400;
+      shot.transform = transform;
+      shot.samples = samples;
+      shot.root = element({ball});
+      const QImage fast = draw(shot);
+      shot.root = element({plain});
+      // Where a front and a back face share an edge their depths there may round to the same, above all far away.
+      EXPECT_GT(expectAlmostEqual(fast, draw(shot), 8).covered, 20);
+    }
+  }
+}
+
+// Seen at a quarter of the size, which hides an edge that lies off by few pixels, and nothing else. There a point that
+// stands for others is as large as a pixel.
+TEST_F(DrawerTest, CoarseVersionsLookLikeTheWholeAndChangeNoPictureOfIt) {
+  const auto points = [] {
+    const GeometryPointer sheet = texturedSheet(600);
+    sheet->kind = KindPoints;
+    sheet->width = 3;
+    sheet->indices.resize(sheet->vertexCount());
+    std::iota(sheet->indices.begin(), sheet->indices.end(), 0u);
+    sheet->clusters.clear();
+    prepare(*sheet);
+    return sheet;
+  };
+  struct Row {
+    const char* name;
+    GeometryPointer whole, thinned;
+    int share;  // of the pixels along edges that may clearly differ
+  };
+  const Row rows[] = {{"faces", bumpyBall(QColor(200, 90, 60), 360), bumpyBall(QColor(200, 90, 60), 360), 25},
+                      {"texture", texturedSheet(340), texturedSheet(340), 25},
+                      {"points", points(), points(), 6}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    Shot shot;
+    shot.width = shot.height = 400;
+    shot.root = element({row.whole});
+    const QImage whole = draw(shot);
+    shot.root = element({row.thinned});
+    makeCoarseVersions(worthCoarsening(*shot.root), Coarsening::Fine, false);
+    EXPECT_LT(coarseVersion(*row.thinned)->indices.size(), row.thinned->indices.size() / 4);
+    EXPECT_EQ(draw(shot), whole);
+    shot.detail = 100;
+    const QImage coarse = draw(shot);
+    EXPECT_GT(compare(coarse, whole).changed, 500) << "it is drawn whole";
+    const auto difference = compare(test::quarter(whole), test::quarter(coarse));
+    EXPECT_LT(difference.clear, difference.edges / row.share) << difference;
+    shot.root->setLayer(LayerMarkers);
+    shot.layers = LayerMarkers;
+    EXPECT_EQ(draw(shot), whole) << "what is small and meant to be seen is not thinned";
+  }
+}
+
+TEST_F(DrawerTest, PartsGiveThePictureThatIsDrawnAtOnce) {
+  for (const auto& [samples, look] : {std::pair{0, Look::Plain}, {4, Look::Plain}, {0, Look::Studio}})
+    for (const Element& root :
+         {element({bumpyBall()}),
+          element({bumpyBall(), bumpyBall(QColor(90, 140, 220, 120), 120, 1.2), strokes(KindLines, 5, 3000, 7)})}) {
+      SCOPED_TRACE(testing::Message() << samples << " samples, " << nameOf(look).toStdString());
+      Shot shot;
+      shot.root = root;
+      shot.samples = samples;
+      shot.look = look;
+      const QImage whole = draw(shot);
+      SceneDrawer drawer(viewer.getGlobalScene());
+      QOpenGLFramebufferObject fbo(shot.width, shot.height, QOpenGLFramebufferObject::CombinedDepthStencil);
+      int parts = 0;
+      const QImage inParts = drawPart(fbo, drawer, shot, 0, 0, [&] {
+        drawer.beginParts(shot.root, shot.transform, shot.layers, shot.kinds);
+        while (drawer.drawPart(0.001)) {
+          ++parts;
+          draw(Shot());  // others draw in between
+          fbo.bind();
+        }
+      });
+      EXPECT_GE(parts, 4);
+      EXPECT_EQ(inParts, whole) << compare(inParts, whole);
+      DrawingTurn::setShared();
+      const auto inTurns = std::async(std::launch::async, [&] {
+                             const test::SharingContext own;
+                             return draw(shot);
+                           }).get();
+      EXPECT_EQ(inTurns, whole) << compare(inTurns, whole);
+    }
+}
+
+}  // namespace
+}  // namespace nubo::scene
