@@ -2,9 +2,14 @@
 
 #include <utility>
 
+#include "module_scene/mesh/posing.h"
+
 namespace nubo::trajectory {
 
 namespace {
+
+/// What moves can deform meshes.
+constexpr auto Movement = scene::LOCKTYPE(scene::LockTransforms | scene::LockData);
 
 /// Moves the element to a place given in the scene's space; it keeps its orientation and scale.
 void moveTo(scene::SceneElement& element, const Point& point) {
@@ -24,20 +29,34 @@ TrajectoryInfo::TrajectoryInfo(std::deque<Point> points, const util::YPointer<sc
 void TrajectoryInfo::setPosition(std::uint64_t step) {
   if (step >= m_Points.size()) return;
   if (m_Element) {
-    const scene::SceneChange change(scene::_GlobalScene(), scene::LockTransforms);
+    const scene::SceneChange change(scene::_GlobalScene(), Movement);
     moveTo(*m_Element, m_Points[step]);
+    scene::Posing posing;
+    posing.moved(*m_Element);
+    posing.finish();
   }
   m_Position = step;
 }
 
-AdvancedTrajectoryInfo::AdvancedTrajectoryInfo(std::unique_ptr<std::deque<MatrixMap>> steps)
-    : m_Steps(std::move(steps)) {}
+AdvancedTrajectoryInfo::AdvancedTrajectoryInfo(std::unique_ptr<std::deque<MatrixMap>> steps,
+                                               std::deque<WeightMap> weights)
+    : m_Steps(std::move(steps)), m_Weights(std::move(weights)) {}
 
 void AdvancedTrajectoryInfo::setPosition(std::uint64_t step) {
   if (!m_Steps || step >= m_Steps->size()) return;
   {
-    const scene::SceneChange change(scene::_GlobalScene(), scene::LockTransforms);
-    for (const auto& [element, transform] : (*m_Steps)[step]) element->setTransform(transform);
+    const scene::SceneChange change(scene::_GlobalScene(), Movement);
+    scene::Posing posing;
+    for (const auto& [element, transform] : (*m_Steps)[step]) {
+      element->setTransform(transform);
+      posing.moved(*element);
+    }
+    if (step < m_Weights.size())
+      for (const auto& [element, weights] : m_Weights[step]) {
+        element->setShapeWeights(weights);
+        posing.moved(*element);
+      }
+    posing.finish();
   }
   m_Position = step;
 }

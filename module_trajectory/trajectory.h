@@ -18,6 +18,7 @@ namespace nubo::trajectory {
 
 using Point = std::array<double, 4>;  ///< x, y, z and a value of the user's
 using MatrixMap = std::map<util::YPointer<scene::SceneElement>, math::Matrix4>;
+using WeightMap = std::map<util::YPointer<scene::SceneElement>, std::vector<float>>;  ///< of shapes, per element
 
 /// A list of points that an element is moved along. Any thread; setPosition and the setters take the
 /// scene's lock themselves, so the caller must not hold it.
@@ -36,17 +37,21 @@ class NUBO_MODULE_TRAJECTORY_EXPORT TrajectoryInfo {
   std::atomic<std::uint64_t> m_Position{0};
 };
 
-/// A list of steps that each give some elements a transform. As TrajectoryInfo otherwise.
+/// A list of steps that each give some elements a transform, and some the weights of their shapes. As TrajectoryInfo
+/// otherwise.
 class NUBO_MODULE_TRAJECTORY_EXPORT AdvancedTrajectoryInfo {
  public:
-  explicit AdvancedTrajectoryInfo(std::unique_ptr<std::deque<MatrixMap>> steps);
+  /// `weights`: per step, or empty.
+  explicit AdvancedTrajectoryInfo(std::unique_ptr<std::deque<MatrixMap>> steps, std::deque<WeightMap> weights = {});
   /// Null: no steps.
   const std::deque<MatrixMap>* getMatrixMapList() const { return m_Steps.get(); }
+  const std::deque<WeightMap>& getWeightMapList() const { return m_Weights; }
   std::uint64_t getPosition() const { return m_Position; }
   void setPosition(std::uint64_t step);
 
  private:
   std::unique_ptr<std::deque<MatrixMap>> m_Steps;
+  std::deque<WeightMap> m_Weights;
   std::atomic<std::uint64_t> m_Position{0};
 };
 

@@ -14,18 +14,32 @@ template <class Value>
 struct KeyFrame {
   double time;
   Value value;
+  Value before{}, after{};  ///< Interpolation::Cubic only: how fast it changes there, per second
 };
 
-/// How one element moves: its transform is translation * rotation * scale. Keys are sorted by time and
-/// finite; each list holds at least one.
+enum class Interpolation {
+  Step,    ///< the value of the key before
+  Linear,  ///< along a line; of rotations, along the shortest arc at the same speed
+  Cubic    ///< a cubic Hermite spline through values and tangents
+};
+
+/// Keys, sorted by time and finite, and how to find what lies between them.
+template <class Value>
+struct Curve : std::vector<KeyFrame<Value>> {
+  using std::vector<KeyFrame<Value>>::vector;
+  Interpolation interpolation = Interpolation::Linear;
+};
+
+/// How one element moves: its transform is translation * rotation * scale; each of these curves holds at least one key.
 struct AnimationTrack {
   util::YPointer<SceneElement> element;
-  std::vector<KeyFrame<math::Vector3>> translations;
-  std::vector<KeyFrame<QQuaternion>> rotations;
-  std::vector<KeyFrame<math::Vector3>> scales;
+  Curve<math::Vector3> translations;
+  Curve<QQuaternion> rotations;
+  Curve<math::Vector3> scales;
+  Curve<std::vector<float>> shapeWeights = {};  ///< all of one size; empty: they stay as they are
 };
 
-/// Tracks that play together; no element has two.
+/// Tracks that play together; no element has two. Of several animations of a file, some may move the same element.
 struct Animation {
   QString name;
   double duration = 0;  ///< seconds, at least that of the last key

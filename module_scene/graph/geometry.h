@@ -51,7 +51,8 @@ struct CoarseVersion : public util::YObject {
 };
 
 /// Indexed vertices of one kind with one material. Filled once, finished by prepare() (see mesh/preparation.h), and not
-/// changed after it became part of a scene; may be shared by elements.
+/// changed after it became part of a scene; may be shared by elements. Only one whose vertices are moved one by one
+/// (see rig.h) changes with these, and belongs to one element alone.
 struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   Kind kind = KindFaces;
   std::vector<float> positions;        ///< x y z per vertex
@@ -60,8 +61,10 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   std::vector<float> texCoords;        ///< u v per vertex, or empty
   std::vector<float> secondTexCoords;  ///< the same, for textures that lie otherwise
   std::vector<std::uint32_t> indices;  ///< 3 per face, 2 per line, 1 per point
-  float width = 1.0f;                  ///< pixels: size of points, width of lines
-  util::YPointer<Material> material;   ///< null: the default material
+  std::vector<std::uint32_t>
+      identities;                     ///< per vertex: which of those that bones or shapes move; empty: they move none
+  float width = 1.0f;                 ///< pixels: size of points, width of lines
+  util::YPointer<Material> material;  ///< null: the default material
 
   // Made by prepare():
   std::vector<Cluster> clusters;
@@ -70,7 +73,8 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   std::vector<float> outline;
   bool transparent = false;
   /// Faces only: opaque, and each edge belongs to exactly two faces that pass it in opposite directions
-  /// (degenerate faces apart), all counter-clockwise seen from outside, so that back faces cannot be seen.
+  /// (degenerate faces apart), all counter-clockwise seen from outside, so that back faces cannot be seen. Never where
+  /// vertices are moved one by one, which may open it or turn it inside out.
   bool closed = false;
 
   std::size_t vertexCount() const { return positions.size() / 3; }
@@ -79,6 +83,11 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   CopySlot& copySlot() const { return m_CopySlot; }
   CopySlot& edgeSlot() const { return m_EdgeSlot; }
   CopySlot& coarseSlot() const { return m_CoarseSlot; }
+  /// What was made of the vertices, which have moved, is made again.
+  void dropCopies() const {
+    m_CopySlot.drop();
+    m_EdgeSlot.drop();
+  }
 
  private:
   mutable CopySlot m_CopySlot, m_EdgeSlot, m_CoarseSlot;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "module_scene/graph/rig.h"
+
 namespace nubo::scene {
 
 SceneElement::SceneElement(const QString& name) : m_Name(name) {}
@@ -9,6 +11,8 @@ SceneElement::SceneElement(const QString& name) : m_Name(name) {}
 SceneElement::~SceneElement() {
   for (const auto& child : m_Children) child->mp_Parent = nullptr;
 }
+
+void SceneElement::setRig(const util::YPointer<Rig>& rig) { mp_Rig = rig; }
 
 void SceneElement::addChild(const util::YPointer<SceneElement>& child) {
   // The old parent may hold the last reference. NOLINTNEXTLINE(performance-unnecessary-copy-initialization)

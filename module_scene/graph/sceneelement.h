@@ -8,6 +8,8 @@
 
 namespace nubo::scene {
 
+struct Rig;
+
 /// Layers, as bits of SceneDrawer::glDraw's second-last argument. A picture draws the model and its
 /// transparent parts (3); a video frame draws all (65535).
 enum Layer { LayerModel = 1, LayerTransparent = 2, LayerTrajectory = 4, LayerMarkers = 8, LayerAxes = 16 };
@@ -34,6 +36,13 @@ class NUBO_MODULE_SCENE_EXPORT SceneElement : public util::YObject {
   const std::vector<util::YPointer<Geometry>>& getGeometries() const { return m_Geometries; }
   void addGeometry(const util::YPointer<Geometry>& geometry) { m_Geometries.push_back(geometry); }
 
+  /// How much of each shape there is in the element's meshes; those beyond are 0.
+  const std::vector<float>& getShapeWeights() const { return m_ShapeWeights; }
+  void setShapeWeights(std::vector<float> weights) { m_ShapeWeights = std::move(weights); }
+  /// What is deformed below this element (see rig.h); mostly null.
+  Rig* getRig() const { return mp_Rig.get(); }
+  void setRig(const util::YPointer<Rig>& rig);
+
   SceneElement* getParent() const { return mp_Parent; }
   const std::vector<util::YPointer<SceneElement>>& getChildren() const { return m_Children; }
   /// Moves the child here from the parent it had.
@@ -52,6 +61,8 @@ class NUBO_MODULE_SCENE_EXPORT SceneElement : public util::YObject {
   bool m_Visible = true;
   Layer m_Layer = LayerModel;
   std::vector<util::YPointer<Geometry>> m_Geometries;
+  std::vector<float> m_ShapeWeights;
+  util::YPointer<Rig> mp_Rig;
   SceneElement* mp_Parent = nullptr;
   std::vector<util::YPointer<SceneElement>> m_Children;
 };

@@ -1,33 +1,19 @@
 #include "module_scene/io/modelbuilder.h"
 
-#include <QHash>
-#include <QSet>
 #include <algorithm>
 #include <cmath>
 
+#include "module_scene/io/animationbuilder.h"
 #include "module_scene/io/importerror.h"
 #include "module_scene/io/materialbuilder.h"
+#include "module_scene/io/plaindata.h"
 #include "module_scene/mesh/preparation.h"
 
 namespace nubo::io {
 namespace {
 
-using reader::BadRecord;
 using reader::named;
 using reader::None;
-
-void require(bool holds) {
-  if (!holds) throw BadRecord();
-}
-
-math::Matrix4 toMatrix(const std::array<double, 16>& columns) {
-  math::Matrix4 m;
-  for (int i = 0; i < 16; ++i) {
-    if (!std::isfinite(columns[std::size_t(i)])) return math::Matrix4();
-    m(i % 4, i / 4) = columns[std::size_t(i)];
-  }
-  return m;
-}
 
 std::size_t cornersOf(reader::Primitive primitive) { return std::size_t(primitive) + 1; }
 
@@ -40,51 +26,6 @@ bool usesCoordinates(const scene::Material* material, int set) {
       &p.baseColorTexture, &p.metallicRoughnessTexture, &p.normalTexture, &p.occlusionTexture, &p.emissiveTexture};
   return std::any_of(uses.begin(), uses.end(),
                      [set](const scene::TextureUse* use) { return use->texture && use->coordinates == set; });
-}
-
-bool isDeformed(const reader::Mesh& mesh) { return mesh.influences > 0 || !mesh.shapes.empty(); }
-
-/// What a transform does to the axes, taken apart; a mirrored one has a negative scale.
-struct Placement {
-  math::Vector3 translation{0, 0, 0}, scale{1, 1, 1};
-  QQuaternion rotation;
-
-  explicit Placement(const math::Matrix4& m) : translation{m(0, 3), m(1, 3), m(2, 3)} {
-    QMatrix3x3 axes;
-    for (int column = 0; column < 3; ++column) {
-      const double length =
-          std::sqrt(m(0, column) * m(0, column) + m(1, column) * m(1, column) + m(2, column) * m(2, column));
-      scale[std::size_t(column)] = length;
-      for (int row = 0; row < 3; ++row) axes(row, column) = float(length > 0 ? m(row, column) / length : row == column);
-    }
-    const float determinant = axes(0, 0) * (axes(1, 1) * axes(2, 2) - axes(1, 2) * axes(2, 1)) -
-                              axes(0, 1) * (axes(1, 0) * axes(2, 2) - axes(1, 2) * axes(2, 0)) +
-                              axes(0, 2) * (axes(1, 0) * axes(2, 1) - axes(1, 1) * axes(2, 0));
-    if (determinant < 0) {
-      scale[0] = -scale[0];
-      for (int row = 0; row < 3; ++row) axes(row, 0) = -axes(row, 0);
-    }
-    rotation = QQuaternion::fromRotationMatrix(axes).normalized();
-  }
-};
-
-math::Vector3 vectorAt(const float* v) { return {double(v[0]), double(v[1]), double(v[2])}; }
-QQuaternion rotationAt(const float* v) { return QQuaternion(v[3], v[0], v[1], v[2]).normalized(); }
-
-/// The keys of a track that make sense, in order.
-template <class Value, class Convert>
-std::vector<scene::KeyFrame<Value>> keysOf(const reader::Track& track, std::size_t each, const Convert& convert) {
-  const bool cubic = track.interpolation == reader::Interpolation::Cubic;
-  const std::size_t stride = cubic ? each * 3 : each;
-  require(track.times.size() <= track.values.size() / stride);
-  std::vector<scene::KeyFrame<Value>> keys;
-  for (std::size_t i = 0; i < track.times.size(); ++i) {
-    const float* value = &track.values[i * stride + (cubic ? each : 0)];
-    if (std::isfinite(track.times[i]) && std::all_of(value, value + each, [](float v) { return std::isfinite(v); }))
-      keys.push_back({std::max(0.0, double(track.times[i])), convert(value)});
-  }
-  std::stable_sort(keys.begin(), keys.end(), [](const auto& a, const auto& b) { return a.time < b.time; });
-  return keys;
 }
 
 }  // namespace
@@ -105,8 +46,9 @@ void ModelBuilder::build(const QString& name) {
     root->addChild(content);
   }
   buildNodes(*content);
+  m_Rig.finish(*content, m_Elements);
   if (root->getBoundingBox().isEmpty()) throw ImportError(ImportError::tr("it holds no geometry"));
-  buildAnimations();
+  m_Result.animations = buildAnimations(m_Model, m_Elements, findSeen());
   m_Result.root = root;
 }
 
@@ -114,6 +56,7 @@ void ModelBuilder::buildMeshes() {
   for (const reader::Mesh& mesh : m_Model.meshes) {
     util::YPointer<scene::Geometry> geometry = buildGeometry(mesh);
     const bool hadPrimitives = !geometry->indices.empty();
+    m_Deformations.push_back(RigBuilder::isDeformed(mesh) ? m_Rig.take(mesh, *geometry) : nullptr);
     prepare(*geometry);
     if (geometry->indices.empty()) {
       m_Dropped = m_Dropped || hadPrimitives;
@@ -166,57 +109,34 @@ void ModelBuilder::buildNodes(scene::SceneElement& root) {
     const util::YPointer<scene::SceneElement> element(
         new scene::SceneElement(QString::fromUtf8(node.name.data(), int(node.name.size()))));
     element->setTransform(toMatrix(node.transform));
-    for (const reader::Instance& instance : node.instances)
-      if (const auto& geometry = named(m_Geometries, instance.mesh)) element->addGeometry(geometry);
+    for (const reader::Instance& instance : node.instances) addInstance(node, instance, element);
     (node.parent == None ? root : *m_Elements[std::size_t(node.parent)]).addChild(element);
     m_Elements.push_back(element);
   }
 }
 
-/// Per node whether anything is seen of it or below it.
-std::vector<bool> ModelBuilder::findSeen() const {
-  std::vector<bool> seen;
-  for (const auto& element : m_Elements) seen.push_back(!element->getGeometries().empty());
-  for (std::size_t i = seen.size(); i-- > 0;)
-    if (seen[i] && m_Model.nodes[i].parent != None) seen[std::size_t(m_Model.nodes[i].parent)] = true;
-  return seen;
+void ModelBuilder::addInstance(const reader::Node& node, const reader::Instance& instance,
+                               const util::YPointer<scene::SceneElement>& element) {
+  const auto& geometry = named(m_Geometries, instance.mesh);
+  if (!geometry) return;
+  const auto& deformation = m_Deformations[std::size_t(instance.mesh)];
+  element->addGeometry(deformation ? m_Rig.use(instance, geometry, deformation, element) : geometry);
+  const reader::Mesh& mesh = m_Model.meshes[std::size_t(instance.mesh)];
+  std::vector<float> weights = node.shapeWeights.empty() ? mesh.shapeWeights : node.shapeWeights;
+  if (weights.size() <= element->getShapeWeights().size()) return;
+  for (float& weight : weights)
+    if (!std::isfinite(weight)) weight = 0;
+  element->setShapeWeights(std::move(weights));
 }
 
-/// Where several animations move the same element, the first has it. Bones and cameras move nothing that is seen.
-void ModelBuilder::buildAnimations() {
-  const std::vector<bool> seen = findSeen();
-  QSet<std::int32_t> moved;
-  for (const reader::Animation& source : m_Model.animations) {
-    scene::Animation animation;
-    animation.name = QString::fromUtf8(source.name.c_str());
-    QHash<std::int32_t, std::size_t> own;  // places in the list of tracks, by node
-    for (const reader::Track& track : source.tracks) {
-      const auto& element = named(m_Elements, track.node);
-      if (track.path == reader::Path::Weights || moved.contains(track.node) || track.times.empty()) continue;
-      if (!seen[std::size_t(track.node)]) continue;
-      if (!own.contains(track.node)) {
-        own[track.node] = animation.tracks.size();
-        animation.tracks.emplace_back();
-        animation.tracks.back().element = element;
-      }
-      scene::AnimationTrack& keys = animation.tracks[own[track.node]];
-      if (track.path == reader::Path::Translation) keys.translations = keysOf<math::Vector3>(track, 3, vectorAt);
-      if (track.path == reader::Path::Rotation) keys.rotations = keysOf<QQuaternion>(track, 4, rotationAt);
-      if (track.path == reader::Path::Scale) keys.scales = keysOf<math::Vector3>(track, 3, vectorAt);
-    }
-    for (auto node = own.keyBegin(); node != own.keyEnd(); ++node) moved.insert(*node);
-    for (scene::AnimationTrack& track : animation.tracks) {
-      const Placement rest(track.element->getTransform());
-      if (track.translations.empty()) track.translations = {{0, rest.translation}};
-      if (track.rotations.empty()) track.rotations = {{0, rest.rotation}};
-      if (track.scales.empty()) track.scales = {{0, rest.scale}};
-      animation.duration = std::max(
-          {animation.duration, track.translations.back().time, track.rotations.back().time, track.scales.back().time});
-    }
-    if (!animation.tracks.empty()) m_Result.animations.push_back(std::move(animation));
+/// Per node whether anything is seen of it or below it, be it that it has vertices follow it.
+std::vector<bool> ModelBuilder::findSeen() const {
+  std::vector<bool> seen = m_Rig.bones();
+  for (std::size_t i = seen.size(); i-- > 0;) {
+    if (!m_Elements[i]->getGeometries().empty()) seen[i] = true;
+    if (seen[i] && m_Model.nodes[i].parent != None) seen[std::size_t(m_Model.nodes[i].parent)] = true;
   }
-  if (!m_Model.animations.empty() && std::any_of(m_Model.meshes.begin(), m_Model.meshes.end(), isDeformed))
-    m_Result.warnings << ImportError::tr("bones and shapes do not deform its meshes here: only whole elements move");
+  return seen;
 }
 
 }  // namespace nubo::io

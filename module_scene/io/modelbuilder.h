@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "module_scene/io/importer.h"
+#include "module_scene/io/rigbuilder.h"
 #include "module_scene/io/sharedblocks.h"
 
 namespace nubo::io {
@@ -13,7 +14,7 @@ class ModelBuilder {
  public:
   /// All must outlive the builder. What is done with is released from `blocks`.
   ModelBuilder(const reader::Model& model, SharedBlocks& blocks, ImportResult& result)
-      : m_Model(model), m_Blocks(blocks), m_Result(result) {}
+      : m_Model(model), m_Blocks(blocks), m_Result(result), m_Rig(model, blocks) {}
   /// Fills in the root, of that name, and the animations. Throws ImportError where there is nothing to show, and
   /// reader::BadRecord for what no reader should have handed over.
   void build(const QString& name);
@@ -24,16 +25,19 @@ class ModelBuilder {
   template <class T>
   std::vector<T> take(const reader::Array<T>& array, std::size_t size);
   void buildNodes(scene::SceneElement& root);
-  void buildAnimations();
+  void addInstance(const reader::Node& node, const reader::Instance& instance,
+                   const util::YPointer<scene::SceneElement>& element);
   std::vector<bool> findSeen() const;
 
   const reader::Model& m_Model;
   SharedBlocks& m_Blocks;
   ImportResult& m_Result;
+  RigBuilder m_Rig;
   bool m_Dropped = false;  ///< something was left out because of its coordinates
   std::vector<util::YPointer<scene::Material>> m_Materials;
-  std::vector<util::YPointer<scene::Geometry>> m_Geometries;    ///< per mesh; null: nothing to draw
-  std::vector<util::YPointer<scene::SceneElement>> m_Elements;  ///< per node
+  std::vector<util::YPointer<scene::Geometry>> m_Geometries;       ///< per mesh; null: nothing to draw
+  std::vector<util::YPointer<scene::Deformation>> m_Deformations;  ///< per mesh; null: nothing deforms it
+  std::vector<util::YPointer<scene::SceneElement>> m_Elements;     ///< per node
 };
 
 }  // namespace nubo::io

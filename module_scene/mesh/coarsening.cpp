@@ -40,9 +40,12 @@ std::size_t countPrimitives(const SceneElement& root) {
   return count;
 }
 
+/// How far off a coarse version of what is deformed lies would change with every step, and so would its vertices while
+/// it is made.
 void collect(const SceneElement& root, std::set<const Geometry*>& known, std::vector<util::YPointer<Geometry>>& found) {
   for (const auto& geometry : root.getGeometries())
-    if (geometry->kind != KindLines && known.insert(geometry.get()).second) found.push_back(geometry);
+    if (geometry->kind != KindLines && geometry->identities.empty() && known.insert(geometry.get()).second)
+      found.push_back(geometry);
   for (const auto& child : root.getChildren()) collect(*child, known, found);
 }
 

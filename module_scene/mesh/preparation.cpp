@@ -21,7 +21,7 @@ class VertexItems {
   bool equal(std::uint32_t a, std::uint32_t b) const {
     return same(m_Geometry.positions, 3, a, b) && same(m_Geometry.normals, 3, a, b) &&
            same(m_Geometry.colors, 4, a, b) && same(m_Geometry.texCoords, 2, a, b) &&
-           same(m_Geometry.secondTexCoords, 2, a, b);
+           same(m_Geometry.secondTexCoords, 2, a, b) && same(m_Geometry.identities, 1, a, b);
   }
   std::uint32_t hash(std::uint32_t i) const {
     WordHash hash;
@@ -30,6 +30,7 @@ class VertexItems {
     add(hash, m_Geometry.colors, 4, i);
     add(hash, m_Geometry.texCoords, 2, i);
     add(hash, m_Geometry.secondTexCoords, 2, i);
+    add(hash, m_Geometry.identities, 1, i);
     return hash.value();
   }
 
@@ -58,7 +59,7 @@ void unifyZeros(std::vector<float>& values) {
 }
 
 /// Leaves out what cannot be drawn: primitives with a coordinate that is no number, and faces two of
-/// whose corners are in the same place.
+/// whose corners are in the same place and stay there.
 void dropUndrawable(Geometry& g) {
   const int corners = cornersOf(g.kind);
   const auto drawable = [&](const std::uint32_t* corner) {
@@ -67,8 +68,9 @@ void dropUndrawable(Geometry& g) {
       at[k] = &g.positions[std::size_t(corner[k]) * 3];
       if (!std::isfinite(at[k][0]) || !std::isfinite(at[k][1]) || !std::isfinite(at[k][2])) return false;
     }
-    return corners < 3 || (!std::equal(at[0], at[0] + 3, at[1]) && !std::equal(at[1], at[1] + 3, at[2]) &&
-                           !std::equal(at[2], at[2] + 3, at[0]));
+    return corners < 3 || !g.identities.empty() ||
+           (!std::equal(at[0], at[0] + 3, at[1]) && !std::equal(at[1], at[1] + 3, at[2]) &&
+            !std::equal(at[2], at[2] + 3, at[0]));
   };
   g.indices.resize(g.indices.size() / corners * corners);
   std::size_t kept = 0;
@@ -123,6 +125,7 @@ void pickVertices(Geometry& g, const std::vector<std::uint32_t>& sources) {
   pick(g.colors, 4, sources);
   pick(g.texCoords, 2, sources);
   pick(g.secondTexCoords, 2, sources);
+  pick(g.identities, 1, sources);
 }
 
 /// Puts the vertices in the order in which the indices first use them, equal ones once and unused ones not
@@ -238,8 +241,9 @@ void setNormals(Geometry& g, const Surface& surface) {
 void prepareFaces(Geometry& g) {
   if (g.indices.empty()) return;
   const Surface surface(g.positions, g.indices,
-                        g.normals.empty() && g.colors.empty() && g.texCoords.empty() && g.secondTexCoords.empty());
-  g.closed = !g.transparent && surface.isClosed();
+                        g.normals.empty() && g.colors.empty() && g.texCoords.empty() && g.secondTexCoords.empty() &&
+                            g.identities.empty());
+  g.closed = !g.transparent && g.identities.empty() && surface.isClosed();
   if (g.normals.empty()) setNormals(g, surface);
   if (g.closed) setCones(g);
 }
@@ -270,7 +274,7 @@ void prepare(Geometry& g) {
   if (g.kind == KindFaces) prepareFaces(g);
   separateClusters(g);
   constexpr std::size_t Many = 20000;
-  if (g.vertexCount() > Many) g.outline = outlineOf(g.positions, g.clusters);
+  if (g.vertexCount() > Many && g.identities.empty()) g.outline = outlineOf(g.positions, g.clusters);
 }
 
 }  // namespace nubo::scene

@@ -133,7 +133,9 @@ QString selectMatrices(std::unique_ptr<AdvancedTrajectoryInfo> info, const Range
   if (!contains(steps, all.size())) return outOfRange(steps, all.size());
   show(*info, all.size(), look);
   if (steps) {
-    info = std::make_unique<AdvancedTrajectoryInfo>(std::make_unique<std::deque<MatrixMap>>(cut(all, steps)));
+    const std::deque<WeightMap>& weights = info->getWeightMapList();
+    info = std::make_unique<AdvancedTrajectoryInfo>(std::make_unique<std::deque<MatrixMap>>(cut(all, steps)),
+                                                    weights.empty() ? weights : cut(weights, steps));
     info->setPosition(0);
   }
   TrajectoryHandler::getInstance()->select(std::move(info));
