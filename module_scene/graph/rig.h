@@ -24,6 +24,8 @@ struct Deformation : public util::YObject {
 
   // Per vertex of the geometry, x y z at rest:
   std::vector<float> positions, normals;
+  /// Where normals are those of the faces, wherever these go: the same number for vertices that share theirs; or empty.
+  std::vector<std::uint32_t> smoothGroups;
 };
 
 /// An element that has vertices follow it.

@@ -8,7 +8,7 @@
 #include "module_scene/io/importerror.h"
 #include "module_scene/io/plaindata.h"
 #include "module_scene/mesh/posing.h"
-#include "module_scene/mesh/vertexjoin.h"
+#include "module_scene/mesh/positionitems.h"
 
 namespace nubo::io {
 namespace {
@@ -68,6 +68,18 @@ class MovedItems {
   }
 
   const Deformation& m_Deformation;
+};
+
+/// Compares vertices by where they lie and how they are lit.
+class LitItems {
+ public:
+  explicit LitItems(const scene::Geometry& g) : m_Positions(g.positions), m_Normals(g.normals) {}
+  const void* address(std::uint32_t i) const { return m_Positions.address(i); }
+  bool equal(std::uint32_t a, std::uint32_t b) const { return m_Positions.equal(a, b) && m_Normals.equal(a, b); }
+  std::uint32_t hash(std::uint32_t i) const { return m_Positions.hash(i); }
+
+ private:
+  scene::PositionItems m_Positions, m_Normals;
 };
 
 /// Of a shape at a vertex; 0 where that is no number.
@@ -141,6 +153,9 @@ util::YPointer<scene::Geometry> RigBuilder::use(const reader::Instance& instance
   if (deformation->positions.empty()) {
     deformation->positions = geometry->positions;
     deformation->normals = geometry->normals;
+    const bool hasNormals = !m_Model.meshes[std::size_t(instance.mesh)].normals.empty();
+    if (geometry->kind == scene::KindFaces && !hasNormals && !deformation->firstDisplacement.empty())
+      deformation->smoothGroups = scene::findRepresentatives(geometry->vertexCount(), LitItems(*geometry));
   }
   const util::YPointer<scene::Geometry> own(new scene::Geometry(*geometry));
   m_Meshes.push_back({element, own, deformation, nullptr, {}, {}});

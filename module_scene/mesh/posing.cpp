@@ -112,6 +112,23 @@ class Mover {
   const std::vector<float>& m_ShapeWeights;
 };
 
+/// Weighted as those that prepare() finds (see CornerGroups), among the same corners.
+void setNormalsOfFaces(Geometry& g, const std::vector<std::uint32_t>& groups) {
+  std::vector<math::Vector3> sums(g.vertexCount(), math::Vector3{0, 0, 0});
+  for (std::size_t corner = 0; corner < g.indices.size(); ++corner) {
+    const std::size_t face = corner - corner % 3;
+    const std::uint32_t vertex = g.indices[corner];
+    const math::Vector3 here = vectorAt(g.positions, vertex);
+    const math::Vector3 next = difference(vectorAt(g.positions, g.indices[face + (corner + 1) % 3]), here);
+    const math::Vector3 previous = difference(vectorAt(g.positions, g.indices[face + (corner + 2) % 3]), here);
+    const double lengths = dot(next, next) * dot(previous, previous);
+    const math::Vector3 n = cross(next, previous);
+    for (std::size_t axis = 0; axis < 3 && lengths > 0; ++axis) sums[groups[vertex]][axis] += n[axis] / lengths;
+  }
+  for (std::size_t v = 0; v < g.vertexCount(); ++v)
+    if (const math::Vector3 n = normalized(sums[groups[v]]); n != math::Vector3{0, 0, 0}) store(n, &g.normals[v * 3]);
+}
+
 void setBounds(Geometry& g) {
   g.box = BoundingBox();
   for (Cluster& cluster : g.clusters) {
@@ -152,6 +169,7 @@ void pose(const SceneElement& owner) {
     parallelRanges(g.vertexCount(), [&](std::size_t begin, std::size_t end, std::size_t) {
       for (std::size_t v = begin; v < end; ++v) mover.move(v, g);
     });
+    if (!mesh.deformation->smoothGroups.empty()) setNormalsOfFaces(g, mesh.deformation->smoothGroups);
     setBounds(g);
     g.dropCopies();
   }

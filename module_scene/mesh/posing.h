@@ -27,7 +27,8 @@ class NUBO_MODULE_SCENE_EXPORT Posing {
 ///   sum over b of w_b M_b F_b (p + sum over s of w_s d_s)
 /// (linear blend skinning: N. Magnenat-Thalmann et al., Joint-Dependent Local Deformations, 1988; F is
 /// Bone::fromMesh, M the way from the bone). Normals go with the cofactors of the blended matrix, which keep them
-/// upright on the faces. The geometry's own transform cancels out: a skin is where its bones are.
+/// upright on the faces; those of shapes in a file without any are computed again. The geometry's own transform cancels
+/// out: a skin is where its bones are.
 NUBO_MODULE_SCENE_EXPORT void pose(const SceneElement& owner);
 
 }  // namespace nubo::scene

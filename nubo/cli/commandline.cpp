@@ -132,6 +132,9 @@ class Reader {
 QString whyInconsistent(const CommandLine& line) {
   if (line.turntable && !line.trajectory.isEmpty())
     return QStringLiteral("--turntable and --trajectory exclude each other");
+  if (!line.animation.isEmpty() && (line.turntable || !line.trajectory.isEmpty()))
+    return QStringLiteral("--animation and %1 exclude each other")
+        .arg(line.turntable ? QStringLiteral("--turntable") : QStringLiteral("--trajectory"));
   if (!line.element.isEmpty() && line.trajectory.isEmpty())
     return QStringLiteral("--element: --trajectory FILE is missing, with the points to move it along");
   return QString();

@@ -30,6 +30,7 @@ struct CommandLine {
   bool edges = false;
   std::optional<int> samples;
   std::optional<int> turntable;
+  QString animation;  ///< of the scene's; empty: those that go together
   QString trajectory;
   QString element;                           ///< what a trajectory of points moves; empty: a marker
   std::optional<std::pair<int, int>> steps;  ///< first and last, counted from 0, both included

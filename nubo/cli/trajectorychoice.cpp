@@ -3,6 +3,8 @@
 #include <QCoreApplication>
 #include <QSettings>
 #include <algorithm>
+#include <iterator>
+#include <set>
 
 #include "kernel/log/logger.h"
 #include "kernel/main/overseer.h"
@@ -56,16 +58,20 @@ void collectNames(const scene::SceneElement& element, QStringList& names) {
   for (const auto& child : element.getChildren()) collectNames(*child, names);
 }
 
+/// What could be meant in the place of a name that is not there, or what there is.
+QString choiceOf(const QString& name, const QStringList& names) {
+  constexpr int Most = 8;
+  QString choice = suggestion(name, names);
+  if (!choice.isEmpty() || names.isEmpty()) return choice;
+  choice = QStringLiteral("; the scene has \"%1\"").arg(names.mid(0, Most).join(QLatin1String("\", \"")));
+  if (names.size() > Most) choice += QStringLiteral(" and %1 more").arg(names.size() - Most);
+  return choice;
+}
+
 QString whyNoElement(const scene::SceneElement& root, const QString& name) {
   QStringList names;
   collectNames(root, names);
-  constexpr int Most = 8;
-  QString near = suggestion(name, names);
-  if (near.isEmpty() && !names.isEmpty()) {
-    near = QStringLiteral("; the scene has \"%1\"").arg(names.mid(0, Most).join(QLatin1String("\", \"")));
-    if (names.size() > Most) near += QStringLiteral(" and %1 more").arg(names.size() - Most);
-  }
-  return QStringLiteral("--element %1: the scene has no such element").arg(name) + near;
+  return QStringLiteral("--element %1: the scene has no such element").arg(name) + choiceOf(name, names);
 }
 
 /// The element of that name or, of several, the one whose number follows as in "wheel#2". Null with an error.
@@ -142,6 +148,34 @@ QString selectMatrices(std::unique_ptr<AdvancedTrajectoryInfo> info, const Range
   return QString();
 }
 
+/// Those that share no element with an earlier one.
+std::vector<scene::Animation> together(const std::vector<scene::Animation>& all) {
+  std::vector<scene::Animation> result;
+  std::set<const scene::SceneElement*> moved;
+  for (const scene::Animation& animation : all) {
+    const bool isFree = std::none_of(animation.tracks.begin(), animation.tracks.end(),
+                                     [&](const auto& track) { return moved.count(track.element.get()) > 0; });
+    if (!isFree) continue;
+    for (const scene::AnimationTrack& track : animation.tracks) moved.insert(track.element.get());
+    result.push_back(animation);
+  }
+  return result;
+}
+
+/// Of one file there is one at most, but several files may have it.
+std::vector<scene::Animation> named(const std::vector<scene::Animation>& all, const QString& name) {
+  std::vector<scene::Animation> result;
+  std::copy_if(all.begin(), all.end(), std::back_inserter(result),
+               [&](const scene::Animation& animation) { return animation.name == name; });
+  return result;
+}
+
+QString whyNoAnimation(const std::vector<scene::Animation>& all, const QString& name) {
+  QStringList names;
+  for (const scene::Animation& animation : all) names << animation.name;
+  return QStringLiteral("--animation %1: the scene has no such animation").arg(name) + choiceOf(name, names);
+}
+
 }  // namespace
 
 int playingRate() { return std::max(1, main::nuboSettings()->value("settings/grabvideofps", "25").toInt()); }
@@ -152,9 +186,13 @@ QString chooseTrajectory(const CommandLine& line, const std::vector<scene::Anima
   constexpr int TurnSeconds = 10;
   const int rate = playingRate();
   std::unique_ptr<AdvancedTrajectoryInfo> info;
-  if (!line.turntable && !animations.empty()) {
+  const std::vector<scene::Animation> played =
+      line.animation.isEmpty() ? together(animations) : named(animations, line.animation);
+  if (!line.animation.isEmpty() && played.empty()) return whyNoAnimation(animations, line.animation);
+  if (!line.turntable && !played.empty()) {
     QString error;
-    info = createAnimationTrajectory(animations, rate, error);
+    info = createAnimationTrajectory(played, rate, error);
+    if (!info && !line.animation.isEmpty()) return error;
     // Nobody asked for the animations, so that a picture is not refused for their sake.
     if (!info) NUBO_LOG(log::Note, "nubo::app::chooseTrajectory", error);
   }

@@ -130,18 +130,13 @@ TEST_F(Import, GltfHandsOutItsAnimation) {
   EXPECT_NEAR(track.scales[0].value[1], 1, 1e-6);
 }
 
-TEST_F(Import, TellsOfBonesInsteadOfHandingOutAnAnimationOfNothing) {
-  struct Row {
-    const char* name;
-    std::size_t animations;
-    int warnings;
-  };
-  // The bone moves, the body moves, nothing does: what does not move is shown as it is.
-  for (const Row& row : {Row{"skinned.x", 0, 1}, Row{"moved.x", 1, 1}, Row{"still.x", 0, 0}}) {
-    SCOPED_TRACE(row.name);
-    single(row.name);
-    EXPECT_EQ(m_Result.animations.size(), row.animations);
-    EXPECT_EQ(m_Result.warnings.size(), row.warnings);
+TEST_F(Import, HandsOutAnimationsOfBones) {
+  // The bone moves, the body moves, nothing does.
+  for (const auto& [name, animations] : {std::pair("skinned.x", 1u), {"moved.x", 1u}, {"still.x", 0u}}) {
+    SCOPED_TRACE(name);
+    single(name);
+    EXPECT_EQ(m_Result.animations.size(), animations);
+    EXPECT_TRUE(m_Result.warnings.isEmpty());
   }
 }
 

@@ -19,6 +19,7 @@ using trajectory::TrajectoryHandler;
 namespace {
 
 constexpr int LookMs = 80;
+constexpr int NameRole = Qt::UserRole + 1;
 
 void setPosition(int step) { TrajectoryHandler::getInstance()->moveTo(std::uint64_t(step)); }
 
@@ -77,6 +78,10 @@ void TrajectoryBar::fillModes() {
   mp_Modes->clear();
   mp_Modes->addItem(tr("Turntable"), Turntable);
   if (!m_Animations.empty()) mp_Modes->addItem(tr("Animation"), Animation);
+  for (std::size_t i = 0; i < m_Animations.size() && m_Animations.size() > 1; ++i) {
+    mp_Modes->addItem(tr("Animation “%1”").arg(m_Animations[i].name), Animation);
+    mp_Modes->setItemData(mp_Modes->count() - 1, m_Animations[i].name, NameRole);
+  }
   mp_Modes->addItem(tr("Points from a File…"), PointFile);
   mp_Modes->addItem(tr("Nothing"), Still);
 }
@@ -86,10 +91,10 @@ QString TrajectoryBar::setScene(const std::vector<scene::Animation>& animations,
   fillModes();
   const QString error = app::chooseTrajectory(line, animations);
   if (!error.isEmpty()) TrajectoryHandler::getInstance()->clear();
-  showMode(!error.isEmpty()                       ? Still
-           : !line.trajectory.isEmpty()           ? PointFile
-           : line.turntable || animations.empty() ? Turntable
-                                                  : Animation);
+  showChoice(!error.isEmpty()                       ? Choice{Still}
+             : !line.trajectory.isEmpty()           ? Choice{PointFile, line.trajectory}
+             : line.turntable || animations.empty() ? Choice{Turntable}
+                                                    : Choice{Animation, line.animation});
   return error;
 }
 
@@ -98,54 +103,49 @@ void TrajectoryBar::clear() {
   m_Changer.finish();
   TrajectoryHandler::getInstance()->clear();
   m_Animations.clear();
-  showMode(Still);
+  showChoice({Still});
 }
 
-void TrajectoryBar::showMode(Mode mode) {
-  m_Mode = mode;
-  mp_Modes->setCurrentIndex(mp_Modes->findData(mode));
+void TrajectoryBar::showChoice(const Choice& choice) {
+  m_Choice = choice;
+  int index = mp_Modes->findData(choice.mode);
+  if (choice.mode == Animation && !choice.name.isEmpty()) index = mp_Modes->findData(choice.name, NameRole);
+  mp_Modes->setCurrentIndex(index);
   m_Position = position();
   show();
   updateEnabled();
 }
 
 void TrajectoryBar::chooseMode(int index) {
-  const Mode mode = Mode(mp_Modes->itemData(index).toInt());
-  const QString pointFile = m_PointFile;
-  if (mode == PointFile) {
-    m_PointFile = QFileDialog::getOpenFileName(window(), tr("Points of a Trajectory"), QString(),
+  Choice choice{Mode(mp_Modes->itemData(index).toInt()), mp_Modes->itemData(index, NameRole).toString()};
+  if (choice.mode == PointFile) {
+    choice.name = QFileDialog::getOpenFileName(window(), tr("Points of a Trajectory"), QString(),
                                                tr("Points (*.csv *.txt);;All Files (*)"));
-    if (m_PointFile.isEmpty()) return keepMode(pointFile);
+    if (choice.name.isEmpty()) return showChoice(m_Choice);
   }
-  if (!m_Runner.isIdle()) return keepMode(pointFile);
+  if (!m_Runner.isIdle()) return showChoice(m_Choice);
   const bool plays = m_Player.isActive();
   stop();
   m_Changer.finish();
   setPosition(0);  // leaves the scene as it was found
   removeMarkers();
-  const QString error = select(mode);
+  const QString error = select(choice, m_Animations);
   if (error.isEmpty())
-    showMode(mode);
-  else if (m_PointFile = pointFile; select(m_Mode).isEmpty())
-    showMode(m_Mode);
+    showChoice(choice);
   else
-    showMode(Still);
+    showChoice(select(m_Choice, m_Animations).isEmpty() ? m_Choice : Choice{Still});
   if (plays) togglePlaying();  // the user wants to see it move
   emit sceneChanged();
   if (!error.isEmpty()) emit failed(error);
 }
 
-void TrajectoryBar::keepMode(const QString& pointFile) {
-  m_PointFile = pointFile;
-  showMode(m_Mode);
-}
-
-QString TrajectoryBar::select(Mode mode) {
+QString TrajectoryBar::select(const Choice& choice, const std::vector<scene::Animation>& animations) {
   TrajectoryHandler::getInstance()->clear();
-  if (mode == Still) return QString();
+  if (choice.mode == Still) return QString();
   app::CommandLine line;
-  if (mode == PointFile) line.trajectory = m_PointFile;
-  return app::chooseTrajectory(line, mode == Animation ? m_Animations : std::vector<scene::Animation>());
+  if (choice.mode == PointFile) line.trajectory = choice.name;
+  if (choice.mode == Animation) line.animation = choice.name;
+  return app::chooseTrajectory(line, choice.mode == Animation ? animations : std::vector<scene::Animation>());
 }
 
 void TrajectoryBar::removeMarkers() {

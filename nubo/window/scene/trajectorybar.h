@@ -43,15 +43,18 @@ class TrajectoryBar : public QToolBar {
 
  private:
   enum Mode { Turntable, Animation, PointFile, Still };
+  struct Choice {
+    Mode mode = Still;
+    QString name = {};  ///< of an animation (empty: those that go together) or a point file
+  };
 
   QAction* addControl(const QIcon& icon, const QString& text, const QKeySequence& key, void (TrajectoryBar::*slot)());
   void addWidgets();
   void fillModes();
   void chooseMode(int index);
-  QString select(Mode mode);
-  void keepMode(const QString& pointFile);
+  static QString select(const Choice& choice, const std::vector<scene::Animation>& animations);
   void removeMarkers();
-  void showMode(Mode mode);
+  void showChoice(const Choice& choice);
 
   void togglePlaying();
   void stop();
@@ -71,7 +74,6 @@ class TrajectoryBar : public QToolBar {
   SceneChanger& m_Changer;
   CommandRunner& m_Runner;
   std::vector<scene::Animation> m_Animations;
-  QString m_PointFile;
   QList<QAction*> m_Controls;
   QAction* mp_Play;
   QComboBox* mp_Modes;
@@ -81,7 +83,7 @@ class TrajectoryBar : public QToolBar {
   QTimer m_Look;
   int m_Position = 0;     ///< where the scene is, or soon will be
   bool m_Driven = false;  ///< by a command, as far as the bar knows
-  Mode m_Mode = Still;
+  Choice m_Choice;
 };
 
 }  // namespace nubo::window
