@@ -338,6 +338,10 @@
 <context>
     <name>ImportError</name>
     <message>
+        <source>Animation</source>
+        <translation>Animation</translation>
+    </message>
+    <message>
         <source>its format is not known</source>
         <translation>sein Format ist nicht bekannt</translation>
     </message>
@@ -424,10 +428,6 @@
     <message>
         <source>it has too many triangles</source>
         <translation>sie hat zu viele Dreiecke</translation>
-    </message>
-    <message>
-        <source>bones and shapes do not deform its meshes here: only whole elements move</source>
-        <translation>Knochen und Formen verformen seine Netze hier nicht: nur ganze Elemente bewegen sich</translation>
     </message>
     <message>
         <source>the texture &apos;%1&apos; is missing</source>
@@ -1093,6 +1093,10 @@
     <message>
         <source>Animation</source>
         <translation>Animation</translation>
+    </message>
+    <message>
+        <source>Animation “%1”</source>
+        <translation>Animation „%1“</translation>
     </message>
     <message>
         <source>Points from a File…</source>

@@ -28,6 +28,16 @@ void readWell(Output& output) {
   output.model.nodes.push_back(node);
 }
 
+void readSkinned(Output& output) {
+  readWell(output);
+  Mesh& mesh = output.model.meshes[0];
+  mesh.influences = 1;
+  mesh.bones = output.array<std::uint16_t>(3);
+  mesh.boneWeights = output.array<float>(3);
+  output.model.skins.push_back({{Bone{0}}});
+  output.model.nodes[0].instances[0].skin = 0;
+}
+
 void send(Message message) {
   iovec part{&message, sizeof message};
   msghdr header{};
@@ -132,7 +142,17 @@ const std::map<std::string, std::function<void(Output&)>> Faults{
        track.values = output.array<float>(9);
        output.model.animations.push_back({"", {track}});
      }},
-    {"behaves", readWell}};
+    {"bones", [](Output& output) { readSkinned(output), output.model.meshes[0].bones[2] = 1; }},
+    {"weights", [](Output& output) { readSkinned(output), output.model.meshes[0].boneWeights.shrink(2); }},
+    {"influences", [](Output& output) { readSkinned(output), output.model.meshes[0].influences = 0xFFFFFFFF; }},
+    {"skin", [](Output& output) { readSkinned(output), output.model.nodes[0].instances[0].skin = 1; }},
+    {"bone", [](Output& output) { readSkinned(output), output.model.skins[0].bones[0].node = 1; }},
+    {"shape",
+     [](Output& output) {
+       readWell(output), output.model.meshes[0].shapes = {{"", output.array<float>(6), {}}};
+     }},
+    {"behaves", readWell},
+    {"bends", readSkinned}};
 
 }  // namespace
 

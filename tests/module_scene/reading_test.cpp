@@ -27,10 +27,11 @@ class Reading : public testing::Test {
     ASSERT_TRUE(QDir().mkpath(folder));
     QByteArray suffixes;
     for (const char* misdeed :
-         {"writes", "overwrites", "removes",   "connects", "runs",    "forks",   "rings",    "kills",
-          "peeks",  "hides",      "allocates", "shares",   "sleeps",  "turns",   "crashes",  "leaves",
-          "throws", "lies",       "talks",     "index",    "corners", "normals", "material", "mesh",
-          "parent", "enum",       "private",   "picture",  "track",   "warns",   "behaves"})
+         {"writes",     "overwrites", "removes",   "connects", "runs",    "forks",   "rings",    "kills",
+          "peeks",      "hides",      "allocates", "shares",   "sleeps",  "turns",   "crashes",  "leaves",
+          "throws",     "lies",       "talks",     "index",    "corners", "normals", "material", "mesh",
+          "parent",     "enum",       "private",   "picture",  "track",   "warns",   "bones",    "weights",
+          "influences", "skin",       "bone",      "shape",    "behaves", "bends"})
       suffixes += QByteArray(suffixes.isEmpty() ? "" : ", ") + '"' + misdeed + '"';
     write(folder + "/hostile.json", "{\"library\": \"" NUBO_HOSTILE_READER "\", \"formats\": [{\"suffixes\": [" +
                                         suffixes + "], \"begins\": [{\"text\": \"HOSTILE\"}]}]}");
@@ -69,6 +70,8 @@ TEST_F(Reading, NoReaderTakesTheProgramDownOrReachesBeyondIt) {
              {"lies", "makes no sense"}, {"talks", "makes no sense"}, {"index", "makes no sense"},
              {"corners", "makes no sense"}, {"normals", "makes no sense"}, {"material", "makes no sense"},
              {"mesh", "makes no sense"}, {"parent", "makes no sense"}, {"enum", "makes no sense"},
+             {"bones", "makes no sense"}, {"weights", "makes no sense"}, {"influences", "makes no sense"},
+             {"skin", "makes no sense"}, {"bone", "makes no sense"}, {"shape", "makes no sense"},
              {"private", "memory of its own"}, {"picture", "makes no sense"}, {
            "track", "makes no sense"
          }
@@ -82,7 +85,7 @@ TEST_F(Reading, NoReaderTakesTheProgramDownOrReachesBeyondIt) {
     EXPECT_TRUE(error.contains(row.cause)) << error.toStdString();
     EXPECT_TRUE(QFile::exists(name));
   }
-  EXPECT_EQ(importFile(file("behaves")).error, "");
+  for (const char* format : {"behaves", "bends"}) EXPECT_EQ(importFile(file(format)).error, "");
 }
 
 TEST_F(Reading, EndsWhenItIsCancelled) {

@@ -15,17 +15,17 @@ using Numbers = std::vector<double>;
 using Points = std::vector<math::Vector3>;
 
 // What deformed.gltf holds: an upright strip that a shoulder and an elbow share, which is bone 0 of its second set of
-// bones; and a triangle with two shapes, without normals. Keys are half a second apart. What is shared is told in
-// 65535ths. The strip's own node stands somewhere else, which does not matter.
+// bones; and a triangle with two shapes, without normals. Keys are half a second apart. A vertex is shared in 65535ths,
+// of which only 32768 are told. The strip's own node stands somewhere else, which does not matter.
 constexpr int Rows = 21;
-constexpr double KeySpan = 0.5, Greatest = 65535;
+constexpr double KeySpan = 0.5, Whole = 32768;
 const Points Triangle{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
 const std::vector<Points> Shapes{{{0, 0, 0.5}, {0, 0, 1}, {0, 0, 1.5}}, {{-1, 0, 0}, {0, 0, 0}, {0, 2, 0}}};
 const std::vector<Numbers> Rotations{{0, 0, 0, 1}, {0, 0, std::sqrt(0.5), std::sqrt(0.5)}, {0, 0, 0.6, 0.8}};
 const std::vector<Numbers> Weights{{0, 1}, {1, 0.5}, {0.5, -0.5}};
 const Numbers Before{0.1, 0.2, -0.4, 0.3}, After{-0.2, 0.1, 1.5, -0.7};  // tangents
 
-double elbowsShare(int row) { return std::round(Greatest * row / (Rows - 1)) / Greatest; }
+double elbowsShare(int row) { return std::round(Whole * row / (Rows - 1)) / Whole; }
 math::Vector3 armPoint(int row, int side) { return {side ? 0.1 : -0.1, 2.0 * row / (Rows - 1), 0}; }
 
 Numbers valueAt(const std::vector<Numbers>& keys, const QString& interpolation, double time) {

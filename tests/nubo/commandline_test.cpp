@@ -117,6 +117,7 @@ TEST(CommandLine, RefusesWithAReason) {
       {"--samples 65 m.stl grabimage", "--samples 65: expected a whole number"},
       {"--turntable 0 m.stl grabvideo", "--turntable 0: expected"},
       {"--turntable 9 m.stl grabvideo --trajectory t.csv", "exclude each other"},
+      {"--animation walk --turntable 9 m.stl grabvideo", "exclude each other"},
       {"--element arm m.stl grabvideo", "--element: --trajectory FILE is missing"},
       {"--element= m.stl grabvideo --trajectory t.csv", "--element \"\": expected an element's name"},
       {"--steps 5:4 m.stl grabvideo", "--steps 5:4: expected"},

@@ -70,10 +70,11 @@ class Program : public testing::Test {
   }
 
   /// A Y4M file holds its frames uncompressed behind a line each.
-  int frames() const {
+  QByteArray video() const {
     QFile file(path("a.y4m"));
-    return file.open(QIODevice::ReadOnly) ? file.readAll().count("FRAME\n") : -1;
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
   }
+  int frames() const { return video().count("FRAME\n"); }
 
   QTemporaryDir m_Directory;
   QTemporaryDir m_Settings;
@@ -173,6 +174,24 @@ TEST_F(Program, RecordsTheStepsOfATrajectory) {
     EXPECT_EQ(m_Errors, "");
     EXPECT_EQ(frames(), count);
     EXPECT_TRUE(QFile::remove(path("a.y4m")));
+  }
+}
+
+// A triangle as wide as half the view hangs on a bone that carries it from the left to the right.
+TEST_F(Program, RecordsASkinThatFollowsItsBone) {
+  ASSERT_EQ(run("$nubo --size 64x32 --view front --background black " NUBO_TEST_DATA
+                "/models/skinned.x grabvideo --filename a.y4m"),
+            0)
+      << m_Errors.toStdString();
+  const QByteArray all = video();
+  ASSERT_EQ(frames(), 11);
+  for (const auto& [place, side] : {std::pair(all.indexOf("FRAME\n"), 0), {all.lastIndexOf("FRAME\n"), 1}}) {
+    std::array<int, 2> bright{};
+    for (int y = 0; y < 32; ++y)
+      for (int x = 0; x < 64; ++x)
+        bright[std::size_t(x / 32)] += quint8(all[place + 6 + y * 64 + x]) > 60;  // the luma comes first
+    EXPECT_GT(bright[std::size_t(side)], 50);
+    EXPECT_LT(bright[std::size_t(1 - side)], 5);
   }
 }
 

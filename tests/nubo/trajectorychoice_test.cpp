@@ -1,4 +1,4 @@
-// Which element a trajectory of points moves.
+// Which of the scene's animations play, and which element a trajectory of points moves.
 #include "nubo/cli/trajectorychoice.h"
 
 #include <gmock/gmock.h>
@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include "kernel/main/overseer.h"
 #include "module_scene/gui/viewer.h"
 #include "module_trajectory/trajectory.h"
 
@@ -83,6 +84,39 @@ TEST_F(TrajectoryChoice, SaysWhichElementsThereAre) {
   for (const char* wrong : {"wheel#0", "wheel#3", "wheel#", "#1", "wheel#x"})
     EXPECT_THAT(choose(wrong), HasSubstr("no such element")) << wrong;
   EXPECT_EQ(m_Root->getChildren().size(), 3u) << "nothing was added to the scene";
+}
+
+TEST_F(TrajectoryChoice, PlaysAnimationsThatGoTogetherOrOneByName) {
+  const auto animation = [this](const char* name, int vehicle, double to) {
+    scene::Animation moves;
+    moves.name = name;
+    moves.duration = 1;
+    moves.tracks.push_back({m_Root->getChildren()[std::size_t(vehicle)],
+                            {{0, {0, 0, 0}}, {1, {to, 0, 0}}},
+                            {{0, QQuaternion()}},
+                            {{0, {1, 1, 1}}}});
+    return moves;
+  };
+  const std::vector<scene::Animation> all{animation("drive", 0, 1), animation("race", 0, 2), animation("load", 1, 3)};
+  const main::Overseer overseer(m_Folder.filePath("nubo.ini"));  // whose settings tell the frame rate
+  m_Line.trajectory.clear();
+  struct Row {
+    const char* name;
+    double car, truck;  ///< where they are in the end; they begin at 10
+  };
+  for (const Row& row : {Row{"", 1, 3}, Row{"race", 2, 10}, Row{"load", 10, 3}}) {
+    SCOPED_TRACE(row.name);
+    for (const int vehicle : {0, 1})
+      m_Root->getChildren()[std::size_t(vehicle)]->setTransform(math::translation(10, 0, 0));
+    m_Line.animation = row.name;
+    EXPECT_EQ(chooseTrajectory(m_Line, all), "");
+    const auto info = trajectory::TrajectoryHandler::getInstance()->getAdvancedTrajectoryInfo();
+    info->setPosition(info->getMatrixMapList()->size() - 1);
+    EXPECT_EQ(place(*m_Root->getChildren()[0])[0], row.car);
+    EXPECT_EQ(place(*m_Root->getChildren()[1])[0], row.truck);
+  }
+  m_Line.animation = "rce";
+  EXPECT_THAT(chooseTrajectory(m_Line, all).toStdString(), HasSubstr("did you mean \"race\"?"));
 }
 
 }  // namespace
