@@ -22,6 +22,8 @@ set(NUBO_LIB_DIR ${PROJECT_BINARY_DIR}/lib)
 # plug-ins beside itself; not in one per architecture, since other programs have no business in it.
 set(NUBO_INSTALL_TREE lib/nubo)
 set(NUBO_INSTALL_BIN ${NUBO_INSTALL_TREE}/bin)
+# The package of plug-ins, unless a folder says otherwise.
+set(NUBO_COMPONENT nubo)
 
 find_program(NUBO_CCACHE ccache)
 if(NUBO_CCACHE)
@@ -78,7 +80,7 @@ function(nubo_plugin name kind)
   target_link_libraries(${name} PRIVATE nubo_options nubo_unloadable)
   set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${NUBO_BIN_DIR}/plugins/${kind}
     INSTALL_RPATH "$ORIGIN/../../modules:$ORIGIN/../../../lib")
-  install(TARGETS ${name} LIBRARY DESTINATION ${NUBO_INSTALL_BIN}/plugins/${kind} COMPONENT nubo)
+  install(TARGETS ${name} LIBRARY DESTINATION ${NUBO_INSTALL_BIN}/plugins/${kind} COMPONENT ${NUBO_COMPONENT})
 endfunction()
 
 # nubo_executable(NAME sources...): a program beside the modules and plug-ins.
@@ -99,5 +101,5 @@ function(nubo_reader name)
   add_dependencies(readers reader_${name})
   set(description ${NUBO_BIN_DIR}/plugins/readers/${name}.json)
   configure_file(${name}.json.in ${description} @ONLY)
-  install(FILES ${description} DESTINATION ${NUBO_INSTALL_BIN}/plugins/readers COMPONENT nubo)
+  install(FILES ${description} DESTINATION ${NUBO_INSTALL_BIN}/plugins/readers COMPONENT ${NUBO_COMPONENT})
 endfunction()

@@ -3,14 +3,24 @@
 
 #include <atomic>
 #include <chrono>
+#include <map>
+#include <string>
 
 namespace nubo::io {
 
-/// Shared by who reads and who waits; any thread.
-struct ImportControl {
-  std::atomic<bool> cancelled{false};                             ///< set: reading ends soon, with an error
-  std::atomic<int> percent{-1};                                   ///< of the present file; below 0: nobody knows
+/// What is said before a file is read.
+struct ImportSettings {
   std::chrono::milliseconds patience = std::chrono::seconds(60);  ///< how long a reader may get no further
+  std::map<std::string, std::string> options;  ///< what readers may ask for, by name (reader::Output::option)
+};
+
+/// Shared by who reads and who waits; any thread, but for the settings, which stay as they are meanwhile.
+struct ImportControl : ImportSettings {
+  ImportControl() = default;
+  explicit ImportControl(const ImportSettings& settings) : ImportSettings(settings) {}
+
+  std::atomic<bool> cancelled{false};  ///< set: reading ends soon, with an error
+  std::atomic<int> percent{-1};        ///< of the present file; below 0: nobody knows
 };
 
 }  // namespace nubo::io

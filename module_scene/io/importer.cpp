@@ -68,7 +68,7 @@ void readWithPlugin(const ReaderChoice& choice, const QString& fileName, ImportC
   SharedBlocks blocks(memory);
   reader::Model model;
   {
-    ReadingProcess process(choice, QFileInfo(fileName).absoluteFilePath(), memory);
+    ReadingProcess process(choice, QFileInfo(fileName).absoluteFilePath(), memory, control.options);
     model = process.run(blocks, control, result.warnings);
   }
   try {

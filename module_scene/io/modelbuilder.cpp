@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "module_scene/io/animationbuilder.h"
 #include "module_scene/io/importerror.h"
 #include "module_scene/io/materialbuilder.h"
 #include "module_scene/io/plaindata.h"
+#include "module_scene/mesh/featureedges.h"
 #include "module_scene/mesh/preparation.h"
 
 namespace nubo::io {
@@ -53,16 +55,35 @@ void ModelBuilder::build(const QString& name) {
 }
 
 void ModelBuilder::buildMeshes() {
+  std::vector<bool> isEdges(m_Model.meshes.size());
   for (const reader::Mesh& mesh : m_Model.meshes) {
+    if (mesh.edges == None) continue;
+    require(named(m_Model.meshes, mesh.edges).primitive == reader::Primitive::Lines);
+    isEdges[std::size_t(mesh.edges)] = true;
+  }
+  for (std::size_t i = 0; i < m_Model.meshes.size(); ++i) {
+    const reader::Mesh& mesh = m_Model.meshes[i];
     util::YPointer<scene::Geometry> geometry = buildGeometry(mesh);
     const bool hadPrimitives = !geometry->indices.empty();
     m_Deformations.push_back(RigBuilder::isDeformed(mesh) ? m_Rig.take(mesh, *geometry) : nullptr);
-    prepare(*geometry);
-    if (geometry->indices.empty()) {
+    if (!isEdges[i]) prepare(*geometry);
+    if (geometry->indices.empty() && !isEdges[i]) {
       m_Dropped = m_Dropped || hadPrimitives;
       geometry = nullptr;
     }
     m_Geometries.push_back(geometry);
+  }
+  giveEdges();
+}
+
+/// Edges are no geometries of their own then: nothing else shows them.
+void ModelBuilder::giveEdges() {
+  for (std::size_t i = 0; i < m_Geometries.size(); ++i) {
+    const reader::Mesh& mesh = m_Model.meshes[i];
+    if (mesh.edges == None) continue;
+    require(mesh.primitive == reader::Primitive::Triangles);
+    const auto lines = std::exchange(m_Geometries[std::size_t(mesh.edges)], nullptr);
+    if (m_Geometries[i] && lines) setFeatureEdges(*m_Geometries[i], lines);
   }
 }
 

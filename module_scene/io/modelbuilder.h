@@ -22,6 +22,7 @@ class ModelBuilder {
  private:
   void buildMeshes();
   util::YPointer<scene::Geometry> buildGeometry(const reader::Mesh& mesh);
+  void giveEdges();
   template <class T>
   std::vector<T> take(const reader::Array<T>& array, std::size_t size);
   void buildNodes(scene::SceneElement& root);

@@ -56,7 +56,8 @@ ssize_t receive(int socket, Message& message, char* text) {
 
 }  // namespace
 
-ReadingProcess::ReadingProcess(const ReaderChoice& choice, const QString& fileName, std::uint64_t memoryLimit)
+ReadingProcess::ReadingProcess(const ReaderChoice& choice, const QString& fileName, std::uint64_t memoryLimit,
+                               const std::map<std::string, std::string>& options)
     : m_ReaderName(choice.reader->name), m_LastProgress(std::chrono::steady_clock::now()) {
   int sockets[2];
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) != 0)
@@ -67,10 +68,13 @@ ReadingProcess::ReadingProcess(const ReaderChoice& choice, const QString& fileNa
   posix_spawn_file_actions_addopen(&spawn.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   // Which also clears the flag that closes it.
   posix_spawn_file_actions_adddup2(&spawn.actions, sockets[1], reader::HelperSocket);
-  QByteArray words[]{helperProgram(), QFile::encodeName(choice.reader->library), QFile::encodeName(fileName),
-                     choice.format.toUtf8(), QByteArray::number(qulonglong(memoryLimit))};
-  char* arguments[]{words[0].data(), words[1].data(), words[2].data(), words[3].data(), words[4].data(), nullptr};
-  const int error = posix_spawn(&m_Process, arguments[0], &spawn.actions, nullptr, arguments, environ);
+  std::vector<QByteArray> words{helperProgram(), QFile::encodeName(choice.reader->library), QFile::encodeName(fileName),
+                                choice.format.toUtf8(), QByteArray::number(qulonglong(memoryLimit))};
+  for (const auto& [name, value] : options) words.push_back(QByteArray::fromStdString(name + '=' + value));
+  std::vector<char*> arguments;
+  for (QByteArray& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
+  const int error = posix_spawn(&m_Process, arguments[0], &spawn.actions, nullptr, arguments.data(), environ);
   close(sockets[1]);
   if (error == 0) return;
   m_Process = 0;

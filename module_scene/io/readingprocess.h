@@ -17,7 +17,8 @@ namespace nubo::io {
 class ReadingProcess {
  public:
   /// Throws ImportError where the program cannot be started.
-  ReadingProcess(const ReaderChoice& choice, const QString& fileName, std::uint64_t memoryLimit);
+  ReadingProcess(const ReaderChoice& choice, const QString& fileName, std::uint64_t memoryLimit,
+                 const std::map<std::string, std::string>& options);
   ~ReadingProcess();
   ReadingProcess(const ReadingProcess&) = delete;
   ReadingProcess& operator=(const ReadingProcess&) = delete;

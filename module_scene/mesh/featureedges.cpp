@@ -48,17 +48,23 @@ bool isCrease(const Geometry& faces, const Side& one, const Side& other) {
   return cosine(one.atLow, other.atLow) < CosineOfCrease || cosine(one.atHigh, other.atHigh) < CosineOfCrease;
 }
 
-util::YPointer<Geometry> find(const Geometry& faces) {
+/// Lines, ready to be drawn; null: none.
+util::YPointer<Geometry> finished(const util::YPointer<Geometry>& lines) {
   static const util::YPointer<Material> Ink = [] {
     util::YPointer<Material> ink(new Material);
     ink->diffuse = {0, 0, 0, 1};
     ink->lit = false;
     return ink;
   }();
-  const util::YPointer<Geometry> lines(new Geometry);
   lines->kind = KindLines;
   lines->width = Width;
   lines->material = Ink;
+  prepare(*lines);
+  return lines->indices.empty() ? nullptr : lines;
+}
+
+util::YPointer<Geometry> find(const Geometry& faces) {
+  const util::YPointer<Geometry> lines(new Geometry);
   const std::vector<Side> sides = sidesOf(faces);
   for (std::size_t first = 0, end = 0; first < sides.size(); first = end) {
     while (end < sides.size() && sides[end].isOn(sides[first])) ++end;
@@ -69,9 +75,7 @@ util::YPointer<Geometry> find(const Geometry& faces) {
                               &faces.positions[std::size_t(vertex) * 3] + 3);
     }
   }
-  if (lines->indices.empty()) return nullptr;
-  prepare(*lines);
-  return lines;
+  return finished(lines);
 }
 
 /// Found edges, if there are any.
@@ -80,6 +84,14 @@ struct Found : util::YObject {
 };
 
 }  // namespace
+
+void setFeatureEdges(const Geometry& faces, const util::YPointer<Geometry>& lines) {
+  const util::YPointer<Found> found(new Found);
+  found->lines = finished(lines);
+  CopySlot& slot = faces.edgeSlot();
+  const QMutexLocker locker(&slot.mutex);
+  slot.copy = found;
+}
 
 util::YPointer<Geometry> featureEdges(const Geometry& faces) {
   if (faces.kind != KindFaces || faces.normals.empty()) return nullptr;

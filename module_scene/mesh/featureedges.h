@@ -10,4 +10,8 @@ namespace nubo::scene {
 /// million faces, and kept with the geometry. Any thread.
 NUBO_MODULE_SCENE_EXPORT util::YPointer<Geometry> featureEdges(const Geometry& faces);
 
+/// Has faces' edges be these lines, which are known better than they could be found. They become thin and black, and
+/// are prepared here. Any thread, before the faces are part of a scene.
+NUBO_MODULE_SCENE_EXPORT void setFeatureEdges(const Geometry& faces, const util::YPointer<Geometry>& lines);
+
 }  // namespace nubo::scene

@@ -36,6 +36,7 @@ struct CommandLine {
   std::optional<std::pair<int, int>> steps;  ///< first and last, counted from 0, both included
   std::optional<double> duration;            ///< seconds
   std::optional<double> readTimeout;         ///< seconds that a reader may get no further
+  std::optional<double> fineness;            ///< of triangles that stand for curved surfaces; 1: as usual
   QString settingsFile;
   Verbosity verbosity = Verbosity::Normal;
 

@@ -81,6 +81,15 @@ QString takeSteps(const QString& value, CommandLine& line) {
   return QStringLiteral("FIRST:LAST, two numbers from 0 on with FIRST not above LAST");
 }
 
+QString takeFineness(const QString& value, CommandLine& line) {
+  constexpr double Least = 0.1, Most = 20;
+  bool isNumber = false;
+  const double number = value.toDouble(&isNumber);
+  line.fineness = number;
+  if (isNumber && number >= Least && number <= Most) return QString();
+  return QStringLiteral("a number from %1 to %2").arg(Least).arg(Most);
+}
+
 Option::Take seconds(std::optional<double> CommandLine::*target) {
   return [=](const QString& value, CommandLine& line) {
     constexpr double Most = 1e6;
@@ -138,6 +147,7 @@ const std::vector<Option>& options() {
       {"duration", "SECONDS", "Ends the command after this time.", seconds(&CommandLine::duration)},
       {"read-timeout", "SECONDS", "Gives a model up when its reader has got no further for so long (60).",
        seconds(&CommandLine::readTimeout)},
+      {"fineness", "FACTOR", "How finely triangles follow the curved surfaces of CAD files (1).", takeFineness},
       {"settings", "FILE", "Uses this settings file instead of your own.", takeSettings, {}, {}, true},
       {"quiet", "", "Says nothing but why it failed.", verbosity(Verbosity::Quiet)},
       {"verbose", "", "Shows the whole log.", verbosity(Verbosity::Verbose)},

@@ -8,8 +8,11 @@
 
 namespace nubo::app {
 
-void setPatience(io::ImportControl& control, const CommandLine& line) {
-  if (line.readTimeout) control.patience = std::chrono::milliseconds(std::llround(*line.readTimeout * 1000));
+io::ImportSettings readingSettings(const CommandLine& line) {
+  io::ImportSettings settings;
+  if (line.readTimeout) settings.patience = std::chrono::milliseconds(std::llround(*line.readTimeout * 1000));
+  if (line.fineness) settings.options["fineness"] = QByteArray::number(*line.fineness).toStdString();
+  return settings;
 }
 
 io::ImportResult readScene(const QString& name, io::ImportControl& control) {

@@ -9,7 +9,7 @@ struct CommandLine;
 
 /// Reads a model file or, under its name, the built-in scene with its animation; fails as importFile does. Any thread.
 [[nodiscard]] io::ImportResult readScene(const QString& name, io::ImportControl& control);
-/// How long a reader may get no further, as a line says.
-void setPatience(io::ImportControl& control, const CommandLine& line);
+/// How files are to be read, as a line says.
+[[nodiscard]] io::ImportSettings readingSettings(const CommandLine& line);
 
 }  // namespace nubo::app

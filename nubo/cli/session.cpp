@@ -44,8 +44,7 @@ gui::Camera directionOf(const CommandLine& line) {
 }  // namespace
 
 Session::Session(const CommandLine& line, const QStringList& scenes, Report& report)
-    : m_Report(report), m_Reading(scenes), m_Overseer(line.settingsFile) {
-  setPatience(m_Control, line);
+    : m_Report(report), m_Reading(scenes), m_Overseer(line.settingsFile), m_Control(readingSettings(line)) {
   if (!scenes.isEmpty()) m_Import = std::async(std::launch::async, readScenes, scenes, std::ref(m_Control));
   const QString folder = QCoreApplication::applicationDirPath() + "/modules";
   main::ModuleManager::getInstance()->loadModules(folder, [](const QString&) {});

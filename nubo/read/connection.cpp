@@ -57,6 +57,16 @@ void Connection::progress(double fraction) {
 
 void Connection::warning(const std::string& text) { send(Message::Warning, 0, text); }
 
+std::string Connection::option(const std::string& name) const {
+  const auto found = m_Options.find(name);
+  return found == m_Options.end() ? std::string() : found->second;
+}
+
+void Connection::setOption(const std::string& word) {
+  const std::size_t end = word.find('=');
+  if (end != std::string::npos) m_Options[word.substr(0, end)] = word.substr(end + 1);
+}
+
 void Connection::unprotected(const std::string& text) { send(Message::Unprotected, 0, text); }
 
 void Connection::refuse(const std::string& text) { send(Message::Refused, 0, text); }

@@ -1,7 +1,7 @@
 // The reading process's end of the talk with the program.
 #pragma once
 
-#include <mutex>
+#include <map>
 #include <vector>
 
 #include "module_scene/io/reader/message.h"
@@ -16,6 +16,9 @@ class Connection : public reader::Output {
  public:
   void progress(double fraction) override;
   void warning(const std::string& text) override;
+  std::string option(const std::string& name) const override;
+  /// Takes "NAME=VALUE".
+  void setOption(const std::string& word);
   /// Part of the sandbox is not to be had.
   void unprotected(const std::string& text);
   /// The file cannot be read: the last message.
@@ -35,6 +38,7 @@ class Connection : public reader::Output {
   Block addBlock(std::size_t size);
 
   std::vector<Block> m_Blocks;
+  std::map<std::string, std::string> m_Options;
   std::size_t m_Pool = 0;   ///< the block that small arrays are taken from
   std::size_t m_Taken = 0;  ///< bytes of it that are taken
 };

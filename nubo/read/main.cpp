@@ -1,5 +1,5 @@
 // The program nubo-read: reads one model file with one reader, shut in, and hands over what it has read. nubo starts it
-// as nubo-read LIBRARY FILE FORMAT MEMORY, with a socket to itself.
+// as nubo-read LIBRARY FILE FORMAT MEMORY [OPTION=VALUE ...], with a socket to itself.
 #include <dlfcn.h>
 #include <link.h>
 #include <malloc.h>
@@ -80,7 +80,7 @@ void readModel(char** words, Connection& connection) {
 
 int main(int argc, char** argv) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (argc != 5 || getppid() == 1) {
+  if (argc < 5 || getppid() == 1) {
     std::fputs("nubo-read is a part of nubo, which starts it.\n", stderr);
     return 2;
   }
@@ -94,6 +94,7 @@ int main(int argc, char** argv) {
   folders.push_back(folderOf(QFile::decodeName(argv[1])));
   for (const std::string& folder : modelFolders(QFile::decodeName(argv[2]))) folders.push_back(folder);
   Connection connection;
+  for (int i = 5; i < argc; ++i) connection.setOption(argv[i]);
   connection.progress(-1);
   for (const std::string& text : enterSandbox(folders, std::strtoull(argv[4], nullptr, 10)))
     connection.unprotected(text);

@@ -541,6 +541,10 @@
         <source>%1 lines hold no point, and are left out</source>
         <translation>%1 Zeilen enthalten keinen Punkt und fehlen</translation>
     </message>
+    <message>
+        <source>%1 surfaces could not be approximated, and are left out</source>
+        <translation>%1 Flächen konnten nicht angenähert werden und fehlen</translation>
+    </message>
 </context>
 <context>
     <name>LogModel</name>

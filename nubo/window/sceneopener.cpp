@@ -41,9 +41,7 @@ SceneOpener::SceneOpener(const Parts& parts, QWidget* window)
 
 void SceneOpener::openFirst(const app::CommandLine& line) {
   m_Line = line;
-  io::ImportControl control;
-  app::setPatience(control, line);
-  mp_Loader->setPatience(control.patience);
+  mp_Loader->setSettings(app::readingSettings(line));
   open(line.scenes);
 }
 

@@ -106,7 +106,8 @@ struct Mesh {
   Array<float> secondTexCoords;  ///< the same
   Array<std::uint32_t> indices;  ///< 3 per triangle, 2 per line, 1 per point
   std::int32_t material = None;
-  float width = 1;  ///< pixels: size of points, width of lines
+  float width = 1;            ///< pixels: size of points, width of lines
+  std::int32_t edges = None;  ///< of triangles: a mesh of lines, drawn only where edges are, and in the place of others
   std::vector<Shape> shapes;
   std::vector<float> shapeWeights;  ///< per shape, at rest
   std::uint32_t influences = 0;     ///< bones per vertex; 0: no skin moves it

@@ -47,6 +47,8 @@ class Output {
   virtual void progress(double fraction) = 0;
   /// Something that is missing in what is read (see text()).
   virtual void warning(const std::string& text) = 0;
+  /// What the user has chosen by that name, such as "fineness"; nothing where that was left to the reader.
+  virtual std::string option(const std::string& name) const = 0;
 
  protected:
   virtual ~Output() = default;
@@ -54,7 +56,7 @@ class Output {
 };
 
 /// The version of all this. A plug-in of another one is not loaded.
-constexpr int InterfaceVersion = 1;
+constexpr int InterfaceVersion = 2;
 
 }  // namespace nubo::reader
 

@@ -63,7 +63,7 @@ void describe(A& a, Shape& x) {
 template <class A>
 void describe(A& a, Mesh& x) {
   a(x.primitive, x.positions, x.normals, x.colors, x.texCoords, x.secondTexCoords, x.indices, x.material, x.width,
-    x.shapes, x.shapeWeights, x.influences, x.bones, x.boneWeights);
+    x.edges, x.shapes, x.shapeWeights, x.influences, x.bones, x.boneWeights);
 }
 template <class A>
 void describe(A& a, Bone& x) {

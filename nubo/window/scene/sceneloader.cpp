@@ -102,8 +102,7 @@ void SceneLoader::cancel() {
 void SceneLoader::startNext() {
   const QStringList files = std::exchange(m_Next, {});
   if (files.isEmpty()) return;
-  m_Control = std::make_unique<io::ImportControl>();
-  m_Control->patience = m_Patience;
+  m_Control = std::make_unique<io::ImportControl>(m_Settings);
   m_Glance.start();
   emit started(files);
   if (!m_Uploader) m_Uploader = std::make_unique<Uploader>();

@@ -24,7 +24,7 @@ class SceneLoader : public QObject {
   /// Gives up what is being read, and what was to be read after it.
   void cancel();
   /// For the files that are loaded from now on.
-  void setPatience(std::chrono::milliseconds patience) { m_Patience = patience; }
+  void setSettings(const io::ImportSettings& settings) { m_Settings = settings; }
   bool isLoading() const { return m_Thread != nullptr; }
 
  signals:
@@ -45,7 +45,7 @@ class SceneLoader : public QObject {
   std::unique_ptr<Uploader> m_Uploader;
   std::unique_ptr<QThread> m_Thread;             ///< there is one while a file is read
   std::unique_ptr<io::ImportControl> m_Control;  ///< of what is being read
-  std::chrono::milliseconds m_Patience = io::ImportControl().patience;
+  io::ImportSettings m_Settings;
   QTimer m_Glance;     ///< at how far it is
   QStringList m_Next;  ///< to be read when the present ones are done with
 };
