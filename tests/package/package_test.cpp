@@ -101,6 +101,8 @@ TEST_F(Package, TellsWhatItNeeds) {
   EXPECT_THAT(field("nubo", "Depends"),
               testing::AllOf(HasSubstr("libqt5widgets5"), HasSubstr("libassimp5"), HasSubstr("libavcodec"),
                              HasSubstr("libdeflate"), HasSubstr("qttranslations5-l10n")));
+  EXPECT_THAT(field("nubo", "Depends"), testing::Not(HasSubstr("libocct")));
+  EXPECT_THAT(field("nubo-cad", "Depends"), testing::AllOf(HasSubstr("nubo (= "), HasSubstr("libocct-data-exchange")));
   EXPECT_THAT(field("nubo-dev", "Depends"), HasSubstr("nubo (= "));
 }
 

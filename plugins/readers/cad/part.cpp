@@ -86,7 +86,7 @@ void PartConverter::mesh(const TopoDS_Shape& shape, double deflection, double fr
   parameters.Angle = m_Fineness.angle;
   parameters.InParallel = true;
   const Handle(Progress) progress = new Progress(m_Output, from, to);
-  BRepMesh_IncrementalMesh(shape, parameters, progress->Start());
+  const BRepMesh_IncrementalMesh meshed(shape, parameters, progress->Start());
   m_Output.progress(to);
 }
 

@@ -22,10 +22,10 @@ std::string nameOf(const TDF_Label& label) {
 std::array<double, 16> matrixOf(const TopLoc_Location& place) {
   const gp_Trsf transformation = place.Transformation();
   std::array<double, 16> matrix{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-  for (int row = 0; row < 3; ++row)
-    for (int column = 0; column < 4; ++column)
-      matrix[std::size_t(column * 4 + row)] =
-          transformation.Value(row + 1, column + 1) * (column == 3 ? MetresPerUnit : 1);
+  std::size_t at = 0;
+  for (int column = 1; column <= 4; ++column, ++at)
+    for (int row = 1; row <= 3; ++row, ++at)
+      matrix[at] = transformation.Value(row, column) * (column == 4 ? MetresPerUnit : 1);
   return matrix;
 }
 
