@@ -3,7 +3,7 @@
 #include <QFile>
 #include <QSaveFile>
 
-#include "plugins/video/av/deviceio.h"
+#include "plugins/video/av/demuxer.h"
 #include "plugins/video/av/muxer.h"
 
 namespace nubo::grab::video::av {
@@ -11,18 +11,6 @@ namespace nubo::grab::video::av {
 namespace {
 
 constexpr const char* action = "Couldn't merge the fragments of the video";
-
-struct CloseInput {
-  void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
-};
-using InputFormat = std::unique_ptr<AVFormatContext, CloseInput>;
-
-InputFormat openFormat(AVIOContext* io) {
-  AVFormatContext* format = checkAllocated(avformat_alloc_context());
-  format->pb = io;
-  check(avformat_open_input(&format, "", av_find_input_format("mp4"), nullptr), action);  // frees it on failure
-  return InputFormat(format);
-}
 
 /// Room for the index: tables with a size and a key frame number for each frame, and a place for each run of up
 /// to a megabyte of frames, of which two that follow one another exceed half of that.
@@ -40,26 +28,22 @@ qint64 indexSize(qint64 frames, qint64 fileSize) {
 
 }  // namespace
 
+QByteArray wholeOptions(qint64 frames, qint64 bytes) {
+  return QStringLiteral("movflags=write_colr:moov_size=%1").arg(indexSize(frames, bytes)).toLatin1();
+}
+
 void mergeFragments(const QString& fileName, qint64 frames, int fps) {
   QFile source(fileName);
   if (!source.open(QIODevice::ReadOnly)) fail(source);
   QSaveFile target(fileName);
   if (!target.open(QIODevice::WriteOnly)) fail(target);
 
-  DeviceIo io(&source);
-  const InputFormat input = openFormat(io.context());
-  if (input->nb_streams != 1) throw Error(QStringLiteral("%1: no frames").arg(QLatin1String(action)));
-  const AVStream& stream = *input->streams[0];
-  const QByteArray options =
-      QStringLiteral("movflags=write_colr:moov_size=%1").arg(indexSize(frames, source.size())).toLatin1();
-  Muxer output(&target, "mp4", options.constData(), *stream.codecpar, fps);
+  Demuxer input(&source, "mp4", action);
+  Muxer output(&target, "mp4", wholeOptions(frames, source.size()), *input.stream().codecpar, fps);
 
   const Packet packet(checkAllocated(av_packet_alloc()));
   qint64 copied = 0;
-  int result = 0;
-  for (; (result = av_read_frame(input.get(), packet.get())) >= 0; ++copied)
-    output.write(packet.get(), stream.time_base);
-  if (result != AVERROR_EOF) check(result, action);
+  for (; input.read(packet.get()); ++copied) output.write(packet.get(), input.stream().time_base);
   if (copied != frames) throw Error(QStringLiteral("%1: frames are missing").arg(QLatin1String(action)));
   output.finish();
   source.close();
