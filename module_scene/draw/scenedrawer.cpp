@@ -26,10 +26,10 @@ double widest(GLenum smooth, GLenum plain) {
 }
 
 // A tile shows a part of the frustum as large as the whole picture does, so that its scale is the picture's.
-void scaleWidths(ViewQuery& query, int viewHeight) {
+void scaleWidths(ViewQuery& query, double lens, int viewHeight) {
   if (viewHeight > 0) {
     const double halfOpening = std::acos(-1.0) / 8;
-    query.widthScale = query.height * std::abs(query.projection(1, 1)) * std::tan(halfOpening) / viewHeight;
+    query.widthScale = query.height * std::abs(query.projection(1, 1)) / lens * std::tan(halfOpening) / viewHeight;
   }
   query.widestPoint = widest(GL_SMOOTH_POINT_SIZE_RANGE, GL_ALIASED_POINT_SIZE_RANGE);
   query.widestLine = widest(GL_SMOOTH_LINE_WIDTH_RANGE, GL_ALIASED_LINE_WIDTH_RANGE);
@@ -78,7 +78,7 @@ void SceneDrawer::Private::begin(const StateGuard& state, double detail, int lay
   viewpoint = Viewpoint::of(state.projection(), state.modelView() * transform);
   ViewQuery query{viewpoint.projection, width, height, detail, layers, kinds};
   query.edges = drawsEdges || look == Look::Technical;
-  scaleWidths(query, viewHeight);
+  scaleWidths(query, viewpoint.lens, viewHeight);
   list.clear();
   for (const SceneElement* element : elements)
     if (element) list.collect(*element, viewpoint.view, query);

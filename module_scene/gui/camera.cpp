@@ -25,9 +25,9 @@ constexpr NamedView Views[] = {{"front", 0, 0}, {"back", 180, 0},   {"left", 270
 double Camera::usableSlope() { return std::tan(HalfOpening) / Room; }
 
 math::Matrix4 Camera::transform() const {
-  return math::translation(0, 0, -distance) * math::rotation((elevation - 90) * Degree, {1, 0, 0}) *
-         math::rotation(-azimuth * Degree, {0, 0, 1}) * math::scaling(scale, scale, scale) *
-         math::translation(-center[0], -center[1], -center[2]);
+  return math::scaling(lens, lens, 1) * math::translation(0, 0, -distance) * math::rotation(-roll * Degree, {0, 0, 1}) *
+         math::rotation((elevation - 90) * Degree, {1, 0, 0}) * math::rotation(-azimuth * Degree, {0, 0, 1}) *
+         math::scaling(scale, scale, scale) * math::translation(-center[0], -center[1], -center[2]);
 }
 
 void Camera::orbit(double azimuthDelta, double elevationDelta) {
@@ -37,10 +37,10 @@ void Camera::orbit(double azimuthDelta, double elevationDelta) {
 }
 
 void Camera::pan(double right, double up) {
-  const double height = 2 * distance * std::tan(HalfOpening) / scale;
+  const double height = 2 * distance * std::tan(HalfOpening) / (scale * lens);
   const math::Matrix4 view = transform();
   for (int i = 0; i < 3; ++i)  // the rows of the view's rotation are the directions of its axes
-    center[i] += (right * view(0, i) + up * view(1, i)) / scale * height;
+    center[i] += (right * view(0, i) + up * view(1, i)) / (scale * lens) * height;
 }
 
 void Camera::zoom(double factor) {
@@ -52,6 +52,8 @@ bool Camera::setView(const QString& view) {
     if (view.compare(QLatin1String(named.name), Qt::CaseInsensitive) != 0) continue;
     azimuth = named.azimuth;
     elevation = named.elevation;
+    roll = 0;
+    lens = 1;
     return true;
   }
   const QStringList angles = view.split(QLatin1Char(','));
@@ -61,6 +63,8 @@ bool Camera::setView(const QString& view) {
   if (!isAzimuth || !isElevation || !std::isfinite(newAzimuth) || !(std::abs(newElevation) <= 90.0)) return false;
   azimuth = newAzimuth;
   elevation = newElevation;
+  roll = 0;
+  lens = 1;
   return true;
 }
 

@@ -9,7 +9,7 @@
 
 namespace nubo::gui {
 
-/// An orbiting camera: angles about a centre, a distance and a scale that gives the model a radius of 1.
+/// An orbiting camera: angles about a centre, a distance and a scale that mostly gives the model a radius of 1.
 /// A value without an owner's thread; z is up, angles are in degrees.
 class NUBO_MODULE_SCENE_EXPORT Camera {
  public:
@@ -17,6 +17,10 @@ class NUBO_MODULE_SCENE_EXPORT Camera {
   double azimuth = 30.0;
   /// -90 (from below) to 90 (from above).
   double elevation = 25.0;
+  /// Turns the camera about the line of sight, anticlockwise seen from behind it.
+  double roll = 0.0;
+  /// How much larger all is shown than where 45 degrees fit from bottom to top.
+  double lens = 1.0;
   /// From the centre, in scaled units.
   double distance = 3.0;
   math::Vector3 center{0, 0, 0};
@@ -24,7 +28,7 @@ class NUBO_MODULE_SCENE_EXPORT Camera {
   /// Seen in parallel, at the size that the centre has in perspective.
   bool orthographic = false;
 
-  /// From the scene to eye space, scaled; no projection, whatever the view's.
+  /// From the scene to eye space, scaled; no projection, whatever the view's. x and y are scaled by the lens, too.
   math::Matrix4 transform() const;
   /// Turns by degrees; the elevation stays within its bounds.
   void orbit(double azimuthDelta, double elevationDelta);
@@ -32,8 +36,8 @@ class NUBO_MODULE_SCENE_EXPORT Camera {
   void pan(double right, double up);
   /// Above 1 comes closer, within bounds; factors that are not above 0 do nothing.
   void zoom(double factor);
-  /// "front", "back", "left", "right", "top", "bottom", "oblique" or "AZIMUTH,ELEVATION"; false, with nothing
-  /// changed, for anything else.
+  /// "front", "back", "left", "right", "top", "bottom", "oblique" or "AZIMUTH,ELEVATION", upright and with the usual
+  /// lens; false, with nothing changed, for anything else.
   [[nodiscard]] bool setView(const QString& view);
   static QStringList viewNames();
 

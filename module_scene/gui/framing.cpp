@@ -25,6 +25,11 @@ math::Vector3 middleOf(const scene::BoundingBox& box) {
   return middle;
 }
 
+Camera withUsualLens(Camera camera) {
+  camera.lens = 1;
+  return camera;
+}
+
 math::Matrix4 toViewOf(Camera camera, const math::Vector3& middle) {
   camera.distance = 0;
   camera.scale = 1;
@@ -35,9 +40,9 @@ math::Matrix4 toViewOf(Camera camera, const math::Vector3& middle) {
 }  // namespace
 
 Framing::Framing(const Camera& direction, const scene::BoundingBox& box)
-    : m_Direction(direction),
+    : m_Direction(withUsualLens(direction)),
       m_Middle(middleOf(box)),
-      m_ToView(toViewOf(direction, m_Middle)),
+      m_ToView(toViewOf(m_Direction, m_Middle)),
       m_Thickness(sizeOf(box) / SlicesPerSize) {}
 
 void Framing::add(const scene::SceneElement& element, const math::Matrix4& parent) {

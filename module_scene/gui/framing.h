@@ -9,8 +9,8 @@
 namespace nubo::gui {
 
 /// Gathers, as seen from a camera's direction, what a view shall show: a scene as it stands, or at all the steps that
-/// it moves through. Cameras keep their direction. Knows the shapes, not only their boxes. A value without an owner's
-/// thread.
+/// it moves through. Cameras keep their direction, and have the usual lens. Knows the shapes, not only their boxes. A
+/// value without an owner's thread.
 class NUBO_MODULE_SCENE_EXPORT Framing {
  public:
   /// `box` is that of the scene at some time.

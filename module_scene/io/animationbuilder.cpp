@@ -1,7 +1,6 @@
 #include "module_scene/io/animationbuilder.h"
 
 #include <QHash>
-#include <QSet>
 #include <algorithm>
 
 #include "module_scene/io/importerror.h"
@@ -123,16 +122,15 @@ scene::Animation build(const reader::Model& model, const reader::Animation& sour
   return animation;
 }
 
-/// The name or, where that is taken, one with a number.
-QString uniqueName(const QString& name, QSet<QString>& taken) {
-  const QString wanted = name.isEmpty() ? ImportError::tr("Animation") : name;
+}  // namespace
+
+QString uniqueName(const QString& name, const QString& unnamed, QSet<QString>& taken) {
+  const QString wanted = name.isEmpty() ? unnamed : name;
   QString unique = wanted;
   for (int number = 2; taken.contains(unique); ++number) unique = QStringLiteral("%1#%2").arg(wanted).arg(number);
   taken.insert(unique);
   return unique;
 }
-
-}  // namespace
 
 std::vector<scene::Animation> buildAnimations(const reader::Model& model,
                                               const std::vector<util::YPointer<scene::SceneElement>>& elements,
@@ -142,7 +140,8 @@ std::vector<scene::Animation> buildAnimations(const reader::Model& model,
   for (const reader::Animation& source : model.animations) {
     scene::Animation animation = build(model, source, elements, seen);
     if (animation.tracks.empty()) continue;
-    animation.name = uniqueName(QString::fromUtf8(source.name.c_str()).simplified(), taken);
+    animation.name =
+        uniqueName(QString::fromUtf8(source.name.c_str()).simplified(), ImportError::tr("Animation"), taken);
     animations.push_back(std::move(animation));
   }
   return animations;

@@ -97,6 +97,13 @@ void readFile(const QString& fileName, ImportControl& control, ImportResult& res
 
 }  // namespace
 
+void ImportResult::add(const ImportResult& other) {
+  root->addChild(other.root);
+  animations.insert(animations.end(), other.animations.begin(), other.animations.end());
+  cameras.insert(cameras.end(), other.cameras.begin(), other.cameras.end());
+  warnings << other.warnings;
+}
+
 ImportResult importFile(const QString& fileName) {
   ImportControl control;
   return importFile(fileName, control);

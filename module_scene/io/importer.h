@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include "module_scene/graph/animation.h"
+#include "module_scene/graph/filecamera.h"
 #include "module_scene/io/importcontrol.h"
 
 namespace nubo::io {
@@ -12,8 +13,12 @@ namespace nubo::io {
 struct ImportResult {
   util::YPointer<scene::SceneElement> root;  ///< null on failure; z is up, its own transform is identity
   std::vector<scene::Animation> animations;  ///< of elements below root
+  std::vector<scene::FileCamera> cameras;    ///< that stand below root, each with a name of its own
   QString error;                             ///< one line: file and cause; empty on success
   QStringList warnings;                      ///< one line each, such as a texture that is missing
+
+  /// Puts what another file held below this root, beside what is there.
+  NUBO_MODULE_SCENE_EXPORT void add(const ImportResult& other);
 };
 
 /// Reads a model or point file with its materials, textures and animations; any thread. Every failure, whatever the

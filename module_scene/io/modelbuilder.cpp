@@ -50,6 +50,7 @@ void ModelBuilder::build(const QString& name) {
   buildNodes(*content);
   m_Rig.finish(*content, m_Elements);
   if (root->getBoundingBox().isEmpty()) throw ImportError(ImportError::tr("it holds no geometry"));
+  buildCameras();
   m_Result.animations = buildAnimations(m_Model, m_Elements, findSeen());
   m_Result.root = root;
 }
@@ -148,6 +149,21 @@ void ModelBuilder::addInstance(const reader::Node& node, const reader::Instance&
   for (float& weight : weights)
     if (!std::isfinite(weight)) weight = 0;
   element->setShapeWeights(std::move(weights));
+}
+
+void ModelBuilder::buildCameras() {
+  QSet<QString> taken;
+  for (std::size_t i = 0; i < m_Elements.size(); ++i) {
+    const reader::Node& node = m_Model.nodes[i];
+    if (node.camera == None) continue;
+    const reader::Camera& source = named(m_Model.cameras, node.camera);
+    const std::string& name = source.name.empty() ? node.name : source.name;
+    scene::FileCamera camera{uniqueName(QString::fromUtf8(name.c_str()).simplified(), ImportError::tr("Camera"), taken),
+                             m_Elements[i]};
+    camera.orthographic = source.orthographic;
+    if (std::isfinite(source.height) && source.height > 0) camera.height = double(source.height);
+    m_Result.cameras.push_back(camera);
+  }
 }
 
 /// Per node whether anything is seen of it or below it, be it that it has vertices follow it.

@@ -28,6 +28,7 @@ class ModelBuilder {
   void buildNodes(scene::SceneElement& root);
   void addInstance(const reader::Node& node, const reader::Instance& instance,
                    const util::YPointer<scene::SceneElement>& element);
+  void buildCameras();
   std::vector<bool> findSeen() const;
 
   const reader::Model& m_Model;

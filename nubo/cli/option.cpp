@@ -5,6 +5,7 @@
 
 #include "module_scene/gui/camera.h"
 #include "nubo/cli/commandline.h"
+#include "nubo/cli/namedcamera.h"
 
 namespace nubo::app {
 
@@ -55,7 +56,8 @@ QString takeSize(const QString& value, CommandLine& line) {
 
 QString takeView(const QString& value, CommandLine& line) {
   line.view = value;
-  return gui::Camera().setView(value) ? QString() : QStringLiteral("a view's name or AZIMUTH,ELEVATION");
+  if (cameraName(value)) return QString();  // which cameras there are, only the scene tells
+  return gui::Camera().setView(value) ? QString() : QStringLiteral("a view's name, AZIMUTH,ELEVATION or camera:NAME");
 }
 
 QString takeProjection(const QString& value, CommandLine& line) {
@@ -119,8 +121,10 @@ const std::vector<Option>& options() {
   static const QStringList views = gui::Camera::viewNames();
   static const std::vector<Option> table = {
       {"size", "WxH", "Size of the scene panel in pixels; pictures take its aspect ratio (1280x720).", takeSize},
-      {"view", "VIEW", "Direction of view: " + views.join(", ") + ", or AZIMUTH,ELEVATION in degrees.", takeView,
-       views},
+      {"view", "VIEW",
+       "Direction of view: " + views.join(", ") +
+           ", AZIMUTH,ELEVATION in degrees, or camera:NAME, which the scene has.",
+       takeView, views},
       {"projection", "PROJECTION", "How depth is shown: perspective or orthographic (perspective).", takeProjection,
        Projections},
       {"background", "COLOUR", "Background colour: a name such as white, or #rrggbb.", takeBackground,

@@ -4,13 +4,13 @@
 #include <QEventLoop>
 #include <QThread>
 #include <chrono>
-#include <iterator>
 
 #include "kernel/log/logger.h"
 #include "kernel/main/modulemanager.h"
 #include "kernel/util/delegate.h"
 #include "module_scene/gui/framing.h"
 #include "module_trajectory/trajectory.h"
+#include "nubo/cli/namedcamera.h"
 #include "nubo/cli/report.h"
 #include "nubo/cli/scenefile.h"
 #include "nubo/cli/trajectorychoice.h"
@@ -26,11 +26,9 @@ io::ImportResult readScenes(const QStringList& scenes, io::ImportControl& contro
   io::ImportResult all;
   all.root = new scene::SceneElement(QStringLiteral("scene"));
   for (const QString& scene : scenes) {
-    io::ImportResult one = readScene(scene, control);
+    const io::ImportResult one = readScene(scene, control);
     if (!one.root) return one;
-    all.root->addChild(one.root);
-    std::move(one.animations.begin(), one.animations.end(), std::back_inserter(all.animations));
-    all.warnings << one.warnings;
+    all.add(one);
   }
   return all;
 }
@@ -105,7 +103,15 @@ QString Session::showScene(const CommandLine& line, bool takesTime) {
 
   m_Panel = std::make_unique<gui::ScenePanel>();
   m_Panel->resize(line.size);
-  m_Panel->setCamera(framing.camera(line.size.width(), line.size.height()));
+  gui::Camera camera = framing.camera(line.size.width(), line.size.height());
+  if (const auto name = cameraName(line.view)) {
+    QString unknown;
+    const auto ofFile = namedCamera(result.cameras, *name, unknown);
+    if (!ofFile) return unknown;
+    camera = *ofFile;
+    camera.orthographic = camera.orthographic || line.orthographic;
+  }
+  m_Panel->setCamera(camera);
   m_Viewer.setActivePanel(m_Panel.get());
   return QString();
 }

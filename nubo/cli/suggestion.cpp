@@ -42,4 +42,13 @@ QString suggestion(const QString& word, const QStringList& known) {
   return QStringLiteral("; did you mean %1?").arg(QStringList(closest.mid(0, 2)).join(QStringLiteral(" or ")));
 }
 
+QString choiceOf(const QString& name, const QStringList& names) {
+  constexpr int Most = 8;
+  QString choice = suggestion(name, names);
+  if (!choice.isEmpty() || names.isEmpty()) return choice;
+  choice = QStringLiteral("; the scene has \"%1\"").arg(names.mid(0, Most).join(QLatin1String("\", \"")));
+  if (names.size() > Most) choice += QStringLiteral(" and %1 more").arg(names.size() - Most);
+  return choice;
+}
+
 }  // namespace nubo::app

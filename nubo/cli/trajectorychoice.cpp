@@ -58,16 +58,6 @@ void collectNames(const scene::SceneElement& element, QStringList& names) {
   for (const auto& child : element.getChildren()) collectNames(*child, names);
 }
 
-/// What could be meant in the place of a name that is not there, or what there is.
-QString choiceOf(const QString& name, const QStringList& names) {
-  constexpr int Most = 8;
-  QString choice = suggestion(name, names);
-  if (!choice.isEmpty() || names.isEmpty()) return choice;
-  choice = QStringLiteral("; the scene has \"%1\"").arg(names.mid(0, Most).join(QLatin1String("\", \"")));
-  if (names.size() > Most) choice += QStringLiteral(" and %1 more").arg(names.size() - Most);
-  return choice;
-}
-
 QString whyNoElement(const scene::SceneElement& root, const QString& name) {
   QStringList names;
   collectNames(root, names);

@@ -338,6 +338,14 @@
 <context>
     <name>ImportError</name>
     <message>
+        <source>the bone &apos;%1&apos; is missing, so that &apos;%2&apos; keeps its form</source>
+        <translation>der Knochen „%1“ fehlt, sodass „%2“ seine Form behält</translation>
+    </message>
+    <message>
+        <source>Camera</source>
+        <translation>Kamera</translation>
+    </message>
+    <message>
         <source>Animation</source>
         <translation>Animation</translation>
     </message>
@@ -914,6 +922,10 @@
 </context>
 <context>
     <name>SavedViews</name>
+    <message>
+        <source>Camera “%1”</source>
+        <translation>Kamera „%1“</translation>
+    </message>
     <message>
         <source>Sa&amp;ved Views</source>
         <translation>Gespei&amp;cherte Ansichten</translation>

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 
 #include "kernel/log/logger.h"
+#include "nubo/cli/namedcamera.h"
 #include "nubo/cli/scenefile.h"
 #include "nubo/window/commands/commandrunner.h"
 #include "nubo/window/commands/runningcommands.h"
@@ -99,15 +100,22 @@ void SceneOpener::install(const QStringList& files, const io::ImportResult& resu
   m_Parts.trajectory.clear();
   m_Parts.panels.setSelection(nullptr);
   scene::_GlobalScene()->setRootNode(result.root);
-  const QString error = m_Parts.trajectory.setScene(result.animations, std::exchange(m_Line, {}));
+  const app::CommandLine line = std::exchange(m_Line, {});
+  QStringList failures = {m_Parts.trajectory.setScene(result.animations, line)};
   m_Thinner.thin(*result.root);
   m_Parts.tree.rebuild();
-  m_Parts.views.setScene(files);
+  m_Parts.views.setScene(files, result.cameras);
   for (ViewPanel* panel : m_Parts.panels.panels()) panel->showAll();
+  if (const auto name = app::cameraName(line.view)) {
+    failures << QString();
+    const auto camera = app::namedCamera(result.cameras, *name, failures.last());
+    if (camera) m_Parts.panels.activePanel()->setCamera(*camera);
+  }
   mp_Window->setWindowTitle(QStringLiteral("%1 – nubo").arg(namesOf(files)));
   for (const QString& file : files)
     if (file != app::BuiltinScene) m_Parts.recent.add(file);
-  tellWarnings(error.isEmpty() ? result.warnings : QStringList{error} + result.warnings);
+  failures.removeAll(QString());
+  tellWarnings(failures + result.warnings);
 }
 
 void SceneOpener::tellWarnings(const QStringList& warnings) {

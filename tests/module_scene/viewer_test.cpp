@@ -6,6 +6,8 @@
 #include "kernel/events/eventmanager.h"
 #include "kernel/main/castclass.h"
 #include "module_scene/builtin/builtinscene.h"
+#include "module_scene/draw/scenedrawer.h"
+#include "module_scene/gui/cameraview.h"
 #include "module_scene/gui/framing.h"
 #include "support/quad.h"
 
@@ -131,6 +133,40 @@ TEST(Camera, NamedViewsLookFromWhereTheySay) {
   for (const char* wrong : {"", "side", "1", "1,2,3", "1,x", "0,91", "nan,0", "0,nan"})
     EXPECT_FALSE(front.setView(QString::fromLatin1(wrong))) << wrong;
   EXPECT_EQ(front.transform(), before.transform());
+}
+
+TEST(Camera, SeesWhatAModelsCameraSees) {
+  const double opening = std::tan(M_PI / 8);  // of half a view
+  const scene::BoundingBox box = [] {
+    scene::BoundingBox result;
+    result.add(math::Vector3{-2, -1, 0});
+    result.add(math::Vector3{3, 2, 4});
+    return result;
+  }();
+  struct Row {
+    const char* name;
+    math::Vector3 eye;
+    bool orthographic;
+  };
+  for (const Row& row : {Row{"from outside", {9, -8, 3}, false}, Row{"from inside", {1, 0, 1}, false},
+                         Row{"from far away", {900, 0, 0}, false}, Row{"in parallel", {9, 8, 7}, true}}) {
+    SCOPED_TRACE(row.name);
+    scene::FileCamera source{"", new scene::SceneElement, row.orthographic, 0.6};
+    const math::Matrix4 place = math::translation(row.eye[0], row.eye[1], row.eye[2]) *
+                                math::rotation(2.1, {0, 0.6, 0.8}) * math::rotation(0.7, {0, 0, 1});
+    source.element->setTransform(place * math::scaling(2, 2, 2));
+    const Camera camera = cameraOf(source, box);
+    EXPECT_EQ(camera.orthographic, row.orthographic);
+    for (const math::Vector3& p : {math::Vector3{0.3, 0.2, -1}, {-0.5, 0.1, -3}, {0.2, -0.4, -900}}) {
+      const math::Vector3 shown = math::transformPoint(camera.transform() * place, p);
+      const double depth = row.orthographic ? camera.distance : -shown[2];
+      const double half = row.orthographic ? 0.6 : std::tan(0.3) * -p[2];  // of the height that is seen there
+      for (const std::size_t axis : {0u, 1u}) EXPECT_NEAR(shown[axis] / depth / opening, p[axis] / half, 1e-9);
+      EXPECT_LT(shown[2], 0);
+    }
+    const math::Vector3 farthest = math::transformPoint(camera.transform(), {-2, 2, 4});
+    EXPECT_LT(-farthest[2], scene::SceneDrawer::ZFAR);
+  }
 }
 
 TEST(Camera, PanMovesTheSceneAcrossTheViewByFractionsOfItsHeight) {

@@ -101,6 +101,8 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
       {"$bin/nubo --settings /proc/s.ini setvideosettings", 1, "the settings cannot be written to /proc/s.ini"},
       {"$nubo --trajectory broken.csv grabvideo --filename a.y4m", 1, "broken.csv"},
       {"$nubo --turntable 7 --steps 5:7 grabvideo --filename a.y4m", 2, "has 7 steps"},
+      {"$nubo --view camera:side triangle.obj grabimage --filename a.png", 2,
+       "camera:side: the scene has no such camera"},
       {"$nubo builtin", 2, "a window needs a display"},
       {"$nubo --help > /dev/full", 1, "standard output: No space left on device"},
       {"$nubo \"$(printf '\\377.obj')\" grabimage --filename a.png", 2, "this is not text in the encoding"},

@@ -8,6 +8,7 @@
 
 #include "kernel/main/overseer.h"
 #include "nubo/cli/commandline.h"
+#include "nubo/cli/namedcamera.h"
 #include "nubo/window/look/mnemonics.h"
 #include "nubo/window/panels/panelarea.h"
 
@@ -21,7 +22,7 @@ QString keyPart(const QString& text) { return QString::fromLatin1(QUrl::toPercen
 QStringList toTexts(const gui::Camera& camera) {
   QStringList texts;
   for (const double value : {camera.azimuth, camera.elevation, camera.distance, camera.scale, camera.center[0],
-                             camera.center[1], camera.center[2]})
+                             camera.center[1], camera.center[2], camera.roll, camera.lens})
     texts << QString::number(value, 'g', 17);
   return texts;
 }
@@ -29,15 +30,16 @@ QStringList toTexts(const gui::Camera& camera) {
 /// Nothing for texts that are no view: settings may hold anything.
 std::optional<gui::Camera> toCamera(const QStringList& texts) {
   gui::Camera camera;
-  double* const values[] = {&camera.azimuth,   &camera.elevation, &camera.distance, &camera.scale,
-                            &camera.center[0], &camera.center[1], &camera.center[2]};
-  if (texts.size() != int(std::size(values))) return std::nullopt;
+  double* const values[] = {&camera.azimuth,   &camera.elevation, &camera.distance, &camera.scale, &camera.center[0],
+                            &camera.center[1], &camera.center[2], &camera.roll,     &camera.lens};
+  constexpr int Fewest = 7;  // of views from before there were rolls and lenses
+  if (texts.size() != int(std::size(values)) && texts.size() != Fewest) return std::nullopt;
   for (int i = 0; i < texts.size(); ++i) {
     bool isNumber = false;
     *values[i] = texts[i].toDouble(&isNumber);
     if (!isNumber || !std::isfinite(*values[i])) return std::nullopt;
   }
-  if (!(camera.scale > 0 && camera.distance > 0)) return std::nullopt;
+  if (!(camera.scale > 0 && camera.distance > 0 && camera.lens > 0)) return std::nullopt;
   return camera;
 }
 
@@ -49,7 +51,8 @@ SavedViews::SavedViews(PanelArea& panels, QWidget* parent)
   fill();
 }
 
-void SavedViews::setScene(const QStringList& files) {
+void SavedViews::setScene(const QStringList& files, const std::vector<scene::FileCamera>& cameras) {
+  m_Cameras = cameras;
   QStringList paths;
   for (const QString& file : files) paths << (file == app::BuiltinScene ? file : QFileInfo(file).absoluteFilePath());
   m_Scene = paths.join(QLatin1Char('\n'));
@@ -79,6 +82,10 @@ void SavedViews::fill() {
     addAction(label, this, [this, name] { recall(name); });
     mp_Delete->addAction(label, this, [this, name] { remove(name); });
   }
+  addSeparator();
+  for (const scene::FileCamera& camera : m_Cameras)
+    addAction(tr("Camera “%1”").arg(QString(camera.name).replace(QLatin1Char('&'), QLatin1String("&&"))), this,
+              [this, name = camera.name] { lookThrough(name); });
   mp_Delete->setEnabled(!mp_Delete->isEmpty());
   setEnabled(!m_Scene.isEmpty());
   addMnemonics(actions());
@@ -107,6 +114,11 @@ void SavedViews::recall(const QString& name) {
   if (!camera) return;
   camera->orthographic = m_Panels.activePanel()->getCamera().orthographic;  // views are directions and places
   m_Panels.activePanel()->setCamera(*camera);
+}
+
+void SavedViews::lookThrough(const QString& camera) {
+  QString unknown;
+  if (const auto view = app::namedCamera(m_Cameras, camera, unknown)) m_Panels.activePanel()->setCamera(*view);
 }
 
 void SavedViews::remove(const QString& name) {

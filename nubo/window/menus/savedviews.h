@@ -1,29 +1,31 @@
-// The menu of the views that the user has saved.
+// The menu of the views that the user has saved, and of those that a scene brings.
 #pragma once
 
 #include <QMenu>
 #include <QStringList>
 #include <optional>
 
+#include "module_scene/graph/filecamera.h"
 #include "module_scene/gui/camera.h"
 
 namespace nubo::window {
 
 class PanelArea;
 
-/// Saves, recalls and deletes views of the active panel by name. Kept in the settings, for each scene its own. The
-/// panels must outlive it. Application thread.
+/// Saves, recalls and deletes views of the active panel by name. Kept in the settings, for each scene its own. Recalls
+/// what the scene's own cameras show where they stand at that moment. The panels must outlive it. Application thread.
 class SavedViews : public QMenu {
   Q_OBJECT
  public:
   SavedViews(PanelArea& panels, QWidget* parent);
 
-  /// The files that the scene comes from.
-  void setScene(const QStringList& files);
+  /// The files that the scene comes from, and the cameras that came with it.
+  void setScene(const QStringList& files, const std::vector<scene::FileCamera>& cameras);
 
  private:
   void askAndSave();
   void recall(const QString& name);
+  void lookThrough(const QString& camera);
   void remove(const QString& name);
   void fill();
   void fillLater();
@@ -33,6 +35,7 @@ class SavedViews : public QMenu {
   PanelArea& m_Panels;
   QMenu* mp_Delete;
   QString m_Scene;
+  std::vector<scene::FileCamera> m_Cameras;
 };
 
 }  // namespace nubo::window

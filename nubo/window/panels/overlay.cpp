@@ -32,7 +32,9 @@ void paintAxes(QPainter& painter, const gui::Camera& camera, const QSize& size) 
   };
   std::array<Axis, 3> axes{
       {{"x", QColor(0xe0, 0x50, 0x48), 0}, {"y", QColor(0x5c, 0xb8, 0x50), 1}, {"z", QColor(0x58, 0x90, 0xf0), 2}}};
-  const math::Matrix4 view = camera.transform();
+  gui::Camera usual = camera;
+  usual.lens = 1;
+  const math::Matrix4 view = usual.transform();
   const double scale = camera.scale;
   std::sort(axes.begin(), axes.end(),
             [&](const Axis& a, const Axis& b) { return view(2, a.index) < view(2, b.index); });

@@ -26,14 +26,12 @@ io::ImportResult readAll(QStringList& files, QStringList& failed, io::ImportCont
     io::ImportResult one = app::readScene(file, control);
     if (one.root) {
       if (!all.root) all.root = new scene::SceneElement(SceneLoader::tr("Scene"));
-      all.root->addChild(one.root);
+      all.add(one);
     } else {
       errors << one.error;
       files.removeOne(file);
       failed << file;
     }
-    all.animations.insert(all.animations.end(), one.animations.begin(), one.animations.end());
-    all.warnings << one.warnings;
   }
   if (all.root)
     all.warnings = errors + all.warnings;

@@ -11,8 +11,9 @@
 namespace nubo::reader {
 namespace {
 
-constexpr float PointSize = 2.0f;    // pixels
-constexpr double DefaultTicks = 25;  // per second, where a file does not say
+constexpr float PointSize = 2.0f;      // pixels
+constexpr float DefaultAspect = 1.5f;  // width by height of a camera's picture, where a file does not say
+constexpr double DefaultTicks = 25;    // per second, where a file does not say
 
 std::array<double, 16> columnsOf(const aiMatrix4x4& source) {
   std::array<double, 16> columns{};
@@ -90,6 +91,7 @@ void SceneConverter::convert() {
     convertMesh(*m_Source.mMeshes[i]);
     m_Output.progress(double(i) / m_Source.mNumMeshes);
   }
+  for (unsigned i = 0; i < m_Source.mNumCameras; ++i) convertCamera(*m_Source.mCameras[i]);
   for (unsigned i = 0; i < m_Source.mNumAnimations; ++i) convertAnimation(*m_Source.mAnimations[i]);
 }
 
@@ -143,7 +145,9 @@ void SceneConverter::convertBones(const aiMesh& source, Mesh& mesh) {
   for (unsigned b = 0; b < source.mNumBones; ++b) {
     const aiBone& bone = *source.mBones[b];
     const std::int32_t node = nodeNamed(bone.mName.C_Str());
-    if (node == None) return;
+    if (node == None)
+      return m_Output.warning(
+          text("the bone '%1' is missing, so that '%2' keeps its form", {bone.mName.C_Str(), source.mName.C_Str()}));
     skin.bones.push_back({node, columnsOf(bone.mOffsetMatrix)});
     for (unsigned w = 0; w < bone.mNumWeights; ++w)
       if (bone.mWeights[w].mVertexId < source.mNumVertices && bone.mWeights[w].mWeight > 0)
@@ -190,6 +194,29 @@ void SceneConverter::convertNodes() {
 std::int32_t SceneConverter::nodeNamed(const char* name) const {
   const auto found = m_Nodes.find(name);
   return found == m_Nodes.end() ? None : found->second;
+}
+
+/// Gets a node of its own, below that of its name, because it may look anywhere from there.
+void SceneConverter::convertCamera(const aiCamera& source) {
+  const std::int32_t parent = nodeNamed(source.mName.C_Str());
+  const aiVector3D back = -aiVector3D(source.mLookAt).NormalizeSafe();
+  const aiVector3D right = (aiVector3D(source.mUp) ^ back).NormalizeSafe();
+  const aiVector3D up = back ^ right;
+  if (parent == None || right.SquareLength() == 0) return;
+  Camera camera;
+  camera.name = source.mName.C_Str();
+  const float aspect = source.mAspect > 0 ? source.mAspect : DefaultAspect;
+  camera.orthographic = source.mOrthographicWidth > 0;
+  // What Assimp calls half of the angle and of the width is the whole of the one and half of the other.
+  camera.height = camera.orthographic ? 2 * source.mOrthographicWidth / aspect
+                                      : 2 * std::atan(std::tan(source.mHorizontalFOV / 2) / aspect);
+  Node node;
+  node.parent = parent;
+  node.camera = std::int32_t(m_Output.model.cameras.size());
+  const aiVector3D axes[]{right, up, back, source.mPosition};
+  for (std::size_t i = 0; i < 12; ++i) node.transform[i / 3 * 4 + i % 3] = double(axes[i / 3][unsigned(i % 3)]);
+  m_Output.model.cameras.push_back(std::move(camera));
+  m_Output.model.nodes.push_back(std::move(node));
 }
 
 void SceneConverter::convertAnimation(const aiAnimation& source) {

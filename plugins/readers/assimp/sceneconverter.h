@@ -6,6 +6,7 @@
 #include "module_scene/io/reader/reader.h"
 
 struct aiAnimation;
+struct aiCamera;
 struct aiMesh;
 struct aiNode;
 struct aiNodeAnim;
@@ -30,6 +31,7 @@ class SceneConverter {
   void convertBones(const aiMesh& source, Mesh& mesh);
   void convertNodes();
   void convertSkins();
+  void convertCamera(const aiCamera& source);
   void convertAnimation(const aiAnimation& source);
   void convertChannel(const aiNodeAnim& source, double secondsPerTick, Animation& animation);
   void convertMorph(const aiMeshMorphAnim& source, double secondsPerTick, Animation& animation);
