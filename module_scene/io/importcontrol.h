@@ -1,6 +1,7 @@
 // The talk with a file that is being read.
 #pragma once
 
+#include <QString>
 #include <atomic>
 #include <chrono>
 #include <map>
@@ -12,6 +13,7 @@ namespace nubo::io {
 struct ImportSettings {
   std::chrono::milliseconds patience = std::chrono::seconds(60);  ///< how long a reader may get no further
   std::map<std::string, std::string> options;  ///< what readers may ask for, by name (reader::Output::option)
+  QString variant;                             ///< the name of a choice of materials, for files that have it
 };
 
 /// Shared by who reads and who waits; any thread, but for the settings, which stay as they are meanwhile.

@@ -72,10 +72,18 @@ void readWithPlugin(const ReaderChoice& choice, const QString& fileName, ImportC
     model = process.run(blocks, control, result.warnings);
   }
   try {
-    ModelBuilder(model, blocks, result).build(QFileInfo(fileName).fileName());
+    ModelBuilder(model, blocks, result).build(QFileInfo(fileName).fileName(), control.variant);
   } catch (const reader::BadRecord&) {
     throw ImportError(ImportError::tr("its reader '%1' hands over what makes no sense").arg(choice.reader->name));
   }
+}
+
+QString formatOf(const ReaderChoice& choice) {
+  if (!choice.reader) return QString();
+  const auto& formats = choice.reader->formats;
+  const auto found = std::find_if(formats.begin(), formats.end(),
+                                  [&](const ReaderFormat& format) { return format.suffixes.contains(choice.format); });
+  return found == formats.end() ? choice.format : found->description;
 }
 
 void readFile(const QString& fileName, ImportControl& control, ImportResult& result) {
@@ -90,6 +98,8 @@ void readFile(const QString& fileName, ImportControl& control, ImportResult& res
     geometry = readBinaryPly(fileName);
   else if (!choice.knownByContent && (suffix == QLatin1String("stl") || hasSizeOfBinaryStl(firstBytes, info.size())))
     geometry = readBinaryStl(fileName);
+  result.reader = geometry ? QStringLiteral("nubo") : choice.reader ? choice.reader->name : QString();
+  result.format = geometry ? beginsAsPly(firstBytes) ? QStringLiteral("PLY") : QStringLiteral("STL") : formatOf(choice);
   if (geometry) return addSingle(fileName, geometry, result);
   if (!choice.reader) throw ImportError(ImportError::tr("its format is not known"));
   readWithPlugin(choice, fileName, control, result);
@@ -101,6 +111,7 @@ void ImportResult::add(const ImportResult& other) {
   root->addChild(other.root);
   animations.insert(animations.end(), other.animations.begin(), other.animations.end());
   cameras.insert(cameras.end(), other.cameras.begin(), other.cameras.end());
+  variants << other.variants;
   warnings << other.warnings;
 }
 

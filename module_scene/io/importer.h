@@ -14,6 +14,8 @@ struct ImportResult {
   util::YPointer<scene::SceneElement> root;  ///< null on failure; z is up, its own transform is identity
   std::vector<scene::Animation> animations;  ///< of elements below root
   std::vector<scene::FileCamera> cameras;    ///< that stand below root, each with a name of its own
+  QStringList variants;                      ///< names of the choices of materials that ImportSettings::variant has
+  QString format, reader;                    ///< what the file holds, and which reader has read it
   QString error;                             ///< one line: file and cause; empty on success
   QStringList warnings;                      ///< one line each, such as a texture that is missing
 

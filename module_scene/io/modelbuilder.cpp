@@ -32,8 +32,9 @@ bool usesCoordinates(const scene::Material* material, int set) {
 
 }  // namespace
 
-void ModelBuilder::build(const QString& name) {
+void ModelBuilder::build(const QString& name, const QString& variant) {
   m_Materials = MaterialBuilder(m_Model, m_Blocks).build();
+  chooseMaterials(variant);
   buildMeshes();
   const auto hasContent = [](const auto& geometry) { return bool(geometry); };
   if (std::none_of(m_Geometries.begin(), m_Geometries.end(), hasContent))
@@ -55,6 +56,19 @@ void ModelBuilder::build(const QString& name) {
   m_Result.root = root;
 }
 
+void ModelBuilder::chooseMaterials(const QString& variant) {
+  for (const reader::Mesh& mesh : m_Model.meshes) m_Chosen.push_back(mesh.material);
+  for (const reader::Variant& choice : m_Model.variants) {
+    const QString name = QString::fromUtf8(choice.name.c_str());
+    m_Result.variants << name;
+    for (const reader::Variant::Use& use : choice.uses) {
+      named(m_Model.meshes, use.mesh);
+      named(m_Materials, use.material);
+      if (name == variant) m_Chosen[std::size_t(use.mesh)] = use.material;
+    }
+  }
+}
+
 void ModelBuilder::buildMeshes() {
   std::vector<bool> isEdges(m_Model.meshes.size());
   for (const reader::Mesh& mesh : m_Model.meshes) {
@@ -64,7 +78,7 @@ void ModelBuilder::buildMeshes() {
   }
   for (std::size_t i = 0; i < m_Model.meshes.size(); ++i) {
     const reader::Mesh& mesh = m_Model.meshes[i];
-    util::YPointer<scene::Geometry> geometry = buildGeometry(mesh);
+    util::YPointer<scene::Geometry> geometry = buildGeometry(mesh, m_Chosen[m_Geometries.size()]);
     const bool hadPrimitives = !geometry->indices.empty();
     m_Deformations.push_back(RigBuilder::isDeformed(mesh) ? m_Rig.take(mesh, *geometry) : nullptr);
     if (!isEdges[i]) prepare(*geometry);
@@ -97,14 +111,14 @@ std::vector<T> ModelBuilder::take(const reader::Array<T>& array, std::size_t siz
   return result;
 }
 
-util::YPointer<scene::Geometry> ModelBuilder::buildGeometry(const reader::Mesh& mesh) {
+util::YPointer<scene::Geometry> ModelBuilder::buildGeometry(const reader::Mesh& mesh, std::int32_t material) {
   constexpr std::size_t MostVertices = 0x7FFFFFFF;
   util::YPointer<scene::Geometry> geometry(new scene::Geometry);
   geometry->kind = mesh.primitive == reader::Primitive::Triangles ? scene::KindFaces
                    : mesh.primitive == reader::Primitive::Lines   ? scene::KindLines
                                                                   : scene::KindPoints;
   if (std::isfinite(mesh.width)) geometry->width = std::clamp(mesh.width, 0.1f, 100.0f);
-  if (mesh.material != None) geometry->material = named(m_Materials, mesh.material);
+  if (material != None) geometry->material = named(m_Materials, material);
   const std::size_t vertices = mesh.positions.size() / 3;
   if (vertices >= MostVertices) throw ImportError(ImportError::tr("it has too many vertices"));
   geometry->positions = take(mesh.positions, vertices * 3);

@@ -17,11 +17,13 @@ class ModelBuilder {
       : m_Model(model), m_Blocks(blocks), m_Result(result), m_Rig(model, blocks) {}
   /// Fills in the root, of that name, and the animations. Throws ImportError where there is nothing to show, and
   /// reader::BadRecord for what no reader should have handed over.
-  void build(const QString& name);
+  /// `variant`: the name of the materials that are chosen, or empty.
+  void build(const QString& name, const QString& variant);
 
  private:
+  void chooseMaterials(const QString& variant);
   void buildMeshes();
-  util::YPointer<scene::Geometry> buildGeometry(const reader::Mesh& mesh);
+  util::YPointer<scene::Geometry> buildGeometry(const reader::Mesh& mesh, std::int32_t material);
   void giveEdges();
   template <class T>
   std::vector<T> take(const reader::Array<T>& array, std::size_t size);
@@ -37,6 +39,7 @@ class ModelBuilder {
   RigBuilder m_Rig;
   bool m_Dropped = false;  ///< something was left out because of its coordinates
   std::vector<util::YPointer<scene::Material>> m_Materials;
+  std::vector<std::int32_t> m_Chosen;                              ///< per mesh: which of these, or None
   std::vector<util::YPointer<scene::Geometry>> m_Geometries;       ///< per mesh; null: nothing to draw
   std::vector<util::YPointer<scene::Deformation>> m_Deformations;  ///< per mesh; null: nothing deforms it
   std::vector<util::YPointer<scene::SceneElement>> m_Elements;     ///< per node

@@ -130,6 +130,10 @@ class Reader {
 
 /// Options that are right by themselves, but not together.
 QString whyInconsistent(const CommandLine& line) {
+  if (line.json && !line.info) return QStringLiteral("--json: --info FILE is missing, which it is for");
+  if (line.info && line.scenes.isEmpty()) return QStringLiteral("--info: a model file is missing");
+  if (line.info && !line.command.isEmpty())
+    return QStringLiteral("--info and the command %1 exclude each other").arg(line.command);
   if (line.turntable && !line.trajectory.isEmpty())
     return QStringLiteral("--turntable and --trajectory exclude each other");
   if (!line.animation.isEmpty() && (line.turntable || !line.trajectory.isEmpty()))

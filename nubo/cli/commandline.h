@@ -22,6 +22,8 @@ struct CommandLine {
   bool help = false;
   bool version = false;
   bool listCommands = false;
+  bool info = false;
+  bool json = false;
   QSize size{1280, 720};
   QString view;  ///< a name or angles; empty: as the panel has it
   bool orthographic = false;
@@ -31,6 +33,7 @@ struct CommandLine {
   std::optional<int> samples;
   std::optional<int> turntable;
   QString animation;  ///< of the scene's; empty: those that go together
+  QString variant;    ///< of the scene's materials; empty: those that a file has first
   QString trajectory;
   QString element;                           ///< what a trajectory of points moves; empty: a marker
   std::optional<std::pair<int, int>> steps;  ///< first and last, counted from 0, both included
@@ -46,7 +49,7 @@ struct CommandLine {
   bool commandHelp = false;  ///< --help stood among the command's arguments
 
   /// Whether the call is answered on the terminal.
-  bool asks() const { return help || version || listCommands || commandHelp; }
+  bool asks() const { return help || version || listCommands || commandHelp || info; }
   /// Whether the call asks for a window.
   bool wantsWindow() const { return command.isEmpty() && !asks(); }
 };

@@ -143,6 +143,8 @@ const std::vector<Option>& options() {
       {"animation", "NAME",
        "Plays this animation of the scene (all at once; of those that move the same elements the first).",
        text(&CommandLine::animation, "an animation's name")},
+      {"variant", "NAME", "Uses the materials that a glTF file has under this name.",
+       text(&CommandLine::variant, "a variant's name")},
       {"trajectory", "FILE", "Moves a marker along the points of a CSV file: x, y, z and a value of yours.",
        text(&CommandLine::trajectory, "a file name")},
       {"element", "NAME", "Moves this element of the scene along the points, in place of a marker.",
@@ -162,6 +164,9 @@ const std::vector<Option>& options() {
        flag(&CommandLine::version),
        {},
        "v"},
+      {"info", "", "Tells what is in the model files: format, counts, size, animations, cameras, messages.",
+       flag(&CommandLine::info)},
+      {"json", "", "Tells it as a JSON list, an object for each file.", flag(&CommandLine::json)},
       {"list-commands", "", "Lists the commands.", flag(&CommandLine::listCommands)},
   };
   return table;

@@ -8,6 +8,8 @@
 #include "nubo/cli/commandarguments.h"
 #include "nubo/cli/help.h"
 #include "nubo/cli/information.h"
+#include "nubo/cli/scenefile.h"
+#include "nubo/cli/sceneinfo.h"
 #include "nubo/cli/terminalprogress.h"
 
 namespace nubo::app {
@@ -80,6 +82,10 @@ int Program::refuse(const QString& error) {
 }
 
 int Program::answer() {
+  if (m_Line.info) {
+    const SceneInfo info = describeScenes(m_Line.scenes, readingSettings(m_Line), m_Line.json);
+    return m_Report.print(info.text) && info.complete ? Done : Failed;
+  }
   const QString text = m_Line.help           ? helpText()
                        : m_Line.version      ? versionText()
                        : m_Line.listCommands ? commandListText()

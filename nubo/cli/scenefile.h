@@ -11,5 +11,7 @@ struct CommandLine;
 [[nodiscard]] io::ImportResult readScene(const QString& name, io::ImportControl& control);
 /// How files are to be read, as a line says.
 [[nodiscard]] io::ImportSettings readingSettings(const CommandLine& line);
+/// The empty text, or one line that says that a scene has no materials of that name.
+QString whyNoVariant(const QString& name, const QStringList& variants);
 
 }  // namespace nubo::app

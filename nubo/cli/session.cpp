@@ -84,6 +84,7 @@ QString Session::showScene(const CommandLine& line, bool takesTime) {
   const io::ImportResult result =
       m_Import.valid() && m_Reading == line.scenes ? m_Import.get() : readScenes(line.scenes, m_Control);
   if (!result.root) return result.error;
+  if (const QString unknown = whyNoVariant(line.variant, result.variants); !unknown.isEmpty()) return unknown;
   reportWarnings(result.warnings);
   scene->setRootNode(result.root);
   if (line.background.isValid()) scene->setBackgroundColor(line.background);

@@ -101,7 +101,8 @@ void SceneOpener::install(const QStringList& files, const io::ImportResult& resu
   m_Parts.panels.setSelection(nullptr);
   scene::_GlobalScene()->setRootNode(result.root);
   const app::CommandLine line = std::exchange(m_Line, {});
-  QStringList failures = {m_Parts.trajectory.setScene(result.animations, line)};
+  QStringList failures = {m_Parts.trajectory.setScene(result.animations, line),
+                          app::whyNoVariant(line.variant, result.variants)};
   m_Thinner.thin(*result.root);
   m_Parts.tree.rebuild();
   m_Parts.views.setScene(files, result.cameras);

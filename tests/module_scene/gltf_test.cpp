@@ -53,6 +53,19 @@ TEST(Gltf, ColoursOfThreeComponentsAreOpaque) {
   for (std::size_t i = 0; i < colors.size(); ++i) EXPECT_EQ(colors[i], i % 4 == 0 || i % 4 == 3 ? 255 : 0);
 }
 
+TEST(Gltf, MaterialsAreThoseOfTheVariant) {
+  for (const auto& [variant, material] : {std::pair("", "red"), {"day", "green"}, {"night", "blue"}, {"dusk", "red"}}) {
+    ImportControl control;
+    control.variant = variant;
+    const ImportResult result = importFile(model("variants.gltf"), control);
+    ASSERT_TRUE(result.root) << result.error.toStdString();
+    EXPECT_EQ(result.variants, (QStringList{"day", "night"}));
+    std::vector<const Geometry*> geometries;
+    collect(*result.root, geometries);
+    EXPECT_EQ(geometries.at(0)->material->name, material) << variant;
+  }
+}
+
 TEST(Gltf, WhatCannotBeReadIsALine) {
   for (const auto& [file, cause] : {std::pair("required.gltf", "requires the extension KHR_texture_basisu"),
                                     {"short.gltf", "fewer bytes"},

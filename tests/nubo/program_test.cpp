@@ -6,6 +6,9 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -103,6 +106,10 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
       {"$nubo --turntable 7 --steps 5:7 grabvideo --filename a.y4m", 2, "has 7 steps"},
       {"$nubo --view camera:side triangle.obj grabimage --filename a.png", 2,
        "camera:side: the scene has no such camera"},
+      {"$nubo --variant dusk " NUBO_TEST_DATA "/gltf/variants.gltf grabimage --filename a.png", 2,
+       "no such variant; the scene has \"day\", \"night\""},
+      {"$nubo --info", 2, "a model file is missing"},
+      {"$nubo --json triangle.obj grabimage --filename a.png", 2, "--info FILE is missing"},
       {"$nubo builtin", 2, "a window needs a display"},
       {"$nubo --help > /dev/full", 1, "standard output: No space left on device"},
       {"$nubo \"$(printf '\\377.obj')\" grabimage --filename a.png", 2, "this is not text in the encoding"},
@@ -177,6 +184,23 @@ TEST_F(Program, RecordsTheStepsOfATrajectory) {
     EXPECT_EQ(frames(), count);
     EXPECT_TRUE(QFile::remove(path("a.y4m")));
   }
+}
+
+TEST_F(Program, TellsWhatIsInFiles) {
+  ASSERT_EQ(run("$nubo --info --json triangle.obj " NUBO_TEST_DATA "/gltf/deformed.gltf missing.stl"), 1);
+  const QJsonArray files = QJsonDocument::fromJson(m_Output.toUtf8()).array();
+  ASSERT_EQ(files.size(), 3) << m_Output.toStdString();
+  const QJsonObject triangle = files[0].toObject(), deformed = files[1].toObject();
+  EXPECT_EQ(triangle["reader"], "assimp");
+  EXPECT_EQ(triangle["faces"], 1);
+  EXPECT_EQ(triangle["vertices"], 3);
+  EXPECT_EQ(triangle["size"], (QJsonArray{1, 0, 1})) << "y is up in the file";
+  EXPECT_EQ(triangle["animations"], QJsonArray());
+  EXPECT_EQ(deformed["animations"].toArray()[1], (QJsonObject{{"name", "LINEAR"}, {"seconds", 1}}));
+  EXPECT_TRUE(files[2].toObject()["error"].toString().contains("no such file"));
+  ASSERT_EQ(run("$nubo --info triangle.obj"), 0);
+  EXPECT_THAT(m_Output.toStdString(), HasSubstr("triangle.obj\n  format     Wavefront OBJ (reader assimp)\n"));
+  EXPECT_THAT(m_Output.toStdString(), HasSubstr("  faces      1\n"));
 }
 
 // A triangle as wide as half the view hangs on a bone that carries it from the left to the right.

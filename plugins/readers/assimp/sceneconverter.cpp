@@ -23,7 +23,8 @@ std::array<double, 16> columnsOf(const aiMatrix4x4& source) {
 }
 
 Array<float> floatsOf(const aiVector3D* vectors, unsigned count, unsigned each, Output& output) {
-  const Array<float> result = output.array<float>(vectors ? std::size_t(count) * each : 0);
+  if (!vectors) return {};
+  const Array<float> result = output.array<float>(std::size_t(count) * each);
   for (std::size_t i = 0; i < result.size(); ++i) result[i] = vectors[i / each][unsigned(i % each)];
   return result;
 }
