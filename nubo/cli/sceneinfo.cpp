@@ -98,7 +98,7 @@ QString line(const QString& name, const QString& value) {
 
 QString vectorText(const QJsonValue& vector) {
   QStringList texts;
-  for (const QJsonValue& value : vector.toArray()) texts << QString::number(value.toDouble());
+  for (const QJsonValue value : vector.toArray()) texts << QString::number(value.toDouble());
   return texts.join(QStringLiteral(" x "));
 }
 
@@ -112,13 +112,13 @@ QString toText(const QJsonObject& object) {
   for (const char* name : {"elements", "faces", "lines", "points", "vertices", "materials", "textures"})
     if (const qint64 count = object[QLatin1String(name)].toVariant().toLongLong(); count > 0)
       text += line(name, QString::number(count));
-  for (const QJsonValue& animation : object["animations"].toArray())
+  for (const QJsonValue animation : object["animations"].toArray())
     text += line("animation",
                  QStringLiteral("%1, %2 s").arg(animation["name"].toString()).arg(animation["seconds"].toDouble()));
-  for (const QJsonValue& camera : object["cameras"].toArray())
+  for (const QJsonValue camera : object["cameras"].toArray())
     text += line("camera", QStringLiteral("%1, %2").arg(camera["name"].toString(), camera["projection"].toString()));
-  for (const QJsonValue& variant : object["variants"].toArray()) text += line("variant", variant.toString());
-  for (const QJsonValue& message : object["messages"].toArray()) text += line("message", message.toString());
+  for (const QJsonValue variant : object["variants"].toArray()) text += line("variant", variant.toString());
+  for (const QJsonValue message : object["messages"].toArray()) text += line("message", message.toString());
   return text;
 }
 

@@ -37,6 +37,7 @@ double extent(const scene::BoundingBox& seen) {
 
 TEST(Framing, CentresWhateverIsShownAndFillsTheView) {
   std::vector<math::Vector3> ring;
+  ring.reserve(60);
   for (int i = 0; i < 60; ++i) ring.push_back({std::cos(i * 0.1), std::sin(i * 0.1), i % 2 ? 0.1 : 0.0});
   for (const auto& [name, shape] : {std::pair("ring", math::Matrix4()),
                                     {"flat", math::translation(100, -7, 1e4) * math::scaling(40, 0.5, 1)},
@@ -48,6 +49,7 @@ TEST(Framing, CentresWhateverIsShownAndFillsTheView) {
     leaf->setTransform(math::translation(-5, 0, 0) * shape);
     leaf->addGeometry(test::dots(ring));
     std::vector<math::Vector3> points;
+    points.reserve(ring.size());
     for (const math::Vector3& p : ring) points.push_back(math::transformPoint(shape, p));
     const scene::BoundingBox box = root->getBoundingBox();
     const double size = std::hypot(box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]);
@@ -103,6 +105,7 @@ TEST(Framing, LeavesRoomForTurningAboutTheMiddle) {
       for (int turn = 0; turn < 72; ++turn) {
         const math::Matrix4 turning = back * math::rotation(turn * M_PI / 36, {0, 0, 1}) * toMiddle;
         std::vector<math::Vector3> turned;
+        turned.reserve(corners.size());
         for (const math::Vector3& p : corners) turned.push_back(math::transformPoint(turning, p));
         EXPECT_LT(extent(seenThrough(centred, turned, aspect)), 1) << turn;
         seen.add(seenThrough(pivoted, turned, aspect));
