@@ -6,35 +6,14 @@
 #include <cmath>
 #include <optional>
 
+#include "module_trajectory/fields.h"
+
 namespace nubo::trajectory {
 namespace {
 
 struct PointFile {
   Q_DECLARE_TR_FUNCTIONS(PointFile)
 };
-
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-
-QByteArray withoutComment(const QByteArray& line) { return line.mid(0, line.indexOf('#')).trimmed(); }
-
-/// The line's fields without surrounding space; two separators in a row enclose an empty one.
-QByteArrayList fieldsOf(const QByteArray& line) {
-  QByteArrayList fields;
-  QByteArray field;
-  bool ended = true;  // by a separator, so that another one encloses an empty field
-  for (const char c : line) {
-    const bool separator = c == ',' || c == ';';
-    if (!separator && !isSpace(c)) {
-      field += c;
-      continue;
-    }
-    if (!field.isEmpty() || (separator && ended)) fields << field;
-    ended = separator || (ended && field.isEmpty());
-    field.clear();
-  }
-  if (!field.isEmpty()) fields << field;
-  return fields;
-}
 
 /// A point, or why the line is none.
 std::optional<Point> toPoint(const QByteArray& line, QString& cause) {

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <QString>
+#include <memory>
 #include <vector>
 
 #include "module_scene/graph/geometry.h"
+#include "module_scene/graph/joint.h"
 
 namespace nubo::scene {
 
@@ -42,6 +44,9 @@ class NUBO_MODULE_SCENE_EXPORT SceneElement : public util::YObject {
   /// What is deformed below this element (see rig.h); mostly null.
   Rig* getRig() const { return mp_Rig.get(); }
   void setRig(const util::YPointer<Rig>& rig);
+  /// How the element moves in the machine that it is a part of; mostly null.
+  const Joint* getJoint() const { return m_Joint.get(); }
+  void setJoint(const Joint& joint) { m_Joint = std::make_unique<const Joint>(joint); }
 
   SceneElement* getParent() const { return mp_Parent; }
   const std::vector<util::YPointer<SceneElement>>& getChildren() const { return m_Children; }
@@ -63,6 +68,7 @@ class NUBO_MODULE_SCENE_EXPORT SceneElement : public util::YObject {
   std::vector<util::YPointer<Geometry>> m_Geometries;
   std::vector<float> m_ShapeWeights;
   util::YPointer<Rig> mp_Rig;
+  std::unique_ptr<const Joint> m_Joint;
   SceneElement* mp_Parent = nullptr;
   std::vector<util::YPointer<SceneElement>> m_Children;
 };

@@ -10,6 +10,7 @@
 
 #include "module_scene/io/importerror.h"
 #include "module_scene/io/modelbuilder.h"
+#include "module_scene/io/parts.h"
 #include "module_scene/io/plyreader.h"
 #include "module_scene/io/readingprocess.h"
 #include "module_scene/io/stlreader.h"
@@ -63,7 +64,12 @@ std::uint64_t readersMemory(qint64 fileSize) {
   return std::min(std::max(Least, PerByte * std::uint64_t(fileSize)), installed / 4 * 3);
 }
 
-void readWithPlugin(const ReaderChoice& choice, const QString& fileName, ImportControl& control, ImportResult& result) {
+/// Parts of a file are files, too, but theirs are not read.
+enum class Level { File, Part };
+ImportResult import(const QString& fileName, ImportControl& control, Level level);
+
+void readWithPlugin(const ReaderChoice& choice, const QString& fileName, ImportControl& control, Level level,
+                    ImportResult& result) {
   const std::uint64_t memory = readersMemory(QFileInfo(fileName).size());
   SharedBlocks blocks(memory);
   reader::Model model;
@@ -72,7 +78,13 @@ void readWithPlugin(const ReaderChoice& choice, const QString& fileName, ImportC
     model = process.run(blocks, control, result.warnings);
   }
   try {
-    ModelBuilder(model, blocks, result).build(QFileInfo(fileName).fileName(), control.variant);
+    ModelBuilder builder(model, blocks, result);
+    builder.build(QFileInfo(fileName).fileName(), control.variant);
+    if (level == Level::File)
+      addParts(
+          builder.parts(), [&](const QString& part) { return import(part, control, Level::Part); }, result);
+    if (control.cancelled) throw ImportError(ImportError::tr("reading was cancelled"));
+    if (result.root->getBoundingBox().isEmpty()) throw ImportError(ImportError::tr("it holds no geometry"));
   } catch (const reader::BadRecord&) {
     throw ImportError(ImportError::tr("its reader '%1' hands over what makes no sense").arg(choice.reader->name));
   }
@@ -86,7 +98,7 @@ QString formatOf(const ReaderChoice& choice) {
   return found == formats.end() ? choice.format : found->description;
 }
 
-void readFile(const QString& fileName, ImportControl& control, ImportResult& result) {
+void readFile(const QString& fileName, ImportControl& control, Level level, ImportResult& result) {
   const QByteArray firstBytes = checkFile(fileName);
   const QFileInfo info(fileName);
   const QString suffix = info.suffix().toLower();
@@ -102,7 +114,25 @@ void readFile(const QString& fileName, ImportControl& control, ImportResult& res
   result.format = geometry ? beginsAsPly(firstBytes) ? QStringLiteral("PLY") : QStringLiteral("STL") : formatOf(choice);
   if (geometry) return addSingle(fileName, geometry, result);
   if (!choice.reader) throw ImportError(ImportError::tr("its format is not known"));
-  readWithPlugin(choice, fileName, control, result);
+  readWithPlugin(choice, fileName, control, level, result);
+}
+
+ImportResult import(const QString& fileName, ImportControl& control, Level level) {
+  ImportResult result;
+  QString cause;
+  try {
+    readFile(fileName, control, level, result);
+    return result;
+  } catch (const ImportError& error) {
+    cause = error.cause();
+  } catch (const std::bad_alloc&) {
+    cause = ImportError::tr("it takes more memory than there is");
+  } catch (const std::exception& error) {
+    cause = QString::fromUtf8(error.what()).simplified();
+  }
+  ImportResult failed;
+  failed.error = ImportError::tr("cannot read '%1': %2").arg(fileName, cause);
+  return failed;
 }
 
 }  // namespace
@@ -121,21 +151,7 @@ ImportResult importFile(const QString& fileName) {
 }
 
 ImportResult importFile(const QString& fileName, ImportControl& control) {
-  ImportResult result;
-  QString cause;
-  try {
-    readFile(fileName, control, result);
-    return result;
-  } catch (const ImportError& error) {
-    cause = error.cause();
-  } catch (const std::bad_alloc&) {
-    cause = ImportError::tr("it takes more memory than there is");
-  } catch (const std::exception& error) {
-    cause = QString::fromUtf8(error.what()).simplified();
-  }
-  ImportResult failed;
-  failed.error = ImportError::tr("cannot read '%1': %2").arg(fileName, cause);
-  return failed;
+  return import(fileName, control, Level::File);
 }
 
 QStringList importableSuffixes() {

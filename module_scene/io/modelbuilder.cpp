@@ -37,7 +37,8 @@ void ModelBuilder::build(const QString& name, const QString& variant) {
   chooseMaterials(variant);
   buildMeshes();
   const auto hasContent = [](const auto& geometry) { return bool(geometry); };
-  if (std::none_of(m_Geometries.begin(), m_Geometries.end(), hasContent))
+  const bool isWhole = m_Model.references.empty();
+  if (isWhole && std::none_of(m_Geometries.begin(), m_Geometries.end(), hasContent))
     throw ImportError(m_Dropped ? ImportError::tr("none of its geometry has usable coordinates")
                                 : ImportError::tr("it holds no geometry"));
   const util::YPointer<scene::SceneElement> root(new scene::SceneElement(name));
@@ -50,8 +51,8 @@ void ModelBuilder::build(const QString& name, const QString& variant) {
   }
   buildNodes(*content);
   m_Rig.finish(*content, m_Elements);
-  if (root->getBoundingBox().isEmpty()) throw ImportError(ImportError::tr("it holds no geometry"));
   buildCameras();
+  setJoints();
   m_Result.animations = buildAnimations(m_Model, m_Elements, findSeen());
   m_Result.root = root;
 }
@@ -149,6 +150,32 @@ void ModelBuilder::buildNodes(scene::SceneElement& root) {
     (node.parent == None ? root : *m_Elements[std::size_t(node.parent)]).addChild(element);
     m_Elements.push_back(element);
   }
+}
+
+void ModelBuilder::setJoints() {
+  const auto textOf = [](const std::string& text) { return QString::fromUtf8(text.data(), int(text.size())); };
+  for (const reader::Joint& source : m_Model.joints) {
+    scene::SceneElement& element = *named(m_Elements, source.node);
+    scene::Joint joint{textOf(source.name),    element.getTransform(),
+                       source.turns,           {source.axis[0], source.axis[1], source.axis[2]},
+                       source.lower,           source.upper,
+                       textOf(source.follows), source.multiplier,
+                       source.offset};
+    const auto values = {joint.axis[0], joint.axis[1],    joint.axis[2], joint.lower,
+                         joint.upper,   joint.multiplier, joint.offset};
+    if (std::all_of(values.begin(), values.end(), [](double value) { return std::isfinite(value); }))
+      element.setJoint(joint);
+  }
+}
+
+std::vector<ModelBuilder::Part> ModelBuilder::parts() const {
+  std::vector<Part> parts;
+  for (const reader::Reference& source : m_Model.references) {
+    Part part{named(m_Elements, source.node), QString::fromStdString(source.file), nullptr};
+    if (source.material != None) part.material = named(m_Materials, source.material);
+    parts.push_back(std::move(part));
+  }
+  return parts;
 }
 
 void ModelBuilder::addInstance(const reader::Node& node, const reader::Instance& instance,

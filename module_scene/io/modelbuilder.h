@@ -20,6 +20,15 @@ class ModelBuilder {
   /// `variant`: the name of the materials that are chosen, or empty.
   void build(const QString& name, const QString& variant);
 
+  /// A file that belongs into an element.
+  struct Part {
+    util::YPointer<scene::SceneElement> element;
+    QString file;
+    util::YPointer<scene::Material> material;  ///< of what has none in the file; null: none
+  };
+  /// Those that the model names, once it is built.
+  std::vector<Part> parts() const;
+
  private:
   void chooseMaterials(const QString& variant);
   void buildMeshes();
@@ -28,6 +37,7 @@ class ModelBuilder {
   template <class T>
   std::vector<T> take(const reader::Array<T>& array, std::size_t size);
   void buildNodes(scene::SceneElement& root);
+  void setJoints();
   void addInstance(const reader::Node& node, const reader::Instance& instance,
                    const util::YPointer<scene::SceneElement>& element);
   void buildCameras();

@@ -25,6 +25,7 @@ namespace nubo::io {
     QT_TRANSLATE_NOOP("ImportError", "glTF files above 4 GB cannot be read"),
     QT_TRANSLATE_NOOP("ImportError", "what Draco packed is damaged: %1"),
     QT_TRANSLATE_NOOP("ImportError", "%1 surfaces could not be approximated, and are left out"),
+    QT_TRANSLATE_NOOP("ImportError", "its part '%1' is missing"),
     QT_TRANSLATE_NOOP("ImportError", "it is no list of points"),
     QT_TRANSLATE_NOOP("ImportError", "it cannot be opened"),
     QT_TRANSLATE_NOOP("ImportError", "the file is truncated: it announces %1 points, but has %2"),

@@ -145,7 +145,9 @@ const std::vector<Option>& options() {
        text(&CommandLine::animation, "an animation's name")},
       {"variant", "NAME", "Uses the materials that a glTF file has under this name.",
        text(&CommandLine::variant, "a variant's name")},
-      {"trajectory", "FILE", "Moves a marker along the points of a CSV file: x, y, z and a value of yours.",
+      {"trajectory", "FILE",
+       "Moves a marker along the points of a CSV file: x, y, z and a value of yours; or a robot, by a file whose "
+       "heading names joints.",
        text(&CommandLine::trajectory, "a file name")},
       {"element", "NAME", "Moves this element of the scene along the points, in place of a marker.",
        text(&CommandLine::element, "an element's name")},

@@ -9,6 +9,7 @@
 #include "kernel/log/logger.h"
 #include "kernel/main/overseer.h"
 #include "module_trajectory/animationtrajectory.h"
+#include "module_trajectory/jointfile.h"
 #include "module_trajectory/marker.h"
 #include "module_trajectory/pointfile.h"
 #include "module_trajectory/turntable.h"
@@ -172,7 +173,13 @@ int playingRate() { return std::max(1, main::nuboSettings()->value("settings/gra
 
 QString chooseTrajectory(const CommandLine& line, const std::vector<scene::Animation>& animations,
                          const std::function<void()>& look) {
-  if (!line.trajectory.isEmpty()) return selectPoints(line, look);
+  if (!line.trajectory.isEmpty()) {
+    const util::YPointer<scene::SceneElement> root = scene::_GlobalScene()->getRootNode();
+    if (!root || !namesJoints(line.trajectory, *root)) return selectPoints(line, look);
+    QString error;
+    auto joints = readJointFile(line.trajectory, *root, error);
+    return joints ? selectMatrices(std::move(joints), line.steps, look) : error;
+  }
   constexpr int TurnSeconds = 10;
   const int rate = playingRate();
   std::unique_ptr<AdvancedTrajectoryInfo> info;

@@ -553,6 +553,33 @@
         <source>%1 surfaces could not be approximated, and are left out</source>
         <translation>%1 Flächen konnten nicht angenähert werden und fehlen</translation>
     </message>
+    <message>
+        <source>its part &apos;%1&apos; is missing</source>
+        <translation>ihr Teil &apos;%1&apos; fehlt</translation>
+    </message>
+</context>
+<context>
+    <name>JointFile</name>
+    <message>
+        <source>&apos;%1&apos; is not a number</source>
+        <translation type="unfinished">„%1“ ist keine Zahl</translation>
+    </message>
+    <message>
+        <source>cannot read &apos;%1&apos;: %2</source>
+        <translation type="unfinished">„%1“ lässt sich nicht lesen: %2</translation>
+    </message>
+    <message>
+        <source>%1 values stand where %2 are expected</source>
+        <translation>%1 Werte stehen, wo %2 erwartet werden</translation>
+    </message>
+    <message>
+        <source>line %1: %2</source>
+        <translation type="unfinished">Zeile %1: %2</translation>
+    </message>
+    <message>
+        <source>it moves no joint</source>
+        <translation>sie bewegt kein Gelenk</translation>
+    </message>
 </context>
 <context>
     <name>LogModel</name>

@@ -171,6 +171,26 @@ struct Variant {
   std::vector<Use> uses;
 };
 
+/// How a part of a machine moves: by its value, around an axis of its node (radians), or along it (metres), before the
+/// node's own transform.
+struct Joint {
+  std::string name;
+  std::int32_t node = None;
+  bool turns = true;                    ///< false: slides
+  std::array<double, 3> axis{1, 0, 0};  ///< of length 1
+  double lower = 0, upper = 0;          ///< limits of the value, where they differ
+  std::string follows;                  ///< another joint, whose value * multiplier + offset is this one's; or empty
+  double multiplier = 1, offset = 0;
+};
+
+/// Another model file, whose content is to stand in a node. The program reads it as it would any other, but not the
+/// files that it names in turn.
+struct Reference {
+  std::int32_t node = None;
+  std::string file;              ///< an absolute path
+  std::int32_t material = None;  ///< of what has none in the file
+};
+
 /// All of a file. z is up in the scene: `upright` turns what stands otherwise in the file.
 struct Model {
   std::array<double, 16> upright{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};  ///< by columns
@@ -183,6 +203,8 @@ struct Model {
   std::vector<Animation> animations;
   std::vector<Camera> cameras;
   std::vector<Variant> variants;
+  std::vector<Joint> joints;
+  std::vector<Reference> references;
 };
 
 }  // namespace nubo::reader

@@ -102,8 +102,17 @@ void describe(A& a, Variant& x) {
   a(x.name, x.uses);
 }
 template <class A>
+void describe(A& a, Joint& x) {
+  a(x.name, x.node, x.turns, x.axis, x.lower, x.upper, x.follows, x.multiplier, x.offset);
+}
+template <class A>
+void describe(A& a, Reference& x) {
+  a(x.node, x.file, x.material);
+}
+template <class A>
 void describe(A& a, Model& x) {
-  a(x.upright, x.images, x.textures, x.materials, x.meshes, x.skins, x.nodes, x.animations, x.cameras, x.variants);
+  a(x.upright, x.images, x.textures, x.materials, x.meshes, x.skins, x.nodes, x.animations, x.cameras, x.variants,
+    x.joints, x.references);
 }
 
 /// Where an array lies.

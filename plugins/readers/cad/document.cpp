@@ -58,8 +58,14 @@ void readIges(const std::string& file, Handle(TDocStd_Document) & document, Outp
 void readShape(const std::string& file, const Handle(TDocStd_Document) & document, Output& output) {
   FileBytes bytes(file, output);
   std::istream stream(&bytes);
+  // What goes on at the end of a file would go on for ever.
+  stream.exceptions(std::ios::failbit | std::ios::badbit);
   TopoDS_Shape shape;
-  BRepTools::Read(shape, stream, BRep_Builder());
+  try {
+    BRepTools::Read(shape, stream, BRep_Builder());
+  } catch (const std::ios_base::failure&) {
+    require(false);
+  }
   require(!shape.IsNull());
   XCAFDoc_DocumentTool::ShapeTool(document->Main())->AddShape(shape, false);
 }

@@ -41,9 +41,9 @@ void appendBorder(Polylines& lines, const TopoDS_Edge& edge, const TopoDS_Face& 
 
 Edges::Edges(const TopoDS_Shape& shape) { TopExp::MapShapesAndAncestors(shape, TopAbs_EDGE, TopAbs_FACE, m_Faces); }
 
-bool Edges::isDrawn(const TopoDS_Shape& shape, const TopoDS_Face& face) const {
+bool Edges::isDrawn(const TopoDS_Shape& shape) const {
   const TopoDS_Edge& edge = TopoDS::Edge(shape);
-  if (BRep_Tool::Degenerated(edge) || BRep_Tool::IsClosed(edge, face)) return false;
+  if (BRep_Tool::Degenerated(edge)) return false;
   const TopTools_ListOfShape& faces = m_Faces.FindFromKey(edge);
   if (faces.Extent() != 2) return true;
   const TopoDS_Face &one = TopoDS::Face(faces.First()), &other = TopoDS::Face(faces.Last());
@@ -54,7 +54,7 @@ Polylines Edges::ofFaces(const std::vector<TopoDS_Face>& faces) {
   Polylines lines;
   for (const TopoDS_Face& face : faces)
     for (TopExp_Explorer edge(face, TopAbs_EDGE); edge.More(); edge.Next())
-      if (m_Done.Add(edge.Current()) && isDrawn(edge.Current(), face))
+      if (m_Done.Add(edge.Current()) && isDrawn(edge.Current()))
         appendBorder(lines, TopoDS::Edge(edge.Current()), face);
   return lines;
 }

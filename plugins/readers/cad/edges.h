@@ -27,7 +27,7 @@ class Edges {
   Polylines ofNoFace(double angle, double deflection) const;
 
  private:
-  bool isDrawn(const TopoDS_Shape& edge, const TopoDS_Face& face) const;
+  bool isDrawn(const TopoDS_Shape& edge) const;
 
   TopTools_IndexedDataMapOfShapeListOfShape m_Faces;  ///< per edge
   TopTools_MapOfShape m_Done;
