@@ -13,6 +13,7 @@ namespace nubo::io {
     QT_TRANSLATE_NOOP("ImportError", "the library that reads it cannot be loaded: %1"),
     QT_TRANSLATE_NOOP("ImportError", "the library that reads it is for another version of nubo"),
     QT_TRANSLATE_NOOP("ImportError", "the texture '%1' is missing"),
+    QT_TRANSLATE_NOOP("ImportError", "a bone is missing, so that '%1' keeps its form"),
     QT_TRANSLATE_NOOP("ImportError", "the bone '%1' is missing, so that '%2' keeps its form"),
     QT_TRANSLATE_NOOP("ImportError", "the texture '%1' cannot be read: %2"),
     QT_TRANSLATE_NOOP("ImportError", "the embedded texture '%1' cannot be read: %2"),

@@ -338,6 +338,10 @@
 <context>
     <name>ImportError</name>
     <message>
+        <source>a bone is missing, so that &apos;%1&apos; keeps its form</source>
+        <translation>ein Knochen fehlt, sodass „%1“ seine Form behält</translation>
+    </message>
+    <message>
         <source>the bone &apos;%1&apos; is missing, so that &apos;%2&apos; keeps its form</source>
         <translation>der Knochen „%1“ fehlt, sodass „%2“ seine Form behält</translation>
     </message>

@@ -178,6 +178,29 @@ TEST_F(WindowTest, PlaysTrajectoriesByKeysAndSwitchesBetweenThem) {
   EXPECT_TRUE(waitUntil([&] { return trajectory() && slider->maximum() == last && play->isEnabled(); }));
 }
 
+TEST_F(WindowTest, OffersTheAnimationsAndCamerasOfAModel) {
+  window->openFiles({NUBO_TEST_DATA "/gltf/deformed.gltf"});
+  auto* modes = window->findChild<QComboBox*>("trajectoryModes");
+  const auto elbowAt = [](std::uint64_t step) {
+    const auto trajectory = trajectory::TrajectoryHandler::getInstance()->getAdvancedTrajectoryInfo();
+    return (*trajectory->getMatrixMapList())[step].at(scene::_GlobalScene()->getRootNode()->find("elbow"));
+  };
+  ASSERT_TRUE(waitUntil([&] { return modes->count() == 7; }));
+  ASSERT_EQ(modes->currentText(), "Animation");
+  EXPECT_EQ(elbowAt(6), elbowAt(0)) << "the first goes by steps";
+  modes->setFocus();
+  while (modes->currentText() != "Animation “LINEAR”") {
+    const int before = modes->currentIndex();
+    QTest::keyClick(modes, Qt::Key_Down);
+    ASSERT_NE(modes->currentIndex(), before);
+  }
+  EXPECT_NE(elbowAt(6), elbowAt(0));
+
+  for (QAction* view : window->findChild<QMenu*>("savedViews")->actions())
+    if (view->text().remove('&') == "Camera “side”") view->trigger();
+  EXPECT_NEAR(panels().activePanel()->getCamera().lens, std::tan(M_PI / 8) / std::tan(0.3), 1e-6);
+}
+
 TEST_F(WindowTest, OpensSeveralFilesAsOneSceneAndForgetsMissingOnes) {
   writeFile("second.obj", CubeFile);
   drop({QUrl::fromLocalFile(host.file("cube.obj")), QUrl::fromLocalFile(writeFile("wrong.stl", "no model")),

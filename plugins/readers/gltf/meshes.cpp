@@ -177,10 +177,15 @@ void Meshes::convertInfluences(const Attributes& attributes, Mesh& mesh) {
 void Meshes::convertShapes(const tinygltf::Mesh& owner, const tinygltf::Primitive& source, Mesh& mesh) {
   for (std::size_t i = 0; i < source.targets.size(); ++i) {
     Shape shape;
-    const auto position = source.targets[i].find("POSITION"), normal = source.targets[i].find("NORMAL");
-    shape.positions = position == source.targets[i].end() ? m_Output.array<float>(mesh.positions.size())
-                                                          : m_Accessors.floats(position->second, 3);
-    if (normal != source.targets[i].end()) shape.normals = m_Accessors.floats(normal->second, 3);
+    const auto differences = [&](const char* attribute) {
+      const auto found = source.targets[i].find(attribute);
+      return found == source.targets[i].end() ? Array<float>() : m_Accessors.floats(found->second, 3);
+    };
+    shape.positions = differences("POSITION");
+    shape.normals = differences("NORMAL");
+    // The numbers of the others must stay as they are.
+    if (shape.positions.size() != mesh.positions.size()) shape.positions = m_Output.array<float>(mesh.positions.size());
+    if (shape.normals.size() != mesh.positions.size()) shape.normals = {};
     mesh.shapes.push_back(shape);
     mesh.shapeWeights.push_back(i < owner.weights.size() ? float(owner.weights[i]) : 0);
   }

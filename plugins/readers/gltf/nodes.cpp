@@ -151,8 +151,28 @@ void Nodes::convertSkins() {
       bone.toBone = valueAt<16>(matrices, i, bone.toBone);
       skin.bones.push_back(bone);
     }
-    m_Output.model.skins.push_back(std::move(skin));
+    // Its bones may stand in a scene that is not shown.
+    const bool isWhole =
+        std::none_of(skin.bones.begin(), skin.bones.end(), [](const Bone& b) { return b.node == None; });
+    m_Output.model.skins.push_back(isWhole ? std::move(skin) : Skin());
   }
+  dropUnfitSkins();
+}
+
+/// Of which a mesh wants more bones than there are.
+void Nodes::dropUnfitSkins() {
+  std::vector<std::size_t> wanted;  // bones, per mesh
+  for (const Mesh& mesh : m_Output.model.meshes) {
+    const auto most = std::max_element(mesh.bones.begin(), mesh.bones.end());
+    wanted.push_back(most == mesh.bones.end() ? 0 : std::size_t(*most) + 1);
+  }
+  for (Node& node : m_Output.model.nodes)
+    for (Instance& instance : node.instances) {
+      if (instance.skin == None) continue;
+      if (wanted[std::size_t(instance.mesh)] <= m_Output.model.skins[std::size_t(instance.skin)].bones.size()) continue;
+      m_Output.warning(text("a bone is missing, so that '%1' keeps its form", {node.name}));
+      instance.skin = None;
+    }
 }
 
 void Nodes::convertCameras() {

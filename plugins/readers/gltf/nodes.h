@@ -19,6 +19,7 @@ class Nodes {
   void convertNode(int number, std::int32_t parent);
   void addInstances(const tinygltf::Node& source, Node& node, std::vector<Node>& copies);
   void convertSkins();
+  void dropUnfitSkins();
   void convertCameras();
   void convertAnimations();
 
