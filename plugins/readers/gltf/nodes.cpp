@@ -208,7 +208,7 @@ void Nodes::convertAnimations() {
       track.times = m_Accessors.floats(sampler.input, 1);
       const int each = track.path == Path::Rotation ? 4 : track.path == Path::Weights ? 1 : 3;
       track.values = m_Accessors.floats(sampler.output, each);
-      animation.tracks.push_back(std::move(track));
+      animation.tracks.push_back(track);
     }
     m_Output.model.animations.push_back(std::move(animation));
   }
