@@ -38,6 +38,13 @@ float widthOf(const Geometry& geometry, const ViewQuery& query) {
   return float(std::min(std::max(geometry.width * query.widthScale, least), widest));
 }
 
+double widest(GLenum smooth, GLenum plain) {
+  GLfloat ranges[2][2]{};
+  glGetFloatv(smooth, ranges[0]);
+  glGetFloatv(plain, ranges[1]);
+  return double(std::max(1.0f, std::min(ranges[0][1], ranges[1][1])));
+}
+
 enum class Side { Outside, Across, Inside };
 
 // Decides about boxes and clusters in the space of one geometry.
@@ -143,6 +150,16 @@ bool facesAway(const Cluster& cluster, const math::Vector3& eye) {
 }
 
 }  // namespace
+
+// A tile shows a part of the frustum as large as the whole picture does, so that its scale is the picture's.
+void ViewQuery::scaleWidths(int viewHeight, double lens) {
+  if (viewHeight > 0) {
+    const double halfOpening = std::acos(-1.0) / 8;
+    widthScale = height * std::abs(projection(1, 1)) / lens * std::tan(halfOpening) / viewHeight;
+  }
+  widestPoint = widest(GL_SMOOTH_POINT_SIZE_RANGE, GL_ALIASED_POINT_SIZE_RANGE);
+  widestLine = widest(GL_SMOOTH_LINE_WIDTH_RANGE, GL_ALIASED_LINE_WIDTH_RANGE);
+}
 
 int marginFor(float width) { return int(std::ceil(std::max(width, 1.0f) / 2)) + 1; }
 

@@ -18,6 +18,10 @@ struct ViewQuery {
   bool edges = false;                      ///< faces get lines where their surface has an edge
   double widthScale = 1;                   ///< of what has a width in pixels
   double widestPoint = 1, widestLine = 1;  ///< that can be drawn
+
+  /// Sets the last three for widths in pixels of a view of that height, seen without the lens; 0: in pixels of this
+  /// one. Needs a context.
+  void scaleWidths(int viewHeight, double lens);
 };
 
 /// One geometry with the index ranges of it that are to be drawn.

@@ -63,6 +63,20 @@ void setUpMaterial(const Geometry& geometry) {
   glColor4f(material.diffuse[0], material.diffuse[1], material.diffuse[2], isOpaque ? 1.0f : material.diffuse[3]);
 }
 
+// What is there only in parts leaves out the others.
+void setUpBare(const Geometry& geometry) {
+  const Material& material = materialOf(geometry);
+  glDisable(GL_LIGHTING);
+  glDisable(GL_COLOR_MATERIAL);
+  glDisableClientState(GL_COLOR_ARRAY);
+  const bool isMask = material.alphaMode == AlphaMode::Mask;
+  if (isMask) setUpTexture(geometry, material);
+  isMask ? glEnable(GL_ALPHA_TEST) : glDisable(GL_ALPHA_TEST);
+  glAlphaFunc(GL_GEQUAL, material.alphaCutoff);
+  const bool isTextured = isMask && material.texture && !geometry.texCoords.empty();
+  glColor4f(geometry.kind == KindPoints, isTextured, 0, isMask ? material.diffuse[3] : 1);
+}
+
 // Colours are premultiplied where they are kept, so that alpha is the share that is covered.
 void blend() {
   glEnable(GL_BLEND);
@@ -73,14 +87,16 @@ void blend() {
 
 }  // namespace
 
-Painter::Painter(const DrawList& list, SurfaceShader* shader) : m_List(list), mp_Shader(shader) {
+Painter::Painter(const DrawList& list, SurfaceShader* shader, bool bare)
+    : m_List(list), mp_Shader(shader), m_Bare(bare) {
   for (const Batch& batch : list.opaque()) m_Steps.push_back({&batch, false, GL_NONE});
   // With a shader, what is there only in parts is opaque where it is.
-  const auto isMask = [shader](const Batch& batch) {
-    return shader && materialOf(*batch.geometry).alphaMode == AlphaMode::Mask;
+  const auto isMask = [shader, bare](const Batch& batch) {
+    return (shader || bare) && materialOf(*batch.geometry).alphaMode == AlphaMode::Mask;
   };
   for (const Batch& batch : list.transparent())
     if (isMask(batch)) m_Steps.push_back({&batch, false, GL_NONE});
+  if (bare) return;
   for (const Batch& batch : list.transparent()) {
     if (isMask(batch)) continue;
     // The far side of a body is drawn before its near side.
@@ -118,7 +134,7 @@ void Painter::drawSamples(Kinds* known) {
 GLenum Painter::hiddenBy(const Step& step) const {
   if (step.hidden != GL_NONE) return step.hidden;
   const Geometry& geometry = *step.batch->geometry;
-  const bool isOneSided = mp_Shader && geometry.kind == KindFaces && !materialOf(geometry).doubleSided;
+  const bool isOneSided = (mp_Shader || m_Bare) && geometry.kind == KindFaces && !materialOf(geometry).doubleSided;
   return step.batch->cullBack || isOneSided ? GL_BACK : GL_NONE;
 }
 
@@ -144,7 +160,10 @@ void Painter::setUp(const Step& step) {
   if (batch.geometry == mp_Current) return;
   mp_Current = batch.geometry;
   batch.buffer->bind(*batch.geometry);
-  mp_Shader ? mp_Shader->use(*batch.geometry) : setUpMaterial(*batch.geometry);
+  if (m_Bare)
+    setUpBare(*batch.geometry);
+  else
+    mp_Shader ? mp_Shader->use(*batch.geometry) : setUpMaterial(*batch.geometry);
   glPointSize(batch.width);
   glLineWidth(batch.width);
 }

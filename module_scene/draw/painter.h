@@ -16,8 +16,13 @@ namespace nubo::scene {
 /// list stays as it is meanwhile.
 class Painter {
  public:
+  enum Purpose { ForDepth };
+
   /// Without a shader, which may be null, light and materials are fixed-function. It lives as long as the painter.
-  Painter(const DrawList& list, SurfaceShader* shader);
+  Painter(const DrawList& list, SurfaceShader* shader) : Painter(list, shader, false) {}
+  /// Draws what is opaque, with the current program. Its colour has 1 for points in red, 1 for faces that have holes by
+  /// the texture in green, and what multiplies that texture's alpha, below which an alpha test leaves out the others.
+  Painter(const DrawList& list, Purpose) : Painter(list, nullptr, true) {}
 
   /// Kinds of drawing for which a driver must make itself ready: what is drawn, with what, and what is left out of it.
   using Kinds = std::set<std::tuple<Kind, unsigned, GLenum>>;
@@ -35,6 +40,7 @@ class Painter {
     GLenum hidden;
   };
 
+  Painter(const DrawList& list, SurfaceShader* shader, bool bare);
   GLenum hiddenBy(const Step& step) const;
   unsigned variantFor(const Geometry& geometry) const;
   void setUp(const Step& step);
@@ -42,6 +48,7 @@ class Painter {
 
   const DrawList& m_List;
   SurfaceShader* const mp_Shader;
+  const bool m_Bare;  // without light and colours
   std::vector<Step> m_Steps;
   std::size_t m_Step = 0, m_Range = 0;  // the next
   const Geometry* mp_Current = nullptr;

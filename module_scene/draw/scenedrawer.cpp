@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 
+#include "module_scene/draw/contactmap.h"
 #include "module_scene/draw/drawingstate.h"
 #include "module_scene/draw/drawingturn.h"
 #include "module_scene/draw/drawlist.h"
@@ -15,27 +16,6 @@
 #include "module_scene/draw/viewpoint.h"
 
 namespace nubo::scene {
-
-namespace {
-
-double widest(GLenum smooth, GLenum plain) {
-  GLfloat ranges[2][2]{};
-  glGetFloatv(smooth, ranges[0]);
-  glGetFloatv(plain, ranges[1]);
-  return double(std::max(1.0f, std::min(ranges[0][1], ranges[1][1])));
-}
-
-// A tile shows a part of the frustum as large as the whole picture does, so that its scale is the picture's.
-void scaleWidths(ViewQuery& query, double lens, int viewHeight) {
-  if (viewHeight > 0) {
-    const double halfOpening = std::acos(-1.0) / 8;
-    query.widthScale = query.height * std::abs(query.projection(1, 1)) / lens * std::tan(halfOpening) / viewHeight;
-  }
-  query.widestPoint = widest(GL_SMOOTH_POINT_SIZE_RANGE, GL_ALIASED_POINT_SIZE_RANGE);
-  query.widestLine = widest(GL_SMOOTH_LINE_WIDTH_RANGE, GL_ALIASED_LINE_WIDTH_RANGE);
-}
-
-}  // namespace
 
 const double SceneDrawer::ZNEAR = 0.05;
 const double SceneDrawer::ZFAR = 100.0;
@@ -47,9 +27,11 @@ struct SceneDrawer::Private {
   int viewHeight = 0;
   Look look = Look::Studio;
   bool drawsEdges = false;
+  bool drawsContact = false;
   util::YPointer<Environment> environment;
   DrawList list;
   SurfaceShader shader;
+  ContactMap contact;
   SmoothBuffer buffer;
   double indicesPerMs = 1000;  // that a part has drawn
 
@@ -60,16 +42,19 @@ struct SceneDrawer::Private {
   std::optional<Painter> painter;
   Viewpoint viewpoint;
   bool shaded = false;
+  bool inContact = false;  // the map of contact is looked up
   bool direct = false;
   int finishedRows = 0;
   SmoothBuffer::Edges edges = SmoothBuffer::Edges::Blend;
 
   void begin(const StateGuard& state, double detail, int layers, int kinds, const math::Matrix4& transform,
              std::initializer_list<const SceneElement*> elements);
+  void beginContact(const StateGuard& state, int kinds, std::initializer_list<const SceneElement*> elements);
   void bindTarget(const StateGuard& state);
   void prepare(const StateGuard& state);
   void finish(const StateGuard& state, int rows);
   void drawAll(const StateGuard& state);
+  bool drawContact(double milliseconds);
   bool drawPart(const StateGuard& state, double milliseconds);
 };
 
@@ -78,12 +63,13 @@ void SceneDrawer::Private::begin(const StateGuard& state, double detail, int lay
   viewpoint = Viewpoint::of(state.projection(), state.modelView() * transform);
   ViewQuery query{viewpoint.projection, width, height, detail, layers, kinds};
   query.edges = drawsEdges || look == Look::Technical;
-  scaleWidths(query, viewpoint.lens, viewHeight);
+  query.scaleWidths(viewHeight, viewpoint.lens);
   list.clear();
   for (const SceneElement* element : elements)
     if (element) list.collect(*element, viewpoint.view, query);
   list.sortTransparent();
   shaded = look != Look::Plain && !list.isEmpty() && shader.isAvailable();
+  beginContact(state, kinds, elements);
   painter.emplace(list, shaded ? &shader : nullptr);
   finishedRows = 0;
   if (list.isEmpty()) return;
@@ -96,10 +82,22 @@ void SceneDrawer::Private::begin(const StateGuard& state, double detail, int lay
   if (!direct) buffer.suspend();
 }
 
+void SceneDrawer::Private::beginContact(const StateGuard& state, int kinds,
+                                        std::initializer_list<const SceneElement*> elements) {
+  inContact = shaded && drawsContact && (look == Look::Studio || look == Look::Clay);
+  if (!inContact) return;
+  ContactMap::Subject subject{{}, scene->changeCount(), kinds, viewHeight};
+  std::copy(elements.begin(), elements.end(), subject.elements.begin());
+  inContact = contact.begin(viewpoint, subject);
+  QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
+}
+
 /// Sets up everything for drawing on: the state, the light and where to draw.
 void SceneDrawer::Private::bindTarget(const StateGuard& state) {
   setUpState();
   shaded ? shader.begin(viewpoint, look, environment) : setUpLight();
+  if (inContact)
+    shader.setContact(contact.texture(), contact.lookup(viewpoint, width, height, direct ? 0 : list.margin()));
   if (shaded || drawsEdges) setFacesBack();
   if (direct) {
     QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
@@ -115,6 +113,7 @@ void SceneDrawer::Private::bindTarget(const StateGuard& state) {
 /// are used first, and keeps nobody else from drawing.
 void SceneDrawer::Private::prepare(const StateGuard& state) {
   if (list.isEmpty()) return;
+  if (inContact) contact.prepare();
   bindTarget(state);
   if (!direct && !finishPrepared) {
     finish(state, 1);  // of the empty buffer, which leaves the caller's as it is
@@ -137,14 +136,24 @@ void SceneDrawer::Private::finish(const StateGuard& state, int rows) {
 
 void SceneDrawer::Private::drawAll(const StateGuard& state) {
   if (list.isEmpty()) return;
+  if (inContact) contact.draw(std::numeric_limits<std::size_t>::max());
   bindTarget(state);
   painter->draw(std::numeric_limits<std::size_t>::max());
   if (!direct) finish(state, height);
 }
 
+/// Draws on what all tiles look up, for about so long; whether it did.
+bool SceneDrawer::Private::drawContact(double milliseconds) {
+  if (!inContact || contact.isComplete()) return false;
+  contact.draw(std::size_t(std::max(1000.0, indicesPerMs * milliseconds)));
+  glFinish();
+  return true;
+}
+
 /// Draws on for about so long; whether there is more.
 bool SceneDrawer::Private::drawPart(const StateGuard& state, double milliseconds) {
   if (list.isEmpty()) return false;
+  if (drawContact(milliseconds)) return true;
   bindTarget(state);
   if (painter->isDone()) {
     constexpr double PixelsPerMs = 80000;  // of software OpenGL on two processors
@@ -171,6 +180,7 @@ SceneDrawer::SceneDrawer(const util::YPointer<Scene>& scene) : d(std::make_uniqu
   d->viewHeight = scene->getViewHeight();
   d->look = scene->getLook();
   d->drawsEdges = scene->hasEdges();
+  d->drawsContact = scene->hasContact();
 }
 
 SceneDrawer::~SceneDrawer() = default;
@@ -190,6 +200,8 @@ void SceneDrawer::setSamples(int samples) { d->samples = samples; }
 void SceneDrawer::setLook(Look look) { d->look = look; }
 
 void SceneDrawer::setEdges(bool drawn) { d->drawsEdges = drawn; }
+
+void SceneDrawer::setContact(bool drawn) { d->drawsContact = drawn; }
 
 void SceneDrawer::setEnvironment(const util::YPointer<Environment>& environment) { d->environment = environment; }
 

@@ -61,6 +61,9 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   /// Whether creases and borders of surfaces are drawn as lines, as they always are in a technical look; the scene's
   /// setting when the drawer was made.
   void setEdges(bool drawn);
+  /// Whether surfaces that stand close to each other take each other light, and points show by shades what stands
+  /// before what, in the studio and of clay; the scene's setting when the drawer was made.
+  void setContact(bool drawn);
   /// What lights surfaces in looks other than the plain one; null: the studio.
   void setEnvironment(const util::YPointer<Environment>& environment);
 

@@ -54,9 +54,6 @@ SharedName makeTexture(int width, int height) {
 
 }  // namespace
 
-SmoothBuffer::Framebuffer::Framebuffer() { functions()->glGenFramebuffers(1, &m_Name); }
-SmoothBuffer::Framebuffer::~Framebuffer() { functions()->glDeleteFramebuffers(1, &m_Name); }
-
 bool SmoothBuffer::begin(int width, int height, int margin, int samples) {
   m_Width = width;
   m_Height = height;

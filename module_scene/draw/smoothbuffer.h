@@ -5,6 +5,7 @@
 #include <array>
 #include <optional>
 
+#include "module_scene/draw/framebuffer.h"
 #include "module_scene/draw/sharedname.h"
 
 namespace nubo::scene {
@@ -37,19 +38,6 @@ class SmoothBuffer {
   void finish(GLuint framebuffer, const QColor& background, Edges edges, int first, int rows);
 
  private:
-  /// Framebuffers belong to one context, so one lives only while that is sure to be current.
-  class Framebuffer {
-   public:
-    Framebuffer();
-    ~Framebuffer();
-    Framebuffer(const Framebuffer&) = delete;
-    Framebuffer& operator=(const Framebuffer&) = delete;
-    GLuint name() const { return m_Name; }
-
-   private:
-    GLuint m_Name = 0;
-  };
-
   void reserve(int width, int height, int samples);
   [[nodiscard]] bool createProgram();
   bool attach();

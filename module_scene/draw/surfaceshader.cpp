@@ -23,16 +23,19 @@ enum Variant : unsigned {
   Mask = 64,
   Opaque = 128,
   OfClay = 256,
-  OfDrawing = 512
+  OfDrawing = 512,
+  Contact = 1024,
+  EyeDome = 2048
 };
 
-constexpr const char* Defines[] = {"BASE_MAP", "ROUGHNESS_MAP", "NORMAL_MAP", "OCCLUSION_MAP", "EMISSIVE_MAP",
-                                   "LIT",      "MASK",          "OPAQUE",     "OF_CLAY",       "OF_DRAWING"};
+constexpr const char* Defines[] = {"BASE_MAP",     "ROUGHNESS_MAP", "NORMAL_MAP", "OCCLUSION_MAP",
+                                   "EMISSIVE_MAP", "LIT",           "MASK",       "OPAQUE",
+                                   "OF_CLAY",      "OF_DRAWING",    "CONTACT",    "EYE_DOME"};
 
 // Texture units, the first five also bits of the variant.
-constexpr const char* Samplers[] = {"baseMap",      "roughnessMap", "normalMap",
-                                    "occlusionMap", "emissiveMap",  "reflections"};
-constexpr int MapCount = 5, ReflectionUnit = 5, UnitCount = 6;
+constexpr const char* Samplers[] = {"baseMap",     "roughnessMap", "normalMap", "occlusionMap",
+                                    "emissiveMap", "reflections",  "contactMap"};
+constexpr int MapCount = 5, ReflectionUnit = 5, ContactUnit = 6, UnitCount = 7;
 
 enum Uniform : std::size_t {
   AlphaCutoff,
@@ -48,12 +51,16 @@ enum Uniform : std::size_t {
   Texels,
   ToEnvironment,
   KeyDirection,
-  KeyLight
+  KeyLight,
+  ContactPlace,
+  ContactTexels,
+  ContactTolerance
 };
 
-constexpr const char* Uniforms[] = {"alphaCutoff", "places",        "offsets",      "surface",    "emission",
-                                    "relief",      "occlusion",     "eye",          "irradiance", "brightest",
-                                    "texels",      "toEnvironment", "keyDirection", "keyLight"};
+constexpr const char* Uniforms[] = {"alphaCutoff",   "places",          "offsets",      "surface",    "emission",
+                                    "relief",        "occlusion",       "eye",          "irradiance", "brightest",
+                                    "texels",        "toEnvironment",   "keyDirection", "keyLight",   "contactPlace",
+                                    "contactTexels", "contactTolerance"};
 
 std::array<const TextureUse*, MapCount> mapsOf(const PhysicalMaterial& material) {
   return {&material.baseColorTexture, &material.metallicRoughnessTexture, &material.normalTexture,
@@ -137,6 +144,21 @@ void SurfaceShader::begin(const Viewpoint& viewpoint, Look look, const util::YPo
   gl->glActiveTexture(GL_TEXTURE0 + ReflectionUnit);
   gl->glBindTexture(GL_TEXTURE_3D, BufferCache::buffer(environment ? *environment : studio())->name());
   gl->glActiveTexture(GL_TEXTURE0);
+  m_Contact.reset();
+}
+
+void SurfaceShader::setContact(GLuint map, const ContactLookup& lookup) {
+  m_Contact = lookup;
+  QOpenGLExtraFunctions* gl = extraFunctions();
+  gl->glActiveTexture(GL_TEXTURE0 + ContactUnit);
+  gl->glBindTexture(GL_TEXTURE_2D, map);
+  gl->glActiveTexture(GL_TEXTURE0);
+}
+
+unsigned SurfaceShader::contactFor(const Geometry& geometry, unsigned variant) const {
+  if (!m_Contact || (geometry.transparent && !(variant & Mask))) return 0;
+  if (geometry.kind == KindPoints) return EyeDome;
+  return variant & Lit ? unsigned(Contact) : 0u;
 }
 
 unsigned SurfaceShader::variantFor(const Geometry& geometry) const {
@@ -150,14 +172,15 @@ unsigned SurfaceShader::variantFor(const Geometry& geometry) const {
   }
   if (material.alphaMode == AlphaMode::Mask) result |= Mask;
   if (!geometry.transparent && !(result & Mask)) result |= Opaque;
+  result |= contactFor(geometry, result);
   const bool isDrawing = m_Look == Look::Technical;
   if (!(result & Lit)) {
     // What is printed on a face stays; points and lines are ink.
     const bool isInk = isDrawing && geometry.kind != KindFaces;
-    return (result & (BaseMap | Mask | Opaque)) | (isInk ? OfDrawing : 0u);
+    return (result & (BaseMap | Mask | Opaque | EyeDome)) | (isInk ? OfDrawing : 0u);
   }
   if (m_Look == Look::Studio) return result;
-  return (result & (BaseMap | Lit | Mask | Opaque)) | OfClay | (isDrawing ? OfDrawing : 0u);
+  return (result & (BaseMap | Lit | Mask | Opaque | Contact | EyeDome)) | OfClay | (isDrawing ? OfDrawing : 0u);
 }
 
 void SurfaceShader::use(const Geometry& geometry) {
@@ -166,7 +189,10 @@ void SurfaceShader::use(const Geometry& geometry) {
   QOpenGLExtraFunctions* gl = extraFunctions();
   gl->glUseProgram(current.name.name());
   if (m_Failed) return;  // the next drawing does without
-  if (std::exchange(current.drawing, m_Drawing) != m_Drawing && (variant & Lit)) setLight(current);
+  if (std::exchange(current.drawing, m_Drawing) != m_Drawing) {
+    if (variant & Lit) setLight(current);
+    if (m_Contact) setLookup(current);
+  }
 
   const Material& material = materialOf(geometry);
   const PhysicalMaterial physical = material.toPhysical();
@@ -228,6 +254,13 @@ SurfaceShader::Program& SurfaceShader::program(unsigned variant) {
     gl->glUniform1i(gl->glGetUniformLocation(result.name.name(), Samplers[unit]), unit);
   gl->glUseProgram(0);
   return result;
+}
+
+void SurfaceShader::setLookup(const Program& program) const {
+  QOpenGLExtraFunctions* gl = extraFunctions();
+  gl->glUniform4fv(program.locations[ContactPlace], 1, m_Contact->place.data());
+  gl->glUniform2fv(program.locations[ContactTexels], 1, m_Contact->texels.data());
+  gl->glUniform1f(program.locations[ContactTolerance], m_Contact->tolerance);
 }
 
 void SurfaceShader::setLight(const Program& program) const {

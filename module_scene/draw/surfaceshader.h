@@ -3,8 +3,10 @@
 
 #include <array>
 #include <map>
+#include <optional>
 
 #include "module_scene/draw/buffercache.h"
+#include "module_scene/draw/contactlookup.h"
 #include "module_scene/draw/environment.h"
 #include "module_scene/draw/viewpoint.h"
 #include "module_scene/graph/look.h"
@@ -22,13 +24,15 @@ class SurfaceShader {
   /// To be called whenever drawing begins or goes on, before the first use(). In the scene z points up.
   /// Without an environment there is the studio with its key light.
   void begin(const Viewpoint& viewpoint, Look look, const util::YPointer<Environment>& environment);
+  /// After begin(): light between surfaces is looked up in this map.
+  void setContact(GLuint map, const ContactLookup& lookup);
   /// Which of the programs draws a geometry.
   unsigned variantFor(const Geometry& geometry) const;
   /// Sets up program and material for a geometry whose arrays are bound.
   void use(const Geometry& geometry);
 
  private:
-  static constexpr std::size_t UniformCount = 16;
+  static constexpr std::size_t UniformCount = 20;
   struct Program {
     SharedName name;
     std::array<GLint, UniformCount> locations{};
@@ -36,7 +40,9 @@ class SurfaceShader {
   };
 
   Program& program(unsigned variant);
+  unsigned contactFor(const Geometry& geometry, unsigned variant) const;
   void setLight(const Program& program) const;
+  void setLookup(const Program& program) const;
   static void setTextures(const Program& program, const PhysicalMaterial& material, unsigned variant);
 
   std::map<unsigned, Program> m_Programs;
@@ -46,6 +52,7 @@ class SurfaceShader {
   bool m_Failed = false;          // OpenGL refused one of the programs
   math::Matrix4 m_ToEnvironment;  // from eye space
   bool m_Parallel = false;        // the eye is infinitely far away
+  std::optional<ContactLookup> m_Contact;
 };
 
 }  // namespace nubo::scene

@@ -42,6 +42,41 @@ vec2 place(int map) {
   return vec2(dot(places[2 * map], coordinates), dot(places[2 * map + 1], coordinates)) + offsets[map];
 }
 
+#if defined(CONTACT) || defined(EYE_DOME)
+uniform sampler2D contactMap;
+uniform vec4 contactPlace;    // from pixels to texels
+uniform vec2 contactTexels;
+uniform float contactTolerance;
+
+// The mean of the four texels around, of those only whose depth is the surface's: a plane's is linear in the window, so
+// that it is known for each of them. The driver has moved faces back by the change from one pixel to the next.
+float contact() {
+  vec2 at = gl_FragCoord.xy * contactPlace.xy + contactPlace.zw;
+  vec2 first = floor(at), share = at - first;
+  vec2 change = vec2(dFdx(gl_FragCoord.z), dFdy(gl_FragCoord.z));
+#ifdef EYE_DOME
+  change = vec2(0.0);
+#endif
+  vec2 slope = change / contactPlace.xy;
+  float depth = gl_FragCoord.z - max(abs(change.x), abs(change.y)) - dot(slope, share);
+  vec4 expected = depth + vec4(0.0, slope.x, slope.y, slope.x + slope.y);
+  vec2 corner = (first + 0.5) * contactTexels;
+  vec4 texels[4];
+  texels[0] = texture2D(contactMap, corner);
+  texels[1] = texture2D(contactMap, corner + vec2(contactTexels.x, 0.0));
+  texels[2] = texture2D(contactMap, corner + vec2(0.0, contactTexels.y));
+  texels[3] = texture2D(contactMap, corner + contactTexels);
+  const vec3 Bytes = 255.0 / vec3(256.0, 65536.0, 16777216.0);
+  vec4 depths = vec4(dot(texels[0].rgb, Bytes), dot(texels[1].rgb, Bytes), dot(texels[2].rgb, Bytes),
+                     dot(texels[3].rgb, Bytes));
+  vec4 weights = max(1.0 - abs(depths - expected) / (contactTolerance * gl_FragCoord.w + 5e-7), 0.0);
+  vec2 other = 1.0 - share;
+  // Where none is, all must do.
+  weights = (weights + 0.003) * vec4(other.x * other.y, share.x * other.y, other.x * share.y, share.x * share.y);
+  return dot(weights, vec4(texels[0].a, texels[1].a, texels[2].a, texels[3].a)) / dot(weights, vec4(1.0));
+}
+#endif
+
 #ifdef LIT
 varying vec3 position;
 varying vec3 normal;
@@ -131,6 +166,10 @@ void main() {
   metallic *= factors.b;
   roughness *= factors.g;
 #endif
+#ifdef OF_CLAY
+  metallic = 0.0;
+  roughness = 1.0;
+#endif
   vec3 f0 = mix(vec3(0.04), base.rgb, metallic);
   vec3 matte = base.rgb * (1.0 - metallic);
 
@@ -152,6 +191,11 @@ void main() {
 #endif
 
   float nl = max(dot(n, keyDirection), 0.0);
+#ifdef CONTACT
+  float arriving = contact();
+  light *= arriving;
+  nl *= 0.5 + 0.5 * arriving;  // it comes from a direction, from which less is hidden
+#endif
   vec3 h = normalize(view + keyDirection);
   float nh = clamp(dot(n, h), 0.0, 1.0);
   float a = max(roughness * roughness, 0.004);
@@ -171,6 +215,9 @@ void main() {
 #endif
 #if defined(OF_DRAWING) && !defined(LIT)
   base.rgb = vec3(0.0);
+#endif
+#ifdef EYE_DOME
+  base.rgb *= contact();
 #endif
   gl_FragColor = base;
 }

@@ -46,6 +46,10 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   bool hasEdges() const { return m_Edges; }
   void setEdges(bool drawn) { m_Edges = drawn; }
 
+  /// Whether surfaces that stand close to each other take each other light, in the looks that have such.
+  bool hasContact() const { return m_Contact; }
+  void setContact(bool drawn) { m_Contact = drawn; }
+
   /// Keeps everything still until the matching unlock() on the same thread; waits for a change in
   /// progress to end.
   void lock() { lock(LockAll); }
@@ -63,6 +67,7 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   std::atomic<int> m_ViewHeight{0};
   std::atomic<Look> m_Look{Look::Studio};
   std::atomic<bool> m_Edges{false};
+  std::atomic<bool> m_Contact{true};
   struct Private;
   std::unique_ptr<Private> d;
 };

@@ -96,6 +96,7 @@ void ScenePanel::drawScene(int samples, int smaller) {
   const scene::SceneLocker locker(scene, scene::LockAll);
   if (!m_Drawer) m_Drawer = std::make_unique<scene::SceneDrawer>(scene);
   beginFrame(*m_Drawer, samples, smaller);
+  if (m_Detail > 0) m_Drawer->setContact(false);  // it takes time, and is hardly missed in what moves
   m_Drawer->glDraw(scene->getRootNode(), nullptr, getScaledTransformMatrix(), m_Detail, AllLayers, AllKinds);
   endFrame();
 }
@@ -116,6 +117,7 @@ void ScenePanel::beginFrame(scene::SceneDrawer& drawer, int samples, int smaller
   drawer.setSamples(samples);
   drawer.setLook(scene::_GlobalScene()->getLook());
   drawer.setEdges(scene::_GlobalScene()->hasEdges());
+  drawer.setContact(scene::_GlobalScene()->hasContact());
   drawer.setViewHeight(height());
   const QSize area = pixels(smaller);
   const QColor background = drawer.getBackgroundColor();

@@ -30,6 +30,7 @@ struct CommandLine {
   QColor background;  ///< invalid: as the scene has it
   std::optional<scene::Look> look;
   bool edges = false;
+  std::optional<bool> contact;
   std::optional<int> samples;
   std::optional<int> turntable;
   QString animation;  ///< of the scene's; empty: those that go together

@@ -12,6 +12,7 @@ namespace nubo::app {
 namespace {
 
 const QString Orthographic = QStringLiteral("orthographic");
+const QStringList OnOff{QStringLiteral("on"), QStringLiteral("off")};
 const QStringList Projections{QStringLiteral("perspective"), Orthographic};
 
 Option::Take flag(bool CommandLine::*target) {
@@ -68,6 +69,13 @@ QString takeProjection(const QString& value, CommandLine& line) {
 QString takeBackground(const QString& value, CommandLine& line) {
   line.background.setNamedColor(value);
   return line.background.isValid() ? QString() : QStringLiteral("a colour's name or #rrggbb");
+}
+
+Option::Take choice(std::optional<bool> CommandLine::*target) {
+  return [=](const QString& value, CommandLine& line) {
+    line.*target = value == OnOff.first();
+    return OnOff.contains(value) ? QString() : OnOff.join(", ");
+  };
 }
 
 QString takeLook(const QString& value, CommandLine& line) {
@@ -136,6 +144,8 @@ const std::vector<Option>& options() {
        "(studio).",
        takeLook, scene::lookNames()},
       {"edges", "", "Draws creases and borders of surfaces as lines.", flag(&CommandLine::edges)},
+      {"contact", "on|off", "Darkens what stands close to something else, in the looks studio and clay (on).",
+       choice(&CommandLine::contact), OnOff},
       {"samples", "N", "Samples per pixel for smooth edges; 0 turns smoothing off (4).",
        number(&CommandLine::samples, 0, 64)},
       {"turntable", "N", "Turns the scene once around in N steps (in ten seconds, where the scene has no animation).",

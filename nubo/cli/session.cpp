@@ -89,6 +89,7 @@ QString Session::showScene(const CommandLine& line, bool takesTime) {
   scene->setRootNode(result.root);
   if (line.background.isValid()) scene->setBackgroundColor(line.background);
   if (line.edges) scene::_GlobalScene()->setEdges(true);
+  if (line.contact) scene::_GlobalScene()->setContact(*line.contact);
   if (line.look) scene::_GlobalScene()->setLook(*line.look);
   if (line.samples) scene::_GlobalScene()->setSamples(*line.samples);
 

@@ -168,6 +168,7 @@ void MainWindow::saveLayout() {
 
 void MainWindow::open(const app::CommandLine& line) {
   if (line.edges) scene::_GlobalScene()->setEdges(true);
+  if (line.contact) scene::_GlobalScene()->setContact(*line.contact);
   if (line.look) scene::_GlobalScene()->setLook(*line.look);
   if (line.samples) scene::_GlobalScene()->setSamples(*line.samples);
   if (line.background.isValid()) mp_SettingsMenu->setBackground(line.background);

@@ -49,6 +49,7 @@ struct Shot {
   double detail = 0;
   scene::Look look = scene::Look::Plain;
   util::YPointer<scene::Environment> environment = nullptr;
+  bool contact = false;
 };
 
 /// The viewer and a current context. Pictures come back as they lie in the framebuffer: with straight alpha.
@@ -89,6 +90,7 @@ class GlFixture : public ::testing::Test {
     drawer.setSamples(shot.samples);
     drawer.setLook(shot.look);
     drawer.setEnvironment(shot.environment);
+    drawer.setContact(shot.contact);
     work();
     const QImage image = fbo.toImage();
     fbo.release();

@@ -36,6 +36,7 @@ ViewMenu::ViewMenu(PanelArea& panels, const QList<QDockWidget*>& docks, QWidget*
   addProjection();
   addMenu(mp_Saved);
   addLooks();
+  addSwitches();
   addSeparator();
   addFullScreen();
   addSeparator();
@@ -93,6 +94,28 @@ void ViewMenu::addLooks() {
     show(action->data().toString());
   });
   scene::_GlobalScene()->setLook(*scene::lookNamed(group->checkedAction()->data().toString()));
+}
+
+void ViewMenu::addSwitches() {
+  struct Switch {
+    QString label, key;
+    bool (scene::Scene::*is)() const;
+    void (scene::Scene::*set)(bool);
+  };
+  for (const Switch& entry : {Switch{tr("&Edges of Surfaces"), QStringLiteral("window/edges"), &scene::Scene::hasEdges,
+                                     &scene::Scene::setEdges},
+                              {tr("Sha&des Between Surfaces"), QStringLiteral("window/contact"),
+                               &scene::Scene::hasContact, &scene::Scene::setContact}}) {
+    const auto isOn = [entry] { return ((*scene::_GlobalScene()).*entry.is)(); };
+    ((*scene::_GlobalScene()).*entry.set)(main::nuboSettings()->value(entry.key, isOn()).toBool());
+    QAction* action = addAction(entry.label, this, [this, entry](bool on) {
+      main::nuboSettings()->setValue(entry.key, on);
+      ((*scene::_GlobalScene()).*entry.set)(on);
+      m_Panels.updatePanels();
+    });
+    action->setCheckable(true);
+    connect(this, &QMenu::aboutToShow, this, [action, isOn] { action->setChecked(isOn()); });
+  }
 }
 
 void ViewMenu::addFullScreen() {

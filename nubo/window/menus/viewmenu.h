@@ -27,6 +27,7 @@ class ViewMenu : public QMenu {
   void addDirections();
   void addProjection();
   void addLooks();
+  void addSwitches();
   void addFullScreen();
   void addDocks(const QList<QDockWidget*>& docks);
 

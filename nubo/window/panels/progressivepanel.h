@@ -30,10 +30,11 @@ class ProgressivePanel : public gui::ScenePanel {
     QSize pixels;
     int samples;
     scene::Look look;
+    bool edges, contact;
     std::uint64_t changes;  ///< of the scene
     bool operator==(const View& other) const {
       return transform == other.transform && pixels == other.pixels && samples == other.samples && look == other.look &&
-             changes == other.changes;
+             edges == other.edges && contact == other.contact && changes == other.changes;
     }
   };
   View currentView() const;

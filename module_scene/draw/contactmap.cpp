@@ -1,0 +1,227 @@
+#include "module_scene/draw/contactmap.h"
+
+#include <QOpenGLExtraFunctions>
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <limits>
+
+#include "kernel/log/logger.h"
+#include "module_scene/draw/contactsource.h"
+#include "module_scene/draw/drawingstate.h"
+#include "module_scene/draw/framebuffer.h"
+#include "module_scene/draw/shaderprogram.h"
+
+namespace nubo::scene {
+
+namespace {
+
+constexpr double Area = 640000;     // texels
+constexpr int Longest = 4096;       // texels
+constexpr double TexelsOff = 6;     // by which a depth may differ from that of the pixel that looks for it
+constexpr int IndicesPerTexel = 2;  // that take as long
+
+QOpenGLExtraFunctions* extraFunctions() { return QOpenGLContext::currentContext()->extraFunctions(); }
+
+SharedName makeTexture(GLint kept, GLenum format, GLenum type, int width, int height) {
+  SharedName result = SharedName::texture();
+  extraFunctions()->glBindTexture(GL_TEXTURE_2D, result.name());
+  for (const GLenum filter : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER})
+    glTexParameteri(GL_TEXTURE_2D, filter, GL_NEAREST);
+  for (const GLenum wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T})
+    glTexParameteri(GL_TEXTURE_2D, wrap, GL_CLAMP_TO_EDGE);
+  glTexImage2D(GL_TEXTURE_2D, 0, kept, width, height, 0, format, type, nullptr);
+  return result;
+}
+
+void tellOnce(const QByteArray& messages) {
+  static std::atomic<bool> s_Told{false};
+  if (!s_Told.exchange(true))
+    NUBO_LOG(log::Failure, "nubo::scene::ContactMap::begin",
+             "This OpenGL cannot find out where surfaces meet, scenes are drawn without: %s", messages.constData());
+}
+
+double linearity(const math::Matrix4& p) { return std::abs(p(2, 2) * p(3, 3) - p(2, 3) * p(3, 2)); }
+
+}  // namespace
+
+bool ContactMap::begin(const Viewpoint& viewpoint, const Subject& subject) {
+  const ViewWindow seen = ViewWindow::of(viewpoint);
+  const bool isSame = m_Subject == subject && m_Map.isUsable() && m_Viewpoint.view == viewpoint.view &&
+                      m_Viewpoint.parallel == viewpoint.parallel && m_Viewpoint.lens == viewpoint.lens &&
+                      m_Window.holds(seen);
+  if (isSame) return true;
+  m_Subject.reset();
+  m_Window = seen.whole();
+  const double aspect = m_Window.width() / m_Window.height();
+  if (!std::isfinite(aspect) || !(aspect > 0)) return false;
+  const double height = std::sqrt(Area / aspect);
+  const auto texels = [](double size) { return std::clamp(int(std::lround(size)), 16, Longest); };
+  if (!reserve(texels(height * aspect), texels(height)) || !createPasses()) return false;
+  m_Viewpoint = viewpoint;
+  m_Viewpoint.projection = projectionOf(viewpoint, m_Window);
+  collect(viewpoint, subject);
+  m_Subject = subject;
+  m_Stage = Stage::Depths;
+  m_Row = 0;
+  return true;
+}
+
+void ContactMap::collect(const Viewpoint& viewpoint, const Subject& subject) {
+  ViewQuery query{m_Viewpoint.projection,    m_Width, m_Height, 0.0, LayerModel | LayerTransparent,
+                  subject.kinds & ~KindLines};
+  query.scaleWidths(subject.viewHeight, viewpoint.lens);
+  m_List.clear();
+  for (const SceneElement* element : subject.elements)
+    if (element) m_List.collect(*element, viewpoint.view, query);
+  m_List.sortTransparent();
+  m_Painter.emplace(m_List, Painter::ForDepth);
+}
+
+bool ContactMap::reserve(int width, int height) {
+  if (m_Map.isUsable() && width == m_Width && height == m_Height) return true;
+  m_Width = width;
+  m_Height = height;
+  m_Depths = makeTexture(GL_DEPTH_COMPONENT24, GL_DEPTH_COMPONENT, GL_UNSIGNED_INT, width, height);
+  glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_COMPARE_MODE, GL_NONE);
+  glTexParameteri(GL_TEXTURE_2D, GL_DEPTH_TEXTURE_MODE, GL_LUMINANCE);
+  for (SharedName* name : {&m_Directions, &m_Raw, &m_Map})
+    *name = makeTexture(GL_RGBA8, GL_RGBA, GL_UNSIGNED_BYTE, width, height);
+  const Framebuffer framebuffer;
+  m_Stage = Stage::Depths;
+  if (bindTarget(framebuffer.name())) return true;
+  tellOnce("no framebuffer");
+  return false;
+}
+
+bool ContactMap::createPasses() {
+  struct Source {
+    Pass* pass;
+    const char *vertices, *fragments;
+  };
+  for (const Source& source : {Source{&m_Surroundings, SurroundingsVertexShader, SurroundingsShader},
+                               {&m_Occlusion, ContactVertexShader, OcclusionShader},
+                               {&m_Smoothing, ContactVertexShader, SmoothingShader}}) {
+    if (source.pass->program.isUsable()) continue;
+    QByteArray messages;
+    source.pass->program = linkProgram(source.vertices, source.fragments, &messages);
+    const GLuint name = source.pass->program.name();
+    if (!name) {
+      tellOnce(messages);
+      return false;
+    }
+    QOpenGLExtraFunctions* gl = extraFunctions();
+    gl->glUseProgram(name);
+    gl->glUniform1i(gl->glGetUniformLocation(name, "directions"), 1);
+    gl->glUseProgram(0);
+    source.pass->texels = gl->glGetUniformLocation(name, "texels");
+    source.pass->depthRows = gl->glGetUniformLocation(name, "depthRows");
+    source.pass->window = gl->glGetUniformLocation(name, "window");
+  }
+  return true;
+}
+
+/// Where the stage draws to. False if OpenGL cannot.
+bool ContactMap::bindTarget(GLuint framebuffer) {
+  QOpenGLExtraFunctions* gl = extraFunctions();
+  const SharedName& target = m_Stage == Stage::Depths ? m_Directions : m_Stage == Stage::Occlusion ? m_Raw : m_Map;
+  gl->glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+  gl->glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, target.name(), 0);
+  const GLuint depths = m_Stage == Stage::Depths ? m_Depths.name() : 0;
+  gl->glFramebufferTexture2D(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_TEXTURE_2D, depths, 0);
+  glViewport(0, 0, m_Width, m_Height);
+  return gl->glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+}
+
+void ContactMap::prepare() {
+  if (isComplete()) return;
+  const Framebuffer framebuffer;
+  const Stage begun = m_Stage;
+  setUpState();
+  for (const Stage stage : {Stage::Depths, Stage::Occlusion, Stage::Smoothing}) {
+    m_Stage = stage;
+    bindTarget(framebuffer.name());
+    Painter::Kinds none;
+    if (stage == Stage::Depths) {
+      extraFunctions()->glUseProgram(m_Surroundings.program.name());
+      glEnable(GL_SCISSOR_TEST);
+      glScissor(0, 0, 0, 0);
+      m_Painter->drawSamples(&none);
+    } else {
+      compute(stage == Stage::Occlusion ? m_Occlusion : m_Smoothing, 0);
+    }
+  }
+  m_Stage = begun;
+  m_Row = 0;
+}
+
+void ContactMap::draw(std::size_t indices) {
+  const Framebuffer framebuffer;
+  const std::size_t most = std::max<std::size_t>(1, indices / IndicesPerTexel / std::size_t(m_Width));
+  const int rows = int(std::min<std::size_t>(most, std::size_t(m_Height)));
+  while (!isComplete()) {
+    setUpState();
+    bindTarget(framebuffer.name());
+    if (m_Stage == Stage::Depths) {
+      if (m_Row == 0) {
+        glClearColor(0, 0, 0, 0);
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        m_Row = 1;
+      }
+      load(GL_PROJECTION, m_Viewpoint.projection);
+      extraFunctions()->glUseProgram(m_Surroundings.program.name());
+      m_Painter->draw(indices);
+      if (m_Painter->isDone()) {
+        m_Stage = Stage::Occlusion;
+        m_Row = 0;
+        m_Painter.reset();
+        m_List.clear();
+      }
+    } else {
+      compute(m_Stage == Stage::Occlusion ? m_Occlusion : m_Smoothing, rows);
+      if (m_Row >= m_Height) {
+        m_Stage = m_Stage == Stage::Occlusion ? Stage::Smoothing : Stage::Complete;
+        m_Row = 0;
+      }
+    }
+    if (indices < std::numeric_limits<std::size_t>::max()) return;
+  }
+}
+
+/// The next rows of what the pass makes of the one before it.
+void ContactMap::compute(Pass& pass, int rows) {
+  QOpenGLExtraFunctions* gl = extraFunctions();
+  glDisable(GL_DEPTH_TEST);
+  glEnable(GL_SCISSOR_TEST);
+  glScissor(0, m_Row, m_Width, std::min(rows, m_Height - m_Row));
+  gl->glUseProgram(pass.program.name());
+  gl->glActiveTexture(GL_TEXTURE1);
+  gl->glBindTexture(GL_TEXTURE_2D, m_Directions.name());
+  gl->glActiveTexture(GL_TEXTURE0);
+  gl->glBindTexture(GL_TEXTURE_2D, m_Stage == Stage::Occlusion ? m_Depths.name() : m_Raw.name());
+  const math::Matrix4& p = m_Viewpoint.projection;
+  gl->glUniform2f(pass.texels, 1.0f / GLfloat(m_Width), 1.0f / GLfloat(m_Height));
+  gl->glUniform4f(pass.depthRows, GLfloat(p(2, 2)), GLfloat(p(2, 3)), GLfloat(p(3, 2)), GLfloat(p(3, 3)));
+  gl->glUniform4f(pass.window, GLfloat(m_Window.right), GLfloat(m_Window.top), m_Viewpoint.parallel ? 0 : 1,
+                  m_Viewpoint.parallel ? 1 : 0);
+  glRectf(-1, -1, 1, 1);
+  gl->glUseProgram(0);
+  m_Row += rows;
+}
+
+ContactLookup ContactMap::lookup(const Viewpoint& viewpoint, int width, int height, int margin) const {
+  const LinearMap map = between(ViewWindow::of(viewpoint), m_Window);
+  const int pixels[]{width, height}, texels[]{m_Width, m_Height};
+  ContactLookup result{};
+  for (int i = 0; i < 2; ++i) {
+    result.place[i] = GLfloat(map.factor[i] * texels[i] / pixels[i]);
+    const double first = map.offset[i] - map.factor[i] * (2.0 * margin / pixels[i] + 1);
+    result.place[2 + i] = GLfloat((first + 1) / 2 * texels[i] - 0.5);
+    result.texels[i] = 1.0f / GLfloat(texels[i]);
+  }
+  const double unit = viewpoint.parallel ? viewpoint.projection(3, 3) : 1;
+  result.tolerance = GLfloat(TexelsOff * m_Window.top / m_Height * linearity(viewpoint.projection) / unit);
+  return result;
+}
+
+}  // namespace nubo::scene

@@ -1,0 +1,74 @@
+// How much light reaches what a view shows, where surfaces stand close to each other.
+#pragma once
+
+#include <QOpenGLFunctions>
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "module_scene/draw/contactlookup.h"
+#include "module_scene/draw/drawlist.h"
+#include "module_scene/draw/painter.h"
+#include "module_scene/draw/sharedname.h"
+#include "module_scene/draw/wholeview.h"
+
+namespace nubo::scene {
+
+/// A map of the whole view, of a size that does not depend on the picture's, so that all tiles find the same in it: for
+/// each texel the depth, and what share of the light from everywhere arrives there. Ambient occlusion for faces; for
+/// points eye-dome lighting, which shades what lies behind its surroundings.
+///
+/// Used with one context at a time; may be destroyed without one.
+class ContactMap {
+ public:
+  /// What is seen of a scene.
+  struct Subject {
+    std::array<const SceneElement*, 2> elements;  ///< either may be null
+    std::uint64_t changes;                        ///< of the scene
+    int kinds;
+    int viewHeight;  ///< as SceneDrawer's
+
+    bool operator==(const Subject& o) const {
+      return elements == o.elements && changes == o.changes && kinds == o.kinds && viewHeight == o.viewHeight;
+    }
+  };
+  /// Keeps the map if it is of the same view, or begins a new one. False if OpenGL cannot.
+  [[nodiscard]] bool begin(const Viewpoint& viewpoint, const Subject& subject);
+  bool isComplete() const { return m_Stage == Stage::Complete; }
+  /// Makes the driver ready for what follows, which draws nothing.
+  void prepare();
+  /// Draws on until about so many indices are drawn, or texels computed in their place. Changes OpenGL's state.
+  void draw(std::size_t indices);
+  /// For pixels of a view with `margin` more of them on each side.
+  ContactLookup lookup(const Viewpoint& viewpoint, int width, int height, int margin) const;
+  GLuint texture() const { return m_Map.name(); }
+
+ private:
+  enum class Stage { Depths, Occlusion, Smoothing, Complete };
+  struct Pass {
+    SharedName program;
+    GLint texels = -1, depthRows = -1, window = -1;
+  };
+
+  bool reserve(int width, int height);
+  bool createPasses();
+  void collect(const Viewpoint& viewpoint, const Subject& subject);
+  bool bindTarget(GLuint framebuffer);
+  void compute(Pass& pass, int rows);
+
+  Viewpoint m_Viewpoint;  ///< of the whole view
+  ViewWindow m_Window;
+  std::optional<Subject> m_Subject;
+  Stage m_Stage = Stage::Complete;
+  DrawList m_List;
+  std::optional<Painter> m_Painter;
+  int m_Row = 0;
+
+  int m_Width = 0, m_Height = 0;
+  SharedName m_Depths, m_Directions;  // of what is seen
+  SharedName m_Raw, m_Map;            // depth in red, green and blue, light in alpha
+  Pass m_Surroundings, m_Occlusion, m_Smoothing;
+};
+
+}  // namespace nubo::scene

@@ -1,0 +1,142 @@
+#include "module_scene/draw/contactsource.h"
+
+namespace nubo::scene {
+
+const char ContactVertexShader[] = R"(#version 120
+void main() { gl_Position = gl_Vertex; }
+)";
+
+// Faces leave the direction in which they look, whatever their normals; points leave none.
+const char SurroundingsVertexShader[] = R"(#version 120
+varying vec3 position;
+varying vec4 kind;
+varying vec2 coordinates;
+void main() {
+  gl_Position = ftransform();
+  position = vec3(gl_ModelViewMatrix * gl_Vertex);
+  kind = gl_Color;
+  coordinates = (gl_TextureMatrix[0] * gl_MultiTexCoord0).xy;
+}
+)";
+
+const char SurroundingsShader[] = R"(#version 120
+varying vec3 position;
+varying vec4 kind;
+varying vec2 coordinates;
+uniform sampler2D baseMap;
+void main() {
+  float alpha = kind.g > 0.5 ? kind.a * texture2D(baseMap, coordinates).a : kind.a;
+  vec3 n = normalize(cross(dFdx(position), dFdy(position)));
+  gl_FragColor = vec4((0.5 + 0.5 * n) * step(kind.r, 0.5), alpha);
+}
+)";
+
+// Scalable ambient obscurance (McGuire, Mara, Luebke 2012): how much of a sphere's surroundings stands above the
+// surface, weighted so that it falls off smoothly, from places on a spiral that is turned differently in each of 4 x 4
+// texels. Points have no surface; they are shaded by how far the places around them stand before them (Boucheny 2009).
+// A depth is kept in three bytes.
+const char OcclusionShader[] = R"(#version 120
+uniform sampler2D depths, directions;
+uniform vec2 texels;
+uniform vec4 depthRows;  // of the projection: what makes z and w, each of z and 1
+uniform vec4 window;     // half its width and height; 1, 0 with an eye and 0, 1 without
+
+const float Radius = 0.18;  // in eye space, where a model's is about 1
+const float Most = 0.14;    // of the map's height, that it may take
+const float Least = 5.0;    // texels
+const int Places = 14;
+
+float spread(float z) { return window.w - window.z * z; }
+
+vec3 placeOf(vec2 at, float depth) {
+  float clip = 2.0 * depth - 1.0;
+  float z = (depthRows.y - clip * depthRows.w) / (clip * depthRows.z - depthRows.x);
+  return vec3((2.0 * at * texels - 1.0) * window.xy * spread(z), z);
+}
+
+vec3 placeAt(vec2 at) { return placeOf(at, texture2D(depths, at * texels).r); }
+
+float openness(vec3 p, vec3 n) {
+  float texel = 2.0 * window.y * texels.y * spread(p.z);
+  float reach = clamp(Radius / texel, Least, Most / texels.y);
+  float radius = reach * texel;
+  vec2 cell = mod(floor(gl_FragCoord.xy), 4.0);
+  float turn = mod(cell.x * 4.0 + cell.y * 9.0, 16.0) / 16.0;
+  float sum = 0.0;
+  for (int i = 0; i < Places; ++i) {
+    float share = (float(i) + 0.5 + 0.5 * (turn - 0.5)) / float(Places);
+    float angle = 6.2831853 * (share * 7.0 + turn);
+    vec2 at = floor(gl_FragCoord.xy + reach * share * vec2(cos(angle), sin(angle))) + 0.5;
+    vec3 v = (placeAt(at) - p) / radius;
+    float square = dot(v, v);
+    float fall = max(1.0 - square, 0.0);
+    sum += fall * fall * fall * max(dot(v, n) - 0.015, 0.0) / (square + 0.003);
+  }
+  return max(1.0 - 3.2 * sum / float(Places), 0.0);
+}
+
+float shade(vec3 p) {
+  float size = spread(p.z) * window.y;
+  float sum = 0.0;
+  for (int i = 0; i < 16; ++i) {
+    float angle = 0.7853982 * float(i), reach = i < 8 ? 2.0 : 7.0;
+    vec2 at = floor(gl_FragCoord.xy + reach * vec2(cos(angle), sin(angle))) + 0.5;
+    sum += clamp((placeAt(at).z - p.z) / size, 0.0, 0.05);
+  }
+  return exp(-5.0 * sum);
+}
+
+vec3 inBytes(float depth) {
+  vec3 parts = min(depth, 16777215.0 / 16777216.0) * vec3(1.0, 256.0, 65536.0);
+  return floor(fract(parts) * 256.0) / 255.0;
+}
+
+void main() {
+  float depth = texture2D(depths, gl_FragCoord.xy * texels).r;
+  float light = 1.0;
+  if (depth < 1.0) {
+    vec3 p = placeOf(gl_FragCoord.xy, depth);
+    vec3 direction = texture2D(directions, gl_FragCoord.xy * texels).rgb;
+    light = direction == vec3(0.0) ? shade(p) : openness(p, normalize(direction * 2.0 - 1.0));
+  }
+  gl_FragColor = vec4(inBytes(depth), light);
+}
+)";
+
+// The mean of 4 x 4 texels, so that each turn of the spiral counts once; of those only that lie on the same plane.
+const char SmoothingShader[] = R"(#version 120
+uniform sampler2D depths, directions;
+uniform vec2 texels;
+uniform vec4 depthRows, window;  // as above
+
+float spread(float z) { return window.w - window.z * z; }
+
+vec3 placeOf(vec2 at, vec4 texel) {
+  float clip = 2.0 * dot(texel.rgb, 255.0 / vec3(256.0, 65536.0, 16777216.0)) - 1.0;
+  float z = (depthRows.y - clip * depthRows.w) / (clip * depthRows.z - depthRows.x);
+  return vec3((2.0 * at * texels - 1.0) * window.xy * spread(z), z);
+}
+
+void main() {
+  vec4 own = texture2D(depths, gl_FragCoord.xy * texels);
+  vec3 direction = texture2D(directions, gl_FragCoord.xy * texels).rgb;
+  if (own.rgb != vec3(1.0) && direction != vec3(0.0)) {
+    vec3 n = normalize(direction * 2.0 - 1.0);
+    vec3 p = placeOf(gl_FragCoord.xy, own);
+    float unit = 0.25 / (window.y * texels.y * spread(p.z));  // of two texels
+    float sum = 0.0, weights = 0.0;
+    for (int i = 0; i < 16; ++i) {
+      vec2 at = gl_FragCoord.xy + vec2(mod(float(i), 4.0), floor(float(i) * 0.25)) - 1.0;
+      vec4 texel = texture2D(depths, at * texels);
+      vec3 other = texture2D(directions, at * texels).rgb * 2.0 - 1.0;
+      float weight = max(1.0 - abs(dot(placeOf(at, texel) - p, n)) * unit, 0.0) * step(0.9, dot(other, n));
+      sum += weight * texel.a;
+      weights += weight;
+    }
+    if (weights > 0.0) own.a = sum / weights;
+  }
+  gl_FragColor = own;
+}
+)";
+
+}  // namespace nubo::scene
