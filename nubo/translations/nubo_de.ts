@@ -1241,6 +1241,14 @@
         <translation>Te&amp;chnisch</translation>
     </message>
     <message>
+        <source>Edges of Surfaces</source>
+        <translation>Kanten von Flächen</translation>
+    </message>
+    <message>
+        <source>Shades Between Surfaces</source>
+        <translation>Schatten zwischen Flächen</translation>
+    </message>
+    <message>
         <source>F&amp;ull Screen</source>
         <translation>Voll&amp;bild</translation>
     </message>

@@ -102,9 +102,9 @@ void ViewMenu::addSwitches() {
     bool (scene::Scene::*is)() const;
     void (scene::Scene::*set)(bool);
   };
-  for (const Switch& entry : {Switch{tr("&Edges of Surfaces"), QStringLiteral("window/edges"), &scene::Scene::hasEdges,
+  for (const Switch& entry : {Switch{tr("Edges of Surfaces"), QStringLiteral("window/edges"), &scene::Scene::hasEdges,
                                      &scene::Scene::setEdges},
-                              {tr("Sha&des Between Surfaces"), QStringLiteral("window/contact"),
+                              {tr("Shades Between Surfaces"), QStringLiteral("window/contact"),
                                &scene::Scene::hasContact, &scene::Scene::setContact}}) {
     const auto isOn = [entry] { return ((*scene::_GlobalScene()).*entry.is)(); };
     ((*scene::_GlobalScene()).*entry.set)(main::nuboSettings()->value(entry.key, isOn()).toBool());
