@@ -225,17 +225,26 @@ void setCones(Geometry& g) {
   });
 }
 
+template <class T>
+void repeat(std::vector<T>& values, int each, const std::vector<SmoothVertex>& vertices) {
+  if (values.empty()) return;
+  values.reserve(values.size() + vertices.size() * each);
+  for (const SmoothVertex& vertex : vertices)
+    for (int i = 0; i < each; ++i) values.push_back(values[std::size_t(vertex.source) * each + i]);
+}
+
 void setNormals(Geometry& g, const Surface& surface) {
-  std::vector<std::uint32_t> indices, sources;
-  const std::vector<SmoothVertex> vertices = surface.smooth(indices);
-  sources.reserve(vertices.size());
-  g.normals.reserve(vertices.size() * 3);
-  for (const SmoothVertex& vertex : vertices) {
-    sources.push_back(vertex.source);
+  SmoothNormals normals = surface.smooth();
+  repeat(g.positions, 3, normals.more);
+  repeat(g.colors, 4, normals.more);
+  repeat(g.texCoords, 2, normals.more);
+  repeat(g.secondTexCoords, 2, normals.more);
+  repeat(g.identities, 1, normals.more);
+  for (const auto& [corner, vertex] : normals.usesOfMore) g.indices[corner] = vertex;
+  g.normals = std::move(normals.first);
+  g.normals.reserve(g.positions.size());
+  for (const SmoothVertex& vertex : normals.more)
     g.normals.insert(g.normals.end(), vertex.normal.begin(), vertex.normal.end());
-  }
-  pickVertices(g, sources);
-  g.indices.swap(indices);
 }
 
 void prepareFaces(Geometry& g) {

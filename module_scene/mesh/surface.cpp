@@ -150,29 +150,48 @@ class CornerGroups {
 
 Surface::Surface(const std::vector<float>& positions, const std::vector<std::uint32_t>& indices, bool distinct)
     : m_Positions(positions), m_Indices(indices) {
-  const std::size_t vertices = positions.size() / 3;
-  if (!distinct) m_PointOfVertex = findRepresentatives(vertices, PositionItems(positions));
-  m_FirstCorner.assign(vertices + 1, 0);
-  const auto corners = std::uint32_t(indices.size());
-  for (std::uint32_t corner = 0; corner < corners; ++corner) ++m_FirstCorner[pointOf(corner)];
-  std::partial_sum(m_FirstCorner.begin(), m_FirstCorner.end(), m_FirstCorner.begin());
-  m_Corners.resize(corners);
+  if (!distinct) m_PointOfVertex = findRepresentatives(pointCount(), PositionItems(positions));
+}
+
+Surface::CornerLists Surface::listCorners(std::size_t begin, std::size_t end) const {
+  CornerLists lists{begin, std::vector<std::uint32_t>(end - begin + 1), {}};
+  const auto corners = std::uint32_t(m_Indices.size());
+  for (std::uint32_t corner = 0; corner < corners; ++corner)
+    if (const std::size_t point = pointOf(corner); point >= begin && point < end) ++lists.first[point - begin];
+  std::partial_sum(lists.first.begin(), lists.first.end(), lists.first.begin());
+  lists.corners.resize(lists.first.back());
   // Filled from behind, so that each point's place moves down to where its corners begin.
-  for (std::uint32_t corner = corners; corner-- > 0;) m_Corners[--m_FirstCorner[pointOf(corner)]] = corner;
+  for (std::uint32_t corner = corners; corner-- > 0;)
+    if (const std::size_t point = pointOf(corner); point >= begin && point < end)
+      lists.corners[--lists.first[point - begin]] = corner;
+  return lists;
+}
+
+template <class Work>
+void Surface::forPoints(const Work& work) const {
+  constexpr std::size_t CornersAtOnce = std::size_t(1) << 22;
+  const std::size_t parts = m_Indices.size() / CornersAtOnce + 1;
+  for (std::size_t part = 0; part < parts; ++part) {
+    const std::size_t first = pointCount() * part / parts, last = pointCount() * (part + 1) / parts;
+    const CornerLists lists = listCorners(first, last);
+    parallelRanges(last - first, [&](std::size_t begin, std::size_t end, std::size_t range) {
+      work(lists, first + begin, first + end, range);
+    });
+  }
 }
 
 bool Surface::isClosed() const { return isManifold() && enclosesVolume(); }
 
 bool Surface::isManifold() const {
   std::atomic<bool> manifold{true};
-  parallelRanges(pointCount(), [&](std::size_t begin, std::size_t end, std::size_t) {
+  forPoints([&](const CornerLists& lists, std::size_t begin, std::size_t end, std::size_t) {
     std::vector<std::uint32_t> leaving, arriving;
     for (std::size_t point = begin; point < end && manifold.load(std::memory_order_relaxed); ++point) {
       leaving.clear();
       arriving.clear();
-      for (std::uint32_t k = m_FirstCorner[point]; k < m_FirstCorner[point + 1]; ++k) {
-        leaving.push_back(pointOf(nextCorner(m_Corners[k])));
-        arriving.push_back(pointOf(previousCorner(m_Corners[k])));
+      for (std::uint32_t k = lists.first[point - lists.begin]; k < lists.first[point - lists.begin + 1]; ++k) {
+        leaving.push_back(pointOf(nextCorner(lists.corners[k])));
+        arriving.push_back(pointOf(previousCorner(lists.corners[k])));
       }
       std::sort(leaving.begin(), leaving.end());
       std::sort(arriving.begin(), arriving.end());
@@ -207,47 +226,80 @@ bool Surface::enclosesVolume() const {
   return true;
 }
 
-std::vector<SmoothVertex> Surface::smooth(std::vector<std::uint32_t>& newIndices) const {
-  newIndices.resize(m_Indices.size());
-  std::vector<std::vector<SmoothVertex>> made(rangeCount(pointCount()));
-  parallelRanges(pointCount(), [&](std::size_t begin, std::size_t end, std::size_t range) {
-    std::vector<SmoothVertex> own;
-    own.reserve((end - begin) + (end - begin) / 8);
-    CornerGroups groups;
-    for (std::size_t point = begin; point < end; ++point) {
-      groups.clear();
-      for (std::uint32_t k = m_FirstCorner[point]; k < m_FirstCorner[point + 1]; ++k) {
-        const std::uint32_t corner = m_Corners[k], next = nextCorner(corner), previous = previousCorner(corner);
-        const math::Vector3 here = position(corner);
-        groups.add(corner, pointOf(next), pointOf(previous), difference(position(next), here),
-                   difference(position(previous), here));
-      }
-      if (groups.corners().empty()) continue;
-      groups.group();
-      const std::size_t first = own.size();
-      for (std::size_t k = 0; k < groups.corners().size(); ++k) {
-        const std::uint32_t corner = groups.corners()[k].index;
-        const SmoothVertex vertex{m_Indices[corner], groups.normalOf(groups.groupOf(k))};
-        const auto same = std::find_if(own.begin() + first, own.end(), [&](const SmoothVertex& other) {
-          return other.source == vertex.source && other.normal == vertex.normal;
-        });
-        newIndices[corner] = std::uint32_t(same - own.begin());
-        if (same == own.end()) own.push_back(vertex);
-      }
-    }
-    made[range] = std::move(own);
-  });
+/// Smooths the points of one range at a time, and keeps what is there once more for later.
+class Surface::Smoother {
+ public:
+  Smoother(const Surface& surface, std::vector<float>& normals) : m_Surface(surface), m_Normals(normals) {}
 
-  // Ranges of points numbered their vertices from 0; move all but the first range's up.
-  std::vector<SmoothVertex> vertices = std::move(made[0]);
-  for (std::size_t range = 1; range < made.size(); ++range) {
-    const auto offset = std::uint32_t(vertices.size());
-    const std::size_t begin = pointCount() * range / made.size(), end = pointCount() * (range + 1) / made.size();
-    for (std::uint32_t k = m_FirstCorner[begin]; k < m_FirstCorner[end]; ++k) newIndices[m_Corners[k]] += offset;
-    vertices.insert(vertices.end(), made[range].begin(), made[range].end());
-    std::vector<SmoothVertex>().swap(made[range]);
+  void smooth(const CornerLists& lists, std::size_t point) {
+    m_Groups.clear();
+    for (std::uint32_t k = lists.first[point - lists.begin]; k < lists.first[point - lists.begin + 1]; ++k) {
+      const std::uint32_t corner = lists.corners[k], next = nextCorner(corner), previous = previousCorner(corner);
+      const math::Vector3 here = m_Surface.position(corner);
+      m_Groups.add(corner, m_Surface.pointOf(next), m_Surface.pointOf(previous),
+                   difference(m_Surface.position(next), here), difference(m_Surface.position(previous), here));
+    }
+    if (m_Groups.corners().empty()) return;
+    m_Groups.group();
+    m_Known.clear();
+    for (std::size_t k = 0; k < m_Groups.corners().size(); ++k)
+      give(m_Groups.corners()[k].index, m_Groups.normalOf(m_Groups.groupOf(k)));
   }
-  return vertices;
+
+  std::vector<SmoothVertex> more;
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> usesOfMore;  ///< numbered from 0
+
+ private:
+  static constexpr std::uint32_t Itself = 0xFFFFFFFFu;
+  /// A vertex of the present point; `number` is its place in `more`.
+  struct Known {
+    SmoothVertex vertex;
+    std::uint32_t number;
+  };
+
+  /// Each vertex keeps the first normal that one of its corners has.
+  void give(std::uint32_t corner, const std::array<float, 3>& normal) {
+    const std::uint32_t vertex = m_Surface.m_Indices[corner];
+    bool isFirst = true;
+    for (const Known& known : m_Known) {
+      if (known.vertex.source != vertex) continue;
+      if (known.vertex.normal == normal) return use(corner, known.number);
+      isFirst = false;
+    }
+    const std::uint32_t number = isFirst ? Itself : std::uint32_t(more.size());
+    m_Known.push_back({{vertex, normal}, number});
+    if (isFirst)
+      std::copy(normal.begin(), normal.end(), m_Normals.begin() + std::ptrdiff_t(vertex) * 3);
+    else
+      more.push_back({vertex, normal});
+    use(corner, number);
+  }
+  void use(std::uint32_t corner, std::uint32_t number) {
+    if (number != Itself) usesOfMore.emplace_back(corner, number);
+  }
+
+  const Surface& m_Surface;
+  std::vector<float>& m_Normals;
+  CornerGroups m_Groups;
+  std::vector<Known> m_Known;
+};
+
+SmoothNormals Surface::smooth() const {
+  SmoothNormals result;
+  result.first.resize(m_Positions.size());
+  std::vector<Smoother> smoothers(rangeCount(m_Indices.size()), Smoother(*this, result.first));
+  forPoints([&](const CornerLists& lists, std::size_t begin, std::size_t end, std::size_t range) {
+    for (std::size_t point = begin; point < end; ++point) smoothers[range].smooth(lists, point);
+  });
+  for (Smoother& smoother : smoothers) {
+    const auto offset = std::uint32_t(pointCount() + result.more.size());
+    for (auto& use : smoother.usesOfMore) use.second += offset;
+    result.more.insert(result.more.end(), smoother.more.begin(), smoother.more.end());
+    result.usesOfMore.insert(result.usesOfMore.end(), smoother.usesOfMore.begin(), smoother.usesOfMore.end());
+    smoother.more = {};
+    smoother.usesOfMore = {};
+  }
+  return result;
 }
 
 }  // namespace nubo::scene

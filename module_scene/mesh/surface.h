@@ -8,14 +8,22 @@
 
 namespace nubo::scene {
 
-/// A vertex with a computed normal.
+/// A vertex that is there once more, with another normal.
 struct SmoothVertex {
   std::uint32_t source;  ///< the vertex that it is a copy of
   std::array<float, 3> normal;
 };
 
-/// The corners (places in the index list) at each point of a triangle mesh. Vertices of equal position
-/// are one point, whatever their colours or texture coordinates. Keeps references to what it was made of.
+/// Computed normals.
+struct SmoothNormals {
+  std::vector<float> first;                                         ///< x y z of each vertex as it was
+  std::vector<SmoothVertex> more;                                   ///< to be numbered behind those
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> usesOfMore;  ///< corners with the numbers of their vertices
+};
+
+/// What is told by the corners (places in the index list) at each point of a triangle mesh. Vertices of equal position
+/// are one point, whatever their colours or texture coordinates. Keeps references to what it was made of. The corners
+/// are listed for some of the points at a time, since for all they would take as much memory as the index list.
 class Surface {
  public:
   /// `distinct`: no two vertices have the same position.
@@ -26,10 +34,22 @@ class Surface {
   bool isClosed() const;
 
   /// Normals that are smooth but for edges at which faces meet at more than 40 degrees. Vertices with
-  /// more than one normal are repeated; `newIndices` receives the index list to go with the result.
-  std::vector<SmoothVertex> smooth(std::vector<std::uint32_t>& newIndices) const;
+  /// more than one normal are repeated.
+  SmoothNormals smooth() const;
 
  private:
+  /// The corners at the points from `begin` on.
+  struct CornerLists {
+    std::size_t begin = 0;
+    std::vector<std::uint32_t> first;  ///< per point, and one more: into corners
+    std::vector<std::uint32_t> corners;
+  };
+  class Smoother;
+
+  CornerLists listCorners(std::size_t begin, std::size_t end) const;
+  /// Calls work(lists, begin, end, range) for all points, as parallelRanges does for some after the other.
+  template <class Work>
+  void forPoints(const Work& work) const;
   math::Vector3 position(std::uint32_t corner) const {
     const float* p = &m_Positions[std::size_t(m_Indices[corner]) * 3];
     return {p[0], p[1], p[2]};
@@ -39,13 +59,11 @@ class Surface {
   }
   bool isManifold() const;
   bool enclosesVolume() const;
-  std::size_t pointCount() const { return m_FirstCorner.size() - 1; }
+  std::size_t pointCount() const { return m_Positions.size() / 3; }
 
   const std::vector<float>& m_Positions;
   const std::vector<std::uint32_t>& m_Indices;
   std::vector<std::uint32_t> m_PointOfVertex;  ///< empty: each vertex is a point of its own
-  std::vector<std::uint32_t> m_FirstCorner;    ///< per point, and one more: into m_Corners
-  std::vector<std::uint32_t> m_Corners;
 };
 
 inline math::Vector3 difference(const math::Vector3& a, const math::Vector3& b) {
