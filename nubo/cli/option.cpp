@@ -176,7 +176,7 @@ const std::vector<Option>& options() {
        flag(&CommandLine::version),
        {},
        "v"},
-      {"info", "", "Tells what is in the model files: format, counts, size, animations, cameras, messages.",
+      {"info", "", "Tells what is in the model files: format, counts, size, animations, cameras, joints, messages.",
        flag(&CommandLine::info)},
       {"json", "", "Tells it as a JSON list, an object for each file.", flag(&CommandLine::json)},
       {"list-commands", "", "Lists the commands.", flag(&CommandLine::listCommands)},

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <set>
 
+#include "module_scene/graph/joint.h"
 #include "nubo/cli/scenefile.h"
 
 namespace nubo::app {
@@ -13,6 +14,16 @@ namespace nubo::app {
 namespace {
 
 constexpr double Degree = 3.14159265358979323846 / 180;
+
+QJsonObject describe(const scene::Joint& joint) {
+  QJsonObject object{{"name", joint.name}, {"kind", joint.turns ? "turns" : "slides"}};
+  if (joint.lower < joint.upper) {
+    object["lower"] = joint.lower;
+    object["upper"] = joint.upper;
+  }
+  if (!joint.follows.isEmpty()) object["follows"] = joint.follows;
+  return object;
+}
 
 /// Counts what a scene is made of. What elements share counts for each, but for materials and textures.
 class Contents {
@@ -23,10 +34,12 @@ class Contents {
   std::size_t faces = 0, lines = 0, points = 0, vertices = 0;
   std::set<const scene::Material*> materials;
   std::set<const scene::Texture*> textures;
+  QJsonArray joints;
 
  private:
   void add(const scene::SceneElement& element) {
     ++elements;
+    if (const scene::Joint* joint = element.getJoint()) joints << describe(*joint);
     for (const auto& geometry : element.getGeometries()) {
       std::size_t& kind = geometry->kind == scene::KindFaces   ? faces
                           : geometry->kind == scene::KindLines ? lines
@@ -87,6 +100,7 @@ QJsonObject describe(const QString& file, const io::ImportResult& result) {
   for (const scene::FileCamera& camera : result.cameras) cameras << describe(camera);
   object["animations"] = animations;
   object["cameras"] = cameras;
+  object["joints"] = contents.joints;
   object["variants"] = QJsonArray::fromStringList(result.variants);
   object["messages"] = QJsonArray::fromStringList(result.warnings);
   return object;
@@ -117,6 +131,8 @@ QString toText(const QJsonObject& object) {
                  QStringLiteral("%1, %2 s").arg(animation["name"].toString()).arg(animation["seconds"].toDouble()));
   for (const QJsonValue camera : object["cameras"].toArray())
     text += line("camera", QStringLiteral("%1, %2").arg(camera["name"].toString(), camera["projection"].toString()));
+  for (const QJsonValue joint : object["joints"].toArray())
+    text += line("joint", QStringLiteral("%1, %2").arg(joint["name"].toString(), joint["kind"].toString()));
   for (const QJsonValue variant : object["variants"].toArray()) text += line("variant", variant.toString());
   for (const QJsonValue message : object["messages"].toArray()) text += line("message", message.toString());
   return text;

@@ -198,6 +198,15 @@ TEST_F(Program, TellsWhatIsInFiles) {
   EXPECT_EQ(triangle["animations"], QJsonArray());
   EXPECT_EQ(deformed["animations"].toArray()[1], (QJsonObject{{"name", "LINEAR"}, {"seconds", 1}}));
   EXPECT_TRUE(files[2].toObject()["error"].toString().contains("no such file"));
+  EXPECT_EQ(deformed["cameras"].toArray()[0].toObject()["name"], "side");
+
+  write("door.urdf",
+        "<robot name='door'><link name='wall'><visual><geometry><box size='1 1 1'/></geometry></visual></link>"
+        "<link name='leaf'/><joint name='hinge' type='revolute'><parent link='wall'/><child link='leaf'/>"
+        "<axis xyz='0 0 1'/><limit lower='-1' upper='2' effort='1' velocity='1'/></joint></robot>");
+  ASSERT_EQ(run("$nubo --info --json door.urdf"), 0) << m_Errors.toStdString();
+  EXPECT_EQ(QJsonDocument::fromJson(m_Output.toUtf8()).array()[0].toObject()["joints"].toArray(),
+            (QJsonArray{QJsonObject{{"name", "hinge"}, {"kind", "turns"}, {"lower", -1}, {"upper", 2}}}));
   ASSERT_EQ(run("$nubo --info triangle.obj"), 0);
   EXPECT_THAT(m_Output.toStdString(), HasSubstr("triangle.obj\n  format     Wavefront OBJ (reader assimp)\n"));
   EXPECT_THAT(m_Output.toStdString(), HasSubstr("  faces      1\n"));
