@@ -155,7 +155,7 @@ TEST(Deforming, ArmAndShapeFollowTheFormulaAtEachStep) {
 
 // A triangle hangs on a bone that moves by 1 along x; or the bone stays, and the body moves without its skin.
 TEST(Deforming, BonesOfOtherFormatsMoveTheirMeshes) {
-  for (const auto& [name, moved] : {std::pair("skinned.x", 1), {"moved.x", 0}}) {
+  for (const auto& [name, moved] : {std::pair("skinned.x", 1), {"moved.x", 0}, {"skinned.dae", 1}}) {
     SCOPED_TRACE(name);
     const io::ImportResult result = io::importFile(QStringLiteral(NUBO_TEST_DATA "/models/") + name);
     ASSERT_TRUE(result.root) << result.error.toStdString();

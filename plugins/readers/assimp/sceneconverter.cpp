@@ -133,7 +133,8 @@ void SceneConverter::convertShapes(const aiMesh& source, Mesh& mesh) {
     shape.normals = differencesOf(changed.mNormals, source.mNormals, source.mNumVertices, m_Output);
     if (shape.positions.empty()) continue;
     mesh.shapes.push_back(std::move(shape));
-    mesh.shapeWeights.push_back(changed.mWeight);
+    // Of FBX files Assimp tells the weight at the full shape instead of that at rest.
+    mesh.shapeWeights.push_back(m_Format == "fbx" ? 0 : changed.mWeight);
   }
 }
 
