@@ -80,10 +80,11 @@ void readModel(char** words, Connection& connection) {
 
 int main(int argc, char** argv) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (argc < 5 || getppid() == 1) {
+  if (argc < 5) {
     std::fputs("nubo-read is a part of nubo, which starts it.\n", stderr);
     return 2;
   }
+  if (getppid() == 1) return 2;  // who wanted the file has ended since
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
   dup2(STDOUT_FILENO, STDERR_FILENO);  // what libraries have to say helps nobody
 #endif
