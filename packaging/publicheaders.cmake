@@ -17,6 +17,7 @@ set(NUBO_PUBLIC_HEADERS
   kernel/main/parameter.h
   kernel/main/parameterpanelfactory.h
   kernel/main/parameterset.h
+  kernel/main/settingsoverlay.h
   kernel/main/typesolver.h
   kernel/util/delegate.h
   kernel/util/functioncommand.h

@@ -23,6 +23,9 @@ class NUBO_KERNEL_EXPORT AbstractParameter {
   AbstractParameter(const AbstractParameter&) = delete;
   AbstractParameter& operator=(const AbstractParameter&) = delete;
 
+  /// What a number counts, so that user interfaces can offer sizes as people think of them.
+  enum class Quantity { Plain, PixelsAcross, PixelsDown };
+
   /// Takes the value that the text stands for; false, with the old value in place, for a text of another type.
   virtual bool castString(const QString& text) = 0;
   /// A null text without a value.
@@ -64,6 +67,14 @@ class NUBO_KERNEL_EXPORT AbstractParameter {
   void setDefaultParameterForDefaultGUI(const QString& text) { m_Default = text; }
   const QString& getDefaultParameterForDefaultGUI() const { return m_Default; }
 
+  void setQuantity(Quantity quantity) { m_Quantity = quantity; }
+  Quantity getQuantity() const { return m_Quantity; }
+  bool countsPixels() const { return m_Quantity != Quantity::Plain; }
+  /// How many of the pixels that the value counts stand on an inch of paper; 0: nobody has said. It goes with the value
+  /// to whoever takes it over.
+  void setDotsPerInch(double dotsPerInch) { m_DotsPerInch = dotsPerInch; }
+  double getDotsPerInch() const { return m_DotsPerInch; }
+
   const QString& getName() const { return m_Name; }
   const QString& getDescription() const { return m_Description; }
   const QString& getUnit() const { return m_Unit; }
@@ -84,6 +95,8 @@ class NUBO_KERNEL_EXPORT AbstractParameter {
   QString m_Unit;
   QString m_Default;
   bool m_Required;
+  Quantity m_Quantity = Quantity::Plain;
+  double m_DotsPerInch = 0;
   ParameterPanelFactory* mp_PanelFactory;
 };
 

@@ -53,6 +53,7 @@ Command& Command::operator=(const Command& other) {
   m_RunsOnClone = other.m_RunsOnClone;
   m_Aborted = other.m_Aborted.load();
   m_Abortable = other.m_Abortable;
+  m_Cancellable = other.m_Cancellable;
   m_Undoable = other.m_Undoable;
   m_Placement = other.m_Placement;
   m_GUIDescriptors = copied(other.m_GUIDescriptors);
@@ -73,7 +74,10 @@ bool Command::setParameters(const ParameterSet& values) {
     if (!fits) return false;
     converted.push_back(std::move(value));
   }
-  for (size_t i = 0; i < converted.size(); ++i) own->parameters()[i]->setValuePointer(converted[i].release());
+  for (size_t i = 0; i < converted.size(); ++i) {
+    own->parameters()[i]->setValuePointer(converted[i].release());
+    own->parameters()[i]->setDotsPerInch(values.parameters()[i]->getDotsPerInch());
+  }
   return selectParameterSet(values.getID());
 }
 
@@ -91,6 +95,7 @@ Command* Command::clone() const {
     for (size_t i = 0; i < count; ++i) {
       if (TypeSolver::Value value = m_TypeSolver.convert(*target->parameters()[i], *set.parameters()[i])) {
         target->parameters()[i]->setValuePointer(value.release());
+        target->parameters()[i]->setDotsPerInch(set.parameters()[i]->getDotsPerInch());
       }
     }
     copy->selectParameterSet(set.getID());
@@ -108,6 +113,8 @@ void Command::updateProcessed(int percent) { emit mp_Monitor->processedChanged(p
 
 void Command::giveReason(const QString& reason) { emit mp_Monitor->reasonGiven(reason); }
 void Command::updateEndedEarly(const QString& extent) { emit mp_Monitor->endedEarly(extent); }
+
+void Command::giveFact(const QString& name, const QVariant& value) { emit mp_Monitor->factGiven(name, value); }
 
 void Command::disableCommand(bool disable) {
   if (m_Enabled.exchange(!disable) == disable) emit mp_Monitor->enabledChanged(!disable);
@@ -130,6 +137,7 @@ ParameterSet* Command::findParameterSet(int id) {
 }
 
 void Command::run() {
+  const SettingsScope scope(mp_RunSettings);
   try {
     execute();
     // Nobody else would notice.

@@ -8,6 +8,7 @@
 
 #include "kernel/main/commanddescriptor.h"
 #include "kernel/main/parameterset.h"
+#include "kernel/main/settingsoverlay.h"
 #include "kernel/main/typesolver.h"
 
 QT_BEGIN_NAMESPACE
@@ -30,6 +31,8 @@ class NUBO_KERNEL_EXPORT CommandMonitor : public QObject {
   void reasonGiven(const QString& reason);
   /// The run was asked to end, and did so before all was done. `extent` says how far it came: "14 of 2,000 frames".
   void endedEarly(const QString& extent);
+  /// A figure of what the run has made, for programs to read: "frames", "width". A later one of that name replaces it.
+  void factGiven(const QString& name, const QVariant& value);
   void enabledChanged(bool enabled);
   void started();
   void finished();
@@ -67,10 +70,17 @@ class NUBO_KERNEL_EXPORT Command {
   void updateProcessed(int percent);
   void giveReason(const QString& reason);
   void updateEndedEarly(const QString& extent);
+  void giveFact(const QString& name, const QVariant& value);
   void disableCommand(bool disable);
 
   bool isEnabled() const { return m_Enabled; }
+  /// abort() ends a run, and what it has made so far is kept.
   bool isAbortable() const { return m_Abortable; }
+  /// abort() ends a run, which then leaves nothing behind: a file that it was to replace stays.
+  bool isCancellable() const { return m_Cancellable; }
+  bool canBeStopped() const { return m_Abortable || m_Cancellable; }
+  /// The settings that the next runs have in place of the application's; null: those. Not while the command runs.
+  void setRunSettings(const std::shared_ptr<SettingsOverlay>& settings) { mp_RunSettings = settings; }
   bool isProgrammatic() const { return m_Programmatic; }
   /// True: every run uses a clone, so that several can run at once.
   bool runsOnClone() const { return m_RunsOnClone; }
@@ -96,6 +106,7 @@ class NUBO_KERNEL_EXPORT Command {
   bool m_RunsOnClone = false;
   std::atomic<bool> m_Aborted{false};  ///< set by abort(); false again when a run begins
   bool m_Abortable = false;
+  bool m_Cancellable = false;
   bool m_Undoable = false;
   int m_Placement = 0;  ///< where user interfaces may offer it: bits of CommandGUIDescriptor::GUIFLAG
 
@@ -108,6 +119,7 @@ class NUBO_KERNEL_EXPORT Command {
 
   std::unique_ptr<CommandDescriptor> mp_Descriptor;
   std::unique_ptr<CommandMonitor> mp_Monitor;
+  std::shared_ptr<SettingsOverlay> mp_RunSettings;
   std::atomic<bool> m_Enabled{true};
 };
 

@@ -168,7 +168,7 @@ void CommandProcessor::Private::abortRunning() {
   {
     const std::lock_guard<std::mutex> lock(mutex);
     for (const auto& run : running) {
-      if (!run->executing || !run->command->isAbortable()) continue;
+      if (!run->executing || !run->command->canBeStopped()) continue;
       ++run->aborts;
       targets.push_back(run);
     }

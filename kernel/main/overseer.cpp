@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "kernel/log/logger.h"
+#include "kernel/main/settingsoverlay.h"
 #include "kernel/util/delegate.h"
 
 namespace nubo::main {
@@ -78,6 +79,7 @@ Overseer::~Overseer() {
 Overseer* Overseer::getInstance() { return instance; }
 
 QSettings* Overseer::getQSettings() {
+  if (const SettingsOverlay* overlay = SettingsScope::current()) return overlay->settings();
   std::shared_ptr<QSettings>& settings = settingsOfThread().localData();
   if (!settings || settings->fileName() != d->settingsFile) settings = std::make_shared<Settings>(d->settingsFile);
   return settings.get();
@@ -89,7 +91,7 @@ QSettings* nuboSettings() {
 }
 
 QString writeSettings() {
-  if (!nuboSettings()) return QString();
+  if (!nuboSettings() || SettingsScope::current()) return QString();  // an overlay is never written
   // All objects on one file share what is to be written, but each keeps the failures that it met.
   QSettings settings(nuboSettings()->fileName(), QSettings::IniFormat);
   settings.sync();

@@ -28,7 +28,8 @@ class NUBO_KERNEL_EXPORT Overseer {
 
   CommandProcessor* getCommandProcessor() { return m_Processor.get(); }
   /// The application settings, one object per calling thread on the same file; not owned by the caller. They are
-  /// written in a thread's event loop and at its end; where that fails in an event loop it is logged once.
+  /// written in a thread's event loop and at its end; where that fails in an event loop it is logged once. While the
+  /// calling thread has a SettingsScope, those of its overlay.
   QSettings* getQSettings();
   QThread* getApplicationThread() const { return mp_ApplicationThread; }
 

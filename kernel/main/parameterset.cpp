@@ -12,4 +12,8 @@ void ParameterSet::addParameter(AbstractParameter* parameter) {
   m_Parameters.push_back(parameter);
 }
 
+QString ParameterSet::summarize(const ParameterSet& values) const {
+  return m_Summary && check(values).text.isEmpty() ? m_Summary(values) : QString();
+}
+
 }  // namespace nubo::main

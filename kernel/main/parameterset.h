@@ -21,6 +21,7 @@ class NUBO_KERNEL_EXPORT ParameterSet {
     QString text;               ///< a sentence that says why; empty: all is well
   };
   using Check = std::function<Refusal(const ParameterSet& values)>;
+  using Summary = std::function<QString(const ParameterSet& values)>;
 
   ParameterSet(int id, const QString& name);
   /// Takes ownership.
@@ -31,6 +32,12 @@ class NUBO_KERNEL_EXPORT ParameterSet {
   /// set's parameters, and each fits its parameter. Called on the application thread. A run does not rely on it.
   void setCheck(const Check& check) { m_Check = check; }
   Refusal check(const ParameterSet& values) const { return m_Check ? m_Check(values) : Refusal(); }
+  /// Tells user interfaces in a line what a run with these values will make: it must come true. The values are as those
+  /// of a check, and not refused by it. Empty: nothing can be said yet. Called on the application thread, as values are
+  /// typed.
+  void setSummary(const Summary& summary) { m_Summary = summary; }
+  /// Empty without a summary, and for values that are refused.
+  QString summarize(const ParameterSet& values) const;
   int getID() const { return m_ID; }
   const QString& getName() const { return m_Name; }
 
@@ -40,6 +47,7 @@ class NUBO_KERNEL_EXPORT ParameterSet {
   std::deque<AbstractParameter*> m_Parameters;
   std::vector<std::shared_ptr<AbstractParameter>> m_Owned;
   Check m_Check;
+  Summary m_Summary;
 };
 
 }  // namespace nubo::main

@@ -67,3 +67,37 @@ TEST(Overseer, TellsOfSettingsThatCannotBeWritten) {
     EXPECT_THAT(recorder.texts(log::Failure), testing::ElementsAre("the settings cannot be written to /proc/nubo.ini"));
   }
 }
+
+TEST(Overseer, LaysSettingsOverTheOthersForOneRun) {
+  struct Store : main::SettingsCommand {
+    Store() : SettingsCommand(nullptr, nullptr) {}
+    void execute() override {
+      const QVariant seen = main::nuboSettings()->value(Key);
+      main::nuboSettings()->setValue("seen", seen);
+      main::nuboSettings()->remove("old");
+    }
+  } command;
+  const QTemporaryDir directory;
+  main::Overseer overseer(directory.filePath("nubo.ini"));
+  main::nuboSettings()->setValue(Key, 25);
+  main::nuboSettings()->setValue("old", 1);
+  const auto overlay = std::make_shared<main::SettingsOverlay>();
+  {
+    const main::SettingsScope scope(overlay);
+    main::nuboSettings()->setValue(Key, 60);
+    overlay->seal();
+    const main::SettingsScope none(nullptr);
+    EXPECT_EQ(main::nuboSettings()->value(Key), 60) << "no overlay changes nothing";
+  }
+  command.setRunSettings(overlay);
+  test::LogCollector recorder;
+  overseer.getCommandProcessor()->processCommand(&command, main::CommandProcessor::Wait, true);
+  EXPECT_THAT(recorder.texts(log::Failure), testing::IsEmpty());
+  EXPECT_EQ(main::nuboSettings()->value(Key), 25);
+  EXPECT_EQ(main::nuboSettings()->allKeys(), QStringList({"old", Key}))
+      << "nobody sees what a run stores before its end";
+  overlay->storeChanges();
+  EXPECT_EQ(main::nuboSettings()->allKeys(), QStringList({"seen", Key}));
+  EXPECT_EQ(main::nuboSettings()->value("seen"), 60);
+  EXPECT_EQ(main::nuboSettings()->value(Key), 25) << "what the run was given is gone with it";
+}
