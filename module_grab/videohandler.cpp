@@ -18,6 +18,7 @@
 #include "module_grab/outputclaim.h"
 #include "module_grab/video/videoencoder.h"
 #include "module_grab/videoframe.h"
+#include "module_grab/videosettings.h"
 #include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/viewer.h"
 
@@ -146,16 +147,18 @@ void VideoHandler::attachPanel(gui::ScenePanel* panel, int width, int height) {
   // A panel that was closed on the way here is no longer among the viewer's; initGL refuses to go on without one.
   if (gui::Viewer::getInstance()->getPanels().contains(panel)) {
     mp_Panel = panel;
-    if (width == 0 || height == 0) {
-      width = panel->width();
-      height = panel->height();
-    }
+    const QSize size = frameSize(width, height, panel->size());
+    m_Width = size.width();
+    m_Height = size.height();
     takeTransform();
     connect(panel, &gui::ScenePanel::cameraChanged, this, &VideoHandler::takeTransform, Qt::DirectConnection);
     connect(panel, &QObject::destroyed, this, &VideoHandler::panelDestroyed, Qt::DirectConnection);
   }
-  m_Width = madeEven(width);
-  m_Height = madeEven(height);
+}
+
+QSize VideoHandler::frameSize(int width, int height, QSize panel) {
+  const bool isPanels = width == 0 || height == 0;
+  return {madeEven(isPanels ? panel.width() : width), madeEven(isPanels ? panel.height() : height)};
 }
 
 void VideoHandler::takeTransform() {
@@ -170,15 +173,11 @@ void VideoHandler::panelDestroyed(QObject*) {
 }
 
 void VideoHandler::readSettings() {
-  const QSettings* settings = main::nuboSettings();
-  // Whatever stands in a settings file, a chunk is as large as it can be set to.
-  const int megabytes = qBound(1, settings->value("settings/grabvideotempfilesize", "50").toInt(), 1000);
-  m_MaxChunkSize = static_cast<std::uint32_t>(megabytes) * 1000000;
-  m_Fps = settings->value("settings/grabvideofps", "25").toInt();
-  constexpr int Most = std::numeric_limits<int>::max() / 1000;
-  const int kilobits = settings->value("settings/grabvideokbps", "1200").toInt();
-  m_Bitrate = kilobits > Most ? std::numeric_limits<int>::max() : qMax(kilobits, -Most) * 1000;
-  m_UseMemoryAsBuffer = settings->value("settings/grabvideousememoryasbuffer", "1").toBool();
+  const VideoSettings settings = readVideoSettings();
+  m_MaxChunkSize = static_cast<std::uint32_t>(settings.chunkMegabytes) * 1000000;
+  m_Fps = settings.fps;
+  m_Bitrate = settings.bitrate;
+  m_UseMemoryAsBuffer = settings.useMemoryAsBuffer;
 }
 
 bool VideoHandler::initGL() {

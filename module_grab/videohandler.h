@@ -3,6 +3,7 @@
 
 #include <QMutex>
 #include <QObject>
+#include <QSize>
 #include <QString>
 #include <QThread>
 #include <atomic>
@@ -58,6 +59,11 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject, private FrameFlow {
   /// Calls `observer` with the numbers of frames grabbed and encoded so far, on the grabbing thread and on the
   /// encoder's, where it may take its time: no lock is held. Before the start.
   void observeFrames(std::function<void(int grabbed, int encoded)> observer) { m_FrameObserver = std::move(observer); }
+  /// The frames' size in pixels for a panel of that size.
+  static QSize frameSize(int width, int height, QSize panel);
+  /// The same, of the recording that was started.
+  QSize frameSize() const { return {m_Width, m_Height}; }
+  int framesPerSecond() const { return m_Fps; }
   /// How many frames there are so far. Any thread.
   int framesGrabbed() const { return m_FramesGrabbed; }
   /// How many there will be if nobody ends the recording: those of a recording in step, else 0. Any thread.

@@ -67,8 +67,7 @@ main::CommandDescriptor* newDescriptor() {
 
 /// What a picture needs to know of a panel.
 struct PanelView {
-  int width;
-  int height;
+  QSize size;
   Matrix4 transform;
 };
 
@@ -76,15 +75,15 @@ struct PanelView {
 std::optional<PanelView> viewOf(const QPointer<gui::ScenePanel>& panel) {
   std::optional<PanelView> view;
   WorkerDelegate::invokeSync(new FunctionDelegate([&panel, &view] {
-    if (panel) view = PanelView{panel->width(), panel->height(), panel->getScaledTransformMatrix()};
+    if (panel) view = PanelView{panel->size(), panel->getScaledTransformMatrix()};
   }));
   return view;
 }
 
-/// Of a picture of this width in the panel's aspect; heights beyond int end at its largest value, and a panel
-/// without a width gives none.
-int heightFor(int width, const PanelView& view) {
-  const double height = width * (double(view.height) / double(view.width));
+/// Of a picture of this width in a panel's aspect; heights beyond int end at its largest value,
+/// and a panel without a width gives none.
+int heightFor(int width, QSize panel) {
+  const double height = width * (double(panel.height()) / double(panel.width()));
   if (!std::isfinite(height)) return 0;
   return int(std::min(height, double(std::numeric_limits<int>::max())));
 }
@@ -119,6 +118,7 @@ GrabImage::GrabImage()
   m_Placement = OfferedInMenuAndToolBar;
   m_Abortable = false;
   m_Undoable = false;
+  m_Cancellable = true;
   buildInteractiveSet();
   queueProbe();
   disableCommand(true);
@@ -164,8 +164,10 @@ void GrabImage::buildInteractiveSet() {
   set.addParameter(fileName);
   auto* width = newParameter<int>("width", QObject::tr("Width of the grabbed image"));
   width->setDefaultParameterForDefaultGUI(QStringLiteral("10000"));
+  width->setQuantity(main::AbstractParameter::Quantity::PixelsAcross);
   set.addParameter(width);
   set.setCheck([this](const main::ParameterSet& values) { return checkValues(values); });
+  set.setSummary([this](const main::ParameterSet& values) { return summarize(values); });
   m_ParameterSets.push_back(set);
 }
 
@@ -175,8 +177,18 @@ main::ParameterSet::Refusal GrabImage::checkValues(const main::ParameterSet& val
   if (!fileName || !width) return {};
   if (!hasWritableSuffix(*fileName)) return {0, QObject::tr("No valid image file extension selected")};
   if (!mp_ActivePanel) return {};
-  const int height = heightFor(*width, {mp_ActivePanel->width(), mp_ActivePanel->height(), Matrix4()});
-  return {1, whyNotPossible(QFileInfo(*fileName).suffix(), *width, height)};
+  return {1, whyNotPossible(QFileInfo(*fileName).suffix(), *width, heightFor(*width, mp_ActivePanel->size()))};
+}
+
+QString GrabImage::summarize(const main::ParameterSet& values) const {
+  const auto fileName = nubo::grab::solveParameter<QString>(m_TypeSolver, values, 0);
+  const auto width = nubo::grab::solveParameter<int>(m_TypeSolver, values, 1);
+  if (!fileName || !width || !mp_ActivePanel) return QString();
+  const int height = heightFor(*width, mp_ActivePanel->size());
+  return QObject::tr("%L1 × %L2 pixels, about %L3 MB while it is built")
+      .arg(*width)
+      .arg(height)
+      .arg(megabytesFor(QFileInfo(*fileName).suffix(), *width, height), 0, 'f', 0);
 }
 
 /// A copy has parameters of its own, whose file dialog is its own too.
@@ -278,7 +290,7 @@ void GrabImage::executeInteractive() {
   }
   const std::optional<PanelView> view = viewOf(mp_ActivePanel);
   if (!view) return;
-  const int height = heightFor(*width, *view);
+  const int height = heightFor(*width, view->size);
   if (*width < 2 || height < 2) {
     NUBO_LOG(log::Failure, Execute, "Target picture (%d x %d) size is to small!", *width, height);
     return;
@@ -300,11 +312,18 @@ void GrabImage::grabToFile(const QString& fileName, int width, int height, const
   }
   updateProcessed(-1);
   updateText(QObject::tr("Building tiles"));
+  if (const double dotsPerInch = mp_CurrentParameterSet->parameters()[1]->getDotsPerInch(); dotsPerInch > 0) {
+    image.setDotsPerMeterX(qRound(dotsPerInch / MetersPerInch));
+    image.setDotsPerMeterY(image.dotsPerMeterX());
+  }
   saveImage(&image, transform);
+  if (m_Aborted) return updateEndedEarly(QObject::tr("nothing was written"));
   updateText(QObject::tr("Saving image"));
   const QByteArray localName = fileName.toLocal8Bit();
   QString reason;
   if (writePicture(image, fileName, reason)) {
+    giveFact(QStringLiteral("width"), width);
+    giveFact(QStringLiteral("height"), height);
     NUBO_LOG(log::Note, Execute, "Image saved to '%s'", localName.constData());
   } else {
     giveReason(reason);
@@ -312,6 +331,6 @@ void GrabImage::grabToFile(const QString& fileName, int width, int height, const
   }
 }
 
-void GrabImage::saveImage(QImage* target, const Matrix4& transform) { renderTiled(target, transform); }
+void GrabImage::saveImage(QImage* target, const Matrix4& transform) { renderTiled(target, transform, m_Aborted); }
 
 }  // namespace nubo::commands::grab

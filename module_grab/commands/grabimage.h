@@ -37,7 +37,8 @@ class NUBO_MODULE_GRAB_EXPORT GrabImage : public main::Command {
   GrabImage& operator=(const GrabImage& other);
   ~GrabImage() override;
 
-  /// Failures are logged. A picture that could be rendered only in part is saved as far as it got.
+  /// Failures are logged. A picture that could be rendered only in part is saved as far as it got; of one that was
+  /// aborted nothing is written.
   void execute() override;
 
  private:
@@ -50,6 +51,8 @@ class NUBO_MODULE_GRAB_EXPORT GrabImage : public main::Command {
   void scenePanelChanged(const main::Event* event);
   QFileDialog* createSaveDialog();
   main::ParameterSet::Refusal checkValues(const main::ParameterSet& values) const;
+  /// Of a picture that can be made. Application thread.
+  QString summarize(const main::ParameterSet& values) const;
 
   void executeProgrammatic();
   void executeInteractive();

@@ -18,6 +18,7 @@
 #include "module_grab/parameters.h"
 #include "module_grab/video/videoencoder.h"
 #include "module_grab/videohandler.h"
+#include "module_grab/videosettings.h"
 #include "module_trajectory/trajectory.h"
 
 namespace nubo::commands::grab {
@@ -36,6 +37,21 @@ constexpr int MinimalSize = 16;
 const char LastDirectoryKey[] = "lastGrabVideoDirectory";
 
 bool isTooSmall(int pixels) { return pixels != 0 && pixels < MinimalSize; }
+
+/// Empty where a video can be written to that file; else what the run would say, and what helps.
+QString whyNoEncoder(const QString& fileName) {
+  const auto& formats = *VideoEncoder::getInstance()->getLoadableFiles();
+  const QFileInfo file(fileName);
+  if (formats.count(file.completeSuffix().toUpper()) > 0) return QString();
+  QString text = QObject::tr("No encoder for file '%1' found").arg(fileName);
+  if (formats.count(file.suffix().toUpper()) > 0)
+    return text + QObject::tr("; all that follows the first dot of a name is its format: call it '%1.%2'")
+                      .arg(file.completeBaseName().replace('.', '-'), file.suffix());
+  QStringList known;
+  for (const auto& [extension, description] : formats) known << extension.toLower();
+  return known.isEmpty() ? text
+                         : text + QObject::tr("; there are encoders for %1").arg(known.join(QStringLiteral(", ")));
+}
 
 }  // namespace
 
@@ -82,8 +98,10 @@ void GrabVideo::addParameters() {
   fileName->setParameterPanelFactory(mp_PanelFactory.get());
   auto* width = newParameter<int>("width", QObject::tr("Width of the video (0=window-width)"));
   width->setDefaultParameterForDefaultGUI(QStringLiteral("0"));
+  width->setQuantity(main::AbstractParameter::Quantity::PixelsAcross);
   auto* height = newParameter<int>("height", QObject::tr("Height of the video (0=window-height)"));
   height->setDefaultParameterForDefaultGUI(QStringLiteral("0"));
+  height->setQuantity(main::AbstractParameter::Quantity::PixelsDown);
   auto* sync = newParameter<bool>(
       "sync",
       QObject::tr("If enabled (0=true, 1=false) then the grabbing will be synced with the collisionpath steps"));
@@ -95,6 +113,7 @@ void GrabVideo::addParameters() {
   set.addParameter(height);
   set.addParameter(sync);
   set.setCheck([this](const main::ParameterSet& values) { return checkValues(values); });
+  set.setSummary([this](const main::ParameterSet& values) { return summarize(values); });
   m_ParameterSets.push_back(set);
 }
 
@@ -102,13 +121,37 @@ main::ParameterSet::Refusal GrabVideo::checkValues(const main::ParameterSet& val
   for (const std::size_t size : {1, 2})
     if (isTooSmall(solveParameter<int>(m_TypeSolver, values, size).value_or(0))) return {size, sizeRefusal()};
   const QString fileName = solveParameter<QString>(m_TypeSolver, values, 0).value_or(QString());
-  if (VideoEncoder::getInstance()->getLoadableFiles()->count(QFileInfo(fileName).completeSuffix().toUpper()) == 0)
-    return {0, QObject::tr("No encoder for file '%1' found").arg(fileName)};
+  if (const QString refusal = whyNoEncoder(fileName); !refusal.isEmpty()) return {0, refusal};
+  const int fps = nubo::grab::readVideoSettings().fps;
+  if (VideoEncoder::getInstance()->writtenFrameRate(fileName, fps) == 0)
+    return {0, tr("A “.%1” file cannot have %2 frames per second").arg(QFileInfo(fileName).completeSuffix()).arg(fps)};
   // Before there is a panel, the scene and what moves it may still be on their way.
   if (mp_ActivePanel && solveParameter<bool>(m_TypeSolver, values, 3).value_or(false) &&
       trajectory::SelectedTrajectory().count() == 0)
     return {3, tr("There is no trajectory with steps to record")};
   return {};
+}
+
+QString GrabVideo::summarize(const main::ParameterSet& values) const {
+  const auto fileName = solveParameter<QString>(m_TypeSolver, values, 0);
+  const auto width = solveParameter<int>(m_TypeSolver, values, 1);
+  const auto height = solveParameter<int>(m_TypeSolver, values, 2);
+  const auto sync = solveParameter<bool>(m_TypeSolver, values, 3);
+  if (!fileName || !width || !height || !sync || !mp_ActivePanel) return QString();
+  const QSize size = VideoHandler::frameSize(*width, *height, mp_ActivePanel->size());
+  const int fps = VideoEncoder::getInstance()->writtenFrameRate(*fileName, nubo::grab::readVideoSettings().fps);
+  if (!*sync)
+    return tr("%1 frames per second until it is ended, %2 × %3").arg(fps).arg(size.width()).arg(size.height());
+  const trajectory::SelectedTrajectory trajectory;
+  const auto first = trajectory.position(), count = trajectory.count();
+  if (first >= count) return QString();
+  return tr("steps %1 to %2: %3 frames, %L4 s, %5 × %6")
+      .arg(first + 1)
+      .arg(count)
+      .arg(count - first)
+      .arg(double(count - first) / fps, 0, 'f', 1)
+      .arg(size.width())
+      .arg(size.height());
 }
 
 void GrabVideo::scenePanelChanged(const main::Event* event) {
@@ -226,6 +269,12 @@ void GrabVideo::finishVideo(const QString& fileName) {
   const int grabbed = mp_VideoHandler->framesGrabbed(), planned = mp_VideoHandler->framesPlanned();
   if (grabbed < planned) updateEndedEarly(tr("%L1 of %L2 frames").arg(grabbed).arg(planned));
   NUBO_LOG(log::Milestone, "nubo::commands::grab::GrabVideo::execute", tr("Video '%1' encoding done").arg(fileName));
+  giveFact(QStringLiteral("frames"), grabbed);
+  giveFact(QStringLiteral("width"), mp_VideoHandler->frameSize().width());
+  giveFact(QStringLiteral("height"), mp_VideoHandler->frameSize().height());
+  const int fps = VideoEncoder::getInstance()->writtenFrameRate(fileName, mp_VideoHandler->framesPerSecond());
+  giveFact(QStringLiteral("framesPerSecond"), fps);
+  if (planned > 0 && fps > 0) giveFact(QStringLiteral("seconds"), double(grabbed) / fps);
 }
 
 void GrabVideo::abandonVideo() {

@@ -47,7 +47,7 @@ void fitTo(std::unique_ptr<QOpenGLFramebufferObject>& framebuffer, QSize size) {
 }
 
 /// False if a tile has no framebuffer to be drawn into.
-bool renderTiles(const Picture& picture, int edge, util::YProgressDialog& progress) {
+bool renderTiles(const Picture& picture, int edge, util::YProgressDialog& progress, const std::atomic<bool>& stop) {
   const int width = picture.target->width();
   const int height = picture.target->height();
   const TileGrid grid(width, height, edge);
@@ -57,7 +57,7 @@ bool renderTiles(const Picture& picture, int edge, util::YProgressDialog& progre
              target->width(), target->height());
   };
   std::unique_ptr<QOpenGLFramebufferObject> framebuffer;
-  for (int i = 0; i < grid.count(); ++i) {
+  for (int i = 0; i < grid.count() && !stop; ++i) {
     progress.setValue(int(double(i) / grid.count() * 100.0));
     const Tile tile = grid.tile(i);
     fitTo(framebuffer, {tile.width, tile.height});
@@ -83,7 +83,7 @@ int largestTexture() {
 
 }  // namespace
 
-void renderTiled(QImage* target, const math::Matrix4& transform) {
+void renderTiled(QImage* target, const math::Matrix4& transform, const std::atomic<bool>& stop) {
   const util::YPointer<scene::Scene> scene = gui::Viewer::getInstance()->getGlobalScene();
   const util::YPointer<scene::SceneElement> root = scene->getRootNode();
   if (!root) return;
@@ -105,7 +105,7 @@ void renderTiled(QImage* target, const math::Matrix4& transform) {
   const int edge = tileEdge(largestTexture());
   scene::SceneLocker lock(scene, scene::LOCKTYPE(7));
   util::YProgressDialog progress(QObject::tr("Building Picture"), false);
-  const bool isComplete = renderTiles({target, root, transform, *drawer}, edge, progress);
+  const bool isComplete = renderTiles({target, root, transform, *drawer}, edge, progress, stop);
   if (isComplete) drawer.reset();
   context->release();
   if (isComplete) lock.unlock();

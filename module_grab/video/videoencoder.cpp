@@ -6,6 +6,7 @@
 #include <QLibrary>
 #include <QMutex>
 #include <QMutexLocker>
+#include <algorithm>
 #include <memory>
 
 #include "kernel/log/logger.h"
@@ -39,6 +40,9 @@ QString load(QLibrary& library) {
   library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
   return library.load() ? QString() : library.errorString();
 }
+
+/// Under which a file's encoder is registered.
+QString keyOf(const QString& fileName) { return QFileInfo(fileName).completeSuffix().toUpper(); }
 
 /// A text whose characters are not in the plug-in's memory, which a literal's are.
 QString detached(const QString& text) { return QString(text.constData(), text.size()); }
@@ -115,8 +119,20 @@ bool VideoEncoder::registerEncoder(EncoderFactory factory, const QString& extens
   return true;
 }
 
+void VideoEncoder::limitFrameRate(const QString& extension, int most, int shown) {
+  m_FrameRates[detached(extension.toUpper())] = {most, shown};
+}
+
+int VideoEncoder::writtenFrameRate(const QString& fileName, int fps) const {
+  const auto limits = m_FrameRates.find(keyOf(fileName));
+  if (fps < 1 || limits == m_FrameRates.end()) return std::max(fps, 0);
+  const auto [most, shown] = limits->second;
+  if (most > 0 && fps > most) return 0;
+  return shown > 0 ? std::min(fps, shown) : fps;
+}
+
 Encoder* VideoEncoder::getEncoder(const QString& fileName) {
-  const auto entry = m_Encoders.find(QFileInfo(fileName).completeSuffix().toUpper());
+  const auto entry = m_Encoders.find(keyOf(fileName));
   return entry == m_Encoders.end() ? nullptr : entry->second.factory(entry->second.userData);
 }
 
@@ -125,6 +141,7 @@ const std::map<QString, QString>* VideoEncoder::getLoadableFiles() { return &m_L
 void VideoEncoder::unloadPlugins() {
   m_Encoders.clear();
   m_LoadableFiles.clear();
+  m_FrameRates.clear();
   for (QLibrary* library : m_Libraries) {
     library->unload();
     delete library;

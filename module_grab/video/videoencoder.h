@@ -41,6 +41,12 @@ class NUBO_MODULE_GRAB_EXPORT VideoEncoder {
   void refreshPlugins();
   /// For plug-ins, from doRegister. Case of the extension is ignored. Logs and returns false if it is taken.
   bool registerEncoder(EncoderFactory factory, const QString& extension, const QString& description, void* userData);
+  /// For plug-ins, after registerEncoder, where not every frame rate will do: with more than `most` frames per second
+  /// nothing can be encoded, and with more than `shown` the video is written with that many, and lasts longer. 0: there
+  /// is no such limit.
+  void limitFrameRate(const QString& extension, int most, int shown);
+  /// The frames per second with which a recording at `fps` is written to that file; 0 where it cannot be.
+  int writtenFrameRate(const QString& fileName, int fps) const;
   /// A new encoder, owned by the caller, for everything after the first dot of the file's name; null if nobody
   /// registered that.
   Encoder* getEncoder(const QString& fileName);
@@ -55,6 +61,11 @@ class NUBO_MODULE_GRAB_EXPORT VideoEncoder {
     void* userData;
   };
 
+  struct FrameRates {
+    int most;
+    int shown;
+  };
+
   VideoEncoder();
   VideoEncoder(const VideoEncoder& other);
   /// The empty text, or why nothing comes of the plug-in.
@@ -64,6 +75,7 @@ class NUBO_MODULE_GRAB_EXPORT VideoEncoder {
   QList<QLibrary*> m_Libraries;  ///< those whose doRegister succeeded, in load order; owned
   std::map<QString, EncoderEntry> m_Encoders;
   std::map<QString, QString> m_LoadableFiles;
+  std::map<QString, FrameRates> m_FrameRates;  ///< of the extensions that have limits
 };
 
 }  // namespace nubo::grab::video

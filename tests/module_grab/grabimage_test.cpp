@@ -185,6 +185,36 @@ TEST_F(GrabImageTest, SavesAndRemembersTheDirectory) {
   EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
 }
 
+TEST_F(GrabImageTest, WritesNothingOfAPictureThatIsStopped) {
+  struct Stopper : util::ProgressPresenter {
+    void begin(const void*, const QString&, bool) override {}
+    void update(const void*, int) override {
+      if (++tiles == 2) command->abort();
+    }
+    void end(const void*) override {}
+    GrabImage* command = nullptr;
+    std::atomic<int> tiles{0};
+  };
+  const auto stopper = std::make_shared<Stopper>();
+  stopper->command = m_Command.get();
+  QString extent;
+  QObject::connect(
+      m_Command->monitor(), &main::CommandMonitor::endedEarly, m_Command->monitor(),
+      [&](const QString& text) { extent = text; }, Qt::DirectConnection);
+  const QString file = m_Host.file("picture.bmp");
+  ASSERT_FALSE(picture(100).isNull());
+  ASSERT_TRUE(QFile::copy(m_Host.file("picture.png"), file));
+  const qint64 size = QFileInfo(file).size();
+  util::YProgressDialog::setPresenter(stopper);
+  EXPECT_TRUE(grab(file, 2000));
+  util::YProgressDialog::setPresenter(nullptr);
+  EXPECT_EQ(stopper->tiles, 2) << "the other tiles are not drawn";
+  EXPECT_EQ(extent, "nothing was written");
+  EXPECT_EQ(QFileInfo(file).size(), size) << "the old file stays";
+  EXPECT_THAT(m_Log.texts(log::Failure), IsEmpty());
+  EXPECT_EQ(picture(100).width(), 100) << "the next one is whole";
+}
+
 TEST_F(GrabImageTest, KeepsTheOldFileWhereTheNewOneFindsNoSpace) {
   for (const char* name : {"old.png", "old.bmp", "old.tif", "old.jpg"}) {
     SCOPED_TRACE(name);

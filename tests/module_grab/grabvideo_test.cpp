@@ -145,7 +145,7 @@ TEST_F(RecordingTest, TakesSizesMadeEvenAndRefusesWhatItCannotRecord) {
   for (const Row& row : Rows) {
     SCOPED_TRACE(&row - Rows);
     const auto mark = check(makeValues(m_Host.file(row.file), row.width, row.height));
-    EXPECT_EQ(mark.text, row.marked == None ? QString() : row.refusal);
+    EXPECT_EQ(mark.text.section(';', 0, 0), row.marked == None ? QString() : row.refusal) << "what helps may follow";
     EXPECT_EQ(int(mark.parameter), std::max(row.marked, 0));
     m_Log.clear();
     main::Command& command = makeCommand(m_Host.file(row.file), row.width, row.height);

@@ -15,13 +15,15 @@ using namespace nubo::grab::video;
 struct Offer {
   const char* extension;
   const char* description;
+  int mostFps = 0;  ///< as the format of the codecs' library has it
+  int shownFps = 0;
 };
 
 /// The codecs' library has settings for each. An FFmpeg that lacks one of them says so when it is to record.
 constexpr Offer Offers[] = {
     {"mp4", "MPEG-4 video (H.264)"},         {"mkv", "Matroska video (FFV1, lossless with alpha)"},
     {"webm", "WebM video (VP9 with alpha)"}, {"mov", "QuickTime video (ProRes 4444 with alpha)"},
-    {"avi", "AVI video (MPEG-4 part 2)"},    {"gif", "Animated GIF"},
+    {"avi", "AVI video (MPEG-4 part 2)"},    {"gif", "Animated GIF", 100, 50},
 };
 
 /// The library of codecs, in the folder "av" beside this one, and unloaded before it.
@@ -61,10 +63,15 @@ Encoder* createEncoder(void* offer) {
 /// True, so that the library is unloaded together with its registrations, if it has at least one.
 extern "C" Q_DECL_EXPORT bool doRegister() {
   bool isRegistered = false;
-  for (const Offer& offer : Offers)
-    isRegistered |= VideoEncoder::getInstance()->registerEncoder(&createEncoder, QString::fromLatin1(offer.extension),
-                                                                 QString::fromLatin1(offer.description),
-                                                                 const_cast<Offer*>(&offer));
+  VideoEncoder* registry = VideoEncoder::getInstance();
+  for (const Offer& offer : Offers) {
+    const QString extension = QString::fromLatin1(offer.extension);
+    if (!registry->registerEncoder(&createEncoder, extension, QString::fromLatin1(offer.description),
+                                   const_cast<Offer*>(&offer)))
+      continue;
+    registry->limitFrameRate(extension, offer.mostFps, offer.shownFps);
+    isRegistered = true;
+  }
   return isRegistered;
 }
 

@@ -1,0 +1,20 @@
+#include "module_grab/videosettings.h"
+
+#include <QSettings>
+#include <limits>
+
+#include "kernel/main/overseer.h"
+
+namespace nubo::grab {
+
+VideoSettings readVideoSettings() {
+  const QSettings* settings = main::nuboSettings();
+  constexpr int Most = std::numeric_limits<int>::max() / 1000;
+  const int kilobits = settings->value("settings/grabvideokbps", "1200").toInt();
+  return {qBound(1, settings->value("settings/grabvideotempfilesize", "50").toInt(), 1000),
+          settings->value("settings/grabvideofps", "25").toInt(),
+          kilobits > Most ? std::numeric_limits<int>::max() : qMax(kilobits, -Most) * 1000,
+          settings->value("settings/grabvideousememoryasbuffer", "1").toBool()};
+}
+
+}  // namespace nubo::grab

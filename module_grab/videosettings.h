@@ -1,0 +1,16 @@
+// What recordings take from the settings.
+#pragma once
+
+namespace nubo::grab {
+
+struct VideoSettings {
+  int chunkMegabytes;      ///< of 1,000,000 bytes, 1 to 1000
+  int fps;                 ///< frames per second, as stored
+  int bitrate;             ///< bits per second, as stored, as far as an int holds them
+  bool useMemoryAsBuffer;  ///< chunks go to memory first
+};
+
+/// Those in force on the calling thread, whatever stands in a settings file.
+VideoSettings readVideoSettings();
+
+}  // namespace nubo::grab
