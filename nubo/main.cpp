@@ -3,14 +3,31 @@
 #include <QLocale>
 #include <cstdio>
 
+#include "nubo/cli/filecheck.h"
 #include "nubo/cli/platform.h"
 #include "nubo/cli/process.h"
 #include "nubo/cli/program.h"
 #include "nubo/cli/report.h"
 #include "nubo/window/application.h"
 
+namespace {
+
+using namespace nubo;
+
+/// What is wrong with the call before there is anything to run.
+int refuse(const QStringList& words, const app::CommandLine& line, const QString& error) {
+  const QString text = app::oneLine(error);
+  std::fprintf(stderr, "nubo: %s\n", qPrintable(text));
+  app::RunRecord record(words);
+  record.addMessage("error", text);
+  if (!line.reportFile.isEmpty() && app::whyNotWritable(line.reportFile).isEmpty())
+    static_cast<void>(record.write(line.reportFile, app::WrongCall));
+  return app::WrongCall;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
-  using namespace nubo;
   app::prepareProcess();
   app::logQtMessages();
   QString error;
@@ -19,10 +36,7 @@ int main(int argc, char** argv) {
   if (error.isEmpty()) error = line.error;
   const bool hasWindow = line.wantsWindow();
   if (error.isEmpty() && hasWindow) error = app::checkDisplay();
-  if (!error.isEmpty()) {
-    std::fprintf(stderr, "nubo: %s\n", qPrintable(app::oneLine(error)));
-    return app::WrongCall;
-  }
+  if (!error.isEmpty()) return refuse(words, line, error);
   QCoreApplication::setApplicationName("nubo");
   QCoreApplication::setApplicationVersion(NUBO_VERSION);
   QCoreApplication::addLibraryPath(app::pluginFolder());

@@ -43,13 +43,13 @@ ParameterSet* chooseSet(main::Command& command, const Arguments& arguments) {
   return sets.empty() ? nullptr : &sets.front();
 }
 
-QString whyArgumentsWrong(const ParameterSet& set, const Arguments& arguments) {
+QString whyArgumentsWrong(const ParameterSet& set, const Arguments& arguments, const QStringList& alsoKnown) {
   const QStringList names = optionNames(set);
   QStringList seen;
   for (const Argument& argument : arguments) {
     if (!names.contains(argument.name)) {
       QStringList known = optionWords();
-      for (const QString& name : names) known << "--" + name;
+      for (const QString& name : names + alsoKnown) known << "--" + name;
       return QStringLiteral("--%1: unknown parameter").arg(argument.name) + suggestion("--" + argument.name, known);
     }
     if (seen.contains(argument.name)) return QStringLiteral("--%1 is given twice").arg(argument.name);
@@ -117,10 +117,10 @@ bool describesNumbersReversed(const AbstractParameter& parameter) {
   return parameter.getType() == typeid(bool) && parameter.getDescription().contains(reversed);
 }
 
-QString bindArguments(main::Command& command, const Arguments& arguments) {
+QString bindArguments(main::Command& command, const Arguments& arguments, const QStringList& alsoKnown) {
   ParameterSet* own = chooseSet(command, arguments);
   if (!own) return arguments.isEmpty() ? QString() : QStringLiteral("the command has no parameters");
-  QString error = whyArgumentsWrong(*own, arguments);
+  QString error = whyArgumentsWrong(*own, arguments, alsoKnown);
   ParameterSet values(own->getID(), own->getName());
   for (const AbstractParameter* parameter : own->parameters()) {
     if (!error.isEmpty()) return error;
@@ -143,6 +143,32 @@ QString whyValuesRefused(main::Command& command, const Arguments& arguments) {
   const ParameterSet::Refusal refusal = own->check(*own);
   if (refusal.text.isEmpty()) return QString();
   return QStringLiteral("--%1: %2").arg(optionName(own->parameters()[refusal.parameter]->getName()), refusal.text);
+}
+
+QString summaryOf(main::Command& command, const Arguments& arguments) {
+  const ParameterSet* own = chooseSet(command, arguments);
+  const QString summary = own ? own->summarize(*own) : QString();
+  return summary.isEmpty() ? callText(command.getName(), boundArguments(command)) : summary;
+}
+
+Arguments boundArguments(main::Command& command) {
+  Arguments arguments;
+  for (const ParameterSet& set : command.getParameterSets())
+    for (const AbstractParameter* parameter : set.parameters())
+      if (parameter->hasValue()) arguments << Argument{optionName(parameter->getName()), parameter->toString()};
+  return arguments;
+}
+
+QStringList otherValues(main::Command& command, const QString& happened) {
+  QStringList others;
+  for (const ParameterSet& set : command.getParameterSets())
+    for (const AbstractParameter* parameter : set.parameters())
+      // What was stored is what parameters start from afterwards.
+      if (const QString stored = defaultText(*parameter); parameter->hasValue() && parameter->toString() != stored)
+        others << QStringLiteral("%1: --%2 %3 %4 in place of %5")
+                      .arg(command.getName(), optionName(parameter->getName()), stored, happened,
+                           parameter->toString());
+  return others;
 }
 
 QStringList targetFiles(main::Command& command) {

@@ -35,11 +35,23 @@ bool describesNumbersReversed(const main::AbstractParameter& parameter);
 
 /// Fills the command's inputs from the arguments and defaults and makes them current. Files that it will write
 /// are tried first. Returns the empty text, or one line that says what was wrong; then the command must not run.
-[[nodiscard]] QString bindArguments(main::Command& command, const Arguments& arguments);
+/// `alsoKnown` are parameters that could have been meant, but are not this command's.
+[[nodiscard]] QString bindArguments(main::Command& command, const Arguments& arguments,
+                                    const QStringList& alsoKnown = {});
 
 /// Why the command would fail at its bound values, as far as is known before it runs: "" if nothing speaks against
 /// them. Application thread.
 [[nodiscard]] QString whyValuesRefused(main::Command& command, const Arguments& arguments);
+
+/// One line on what a run with the bound values will make, which it tells itself; else the values.
+[[nodiscard]] QString summaryOf(main::Command& command, const Arguments& arguments);
+
+/// The current inputs by their options' names; without those that have no value.
+Arguments boundArguments(main::Command& command);
+
+/// Of a settings command that has stored its current inputs, a line for each that it has bounded: "NAME: --OPTION
+/// STORED HAPPENED in place of GIVEN".
+QStringList otherValues(main::Command& command, const QString& happened);
 
 /// The files that the command's current inputs name for it to write.
 QStringList targetFiles(main::Command& command);

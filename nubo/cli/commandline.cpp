@@ -77,6 +77,7 @@ class Reader {
       if (m_Rest.isEmpty()) return refuse(option, " needs a value");
       value = m_Rest.takeFirst();
     }
+    m_Line.options << Argument{option.name, value};
     const QString expected = option.take(value, m_Line);
     if (!expected.isEmpty())
       refuse(option, QStringLiteral(" %1: expected %2%3")
@@ -141,6 +142,10 @@ QString whyInconsistent(const CommandLine& line) {
         .arg(line.turntable ? QStringLiteral("--turntable") : QStringLiteral("--trajectory"));
   if (!line.element.isEmpty() && line.trajectory.isEmpty())
     return QStringLiteral("--element: --trajectory FILE is missing, with the points to move it along");
+  if (line.asks() || !line.command.isEmpty()) return QString();
+  for (const auto& [name, isGiven] :
+       {std::pair("dry-run", line.dryRun), {"no-overwrite", line.noOverwrite}, {"report", !line.reportFile.isEmpty()}})
+    if (isGiven) return QStringLiteral("--%1 is for the run of a command, and none is given").arg(name);
   return QString();
 }
 

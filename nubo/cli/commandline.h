@@ -42,8 +42,12 @@ struct CommandLine {
   std::optional<double> readTimeout;         ///< seconds that a reader may get no further
   std::optional<double> fineness;            ///< of triangles that stand for curved surfaces; 1: as usual
   QString settingsFile;
+  bool dryRun = false;
+  bool noOverwrite = false;
+  QString reportFile;  ///< empty: none
   Verbosity verbosity = Verbosity::Normal;
 
+  Arguments options;   ///< as they were given, in order
   QStringList scenes;  ///< "builtin" or file names, which make up one scene
   QString command;     ///< empty: none given
   Arguments arguments;

@@ -16,19 +16,22 @@ CommandRun::CommandRun(main::Command& command, const QString& call, const QStrin
                        TerminalProgress& progress)
     : m_Command(command), m_Call(call), m_Handicap(handicap), m_Report(report), m_Progress(progress) {}
 
-int CommandRun::run(main::CommandProcessor& processor, std::optional<double> duration) {
+int CommandRun::run(main::CommandProcessor& processor, const CommandLine& line) {
   observe();
   const Interrupt interrupts;
-  QObject::connect(&interrupts, &Interrupt::interrupted, &interrupts, [this](int signal) { interrupt(signal); });
+  QObject::connect(&interrupts, &Interrupt::interrupted, &interrupts,
+                   [&](int signal) { interrupt(signal, line.reportFile); });
   QTimer end;
   end.setSingleShot(true);
   QObject::connect(&end, &QTimer::timeout, &end, [this] { m_Command.abort(); });
-  if (duration) end.start(int(*duration * 1000));
+  if (line.duration) end.start(int(*line.duration * 1000));
 
   m_Report.takeFailures();
   const bool ran = processor.processCommand(&m_Command, main::CommandProcessor::Wait, true);
   m_Progress.clear();
-  return ran ? judge() : Failed;
+  const int status = ran ? judge() : Failed;
+  record();
+  return status;
 }
 
 /// The command reports from threads of its own; the progress line takes that.
@@ -43,13 +46,15 @@ void CommandRun::observe() {
   observe(&CommandMonitor::processedChanged, [this](int percent) { m_Progress.setPercent(percent); });
   observe(&CommandMonitor::reasonGiven, [this](const QString& reason) { m_Reason = reason; });
   observe(&CommandMonitor::endedEarly, [this](const QString& extent) { m_EndedEarly = extent; });
+  observe(&CommandMonitor::factGiven,
+          [this](const QString& name, const QVariant& value) { m_Facts[name] = QJsonValue::fromVariant(value); });
 }
 
-void CommandRun::interrupt(int signal) {
-  if (m_Signal != 0 || !m_Command.isAbortable()) {
+void CommandRun::interrupt(int signal, const QString& recordFile) {
+  if (m_Signal != 0 || !m_Command.canBeStopped()) {
     m_Report.error(m_Call + ": interrupted");
     // The command cannot be waited for, and it may be using everything that an orderly end takes down.
-    std::_Exit(EndedBySignal + signal);
+    std::_Exit(m_Report.finish(recordFile, EndedBySignal + signal));
   }
   m_Signal = signal;
   m_Report.note(m_Command.getName() + " is ending; Ctrl-C again to give up");
@@ -62,8 +67,13 @@ int CommandRun::judge() {
     m_Report.error(m_Call + ": " + failures.join("; "));
     return Failed;
   }
+  if (!m_EndedEarly.isEmpty() && m_Command.isCancellable()) {
+    m_Report.error(QStringLiteral("%1: stopped: %2").arg(m_Call, m_EndedEarly));
+    return m_Signal == 0 ? int(Failed) : EndedBySignal + m_Signal;
+  }
   if (!reportFiles(targetFiles(m_Command))) return Failed;
-  if (dynamic_cast<const main::SettingsCommand*>(&m_Command)) reportOtherValues();
+  if (dynamic_cast<const main::SettingsCommand*>(&m_Command))
+    for (const QString& other : otherValues(m_Command, "was stored")) m_Report.note(other);
   if (m_EndedEarly.isEmpty()) return Done;
   m_Report.note(QStringLiteral("%1: ended early: %2").arg(m_Call, m_EndedEarly));
   return m_Signal == 0 ? int(Done) : EndedBySignal + m_Signal;
@@ -72,8 +82,9 @@ int CommandRun::judge() {
 QStringList CommandRun::failures() {
   const QString milestone = m_Report.lastMilestone();
   QStringList failures = m_Report.takeFailures();
+  const bool isCancelled = !m_EndedEarly.isEmpty() && m_Command.isCancellable();
   for (const QString& file : targetFiles(m_Command))
-    if (failures.isEmpty() && !QFileInfo::exists(file))
+    if (failures.isEmpty() && !isCancelled && !QFileInfo::exists(file))
       failures << (milestone.isEmpty() ? QStringLiteral("%1 was not written").arg(file) : milestone);
   if (!failures.isEmpty() && !m_Reason.isEmpty()) failures.last() += ' ' + m_Reason;
   if (!failures.isEmpty() && !m_Handicap.isEmpty()) failures << m_Handicap;
@@ -88,13 +99,12 @@ bool CommandRun::reportFiles(const QStringList& files) {
   return true;
 }
 
-/// Settings that the command has bounded: what it has stored is what its parameters start from now.
-void CommandRun::reportOtherValues() {
-  for (const main::ParameterSet& set : m_Command.getParameterSets())
-    for (const main::AbstractParameter* parameter : set.parameters())
-      if (const QString stored = defaultText(*parameter); parameter->hasValue() && parameter->toString() != stored)
-        m_Report.note(QStringLiteral("%1: --%2 %3 was stored in place of %4")
-                          .arg(m_Command.getName(), optionName(parameter->getName()), stored, parameter->toString()));
+void CommandRun::record() {
+  RunRecord& record = m_Report.record();
+  record.endPhase(QStringLiteral("command"));
+  record.set(QStringLiteral("result"), m_Facts);
+  for (const QString& file : targetFiles(m_Command))
+    if (QFileInfo::exists(file)) record.addFile(file);
 }
 
 }  // namespace nubo::app

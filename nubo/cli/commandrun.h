@@ -1,9 +1,8 @@
 // One run of a command, as the user of a terminal sees it.
 #pragma once
 
+#include <QJsonObject>
 #include <QString>
-#include <memory>
-#include <optional>
 
 #include "kernel/main/command.h"
 #include "kernel/main/commandprocessor.h"
@@ -12,6 +11,7 @@ namespace nubo::app {
 
 class Report;
 class TerminalProgress;
+struct CommandLine;
 
 /// The exit statuses of the program. A run that a signal ended before its time has 128 + the signal's number.
 enum ExitStatus { Done = 0, Failed = 1, WrongCall = 2, EndedBySignal = 128 };
@@ -24,18 +24,19 @@ class CommandRun {
   CommandRun(main::Command& command, const QString& call, const QString& handicap, Report& report,
              TerminalProgress& progress);
 
-  /// Returns the exit status when the command has ended. After `duration` seconds, or with a signal such as Ctrl-C, it
+  /// Returns the exit status when the command has ended. After the line's duration, or with a signal such as Ctrl-C, it
   /// is asked to end; a second one a moment later (the first, where it cannot be asked) ends the process. Failures, and
   /// what was left undone, are reported.
-  [[nodiscard]] int run(main::CommandProcessor& processor, std::optional<double> duration);
+  [[nodiscard]] int run(main::CommandProcessor& processor, const CommandLine& line);
 
  private:
   void observe();
-  void interrupt(int signal);
+  void interrupt(int signal, const QString& recordFile);
   int judge();
   QStringList failures();
   bool reportFiles(const QStringList& files);
-  void reportOtherValues();
+  /// Puts what the run tells of itself into the record.
+  void record();
 
   main::Command& m_Command;
   QString m_Call;
@@ -46,6 +47,7 @@ class CommandRun {
   // Written by the command on its thread, and read here when it has ended.
   QString m_Reason;      ///< for what failed last
   QString m_EndedEarly;  ///< what it did of all that it was to do
+  QJsonObject m_Facts;
 };
 
 }  // namespace nubo::app

@@ -10,6 +10,7 @@
 #include "nubo/cli/commandarguments.h"
 #include "nubo/cli/commandline.h"
 #include "nubo/cli/option.h"
+#include "nubo/cli/runsettings.h"
 
 namespace nubo::app {
 
@@ -95,6 +96,16 @@ Entry entryOf(const AbstractParameter& parameter) {
   return entry;
 }
 
+QString parametersText(main::Command& command, const QString& title) {
+  QString text;
+  for (const main::ParameterSet& set : command.getParameterSets()) {
+    std::vector<Entry> entries;
+    for (const AbstractParameter* parameter : set.parameters()) entries.push_back(entryOf(*parameter));
+    text += '\n' + title + ":\n" + layOut(entries);
+  }
+  return text;
+}
+
 }  // namespace
 
 QString helpText() {
@@ -117,11 +128,10 @@ QString helpText() {
 QString commandHelpText(main::Command& command) {
   QString text = QStringLiteral("Usage: nubo [options] [SCENE ...] %1 [--PARAMETER VALUE ...]\n\n%2\n")
                      .arg(command.getName(), command.getDescriptor()->getDescription());
-  for (const main::ParameterSet& set : command.getParameterSets()) {
-    std::vector<Entry> entries;
-    for (const AbstractParameter* parameter : set.parameters()) entries.push_back(entryOf(*parameter));
-    text += QStringLiteral("\nParameters:\n") + layOut(entries);
-  }
+  text += parametersText(command, QStringLiteral("Parameters"));
+  for (main::Command* settings : settingsCommandsOf(command))
+    text +=
+        parametersText(*settings, QStringLiteral("Settings for this run (%1 stores them)").arg(settings->getName()));
   return text;
 }
 

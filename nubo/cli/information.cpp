@@ -15,8 +15,6 @@
 
 namespace nubo::app {
 
-namespace {
-
 QString openGLText() {
   QOpenGLContext context;
   QOffscreenSurface surface;
@@ -27,6 +25,8 @@ QString openGLText() {
   };
   return QStringLiteral("%1, %2").arg(text(GL_VERSION), text(GL_RENDERER));
 }
+
+namespace {
 
 QString infoLine(const main::ThirdPartyInfos& info) {
   QStringList parts;

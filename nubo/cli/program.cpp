@@ -1,11 +1,15 @@
 #include "nubo/cli/program.h"
 
+#include <QCoreApplication>
+#include <QFileInfo>
 #include <QSettings>
 #include <cstdlib>
+#include <utility>
 
 #include "kernel/main/commandmanager.h"
 #include "kernel/main/overseer.h"
 #include "nubo/cli/commandarguments.h"
+#include "nubo/cli/filecheck.h"
 #include "nubo/cli/help.h"
 #include "nubo/cli/information.h"
 #include "nubo/cli/scenefile.h"
@@ -23,6 +27,13 @@ Commands knownCommands() {
   for (const QString& name : main::CommandManager::getInstance()->names())
     commands[name] = optionNames(*findCommand(name));
   return commands;
+}
+
+QJsonObject objectOf(const Arguments& arguments) {
+  QJsonObject object;
+  for (const Argument& argument : arguments)
+    object[argument.name] = argument.value.isNull() ? QJsonValue(true) : QJsonValue(argument.value);
+  return object;
 }
 
 /// Empty if the settings could be read, or there are none yet.
@@ -44,12 +55,14 @@ Program::Program(const QStringList& words, const CommandLine& line, const QStrin
       m_Line(line),
       m_NoOpenGL(noOpenGL),
       mp_Progress(progress),
-      m_Report(line.verbosity, *progress),
+      m_Report(words, line.verbosity, *progress),
       m_Session(line, line.asks() || line.wantsWindow() ? QStringList() : line.scenes, m_Report) {
   util::YProgressDialog::setPresenter(mp_Progress);
 }
 
-int Program::run(const ShowWindow& showWindow) {
+int Program::run(const ShowWindow& showWindow) { return m_Report.finish(m_Line.reportFile, serve(showWindow)); }
+
+int Program::serve(const ShowWindow& showWindow) {
   if (const int status = settle(); status != Done) return status;
   if (m_Line.asks()) return answer();
   if (!m_Line.command.isEmpty()) return runCommand();
@@ -67,6 +80,8 @@ int Program::settle() {
     return Failed;
   }
   if (!m_Line.error.isEmpty()) return refuse(m_Line.error);
+  if (const QString cause = whyNotWritable(m_Line.reportFile); !m_Line.reportFile.isEmpty() && !cause.isEmpty())
+    return refuse(QStringLiteral("--report %1: %2").arg(std::exchange(m_Line.reportFile, QString()), cause));
   const QString problem = settingsProblem();
   if (!problem.isEmpty() && !m_Line.settingsFile.isEmpty()) return refuse(problem);
   m_Report.setVerbosity(m_Line.verbosity);
@@ -77,7 +92,7 @@ int Program::settle() {
 int Program::refuse(const QString& error) {
   m_Report.error(error);
   // A large scene that is still being read for nothing is not worth waiting for.
-  if (m_Session.isReadingScene()) std::_Exit(WrongCall);
+  if (m_Session.isReadingScene()) std::_Exit(m_Report.finish(m_Line.reportFile, WrongCall));
   return WrongCall;
 }
 
@@ -98,27 +113,75 @@ int Program::answer() {
 
 int Program::runCommand() {
   main::Command& registered = *findCommand(m_Line.command);
+  m_Arguments = m_Line.arguments;
+  RunSettings settings(registered, m_Arguments);
+  if (const QString error = settings.apply(m_Session.processor(), m_Report); !error.isEmpty())
+    return refuse(call() + ": " + error);
+  const main::SettingsScope scope(settings.overlay());
+  const int status = run(registered, settings);
+  if (settings.overlay() && !m_Line.dryRun) {
+    const main::SettingsScope none(nullptr);
+    settings.overlay()->storeChanges();
+  }
+  return status;
+}
+
+int Program::run(main::Command& registered, const RunSettings& settings) {
+  recordCall(settings);
   if (const QString error = whyCallWrong(registered); !error.isEmpty()) return refuse(error);
+  m_Report.record().set("parameters", objectOf(boundArguments(registered)));
   mp_Progress->setText("Reading the scene");
-  if (const QString error = prepare(registered); !error.isEmpty()) {
+  const QString error = prepare(registered);
+  m_Report.record().endPhase(QStringLiteral("scene"));
+  if (!error.isEmpty()) {
     m_Report.error(error);
     // Only the scene could tell that the value of an option makes no sense.
     return error.startsWith("--") ? WrongCall : Failed;
   }
   // Now that the command knows its panel, more can be wrong.
-  if (const QString error = whyValuesRefused(registered, m_Line.arguments); !error.isEmpty())
+  if (const QString error = whyValuesRefused(registered, m_Arguments); !error.isEmpty())
     return refuse(call() + ": " + error);
+  const QString summary = summaryOf(registered, m_Arguments);
+  m_Report.record().set(QStringLiteral("summary"), summary);
+  if (m_Line.dryRun) return m_Report.print(summary + '\n') ? Done : Failed;
   const std::unique_ptr<main::Command> clone(registered.runsOnClone() ? registered.clone() : nullptr);
-  CommandRun run(clone ? *clone : registered, call(), m_NoOpenGL, m_Report, *mp_Progress);
-  return run.run(m_Session.processor(), m_Line.duration);
+  main::Command& command = clone ? *clone : registered;
+  command.setRunSettings(settings.overlay());
+  const int status = CommandRun(command, call(), m_NoOpenGL, m_Report, *mp_Progress).run(m_Session.processor(), m_Line);
+  command.setRunSettings(nullptr);
+  return status;
 }
 
-QString Program::whyCallWrong(main::Command& command) const {
+QString Program::whyCallWrong(main::Command& command) {
   if (const QString error = whyFilesMissing(m_Line); !error.isEmpty()) return error;
   if (m_Line.duration && !command.isAbortable())
     return QStringLiteral("--duration: %1 cannot be ended early").arg(m_Line.command);
-  const QString error = bindArguments(command, m_Line.arguments);
-  return error.isEmpty() ? QString() : call() + ": " + error;
+  QStringList settings;
+  for (main::Command* other : settingsCommandsOf(command)) settings << optionNames(*other);
+  const QString error = bindArguments(command, m_Arguments, settings);
+  return error.isEmpty() ? whyFilesRefused(command) : call() + ": " + error;
+}
+
+QString Program::whyFilesRefused(main::Command& command) {
+  for (const QString& file : targetFiles(command)) {
+    if (m_Line.noOverwrite && QFileInfo::exists(file)) return QStringLiteral("--no-overwrite: %1 is there").arg(file);
+    if (QFileInfo(file).absoluteFilePath() == QFileInfo(m_Line.reportFile).absoluteFilePath())
+      return QStringLiteral("--report %1: that is what the command writes").arg(std::exchange(m_Line.reportFile, {}));
+  }
+  return QString();
+}
+
+void Program::recordCall(const RunSettings& settings) {
+  RunRecord& record = m_Report.record();
+  record.set("options", objectOf(m_Line.options));
+  record.set("scenes", QJsonArray::fromStringList(m_Line.scenes.isEmpty() ? QStringList(BuiltinScene) : m_Line.scenes));
+  record.set("command", m_Line.command);
+  record.set("settings", objectOf(settings.arguments()));
+  record.set("dryRun", m_Line.dryRun);
+  if (m_Line.reportFile.isEmpty()) return;
+  record.set(
+      "versions",
+      QJsonObject{{"nubo", QCoreApplication::applicationVersion()}, {"qt", qVersion()}, {"openGL", openGLText()}});
 }
 
 QString Program::prepare(const main::Command& command) {

@@ -6,6 +6,7 @@
 #include "nubo/cli/commandline.h"
 #include "nubo/cli/commandrun.h"
 #include "nubo/cli/report.h"
+#include "nubo/cli/runsettings.h"
 #include "nubo/cli/session.h"
 
 namespace nubo::app {
@@ -28,19 +29,24 @@ class Program {
   Program(const QStringList& words, const CommandLine& line, const QString& noOpenGL,
           const std::shared_ptr<TerminalProgress>& progress);
 
+  int serve(const ShowWindow& showWindow);
   /// Reads the call again, now with the commands that there are.
   int settle();
   int refuse(const QString& error);
   int answer();
   int runCommand();
+  int run(main::Command& registered, const RunSettings& settings);
   /// Why the command cannot run at all, whatever the scene; "" if it can.
-  QString whyCallWrong(main::Command& command) const;
+  QString whyCallWrong(main::Command& command);
+  QString whyFilesRefused(main::Command& command);
+  void recordCall(const RunSettings& settings);
   /// Brings the scene in front of the command; "", or why the command cannot run.
   QString prepare(const main::Command& command);
   QString call() const { return callText(m_Line.command, m_Line.arguments); }
 
   QStringList m_Words;
   CommandLine m_Line;
+  Arguments m_Arguments;  ///< those of the command itself
   QString m_NoOpenGL;
   std::shared_ptr<TerminalProgress> mp_Progress;
   Report m_Report;

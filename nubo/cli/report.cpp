@@ -11,7 +11,8 @@
 
 namespace nubo::app {
 
-Report::Report(Verbosity verbosity, TerminalProgress& progress) : m_Progress(progress) {
+Report::Report(const QStringList& words, Verbosity verbosity, TerminalProgress& progress)
+    : m_Progress(progress), m_Record(words) {
   setVerbosity(verbosity);
   m_LogObserver = log::Logger::getInstance()->addObserver(
       [this](const log::Record& record) { keep(record.level, record.message); });
@@ -46,18 +47,34 @@ QStringList Report::takeFailures() {
   return std::exchange(m_Failures, {});
 }
 
+void Report::keepFailures(const QStringList& failures) {
+  const std::lock_guard<std::mutex> lock(m_Mutex);
+  m_Failures = failures + m_Failures;
+}
+
 QString Report::lastMilestone() const {
   const std::lock_guard<std::mutex> lock(m_Mutex);
   return m_Milestone;
 }
 
-void Report::error(const QString& text) {
+void Report::error(const QString& text) { say(QStringLiteral("error"), text); }
+
+void Report::note(const QString& text) {
+  if (m_Verbosity != Verbosity::Quiet) say(QStringLiteral("note"), text);
+}
+
+void Report::say(const QString& kind, const QString& text) {
   m_Progress.clear();
+  m_Record.addMessage(kind, text);
   std::fprintf(stderr, "nubo: %s\n", qPrintable(oneLine(text)));
 }
 
-void Report::note(const QString& text) {
-  if (m_Verbosity != Verbosity::Quiet) error(text);
+int Report::finish(const QString& recordFile, int exitStatus) {
+  if (recordFile.isEmpty()) return exitStatus;
+  const QString failure = m_Record.write(recordFile, exitStatus);
+  if (failure.isEmpty()) return exitStatus;
+  error(failure);
+  return exitStatus == Done ? int(Failed) : exitStatus;
 }
 
 bool Report::print(const QString& text) {

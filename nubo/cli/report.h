@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "nubo/cli/commandline.h"
+#include "nubo/cli/runrecord.h"
 
 namespace nubo::app {
 
@@ -15,7 +16,8 @@ class TerminalProgress;
 /// asked to be verbose. Takes the log from any thread; lives on the application thread.
 class Report {
  public:
-  Report(Verbosity verbosity, TerminalProgress& progress);
+  /// `words` stood after the program's name.
+  Report(const QStringList& words, Verbosity verbosity, TerminalProgress& progress);
   ~Report();
   Report(const Report&) = delete;
   Report& operator=(const Report&) = delete;
@@ -24,6 +26,8 @@ class Report {
 
   /// What failed since the last call, each text once, in order.
   QStringList takeFailures();
+  /// Gives back what takeFailures() returned, ahead of what came since.
+  void keepFailures(const QStringList& failures);
   /// The last record of consequence since the last call of takeFailures that was not a failure.
   QString lastMilestone() const;
 
@@ -36,11 +40,19 @@ class Report {
   /// The same with one line, unless quiet.
   [[nodiscard]] bool result(const QString& text);
 
+  /// What is told in a file when the run ends; what is said on standard error is in there.
+  RunRecord& record() { return m_Record; }
+  /// Writes that file, if there is a name for it. Returns the exit status, which is another where a run that was done
+  /// cannot tell of it.
+  [[nodiscard]] int finish(const QString& recordFile, int exitStatus);
+
  private:
   void keep(int level, const QString& message);
+  void say(const QString& kind, const QString& text);
 
   Verbosity m_Verbosity = Verbosity::Normal;  ///< of the application thread
   TerminalProgress& m_Progress;
+  RunRecord m_Record;
   mutable std::mutex m_Mutex;
   QStringList m_Failures;
   QString m_Milestone;

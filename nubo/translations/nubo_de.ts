@@ -105,8 +105,8 @@
         <translation>Es läuft noch: %1.</translation>
     </message>
     <message>
-        <source>If you quit, recordings are stopped and kept, and the window closes when all has ended. A picture is built to its end.</source>
-        <translation>Wenn Sie beenden, werden Aufnahmen angehalten und behalten, und das Fenster schließt sich, wenn alles fertig ist. Ein Bild wird noch zu Ende gezeichnet.</translation>
+        <source>If you quit, recordings are stopped and kept, pictures are given up, and the window closes when all has ended.</source>
+        <translation>Wenn Sie beenden, werden Aufnahmen angehalten und behalten, Bilder aufgegeben, und das Fenster schließt sich, wenn alles fertig ist.</translation>
     </message>
     <message>
         <source>Stop and &amp;Quit</source>
@@ -258,6 +258,18 @@
     <message>
         <source>%L1 of %L2 frames</source>
         <translation>%L1 von %L2 Bildern</translation>
+    </message>
+    <message>
+        <source>A “.%1” file cannot have %2 frames per second</source>
+        <translation>Eine „.%1“-Datei kann keine %2 Bilder je Sekunde haben</translation>
+    </message>
+    <message>
+        <source>%1 frames per second until it is ended, %2 × %3</source>
+        <translation>%1 Bilder je Sekunde, bis es beendet wird, %2 × %3</translation>
+    </message>
+    <message>
+        <source>steps %1 to %2: %3 frames, %L4 s, %5 × %6</source>
+        <translation>Schritte %1 bis %2: %3 Bilder, %L4 s, %5 × %6</translation>
     </message>
 </context>
 <context>
@@ -923,6 +935,22 @@
     <message>
         <source>A picture of %1 × %2 pixels does not fit into a “.%3” file; choose a smaller width, or another format.</source>
         <translation>Ein Bild von %1 × %2 Pixeln passt nicht in eine „.%3“-Datei; wählen Sie eine kleinere Breite oder ein anderes Format.</translation>
+    </message>
+    <message>
+        <source>%L1 × %L2 pixels, about %L3 MB while it is built</source>
+        <translation>%L1 × %L2 Pixel, etwa %L3 MB, solange es gezeichnet wird</translation>
+    </message>
+    <message>
+        <source>nothing was written</source>
+        <translation>es wurde nichts geschrieben</translation>
+    </message>
+    <message>
+        <source>; all that follows the first dot of a name is its format: call it &apos;%1.%2&apos;</source>
+        <translation>; alles nach dem ersten Punkt des Namens ist das Format: Nennen Sie sie &apos;%1.%2&apos;</translation>
+    </message>
+    <message>
+        <source>; there are encoders for %1</source>
+        <translation>; es gibt Encoder für %1</translation>
     </message>
 </context>
 <context>

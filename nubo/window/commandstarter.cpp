@@ -96,8 +96,8 @@ bool CommandStarter::confirmsQuitting(const QList<RunningCommand*>& runs) {
                   mp_Window);
   return confirms(
       box,
-      tr("If you quit, recordings are stopped and kept, and the window closes when all has ended. A picture "
-         "is built to its end."),
+      tr("If you quit, recordings are stopped and kept, pictures are given up, and the window closes when all has "
+         "ended."),
       tr("Stop and &Quit"));
 }
 

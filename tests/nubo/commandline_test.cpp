@@ -70,7 +70,7 @@ TEST(CommandLine, TellsScenesCommandAndArgumentsApart) {
 TEST(CommandLine, ReadsItsOptions) {
   const QString options =
       "--size 800x450 --view -30,-20.5 --background #102030 --samples 0 --steps 0:99 --duration 1.5 --trajectory t.csv "
-      "--element arm --verbose --read-timeout 2.5 ";
+      "--element arm --verbose --read-timeout 2.5 --dry-run --no-overwrite --report r.json ";
   // Before the scene or after the command, or shared between both.
   for (const QString& text : {"--settings s.ini " + options + "m.obj grabvideo", "m.obj grabvideo " + options,
                               "--size 1x1 --element leg m.obj grabvideo --sync " + options}) {
@@ -85,6 +85,9 @@ TEST(CommandLine, ReadsItsOptions) {
     EXPECT_EQ(line.readTimeout, 2.5);
     EXPECT_EQ(line.trajectory, "t.csv");
     EXPECT_EQ(line.element, "arm");
+    EXPECT_TRUE(line.dryRun && line.noOverwrite);
+    EXPECT_EQ(line.reportFile, "r.json");
+    EXPECT_EQ(line.options.last().value, "r.json");
     EXPECT_EQ(line.verbosity, Verbosity::Verbose);
     EXPECT_EQ(line.settingsFile, text.contains("s.ini") ? "s.ini" : "");
     EXPECT_EQ(line.arguments.size(), text.contains("--sync") ? 1 : 0);
@@ -123,6 +126,8 @@ TEST(CommandLine, RefusesWithAReason) {
       {"--steps 5:4 m.stl grabvideo", "--steps 5:4: expected"},
       {"--duration 0 m.stl grabvideo", "--duration 0: expected"},
       {"--read-timeout 0 m.stl grabvideo", "--read-timeout 0: expected"},
+      {"--dry-run m.stl", "--dry-run is for the run of a command, and none is given"},
+      {"--report= m.stl grabimage", "--report \"\": expected a file name"},
       {"grabimge --width 3", "grabimge: unknown command; did you mean \"grabimage\"?"},
       {"m.stl grab --width 3", "did you mean \"grabimage\" or \"grabvideo\"?"},
       {"help", "did you mean \"--help\"?"},

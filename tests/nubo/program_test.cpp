@@ -13,6 +13,7 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <csignal>
+#include <map>
 
 using testing::HasSubstr;
 
@@ -70,6 +71,30 @@ class Program : public testing::Test {
   }
   std::string files() const {
     return QDir(m_Directory.path()).entryList(QDir::AllEntries | QDir::Hidden).join(' ').toStdString();
+  }
+
+  QJsonDocument recordOf(const QString& name) const {
+    QFile file(path(name));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    return QJsonDocument::fromJson(file.readAll());
+  }
+  std::map<QString, double> measuredPicture(const QString& name) const {
+    const QImage image(path(name));
+    return {{"width", image.width()}, {"height", image.height()}};
+  }
+  /// As others see it.
+  std::map<QString, double> measuredVideo(const QString& name) {
+    EXPECT_EQ(run("ffprobe -v error -count_frames -show_entries stream=width,height,nb_read_frames:format=duration "
+                  "-of csv=p=0 " +
+                  name),
+              0)
+        << m_Errors.toStdString();
+    const QStringList values = m_Output.simplified().replace(' ', ',').split(',', Qt::SkipEmptyParts);
+    if (values.size() != 4) return {};
+    return {{"width", values[0].toDouble()},
+            {"height", values[1].toDouble()},
+            {"frames", values[2].toDouble()},
+            {"seconds", values[3].toDouble()}};
   }
 
   /// A Y4M file holds its frames uncompressed behind a line each.
@@ -260,6 +285,87 @@ TEST_F(Program, EndsARecordingAndKeepsIt) {
     const std::string count = "ended early: " + std::to_string(frames()) + " of ";
     EXPECT_EQ(m_Errors.contains(count.c_str()), row.status > 128) << m_Errors.toStdString();
   }
+}
+
+TEST_F(Program, MakesWhatItAnnounced) {
+  struct Row {
+    const char *options, *file, *arguments, *announced;
+    std::map<QString, double> made;
+  };
+  const auto video = [](double frames, double seconds, double width, double height) {
+    return std::map<QString, double>{{"frames", frames}, {"seconds", seconds}, {"width", width}, {"height", height}};
+  };
+  const Row rows[] = {
+      {"--size 300x200",
+       "a.png",
+       "--width 2100",
+       "2,100 × 1,400 pixels, about 21 MB while it is built\n",
+       {{"width", 2100}, {"height", 1400}}},
+      {"--size 64x48", "a.jpg", "--width 10", "10 × 7 pixels, about", {{"width", 10}, {"height", 7}}},
+      {"--turntable 12", "a.mp4", "--width 63 --height 49", "steps 1 to 12: 12 frames, 0.5 s, 64 × 50\n",
+       video(12, 0.48, 64, 50)},
+      {"--turntable 12 --steps 2:7", "a.mkv", "--width 0 --height 48 --size 98x33 --fps 4",
+       "steps 1 to 6: 6 frames, 1.5 s, 98 × 34\n", video(6, 1.5, 98, 34)},
+      {"--turntable 9", "a.webm", "--width 64 --height 64 --fps 3", "9 frames, 3.0 s", video(9, 3, 64, 64)},
+      {"--turntable 9", "a.mov", "--width 64 --height 64 --fps 90", "9 frames, 0.1 s", video(9, 0.1, 64, 64)},
+      {"--turntable 9", "a.avi", "--width 64 --height 64 --fps 0", "9 frames, 9.0 s", video(9, 9, 64, 64)},
+      {"--turntable 60", "a.gif", "--width 64 --height 64 --fps 60", "60 frames, 1.2 s", video(60, 1.2, 64, 64)},
+      {"", "a.y4m", "--width 16 --height 16 --fps 5", "50 frames, 10.0 s, 16 × 16\n", video(50, 10, 16, 16)},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.file);
+    const QString file = QString(row.file), suffix = file.section('.', -1);
+    const bool isPicture = suffix == "png" || suffix == "jpg";
+    const QString line = QStringLiteral("$nubo %1 %5 triangle.obj %2 --filename %3 %4")
+                             .arg(row.options, isPicture ? "grabimage" : "grabvideo", file, row.arguments);
+    ASSERT_EQ(run(line.arg("--dry-run")), 0) << m_Errors.toStdString();
+    const std::string announced = m_Output.toStdString();
+    EXPECT_THAT(announced, HasSubstr(row.announced));
+    EXPECT_FALSE(QFile::exists(path(file)));
+    ASSERT_EQ(run(line.arg("--report r.json")), 0) << m_Errors.toStdString();
+    const QJsonDocument record = recordOf("r.json");
+    EXPECT_EQ(record["summary"].toString().toStdString() + '\n', announced);
+    const std::map<QString, double> read = isPicture ? measuredPicture(file) : measuredVideo(file);
+    for (const auto& [name, value] : row.made) {
+      EXPECT_NEAR(read.at(name), value, 0.011) << name.toStdString();
+      EXPECT_NEAR(record["result"][name].toDouble(), value, 0.011) << name.toStdString();
+    }
+  }
+  // Settings of one run are nobody else's; what it stores itself stays.
+  const QSettings settings(m_Settings.filePath("nubo.ini"), QSettings::IniFormat);
+  EXPECT_EQ(settings.allKeys(), QStringList({"lastGrabImageDirectory", "lastGrabVideoDirectory"}));
+}
+
+TEST_F(Program, RecordsHowARunWent) {
+  write("old.png", "old");
+  write("model.unknown", "v 0 0 0");
+  ASSERT_EQ(run("$nubo --report r.json triangle.obj grabimage --filename b.png --width 64 --view front"), 0);
+  QJsonDocument record = recordOf("r.json");
+  EXPECT_EQ(record["exitStatus"].toInt(-1), 0);
+  EXPECT_EQ(record["scenes"].toArray(), QJsonArray{"triangle.obj"});
+  EXPECT_EQ(record["options"]["view"].toString(), "front");
+  EXPECT_EQ(record["parameters"]["width"].toString(), "64");
+  EXPECT_EQ(record["files"][0]["bytes"].toDouble(), QFileInfo(path("b.png")).size());
+  EXPECT_GE(record["seconds"]["all"].toDouble(), record["seconds"]["command"].toDouble());
+  struct Row {
+    const char* arguments;
+    int status;
+  };
+  for (const auto& [arguments, status] : {Row{"missing.glb grabimage --filename c.png", 2},
+                                          {"triangle.obj grabimage --filename c.png --witdh 3", 2},
+                                          {"--size 0 triangle.obj grabimage", 2},
+                                          {"model.unknown grabimage --filename c.png", 1},
+                                          {"--no-overwrite triangle.obj grabimage --filename old.png", 2}}) {
+    SCOPED_TRACE(arguments);
+    EXPECT_EQ(run(QStringLiteral("$nubo --report r.json ") + arguments), status);
+    record = recordOf("r.json");
+    EXPECT_EQ(record["exitStatus"].toInt(), status);
+    EXPECT_EQ("nubo: " + record["messages"][0]["text"].toString() + '\n', m_Errors);
+  }
+  expectFailure(
+      {"$nubo --report none/r.json triangle.obj grabimage --filename c.png", 2, "--report none/r.json: the directory"});
+  expectFailure(
+      {"$nubo triangle.obj grabimage --filename r.json.png --report r.json.png", 2, "what the command writes"});
 }
 
 TEST_F(Program, StoresSettingsAndKeepsTheOthers) {

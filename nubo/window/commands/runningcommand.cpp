@@ -13,7 +13,7 @@ RunningCommand::RunningCommand(main::Command& command, const QString& title, gui
       m_Title(title),
       m_Files(app::targetFiles(command)),
       mp_Panel(panel),
-      m_Abortable(command.isAbortable()) {
+      m_Abortable(command.canBeStopped()) {
   for (const QString& file : m_Files) m_Title += QLatin1Char(' ') + QFileInfo(file).fileName();
   connect(mp_Monitor, &main::CommandMonitor::textChanged, this, &RunningCommand::textChanged, Qt::QueuedConnection);
   connect(mp_Monitor, &main::CommandMonitor::detailChanged, this, &RunningCommand::detailChanged, Qt::QueuedConnection);

@@ -25,6 +25,7 @@ class RunningCommand : public QObject {
   gui::ScenePanel* panel() const { return mp_Panel; }
   /// Why it failed; empty: it did not, or nobody knows.
   const QString& reason() const { return m_Reason; }
+  /// Whether abort() ends it, with or without something to show for it.
   bool isAbortable() const { return m_Abortable; }
   void abort();
 

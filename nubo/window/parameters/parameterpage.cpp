@@ -29,13 +29,17 @@ ParameterPage::ParameterPage(main::Command& command, const main::ParameterSet& s
     : QWidget(parent),
       m_Command(command),
       m_Set(set),
-      m_StoresSettings(dynamic_cast<const main::SettingsCommand*>(&command)) {
+      m_StoresSettings(dynamic_cast<const main::SettingsCommand*>(&command)),
+      mp_Summary(new QLabel) {
   setObjectName(QStringLiteral("set:%1").arg(set.getID()));
   auto* layout = new QGridLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setColumnStretch(1, 1);
   for (const main::AbstractParameter* parameter : set.parameters()) addLine(layout, *parameter);
   if (!m_Lines.empty()) setFocusProxy(m_Lines.front().editor);
+  mp_Summary->setObjectName(QStringLiteral("summary"));
+  mp_Summary->setWordWrap(true);
+  layout->addWidget(mp_Summary, layout->rowCount(), 0, 1, 2);
   showRemarks();
 }
 
@@ -69,8 +73,20 @@ void ParameterPage::addLine(QGridLayout* layout, const main::AbstractParameter& 
 QStringList ParameterPage::showRemarks() {
   const QStringList texts = m_Checked ? refusals() : QStringList();
   for (std::size_t i = 0; i < m_Lines.size(); ++i) showRemark(m_Lines[i], texts.value(int(i)));
+  showSummary();
   emit remarksChanged();
   return texts;
+}
+
+/// What the command would make of the values as they stand. Files are not tried for it: it follows every letter.
+void ParameterPage::showSummary() {
+  const auto fits = [](const Line& line) {
+    const QString text = line.editor->text();
+    return text.isEmpty() ? !line.parameter->isRequired() : line.parameter->explainRefusal(text).isEmpty();
+  };
+  const bool fit = std::all_of(m_Lines.begin(), m_Lines.end(), fits);
+  mp_Summary->setText(fit ? m_Set.summarize(values()) : QString());
+  mp_Summary->setVisible(!mp_Summary->text().isEmpty());
 }
 
 /// One for each line, empty where all is well.

@@ -44,6 +44,7 @@ class ParameterPage : public QWidget {
   };
   void addLine(QGridLayout* layout, const main::AbstractParameter& parameter);
   QStringList showRemarks();
+  void showSummary();
   void showRemark(const Line& line, const QString& refusal);
   QStringList refusals() const;
   QString refusal(const Line& line) const;
@@ -55,6 +56,7 @@ class ParameterPage : public QWidget {
   const main::ParameterSet& m_Set;
   const bool m_StoresSettings;
   std::vector<Line> m_Lines;
+  QLabel* mp_Summary;
   QStringList m_BusyFiles;
   bool m_Checked = false;  ///< bad values are marked from the first attempt on
 };
