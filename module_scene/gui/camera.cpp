@@ -47,6 +47,29 @@ void Camera::zoom(double factor) {
   if (factor > 0) distance = std::clamp(distance / factor, NearestDistance, FarthestDistance);
 }
 
+bool Camera::lookAt(const math::Vector3& eye, const math::Vector3& target) {
+  const math::Vector3 back{eye[0] - target[0], eye[1] - target[1], eye[2] - target[2]};
+  const double level = std::hypot(back[0], back[1]), length = std::hypot(level, back[2]);
+  if (!(length > 0)) return false;
+  if (level > 0) azimuth = std::atan2(back[0], -back[1]) / Degree;
+  elevation = std::atan2(back[2], level) / Degree;
+  distance = length * scale;
+  center = target;
+  return true;
+}
+
+bool Camera::setUp(const math::Vector3& up) {
+  const math::Matrix4 view = transform();
+  double seen[2] = {0, 0};  // to the right and up
+  for (int row = 0; row < 2; ++row)
+    for (int i = 0; i < 3; ++i) seen[row] += view(row, i) / scale * up[i];
+  const double length = std::hypot(up[0], std::hypot(up[1], up[2]));
+  constexpr double Least = 1e-6;
+  if (!(std::hypot(seen[0], seen[1]) > Least * length)) return false;
+  roll = std::fmod(roll - std::atan2(seen[0], seen[1]) / Degree, 360.0);
+  return true;
+}
+
 bool Camera::setView(const QString& view) {
   for (const NamedView& named : Views) {
     if (view.compare(QLatin1String(named.name), Qt::CaseInsensitive) != 0) continue;

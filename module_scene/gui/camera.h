@@ -36,6 +36,12 @@ class NUBO_MODULE_SCENE_EXPORT Camera {
   void pan(double right, double up);
   /// Above 1 comes closer, within bounds; factors that are not above 0 do nothing.
   void zoom(double factor);
+  /// Stands at a point of the scene and looks at another, which becomes the centre; keeps the scale and the roll.
+  /// False, with nothing changed, where both are the same.
+  [[nodiscard]] bool lookAt(const math::Vector3& eye, const math::Vector3& target);
+  /// Rolls so that a direction of the scene points up in the view; false, with nothing changed, where it is the line of
+  /// sight.
+  [[nodiscard]] bool setUp(const math::Vector3& up);
   /// "front", "back", "left", "right", "top", "bottom", "oblique" or "AZIMUTH,ELEVATION", upright and with the usual
   /// lens; false, with nothing changed, for anything else.
   [[nodiscard]] bool setView(const QString& view);

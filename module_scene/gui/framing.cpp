@@ -172,7 +172,7 @@ Camera Framing::camera(int width, int height, const Framing* centred) const {
   }
   // Where the line of sight meets the axis, so that cameras can orbit and see the scene turn in its place.
   constexpr double Steep = 75;
-  if (m_Turns && std::abs(camera.elevation) < Steep) {
+  if (m_Turns && camera.roll == 0 && std::abs(camera.elevation) < Steep) {
     const double moved = place[1] * std::tan(camera.elevation * FullTurn / 360) - place[2];
     place[2] += moved;
     if (!camera.orthographic) distance -= moved;

@@ -1,5 +1,6 @@
 #include "nubo/cli/commandarguments.h"
 
+#include <QFileDialog>
 #include <QRegularExpression>
 #include <QSlider>
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include "kernel/main/parameterpanelfactory.h"
 #include "nubo/cli/filecheck.h"
 #include "nubo/cli/option.h"
+#include "nubo/cli/pixellength.h"
 #include "nubo/cli/suggestion.h"
 
 namespace nubo::app {
@@ -58,8 +60,19 @@ QString whyArgumentsWrong(const ParameterSet& set, const Arguments& arguments, c
   return QString();
 }
 
-/// The text for a parameter from the arguments or its default; sets `error` where that will not do.
-QString textFor(const AbstractParameter& parameter, const Arguments& arguments, QString& error) {
+/// A number of pixels in place of a length on paper, whose resolution goes to `value`.
+QString inPixels(const AbstractParameter& parameter, const QString& text, AbstractParameter& value, QString& error) {
+  if (!parameter.countsPixels() || !isPixelLength(text)) return text;
+  const std::optional<PixelLength> length = readPixelLength(text, error);
+  if (!length) return text;
+  value.setDotsPerInch(length->dotsPerInch);
+  return QString::number(length->pixels);
+}
+
+/// The text for a parameter from the arguments or its default; sets `error` where that will not do. What goes with the
+/// text is set in `value`, which is to hold it.
+QString textFor(const AbstractParameter& parameter, const Arguments& arguments, AbstractParameter& value,
+                QString& error) {
   const QString name = optionName(parameter.getName());
   const Argument* given = findArgument(arguments, name);
   QString text = given ? given->value : defaultText(parameter);
@@ -74,7 +87,9 @@ QString textFor(const AbstractParameter& parameter, const Arguments& arguments, 
     if (parameter.isRequired()) error = QStringLiteral("--%1 is missing (%2)").arg(name, parameter.getDescription());
     return QString();
   }
-  const QString refusal = parameter.explainRefusal(text);
+  QString refusal;
+  text = inPixels(parameter, text, value, refusal);
+  if (refusal.isEmpty()) refusal = parameter.explainRefusal(text);
   if (!refusal.isEmpty()) error = QStringLiteral("--%1: %2").arg(name, refusal);
   return text;
 }
@@ -111,6 +126,21 @@ bool namesFile(const AbstractParameter& parameter) {
   return dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
 }
 
+QStringList formatsOf(const AbstractParameter& parameter) {
+  const auto* factory = dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
+  const std::unique_ptr<QFileDialog> dialog(factory ? factory->createDialog() : nullptr);
+  return dialog ? dialog->nameFilters() : QStringList();
+}
+
+QStringList suffixesOf(const AbstractParameter& parameter) {
+  static const QRegularExpression pattern(QStringLiteral("\\*\\.([\\w.+-]+)"));
+  QStringList suffixes;
+  for (const QString& format : formatsOf(parameter))
+    for (auto matches = pattern.globalMatch(format); matches.hasNext();)
+      suffixes << matches.next().captured(1).toLower();
+  return suffixes;
+}
+
 bool describesNumbersReversed(const AbstractParameter& parameter) {
   static const QRegularExpression reversed(QStringLiteral("\\b0\\s*=\\s*(true|yes|on|ja|wahr)\\b"),
                                            QRegularExpression::CaseInsensitiveOption);
@@ -124,9 +154,9 @@ QString bindArguments(main::Command& command, const Arguments& arguments, const 
   ParameterSet values(own->getID(), own->getName());
   for (const AbstractParameter* parameter : own->parameters()) {
     if (!error.isEmpty()) return error;
-    const QString text = textFor(*parameter, arguments, error);
     auto* value = new TextParameter(parameter->getName(), parameter->getDescription(), QString(), false, nullptr);
     values.addParameter(value);
+    const QString text = textFor(*parameter, arguments, *value, error);
     if (text.isNull()) continue;
     value->castString(text);
     if (!error.isEmpty() || !namesFile(*parameter)) continue;

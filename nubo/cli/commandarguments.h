@@ -30,6 +30,9 @@ QString defaultText(const main::AbstractParameter& parameter);
 
 /// Whether the value is a file's name, chosen in a dialog of the command's.
 bool namesFile(const main::AbstractParameter& parameter);
+/// The formats that its dialog offers, such as "PNG-File (*.png)", and their suffixes in lower case.
+QStringList formatsOf(const main::AbstractParameter& parameter);
+QStringList suffixesOf(const main::AbstractParameter& parameter);
 /// Whether the description of a yes or no says that 0 means yes. User interfaces then have to say what holds.
 bool describesNumbersReversed(const main::AbstractParameter& parameter);
 

@@ -2,6 +2,7 @@
 
 #include <QFileInfo>
 #include <algorithm>
+#include <utility>
 
 #include "nubo/cli/option.h"
 #include "nubo/cli/suggestion.h"
@@ -9,11 +10,13 @@
 namespace nubo::app {
 
 const QString BuiltinScene = QStringLiteral("builtin");
+const QString StandardInput = QStringLiteral("-");
 
 namespace {
 
 bool looksLikeScene(const QString& word) {
-  return word.isEmpty() || word == BuiltinScene || QFileInfo::exists(word) || word.contains('.') || word.contains('/');
+  return word.isEmpty() || word == BuiltinScene || word == StandardInput || QFileInfo::exists(word) ||
+         word.contains('.') || word.contains('/');
 }
 
 QString unknownOption(const QString& word) {
@@ -49,7 +52,7 @@ class Reader {
     const QString word = m_Rest.first();
     const Option* option = m_OptionsEnded ? nullptr : findOption(nameOf(word));
     if (option) return readOption(*option);
-    if (m_OptionsEnded || !word.startsWith('-')) return readName(m_Rest.takeFirst());
+    if (m_OptionsEnded || !word.startsWith('-') || word == StandardInput) return readName(m_Rest.takeFirst());
     if (word == "--") {
       m_OptionsEnded = true;
       m_Rest.removeFirst();
@@ -73,7 +76,8 @@ class Reader {
     const int equals = word.indexOf('=');
     QString value = equals < 0 ? QString() : word.mid(equals + 1);
     if (option.value.isEmpty() && equals >= 0) return refuse(option, " takes no value");
-    if (!option.value.isEmpty() && equals < 0) {
+    if (option.takesRest) m_Line.completed = std::exchange(m_Rest, {});
+    if (!option.value.isEmpty() && equals < 0 && !option.takesRest) {
       if (m_Rest.isEmpty()) return refuse(option, " needs a value");
       value = m_Rest.takeFirst();
     }
@@ -142,9 +146,14 @@ QString whyInconsistent(const CommandLine& line) {
         .arg(line.turntable ? QStringLiteral("--turntable") : QStringLiteral("--trajectory"));
   if (!line.element.isEmpty() && line.trajectory.isEmpty())
     return QStringLiteral("--element: --trajectory FILE is missing, with the points to move it along");
+  if (line.eye && !line.view.isEmpty()) return QStringLiteral("--camera and --view exclude each other");
   if (line.asks() || !line.command.isEmpty()) return QString();
-  for (const auto& [name, isGiven] :
-       {std::pair("dry-run", line.dryRun), {"no-overwrite", line.noOverwrite}, {"report", !line.reportFile.isEmpty()}})
+  const std::pair<const char*, bool> forRuns[] = {
+      {"dry-run", line.dryRun},         {"no-overwrite", line.noOverwrite},  {"report", !line.reportFile.isEmpty()},
+      {"camera", line.eye.has_value()}, {"target", line.target.has_value()}, {"up", line.up.has_value()},
+      {"roll", line.roll.has_value()},  {"zoom", line.zoom.has_value()}};
+  if (line.scenes.contains(StandardInput)) return QStringLiteral("-: a window reads no model from standard input");
+  for (const auto& [name, isGiven] : forRuns)
     if (isGiven) return QStringLiteral("--%1 is for the run of a command, and none is given").arg(name);
   return QString();
 }
@@ -167,6 +176,7 @@ CommandLine parseCommandLine(const QStringList& words, const Commands& commands)
 QString whyFilesMissing(const CommandLine& line) {
   QStringList files = line.scenes;
   files.removeAll(BuiltinScene);
+  files.removeAll(StandardInput);
   if (!line.trajectory.isEmpty()) files << line.trajectory;
   for (const QString& file : files) {
     const QFileInfo info(file);

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "module_scene/graph/look.h"
+#include "module_scene/math/matrix.h"
 #include "nubo/cli/commandarguments.h"
 
 namespace nubo::app {
@@ -19,17 +20,26 @@ enum class Verbosity { Quiet, Normal, Verbose };
 struct CommandLine {
   QString error;  ///< one line, when the call was wrong; nothing else counts then
 
+  bool commandHelp = false;  ///< --help stood among the command's arguments
   bool help = false;
   bool version = false;
   bool listCommands = false;
   bool info = false;
   bool json = false;
-  QSize size{1280, 720};
-  QString view;  ///< a name or angles; empty: as the panel has it
+  bool manual = false;
+  bool complete = false;
   bool orthographic = false;
+  bool edges = false;
+  bool dryRun = false;
+  bool noOverwrite = false;
+  QStringList completed;  ///< the words behind --complete
+  QSize size{1280, 720};
+  QString view;                                  ///< a name or angles; empty: as the panel has it
+  std::optional<math::Vector3> eye, target, up;  ///< of the camera, in the scene's coordinates
+  std::optional<double> roll;                    ///< degrees
+  std::optional<double> zoom;
   QColor background;  ///< invalid: as the scene has it
   std::optional<scene::Look> look;
-  bool edges = false;
   std::optional<bool> contact;
   std::optional<int> samples;
   std::optional<int> turntable;
@@ -42,8 +52,6 @@ struct CommandLine {
   std::optional<double> readTimeout;         ///< seconds that a reader may get no further
   std::optional<double> fineness;            ///< of triangles that stand for curved surfaces; 1: as usual
   QString settingsFile;
-  bool dryRun = false;
-  bool noOverwrite = false;
   QString reportFile;  ///< empty: none
   Verbosity verbosity = Verbosity::Normal;
 
@@ -51,16 +59,17 @@ struct CommandLine {
   QStringList scenes;  ///< "builtin" or file names, which make up one scene
   QString command;     ///< empty: none given
   Arguments arguments;
-  bool commandHelp = false;  ///< --help stood among the command's arguments
 
   /// Whether the call is answered on the terminal.
-  bool asks() const { return help || version || listCommands || commandHelp || info; }
+  bool asks() const { return help || version || listCommands || commandHelp || info || manual || complete; }
   /// Whether the call asks for a window.
   bool wantsWindow() const { return command.isEmpty() && !asks(); }
 };
 
 /// The built-in scene's name on the command line.
 extern const QString BuiltinScene;
+/// As a scene: a model of any format that is known by its content comes from standard input.
+extern const QString StandardInput;
 
 /// The names of all commands with their parameters, which are named as options are.
 using Commands = std::map<QString, QStringList>;

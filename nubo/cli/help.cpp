@@ -1,12 +1,8 @@
 #include "nubo/cli/help.h"
 
-#include <QFileDialog>
 #include <algorithm>
-#include <memory>
-#include <vector>
 
 #include "kernel/main/command.h"
-#include "kernel/main/parameterpanelfactory.h"
 #include "nubo/cli/commandarguments.h"
 #include "nubo/cli/commandline.h"
 #include "nubo/cli/option.h"
@@ -17,13 +13,6 @@ namespace nubo::app {
 namespace {
 
 using main::AbstractParameter;
-
-/// What is written on the command line, what it means, and lists that go below that.
-struct Entry {
-  QString written;
-  QString meaning;
-  QStringList below = {};
-};
 
 /// Words in lines that begin at the column `indent`, the first of which is begun already.
 QString wrapped(const QString& text, int indent) {
@@ -43,18 +32,18 @@ QString wrapped(const QString& text, int indent) {
 }
 
 /// In two columns.
-QString layOut(const std::vector<Entry>& entries) {
+QString layOut(const std::vector<HelpEntry>& entries) {
   int width = 0;
-  for (const Entry& entry : entries) width = std::max(width, int(entry.written.size()));
+  for (const HelpEntry& entry : entries) width = std::max(width, int(entry.written.size()));
   QString text;
-  for (const Entry& entry : entries) {
+  for (const HelpEntry& entry : entries) {
     text += QStringLiteral("  %1  %2\n").arg(entry.written, -width).arg(wrapped(entry.meaning, width + 4));
     for (const QString& line : entry.below) text += QString(6, ' ') + line + '\n';
   }
   return text;
 }
 
-Entry entryOf(const Option& option) {
+HelpEntry entryOf(const Option& option) {
   QString written = option.written();
   if (!option.letter.isEmpty()) written += ", -" + option.letter;
   if (!option.value.isEmpty()) written += ' ' + option.value;
@@ -63,6 +52,7 @@ Entry entryOf(const Option& option) {
 
 QString valueName(const AbstractParameter& parameter) {
   if (namesFile(parameter)) return QStringLiteral("FILE");
+  if (parameter.countsPixels()) return QStringLiteral("PIXELS");
   if (parameter.getType() == typeid(int) || parameter.getType() == typeid(double)) return QStringLiteral("NUMBER");
   return parameter.getType() == typeid(bool) ? QStringLiteral("YES|NO") : QStringLiteral("TEXT");
 }
@@ -74,22 +64,16 @@ QString meaningOf(const AbstractParameter& parameter) {
     meaning += QStringLiteral(" (default: %1)").arg(start);
   else if (parameter.isRequired())
     meaning += QStringLiteral(" (required)");
+  if (parameter.countsPixels()) meaning += QStringLiteral("; also on paper, as in 180mm@300dpi");
   if (parameter.getType() == typeid(bool)) meaning += QStringLiteral("; 1 or yes turns it on, 0 or no off");
   if (describesNumbersReversed(parameter))
     meaning += QStringLiteral(": the numbers in the description are the wrong way round");
   return meaning;
 }
 
-/// The formats that the parameter's dialog offers, such as "PNG-File (*.png)".
-QStringList formatsOf(const AbstractParameter& parameter) {
-  const auto* factory = dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
-  const std::unique_ptr<QFileDialog> dialog(factory ? factory->createDialog() : nullptr);
-  return dialog ? dialog->nameFilters() : QStringList();
-}
-
-Entry entryOf(const AbstractParameter& parameter) {
-  Entry entry{QStringLiteral("--%1 %2").arg(optionName(parameter.getName()), valueName(parameter)),
-              meaningOf(parameter)};
+HelpEntry entryOf(const AbstractParameter& parameter) {
+  HelpEntry entry{QStringLiteral("--%1 %2").arg(optionName(parameter.getName()), valueName(parameter)),
+                  meaningOf(parameter)};
   const QStringList formats = formatsOf(parameter);
   if (!formats.isEmpty()) entry.below << "one of:";
   for (const QString& format : formats) entry.below << "  " + format;
@@ -99,14 +83,24 @@ Entry entryOf(const AbstractParameter& parameter) {
 QString parametersText(main::Command& command, const QString& title) {
   QString text;
   for (const main::ParameterSet& set : command.getParameterSets()) {
-    std::vector<Entry> entries;
-    for (const AbstractParameter* parameter : set.parameters()) entries.push_back(entryOf(*parameter));
-    text += '\n' + title + ":\n" + layOut(entries);
+    text += '\n' + title + ":\n" + layOut(parameterEntries(set));
   }
   return text;
 }
 
 }  // namespace
+
+std::vector<HelpEntry> optionEntries() {
+  std::vector<HelpEntry> entries;
+  for (const Option& option : options()) entries.push_back(entryOf(option));
+  return entries;
+}
+
+std::vector<HelpEntry> parameterEntries(const main::ParameterSet& set) {
+  std::vector<HelpEntry> entries;
+  for (const AbstractParameter* parameter : set.parameters()) entries.push_back(entryOf(*parameter));
+  return entries;
+}
 
 QString helpText() {
   const QString introduction = QStringLiteral(
@@ -120,9 +114,7 @@ QString helpText() {
       "Exit status: 0 done, 1 the command failed, 2 the call was wrong, 128 + N ended early by signal N\n"
       "(130 by Ctrl-C).\n\n"
       "Options:\n");
-  std::vector<Entry> entries;
-  for (const Option& option : options()) entries.push_back(entryOf(option));
-  return introduction.arg(BuiltinScene) + layOut(entries);
+  return introduction.arg(BuiltinScene) + layOut(optionEntries());
 }
 
 QString commandHelpText(main::Command& command) {

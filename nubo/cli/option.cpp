@@ -2,6 +2,7 @@
 
 #include <QFileInfo>
 #include <algorithm>
+#include <cmath>
 
 #include "module_scene/gui/camera.h"
 #include "nubo/cli/commandline.h"
@@ -59,6 +60,30 @@ QString takeView(const QString& value, CommandLine& line) {
   line.view = value;
   if (cameraName(value)) return QString();  // which cameras there are, only the scene tells
   return gui::Camera().setView(value) ? QString() : QStringLiteral("a view's name, AZIMUTH,ELEVATION or camera:NAME");
+}
+
+Option::Take point(std::optional<math::Vector3> CommandLine::*target) {
+  return [=](const QString& value, CommandLine& line) {
+    const QStringList parts = value.split(',');
+    math::Vector3 point{};
+    bool areNumbers = parts.size() == 3;
+    for (int i = 0; areNumbers && i < 3; ++i) {
+      point[std::size_t(i)] = parts[i].toDouble(&areNumbers);
+      areNumbers = areNumbers && std::isfinite(point[std::size_t(i)]);
+    }
+    line.*target = point;
+    return areNumbers ? QString() : QStringLiteral("three numbers, X,Y,Z");
+  };
+}
+
+Option::Take real(std::optional<double> CommandLine::*target, double least, double most) {
+  return [=](const QString& value, CommandLine& line) {
+    bool isNumber = false;
+    const double number = value.toDouble(&isNumber);
+    line.*target = number;
+    if (isNumber && number >= least && number <= most) return QString();
+    return QStringLiteral("a number from %1 to %2").arg(least).arg(most);
+  };
 }
 
 QString takeProjection(const QString& value, CommandLine& line) {
@@ -135,6 +160,12 @@ const std::vector<Option>& options() {
        takeView, views},
       {"projection", "PROJECTION", "How depth is shown: perspective or orthographic (perspective).", takeProjection,
        Projections},
+      {"camera", "X,Y,Z", "Where the camera stands, in place of a direction of view.", point(&CommandLine::eye)},
+      {"target", "X,Y,Z", "What the camera looks at (the model's middle).", point(&CommandLine::target)},
+      {"up", "X,Y,Z", "The direction that points up in the view (0,0,1).", point(&CommandLine::up)},
+      {"roll", "DEGREES", "Turns the view clockwise.", real(&CommandLine::roll, -360, 360)},
+      {"zoom", "FACTOR", "Moves the camera closer: at 2, the target is twice as large.",
+       real(&CommandLine::zoom, 0.01, 1000)},
       {"background", "COLOUR", "Background colour: a name such as white, or #rrggbb.", takeBackground,
        QColor::colorNames()},
       {"look", "LOOK",
@@ -166,7 +197,7 @@ const std::vector<Option>& options() {
       {"read-timeout", "SECONDS", "Gives a model up when its reader has got no further for so long (60).",
        seconds(&CommandLine::readTimeout)},
       {"fineness", "FACTOR", "How finely triangles follow the curved surfaces of CAD files (1).", takeFineness},
-      {"settings", "FILE", "Uses this settings file instead of your own.", takeSettings, {}, {}, true},
+      {"settings", "FILE", "Uses this settings file instead of your own.", takeSettings, {}, {}, false, true},
       {"dry-run", "", "Tells what the command would make, after all checks, and makes nothing.",
        flag(&CommandLine::dryRun)},
       {"no-overwrite", "", "Refuses a command that would replace a file.", flag(&CommandLine::noOverwrite)},
@@ -185,6 +216,17 @@ const std::vector<Option>& options() {
        flag(&CommandLine::info)},
       {"json", "", "Tells it as a JSON list, an object for each file.", flag(&CommandLine::json)},
       {"list-commands", "", "Lists the commands.", flag(&CommandLine::listCommands)},
+      {"manual", "", "Prints the manual page, with the commands that there are.", flag(&CommandLine::manual)},
+      {"complete",
+       "WORD...",
+       "Prints how the last of the words may go on; shells ask for it.",
+       [](const QString&, CommandLine& line) {
+         line.complete = true;
+         return QString();
+       },
+       {},
+       {},
+       true},
   };
   return table;
 }

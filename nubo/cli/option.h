@@ -20,6 +20,7 @@ struct Option {
   Take take;                   ///< checks the value, and knows where it goes
   QStringList choices = {};    ///< words that the value can be, perhaps among others
   QString letter = {};         ///< the short form without its dash; empty: there is none
+  bool takesRest = false;      ///< all words that follow are its value
   bool beforeCommand = false;  ///< a command is made with it, and so it cannot follow one
 
   QString written() const { return QStringLiteral("--") + name; }

@@ -9,11 +9,14 @@
 #include "kernel/main/commandmanager.h"
 #include "kernel/main/overseer.h"
 #include "nubo/cli/commandarguments.h"
+#include "nubo/cli/completion.h"
 #include "nubo/cli/filecheck.h"
 #include "nubo/cli/help.h"
 #include "nubo/cli/information.h"
+#include "nubo/cli/manual.h"
 #include "nubo/cli/scenefile.h"
 #include "nubo/cli/sceneinfo.h"
+#include "nubo/cli/standardoutput.h"
 #include "nubo/cli/terminalprogress.h"
 
 namespace nubo::app {
@@ -104,6 +107,8 @@ int Program::answer() {
   const QString text = m_Line.help           ? helpText()
                        : m_Line.version      ? versionText()
                        : m_Line.listCommands ? commandListText()
+                       : m_Line.manual       ? manualText()
+                       : m_Line.complete     ? completionsOf(m_Line.completed).join('\n') + '\n'
                                              : commandHelpText(*findCommand(m_Line.command));
   if (!m_Report.print(text)) return Failed;
   if (m_NoOpenGL.isEmpty())
@@ -115,18 +120,28 @@ int Program::runCommand() {
   main::Command& registered = *findCommand(m_Line.command);
   m_Arguments = m_Line.arguments;
   RunSettings settings(registered, m_Arguments);
-  if (const QString error = settings.apply(m_Session.processor(), m_Report); !error.isEmpty())
-    return refuse(call() + ": " + error);
-  const main::SettingsScope scope(settings.overlay());
-  const int status = run(registered, settings);
-  if (settings.overlay() && !m_Line.dryRun) {
-    const main::SettingsScope none(nullptr);
-    settings.overlay()->storeChanges();
+  StandardOutput output;
+  QString error = output.redirect(registered, m_Arguments);
+  if (error.isEmpty()) error = settings.apply(m_Session.processor(), m_Report);
+  if (!error.isEmpty()) return refuse(call() + ": " + error);
+  if (!output.isUsed()) {
+    const int status = run(registered, settings);
+    if (settings.overlay() && !m_Line.dryRun) settings.overlay()->storeChanges();
+    return status;
   }
-  return status;
+  m_Report.keepOutputFree();
+  // What a command remembers of a file that is soon gone is of no use.
+  settings.isolate();
+  const int status = run(registered, settings);
+  if (status == Failed || !output.isWritten()) return status;
+  const QString failure = output.send();
+  if (failure.isEmpty()) return status;
+  m_Report.error("standard output: " + failure);
+  return Failed;
 }
 
 int Program::run(main::Command& registered, const RunSettings& settings) {
+  const main::SettingsScope scope(settings.overlay());
   recordCall(settings);
   if (const QString error = whyCallWrong(registered); !error.isEmpty()) return refuse(error);
   m_Report.record().set("parameters", objectOf(boundArguments(registered)));

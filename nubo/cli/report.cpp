@@ -84,7 +84,9 @@ bool Report::print(const QString& text) {
   return false;
 }
 
-bool Report::result(const QString& text) { return m_Verbosity == Verbosity::Quiet || print(oneLine(text) + '\n'); }
+bool Report::result(const QString& text) {
+  return m_IsOutputFree || m_Verbosity == Verbosity::Quiet || print(oneLine(text) + '\n');
+}
 
 QString oneLine(const QString& text) {
   QString line;

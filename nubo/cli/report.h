@@ -37,6 +37,8 @@ class Report {
   void note(const QString& text);
   /// Text on standard output, whatever the verbosity. False, with an error, where it does not arrive there.
   [[nodiscard]] bool print(const QString& text);
+  /// Results are shown no more: standard output is for something else.
+  void keepOutputFree() { m_IsOutputFree = true; }
   /// The same with one line, unless quiet.
   [[nodiscard]] bool result(const QString& text);
 
@@ -51,6 +53,7 @@ class Report {
   void say(const QString& kind, const QString& text);
 
   Verbosity m_Verbosity = Verbosity::Normal;  ///< of the application thread
+  bool m_IsOutputFree = false;
   TerminalProgress& m_Progress;
   RunRecord m_Record;
   mutable std::mutex m_Mutex;

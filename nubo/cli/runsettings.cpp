@@ -57,6 +57,10 @@ QString RunSettings::apply(main::CommandProcessor& processor, Report& report) {
   return QString();
 }
 
+void RunSettings::isolate() {
+  if (!mp_Overlay) mp_Overlay = std::make_shared<main::SettingsOverlay>();
+}
+
 /// A command of its own, made here, starts from the overlay, and the registered one keeps what it shows.
 QString RunSettings::apply(const Part& part, main::CommandProcessor& processor, Report& report) const {
   const std::unique_ptr<main::Command> command(main::CommandManager::getInstance()->create(part.command));

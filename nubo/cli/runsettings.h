@@ -23,6 +23,8 @@ class RunSettings {
   /// Has the settings commands store what was given, as they bound it, in an overlay that nobody else sees. What was
   /// bounded is noted. Returns the empty text, or one line that says what was wrong.
   [[nodiscard]] QString apply(main::CommandProcessor& processor, Report& report);
+  /// Keeps what the run stores from everybody, too.
+  void isolate();
   /// For the run and all that is computed for it; null where no settings were given.
   const std::shared_ptr<main::SettingsOverlay>& overlay() const { return mp_Overlay; }
   const Arguments& arguments() const { return m_All; }

@@ -10,6 +10,7 @@
 #include "kernel/util/delegate.h"
 #include "module_scene/gui/framing.h"
 #include "module_trajectory/trajectory.h"
+#include "nubo/cli/cameraplace.h"
 #include "nubo/cli/namedcamera.h"
 #include "nubo/cli/report.h"
 #include "nubo/cli/scenefile.h"
@@ -31,12 +32,6 @@ io::ImportResult readScenes(const QStringList& scenes, io::ImportControl& contro
     all.add(one);
   }
   return all;
-}
-
-gui::Camera directionOf(const CommandLine& line) {
-  gui::Camera camera;
-  camera.orthographic = line.orthographic;
-  return line.view.isEmpty() || camera.setView(line.view) ? camera : gui::Camera();
 }
 
 }  // namespace
@@ -93,7 +88,10 @@ QString Session::showScene(const CommandLine& line, bool takesTime) {
   if (line.look) scene::_GlobalScene()->setLook(*line.look);
   if (line.samples) scene::_GlobalScene()->setSamples(*line.samples);
 
-  gui::Framing framing(directionOf(line), result.root->getBoundingBox());
+  const scene::BoundingBox box = result.root->getBoundingBox();
+  gui::Camera camera;
+  if (const QString error = directCamera(line, box, camera); !error.isEmpty()) return error;
+  gui::Framing framing(camera, box);
   const auto look = [&] {
     const scene::SceneLocker locker(scene, scene::LockAll);
     framing.add(*scene->getRootNode());
@@ -105,14 +103,16 @@ QString Session::showScene(const CommandLine& line, bool takesTime) {
 
   m_Panel = std::make_unique<gui::ScenePanel>();
   m_Panel->resize(line.size);
-  gui::Camera camera = framing.camera(line.size.width(), line.size.height());
+  camera = framing.camera(line.size.width(), line.size.height());
   if (const auto name = cameraName(line.view)) {
     QString unknown;
     const auto ofFile = namedCamera(result.cameras, *name, unknown);
     if (!ofFile) return unknown;
     camera = *ofFile;
     camera.orthographic = camera.orthographic || line.orthographic;
+    camera.roll += line.roll.value_or(0);
   }
+  if (const QString note = placeCamera(line, box, camera); !note.isEmpty()) m_Report.note(note);
   m_Panel->setCamera(camera);
   m_Viewer.setActivePanel(m_Panel.get());
   return QString();

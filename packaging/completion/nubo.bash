@@ -1,0 +1,17 @@
+# Completion of nubo's calls for bash: the program knows how they go on.
+_nubo() {
+  local line name suffixes cur=${COMP_WORDS[COMP_CWORD]}
+  COMPREPLY=()
+  while IFS= read -r line; do
+    if [[ $line != :files* ]]; then
+      COMPREPLY+=("${line%%$'\t'*}")
+      continue
+    fi
+    compopt -o filenames
+    suffixes=" ${line#:files} "
+    while IFS= read -r name; do
+      [[ $suffixes == "  " || -d $name || $suffixes == *" ${name##*.} "* ]] && COMPREPLY+=("$name")
+    done < <(compgen -f -- "$cur")
+  done < <("${COMP_WORDS[0]}" --complete "${COMP_WORDS[@]:1:COMP_CWORD}" 2>/dev/null)
+}
+complete -F _nubo nubo
