@@ -768,6 +768,21 @@
     </message>
 </context>
 <context>
+    <name>PixelEditor</name>
+    <message>
+        <source>A number of pixels, or a length on paper such as 180mm@300dpi</source>
+        <translation>Eine Zahl von Pixeln oder eine Länge auf Papier wie 180mm@300dpi</translation>
+    </message>
+    <message>
+        <source>Si&amp;zes</source>
+        <translation>&amp;Größen</translation>
+    </message>
+    <message>
+        <source>%1 mm at %2 dpi</source>
+        <translation>%1 mm bei %2 dpi</translation>
+    </message>
+</context>
+<context>
     <name>PointFile</name>
     <message>
         <source>both &apos;,&apos; and &apos;;&apos; stand between its values; numbers are written with a point</source>
@@ -1290,6 +1305,56 @@
     <message>
         <source>Drop model files here, or open them with %1</source>
         <translation>Modelldateien hierher ziehen oder mit %1 öffnen</translation>
+    </message>
+</context>
+<context>
+    <name>nubo::app</name>
+    <message>
+        <source>&quot;%1&quot; is neither a number of pixels nor a length on paper, such as 180mm@300dpi</source>
+        <translation>„%1“ ist weder eine Zahl von Pixeln noch eine Länge auf Papier wie 180mm@300dpi</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot;: the resolution is from %2 to %3 dpi</source>
+        <translation>„%1“: Die Auflösung geht von %2 bis %3 dpi</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is less than a pixel</source>
+        <translation>„%1“ ist weniger als ein Pixel</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is too many pixels</source>
+        <translation>„%1“ sind zu viele Pixel</translation>
+    </message>
+</context>
+<context>
+    <name>nubo::window::PixelEditor</name>
+    <message>
+        <source>1080p</source>
+        <translation>1080p</translation>
+    </message>
+    <message>
+        <source>4K</source>
+        <translation>4K</translation>
+    </message>
+    <message>
+        <source>Square</source>
+        <translation>Quadrat</translation>
+    </message>
+    <message>
+        <source>A4, 300 dpi</source>
+        <translation>A4, 300 dpi</translation>
+    </message>
+    <message>
+        <source>A4, 600 dpi</source>
+        <translation>A4, 600 dpi</translation>
+    </message>
+    <message>
+        <source>A3, 300 dpi</source>
+        <translation>A3, 300 dpi</translation>
+    </message>
+    <message>
+        <source>A3, 600 dpi</source>
+        <translation>A3, 600 dpi</translation>
     </message>
 </context>
 </TS>

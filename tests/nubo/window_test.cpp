@@ -76,9 +76,19 @@ TEST_F(WindowTest, TurnsWithTheMouseAndTakesAPictureOfThatViewByKeysAlone) {
   EXPECT_EQ(qobject_cast<QSpinBox*>(field("width"))->value(), 10000);
   EXPECT_EQ(QFileInfo(qobject_cast<QLineEdit*>(field("filename"))->text()).fileName(), "cube.png");
   enter("filename", host.file("cube.png"));
-  enter("width", "500");
+  const auto summary = [this] { return dialog()->findChild<QLabel*>("summary")->text(); };
+  const auto sizes = dialog()->findChild<QToolButton*>("sizes")->menu()->actions();
+  sizes[3]->trigger();
+  EXPECT_EQ(sizes[3]->text(), "A4, 300 dpi (3508 × 2480)");
+  EXPECT_TRUE(summary().startsWith("3,508 × ")) << summary().toStdString();
+  enter("width", "254mm@50dpi");
+  EXPECT_TRUE(summary().startsWith(
+      QStringLiteral("500 × %1 pixels, ").arg(int(500 * double(panel->height()) / panel->width()))))
+      << summary().toStdString();
+  keepScreenshot("picture dialog");
   ASSERT_TRUE(start() && waitForEnd());
   const QImage picture(host.file("cube.png"));
+  EXPECT_EQ(picture.dotsPerMeterX(), 1969) << "50 dpi";
   ASSERT_EQ(picture.size(), QSize(500, int(500 * double(panel->height()) / panel->width())));
   expectNear(extentOf(picture.size(), [&](int x, int y) { return qAlpha(picture.pixel(x, y)) > 127; }),
              projectedCube(panel->getScaledTransformMatrix(), picture.size(), PictureHalfOpening));

@@ -11,6 +11,7 @@
 #include "kernel/main/parameterpanelfactory.h"
 #include "nubo/window/parameters/fileeditor.h"
 #include "nubo/window/parameters/flageditor.h"
+#include "nubo/window/parameters/pixeleditor.h"
 
 namespace nubo::window {
 
@@ -68,6 +69,7 @@ ParameterEditor* ParameterEditor::create(const main::AbstractParameter& paramete
     return new FileEditor(parameter, *files);
   if (const auto* sliders = dynamic_cast<main::SliderParameterPanelFactory*>(factory))
     return new NumberEditor(parameter, std::unique_ptr<QSlider>(sliders->createSlider()));
+  if (parameter.countsPixels()) return new PixelEditor(parameter);
   if (parameter.getType() == typeid(int)) return new NumberEditor(parameter, nullptr);
   if (parameter.getType() == typeid(bool)) return new FlagEditor(parameter);
   return new TextEditor(parameter);

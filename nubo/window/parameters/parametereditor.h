@@ -20,6 +20,8 @@ class ParameterEditor : public QWidget {
   virtual QString refusal() const;
   /// Empty, or something to know about the value.
   virtual QString hint() const { return QString(); }
+  /// Pixels per inch of paper at which a number of pixels was chosen; 0: none was.
+  virtual double dotsPerInch() const { return 0; }
 
  signals:
   void changed();

@@ -14,6 +14,7 @@
 #include "nubo/cli/commandarguments.h"
 #include "nubo/window/look/colors.h"
 #include "nubo/window/parameters/parametereditor.h"
+#include "nubo/window/parameters/pixeleditor.h"
 
 namespace nubo::window {
 
@@ -67,6 +68,15 @@ void ParameterPage::addLine(QGridLayout* layout, const main::AbstractParameter& 
   const Line line{&parameter, editor, remark};
   m_Lines.push_back(line);
   connect(editor, &ParameterEditor::changed, this, &ParameterPage::showRemarks);
+  if (const auto* pixels = qobject_cast<PixelEditor*>(editor))
+    connect(pixels, &PixelEditor::sizeChosen, this, &ParameterPage::setSize);
+}
+
+/// A size has both its sides, whichever of them it was chosen for.
+void ParameterPage::setSize(QSize size, double dotsPerInch) {
+  for (const Line& line : m_Lines)
+    if (auto* pixels = qobject_cast<PixelEditor*>(line.editor); pixels && pixels != sender())
+      pixels->setSize(size, dotsPerInch);
 }
 
 /// Of all values, since some are right or wrong together. What the marked ones are refused for.
@@ -143,7 +153,8 @@ QString ParameterPage::settingsKey(const main::AbstractParameter& parameter) con
 /// A name for a file that is made of the scene.
 QString ParameterPage::sceneName() const {
   const auto root = scene::_GlobalScene()->getRootNode();
-  const QString name = root ? QFileInfo(root->getName()).completeBaseName() : QString();
+  // What follows the first dot may be taken for the format.
+  const QString name = root ? QFileInfo(root->getName()).completeBaseName().replace('.', '-') : QString();
   return name.isEmpty() ? m_Command.getName() : name;
 }
 
@@ -164,6 +175,7 @@ main::ParameterSet ParameterPage::values() const {
                                                false, nullptr);
     values.addParameter(value);
     if (!line.editor->text().isEmpty()) value->castString(line.editor->text());
+    value->setDotsPerInch(line.editor->dotsPerInch());
   }
   return values;
 }

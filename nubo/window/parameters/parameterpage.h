@@ -45,6 +45,7 @@ class ParameterPage : public QWidget {
   void addLine(QGridLayout* layout, const main::AbstractParameter& parameter);
   QStringList showRemarks();
   void showSummary();
+  void setSize(QSize size, double dotsPerInch);
   void showRemark(const Line& line, const QString& refusal);
   QStringList refusals() const;
   QString refusal(const Line& line) const;
