@@ -38,7 +38,10 @@ class Program : public testing::Test {
   }
 
   /// Starts a line of the shell's. What it calls last takes the shell's place, and so the signals for that.
-  void start(const QString& line) { m_Process.start("/bin/sh", {"-c", "exec " + line}); }
+  void start(const QString& line) {
+    m_Process.start("/bin/sh", {"-c", "exec " + line});
+    EXPECT_TRUE(m_Process.waitForStarted(60000));
+  }
   /// The exit status; -1 where it crashed or does not end.
   int wait() {
     const bool ended = m_Process.waitForFinished(120000) && m_Process.exitStatus() == QProcess::NormalExit;
