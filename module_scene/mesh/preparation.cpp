@@ -108,10 +108,23 @@ void repairNormals(Geometry& g) {
     if (broken(v)) g.normals[std::size_t(v) * 3 + 2] = 1.0f;
 }
 
+/// How many vertices a list of so many should have room for without being moved: clusters will have some of their own.
+std::size_t roomFor(std::size_t vertices) { return vertices + vertices / 4; }
+
+/// Makes the values those of `sources`, in place: none of these comes later than where it goes.
+template <class T>
+void spreadOut(std::vector<T>& values, int each, const std::vector<std::uint32_t>& sources) {
+  values.resize(sources.size() * each);
+  for (std::size_t v = sources.size(); v-- > 0;)
+    if (sources[v] != v) std::copy_n(values.begin() + std::size_t(sources[v]) * each, each, values.begin() + v * each);
+}
+
 template <class T>
 void pick(std::vector<T>& values, int each, const std::vector<std::uint32_t>& sources) {
   if (values.empty()) return;
-  std::vector<T> picked(sources.size() * each);
+  std::vector<T> picked;
+  picked.reserve(roomFor(sources.size()) * each);
+  picked.resize(sources.size() * each);
   parallelRanges(sources.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
     for (std::size_t v = begin; v < end; ++v)
       std::copy_n(values.begin() + std::size_t(sources[v]) * each, each, picked.begin() + v * each);
@@ -126,6 +139,18 @@ void pickVertices(Geometry& g, const std::vector<std::uint32_t>& sources) {
   pick(g.texCoords, 2, sources);
   pick(g.secondTexCoords, 2, sources);
   pick(g.identities, 1, sources);
+}
+
+void spreadVertices(Geometry& g, const std::vector<std::uint32_t>& sources) {
+  const auto spread = [&](auto& values, int each) {
+    if (!values.empty()) spreadOut(values, each, sources);
+  };
+  spread(g.positions, 3);
+  spread(g.normals, 3);
+  spread(g.colors, 4);
+  spread(g.texCoords, 2);
+  spread(g.secondTexCoords, 2);
+  spread(g.identities, 1);
 }
 
 /// Puts the vertices in the order in which the indices first use them, equal ones once and unused ones not
@@ -164,8 +189,15 @@ void separateClusters(Geometry& g) {
     }
     cluster.vertexCount = std::uint32_t(sources.size()) - cluster.firstVertex;
   }
-  pickVertices(g, sources);
-  pick(g.normals, 3, sources);
+  std::vector<std::uint32_t>().swap(numbers);
+  // Mostly each vertex comes first where it was, or later.
+  std::size_t place = 0;
+  if (!std::all_of(sources.begin(), sources.end(), [&](std::uint32_t source) { return source <= place++; })) {
+    pickVertices(g, sources);
+    pick(g.normals, 3, sources);
+    return;
+  }
+  spreadVertices(g, sources);
 }
 
 /// Sorts the indices into clusters, with their boxes.

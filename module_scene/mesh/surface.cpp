@@ -286,6 +286,7 @@ class Surface::Smoother {
 
 SmoothNormals Surface::smooth() const {
   SmoothNormals result;
+  result.first.reserve(m_Positions.capacity());  // as many more may come as of positions
   result.first.resize(m_Positions.size());
   std::vector<Smoother> smoothers(rangeCount(m_Indices.size()), Smoother(*this, result.first));
   forPoints([&](const CornerLists& lists, std::size_t begin, std::size_t end, std::size_t range) {

@@ -147,18 +147,14 @@ Array<float> Accessors::floats(int number, int each, float missing) {
   return result;
 }
 
-std::vector<std::uint32_t> Accessors::integers(int number, int each) {
+Array<std::uint32_t> Accessors::integers(int number) {
   const tinygltf::Accessor& accessor = elementOf(m_Source.accessors, number);
-  const int there = std::min(components(number), each);
-  const std::size_t width = sizeOfComponent(accessor.componentType);
   constexpr double Most = 0xFFFFFFFF;
   constexpr std::size_t MostValues = std::size_t(1) << 32;
   if (accessor.count > MostValues) throwDamaged();
-  std::vector<std::uint32_t> result(accessor.count * std::size_t(each));
+  const Array<std::uint32_t> result = m_Output.array<std::uint32_t>(accessor.count);
   visit(number, [&](std::size_t i, const unsigned char* bytes) {
-    for (int k = 0; k < there; ++k)
-      result[i * std::size_t(each) + std::size_t(k)] = std::uint32_t(
-          std::clamp(componentAt(bytes + std::size_t(k) * width, accessor.componentType, false), 0.0, Most));
+    result[i] = std::uint32_t(std::clamp(componentAt(bytes, accessor.componentType, false), 0.0, Most));
   });
   return result;
 }

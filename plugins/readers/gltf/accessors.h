@@ -29,8 +29,8 @@ class Accessors {
   int components(int accessor) const;
   /// `each` numbers of each value; those that an accessor lacks are `missing`.
   Array<float> floats(int accessor, int each, float missing = 0);
-  /// Whole numbers, `each` of each value.
-  std::vector<std::uint32_t> integers(int accessor, int each);
+  /// Whole numbers, one of each value.
+  Array<std::uint32_t> integers(int accessor);
   /// The bytes of a view.
   struct Bytes {
     const unsigned char* data;

@@ -13,7 +13,7 @@ namespace {
 constexpr float PointSize = 2.0f;  // pixels
 
 /// Turns strips, fans and loops into single lines and triangles.
-std::vector<std::uint32_t> singles(const std::vector<std::uint32_t>& in, int mode) {
+Array<std::uint32_t> singles(const Array<std::uint32_t>& in, int mode, Output& output) {
   std::vector<std::uint32_t> out;
   const std::size_t n = in.size();
   const auto add = [&](std::initializer_list<std::size_t> places) {
@@ -24,28 +24,28 @@ std::vector<std::uint32_t> singles(const std::vector<std::uint32_t>& in, int mod
     case TINYGLTF_MODE_LINE_LOOP:
       for (std::size_t i = 1; i < n; ++i) add({i - 1, i});
       if (mode == TINYGLTF_MODE_LINE_LOOP && n > 2) add({n - 1, 0});
-      return out;
+      return output.array(out);
     case TINYGLTF_MODE_TRIANGLE_STRIP:
       for (std::size_t i = 2; i < n; ++i) i % 2 == 0 ? add({i - 2, i - 1, i}) : add({i - 1, i - 2, i});
-      return out;
+      return output.array(out);
     case TINYGLTF_MODE_TRIANGLE_FAN:
       for (std::size_t i = 2; i < n; ++i) add({0, i - 1, i});
-      return out;
+      return output.array(out);
     default:
       return in;
   }
 }
 
 /// Leaves out primitives that name vertices which are not there, and what is left over at the end.
-void dropBroken(std::vector<std::uint32_t>& indices, std::size_t corners, std::size_t vertices) {
+void dropBroken(Array<std::uint32_t>& indices, std::size_t corners, std::size_t vertices) {
   std::size_t kept = 0;
   for (std::size_t i = 0; i + corners <= indices.size(); i += corners) {
-    const auto first = indices.begin() + std::ptrdiff_t(i), last = first + std::ptrdiff_t(corners);
+    const std::uint32_t *first = indices.begin() + i, *last = first + corners;
     if (!std::all_of(first, last, [vertices](std::uint32_t index) { return index < vertices; })) continue;
-    std::copy(first, last, indices.begin() + std::ptrdiff_t(kept));
+    std::copy(first, last, indices.begin() + kept);
     kept += corners;
   }
-  indices.resize(kept);
+  indices.shrink(kept);
 }
 
 Primitive primitiveOf(int mode) {
@@ -78,10 +78,10 @@ class Meshes::Attributes {
     std::transform(values.begin(), values.end(), result.begin(), [](double value) { return float(value); });
     return result;
   }
-  std::vector<std::uint32_t> indices(std::size_t vertices) const {
-    if (m_Draco) return m_Draco->indices();
-    if (m_Primitive.indices >= 0) return m_Accessors.integers(m_Primitive.indices, 1);
-    std::vector<std::uint32_t> all(vertices);
+  Array<std::uint32_t> indices(std::size_t vertices) const {
+    if (m_Draco) return m_Output.array(m_Draco->indices());
+    if (m_Primitive.indices >= 0) return m_Accessors.integers(m_Primitive.indices);
+    const Array<std::uint32_t> all = m_Output.array<std::uint32_t>(vertices);
     for (std::size_t i = 0; i < vertices; ++i) all[i] = std::uint32_t(i);
     return all;
   }
@@ -129,9 +129,8 @@ void Meshes::convertPrimitive(const tinygltf::Mesh& owner, const tinygltf::Primi
   for (const Array<float>& coordinates : {mesh.texCoords, mesh.secondTexCoords})
     for (std::size_t i = 1; i < coordinates.size(); i += 2) coordinates[i] = 1 - coordinates[i];
   convertColors(attributes, mesh);
-  std::vector<std::uint32_t> indices = singles(attributes.indices(mesh.positions.size() / 3), mode);
-  dropBroken(indices, std::size_t(mesh.primitive) + 1, mesh.positions.size() / 3);
-  mesh.indices = m_Output.array(indices);
+  mesh.indices = singles(attributes.indices(mesh.positions.size() / 3), mode, m_Output);
+  dropBroken(mesh.indices, std::size_t(mesh.primitive) + 1, mesh.positions.size() / 3);
   convertInfluences(attributes, mesh);
   convertShapes(owner, source, mesh);
   m_Output.model.meshes.push_back(std::move(mesh));

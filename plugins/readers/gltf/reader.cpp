@@ -31,6 +31,8 @@ std::vector<unsigned char> readFile(const std::string& name, Output& output) {
   constexpr std::size_t AtOnce = 1 << 22;
   std::ifstream file(name, std::ios::binary);
   std::vector<unsigned char> bytes;
+  std::error_code none;
+  if (const auto size = std::filesystem::file_size(name, none); !none) bytes.reserve(size + AtOnce);
   while (file) {
     const std::size_t before = bytes.size();
     bytes.resize(before + AtOnce);
