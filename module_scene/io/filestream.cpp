@@ -5,12 +5,14 @@
 
 namespace nubo::io {
 
-FileStream::FileStream(const QString& fileName) : m_File(fileName) {
+FileStream::FileStream(const QString& fileName, ImportControl& control) : m_Control(control), m_File(fileName) {
   if (!m_File.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) throw ImportError(m_File.errorString());
   m_Size = std::uint64_t(m_File.size());
 }
 
 void FileStream::fill(std::uint64_t size) {
+  if (m_Control.cancelled) throw ImportError(ImportError::tr("reading was cancelled"));
+  m_Control.percent = int(double(m_Taken) / double(std::max<std::uint64_t>(1, m_Size)) * 100);
   if (size > left()) throw ImportError(ImportError::tr("the file is truncated"));
   constexpr std::size_t AtOnce = 1 << 20;
   const std::size_t kept = m_End - m_Begin;

@@ -4,6 +4,7 @@
 #include <QFile>
 #include <vector>
 
+#include "module_scene/io/importcontrol.h"
 #include "module_scene/io/importerror.h"
 
 namespace nubo::io {
@@ -12,14 +13,16 @@ namespace nubo::io {
 /// would not survive.
 class FileStream {
  public:
-  /// Throws ImportError where the file cannot be opened.
-  explicit FileStream(const QString& fileName);
+  /// Throws ImportError where the file cannot be opened. `control`, which must outlive this, is told how far it is, and
+  /// ends it.
+  FileStream(const QString& fileName, ImportControl& control);
 
   /// Of the whole file, as it was when it was opened.
   std::uint64_t size() const { return m_Size; }
   /// Bytes that take() may still be asked for.
   std::uint64_t left() const { return m_Size - m_Taken; }
-  /// The next bytes; they stay there until the next call. Throws ImportError where there are not as many.
+  /// The next bytes; they stay there until the next call. Throws ImportError where there are not as many, or reading
+  /// was cancelled.
   const char* take(std::uint64_t size) {
     if (size > m_End - m_Begin) fill(size);
     const char* taken = m_Buffer.data() + m_Begin;
@@ -31,6 +34,7 @@ class FileStream {
  private:
   void fill(std::uint64_t size);
 
+  ImportControl& m_Control;
   QFile m_File;
   std::uint64_t m_Size, m_Taken = 0;
   std::vector<char> m_Buffer;

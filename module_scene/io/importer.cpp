@@ -107,9 +107,9 @@ void readFile(const QString& fileName, ImportControl& control, Level level, Impo
   // Big files come in few formats; those are read here, which takes little time and memory.
   util::YPointer<scene::Geometry> geometry;
   if (beginsAsPly(firstBytes))
-    geometry = readBinaryPly(fileName);
+    geometry = readBinaryPly(fileName, control);
   else if (!choice.knownByContent && (suffix == QLatin1String("stl") || hasSizeOfBinaryStl(firstBytes, info.size())))
-    geometry = readBinaryStl(fileName);
+    geometry = readBinaryStl(fileName, control);
   result.reader = geometry ? QStringLiteral("nubo") : choice.reader ? choice.reader->name : QString();
   result.format = geometry ? beginsAsPly(firstBytes) ? QStringLiteral("PLY") : QStringLiteral("STL") : formatOf(choice);
   if (geometry) return addSingle(fileName, geometry, result);

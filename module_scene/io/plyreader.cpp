@@ -58,7 +58,7 @@ struct Element {
 
 class PlyReader {
  public:
-  explicit PlyReader(const QString& fileName) : m_File(fileName) {}
+  PlyReader(const QString& fileName, ImportControl& control) : m_File(fileName, control) {}
 
   util::YPointer<scene::Geometry> read() {
     readHeader();
@@ -270,9 +270,9 @@ class PlyReader {
 
 }  // namespace
 
-util::YPointer<scene::Geometry> readBinaryPly(const QString& fileName) {
+util::YPointer<scene::Geometry> readBinaryPly(const QString& fileName, ImportControl& control) {
   try {
-    return PlyReader(fileName).read();
+    return PlyReader(fileName, control).read();
   } catch (const NotForUs&) {
     return nullptr;
   }

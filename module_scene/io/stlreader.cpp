@@ -48,8 +48,8 @@ std::uint64_t announcedTriangles(const char* header) { return qFromLittleEndian<
 std::uint64_t announcedSize(const char* header) { return HeaderSize + announcedTriangles(header) * TriangleSize; }
 
 /// Throws ImportError for what is neither binary nor text.
-bool isBinary(const QString& fileName) {
-  FileStream file(fileName);
+bool isBinary(const QString& fileName, ImportControl& control) {
+  FileStream file(fileName, control);
   if (file.size() < HeaderSize) return false;
   const auto known = std::size_t(std::min<std::uint64_t>(file.size(), 512));
   const char* header = file.take(known);
@@ -94,9 +94,9 @@ bool hasSizeOfBinaryStl(const QByteArray& firstBytes, qint64 size) {
          announcedSize(firstBytes.constData()) == std::uint64_t(size);
 }
 
-util::YPointer<scene::Geometry> readBinaryStl(const QString& fileName) {
-  if (!isBinary(fileName)) return nullptr;
-  FileStream file(fileName);
+util::YPointer<scene::Geometry> readBinaryStl(const QString& fileName, ImportControl& control) {
+  if (!isBinary(fileName, control)) return nullptr;
+  FileStream file(fileName, control);
   const std::uint64_t triangles = announcedTriangles(file.take(HeaderSize));
   if (triangles * 3 >= 0x7FFFFFFF) throw ImportError(ImportError::tr("it has too many triangles"));
   util::YPointer<scene::Geometry> geometry(new scene::Geometry);

@@ -4,6 +4,7 @@
 #include <QString>
 
 #include "module_scene/graph/geometry.h"
+#include "module_scene/io/importcontrol.h"
 
 namespace nubo::io {
 
@@ -12,7 +13,8 @@ bool hasSizeOfBinaryStl(const QByteArray& firstBytes, qint64 size);
 
 /// The triangles, corners of the same place mostly joined already, not yet prepared. The normals in the file are
 /// ignored: they are those of flat faces, at best. Null for files that another reader must read: text, and triangles
-/// with colours. Throws ImportError.
-util::YPointer<scene::Geometry> readBinaryStl(const QString& fileName);
+/// with colours. Throws ImportError, also
+/// where `control` ends it.
+util::YPointer<scene::Geometry> readBinaryStl(const QString& fileName, ImportControl& control);
 
 }  // namespace nubo::io

@@ -98,6 +98,18 @@ TEST_F(Reading, EndsWhenItIsCancelled) {
   other.join();
 }
 
+TEST_F(Reading, EndsInTheProgramWhenItIsCancelled) {
+  for (const char* name : {"square.ply", "binary.STL"}) {
+    SCOPED_TRACE(name);
+    const QString file = QStringLiteral(NUBO_TEST_DATA "/models/") + QString::fromLatin1(name);
+    ImportControl control;
+    EXPECT_EQ(importFile(file, control).error, QString());
+    EXPECT_GE(control.percent, 0);
+    control.cancelled = true;
+    EXPECT_TRUE(importFile(file, control).error.contains("cancelled"));
+  }
+}
+
 TEST_F(Reading, ContentCountsMoreThanAName) {
   struct Row {
     const char *suffix, *content, *reader, *format;
