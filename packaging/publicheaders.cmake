@@ -25,6 +25,7 @@ set(NUBO_PUBLIC_HEADERS
   kernel/util/yprogressdialog.h
   kernel/visibility.h
   module_scene/gui/camera.h
+  module_scene/gui/cameraview.h
   module_scene/gui/framing.h
   module_scene/gui/scenepanel.h
   module_scene/gui/viewer.h
@@ -38,11 +39,15 @@ set(NUBO_PUBLIC_HEADERS
   module_scene/builtin/builtinanimation.h
   module_scene/builtin/builtinscene.h
   module_scene/graph/copyslot.h
+  module_scene/graph/filecamera.h
   module_scene/graph/geometry.h
+  module_scene/graph/joint.h
   module_scene/graph/material.h
   module_scene/mesh/meshbuilder.h
+  module_scene/mesh/posing.h
   module_scene/mesh/preparation.h
   module_scene/graph/look.h
+  module_scene/graph/rig.h
   module_scene/graph/scene.h
   module_scene/draw/scenedrawer.h
   module_scene/graph/sceneelement.h
