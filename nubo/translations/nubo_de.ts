@@ -655,7 +655,7 @@
     </message>
     <message>
         <source>Log</source>
-        <translation>Protokoll</translation>
+        <translation>Meldungsprotokoll</translation>
     </message>
     <message>
         <source>File</source>
