@@ -321,7 +321,8 @@ void GrabImage::grabToFile(const QString& fileName, int width, int height, const
   updateText(QObject::tr("Saving image"));
   const QByteArray localName = fileName.toLocal8Bit();
   QString reason;
-  if (writePicture(image, fileName, reason)) {
+  const QColor background = gui::Viewer::getInstance()->getGlobalScene()->getBackgroundColor();
+  if (writePicture(image, background, fileName, reason)) {
     giveFact(QStringLiteral("width"), width);
     giveFact(QStringLiteral("height"), height);
     NUBO_LOG(log::Note, Execute, "Image saved to '%s'", localName.constData());

@@ -1,8 +1,10 @@
 #include "module_grab/commands/picturefile.h"
 
+#include <QColor>
 #include <QFileInfo>
 #include <QImage>
 #include <QImageWriter>
+#include <QPainter>
 #include <QSaveFile>
 
 namespace nubo::commands::grab {
@@ -47,6 +49,21 @@ class PatientFile : public File {
   QString m_Reason;
 };
 
+bool keepsAlpha(const QByteArray& format) {
+  static const QList<QByteArray> Without{"bmp", "jpeg", "jpg", "pbm", "pgm", "ppm", "wbmp", "xbm"};
+  return !Without.contains(format.toLower());
+}
+
+QImage laidOver(const QColor& background, const QImage& image) {
+  QImage result(image.size(), QImage::Format_RGB32);
+  if (result.isNull()) return image;
+  result.fill(background);
+  QPainter(&result).drawImage(0, 0, image);
+  result.setDotsPerMeterX(image.dotsPerMeterX());
+  result.setDotsPerMeterY(image.dotsPerMeterY());
+  return result;
+}
+
 template <class File>
 bool writeTo(File& file, const QImage& image, const QByteArray& format, QString& reason) {
   QImageWriter writer(&file, format);
@@ -64,9 +81,10 @@ bool hasWritableSuffix(const QString& fileName) {
   return false;
 }
 
-bool writePicture(const QImage& image, const QString& fileName, QString& reason) {
+bool writePicture(const QImage& picture, const QColor& background, const QString& fileName, QString& reason) {
   const QFileInfo target(fileName);
   const QByteArray format = target.suffix().toLatin1();
+  const QImage image = keepsAlpha(format) ? picture : laidOver(background, picture);
   PatientFile<QSaveFile> whole(fileName);
   // Pipes and devices are not replaced; and not every directory takes another file, nor every name a longer one.
   if ((!target.exists() || target.isFile()) && whole.open(QIODevice::WriteOnly)) {

@@ -6,6 +6,7 @@
 #include "module_grab/visibility.h"
 
 QT_BEGIN_NAMESPACE
+class QColor;
 class QImage;
 QT_END_NAMESPACE
 
@@ -16,6 +17,7 @@ namespace nubo::commands::grab {
 
 /// Writes a picture in the format of the file's suffix, and leaves a file that stood there as it was until all of the
 /// new one has arrived. `reason` says in one line, if anybody knows, why it could not be written. Any thread.
-[[nodiscard]] bool writePicture(const QImage& image, const QString& fileName, QString& reason);
+[[nodiscard]] bool writePicture(const QImage& picture, const QColor& background, const QString& fileName,
+                                QString& reason);
 
 }  // namespace nubo::commands::grab

@@ -8,7 +8,7 @@ namespace nubo::scene {
 
 struct ContactLookup {
   std::array<GLfloat, 4> place;   ///< factors and offsets from window coordinates to texels
-  std::array<GLfloat, 2> texels;  ///< their size in texture coordinates
+  std::array<GLfloat, 3> texels;  ///< their size in texture coordinates, and by how many pixels faces are moved back
   GLfloat tolerance;              ///< in depth, of which w's reciprocal is the unit
 };
 

@@ -10,6 +10,7 @@
 #include "module_scene/draw/contactsource.h"
 #include "module_scene/draw/drawingstate.h"
 #include "module_scene/draw/framebuffer.h"
+#include "module_scene/draw/rendermap.h"
 #include "module_scene/draw/shaderprogram.h"
 
 namespace nubo::scene {
@@ -22,17 +23,6 @@ constexpr double TexelsOff = 6;     // by which a depth may differ from that of 
 constexpr int IndicesPerTexel = 2;  // that take as long
 
 QOpenGLExtraFunctions* extraFunctions() { return QOpenGLContext::currentContext()->extraFunctions(); }
-
-SharedName makeTexture(GLint kept, GLenum format, GLenum type, int width, int height) {
-  SharedName result = SharedName::texture();
-  extraFunctions()->glBindTexture(GL_TEXTURE_2D, result.name());
-  for (const GLenum filter : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER})
-    glTexParameteri(GL_TEXTURE_2D, filter, GL_NEAREST);
-  for (const GLenum wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T})
-    glTexParameteri(GL_TEXTURE_2D, wrap, GL_CLAMP_TO_EDGE);
-  glTexImage2D(GL_TEXTURE_2D, 0, kept, width, height, 0, format, type, nullptr);
-  return result;
-}
 
 void tellOnce(const QByteArray& messages) {
   static std::atomic<bool> s_Told{false};
@@ -82,11 +72,8 @@ bool ContactMap::reserve(int width, int height) {
   if (m_Map.isUsable() && width == m_Width && height == m_Height) return true;
   m_Width = width;
   m_Height = height;
-  m_Depths = makeTexture(GL_DEPTH_COMPONENT24, GL_DEPTH_COMPONENT, GL_UNSIGNED_INT, width, height);
-  glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_COMPARE_MODE, GL_NONE);
-  glTexParameteri(GL_TEXTURE_2D, GL_DEPTH_TEXTURE_MODE, GL_LUMINANCE);
-  for (SharedName* name : {&m_Directions, &m_Raw, &m_Map})
-    *name = makeTexture(GL_RGBA8, GL_RGBA, GL_UNSIGNED_BYTE, width, height);
+  m_Depths = makeDepthMap(width, height);
+  for (SharedName* name : {&m_Directions, &m_Raw, &m_Map}) *name = makeColorMap(width, height);
   const Framebuffer framebuffer;
   m_Stage = Stage::Depths;
   if (bindTarget(framebuffer.name())) return true;
@@ -123,14 +110,9 @@ bool ContactMap::createPasses() {
 
 /// Where the stage draws to. False if OpenGL cannot.
 bool ContactMap::bindTarget(GLuint framebuffer) {
-  QOpenGLExtraFunctions* gl = extraFunctions();
   const SharedName& target = m_Stage == Stage::Depths ? m_Directions : m_Stage == Stage::Occlusion ? m_Raw : m_Map;
-  gl->glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
-  gl->glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, target.name(), 0);
   const GLuint depths = m_Stage == Stage::Depths ? m_Depths.name() : 0;
-  gl->glFramebufferTexture2D(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_TEXTURE_2D, depths, 0);
-  glViewport(0, 0, m_Width, m_Height);
-  return gl->glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+  return drawInto(framebuffer, target.name(), depths, m_Width, m_Height);
 }
 
 void ContactMap::prepare() {
@@ -140,7 +122,7 @@ void ContactMap::prepare() {
   setUpState();
   for (const Stage stage : {Stage::Depths, Stage::Occlusion, Stage::Smoothing}) {
     m_Stage = stage;
-    bindTarget(framebuffer.name());
+    (void)bindTarget(framebuffer.name());
     Painter::Kinds none;
     if (stage == Stage::Depths) {
       extraFunctions()->glUseProgram(m_Surroundings.program.name());
@@ -209,16 +191,17 @@ void ContactMap::compute(Pass& pass, int rows) {
   m_Row += rows;
 }
 
-ContactLookup ContactMap::lookup(const Viewpoint& viewpoint, int width, int height, int margin) const {
+ContactLookup ContactMap::lookup(const Viewpoint& viewpoint, const Pixels& picture) const {
   const LinearMap map = between(ViewWindow::of(viewpoint), m_Window);
-  const int pixels[]{width, height}, texels[]{m_Width, m_Height};
+  const int pixels[]{picture.width, picture.height}, texels[]{m_Width, m_Height};
   ContactLookup result{};
   for (int i = 0; i < 2; ++i) {
     result.place[i] = GLfloat(map.factor[i] * texels[i] / pixels[i]);
-    const double first = map.offset[i] - map.factor[i] * (2.0 * margin / pixels[i] + 1);
+    const double first = map.offset[i] - map.factor[i] * (2.0 * picture.margin / pixels[i] + 1);
     result.place[2 + i] = GLfloat((first + 1) / 2 * texels[i] - 0.5);
     result.texels[i] = 1.0f / GLfloat(texels[i]);
   }
+  result.texels[2] = GLfloat(picture.facesBack);
   const double unit = viewpoint.parallel ? viewpoint.projection(3, 3) : 1;
   result.tolerance = GLfloat(TexelsOff * m_Window.top / m_Height * linearity(viewpoint.projection) / unit);
   return result;

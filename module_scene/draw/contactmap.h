@@ -40,8 +40,12 @@ class ContactMap {
   void prepare();
   /// Draws on until about so many indices are drawn, or texels computed in their place. Changes OpenGL's state.
   void draw(std::size_t indices);
-  /// For pixels of a view with `margin` more of them on each side.
-  ContactLookup lookup(const Viewpoint& viewpoint, int width, int height, int margin) const;
+  /// A picture's pixels.
+  struct Pixels {
+    int width, height, margin;  ///< with so many more on each side
+    double facesBack;           ///< as setFacesBack() was told
+  };
+  ContactLookup lookup(const Viewpoint& viewpoint, const Pixels& picture) const;
   GLuint texture() const { return m_Map.name(); }
 
  private:

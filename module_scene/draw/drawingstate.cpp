@@ -63,9 +63,9 @@ void setUpState() {
   load(GL_TEXTURE, math::Matrix4());
 }
 
-void setFacesBack() {
+void setFacesBack(double pixels) {
   glEnable(GL_POLYGON_OFFSET_FILL);
-  glPolygonOffset(1, 1);
+  glPolygonOffset(GLfloat(pixels), 1);
 }
 
 void setUpLight() {

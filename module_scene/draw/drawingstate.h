@@ -34,8 +34,8 @@ class StateGuard {
 void load(GLenum mode, const math::Matrix4& matrix);
 /// The state that all drawing starts from, whatever the caller left.
 void setUpState();
-/// Moves faces back by as much as they fall from one pixel to the next, so that lines on them are whole.
-void setFacesBack();
+/// Moves faces back by as much as they fall over so many pixels, so that lines on them are whole.
+void setFacesBack(double pixels);
 /// A light beside the eye, so that shapes show wherever one looks from, and a little from everywhere.
 void setUpLight();
 

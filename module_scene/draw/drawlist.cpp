@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 
+#include "module_scene/draw/viewpoint.h"
 #include "module_scene/mesh/coarsening.h"
 #include "module_scene/mesh/featureedges.h"
 
@@ -154,8 +155,7 @@ bool facesAway(const Cluster& cluster, const math::Vector3& eye) {
 // A tile shows a part of the frustum as large as the whole picture does, so that its scale is the picture's.
 void ViewQuery::scaleWidths(int viewHeight, double lens) {
   if (viewHeight > 0) {
-    const double halfOpening = std::acos(-1.0) / 8;
-    widthScale = height * std::abs(projection(1, 1)) / lens * std::tan(halfOpening) / viewHeight;
+    widthScale = height * std::abs(projection(1, 1)) / lens * std::tan(HalfOpening) / viewHeight;
   }
   widestPoint = widest(GL_SMOOTH_POINT_SIZE_RANGE, GL_ALIASED_POINT_SIZE_RANGE);
   widestLine = widest(GL_SMOOTH_LINE_WIDTH_RANGE, GL_ALIASED_LINE_WIDTH_RANGE);
@@ -192,8 +192,11 @@ void DrawList::collect(const SceneElement& element, const math::Matrix4& parent,
     const int layers = layer == LayerModel && geometry->transparent ? LayerTransparent : layer;
     if (!(query.layers & layers) || !(query.kinds & geometry->kind)) continue;
     add(*geometry, modelView, own);
-    if (const auto edges = query.edges && layer == LayerModel ? featureEdges(*geometry) : nullptr)
-      add(*edges, modelView, own);
+    if (!query.edges || layer != LayerModel) continue;
+    if (const auto edges = featureEdges(*geometry)) add(*edges, modelView, own);
+    const bool isSeen = query.outlines && Culler(query, modelView, 0).side(geometry->box) != Side::Outside;
+    if (const Geometry* outline = isSeen ? query.outlines->of(*geometry, modelView) : nullptr)
+      add(*outline, modelView, own);
   }
   for (const auto& child : element.getChildren()) collect(*child, modelView, layer, query);
 }

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "module_scene/draw/buffercache.h"
+#include "module_scene/draw/outlines.h"
 #include "module_scene/graph/sceneelement.h"
 
 namespace nubo::scene {
@@ -16,6 +17,7 @@ struct ViewQuery {
   int layers = 0;                          ///< Layer bits
   int kinds = 0;                           ///< Kind bits
   bool edges = false;                      ///< faces get lines where their surface has an edge
+  Outlines* outlines = nullptr;            ///< and these, where it turns away; null: not
   double widthScale = 1;                   ///< of what has a width in pixels
   double widestPoint = 1, widestLine = 1;  ///< that can be drawn
 

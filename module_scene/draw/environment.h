@@ -47,6 +47,10 @@ class NUBO_MODULE_SCENE_EXPORT Environment : public util::YObject {
   mutable CopySlot m_CopySlot;
 };
 
+class Scene;
+/// What lights a scene; null: the studio.
+NUBO_MODULE_SCENE_EXPORT util::YPointer<Environment> environmentOf(const Scene& scene);
+
 /// Seen from far off: shines from one direction.
 struct DistantLight {
   Direction direction;  ///< to the light, of length 1, in the environment's frame

@@ -11,11 +11,17 @@
 #include "module_scene/draw/drawingturn.h"
 #include "module_scene/draw/drawlist.h"
 #include "module_scene/draw/environment.h"
+#include "module_scene/draw/groundshadow.h"
 #include "module_scene/draw/painter.h"
 #include "module_scene/draw/smoothbuffer.h"
 #include "module_scene/draw/viewpoint.h"
 
 namespace nubo::scene {
+
+util::YPointer<Environment> environmentOf(const Scene& scene) {
+  const util::YPointer<util::YObject> environment = scene.getEnvironment();
+  return static_cast<Environment*>(environment.get());
+}
 
 const double SceneDrawer::ZNEAR = 0.05;
 const double SceneDrawer::ZFAR = 100.0;
@@ -28,10 +34,13 @@ struct SceneDrawer::Private {
   Look look = Look::Studio;
   bool drawsEdges = false;
   bool drawsContact = false;
+  bool drawsGround = false;
   util::YPointer<Environment> environment;
-  DrawList list;
+  Outlines outlines;
+  DrawList list;  // of which some may be there
   SurfaceShader shader;
   ContactMap contact;
+  GroundShadow ground;
   SmoothBuffer buffer;
   double indicesPerMs = 1000;  // that a part has drawn
 
@@ -42,13 +51,17 @@ struct SceneDrawer::Private {
   std::optional<Painter> painter;
   Viewpoint viewpoint;
   bool shaded = false;
+  double facesBack = 1;    // pixels over which they fall
   bool inContact = false;  // the map of contact is looked up
+  bool onGround = false;
   bool direct = false;
   int finishedRows = 0;
   SmoothBuffer::Edges edges = SmoothBuffer::Edges::Blend;
 
   void begin(const StateGuard& state, double detail, int layers, int kinds, const math::Matrix4& transform,
              std::initializer_list<const SceneElement*> elements);
+  bool isEmpty() const { return list.isEmpty() && !onGround; }
+  void beginGround(const StateGuard& state, int kinds, std::initializer_list<const SceneElement*> elements);
   void beginContact(const StateGuard& state, int kinds, std::initializer_list<const SceneElement*> elements);
   void bindTarget(const StateGuard& state);
   void prepare(const StateGuard& state);
@@ -65,21 +78,37 @@ void SceneDrawer::Private::begin(const StateGuard& state, double detail, int lay
   query.edges = drawsEdges || look == Look::Technical;
   query.scaleWidths(viewHeight, viewpoint.lens);
   list.clear();
+  if (query.edges && detail == 0 && scene) {
+    outlines.begin(viewpoint, scene->changeCount());
+    query.outlines = &outlines;
+  }
   for (const SceneElement* element : elements)
     if (element) list.collect(*element, viewpoint.view, query);
   list.sortTransparent();
+  facesBack = query.edges ? 1 + 0.75 * query.widthScale : 1;  // half of an edge's width
   shaded = look != Look::Plain && !list.isEmpty() && shader.isAvailable();
   beginContact(state, kinds, elements);
+  beginGround(state, kinds, elements);
   painter.emplace(list, shaded ? &shader : nullptr);
   finishedRows = 0;
-  if (list.isEmpty()) return;
+  if (isEmpty()) return;
 
   setUpState();
   edges = layers & ~(LayerModel | LayerTransparent) ? SmoothBuffer::Edges::Blend : SmoothBuffer::Edges::KeepColor;
   // What is opaque, unsmoothed and without a margin may go where it shall end up: the pixels are the same.
-  direct = samples == 0 && list.transparent().empty() && list.margin() == 0;
+  direct = samples == 0 && list.transparent().empty() && list.margin() == 0 && !onGround;
   if (!direct) direct = !buffer.begin(width, height, list.margin(), samples);
   if (!direct) buffer.suspend();
+}
+
+void SceneDrawer::Private::beginGround(const StateGuard& state, int kinds,
+                                       std::initializer_list<const SceneElement*> elements) {
+  onGround = false;
+  if (!drawsGround) return;
+  std::array<const SceneElement*, 2> both{};
+  std::copy(elements.begin(), elements.end(), both.begin());
+  onGround = ground.begin(both, scene->changeCount(), kinds) && ground.isSeen(viewpoint);
+  QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
 }
 
 void SceneDrawer::Private::beginContact(const StateGuard& state, int kinds,
@@ -97,8 +126,9 @@ void SceneDrawer::Private::bindTarget(const StateGuard& state) {
   setUpState();
   shaded ? shader.begin(viewpoint, look, environment) : setUpLight();
   if (inContact)
-    shader.setContact(contact.texture(), contact.lookup(viewpoint, width, height, direct ? 0 : list.margin()));
-  if (shaded || drawsEdges) setFacesBack();
+    shader.setContact(contact.texture(),
+                      contact.lookup(viewpoint, {width, height, direct ? 0 : list.margin(), facesBack}));
+  if (shaded || drawsEdges) setFacesBack(facesBack);
   if (direct) {
     QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
     glViewport(0, 0, width, height);
@@ -112,7 +142,7 @@ void SceneDrawer::Private::bindTarget(const StateGuard& state) {
 /// Has the driver make what it needs for this drawing, its shaders above all. That can take long, happens when they
 /// are used first, and keeps nobody else from drawing.
 void SceneDrawer::Private::prepare(const StateGuard& state) {
-  if (list.isEmpty()) return;
+  if (isEmpty()) return;
   if (inContact) contact.prepare();
   bindTarget(state);
   if (!direct && !finishPrepared) {
@@ -135,10 +165,11 @@ void SceneDrawer::Private::finish(const StateGuard& state, int rows) {
 }
 
 void SceneDrawer::Private::drawAll(const StateGuard& state) {
-  if (list.isEmpty()) return;
+  if (isEmpty()) return;
   if (inContact) contact.draw(std::numeric_limits<std::size_t>::max());
   bindTarget(state);
   painter->draw(std::numeric_limits<std::size_t>::max());
+  if (onGround) ground.draw(viewpoint);
   if (!direct) finish(state, height);
 }
 
@@ -152,7 +183,7 @@ bool SceneDrawer::Private::drawContact(double milliseconds) {
 
 /// Draws on for about so long; whether there is more.
 bool SceneDrawer::Private::drawPart(const StateGuard& state, double milliseconds) {
-  if (list.isEmpty()) return false;
+  if (isEmpty()) return false;
   if (drawContact(milliseconds)) return true;
   bindTarget(state);
   if (painter->isDone()) {
@@ -165,6 +196,7 @@ bool SceneDrawer::Private::drawPart(const StateGuard& state, double milliseconds
   timer.start();
   const std::size_t indices = std::size_t(std::max(1000.0, indicesPerMs * milliseconds));
   painter->draw(indices);
+  if (painter->isDone() && onGround) ground.draw(viewpoint);
   glFinish();  // or only the asking for it would be measured
   const double rate = double(indices) / std::max(0.01, double(timer.nsecsElapsed()) * 1e-6);
   // What is hidden or small takes little; what comes next may not.
@@ -181,6 +213,8 @@ SceneDrawer::SceneDrawer(const util::YPointer<Scene>& scene) : d(std::make_uniqu
   d->look = scene->getLook();
   d->drawsEdges = scene->hasEdges();
   d->drawsContact = scene->hasContact();
+  setEnvironment(environmentOf(*scene));
+  d->drawsGround = scene->hasGround();
 }
 
 SceneDrawer::~SceneDrawer() = default;
@@ -202,6 +236,8 @@ void SceneDrawer::setLook(Look look) { d->look = look; }
 void SceneDrawer::setEdges(bool drawn) { d->drawsEdges = drawn; }
 
 void SceneDrawer::setContact(bool drawn) { d->drawsContact = drawn; }
+
+void SceneDrawer::setGround(bool drawn) { d->drawsGround = drawn; }
 
 void SceneDrawer::setEnvironment(const util::YPointer<Environment>& environment) { d->environment = environment; }
 

@@ -64,6 +64,9 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   /// Whether surfaces that stand close to each other take each other light, and points show by shades what stands
   /// before what, in the studio and of clay; the scene's setting when the drawer was made.
   void setContact(bool drawn);
+  /// Whether what is drawn casts a soft shadow onto a ground below it, of which nothing else is seen; the scene's
+  /// setting when the drawer was made.
+  void setGround(bool drawn);
   /// What lights surfaces in looks other than the plain one; null: the studio.
   void setEnvironment(const util::YPointer<Environment>& environment);
 

@@ -259,7 +259,7 @@ SurfaceShader::Program& SurfaceShader::program(unsigned variant) {
 void SurfaceShader::setLookup(const Program& program) const {
   QOpenGLExtraFunctions* gl = extraFunctions();
   gl->glUniform4fv(program.locations[ContactPlace], 1, m_Contact->place.data());
-  gl->glUniform2fv(program.locations[ContactTexels], 1, m_Contact->texels.data());
+  gl->glUniform3fv(program.locations[ContactTexels], 1, m_Contact->texels.data());
   gl->glUniform1f(program.locations[ContactTolerance], m_Contact->tolerance);
 }
 

@@ -45,11 +45,11 @@ vec2 place(int map) {
 #if defined(CONTACT) || defined(EYE_DOME)
 uniform sampler2D contactMap;
 uniform vec4 contactPlace;    // from pixels to texels
-uniform vec2 contactTexels;
+uniform vec3 contactTexels;
 uniform float contactTolerance;
 
 // The mean of the four texels around, of those only whose depth is the surface's: a plane's is linear in the window, so
-// that it is known for each of them. The driver has moved faces back by the change from one pixel to the next.
+// that it is known for each of them. The driver has moved faces back by their change over some pixels.
 float contact() {
   vec2 at = gl_FragCoord.xy * contactPlace.xy + contactPlace.zw;
   vec2 first = floor(at), share = at - first;
@@ -58,14 +58,14 @@ float contact() {
   change = vec2(0.0);
 #endif
   vec2 slope = change / contactPlace.xy;
-  float depth = gl_FragCoord.z - max(abs(change.x), abs(change.y)) - dot(slope, share);
+  float depth = gl_FragCoord.z - contactTexels.z * max(abs(change.x), abs(change.y)) - dot(slope, share);
   vec4 expected = depth + vec4(0.0, slope.x, slope.y, slope.x + slope.y);
-  vec2 corner = (first + 0.5) * contactTexels;
+  vec2 corner = (first + 0.5) * contactTexels.xy;
   vec4 texels[4];
   texels[0] = texture2D(contactMap, corner);
   texels[1] = texture2D(contactMap, corner + vec2(contactTexels.x, 0.0));
   texels[2] = texture2D(contactMap, corner + vec2(0.0, contactTexels.y));
-  texels[3] = texture2D(contactMap, corner + contactTexels);
+  texels[3] = texture2D(contactMap, corner + contactTexels.xy);
   const vec3 Bytes = 255.0 / vec3(256.0, 65536.0, 16777216.0);
   vec4 depths = vec4(dot(texels[0].rgb, Bytes), dot(texels[1].rgb, Bytes), dot(texels[2].rgb, Bytes),
                      dot(texels[3].rgb, Bytes));

@@ -5,6 +5,9 @@
 
 namespace nubo::scene {
 
+/// Of the vertical opening angle of pictures and panels, half: 9/70 pi.
+constexpr double HalfOpening = 0.40391905546154483;
+
 /// A projection and a transform that only moves, turns and scales, which together give the caller's picture.
 struct Viewpoint {
   math::Matrix4 projection;

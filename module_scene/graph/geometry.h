@@ -82,6 +82,7 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
 
   CopySlot& copySlot() const { return m_CopySlot; }
   CopySlot& edgeSlot() const { return m_EdgeSlot; }
+  CopySlot& foldSlot() const { return m_FoldSlot; }
   CopySlot& coarseSlot() const { return m_CoarseSlot; }
   /// What was made of the vertices, which have moved, is made again.
   void dropCopies() const {
@@ -90,7 +91,7 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   }
 
  private:
-  mutable CopySlot m_CopySlot, m_EdgeSlot, m_CoarseSlot;
+  mutable CopySlot m_CopySlot, m_EdgeSlot, m_FoldSlot, m_CoarseSlot;
 };
 
 }  // namespace nubo::scene

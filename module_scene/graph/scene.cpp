@@ -54,6 +54,7 @@ struct Scene::Private {
   std::list<Request> waiting;  // in the order of arrival
   util::YPointer<SceneElement> root;
   QColor background = DefaultBackground;
+  util::YPointer<util::YObject> environment;
   std::uint64_t changeCount = 0;
 
   bool isHeldAgainst(const Request& request, Qt::HANDLE thread) const {
@@ -126,6 +127,17 @@ void Scene::setBackgroundColor(const QColor& color) {
     d->background = color;
   }
   endChange(LockData);
+}
+
+util::YPointer<util::YObject> Scene::getEnvironment() const {
+  const QMutexLocker locker(&d->mutex);
+  return d->environment;
+}
+
+void Scene::setEnvironment(const util::YPointer<util::YObject>& environment) {
+  util::YPointer<util::YObject> old = environment;  // goes after the lock
+  const QMutexLocker locker(&d->mutex);
+  std::swap(old, d->environment);
 }
 
 void Scene::lock(LOCKTYPE type) { d->acquire({type, false}); }

@@ -50,6 +50,14 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   bool hasContact() const { return m_Contact; }
   void setContact(bool drawn) { m_Contact = drawn; }
 
+  /// Whether there is a ground that takes a soft shadow.
+  bool hasGround() const { return m_Ground; }
+  void setGround(bool drawn) { m_Ground = drawn; }
+
+  /// What lights surfaces in the place of the studio, an Environment of draw/environment.h; null: the studio does.
+  util::YPointer<util::YObject> getEnvironment() const;
+  void setEnvironment(const util::YPointer<util::YObject>& environment);
+
   /// Keeps everything still until the matching unlock() on the same thread; waits for a change in
   /// progress to end.
   void lock() { lock(LockAll); }
@@ -68,6 +76,7 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   std::atomic<Look> m_Look{Look::Studio};
   std::atomic<bool> m_Edges{false};
   std::atomic<bool> m_Contact{true};
+  std::atomic<bool> m_Ground{false};
   struct Private;
   std::unique_ptr<Private> d;
 };

@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cmath>
 
+#include "module_scene/draw/viewpoint.h"
+
 namespace nubo::gui {
 
 namespace {
 
 constexpr double Degree = 3.14159265358979323846 / 180.0;
-// Half of the smaller vertical opening angle under which a view is drawn, and room around the model.
+// Half of the smallest vertical opening angle under which a view is drawn, and room around the model.
 constexpr double HalfOpening = 22.5 * Degree;
 constexpr double Room = 1.05;
 
@@ -37,7 +39,7 @@ void Camera::orbit(double azimuthDelta, double elevationDelta) {
 }
 
 void Camera::pan(double right, double up) {
-  const double height = 2 * distance * std::tan(HalfOpening) / (scale * lens);
+  const double height = 2 * distance * std::tan(scene::HalfOpening) / (scale * lens);
   const math::Matrix4 view = transform();
   for (int i = 0; i < 3; ++i)  // the rows of the view's rotation are the directions of its axes
     center[i] += (right * view(0, i) + up * view(1, i)) / (scale * lens) * height;

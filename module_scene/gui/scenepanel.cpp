@@ -6,7 +6,9 @@
 #include <QWheelEvent>
 #include <cmath>
 
+#include "module_scene/draw/environment.h"
 #include "module_scene/draw/scenedrawer.h"
+#include "module_scene/draw/viewpoint.h"
 #include "module_scene/gui/framing.h"
 #include "module_scene/gui/viewer.h"
 
@@ -14,7 +16,7 @@ namespace nubo::gui {
 
 namespace {
 
-constexpr double OpeningAngle = 45.0;
+constexpr double OpeningAngle = scene::HalfOpening * 360 / 3.14159265358979323846;  // degrees
 constexpr double DegreesPerPixel = 0.4;
 
 /// Takes a frustum its perspective: what the frustum divides by, the depth, is the same everywhere, and the true depth
@@ -118,6 +120,8 @@ void ScenePanel::beginFrame(scene::SceneDrawer& drawer, int samples, int smaller
   drawer.setLook(scene::_GlobalScene()->getLook());
   drawer.setEdges(scene::_GlobalScene()->hasEdges());
   drawer.setContact(scene::_GlobalScene()->hasContact());
+  drawer.setEnvironment(scene::environmentOf(*scene::_GlobalScene()));
+  drawer.setGround(scene::_GlobalScene()->hasGround());
   drawer.setViewHeight(height());
   const QSize area = pixels(smaller);
   const QColor background = drawer.getBackgroundColor();

@@ -41,6 +41,8 @@ struct CommandLine {
   QColor background;  ///< invalid: as the scene has it
   std::optional<scene::Look> look;
   std::optional<bool> contact;
+  QString environment;  ///< a panorama's file name; empty: the studio
+  bool ground = false;
   std::optional<int> samples;
   std::optional<int> turntable;
   QString animation;  ///< of the scene's; empty: those that go together

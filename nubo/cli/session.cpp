@@ -11,6 +11,7 @@
 #include "module_scene/gui/framing.h"
 #include "module_trajectory/trajectory.h"
 #include "nubo/cli/cameraplace.h"
+#include "nubo/cli/lookoptions.h"
 #include "nubo/cli/namedcamera.h"
 #include "nubo/cli/report.h"
 #include "nubo/cli/scenefile.h"
@@ -83,10 +84,7 @@ QString Session::showScene(const CommandLine& line, bool takesTime) {
   reportWarnings(result.warnings);
   scene->setRootNode(result.root);
   if (line.background.isValid()) scene->setBackgroundColor(line.background);
-  if (line.edges) scene::_GlobalScene()->setEdges(true);
-  if (line.contact) scene::_GlobalScene()->setContact(*line.contact);
-  if (line.look) scene::_GlobalScene()->setLook(*line.look);
-  if (line.samples) scene::_GlobalScene()->setSamples(*line.samples);
+  if (const QString error = applyLook(line, *scene::_GlobalScene()); !error.isEmpty()) return error;
 
   const scene::BoundingBox box = result.root->getBoundingBox();
   gui::Camera camera;

@@ -1292,6 +1292,10 @@
         <translation>Schatten zwischen Flächen</translation>
     </message>
     <message>
+        <source>Shadow on the Ground</source>
+        <translation>Schatten auf dem Boden</translation>
+    </message>
+    <message>
         <source>F&amp;ull Screen</source>
         <translation>Voll&amp;bild</translation>
     </message>

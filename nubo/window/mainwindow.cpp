@@ -13,6 +13,7 @@
 #include "kernel/log/logger.h"
 #include "kernel/main/overseer.h"
 #include "module_scene/gui/viewer.h"
+#include "nubo/cli/lookoptions.h"
 #include "nubo/window/commands/commandactions.h"
 #include "nubo/window/commands/commandrunner.h"
 #include "nubo/window/commands/runningcommands.h"
@@ -167,10 +168,8 @@ void MainWindow::saveLayout() {
 }
 
 void MainWindow::open(const app::CommandLine& line) {
-  if (line.edges) scene::_GlobalScene()->setEdges(true);
-  if (line.contact) scene::_GlobalScene()->setContact(*line.contact);
-  if (line.look) scene::_GlobalScene()->setLook(*line.look);
-  if (line.samples) scene::_GlobalScene()->setSamples(*line.samples);
+  if (const QString error = app::applyLook(line, *scene::_GlobalScene()); !error.isEmpty())
+    NUBO_LOG(log::Failure, "nubo::window::MainWindow::open", error);
   if (line.background.isValid()) mp_SettingsMenu->setBackground(line.background);
   if (line.orthographic) mp_Panels->activePanel()->setOrthographic(true);
   if (!line.view.isEmpty()) mp_Panels->activePanel()->showView(line.view);

@@ -422,12 +422,42 @@ TEST_F(LooksTest, EdgesOfABoxAreUnbrokenLines) {
         for (int dy = -1; dy <= 1; ++dy)
           for (int dx = -1; dx <= 1; ++dx) {
             const QRgb pixel = picture.pixel(at.x() + dx, at.y() + dy);
-            if (qAlpha(pixel) > 100) darkest = std::min(darkest, qRed(pixel));
+            darkest = std::min(darkest, 255 - qAlpha(pixel) * (255 - qRed(pixel)) / 255);
           }
         ASSERT_LT(darkest, 110) << view << ", edge " << edge << ", place " << i;
       }
     }
     EXPECT_GT(qRed(picture.pixel(pixelOf(shot, {0, -0.5, 0}))), 200) << "faces are white";
+  }
+}
+
+TEST_F(LooksTest, SmoothShapesHaveAnOutlineInAnyTilesAndAtAnySize) {
+  Shot shot = shotFromFront(element({MeshBuilder(nullptr).sphere({0, 0, 0}, 0.8).finish()}));
+  shot.look = Look::Technical;
+  shot.samples = 4;
+  for (const int size : {256, 768}) {
+    shot.width = shot.height = size;
+    const QImage picture = draw(shot);
+    SCOPED_TRACE(size);
+    const double distance = -shot.transform(2, 3);
+    const double radius = size / 2 * std::tan(std::asin(0.8 / distance)) / std::tan(0.40391905546154483);
+    int broken = 0;
+    for (int degree = 0; degree < 360; ++degree) {
+      const double x = std::cos(degree * M_PI / 180), y = std::sin(degree * M_PI / 180);
+      int darkest = 255;
+      for (double r = radius - 2.5 - 0.01 * size; r <= radius + 1.5; r += 0.25) {
+        const QRgb pixel = picture.pixel(int(size / 2 + r * x), int(size / 2 + r * y));
+        darkest = std::min(darkest, 255 - qAlpha(pixel) * (255 - qRed(pixel)) / 255);
+      }
+      broken += darkest > 150;
+      const double inside = 0.9 * radius;
+      ASSERT_GT(qRed(picture.pixel(int(size / 2 + inside * x), int(size / 2 + inside * y))), 150) << degree;
+    }
+    EXPECT_LE(broken, 10) << "of 360";
+    for (const int edge : {100, 37}) {
+      const test::Difference difference = compare(drawTiled(shot, edge), picture);
+      EXPECT_LE(difference.changed, 3 + difference.edges / 128) << edge << ": " << difference;
+    }
   }
 }
 
@@ -506,6 +536,45 @@ TEST_F(LooksTest, ContactIsTheSameInTilesAndAtAnySize) {
     for (int x = 0; x < small.width(); ++x)
       if (qAlpha(small.pixel(x, y)) == 255) sum += test::distance(small.pixel(x, y), reduced.pixel(x, y));
   EXPECT_LT(sum / (small.width() * small.height()), 3);
+}
+
+TEST_F(LooksTest, AGroundIsNothingButAShadowThatComposesOverAnyPage) {
+  Shot shot = shotFromFront(element({MeshBuilder(nullptr).box({-0.4, -0.4, 0}, {0.4, 0.4, 0.5}).finish()}));
+  gui::Camera camera;
+  camera.elevation = 35;
+  shot.transform = camera.transform();
+  for (const Look look : {Look::Studio, Look::Plain})
+    for (const int samples : {0, 4}) {
+      SCOPED_TRACE(::testing::Message() << nameOf(look).toStdString() << ", " << samples << " samples");
+      shot.look = look;
+      shot.samples = samples;
+      shot.ground = false;
+      const QImage without = draw(shot);
+      shot.ground = true;
+      const QImage picture = draw(shot);
+      const auto at = [&](double distance) { return picture.pixel(pixelOf(shot, {0, -0.4 - distance, 0})); };
+      EXPECT_THAT(qAlpha(at(0.03)), ::testing::AllOf(::testing::Gt(60), ::testing::Lt(170)));
+      EXPECT_GT(qAlpha(at(0.03)), qAlpha(at(0.2)) + 15);
+      EXPECT_GT(qAlpha(at(0.2)), 3);
+      for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x) {
+          const QRgb pixel = picture.pixel(x, y), before = without.pixel(x, y);
+          if (qAlpha(before) == 255) ASSERT_EQ(pixel, before) << x << ", " << y;
+          if (qAlpha(before) == 0 && qAlpha(pixel) > 0) ASSERT_EQ(pixel & RGB_MASK, 0u) << x << ", " << y;
+        }
+      for (const int edge : {100, 37}) EXPECT_LE(compare(drawTiled(shot, edge), picture).changed, 3) << edge;
+    }
+  const QColor background = viewer.getGlobalScene()->getBackgroundColor();
+  const QRgb shadow = draw(shot).pixel(pixelOf(shot, {0, -0.43, 0}));
+  shot.layers = 65535;
+  const QRgb blended = draw(shot).pixel(pixelOf(shot, {0, -0.43, 0}));
+  EXPECT_EQ(qAlpha(blended), qAlpha(shadow));
+  EXPECT_NEAR(qGreen(blended), background.green() * (255 - qAlpha(shadow)) / 255.0, 1);
+  camera.elevation = -35;
+  shot.transform = camera.transform();
+  const QImage below = draw(shot);
+  shot.ground = false;
+  EXPECT_EQ(compare(below, draw(shot)).greatest, 0) << "from below";
 }
 
 TEST_F(LooksTest, SecondCoordinatesAndTransformsPlaceATexture) {

@@ -20,7 +20,7 @@ scene::BoundingBox seenThrough(const Camera& camera, const std::vector<math::Vec
   for (const math::Vector3& point : points) {
     const math::Vector3 eye = math::transformPoint(camera.transform(), point);
     EXPECT_LT(eye[2], -0.05) << "in front of the near plane";
-    const double slope = std::tan(22.5 * M_PI / 180) * -eye[2];
+    const double slope = std::tan(9 * M_PI / 70) * -eye[2];
     seen.add(math::Vector3{eye[0] / slope / aspect, eye[1] / slope, eye[2]});
   }
   return seen;
@@ -178,7 +178,7 @@ TEST(Camera, PanMovesTheSceneAcrossTheViewByFractionsOfItsHeight) {
   const math::Vector3 center = camera.center;
   camera.pan(0.25, -0.5);
   const auto moved = math::transformPoint(camera.transform(), center);
-  const double height = 2 * camera.distance * std::tan(22.5 * M_PI / 180);
+  const double height = 2 * camera.distance * std::tan(9 * M_PI / 70);
   EXPECT_NEAR(moved[0], -0.25 * height, 1e-12);
   EXPECT_NEAR(moved[1], 0.5 * height, 1e-12);
 }

@@ -19,8 +19,6 @@ namespace {
 
 using math::Matrix4;
 
-constexpr double PictureHalfOpening = 0.40391905946154483;  // radians
-
 /// Of all pixels that `isModel` takes for the model.
 template <class Function>
 QRectF extentOf(QSize size, Function isModel) {
@@ -197,7 +195,7 @@ TEST_F(WindowTest, RecordsATurntableThatTheUserEnds) {
   for (int frame = 0; frame < video.frames.size(); ++frame) {
     SCOPED_TRACE(frame);
     expectNear(video.extentOfModel(frame),
-               projectedCube(view * steps[first + frame].begin()->second, video.size, PanelHalfOpening));
+               projectedCube(view * steps[first + frame].begin()->second, video.size, VideoHalfOpening));
   }
 }
 
@@ -278,7 +276,7 @@ TEST_F(WindowTest, RecordsTwoPanelsAtOnce) {
     SCOPED_TRACE(name);
     const Video video(host.file(name));
     ASSERT_FALSE(video.frames.isEmpty());
-    expectNear(video.extentOfModel(video.frames.size() - 1), projectedCube(view, video.size, PanelHalfOpening));
+    expectNear(video.extentOfModel(video.frames.size() - 1), projectedCube(view, video.size, VideoHalfOpening));
   }
 }
 

@@ -31,7 +31,8 @@
 
 namespace nubo::test {
 
-constexpr double PanelHalfOpening = 0.39269908169872414;  // radians, of panels and videos
+constexpr double VideoHalfOpening = 0.39269908169872414;    // radians
+constexpr double PictureHalfOpening = 0.40391905546154483;  // of panels, too
 
 inline constexpr char CubeFile[] =
     "v -1 -1 -1\nv 1 -1 -1\nv 1 1 -1\nv -1 1 -1\nv -1 -1 1\nv 1 -1 1\nv 1 1 1\nv -1 1 1\n"

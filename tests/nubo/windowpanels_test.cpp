@@ -21,7 +21,7 @@ bool looksAlike(const Camera& a, const Camera& b) {
 }
 
 void expectWholeCube(const window::ViewPanel* panel) {
-  const QRectF cube = projectedCube(panel->getScaledTransformMatrix(), panel->size(), PanelHalfOpening);
+  const QRectF cube = projectedCube(panel->getScaledTransformMatrix(), panel->size(), PictureHalfOpening);
   EXPECT_TRUE(QRectF(panel->rect()).contains(cube)) << panel->width() << " x " << panel->height();
   EXPECT_NEAR(cube.center().x(), panel->width() / 2.0, 2);
   EXPECT_NEAR(cube.center().y(), panel->height() / 2.0, 2);

@@ -50,6 +50,7 @@ struct Shot {
   scene::Look look = scene::Look::Plain;
   util::YPointer<scene::Environment> environment = nullptr;
   bool contact = false;
+  bool ground = false;
 };
 
 /// The viewer and a current context. Pictures come back as they lie in the framebuffer: with straight alpha.
@@ -91,6 +92,7 @@ class GlFixture : public ::testing::Test {
     drawer.setLook(shot.look);
     drawer.setEnvironment(shot.environment);
     drawer.setContact(shot.contact);
+    drawer.setGround(shot.ground);
     work();
     const QImage image = fbo.toImage();
     fbo.release();

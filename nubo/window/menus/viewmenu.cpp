@@ -36,7 +36,6 @@ ViewMenu::ViewMenu(PanelArea& panels, const QList<QDockWidget*>& docks, QWidget*
   addProjection();
   addMenu(mp_Saved);
   addLooks();
-  addSwitches();
   addSeparator();
   addFullScreen();
   addSeparator();
@@ -82,21 +81,26 @@ void ViewMenu::addLooks() {
     action->setData(looks[i]);
     group->addAction(action);
   }
+  menu->addSeparator();
+  addSwitches(menu);
   addMnemonics(menu->actions());
   connect(menu, &QMenu::aboutToShow, this, [group] {
     for (QAction* action : group->actions())
       action->setChecked(action->data().toString() == scene::nameOf(scene::_GlobalScene()->getLook()));
   });
-  connect(menu, &QMenu::hovered, this, [show](const QAction* action) { show(action->data().toString()); });
+  connect(menu, &QMenu::hovered, this, [show, group](const QAction* action) {
+    if (action->actionGroup() == group) show(action->data().toString());
+  });
   connect(menu, &QMenu::aboutToHide, this, [show, group] { show(group->checkedAction()->data().toString()); });
-  connect(menu, &QMenu::triggered, this, [show](const QAction* action) {
+  connect(menu, &QMenu::triggered, this, [show, group](const QAction* action) {
+    if (action->actionGroup() != group) return;
     main::nuboSettings()->setValue(LookKey, action->data().toString());
     show(action->data().toString());
   });
   scene::_GlobalScene()->setLook(*scene::lookNamed(group->checkedAction()->data().toString()));
 }
 
-void ViewMenu::addSwitches() {
+void ViewMenu::addSwitches(QMenu* menu) {
   struct Switch {
     QString label, key;
     bool (scene::Scene::*is)() const;
@@ -105,16 +109,18 @@ void ViewMenu::addSwitches() {
   for (const Switch& entry : {Switch{tr("Edges of Surfaces"), QStringLiteral("window/edges"), &scene::Scene::hasEdges,
                                      &scene::Scene::setEdges},
                               {tr("Shades Between Surfaces"), QStringLiteral("window/contact"),
-                               &scene::Scene::hasContact, &scene::Scene::setContact}}) {
+                               &scene::Scene::hasContact, &scene::Scene::setContact},
+                              {tr("Shadow on the Ground"), QStringLiteral("window/ground"), &scene::Scene::hasGround,
+                               &scene::Scene::setGround}}) {
     const auto isOn = [entry] { return ((*scene::_GlobalScene()).*entry.is)(); };
     ((*scene::_GlobalScene()).*entry.set)(main::nuboSettings()->value(entry.key, isOn()).toBool());
-    QAction* action = addAction(entry.label, this, [this, entry](bool on) {
+    QAction* action = menu->addAction(entry.label, this, [this, entry](bool on) {
       main::nuboSettings()->setValue(entry.key, on);
       ((*scene::_GlobalScene()).*entry.set)(on);
       m_Panels.updatePanels();
     });
     action->setCheckable(true);
-    connect(this, &QMenu::aboutToShow, this, [action, isOn] { action->setChecked(isOn()); });
+    connect(menu, &QMenu::aboutToShow, this, [action, isOn] { action->setChecked(isOn()); });
   }
 }
 

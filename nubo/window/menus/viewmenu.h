@@ -27,7 +27,7 @@ class ViewMenu : public QMenu {
   void addDirections();
   void addProjection();
   void addLooks();
-  void addSwitches();
+  void addSwitches(QMenu* menu);
   void addFullScreen();
   void addDocks(const QList<QDockWidget*>& docks);
 

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <optional>
 
+#include "module_scene/draw/viewpoint.h"
 #include "module_scene/graph/scene.h"
 
 namespace nubo::window {
@@ -15,9 +16,8 @@ namespace {
 
 /// Where a point of eye space lies in a panel; nothing behind the eye.
 std::optional<QPointF> project(const math::Vector3& eye, const QSize& size) {
-  constexpr double HalfOpening = 0.39269908169872414;  // 22.5 degrees
   if (eye[2] > -0.01) return std::nullopt;
-  const double unit = 0.5 * size.height() / (std::tan(HalfOpening) * -eye[2]);
+  const double unit = 0.5 * size.height() / (std::tan(scene::HalfOpening) * -eye[2]);
   return QPointF(0.5 * size.width() + eye[0] * unit, 0.5 * size.height() - eye[1] * unit);
 }
 

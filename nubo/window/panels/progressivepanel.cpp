@@ -79,9 +79,9 @@ void ProgressivePanel::paintGL() {
 }
 
 ProgressivePanel::View ProgressivePanel::currentView() const {
-  return {getScaledTransformMatrix(),          size() * devicePixelRatioF(),      scene::_GlobalScene()->getSamples(),
-          scene::_GlobalScene()->getLook(),    scene::_GlobalScene()->hasEdges(), scene::_GlobalScene()->hasContact(),
-          scene::_GlobalScene()->changeCount()};
+  return {getScaledTransformMatrix(),         size() * devicePixelRatioF(),        scene::_GlobalScene()->getSamples(),
+          scene::_GlobalScene()->getLook(),   scene::_GlobalScene()->hasEdges(),   scene::_GlobalScene()->hasContact(),
+          scene::_GlobalScene()->hasGround(), scene::_GlobalScene()->changeCount()};
 }
 
 void ProgressivePanel::paintThinned() {

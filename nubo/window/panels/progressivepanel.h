@@ -30,11 +30,11 @@ class ProgressivePanel : public gui::ScenePanel {
     QSize pixels;
     int samples;
     scene::Look look;
-    bool edges, contact;
+    bool edges, contact, ground;
     std::uint64_t changes;  ///< of the scene
     bool operator==(const View& other) const {
       return transform == other.transform && pixels == other.pixels && samples == other.samples && look == other.look &&
-             edges == other.edges && contact == other.contact && changes == other.changes;
+             edges == other.edges && contact == other.contact && ground == other.ground && changes == other.changes;
     }
   };
   View currentView() const;
