@@ -10,12 +10,14 @@ import time
 STARTED = time.perf_counter()
 
 # pylint: disable=wrong-import-position
+import numpy  # noqa: E402
 from vtkmodules import vtkRenderingOpenGL2  # noqa: E402,F401  registers what draws
-from vtkmodules.util.numpy_support import vtk_to_numpy  # noqa: E402
+from vtkmodules.util.numpy_support import numpy_to_vtk, vtk_to_numpy  # noqa: E402
+from vtkmodules.vtkCommonDataModel import vtkImageData  # noqa: E402
 from vtkmodules.vtkIOGeometry import vtkSTLReader  # noqa: E402
 from vtkmodules.vtkIOImage import vtkPNGWriter  # noqa: E402
 from vtkmodules.vtkRenderingCore import (vtkActor, vtkPolyDataMapper, vtkRenderer, vtkRenderWindow,  # noqa: E402
-                                         vtkResizingWindowToImageFilter, vtkWindowToImageFilter)
+                                         vtkTexture, vtkResizingWindowToImageFilter, vtkWindowToImageFilter)
 
 PANEL = (1280, 720)
 OPENING_ANGLE = 45.0  # degrees, as in our videos
@@ -35,10 +37,34 @@ class Clock:
         self.last = now
 
 
-def open_window(mesh, size, samples, clock):
+def draw_physically(renderer, actor):
+    """Physically based shading in an environment of sky and floor, with ambient occlusion in screen space."""
+    sky = numpy.repeat(numpy.linspace(0.2, 1.2, 64, dtype="f4"), 128 * 3).reshape(-1, 3)
+    image = vtkImageData()
+    image.SetDimensions(128, 64, 1)
+    image.GetPointData().SetScalars(numpy_to_vtk(sky, deep=True))
+    texture = vtkTexture()
+    texture.SetInputData(image)
+    texture.SetColorModeToDirectScalars()
+    texture.MipmapOn()
+    texture.InterpolateOn()
+    renderer.UseImageBasedLightingOn()
+    renderer.SetEnvironmentTexture(texture, False)
+    actor.GetProperty().SetInterpolationToPBR()
+    actor.GetProperty().SetRoughness(0.6)
+    occlusion = vtkRenderingOpenGL2.vtkSSAOPass()
+    occlusion.SetRadius(0.2)
+    occlusion.SetBias(0.01)
+    occlusion.SetKernelSize(32)
+    occlusion.BlurOn()
+    occlusion.SetDelegatePass(vtkRenderingOpenGL2.vtkRenderStepsPass())
+    renderer.SetPass(occlusion)
+
+
+def open_window(arguments, clock):
     clock.end("start")
     reader = vtkSTLReader()
-    reader.SetFileName(mesh)
+    reader.SetFileName(arguments.mesh)
     reader.Update()
     clock.end("load")
     mapper = vtkPolyDataMapper()
@@ -48,10 +74,12 @@ def open_window(mesh, size, samples, clock):
     renderer = vtkRenderer()
     renderer.AddActor(actor)
     renderer.SetBackground(1, 1, 1)
+    if arguments.physical:
+        draw_physically(renderer, actor)
     window = vtkRenderWindow()
     window.SetOffScreenRendering(1)
-    window.SetMultiSamples(samples)
-    window.SetSize(*size)
+    window.SetMultiSamples(arguments.samples)
+    window.SetSize(*PANEL)
     window.AddRenderer(renderer)
     camera = renderer.GetActiveCamera()
     camera.SetViewAngle(OPENING_ANGLE)
@@ -63,7 +91,7 @@ def open_window(mesh, size, samples, clock):
 
 
 def still(arguments, clock):
-    window, _ = open_window(arguments.mesh, PANEL, arguments.samples, clock)
+    window, _ = open_window(arguments, clock)
     capture = vtkResizingWindowToImageFilter()
     capture.SetInput(window)
     capture.SetSize(arguments.width, arguments.width * PANEL[1] // PANEL[0])
@@ -79,7 +107,7 @@ def still(arguments, clock):
 
 def orbit(arguments, clock):
     """Frames as BGRA rows to standard output; the pipe's reader turns them upright."""
-    window, camera = open_window(arguments.mesh, PANEL, arguments.samples, clock)
+    window, camera = open_window(arguments, clock)
     capture = vtkWindowToImageFilter()
     capture.SetInput(window)
     capture.SetInputBufferTypeToRGBA()
@@ -102,6 +130,7 @@ def main():
     parser.add_argument("--width", type=int, default=10000)
     parser.add_argument("--samples", type=int, default=4)
     parser.add_argument("--frames", type=int, default=100)
+    parser.add_argument("--physical", action="store_true", help="materials, environment and occlusion")
     arguments = parser.parse_args()
     clock = Clock()
     {"still": still, "orbit": orbit}[arguments.work](arguments, clock)

@@ -98,13 +98,13 @@ class Bench:
 
     # Pictures
 
-    def still(self, mesh, width, samples):
+    def still(self, mesh, width, samples, look="plain"):
         return self.grab(self.meshes[mesh], "ours.png", "grabimage", "--width", str(width),
-                         options=["--samples", str(samples)])
+                         options=["--samples", str(samples), "--look", look])
 
-    def vtk_still(self, mesh, width, samples):
+    def vtk_still(self, mesh, width, samples, *more):
         return Run([*VTK, "still", self.meshes[mesh], "--output", self.path("vtk.png"), "--width", str(width),
-                    "--samples", str(samples)])
+                    "--samples", str(samples), *more])
 
     def stills(self):
         for mesh in self.meshes:
@@ -149,11 +149,37 @@ class Bench:
             "builtin", "mp4", 300, 4))
         self.row("built-in scene, mp4: 300 / 30 frames", runs["many"], runs["few"])
 
+    # Looks
+
+    def wall(self):
+        """A model that covers any picture of it wholly: the panel's shape, seen from the front with nothing around."""
+        name = self.path("wall.ply")
+        with open(name, "w", encoding="ascii") as file:
+            file.write("ply\nformat ascii 1.0\nelement vertex 4\nproperty float x\nproperty float y\nproperty float z\n"
+                       "element face 1\nproperty list uchar int vertex_indices\nend_header\n"
+                       "-16 0 -9\n16 0 -9\n16 0 9\n-16 0 9\n4 0 1 2 3\n")
+        return name
+
+    def looks(self):
+        runs = self.in_turn(ours=lambda: self.still("1m", 10000, 4, "studio"),
+                            rival=lambda: self.vtk_still("1m", 10000, 4, "--physical"))
+        self.row("1m, 10000 px, default look / VTK physically", runs["ours"], runs["rival"], (0.4, None))
+        runs = self.in_turn(ours=lambda: self.video(self.meshes["1m"], "mp4", 50, 4, look="studio"),
+                            rival=lambda: self.vtk_video("1m", "mp4", 50, 4, "--physical"))
+        self.row("1m, 50 frames mp4, default look / VTK physically", runs["ours"], runs["rival"], (0.5, None))
+        wall = self.wall()
+        runs = self.in_turn(**{look: lambda look=look: self.grab(
+            wall, "ours.png", "grabimage", "--width", "10000", options=["--look", look, "--view", "front"])
+            for look in ("plain", "studio")})
+        seconds = {look: statistics.median(run.seconds for run in all_runs) for look, all_runs in runs.items()}
+        self.figure("covered 10000 px: default look - plain, seconds", seconds["studio"] - seconds["plain"], 2.0,
+                    **seconds)
+
     # Videos
 
-    def video(self, scene, suffix, frames, samples, program=None):
+    def video(self, scene, suffix, frames, samples, program=None, look="plain"):
         return self.grab(scene, "ours." + suffix, "grabvideo", "--width", "1280", "--height", "720", "--sync", "1",
-                         options=["--turntable", str(frames), "--samples", str(samples)], program=program)
+                         options=["--turntable", str(frames), "--samples", str(samples), "--look", look], program=program)
 
     def ffmpeg(self, source, suffix, pixels, flip=""):
         codec = [word.replace("{flip}", flip) for word in CODECS[suffix]]
@@ -162,8 +188,8 @@ class Bench:
                 source, *codec, "-g", "1" if suffix == "mkv" else "50", "-threads", threads,
                 self.path("rival." + suffix)]
 
-    def vtk_video(self, mesh, suffix, frames, samples):
-        return Run([*VTK, "orbit", self.meshes[mesh], "--frames", str(frames), "--samples", str(samples)],
+    def vtk_video(self, mesh, suffix, frames, samples, *more):
+        return Run([*VTK, "orbit", self.meshes[mesh], "--frames", str(frames), "--samples", str(samples), *more],
                    pipe_into=self.ffmpeg("-", suffix, "rgba", "vflip,"))
 
     def videos(self, frames=100):
@@ -249,7 +275,7 @@ def ratio(figures, unit):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parts = ["stills", "still_parts", "growth", "videos", "pipeline", "window"]
+    parts = ["stills", "still_parts", "growth", "looks", "videos", "pipeline", "window"]
     parser.add_argument("build")
     parser.add_argument("output", help="folder for the figures and whatever is made")
     parser.add_argument("--rounds", type=int, default=3)
