@@ -169,6 +169,8 @@ void ModelBuilder::setJoints() {
 }
 
 std::vector<ModelBuilder::Part> ModelBuilder::parts() const {
+  constexpr std::size_t Most = 10000;
+  require(m_Model.references.size() <= Most);
   std::vector<Part> parts;
   for (const reader::Reference& source : m_Model.references) {
     Part part{named(m_Elements, source.node), QString::fromStdString(source.file), nullptr};
