@@ -1,0 +1,181 @@
+"""Pieces on a cluster: an array of tasks, and a task after it that joins, or has made again what is missing."""
+import json
+import math
+import os
+import re
+import shlex
+import shutil
+import subprocess
+import sys
+import time
+
+from .call import Refused
+from .job import write_whole
+from .pieces import join, last_words, make_piece
+from .progress import Progress
+
+LOOK_SECONDS = 2
+
+
+def slurm(*words):
+    try:
+        made = subprocess.run(words, capture_output=True, text=True, stdin=subprocess.DEVNULL)
+    except FileNotFoundError:
+        raise Refused(f"there is no Slurm here ({words[0]} was not found)") from None
+    if made.returncode != 0:
+        raise Refused(f"{words[0]}: {made.stderr.strip() or made.returncode}")
+    return made.stdout
+
+
+def most_tasks():
+    """Of one array. Its numbers end one below what is told."""
+    found = re.search(r"^MaxArraySize\s*=\s*(\d+)", slurm("scontrol", "show", "config"), re.MULTILINE)
+    return max(1, int(found[1]) - 1) if found else 1000
+
+
+def each_at_least(frames, each):
+    """So many frames a piece that one array has room for all."""
+    return max(each, math.ceil(frames / most_tasks()))
+
+
+def ranges(numbers):
+    """0,1,2,5 as 0-2,5."""
+    found = []
+    for number in numbers:
+        if found and found[-1][1] == number - 1:
+            found[-1][1] = number
+        else:
+            found.append([number, number])
+    return ",".join(str(a) if a == b else f"{a}-{b}" for a, b in found)
+
+
+def scripts(job, numbers, round_number, excluded):
+    """The words and the script of the array, and of the task that follows it."""
+    program = shlex.join([sys.executable, os.path.realpath(sys.argv[0])])
+    folder = shlex.quote(job.folder)
+    common = [f"--chdir={job.data['cwd']}", *job.data["options"]["sbatch"]]
+    array = ["sbatch", "--parsable", f"--array={ranges(numbers)}", f"--job-name=nubo {os.path.basename(job.call.target)}",
+             f"--output={job.path('piece-%5a.log')}", "--open-mode=truncate", *common]
+    if excluded:
+        array.append(f"--exclude={','.join(excluded)}")
+    after = ["sbatch", "--parsable", f"--job-name=join {os.path.basename(job.call.target)}",
+             f"--output={job.path('join.log')}", "--open-mode=append", *common]
+    return ((array, f"#!/bin/sh\nexec {program} --piece \"$SLURM_ARRAY_TASK_ID\" {folder}\n"),
+            (after, f"#!/bin/sh\nexec {program} --after {round_number} {folder}\n"))
+
+
+def submit(job, numbers, round_number, excluded=()):
+    """Queues the pieces, and after any end of theirs the join. Their numbers are kept with the job."""
+    (array, array_script), (after, after_script) = scripts(job, numbers, round_number, excluded)
+    names = []
+    for words, script, name in ((array, array_script, "array.sh"), (after, after_script, "after.sh")):
+        with open(job.path(name), "w", encoding="utf-8") as file:
+            file.write(script)
+        depends = [f"--dependency=afterany:{names[0]}"] if names else []
+        names.append(slurm(*words, *depends, job.path(name)).strip().partition(";")[0])
+    write_whole(job.path("slurm.json"), {"array": names[0], "after": names[1], "round": round_number})
+
+
+def run_task(job, number):
+    """On a node: makes one piece, and says what it says. A failure names the node, for the next try."""
+    failure = make_piece(job, number, sys.stderr)
+    if failure:
+        print(f"nubo-batch: {failure}", file=sys.stderr)
+        with open(job.path("failed-nodes"), "a", encoding="utf-8") as file:
+            file.write(f"{os.environ.get('SLURMD_NODENAME', '')}\n")
+    return 1 if failure else 0
+
+
+def excluded_nodes(job):
+    """Nodes on which a piece failed, unless nothing else would be left."""
+    try:
+        with open(job.path("failed-nodes"), encoding="utf-8") as file:
+            failed = sorted({line.strip() for line in file} - {""})
+    except OSError:
+        return []
+    nodes = set(slurm("sinfo", "--noheader", "--Node", "--states=idle,alloc,mix,comp", "--format=%N").split())
+    return failed if nodes - set(failed) else []
+
+
+def task_states(job, array):
+    """Number of a task, and how Slurm says that it ended, for those that did not end well."""
+    text = slurm("scontrol", "show", "job", array)
+    states = {}
+    for block in text.split("\n\n"):
+        number, state = re.search(r"ArrayTaskId=(\d+)", block), re.search(r"JobState=(\S+)", block)
+        if number and state and state[1] != "COMPLETED":
+            states[int(number[1])] = state[1]
+    return states
+
+
+def after(job, round_number):
+    """On a node, when the array has ended: joins, or has made again what is missing."""
+    missing = job.missing()
+    if not missing:
+        try:
+            join(job)
+        except Refused as error:
+            write_whole(job.path("failure.json"), {"text": str(error)})
+            raise
+        if job.data["options"]["detach"]:
+            job.end()  # nobody waits who would
+        return 0
+    try:
+        states = task_states(job, numbers_of(job)["array"])
+    except Refused:
+        states = {}
+    reason = last_words(job.path(f"piece-{missing[0]:05}.log")) or states.get(missing[0], "it left no word")
+    if job.why_changed() or round_number >= job.data["options"]["retries"]:
+        text = f"{job.name(missing[0])} could not be made: {reason}"
+        text += f", and {len(missing) - 1} more pieces" if missing[1:] else ""
+        write_whole(job.path("failure.json"), {"text": text})
+        raise Refused(text)
+    print(f"{job.name(missing[0])}: {reason}; {len(missing)} pieces are tried again", flush=True)
+    submit(job, missing, round_number + 1, excluded_nodes(job))
+    return 0
+
+
+def numbers_of(job):
+    try:
+        with open(job.path("slurm.json"), encoding="utf-8") as file:
+            return json.load(file)
+    except FileNotFoundError:
+        raise Refused(f"{job.folder}: nothing was submitted") from None
+
+
+def is_queued(job):
+    numbers = numbers_of(job)
+    queued = slurm("squeue", "--noheader", "--format=%A %F").split()
+    return numbers["array"] in queued or numbers["after"] in queued
+
+
+def failure_of(job):
+    try:
+        with open(job.path("failure.json"), encoding="utf-8") as file:
+            return json.load(file)["text"]
+    except (OSError, ValueError):
+        return ""
+
+
+def wait(job, quiet):
+    """Until the pieces are joined. Raises Refused if they will not be."""
+    progress = Progress(job, quiet)
+    idle = 0
+    try:
+        while not job.is_joined():
+            failure = failure_of(job)
+            if failure:
+                raise Refused(f"{failure}; what is there is kept for --resume")
+            # A task submits the next before it ends, so that twice nothing in a row is the end.
+            idle = 0 if is_queued(job) else idle + 1
+            if idle > 2 and not job.is_joined():
+                raise Refused(f"{job.folder}: the cluster has nothing of it queued any more; --resume goes on")
+            progress.show()
+            time.sleep(LOOK_SECONDS)
+    finally:
+        progress.clear()
+
+
+def check_there():
+    if not shutil.which("sbatch"):
+        raise Refused("there is no Slurm here (sbatch was not found)")
