@@ -6,6 +6,8 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -18,10 +20,15 @@ int collect(dl_phdr_info* library, size_t, void* names) {
   return 0;
 }
 
+/// Each once: the software renderer closes a library for each shader, and to open one takes a sanitizer long.
 void keepLibraries() {
+  static std::mutex s_Mutex;
+  static auto* s_Kept = new std::set<std::string>;  // used to the very end
+  const std::lock_guard<std::mutex> lock(s_Mutex);
   std::vector<std::string> names;
   dl_iterate_phdr(&collect, &names);
-  for (const std::string& name : names) dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+  for (const std::string& name : names)
+    if (s_Kept->insert(name).second) dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
 }
 
 [[maybe_unused]] const int registered = std::atexit(&keepLibraries);
