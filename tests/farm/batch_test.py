@@ -39,7 +39,7 @@ class Recording(unittest.TestCase):
 
     def batch(self, *words, status=0):
         process = self.start(*words)
-        said, errors = process.communicate(timeout=240)
+        said, errors = process.communicate(timeout=400)
         self.assertEqual(process.returncode, status, said + errors)
         return said + errors
 
@@ -51,7 +51,7 @@ class Recording(unittest.TestCase):
         self.assertFalse(os.path.exists(f"{target}.pieces"))
 
     def wait_until(self, condition, what):
-        for _ in range(600):
+        for _ in range(2400):
             if condition():
                 return
             time.sleep(0.1)
@@ -81,7 +81,7 @@ class OnThisMachine(Recording):
         self.assertEqual(int(frames), 9)
 
     def test_tries_again_what_dies_and_resumes_what_was_ended(self):
-        long = {"steps": 1000, "size": (320, 240)}
+        long = {"steps": 400, "size": (320, 240)}
         process = self.start("--pieces", "8", "--", *self.call("a.mkv", **long))
         self.wait_until(lambda: len(self.making("a.mkv")) > 0, "a piece")
         self.assertIn("another nubo-batch is at work", self.batch("--", *self.call("a.mkv", **long), status=1))
@@ -108,7 +108,7 @@ class OnThisMachine(Recording):
             return process.poll() is not None
 
         self.wait_until(is_ended, "the rest")
-        process.communicate(timeout=240)
+        process.communicate(timeout=400)
         self.assertEqual(process.returncode, 0)
         self.assertNotIn(sound.replace("piece", "making").replace(".mkv", ""), made, "what is there was made again")
         self.expect_whole("a.mkv", **long)
@@ -148,9 +148,9 @@ class OnACluster(Recording):
         cls.addClassCleanup(cls.cluster.__exit__)
 
     def test_goes_on_through_kills_and_a_drained_node(self):
-        long = {"steps": 600, "size": (320, 240)}
+        long = {"steps": 300, "size": (320, 240)}
         plan = self.batch("--slurm", "--dry-run", "--piece-steps", "1", "--", *self.call("a.mkv", **long))
-        self.assertIn("100 pieces of 6 steps", plan, "no array is larger than the cluster allows")
+        self.assertIn("100 pieces of 3 steps", plan, "no array is larger than the cluster allows")
         self.assertIn("--array=0-99", plan)
         process = self.start("--slurm", "--pieces", "6", "--", *self.call("a.mkv", **long))
         self.wait_until(lambda: len(self.making("a.mkv")) > 0, "a piece")
