@@ -219,7 +219,8 @@ void SurfaceShader::setTextures(const Program& program, const PhysicalMaterial& 
     gl->glBindTexture(GL_TEXTURE_2D, BufferCache::buffer(*maps[map]->texture)->name());
     const auto& transform = maps[map]->transform;
     for (int row = 0; row < 2; ++row) {
-      std::copy_n(&transform[3 * row], 2, &places[8 * map + 4 * row + 2 * maps[map]->coordinates]);
+      const int place = 8 * map + 4 * row + 2 * maps[map]->coordinates;
+      std::copy_n(&transform[3 * row], 2, &places[std::size_t(place)]);
       offsets[2 * map + row] = transform[3 * row + 2];
     }
   }

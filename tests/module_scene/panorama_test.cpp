@@ -56,9 +56,9 @@ TEST(Panorama, ItsMiddleLiesAwayFromTheEyeAndItsTopUp) {
                          {"left", 16, 16, {-1, 0, 0}},
                          {"up", 32, 0, {0, 0, 1}},
                          {"down", 32, 31, {0, 0, -1}}}) {
-    Panorama panorama{64, 32, std::vector<Light>(64 * 32, Light{0, 0, 0})};
+    Panorama panorama{64, 32, std::vector<Light>(2048, Light{0, 0, 0})};
     for (int y = std::max(0, row.y - 4); y < std::min(32, row.y + 4); ++y)
-      for (int x = row.x - 4; x < row.x + 4; ++x) panorama.light[std::size_t(y * 64 + x)] = {9, 9, 9};
+      std::fill_n(panorama.light.begin() + 64 * y + row.x - 4, 8, Light{9, 9, 9});
     const auto q = toEnvironment(panorama)->irradiance();
     const auto falling = [&q](const scene::Direction& n) {
       return q[0][0] + n[0] * q[1][0] + n[1] * q[2][0] + n[2] * q[3][0] + n[0] * n[0] * q[4][0] +
@@ -67,7 +67,9 @@ TEST(Panorama, ItsMiddleLiesAwayFromTheEyeAndItsTopUp) {
     };
     for (const scene::Direction& other :
          {scene::Direction{0, 1, 0}, {1, 0, 0}, {-1, 0, 0}, {0, -1, 0}, {0, 0, 1}, {0, 0, -1}})
-      if (other != row.towards) EXPECT_GT(falling(row.towards), falling(other)) << row.name;
+      if (other != row.towards) {
+        EXPECT_GT(falling(row.towards), falling(other)) << row.name;
+      }
   }
 }
 
