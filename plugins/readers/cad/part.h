@@ -18,8 +18,8 @@ using Color = std::array<float, 4>;
 /// The colours of a part's faces and of what they are grouped in, such as solids.
 using Colors = NCollection_DataMap<TopoDS_Shape, Color, TopTools_ShapeMapHasher>;
 
-/// How far triangles may lie off: by the angle between neighbours, in radians, and by a length, as a share of the part's
-/// size.
+/// How far triangles may lie off: by the angle between neighbours, in radians, and by a length, as a share of the
+/// part's size.
 struct Fineness {
   double angle, length;
   explicit Fineness(double factor) : angle(0.3 / factor), length(0.001 / factor) {}
