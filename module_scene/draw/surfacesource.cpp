@@ -204,7 +204,11 @@ void main() {
   vec3 fresnel = f0 + (1.0 - f0) * pow(1.0 - clamp(dot(view, h), 0.0, 1.0), 5.0);
   light += keyLight * nl * (matte + min(lobe, 64.0) * fresnel);
 
+#ifdef OF_CLAY
+  vec3 glow = vec3(0.0);
+#else
   vec3 glow = emission;
+#endif
 #ifdef EMISSIVE_MAP
   glow *= decode(texture2D(emissiveMap, place(4)).rgb);
 #endif

@@ -346,12 +346,14 @@ TEST_F(LooksTest, MapsFactorsAndModesCount) {
        },
        [](QColor with, QColor without) { return with == without; }},
   };
-  const auto middle = [&](const std::function<void(Material&)>& change, double turn) {
+  const auto middle = [&](const std::function<void(Material&)>& change, double turn, Look look = Look::Studio) {
     const MaterialPointer material = physical([](PhysicalMaterial& m) { m.baseColor = {0.6f, 0.6f, 0.6f, 1}; });
     if (change) change(*material);
     const Element root = element({picture(material)});
     root->setTransform(math::rotation(M_PI / 2 + turn, {1, 0, 0}));
-    return draw(shotFromFront(root)).pixelColor(128, 128);
+    Shot shot = shotFromFront(root);
+    shot.look = look;
+    return draw(shot).pixelColor(128, 128);
   };
   const QColor without = middle({}, 0);
   for (const Row& row : rows)
@@ -361,6 +363,9 @@ TEST_F(LooksTest, MapsFactorsAndModesCount) {
   EXPECT_EQ(middle(oneSided, 0), without);
   EXPECT_EQ(middle(oneSided, M_PI).alpha(), 0);
   EXPECT_EQ(middle({}, M_PI), without) << "a back face is lit from its own side";
+  const auto glowing = [](Material& m) { m.physical->emissive = {1, 1, 1}; };
+  for (const Look look : {Look::Clay, Look::Technical})
+    EXPECT_EQ(middle(glowing, 0, look), middle({}, 0, look)) << nameOf(look).toStdString();
 }
 
 TEST_F(LooksTest, EdgesAreCreasesAndBordersEachOnce) {
