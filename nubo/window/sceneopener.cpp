@@ -89,9 +89,10 @@ void SceneOpener::sceneRead(const QStringList& files, const QStringList& failed,
   }
   const QString notice = tr("%1 is read, and will be shown when no command runs any more.").arg(namesOf(files));
   if (!m_Parts.runner.isIdle()) m_Parts.messages.showNotice(notice);
-  m_Parts.runner.whenIdle([this, files, result, notice] {
+  // Of several that wait only the last is shown: to show each for a moment would keep the window from answering.
+  m_Parts.runner.whenIdle([this, files, result, notice, number = ++m_Read] {
     if (m_Parts.messages.text() == notice) m_Parts.messages.dismiss();
-    install(files, result);
+    if (number == m_Read) install(files, result);
   });
 }
 

@@ -61,6 +61,7 @@ class SceneOpener : public QObject {
   QWidget* mp_Window;
   SceneLoader* mp_Loader;
   SceneThinner m_Thinner;
+  int m_Read = 0;           ///< scenes, of which some may still wait to be shown
   app::CommandLine m_Line;  ///< what the first scene is shown with
   QString m_ReadFailure;    ///< of the last files, if they could not be read
   QString m_TrajectoryFailure;
