@@ -112,7 +112,10 @@ QStringList ParameterPage::refusals() const {
 QString ParameterPage::refusal(const Line& line) const {
   const QString text = line.editor->refusal();
   if (!text.isEmpty() || !isFile(*line.parameter)) return text;
-  const auto isBusy = [file = QFileInfo(line.editor->text())](const QString& busy) { return file == QFileInfo(busy); };
+  // To Qt all files that are not there are the same.
+  const auto isBusy = [file = QFileInfo(line.editor->text())](const QString& busy) {
+    return file.exists() ? file == QFileInfo(busy) : file.absoluteFilePath() == QFileInfo(busy).absoluteFilePath();
+  };
   return std::any_of(m_BusyFiles.begin(), m_BusyFiles.end(), isBusy) ? tr("Another command is writing this file.")
                                                                      : QString();
 }
