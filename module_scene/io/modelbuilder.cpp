@@ -9,6 +9,7 @@
 #include "module_scene/io/materialbuilder.h"
 #include "module_scene/io/plaindata.h"
 #include "module_scene/mesh/featureedges.h"
+#include "module_scene/mesh/parallel.h"
 #include "module_scene/mesh/preparation.h"
 
 namespace nubo::io {
@@ -77,17 +78,20 @@ void ModelBuilder::buildMeshes() {
     require(named(m_Model.meshes, mesh.edges).primitive == reader::Primitive::Lines);
     isEdges[std::size_t(mesh.edges)] = true;
   }
+  std::vector<bool> hadPrimitives;
   for (std::size_t i = 0; i < m_Model.meshes.size(); ++i) {
     const reader::Mesh& mesh = m_Model.meshes[i];
-    util::YPointer<scene::Geometry> geometry = buildGeometry(mesh, m_Chosen[m_Geometries.size()]);
-    const bool hadPrimitives = !geometry->indices.empty();
-    m_Deformations.push_back(RigBuilder::isDeformed(mesh) ? m_Rig.take(mesh, *geometry) : nullptr);
-    if (!isEdges[i]) prepare(*geometry);
-    if (geometry->indices.empty() && !isEdges[i]) {
-      m_Dropped = m_Dropped || hadPrimitives;
-      geometry = nullptr;
-    }
-    m_Geometries.push_back(geometry);
+    m_Geometries.push_back(buildGeometry(mesh, m_Chosen[i]));
+    hadPrimitives.push_back(!m_Geometries[i]->indices.empty());
+    m_Deformations.push_back(RigBuilder::isDeformed(mesh) ? m_Rig.take(mesh, *m_Geometries[i]) : nullptr);
+  }
+  scene::runOnCores(m_Geometries.size(), [&](std::size_t i) {
+    if (!isEdges[i]) prepare(*m_Geometries[i]);
+  });
+  for (std::size_t i = 0; i < m_Geometries.size(); ++i) {
+    if (!m_Geometries[i]->indices.empty() || isEdges[i]) continue;
+    m_Dropped = m_Dropped || hadPrimitives[i];
+    m_Geometries[i] = nullptr;
   }
   giveEdges();
 }

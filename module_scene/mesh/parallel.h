@@ -1,33 +1,37 @@
 // Spreads loops over the cores.
 #pragma once
 
-#include <QThread>
 #include <algorithm>
 #include <cstddef>
-#include <future>
-#include <vector>
+#include <functional>
+
+#include "module_scene/visibility.h"
 
 namespace nubo::scene {
 
 /// So many turns of a short loop are worth a thread of their own.
 constexpr std::size_t WorthAThread = 8192;
 
+/// Of the machine, asked for once: the answer is read from files.
+NUBO_MODULE_SCENE_EXPORT std::size_t coreCount();
+
+/// Calls work(0) to work(count - 1), each once, at the same time as far as there are cores, and returns when all have
+/// ended. What a call throws is thrown here, after calls that had begun have ended; others are left out. The caller's
+/// thread works along with those of the program's one pool, and alone where these are busy: so calls may be nested, and
+/// come from any thread.
+NUBO_MODULE_SCENE_EXPORT void runOnCores(std::size_t count, const std::function<void(std::size_t)>& work);
+
 /// Into how many ranges parallelRanges cuts a loop: one per core, and one alone where a loop is short.
 inline std::size_t rangeCount(std::size_t count, std::size_t worthAThread = WorthAThread) {
-  return std::min<std::size_t>(std::max(1, QThread::idealThreadCount()), count / worthAThread + 1);
+  return count < worthAThread ? 1 : std::min(coreCount(), count / worthAThread + 1);
 }
 
-/// Calls work(begin, end, range) for consecutive ranges that cover 0 to `count`, at the same time, and
-/// returns when all have ended. What a call throws is thrown here.
+/// Calls work(begin, end, range) for consecutive ranges that cover 0 to `count`, as runOnCores does.
 template <class Work>
 void parallelRanges(std::size_t count, const Work& work, std::size_t worthAThread = WorthAThread) {
   const std::size_t ranges = rangeCount(count, worthAThread);
-  std::vector<std::future<void>> others;
-  for (std::size_t range = 1; range < ranges; ++range)
-    others.push_back(std::async(std::launch::async,
-                                [=, &work] { work(count * range / ranges, count * (range + 1) / ranges, range); }));
-  work(0, count / ranges, 0);
-  for (auto& other : others) other.get();
+  if (ranges == 1) return work(std::size_t(0), count, std::size_t(0));
+  runOnCores(ranges, [&](std::size_t range) { work(count * range / ranges, count * (range + 1) / ranges, range); });
 }
 
 }  // namespace nubo::scene

@@ -1,11 +1,13 @@
 // What prepare() joins, smooths, sorts and knows about a mesh.
 #include "module_scene/mesh/meshbuilder.h"
+#include "module_scene/mesh/parallel.h"
 #include "module_scene/mesh/preparation.h"
 #include "module_scene/mesh/surface.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <limits>
 #include <map>
@@ -53,6 +55,17 @@ Mesh sphere(int rings) {
     mesh->indices.push_back(std::uint32_t(mesh->indices.size()));
   }
   return mesh;
+}
+
+TEST(Parallel, EachCallIsMadeOnceHoweverDeepTheyAreNestedAndFailuresArrive) {
+  std::vector<std::atomic<int>> calls(7 * 5000);
+  runOnCores(7, [&](std::size_t outer) { runOnCores(5000, [&](std::size_t i) { ++calls[outer * 5000 + i]; }); });
+  EXPECT_TRUE(std::all_of(calls.begin(), calls.end(), [](const auto& count) { return count == 1; }));
+  EXPECT_THROW(runOnCores(100,
+                          [](std::size_t i) {
+                            if (i == 50) throw std::bad_alloc();
+                          }),
+               std::bad_alloc);
 }
 
 TEST(Geometry, JoinsASoupAndKeepsTheCreasesOfACube) {
