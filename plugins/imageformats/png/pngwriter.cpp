@@ -36,11 +36,11 @@ class Cut {
   int m_rows;
 };
 
-// Rows of big pictures are so alike that a cheaper search finds nearly the same; small ones take no time anyway.
-int libdeflateLevel(int compression, const QImage& image) {
+// Big pictures take so long that time matters more than bytes; small ones take no time anyway.
+int levelFor(int compression, const QImage& image) {
   constexpr qint64 BigPixels = 16000000;
   if (compression >= 0) return std::min(compression, 9);
-  return qint64(image.width()) * image.height() > BigPixels ? 5 : 6;
+  return qint64(image.width()) * image.height() > BigPixels ? FastLevel : 6;
 }
 
 void append(std::vector<uint8_t>& data, uint32_t value) {
@@ -84,8 +84,8 @@ bool writePng(QIODevice& device, const QImage& image, const WriteOptions& option
   try {
     ChunkStream stream(device);
     return writeHeader(stream, image, options.gamma, options.description) &&
-           writePixels(stream, image, libdeflateLevel(options.compression, image)) &&
-           stream.write("IEND", nullptr, 0) && flush(device);
+           writePixels(stream, image, levelFor(options.compression, image)) && stream.write("IEND", nullptr, 0) &&
+           flush(device);
   } catch (const std::bad_alloc&) {
     return false;
   }

@@ -1,9 +1,6 @@
 #include "plugins/imageformats/png/segmentencoder.h"
 
-#include <new>
-#include <stdexcept>
-
-#include "plugins/imageformats/png/deflatejoint.h"
+#include <libdeflate.h>
 
 namespace nubo::png {
 
@@ -23,11 +20,9 @@ SegmentEncoder::SegmentEncoder(const QImage& image, int level)
       m_rowBytes(PixelLayout::of(image).rowBytes(image.width())),
       m_filter(m_rowBytes, PixelLayout::of(image).pixelBytes(),
                level > 0 && image.depth() >= 8 && PixelLayout::of(image).colorType != PixelLayout::Palette),
-      mp_compressor(libdeflate_alloc_compressor(level)),
+      mp_deflater(makeDeflater(level)),
       m_row(m_rowBytes),
-      m_previous(m_rowBytes) {
-  if (!mp_compressor) throw std::bad_alloc();
-}
+      m_previous(m_rowBytes) {}
 
 void SegmentEncoder::filterRows(RowRange rows) {
   m_filtered.resize(size_t(rows.end - rows.first) * (m_rowBytes + 1));
@@ -47,17 +42,10 @@ void SegmentEncoder::filterRows(RowRange rows) {
 
 Segment SegmentEncoder::encode(RowRange rows) {
   filterRows(rows);
-  m_deflated.resize(libdeflate_deflate_compress_bound(mp_compressor.get(), m_filtered.size()));
-  const size_t size = libdeflate_deflate_compress(mp_compressor.get(), m_filtered.data(), m_filtered.size(),
-                                                  m_deflated.data(), m_deflated.size());
-  if (size == 0) throw std::runtime_error("the rows can't be deflated");
-
   Segment segment;
-  segment.data.reserve(size + 16);
-  segment.data.assign(m_deflated.begin(), m_deflated.begin() + ptrdiff_t(size));
+  segment.data = mp_deflater->deflate(m_filtered, rows.end == m_height);
   segment.rawBytes = m_filtered.size();
   segment.adler = libdeflate_adler32(1, m_filtered.data(), m_filtered.size());
-  if (rows.end < m_height && !openEnd(segment.data)) throw std::runtime_error("the deflated rows can't be continued");
   return segment;
 }
 

@@ -1,12 +1,11 @@
 // Turns a run of rows into a piece of the deflate stream of a PNG picture.
 #pragma once
 
-#include <libdeflate.h>
-
 #include <QImage>
 #include <memory>
 #include <vector>
 
+#include "plugins/imageformats/png/deflater.h"
 #include "plugins/imageformats/png/pngrows.h"
 #include "plugins/imageformats/png/rowfilter.h"
 
@@ -31,28 +30,23 @@ uint32_t combineAdler(uint32_t first, uint32_t second, uint64_t secondBytes);
 // Encodes segments one after another in memory of its own; one for each thread.
 class SegmentEncoder {
  public:
-  // `image` must outlive the encoder; `level` is one of libdeflate's, 0 to 12. Throws std::bad_alloc.
+  // `image` must outlive the encoder; `level` is makeDeflater()'s. Throws std::bad_alloc.
   SegmentEncoder(const QImage& image, int level);
 
   // Throws std::bad_alloc, and std::runtime_error if the deflated rows can't be continued.
   Segment encode(RowRange rows);
 
  private:
-  struct FreeCompressor {
-    void operator()(libdeflate_compressor* compressor) const { libdeflate_free_compressor(compressor); }
-  };
-
   void filterRows(RowRange rows);
 
   int m_height;
   RowReader m_reader;
   size_t m_rowBytes;
   RowFilter m_filter;
-  std::unique_ptr<libdeflate_compressor, FreeCompressor> mp_compressor;
+  std::unique_ptr<Deflater> mp_deflater;
   std::vector<uint8_t> m_row;
   std::vector<uint8_t> m_previous;
   std::vector<uint8_t> m_filtered;
-  std::vector<uint8_t> m_deflated;
 };
 
 }  // namespace nubo::png
