@@ -1,4 +1,4 @@
-"""The rival's work, with the system's Python and python3-vtk9: an STL file to a PNG file or to raw video frames.
+"""The rival's work, with the system's Python and python3-vtk9: a model to a PNG file or to raw video frames.
 
 Needs an X display. Prints the seconds of its parts as a line of JSON on standard error.
 """
@@ -14,7 +14,10 @@ import numpy  # noqa: E402
 from vtkmodules import vtkRenderingOpenGL2  # noqa: E402,F401  registers what draws
 from vtkmodules.util.numpy_support import numpy_to_vtk, vtk_to_numpy  # noqa: E402
 from vtkmodules.vtkCommonDataModel import vtkImageData  # noqa: E402
+from vtkmodules.vtkFiltersGeneral import vtkVertexGlyphFilter  # noqa: E402
 from vtkmodules.vtkIOGeometry import vtkSTLReader  # noqa: E402
+from vtkmodules.vtkIOImport import vtkGLTFImporter  # noqa: E402
+from vtkmodules.vtkIOPLY import vtkPLYReader  # noqa: E402
 from vtkmodules.vtkIOImage import vtkPNGWriter  # noqa: E402
 from vtkmodules.vtkRenderingCore import (vtkActor, vtkPolyDataMapper, vtkRenderer, vtkRenderWindow,  # noqa: E402
                                          vtkTexture, vtkResizingWindowToImageFilter, vtkWindowToImageFilter)
@@ -61,21 +64,36 @@ def draw_physically(renderer, actor):
     renderer.SetPass(occlusion)
 
 
-def open_window(arguments, clock):
-    clock.end("start")
-    reader = vtkSTLReader()
-    reader.SetFileName(arguments.mesh)
+def read_mesh(name, clock):
+    """An actor of the one mesh, or of the points, that a file holds."""
+    reader = vtkPLYReader() if name.endswith(".ply") else vtkSTLReader()
+    reader.SetFileName(name)
     reader.Update()
     clock.end("load")
     mapper = vtkPolyDataMapper()
     mapper.SetInputConnection(reader.GetOutputPort())
     actor = vtkActor()
+    if name.endswith(".ply"):
+        points = vtkVertexGlyphFilter()
+        points.SetInputConnection(reader.GetOutputPort())
+        mapper.SetInputConnection(points.GetOutputPort())
+        actor.GetProperty().SetPointSize(2)
     actor.SetMapper(mapper)
+    return actor
+
+
+def read_assembly(name, window, clock):
+    importer = vtkGLTFImporter()
+    importer.SetFileName(name)
+    importer.SetRenderWindow(window)
+    importer.Update()
+    clock.end("load")
+
+
+def open_window(arguments, clock):
+    clock.end("start")
     renderer = vtkRenderer()
-    renderer.AddActor(actor)
     renderer.SetBackground(1, 1, 1)
-    if arguments.physical:
-        draw_physically(renderer, actor)
     window = vtkRenderWindow()
     window.SetOffScreenRendering(1)
     window.SetMultiSamples(arguments.samples)
@@ -83,6 +101,15 @@ def open_window(arguments, clock):
     window.AddRenderer(renderer)
     camera = renderer.GetActiveCamera()
     camera.SetViewAngle(OPENING_ANGLE)
+    if arguments.mesh.endswith(".glb"):
+        read_assembly(arguments.mesh, window, clock)
+        camera = renderer.GetActiveCamera()
+        renderer.ResetCamera()
+        return window, camera
+    actor = read_mesh(arguments.mesh, clock)
+    renderer.AddActor(actor)
+    if arguments.physical:
+        draw_physically(renderer, actor)
     camera.SetFocalPoint(0, 0, 0)
     camera.SetViewUp(0, 0, 1)
     camera.SetPosition(0.4 * DISTANCE, -0.8 * DISTANCE, 0.4472 * DISTANCE)

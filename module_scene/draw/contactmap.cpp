@@ -35,7 +35,7 @@ double linearity(const math::Matrix4& p) { return std::abs(p(2, 2) * p(3, 3) - p
 
 }  // namespace
 
-bool ContactMap::begin(const Viewpoint& viewpoint, const Subject& subject) {
+bool ContactMap::begin(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts) {
   const ViewWindow seen = ViewWindow::of(viewpoint);
   const bool isSame = m_Subject == subject && m_Map.isUsable() && m_Viewpoint.view == viewpoint.view &&
                       m_Viewpoint.parallel == viewpoint.parallel && m_Viewpoint.lens == viewpoint.lens &&
@@ -50,20 +50,19 @@ bool ContactMap::begin(const Viewpoint& viewpoint, const Subject& subject) {
   if (!reserve(texels(height * aspect), texels(height)) || !createPasses()) return false;
   m_Viewpoint = viewpoint;
   m_Viewpoint.projection = projectionOf(viewpoint, m_Window);
-  collect(viewpoint, subject);
+  collect(viewpoint, subject, parts);
   m_Subject = subject;
   m_Stage = Stage::Depths;
   m_Row = 0;
   return true;
 }
 
-void ContactMap::collect(const Viewpoint& viewpoint, const Subject& subject) {
+void ContactMap::collect(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts) {
   ViewQuery query{m_Viewpoint.projection,    m_Width, m_Height, 0.0, LayerModel | LayerTransparent,
                   subject.kinds & ~KindLines};
   query.scaleWidths(subject.viewHeight, viewpoint.lens);
   m_List.clear();
-  for (const SceneElement* element : subject.elements)
-    if (element) m_List.collect(*element, viewpoint.view, query);
+  m_List.collect(parts, viewpoint.view, query);
   m_List.sortTransparent();
   m_Painter.emplace(m_List, Painter::ForDepth);
 }

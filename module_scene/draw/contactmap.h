@@ -33,8 +33,8 @@ class ContactMap {
       return elements == o.elements && changes == o.changes && kinds == o.kinds && viewHeight == o.viewHeight;
     }
   };
-  /// Keeps the map if it is of the same view, or begins a new one. False if OpenGL cannot.
-  [[nodiscard]] bool begin(const Viewpoint& viewpoint, const Subject& subject);
+  /// Keeps the map if it is of the same view, or begins a new one of the subject's parts. False if OpenGL cannot.
+  [[nodiscard]] bool begin(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts);
   bool isComplete() const { return m_Stage == Stage::Complete; }
   /// Makes the driver ready for what follows, which draws nothing.
   void prepare();
@@ -57,7 +57,7 @@ class ContactMap {
 
   bool reserve(int width, int height);
   bool createPasses();
-  void collect(const Viewpoint& viewpoint, const Subject& subject);
+  void collect(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts);
   bool bindTarget(GLuint framebuffer);
   void compute(Pass& pass, int rows);
 

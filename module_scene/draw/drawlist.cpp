@@ -1,23 +1,17 @@
 #include "module_scene/draw/drawlist.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
+#include "module_scene/draw/culler.h"
 #include "module_scene/draw/viewpoint.h"
 #include "module_scene/mesh/coarsening.h"
 #include "module_scene/mesh/featureedges.h"
+#include "module_scene/mesh/sides.h"
 
 namespace nubo::scene {
 
 namespace {
-
-using Vector4 = std::array<double, 4>;
-
-double determinant(const math::Matrix4& m) {
-  return m(0, 0) * (m(1, 1) * m(2, 2) - m(1, 2) * m(2, 1)) - m(0, 1) * (m(1, 0) * m(2, 2) - m(1, 2) * m(2, 0)) +
-         m(0, 2) * (m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0));
-}
 
 // The point that an affine matrix maps to the origin.
 math::Vector3 originSeenFrom(const math::Matrix4& m, double determinant) {
@@ -32,11 +26,24 @@ math::Vector3 originSeenFrom(const math::Matrix4& m, double determinant) {
   return result;
 }
 
+// Coarse versions that lie off by more are not drawn, whatever the caller allows: they would show what is not there.
+constexpr double MostError = 4;  // pixels
+
 // Nothing becomes so thin that it breaks up.
-float widthOf(const Geometry& geometry, const ViewQuery& query) {
-  const double widest = geometry.kind == KindPoints ? query.widestPoint : query.widestLine;
-  const double least = std::min(1.0, double(geometry.width));
-  return float(std::min(std::max(geometry.width * query.widthScale, least), widest));
+float drawnWidth(Kind kind, float width, const ViewQuery& query) {
+  const double widest = kind == KindPoints ? query.widestPoint : query.widestLine;
+  const double least = std::min(1.0, double(width));
+  return float(std::min(std::max(width * query.widthScale, least), widest));
+}
+
+// Pixels around a view from which points or lines may reach into it.
+int widestMargin(const SceneParts& parts, const ViewQuery& query) {
+  int margin = 0;
+  for (const Kind kind : {KindPoints, KindLines}) {
+    const float width = std::max(parts.widest(kind), kind == KindLines && query.edges ? EdgeWidth : 0);
+    if (width > 0) margin = std::max(margin, marginFor(std::max(drawnWidth(kind, width, query), float(MostError))));
+  }
+  return margin;
 }
 
 double widest(GLenum smooth, GLenum plain) {
@@ -46,71 +53,6 @@ double widest(GLenum smooth, GLenum plain) {
   return double(std::max(1.0f, std::min(ranges[0][1], ranges[1][1])));
 }
 
-enum class Side { Outside, Across, Inside };
-
-// Decides about boxes and clusters in the space of one geometry.
-class Culler {
- public:
-  Culler(const ViewQuery& query, const math::Matrix4& modelView, int margin) : m_Detail(query.detail) {
-    const math::Matrix4 clip = extended(query.projection, query.width, query.height, margin) * modelView;
-    for (int plane = 0; plane < 6; ++plane)
-      for (int column = 0; column < 4; ++column)
-        m_Planes[plane][column] = clip(3, column) + (plane % 2 ? -1 : 1) * clip(plane / 2, column);
-    for (int column = 0; column < 4; ++column) m_W[column] = clip(3, column);
-    m_PixelsPerUnit =
-        0.5 * query.height * std::abs(query.projection(1, 1)) * std::cbrt(std::abs(determinant(modelView)));
-  }
-
-  template <class Box>
-  Side side(const Box& box) const {
-    Side result = Side::Inside;
-    for (const Vector4& plane : m_Planes) {
-      if (farthest(plane, box.max, box.min) < 0) return Side::Outside;
-      if (farthest(plane, box.min, box.max) < 0) result = Side::Across;
-    }
-    return result;
-  }
-
-  template <class Box>
-  bool isBeyondNearPlane(const Box& box) const {
-    return farthest(m_Planes[4], box.min, box.max) > 0;
-  }
-
-  double detail() const { return m_Detail; }
-  /// Whether a length anywhere in the box is less than that many pixels.
-  template <class Box>
-  bool isSmaller(double length, const Box& box, double pixels) const {
-    const double distance = farthest(m_W, box.min, box.max);
-    return distance > 0 && length * m_PixelsPerUnit < pixels * distance;
-  }
-  /// Whether all of the box lies within a pixel or so.
-  template <class Box>
-  bool isUnseen(const Box& box) const {
-    return isSmaller(2 * radius(box), box, 1);
-  }
-
-  template <class Box>
-  static double radius(const Box& box) {
-    double sum = 0;
-    for (int i = 0; i < 3; ++i) sum += std::pow(double(box.max[i]) - box.min[i], 2);
-    return 0.5 * std::sqrt(sum);
-  }
-
- private:
-  // The plane's value at that corner of the box where it is largest, or with swapped corners, least.
-  template <class Corner>
-  static double farthest(const Vector4& plane, const Corner& high, const Corner& low) {
-    double value = plane[3];
-    for (int i = 0; i < 3; ++i) value += plane[i] * (plane[i] > 0 ? high[i] : low[i]);
-    return value;
-  }
-
-  std::array<Vector4, 6> m_Planes;
-  Vector4 m_W;
-  double m_Detail;
-  double m_PixelsPerUnit;
-};
-
 math::Vector3 centerOf(const Cluster& cluster) {
   math::Vector3 center;
   for (int i = 0; i < 3; ++i) center[i] = 0.5 * (double(cluster.min[i]) + cluster.max[i]);
@@ -118,9 +60,6 @@ math::Vector3 centerOf(const Cluster& cluster) {
 }
 
 Range whole(const Cluster& cluster) { return {cluster.first, cluster.count, cluster.firstVertex, cluster.vertexCount}; }
-
-// Coarse versions that lie off by more are not drawn, whatever the caller allows: they would show what is not there.
-constexpr double MostError = 4;  // pixels
 
 // Whether a group's coarse version may stand for it.
 bool mayBeDrawn(const CoarseGroup& coarse, const Cluster& bounds, const Culler& culler) {
@@ -177,36 +116,37 @@ void DrawList::clear() {
   m_Margin = 0;
 }
 
-void DrawList::collect(const SceneElement& root, const math::Matrix4& transform, const ViewQuery& query) {
-  collect(root, transform, LayerModel, query);
+void DrawList::collect(const SceneParts& parts, const math::Matrix4& transform, const ViewQuery& query) {
+  m_Met.clear();
+  const Culler culler(query, transform, widestMargin(parts, query));
+  parts.tree().visit([&](const BoundingBox& box) { return culler.overlap(box); },
+                     [&](std::uint32_t part, Overlap overlap) { m_Met.emplace_back(part, overlap); });
+  std::sort(m_Met.begin(), m_Met.end());
+  for (const auto& [part, overlap] : m_Met) add(parts.all()[part], transform, overlap, query);
 }
 
-void DrawList::collect(const SceneElement& element, const math::Matrix4& parent, Layer inherited,
-                       const ViewQuery& query) {
-  if (!element.isVisible()) return;
-  const Layer layer = element.getLayer() == LayerModel ? inherited : element.getLayer();
-  const math::Matrix4 modelView = parent * element.getTransform();
+void DrawList::add(const ScenePart& part, const math::Matrix4& transform, Overlap overlap, const ViewQuery& query) {
+  const Geometry& geometry = *part.geometry;
+  const int layers = part.layer == LayerModel && geometry.transparent ? LayerTransparent : part.layer;
+  if (!(query.layers & layers) || !(query.kinds & geometry.kind)) return;
+  const math::Matrix4 modelView = transform * part.place;
   ViewQuery own = query;
-  if (layer != LayerModel) own.detail = 0;  // markers are small, and meant to be seen
-  for (const auto& geometry : element.getGeometries()) {
-    const int layers = layer == LayerModel && geometry->transparent ? LayerTransparent : layer;
-    if (!(query.layers & layers) || !(query.kinds & geometry->kind)) continue;
-    add(*geometry, modelView, own);
-    if (!query.edges || layer != LayerModel) continue;
-    if (const auto edges = featureEdges(*geometry)) add(*edges, modelView, own);
-    const bool isSeen = query.outlines && Culler(query, modelView, 0).side(geometry->box) != Side::Outside;
-    if (const Geometry* outline = isSeen ? query.outlines->of(*geometry, modelView) : nullptr)
-      add(*outline, modelView, own);
-  }
-  for (const auto& child : element.getChildren()) collect(*child, modelView, layer, query);
+  if (part.layer != LayerModel) own.detail = 0;  // markers are small, and meant to be seen
+  add(geometry, modelView, overlap, own);
+  if (!query.edges || part.layer != LayerModel) return;
+  if (const auto edges = featureEdges(geometry)) add(*edges, modelView, Overlap::Part, own);
+  const bool isSeen = query.outlines && Culler(query, modelView, 0).overlap(geometry.box) != Overlap::None;
+  if (const Geometry* outline = isSeen ? query.outlines->of(geometry, modelView) : nullptr)
+    add(*outline, modelView, Overlap::Part, own);
 }
 
-void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, const ViewQuery& query) {
-  const float width = widthOf(geometry, query);
+void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Overlap overlap, const ViewQuery& query) {
+  const float width = drawnWidth(geometry.kind, geometry.width, query);
   const float coarseWidth = std::max(width, float(MostError));  // of points, which lie so far apart
   const int margin = geometry.kind == KindFaces ? 0 : marginFor(query.detail > 0 ? coarseWidth : width);
   const Culler culler(query, modelView, margin);
-  if (geometry.clusters.empty() || culler.side(geometry.box) == Side::Outside) return;
+  if (overlap == Overlap::Part) overlap = culler.overlap(geometry.box);
+  if (geometry.clusters.empty() || overlap == Overlap::None) return;
   if (query.detail > 0 && culler.isUnseen(geometry.box)) return;
 
   Batch batch;
@@ -234,8 +174,8 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, con
   if (coarse) batch.coarse = BufferCache::buffer(*coarse);
   const auto& groups = batch.buffer->groups();
   for (std::size_t group = 0; group < groups.size(); ++group) {
-    const Side side = culler.side(groups[group]);
-    if (side == Side::Outside) continue;
+    const Overlap groupOverlap = overlap == Overlap::Whole ? overlap : culler.overlap(groups[group]);
+    if (groupOverlap == Overlap::None) continue;
     if (coarse && mayBeDrawn(coarse->groups[group], groups[group], culler)) {
       addPart({coarse->groups[group].first, coarse->groups[group].count, 0, 0}, groups[group]);
       if (geometry.kind == KindPoints) batch.width = coarseWidth;
@@ -244,7 +184,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, con
     const std::size_t end = std::min((group + 1) * ClustersPerGroup, geometry.clusters.size());
     for (std::size_t i = group * ClustersPerGroup; i < end; ++i) {
       const Cluster& cluster = geometry.clusters[i];
-      if (side == Side::Across && culler.side(cluster) == Side::Outside) continue;
+      if (groupOverlap == Overlap::Part && culler.overlap(cluster) == Overlap::None) continue;
       if (!useCones || !facesAway(cluster, eye)) addPart(whole(cluster), cluster);
     }
   }

@@ -5,7 +5,7 @@
 
 #include "module_scene/draw/buffercache.h"
 #include "module_scene/draw/outlines.h"
-#include "module_scene/graph/sceneelement.h"
+#include "module_scene/draw/sceneparts.h"
 
 namespace nubo::scene {
 
@@ -42,7 +42,7 @@ struct Batch {
 /// filled again for each view and keeps its memory. Needs a current context, whose copies it makes.
 class DrawList {
  public:
-  void collect(const SceneElement& root, const math::Matrix4& transform, const ViewQuery& query);
+  void collect(const SceneParts& parts, const math::Matrix4& transform, const ViewQuery& query);
   void clear();
   /// To be called once after the last collect().
   void sortTransparent();
@@ -63,10 +63,11 @@ class DrawList {
     Range range;
   };
 
-  void collect(const SceneElement& element, const math::Matrix4& parent, Layer inherited, const ViewQuery& query);
-  void add(const Geometry& geometry, const math::Matrix4& modelView, const ViewQuery& query);
+  void add(const ScenePart& part, const math::Matrix4& transform, Overlap overlap, const ViewQuery& query);
+  void add(const Geometry& geometry, const math::Matrix4& modelView, Overlap overlap, const ViewQuery& query);
   void addRange(std::size_t firstRange, const Range& range);
 
+  std::vector<std::pair<std::uint32_t, Overlap>> m_Met;  // of the parts, by the present collect()
   std::vector<Batch> m_Opaque, m_Transparent, m_Unsorted;
   std::vector<Sortable> m_Sortables;  // clusters of the batches in m_Unsorted
   std::vector<Range> m_Ranges;

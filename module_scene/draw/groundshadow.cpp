@@ -24,15 +24,16 @@ constexpr int Size = 256;  // texels along each side of the ground
 QOpenGLExtraFunctions* extraFunctions() { return QOpenGLContext::currentContext()->extraFunctions(); }
 
 // Tighter than the box around boxes: what floats would show by its shadow.
-void addTo(BoundingBox& box, const SceneElement& element, const math::Matrix4& parent) {
-  if (!element.isVisible() || element.getLayer() != LayerModel) return;
-  const math::Matrix4 transform = parent * element.getTransform();
-  for (const auto& geometry : element.getGeometries()) {
-    const std::vector<float>& places = geometry->outline.empty() ? geometry->positions : geometry->outline;
+BoundingBox boxOf(const SceneParts& parts) {
+  BoundingBox box;
+  for (const ScenePart& part : parts.all()) {
+    if (part.layer != LayerModel) continue;
+    const std::vector<float>& places =
+        part.geometry->outline.empty() ? part.geometry->positions : part.geometry->outline;
     for (std::size_t i = 0; i + 2 < places.size(); i += 3)
-      box.add(math::transformPoint(transform, {places[i], places[i + 1], places[i + 2]}));
+      box.add(math::transformPoint(part.place, {places[i], places[i + 1], places[i + 2]}));
   }
-  for (const auto& child : element.getChildren()) addTo(box, *child, transform);
+  return box;
 }
 
 /// Looks up from below, or down from above: what stands lowest or highest is nearest.
@@ -44,13 +45,12 @@ math::Matrix4 along(const math::Vector3& middle, double half, double height, boo
 
 }  // namespace
 
-bool GroundShadow::begin(const std::array<const SceneElement*, 2>& elements, std::uint64_t changes, int kinds) {
+bool GroundShadow::begin(const std::array<const SceneElement*, 2>& elements, std::uint64_t changes, int kinds,
+                         const SceneParts& parts) {
   const Subject subject{elements, changes, kinds};
   if (m_Subject == subject && m_Shadow.isUsable()) return true;
   m_Subject.reset();
-  BoundingBox box;
-  for (const SceneElement* element : elements)
-    if (element) addTo(box, *element, math::Matrix4());
+  const BoundingBox box = boxOf(parts);
   if (box.isEmpty()) return false;
   const double sides[]{box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]};
   const double longest = std::max({sides[0], sides[1], sides[2]});
@@ -67,7 +67,7 @@ bool GroundShadow::begin(const std::array<const SceneElement*, 2>& elements, std
   }
   const Framebuffer framebuffer;
   for (const bool upwards : {true, false})
-    if (!findHeights(framebuffer.name(), subject, upwards)) return false;
+    if (!findHeights(framebuffer.name(), parts, kinds, upwards)) return false;
   gather(framebuffer.name());
   m_Subject = subject;
   return true;
@@ -94,15 +94,14 @@ bool GroundShadow::createPrograms() {
   return true;
 }
 
-bool GroundShadow::findHeights(GLuint framebuffer, const Subject& subject, bool upwards) {
+bool GroundShadow::findHeights(GLuint framebuffer, const SceneParts& parts, int kinds, bool upwards) {
   setUpState();
   const GLuint target = upwards ? m_Undersides.name() : m_Tops.name();
   if (!drawInto(framebuffer, m_Raw.name(), target, Size, Size)) return false;
   const math::Matrix4 projection = along(m_Area.middle, m_Area.half, m_Area.height, upwards);
-  const ViewQuery query{projection, Size, Size, 0.0, LayerModel | LayerTransparent, subject.kinds};
+  const ViewQuery query{projection, Size, Size, 0.0, LayerModel | LayerTransparent, kinds};
   DrawList list;
-  for (const SceneElement* element : subject.elements)
-    if (element) list.collect(*element, math::Matrix4(), query);
+  list.collect(parts, math::Matrix4(), query);
   list.sortTransparent();
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   load(GL_PROJECTION, projection);

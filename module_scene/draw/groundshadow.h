@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <optional>
 
+#include "module_scene/draw/sceneparts.h"
 #include "module_scene/draw/sharedname.h"
 #include "module_scene/draw/viewpoint.h"
-#include "module_scene/graph/sceneelement.h"
 
 namespace nubo::scene {
 
@@ -18,9 +18,10 @@ namespace nubo::scene {
 /// Used with one context at a time; may be destroyed without one.
 class GroundShadow {
  public:
-  /// Finds the shadow of what is seen of a scene; it is kept while that is the same. False if there is none, or OpenGL
-  /// cannot. Changes OpenGL's state and the framebuffer that is bound.
-  [[nodiscard]] bool begin(const std::array<const SceneElement*, 2>& elements, std::uint64_t changes, int kinds);
+  /// Finds the shadow of what is seen of a scene, which has those parts; it is kept while that is the same. False if
+  /// there is none, or OpenGL cannot. Changes OpenGL's state and the framebuffer that is bound.
+  [[nodiscard]] bool begin(const std::array<const SceneElement*, 2>& elements, std::uint64_t changes, int kinds,
+                           const SceneParts& parts);
   /// Whether the plane's upper side is seen.
   bool isSeen(const Viewpoint& viewpoint) const;
   /// Draws it behind everything that is drawn already, in premultiplied colours, with the projection that is loaded.
@@ -42,7 +43,7 @@ class GroundShadow {
   };
 
   bool createPrograms();
-  [[nodiscard]] bool findHeights(GLuint framebuffer, const Subject& subject, bool upwards);
+  [[nodiscard]] bool findHeights(GLuint framebuffer, const SceneParts& parts, int kinds, bool upwards);
   void gather(GLuint framebuffer);
 
   std::optional<Subject> m_Subject;

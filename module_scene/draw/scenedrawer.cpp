@@ -36,6 +36,7 @@ struct SceneDrawer::Private {
   bool drawsContact = false;
   bool drawsGround = false;
   util::YPointer<Environment> environment;
+  SceneParts parts;
   Outlines outlines;
   DrawList list;  // of which some may be there
   SurfaceShader shader;
@@ -82,8 +83,10 @@ void SceneDrawer::Private::begin(const StateGuard& state, double detail, int lay
     outlines.begin(viewpoint, scene->changeCount());
     query.outlines = &outlines;
   }
-  for (const SceneElement* element : elements)
-    if (element) list.collect(*element, viewpoint.view, query);
+  std::array<const SceneElement*, 2> roots{};
+  std::copy(elements.begin(), elements.end(), roots.begin());
+  scene ? parts.update({roots, scene->changeCount()}) : parts.reset(roots);
+  list.collect(parts, viewpoint.view, query);
   list.sortTransparent();
   facesBack = query.edges ? 1 + 0.75 * query.widthScale : 1;  // half of an edge's width
   shaded = look != Look::Plain && !list.isEmpty() && shader.isAvailable();
@@ -107,7 +110,7 @@ void SceneDrawer::Private::beginGround(const StateGuard& state, int kinds,
   if (!drawsGround) return;
   std::array<const SceneElement*, 2> both{};
   std::copy(elements.begin(), elements.end(), both.begin());
-  onGround = ground.begin(both, scene->changeCount(), kinds) && ground.isSeen(viewpoint);
+  onGround = ground.begin(both, scene->changeCount(), kinds, parts) && ground.isSeen(viewpoint);
   QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
 }
 
@@ -117,7 +120,7 @@ void SceneDrawer::Private::beginContact(const StateGuard& state, int kinds,
   if (!inContact) return;
   ContactMap::Subject subject{{}, scene->changeCount(), kinds, viewHeight};
   std::copy(elements.begin(), elements.end(), subject.elements.begin());
-  inContact = contact.begin(viewpoint, subject);
+  inContact = contact.begin(viewpoint, subject, parts);
   QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
 }
 

@@ -11,7 +11,6 @@ namespace nubo::scene {
 namespace {
 
 constexpr float CosineOfCrease = 0.9f;  // of about 26 degrees; steps of round shapes are finer
-constexpr float Width = 1.5f;
 
 }  // namespace
 
@@ -50,7 +49,7 @@ util::YPointer<Geometry> inked(const util::YPointer<Geometry>& lines) {
     return ink;
   }();
   lines->kind = KindLines;
-  lines->width = Width;
+  lines->width = EdgeWidth;
   lines->material = Ink;
   prepare(*lines);
   return lines->indices.empty() ? nullptr : lines;

@@ -8,6 +8,9 @@
 
 namespace nubo::scene {
 
+/// Pixels, of lines on faces.
+constexpr float EdgeWidth = 1.5f;
+
 /// A face's side, by two of its vertices.
 struct Side {
   std::uint32_t low, high;      ///< the places of its ends

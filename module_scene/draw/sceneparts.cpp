@@ -1,0 +1,66 @@
+#include "module_scene/draw/sceneparts.h"
+
+#include <algorithm>
+#include <map>
+#include <numeric>
+
+namespace nubo::scene {
+
+void SceneParts::update(const Subject& subject) {
+  if (m_IsKnown && m_Subject == subject) return;
+  reset(subject.roots);
+  m_Subject = subject;
+  m_IsKnown = true;
+}
+
+void SceneParts::reset(const std::array<const SceneElement*, 2>& roots) {
+  m_IsKnown = false;
+  m_Found.clear();
+  for (const SceneElement* root : roots)
+    if (root) gather(*root, math::Matrix4(), LayerModel);
+  const bool isArranged = this->isArranged();
+  if (!isArranged) arrange();
+  std::vector<BoundingBox> boxes(m_Found.size());
+  m_Parts.resize(m_Found.size());
+  for (std::size_t i = 0; i < m_Found.size(); ++i) {
+    boxes[m_Places[i]] = m_Found[i].geometry->box.transformed(m_Found[i].place);
+    m_Parts[m_Places[i]] = m_Found[i];
+  }
+  isArranged ? m_Tree.refit(boxes) : m_Tree.build(boxes);
+}
+
+void SceneParts::gather(const SceneElement& element, const math::Matrix4& parent, Layer inherited) {
+  if (!element.isVisible()) return;
+  const Layer layer = element.getLayer() == LayerModel ? inherited : element.getLayer();
+  const math::Matrix4 place = parent * element.getTransform();
+  for (const auto& geometry : element.getGeometries())
+    if (!geometry->clusters.empty()) m_Found.push_back({geometry.get(), &element, layer, place});
+  for (const auto& child : element.getChildren()) gather(*child, place, layer);
+}
+
+bool SceneParts::isArranged() const {
+  return std::equal(m_Found.begin(), m_Found.end(), m_Arranged.begin(), m_Arranged.end(),
+                    [](const ScenePart& part, const Geometry* geometry) { return part.geometry == geometry; });
+}
+
+void SceneParts::arrange() {
+  m_Arranged.clear();
+  m_WidestPoint = m_WidestLine = 0;
+  std::map<const Material*, std::uint32_t> ranks;  // by first use, so that every run has the same
+  std::vector<std::uint32_t> rankOf;
+  for (const ScenePart& part : m_Found) {
+    const Geometry& geometry = *part.geometry;
+    m_Arranged.push_back(&geometry);
+    const auto rank = ranks.emplace(geometry.material.get(), std::uint32_t(ranks.size())).first->second;
+    rankOf.push_back(geometry.transparent ? 0xFFFFFFFFu : rank);
+    if (geometry.kind == KindPoints) m_WidestPoint = std::max(m_WidestPoint, geometry.width);
+    if (geometry.kind == KindLines) m_WidestLine = std::max(m_WidestLine, geometry.width);
+  }
+  std::vector<std::uint32_t> order(m_Found.size());
+  std::iota(order.begin(), order.end(), 0u);
+  std::stable_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) { return rankOf[a] < rankOf[b]; });
+  m_Places.resize(order.size());
+  for (std::uint32_t place = 0; place < order.size(); ++place) m_Places[order[place]] = place;
+}
+
+}  // namespace nubo::scene

@@ -1,0 +1,59 @@
+// What a scene consists of, without its tree: geometries, where they are, and a hierarchy over them.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "module_scene/graph/sceneelement.h"
+#include "module_scene/mesh/boxtree.h"
+
+namespace nubo::scene {
+
+/// A geometry where one element has it.
+struct ScenePart {
+  const Geometry* geometry;
+  const SceneElement* element;
+  Layer layer;
+  math::Matrix4 place;  ///< from its space to the one that the roots are in
+};
+
+/// The parts of all visible elements in the order in which they are drawn: what is opaque by its material, since to
+/// change it takes longer than to draw what is small; what is transparent as it stands in the scene. Parts that only
+/// move keep their hierarchy, which is refitted. For one thread at a time.
+class SceneParts {
+ public:
+  /// Roots of which either may be null, and a number that changes whenever something below them does.
+  struct Subject {
+    std::array<const SceneElement*, 2> roots;
+    std::uint64_t changes;
+
+    bool operator==(const Subject& o) const { return roots == o.roots && changes == o.changes; }
+  };
+  /// Looks again at what is not as it was. The parts last for as long as the scene is kept still.
+  void update(const Subject& subject);
+  /// Looks again, whatever was there.
+  void reset(const std::array<const SceneElement*, 2>& roots);
+
+  const std::vector<ScenePart>& all() const { return m_Parts; }
+  /// Over their boxes, in the space that the roots are in.
+  const BoxTree& tree() const { return m_Tree; }
+  /// Pixels: of all points or lines, 0 if there are none.
+  float widest(Kind kind) const { return kind == KindPoints ? m_WidestPoint : m_WidestLine; }
+
+ private:
+  void gather(const SceneElement& element, const math::Matrix4& parent, Layer inherited);
+  bool isArranged() const;
+  void arrange();
+
+  bool m_IsKnown = false;
+  Subject m_Subject{};
+  std::vector<ScenePart> m_Found;           ///< as they stand in the scene
+  std::vector<const Geometry*> m_Arranged;  ///< those of m_Found for which m_Places was made
+  std::vector<std::uint32_t> m_Places;      ///< of each of m_Found: where in m_Parts
+  std::vector<ScenePart> m_Parts;
+  BoxTree m_Tree;
+  float m_WidestPoint = 0, m_WidestLine = 0;
+};
+
+}  // namespace nubo::scene
