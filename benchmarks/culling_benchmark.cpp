@@ -7,11 +7,11 @@
 #include <algorithm>
 
 #include "kernel/main/overseer.h"
-#include "module_grab/commands/tiling.h"
 #include "module_scene/draw/drawlist.h"
 #include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/viewer.h"
 #include "module_scene/io/importer.h"
+#include "picture/tiling.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ using namespace nubo;
 
 constexpr int Width = 10000, Height = 5625;
 
-math::Matrix4 frustumMatrix(const commands::grab::Frustum& f) {
+math::Matrix4 frustumMatrix(const picture::Frustum& f) {
   const double near = scene::SceneDrawer::ZNEAR, far = scene::SceneDrawer::ZFAR;
   math::Matrix4 m = math::scaling(2 * near / (f.right - f.left), 2 * near / (f.top - f.bottom), 1);
   m(0, 2) = (f.right + f.left) / (f.right - f.left);
@@ -32,13 +32,13 @@ math::Matrix4 frustumMatrix(const commands::grab::Frustum& f) {
 }
 
 std::vector<scene::ViewQuery> tiles(int edge) {
-  const auto whole = commands::grab::pictureFrustum(Width, Height, scene::SceneDrawer::ZNEAR);
-  const commands::grab::TileGrid grid(Width, Height, edge);
+  const auto whole = picture::pictureFrustum(Width, Height, scene::SceneDrawer::ZNEAR);
+  const picture::TileGrid grid(Width, Height, edge);
   std::vector<scene::ViewQuery> queries;
   for (int i = 0; i < grid.count(); ++i) {
-    const commands::grab::Tile tile = grid.tile(i);
+    const picture::Tile tile = grid.tile(i);
     scene::ViewQuery query;
-    query.projection = frustumMatrix(commands::grab::tileFrustum(tile, whole, Width, Height));
+    query.projection = frustumMatrix(picture::tileFrustum(tile, whole, Width, Height));
     query.width = tile.width;
     query.height = tile.height;
     query.layers = 3;

@@ -6,8 +6,8 @@
 #include <cmath>
 #include <vector>
 
-#include "module_grab/commands/composetile.h"
 #include "module_grab/video/encoder.h"
+#include "picture/composetile.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ QImage tile() {
 void composeByRows(benchmark::State& state) {
   const QImage from = tile();
   QImage to(4 * Edge, 2 * Edge, QImage::Format(state.range(0)));
-  for (auto _ : state) nubo::commands::grab::composeTile(&to, from, Edge, Edge, [](int, int) {});
+  for (auto _ : state) nubo::picture::composeTile(&to, from, Edge, Edge, [](int, int) {});
   state.SetItemsProcessed(state.iterations() * Edge * Edge);
 }
 

@@ -11,16 +11,16 @@
 #include <cstdio>
 
 #include "kernel/main/overseer.h"
-#include "module_grab/commands/composetile.h"
-#include "module_grab/commands/tiling.h"
 #include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/viewer.h"
 #include "module_scene/io/importer.h"
+#include "picture/composetile.h"
+#include "picture/tiling.h"
 
 namespace {
 
 using namespace nubo;
-using commands::grab::TileGrid;
+using picture::TileGrid;
 
 /// Adds up seconds by the names of the parts that end.
 class Clock {
@@ -48,15 +48,15 @@ class Picture {
     m_Drawer.setLook(scene::Look::Plain);
   }
 
-  void draw(const commands::grab::Tile& tile) {
+  void draw(const picture::Tile& tile) {
     if (!m_Target || m_Target->size() != QSize(tile.width, tile.height)) {
       m_Target.reset();
       m_Target = std::make_unique<QOpenGLFramebufferObject>(
           QSize(tile.width, tile.height), QOpenGLFramebufferObject::CombinedDepthStencil, GL_TEXTURE_2D, GL_RGBA8);
     }
     if (!m_Target->bind()) qFatal("Couldn't bind the framebuffer object");
-    const auto frustum = commands::grab::pictureFrustum(m_Width, m_Height, scene::SceneDrawer::ZNEAR);
-    const auto part = commands::grab::tileFrustum(tile, frustum, m_Width, m_Height);
+    const auto frustum = picture::pictureFrustum(m_Width, m_Height, scene::SceneDrawer::ZNEAR);
+    const auto part = picture::tileFrustum(tile, frustum, m_Width, m_Height);
     m_Drawer.resize(tile.width, tile.height);
     glClearColor(1, 1, 1, 0);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
@@ -81,7 +81,7 @@ class Picture {
       const auto tile = grid.tile(i);
       draw(tile);
       clock.end("draw");
-      commands::grab::composeTile(&image, m_Target->toImage(), tile.x0, tile.targetRow, [](int, int) {});
+      picture::composeTile(&image, m_Target->toImage(), tile.x0, tile.targetRow, [](int, int) {});
       clock.end("read back, compose");
     }
     return image;

@@ -9,9 +9,9 @@
 #include <new>
 
 #include "kernel/log/logger.h"
-#include "module_grab/cleardrawing.h"
 #include "module_scene/draw/scenedrawer.h"
 #include "module_scene/gui/viewer.h"
+#include "picture/cleardrawing.h"
 
 namespace nubo::grab {
 
@@ -34,7 +34,7 @@ VideoFrame::VideoFrame(scene::SceneDrawer& drawer, int width, int height, const 
   glGetDoublev(GL_PROJECTION_MATRIX, m_Projection);
   glGetDoublev(GL_MODELVIEW_MATRIX, m_ModelView);
 
-  clearForDrawing(drawer, width, height);
+  picture::clearForDrawing(drawer, width, height);
   gluPerspective(45.0, double(width) / height, scene::SceneDrawer::ZNEAR, scene::SceneDrawer::ZFAR);
   glMatrixMode(GL_MODELVIEW);
   glLoadIdentity();

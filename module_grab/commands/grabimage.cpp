@@ -8,10 +8,7 @@
 #include <QImageWriter>
 #include <QOpenGLFramebufferObject>
 #include <QSettings>
-#include <algorithm>
 #include <boost/bind.hpp>
-#include <cmath>
-#include <limits>
 #include <optional>
 
 #include "kernel/events/event.h"
@@ -19,6 +16,7 @@
 #include "kernel/log/logger.h"
 #include "kernel/main/overseer.h"
 #include "kernel/main/parameterpanelfactory.h"
+#include "kernel/main/parametervalues.h"
 #include "kernel/util/delegate.h"
 #include "kernel/util/functioncommand.h"
 #include "module_grab/commands/picturefile.h"
@@ -27,14 +25,14 @@
 #include "module_grab/events.h"
 #include "module_grab/image/icon.h"
 #include "module_grab/modulegrab.h"
-#include "module_grab/offscreencontext.h"
-#include "module_grab/parameters.h"
 #include "module_scene/gui/viewer.h"
+#include "picture/offscreencontext.h"
+#include "picture/panelview.h"
 
 namespace nubo::commands::grab {
 
+using main::newParameter;
 using math::Matrix4;
-using nubo::grab::newParameter;
 using util::FunctionDelegate;
 using util::WorkerDelegate;
 
@@ -63,29 +61,6 @@ void addCallersValue(main::ParameterSet& set, const char* name, T* value) {
 main::CommandDescriptor* newDescriptor() {
   return new main::CommandDescriptor(QStringLiteral("Grabs an image of the scene"),
                                      QString::fromLatin1(GrabImage::CommandName));
-}
-
-/// What a picture needs to know of a panel.
-struct PanelView {
-  QSize size;
-  Matrix4 transform;
-};
-
-/// Reads a panel on the application thread in one visit, so that one that is closed meanwhile is simply gone.
-std::optional<PanelView> viewOf(const QPointer<gui::ScenePanel>& panel) {
-  std::optional<PanelView> view;
-  WorkerDelegate::invokeSync(new FunctionDelegate([&panel, &view] {
-    if (panel) view = PanelView{panel->size(), panel->getScaledTransformMatrix()};
-  }));
-  return view;
-}
-
-/// Of a picture of this width in a panel's aspect; heights beyond int end at its largest value,
-/// and a panel without a width gives none.
-int heightFor(int width, QSize panel) {
-  const double height = width * (double(panel.height()) / double(panel.width()));
-  if (!std::isfinite(height)) return 0;
-  return int(std::min(height, double(std::numeric_limits<int>::max())));
 }
 
 /// Shows the wait cursor on the whole application for as long as it lives.
@@ -172,19 +147,19 @@ void GrabImage::buildInteractiveSet() {
 }
 
 main::ParameterSet::Refusal GrabImage::checkValues(const main::ParameterSet& values) const {
-  const auto fileName = nubo::grab::solveParameter<QString>(m_TypeSolver, values, 0);
-  const auto width = nubo::grab::solveParameter<int>(m_TypeSolver, values, 1);
+  const auto fileName = main::solveParameter<QString>(m_TypeSolver, values, 0);
+  const auto width = main::solveParameter<int>(m_TypeSolver, values, 1);
   if (!fileName || !width) return {};
   if (!hasWritableSuffix(*fileName)) return {0, QObject::tr("No valid image file extension selected")};
   if (!mp_ActivePanel) return {};
-  return {1, whyNotPossible(QFileInfo(*fileName).suffix(), *width, heightFor(*width, mp_ActivePanel->size()))};
+  return {1, whyNotPossible(QFileInfo(*fileName).suffix(), *width, picture::heightFor(*width, mp_ActivePanel->size()))};
 }
 
 QString GrabImage::summarize(const main::ParameterSet& values) const {
-  const auto fileName = nubo::grab::solveParameter<QString>(m_TypeSolver, values, 0);
-  const auto width = nubo::grab::solveParameter<int>(m_TypeSolver, values, 1);
+  const auto fileName = main::solveParameter<QString>(m_TypeSolver, values, 0);
+  const auto width = main::solveParameter<int>(m_TypeSolver, values, 1);
   if (!fileName || !width || !mp_ActivePanel) return QString();
-  const int height = heightFor(*width, mp_ActivePanel->size());
+  const int height = picture::heightFor(*width, mp_ActivePanel->size());
   return QObject::tr("%L1 × %L2 pixels, about %L3 MB while it is built")
       .arg(*width)
       .arg(height)
@@ -210,7 +185,7 @@ void GrabImage::queueProbe() {
 }
 
 void GrabImage::probeFramebufferObjects() {
-  nubo::grab::OffscreenContext context(nullptr);
+  picture::OffscreenContext context(nullptr);
   if (!context.isValid()) {
     NUBO_LOG(log::Failure, Probe, "Could not create OpenGL context!");
     return;
@@ -274,12 +249,12 @@ void GrabImage::executeProgrammatic() {
 
 void GrabImage::executeInteractive() {
   if (!mp_CurrentParameterSet || mp_CurrentParameterSet->getParameterList()->empty()) return;
-  const auto fileName = nubo::grab::solveParameter<QString>(m_TypeSolver, *mp_CurrentParameterSet, 0);
+  const auto fileName = main::solveParameter<QString>(m_TypeSolver, *mp_CurrentParameterSet, 0);
   if (!fileName) {
     log::qConsole("Parameter failure");
     return;
   }
-  const auto width = nubo::grab::solveParameter<int>(m_TypeSolver, *mp_CurrentParameterSet, 1);
+  const auto width = main::solveParameter<int>(m_TypeSolver, *mp_CurrentParameterSet, 1);
   if (!width) {
     NUBO_LOG(log::Note, Execute, "Parameter failure");
     return;
@@ -288,9 +263,9 @@ void GrabImage::executeInteractive() {
     NUBO_LOG(log::Failure, Execute, "No valid image file extension selected");
     return;
   }
-  const std::optional<PanelView> view = viewOf(mp_ActivePanel);
+  const std::optional<picture::PanelView> view = picture::viewOf(mp_ActivePanel);
   if (!view) return;
-  const int height = heightFor(*width, view->size);
+  const int height = picture::heightFor(*width, view->size);
   if (*width < 2 || height < 2) {
     NUBO_LOG(log::Failure, Execute, "Target picture (%d x %d) size is to small!", *width, height);
     return;

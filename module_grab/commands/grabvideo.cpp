@@ -11,11 +11,11 @@
 #include "kernel/events/eventmanager.h"
 #include "kernel/log/logger.h"
 #include "kernel/main/overseer.h"
+#include "kernel/main/parametervalues.h"
 #include "kernel/util/delegate.h"
 #include "module_grab/events.h"
 #include "module_grab/image/icon.h"
 #include "module_grab/modulegrab.h"
-#include "module_grab/parameters.h"
 #include "module_grab/video/videoencoder.h"
 #include "module_grab/videohandler.h"
 #include "module_grab/videosettings.h"
@@ -25,8 +25,8 @@ namespace nubo::commands::grab {
 
 namespace {
 
-using nubo::grab::newParameter;
-using nubo::grab::solveParameter;
+using main::newParameter;
+using main::solveParameter;
 using nubo::grab::VideoHandler;
 using nubo::grab::video::VideoEncoder;
 

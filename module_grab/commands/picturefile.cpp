@@ -4,8 +4,9 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QImageWriter>
-#include <QPainter>
 #include <QSaveFile>
+
+#include "picture/background.h"
 
 namespace nubo::commands::grab {
 
@@ -54,16 +55,6 @@ bool keepsAlpha(const QByteArray& format) {
   return !Without.contains(format.toLower());
 }
 
-QImage laidOver(const QColor& background, const QImage& image) {
-  QImage result(image.size(), QImage::Format_RGB32);
-  if (result.isNull()) return image;
-  result.fill(background);
-  QPainter(&result).drawImage(0, 0, image);
-  result.setDotsPerMeterX(image.dotsPerMeterX());
-  result.setDotsPerMeterY(image.dotsPerMeterY());
-  return result;
-}
-
 template <class File>
 bool writeTo(File& file, const QImage& image, const QByteArray& format, QString& reason) {
   QImageWriter writer(&file, format);
@@ -84,7 +75,7 @@ bool hasWritableSuffix(const QString& fileName) {
 bool writePicture(const QImage& picture, const QColor& background, const QString& fileName, QString& reason) {
   const QFileInfo target(fileName);
   const QByteArray format = target.suffix().toLatin1();
-  const QImage image = keepsAlpha(format) ? picture : laidOver(background, picture);
+  const QImage image = keepsAlpha(format) ? picture : picture::laidOver(background, picture);
   PatientFile<QSaveFile> whole(fileName);
   // Pipes and devices are not replaced; and not every directory takes another file, nor every name a longer one.
   if ((!target.exists() || target.isFile()) && whole.open(QIODevice::WriteOnly)) {

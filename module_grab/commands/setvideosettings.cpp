@@ -8,16 +8,16 @@
 #include "kernel/events/eventmanager.h"
 #include "kernel/log/logger.h"
 #include "kernel/main/overseer.h"
+#include "kernel/main/parametervalues.h"
 #include "module_grab/events.h"
 #include "module_grab/modulegrab.h"
-#include "module_grab/parameters.h"
 
 namespace nubo::commands::grab {
 
 namespace {
 
-using nubo::grab::newParameter;
-using nubo::grab::solveParameter;
+using main::newParameter;
+using main::solveParameter;
 
 const nubo::grab::GrabEvents GrabEvents;
 const nubo::grab::GlobalEvents GlobalEvents;

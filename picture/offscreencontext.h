@@ -4,16 +4,18 @@
 #include <QtGlobal>
 #include <memory>
 
+#include "picture/visibility.h"
+
 QT_BEGIN_NAMESPACE
 class QOffscreenSurface;
 class QOpenGLContext;
 QT_END_NAMESPACE
 
-namespace nubo::grab {
+namespace nubo::picture {
 
 /// Belongs to the thread that makes it, and is used and destroyed there; the Qt objects inside are created and
 /// deleted on the application thread, so that thread must not be waiting for the caller's locks meanwhile.
-class OffscreenContext {
+class NUBO_PICTURE_EXPORT OffscreenContext {
  public:
   /// Shares objects with `share` and takes the surface's format from it; null: shares with nobody.
   explicit OffscreenContext(QOpenGLContext* share);
@@ -34,4 +36,4 @@ class OffscreenContext {
   std::unique_ptr<QOffscreenSurface> mp_Surface;
 };
 
-}  // namespace nubo::grab
+}  // namespace nubo::picture

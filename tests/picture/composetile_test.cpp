@@ -1,5 +1,5 @@
 // Composing a tile must give what reading and setting each pixel gives, whatever the image formats.
-#include "module_grab/commands/composetile.h"
+#include "picture/composetile.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-namespace nubo::commands::grab {
+namespace nubo::picture {
 namespace {
 
 /// Pixels of all kinds, also colours that no premultiplied image should hold.
@@ -68,4 +68,4 @@ TEST(ComposeTile, ReportsEachColumnThatLeavesTheTargetAndCopiesTheRest) {
 }
 
 }  // namespace
-}  // namespace nubo::commands::grab
+}  // namespace nubo::picture

@@ -1,4 +1,4 @@
-#include "module_grab/offscreencontext.h"
+#include "picture/offscreencontext.h"
 
 #include <QCoreApplication>
 #include <QOffscreenSurface>
@@ -7,7 +7,7 @@
 
 #include "kernel/util/delegate.h"
 
-namespace nubo::grab {
+namespace nubo::picture {
 
 namespace {
 void onApplicationThread(std::function<void()> work) {
@@ -55,4 +55,4 @@ void OffscreenContext::doneCurrent() {
   if (QOpenGLContext::currentContext() == mp_Context.get()) mp_Context->doneCurrent();
 }
 
-}  // namespace nubo::grab
+}  // namespace nubo::picture

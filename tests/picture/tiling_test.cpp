@@ -1,9 +1,9 @@
 // Tiles and their frusta: pure arithmetic.
-#include "module_grab/commands/tiling.h"
+#include "picture/tiling.h"
 
 #include <gtest/gtest.h>
 
-namespace nubo::commands::grab {
+namespace nubo::picture {
 namespace {
 
 TEST(Tiling, TilesFollowEachOtherFromTheLowerLeftAndFrustaMeet) {
@@ -48,4 +48,4 @@ TEST(Tiling, TilesAreAsLargeAsTexturesMayBe) {
 }
 
 }  // namespace
-}  // namespace nubo::commands::grab
+}  // namespace nubo::picture

@@ -3,13 +3,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
-namespace nubo::commands::grab {
+namespace nubo::picture {
+
+constexpr int LargestTile = 512;
 
 /// The largest edge of a tile where OpenGL's textures may be so large; one that names no size has not been asked in
 /// vain until it refuses a tile.
 inline int tileEdge(int largestTexture) {
-  constexpr int LargestTile = 512;
   return largestTexture < 1 ? LargestTile : std::min(largestTexture, LargestTile);
 }
 
@@ -20,6 +22,18 @@ struct Tile {
   int x0;  ///< of the tile's lower left corner, from the picture's lower left corner
   int y0;
   int targetRow;  ///< of the tile's top row, from the picture's top
+};
+
+/// Rows of tiles, both included, counted from the bottom; those beyond the picture count for nothing.
+struct TileRows {
+  int first = 0;
+  int last = std::numeric_limits<int>::max();
+};
+
+/// Tiles that follow each other.
+struct TileRange {
+  int first;
+  int count;
 };
 
 /// Cuts a picture of `width` x `height` pixels into tiles of at most `edge` x `edge`, numbered row by row
@@ -34,6 +48,12 @@ class TileGrid {
         m_Rows((height - 1 + edge) / edge) {}
 
   int count() const { return m_Columns * m_Rows; }
+  int rows() const { return m_Rows; }
+
+  TileRange range(const TileRows& rows) const {
+    const int first = std::min(rows.first, m_Rows);
+    return {first * m_Columns, (std::max(std::min(rows.last, m_Rows - 1), first - 1) + 1 - first) * m_Columns};
+  }
 
   Tile tile(int index) const {
     const int row = index / m_Columns;
@@ -81,4 +101,4 @@ inline Frustum tileFrustum(const Tile& tile, const Frustum& picture, int width, 
   return part;
 }
 
-}  // namespace nubo::commands::grab
+}  // namespace nubo::picture

@@ -1,10 +1,10 @@
-#include "module_grab/cleardrawing.h"
+#include "picture/cleardrawing.h"
 
 #include <QOpenGLFunctions>
 
 #include "module_scene/draw/scenedrawer.h"
 
-namespace nubo::grab {
+namespace nubo::picture {
 
 void clearForDrawing(scene::SceneDrawer& drawer, int width, int height) {
   const QColor background = drawer.getBackgroundColor();
@@ -20,4 +20,4 @@ void clearForDrawing(scene::SceneDrawer& drawer, int width, int height) {
   glLoadIdentity();
 }
 
-}  // namespace nubo::grab
+}  // namespace nubo::picture

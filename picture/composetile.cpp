@@ -1,9 +1,9 @@
-#include "module_grab/commands/composetile.h"
+#include "picture/composetile.h"
 
 #include <QtEndian>
 #include <cstring>
 
-namespace nubo::commands::grab {
+namespace nubo::picture {
 
 namespace {
 
@@ -76,4 +76,4 @@ void composeTile(QImage* target, const QImage& tile, int x0, int y0, const std::
          tile.width());
 }
 
-}  // namespace nubo::commands::grab
+}  // namespace nubo::picture
