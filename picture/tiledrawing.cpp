@@ -3,6 +3,7 @@
 #include <QImage>
 #include <QObject>
 #include <QOpenGLFramebufferObject>
+#include <limits>
 #include <memory>
 #include <optional>
 
@@ -101,6 +102,11 @@ void drawTiles(QSize size, const math::Matrix4& transform, TileReceiver& receive
     return;
   }
   const int edge = tileEdge(largestTexture());
+  if (edge != LargestTile && (rows.first > 0 || rows.last < std::numeric_limits<int>::max())) {
+    receiver.fail("OpenGL has no textures as large as the tiles whose rows were asked for!");
+    context->release();
+    return;
+  }
   scene::SceneLocker lock(scene, scene::LOCKTYPE(7));
   util::YProgressDialog progress(QObject::tr("Building Picture"), false);
   const TileRange range = TileGrid(size.width(), size.height(), edge).range(rows);
