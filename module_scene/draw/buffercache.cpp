@@ -1,9 +1,12 @@
 #include "module_scene/draw/buffercache.h"
 
 #include <QOpenGLExtraFunctions>
+#include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "module_scene/draw/drawingstate.h"
+#include "module_scene/mesh/parallel.h"
 
 namespace nubo::scene {
 
@@ -47,6 +50,26 @@ GLint wrapOf(Wrap wrap) {
   return wrap == Wrap::Repeat ? GL_REPEAT : wrap == Wrap::Mirror ? GL_MIRRORED_REPEAT : GL_CLAMP_TO_EDGE;
 }
 
+double longestEdgeOf(const Geometry& geometry) {
+  if (geometry.kind != KindFaces || !geometry.identities.empty()) return std::numeric_limits<double>::infinity();
+  std::vector<float> squares(rangeCount(geometry.primitiveCount()), 0.0f);
+  parallelRanges(geometry.primitiveCount(), [&](std::size_t begin, std::size_t end, std::size_t range) {
+    float longest = 0;
+    for (std::size_t face = begin; face < end; ++face) {
+      const float* corners[3];
+      for (std::size_t i = 0; i < 3; ++i)
+        corners[i] = &geometry.positions[std::size_t(geometry.indices[3 * face + i]) * 3];
+      for (std::size_t i = 0; i < 3; ++i) {
+        const float *a = corners[i], *b = corners[(i + 1) % 3];
+        const float d[]{a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+        longest = std::max(longest, d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
+      }
+    }
+    squares[range] = longest;
+  });
+  return std::sqrt(double(*std::max_element(squares.begin(), squares.end())));
+}
+
 template <class Buffer, class Source>
 util::YPointer<Buffer> upToDate(const Source& source) {
   CopySlot& slot = source.copySlot();
@@ -63,7 +86,7 @@ util::YPointer<Buffer> upToDate(const Source& source) {
 }  // namespace
 
 GeometryBuffer::GeometryBuffer(const Geometry& geometry)
-    : m_Vertices(SharedName::buffer()), m_Indices(SharedName::buffer()) {
+    : m_Vertices(SharedName::buffer()), m_Indices(SharedName::buffer()), m_LongestEdge(longestEdgeOf(geometry)) {
   QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
   gl->glBindBuffer(GL_ARRAY_BUFFER, m_Vertices.name());
   gl->glBufferData(GL_ARRAY_BUFFER,

@@ -30,6 +30,8 @@ class GeometryBuffer : public util::YObject {
   void draw(GLenum mode, const Range& range) const;
   /// The box of each ClustersPerGroup clusters, in their order.
   const std::vector<Cluster>& groups() const { return m_Groups; }
+  /// Of all faces, in the geometry's own units; infinite for what bones or shapes move.
+  double longestEdge() const { return m_LongestEdge; }
 
  private:
   template <class Index>
@@ -39,6 +41,7 @@ class GeometryBuffer : public util::YObject {
   SharedName m_Indices;   // counted from each cluster's first vertex
   GLenum m_IndexType = GL_UNSIGNED_SHORT;
   std::vector<Cluster> m_Groups;
+  double m_LongestEdge;
 };
 
 /// A coarse version's indices in OpenGL's memory.

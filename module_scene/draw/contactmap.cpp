@@ -83,14 +83,13 @@ bool ContactMap::reserve(int width, int height) {
 bool ContactMap::createPasses() {
   struct Source {
     Pass* pass;
-    const char *vertices, *fragments;
+    const char* fragments;
   };
-  for (const Source& source : {Source{&m_Surroundings, SurroundingsVertexShader, SurroundingsShader},
-                               {&m_Occlusion, ContactVertexShader, OcclusionShader},
-                               {&m_Smoothing, ContactVertexShader, SmoothingShader}}) {
+  for (const Source& source :
+       {Source{&m_Direction, DirectionShader}, {&m_Occlusion, OcclusionShader}, {&m_Smoothing, SmoothingShader}}) {
     if (source.pass->program.isUsable()) continue;
     QByteArray messages;
-    source.pass->program = linkProgram(source.vertices, source.fragments, &messages);
+    source.pass->program = linkProgram(ContactVertexShader, source.fragments, &messages);
     const GLuint name = source.pass->program.name();
     if (!name) {
       tellOnce(messages);
@@ -98,7 +97,7 @@ bool ContactMap::createPasses() {
     }
     QOpenGLExtraFunctions* gl = extraFunctions();
     gl->glUseProgram(name);
-    gl->glUniform1i(gl->glGetUniformLocation(name, "directions"), 1);
+    for (const char* second : {"directions", "kinds"}) gl->glUniform1i(gl->glGetUniformLocation(name, second), 1);
     gl->glUseProgram(0);
     source.pass->texels = gl->glGetUniformLocation(name, "texels");
     source.pass->depthRows = gl->glGetUniformLocation(name, "depthRows");
@@ -107,11 +106,23 @@ bool ContactMap::createPasses() {
   return true;
 }
 
+ContactMap::Work ContactMap::work() const {
+  switch (m_Stage) {
+    case Stage::Directions:
+      return {m_Direction, m_Depths, m_Raw, m_Directions};
+    case Stage::Occlusion:
+      return {m_Occlusion, m_Depths, m_Directions, m_Raw};
+    case Stage::Smoothing:
+      return {m_Smoothing, m_Raw, m_Directions, m_Map};
+    default:
+      return {m_Direction, m_Depths, m_Depths, m_Raw};
+  }
+}
+
 /// Where the stage draws to. False if OpenGL cannot.
 bool ContactMap::bindTarget(GLuint framebuffer) {
-  const SharedName& target = m_Stage == Stage::Depths ? m_Directions : m_Stage == Stage::Occlusion ? m_Raw : m_Map;
   const GLuint depths = m_Stage == Stage::Depths ? m_Depths.name() : 0;
-  return drawInto(framebuffer, target.name(), depths, m_Width, m_Height);
+  return drawInto(framebuffer, work().target.name(), depths, m_Width, m_Height);
 }
 
 void ContactMap::prepare() {
@@ -119,18 +130,17 @@ void ContactMap::prepare() {
   const Framebuffer framebuffer;
   const Stage begun = m_Stage;
   setUpState();
-  for (const Stage stage : {Stage::Depths, Stage::Occlusion, Stage::Smoothing}) {
+  for (const Stage stage : {Stage::Depths, Stage::Directions, Stage::Occlusion, Stage::Smoothing}) {
     m_Stage = stage;
     (void)bindTarget(framebuffer.name());
-    Painter::Kinds none;
-    if (stage == Stage::Depths) {
-      extraFunctions()->glUseProgram(m_Surroundings.program.name());
-      glEnable(GL_SCISSOR_TEST);
-      glScissor(0, 0, 0, 0);
-      m_Painter->drawSamples(&none);
-    } else {
-      compute(stage == Stage::Occlusion ? m_Occlusion : m_Smoothing, 0);
+    if (stage != Stage::Depths) {
+      compute(0);
+      continue;
     }
+    Painter::Kinds none;
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(0, 0, 0, 0);
+    m_Painter->drawSamples(&none);
   }
   m_Stage = begun;
   m_Row = 0;
@@ -150,18 +160,17 @@ void ContactMap::draw(std::size_t indices) {
         m_Row = 1;
       }
       load(GL_PROJECTION, m_Viewpoint.projection);
-      extraFunctions()->glUseProgram(m_Surroundings.program.name());
       m_Painter->draw(indices);
       if (m_Painter->isDone()) {
-        m_Stage = Stage::Occlusion;
+        m_Stage = Stage::Directions;
         m_Row = 0;
         m_Painter.reset();
         m_List.clear();
       }
     } else {
-      compute(m_Stage == Stage::Occlusion ? m_Occlusion : m_Smoothing, rows);
+      compute(rows);
       if (m_Row >= m_Height) {
-        m_Stage = m_Stage == Stage::Occlusion ? Stage::Smoothing : Stage::Complete;
+        m_Stage = Stage(int(m_Stage) + 1);
         m_Row = 0;
       }
     }
@@ -170,16 +179,18 @@ void ContactMap::draw(std::size_t indices) {
 }
 
 /// The next rows of what the pass makes of the one before it.
-void ContactMap::compute(Pass& pass, int rows) {
+void ContactMap::compute(int rows) {
+  const Work work = this->work();
+  const Pass& pass = work.pass;
   QOpenGLExtraFunctions* gl = extraFunctions();
   glDisable(GL_DEPTH_TEST);
   glEnable(GL_SCISSOR_TEST);
   glScissor(0, m_Row, m_Width, std::min(rows, m_Height - m_Row));
   gl->glUseProgram(pass.program.name());
   gl->glActiveTexture(GL_TEXTURE1);
-  gl->glBindTexture(GL_TEXTURE_2D, m_Directions.name());
+  gl->glBindTexture(GL_TEXTURE_2D, work.second.name());
   gl->glActiveTexture(GL_TEXTURE0);
-  gl->glBindTexture(GL_TEXTURE_2D, m_Stage == Stage::Occlusion ? m_Depths.name() : m_Raw.name());
+  gl->glBindTexture(GL_TEXTURE_2D, work.first.name());
   const math::Matrix4& p = m_Viewpoint.projection;
   gl->glUniform2f(pass.texels, 1.0f / GLfloat(m_Width), 1.0f / GLfloat(m_Height));
   gl->glUniform4f(pass.depthRows, GLfloat(p(2, 2)), GLfloat(p(2, 3)), GLfloat(p(3, 2)), GLfloat(p(3, 3)));

@@ -49,7 +49,7 @@ class ContactMap {
   GLuint texture() const { return m_Map.name(); }
 
  private:
-  enum class Stage { Depths, Occlusion, Smoothing, Complete };
+  enum class Stage { Depths, Directions, Occlusion, Smoothing, Complete };
   struct Pass {
     SharedName program;
     GLint texels = -1, depthRows = -1, window = -1;
@@ -58,8 +58,14 @@ class ContactMap {
   bool reserve(int width, int height);
   bool createPasses();
   void collect(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts);
+  /// What a stage reads and writes, and by which pass. The first only writes.
+  struct Work {
+    const Pass& pass;
+    const SharedName &first, &second, &target;
+  };
+  Work work() const;
   bool bindTarget(GLuint framebuffer);
-  void compute(Pass& pass, int rows);
+  void compute(int rows);
 
   Viewpoint m_Viewpoint;  ///< of the whole view
   ViewWindow m_Window;
@@ -71,8 +77,8 @@ class ContactMap {
 
   int m_Width = 0, m_Height = 0;
   SharedName m_Depths, m_Directions;  // of what is seen
-  SharedName m_Raw, m_Map;            // depth in red, green and blue, light in alpha
-  Pass m_Surroundings, m_Occlusion, m_Smoothing;
+  SharedName m_Raw, m_Map;            // depth in red, green and blue, light in alpha; at first where points are, in red
+  Pass m_Direction, m_Occlusion, m_Smoothing;
 };
 
 }  // namespace nubo::scene

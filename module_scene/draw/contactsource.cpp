@@ -6,28 +6,35 @@ const char ContactVertexShader[] = R"(#version 120
 void main() { gl_Position = gl_Vertex; }
 )";
 
-// Faces leave the direction in which they look, whatever their normals; points leave none.
-const char SurroundingsVertexShader[] = R"(#version 120
-varying vec3 position;
-varying vec4 kind;
-varying vec2 coordinates;
-void main() {
-  gl_Position = ftransform();
-  position = vec3(gl_ModelViewMatrix * gl_Vertex);
-  kind = gl_Color;
-  coordinates = (gl_TextureMatrix[0] * gl_MultiTexCoord0).xy;
-}
-)";
+// The direction in which a face looks, whatever its normals, is how depths change from texel to texel. A plane's are a
+// straight line of the window's coordinates: on each axis that neighbour lies on the same face from which, and from the
+// one behind it, such a line leads to the texel's own. Points leave none.
+const char DirectionShader[] = R"(#version 120
+uniform sampler2D depths, kinds;
+uniform vec2 texels;
+uniform vec4 depthRows;  // of the projection: what makes z and w, each of z and 1
+uniform vec4 window;     // half its width and height; 1, 0 with an eye and 0, 1 without
 
-const char SurroundingsShader[] = R"(#version 120
-varying vec3 position;
-varying vec4 kind;
-varying vec2 coordinates;
-uniform sampler2D baseMap;
+float depthAt(vec2 at) { return texture2D(depths, at * texels).r; }
+
+vec3 placeOf(vec2 at, float depth) {
+  float clip = 2.0 * depth - 1.0;
+  float z = (depthRows.y - clip * depthRows.w) / (clip * depthRows.z - depthRows.x);
+  return vec3((2.0 * at * texels - 1.0) * window.xy * (window.w - window.z * z), z);
+}
+
+vec3 change(vec3 p, float depth, vec2 step) {
+  vec2 at = gl_FragCoord.xy;
+  vec2 before = vec2(depthAt(at - step), depthAt(at - 2.0 * step)), after = vec2(depthAt(at + step), depthAt(at + 2.0 * step));
+  float offBefore = abs(2.0 * before.x - before.y - depth), offAfter = abs(2.0 * after.x - after.y - depth);
+  return offBefore < offAfter ? p - placeOf(at - step, before.x) : placeOf(at + step, after.x) - p;
+}
+
 void main() {
-  float alpha = kind.g > 0.5 ? kind.a * texture2D(baseMap, coordinates).a : kind.a;
-  vec3 n = normalize(cross(dFdx(position), dFdy(position)));
-  gl_FragColor = vec4((0.5 + 0.5 * n) * step(kind.r, 0.5), alpha);
+  float depth = depthAt(gl_FragCoord.xy);
+  vec3 p = placeOf(gl_FragCoord.xy, depth);
+  vec3 n = normalize(cross(change(p, depth, vec2(1.0, 0.0)), change(p, depth, vec2(0.0, 1.0))));
+  gl_FragColor = vec4((0.5 + 0.5 * n) * step(texture2D(kinds, gl_FragCoord.xy * texels).r, 0.5), 1.0);
 }
 )";
 
@@ -38,8 +45,7 @@ void main() {
 const char OcclusionShader[] = R"(#version 120
 uniform sampler2D depths, directions;
 uniform vec2 texels;
-uniform vec4 depthRows;  // of the projection: what makes z and w, each of z and 1
-uniform vec4 window;     // half its width and height; 1, 0 with an eye and 0, 1 without
+uniform vec4 depthRows, window;  // as above
 
 const float Radius = 0.18;  // in eye space, where a model's is about 1
 const float Most = 0.14;    // of the map's height, that it may take
@@ -62,11 +68,14 @@ float openness(vec3 p, vec3 n) {
   float radius = reach * texel;
   vec2 cell = mod(floor(gl_FragCoord.xy), 4.0);
   float turn = mod(cell.x * 4.0 + cell.y * 9.0, 16.0) / 16.0;
+  float angle = 6.2831853 * (0.125 + 1.25 * turn);
+  // Half a turn from each place to the next.
+  vec2 towards = reach * vec2(cos(angle), sin(angle));
   float sum = 0.0;
   for (int i = 0; i < Places; ++i) {
     float share = (float(i) + 0.5 + 0.5 * (turn - 0.5)) / float(Places);
-    float angle = 6.2831853 * (share * 7.0 + turn);
-    vec2 at = floor(gl_FragCoord.xy + reach * share * vec2(cos(angle), sin(angle))) + 0.5;
+    vec2 at = floor(gl_FragCoord.xy + share * towards) + 0.5;
+    towards = -towards;
     vec3 v = (placeAt(at) - p) / radius;
     float square = dot(v, v);
     float fall = max(1.0 - square, 0.0);

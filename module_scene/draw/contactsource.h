@@ -4,7 +4,7 @@
 namespace nubo::scene {
 
 extern const char ContactVertexShader[];
-extern const char SurroundingsVertexShader[], SurroundingsShader[];
+extern const char DirectionShader[];
 extern const char OcclusionShader[];
 extern const char SmoothingShader[];
 

@@ -61,6 +61,14 @@ math::Vector3 centerOf(const Cluster& cluster) {
 
 Range whole(const Cluster& cluster) { return {cluster.first, cluster.count, cluster.firstVertex, cluster.vertexCount}; }
 
+// Whether no edge of a face is so long in the view that light changes between its ends. Tiles must agree, whatever they
+// show.
+bool isFine(const GeometryBuffer& buffer, const Culler& culler) {
+  constexpr double MostPixels = 8;
+  return std::all_of(buffer.groups().begin(), buffer.groups().end(),
+                     [&](const Cluster& group) { return culler.isSmaller(buffer.longestEdge(), group, MostPixels); });
+}
+
 // Whether a group's coarse version may stand for it.
 bool mayBeDrawn(const CoarseGroup& coarse, const Cluster& bounds, const Culler& culler) {
   return coarse.count > 0 && culler.isSmaller(double(coarse.error), bounds, std::min(culler.detail(), MostError));
@@ -170,6 +178,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
     else
       addRange(batch.firstRange, range);
   };
+  batch.fine = query.detail == 0 && geometry.kind == KindFaces && isFine(*batch.buffer, culler);
   const auto coarse = query.detail > 0 ? coarseVersion(geometry) : nullptr;
   if (coarse) batch.coarse = BufferCache::buffer(*coarse);
   const auto& groups = batch.buffer->groups();

@@ -35,6 +35,7 @@ struct Batch {
   bool mirrored = false;  ///< the transform turns counter-clockwise into clockwise
   bool cullBack = false;  ///< back faces cannot be seen
   float width = 1;        ///< pixels, of points and lines
+  bool fine = false;      ///< each of its faces takes some pixels at most
   std::size_t firstRange = 0, rangeCount = 0;
 };
 

@@ -1,5 +1,7 @@
 #include "module_scene/draw/painter.h"
 
+#include <algorithm>
+
 #include "module_scene/draw/drawingstate.h"
 
 namespace nubo::scene {
@@ -70,11 +72,12 @@ void setUpBare(const Geometry& geometry) {
   glDisable(GL_COLOR_MATERIAL);
   glDisableClientState(GL_COLOR_ARRAY);
   const bool isMask = material.alphaMode == AlphaMode::Mask;
-  if (isMask) setUpTexture(geometry, material);
+  isMask ? setUpTexture(geometry, material) : glDisable(GL_TEXTURE_2D);
   isMask ? glEnable(GL_ALPHA_TEST) : glDisable(GL_ALPHA_TEST);
   glAlphaFunc(GL_GEQUAL, material.alphaCutoff);
-  const bool isTextured = isMask && material.texture && !geometry.texCoords.empty();
-  glColor4f(geometry.kind == KindPoints, isTextured, 0, isMask ? material.diffuse[3] : 1);
+  glColor4f(1, 1, 1, isMask ? material.diffuse[3] : 1);
+  const GLboolean isPoints = geometry.kind == KindPoints;
+  glColorMask(isPoints, isPoints, isPoints, isPoints);
 }
 
 // Colours are premultiplied where they are kept, so that alpha is the share that is covered.
@@ -96,7 +99,11 @@ Painter::Painter(const DrawList& list, SurfaceShader* shader, bool bare)
   };
   for (const Batch& batch : list.transparent())
     if (isMask(batch)) m_Steps.push_back({&batch, false, GL_NONE});
-  if (bare) return;
+  if (bare) {
+    std::stable_partition(m_Steps.begin(), m_Steps.end(),
+                          [](const Step& step) { return step.batch->geometry->kind != KindPoints; });
+    return;
+  }
   for (const Batch& batch : list.transparent()) {
     if (isMask(batch)) continue;
     // The far side of a body is drawn before its near side.
@@ -125,7 +132,7 @@ void Painter::drawSamples(Kinds* known) {
   for (const Step& step : m_Steps) {
     const Geometry& geometry = *step.batch->geometry;
     const GLenum hidden = hiddenBy(step);
-    if (!known->insert({geometry.kind, variantFor(geometry), hidden}).second) continue;
+    if (!known->insert({geometry.kind, variantFor(step), hidden}).second) continue;
     setUp(step);
     drawRange(*step.batch, m_List.ranges()[step.batch->firstRange]);
   }
@@ -138,8 +145,15 @@ GLenum Painter::hiddenBy(const Step& step) const {
   return step.batch->cullBack || isOneSided ? GL_BACK : GL_NONE;
 }
 
-unsigned Painter::variantFor(const Geometry& geometry) const {
-  if (mp_Shader) return mp_Shader->variantFor(geometry);
+SurfaceShader::Shading Painter::shadingOf(const Step& step) const {
+  using Shading = SurfaceShader::Shading;
+  if (!step.batch->fine) return Shading::PerPixel;
+  return hiddenBy(step) == GL_BACK ? Shading::PerVertex : Shading::PerVertexOnBothSides;
+}
+
+unsigned Painter::variantFor(const Step& step) const {
+  const Geometry& geometry = *step.batch->geometry;
+  if (mp_Shader) return mp_Shader->variantFor(geometry, shadingOf(step));
   const bool textured = materialOf(geometry).texture && !geometry.texCoords.empty();
   return unsigned(isLit(geometry)) | unsigned(textured) << 1 | unsigned(geometry.colors.empty()) << 2;
 }
@@ -157,13 +171,15 @@ void Painter::setUp(const Step& step) {
     glDisable(GL_CULL_FACE);
   }
   glLightModeli(GL_LIGHT_MODEL_TWO_SIDE, batch.cullBack ? GL_FALSE : GL_TRUE);
-  if (batch.geometry == mp_Current) return;
+  const SurfaceShader::Shading shading = shadingOf(step);
+  if (batch.geometry == mp_Current && shading == m_CurrentShading) return;
   mp_Current = batch.geometry;
+  m_CurrentShading = shading;
   batch.buffer->bind(*batch.geometry);
   if (m_Bare)
     setUpBare(*batch.geometry);
   else
-    mp_Shader ? mp_Shader->use(*batch.geometry) : setUpMaterial(*batch.geometry);
+    mp_Shader ? mp_Shader->use(*batch.geometry, shading) : setUpMaterial(*batch.geometry);
   glPointSize(batch.width);
   glLineWidth(batch.width);
 }

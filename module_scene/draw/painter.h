@@ -20,8 +20,8 @@ class Painter {
 
   /// Without a shader, which may be null, light and materials are fixed-function. It lives as long as the painter.
   Painter(const DrawList& list, SurfaceShader* shader) : Painter(list, shader, false) {}
-  /// Draws what is opaque, with the current program. Its colour has 1 for points in red, 1 for faces that have holes by
-  /// the texture in green, and what multiplies that texture's alpha, below which an alpha test leaves out the others.
+  /// Draws the depths of what is opaque, without a program. Points, which come last, have the colour white, others
+  /// change none.
   Painter(const DrawList& list, Purpose) : Painter(list, nullptr, true) {}
 
   /// Kinds of drawing for which a driver must make itself ready: what is drawn, with what, and what is left out of it.
@@ -42,7 +42,8 @@ class Painter {
 
   Painter(const DrawList& list, SurfaceShader* shader, bool bare);
   GLenum hiddenBy(const Step& step) const;
-  unsigned variantFor(const Geometry& geometry) const;
+  SurfaceShader::Shading shadingOf(const Step& step) const;
+  unsigned variantFor(const Step& step) const;
   void setUp(const Step& step);
   std::size_t drawRanges(const Batch& batch, std::size_t indices);
 
@@ -52,6 +53,7 @@ class Painter {
   std::vector<Step> m_Steps;
   std::size_t m_Step = 0, m_Range = 0;  // the next
   const Geometry* mp_Current = nullptr;
+  SurfaceShader::Shading m_CurrentShading{};
 };
 
 }  // namespace nubo::scene

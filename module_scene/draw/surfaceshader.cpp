@@ -25,16 +25,19 @@ enum Variant : unsigned {
   OfClay = 256,
   OfDrawing = 512,
   Contact = 1024,
-  EyeDome = 2048
+  EyeDome = 2048,
+  PerVertex = 4096,
+  TwoSided = 8192
 };
 
-constexpr const char* Defines[] = {"BASE_MAP",     "ROUGHNESS_MAP", "NORMAL_MAP", "OCCLUSION_MAP",
-                                   "EMISSIVE_MAP", "LIT",           "MASK",       "OPAQUE",
-                                   "OF_CLAY",      "OF_DRAWING",    "CONTACT",    "EYE_DOME"};
+constexpr const char* Defines[] = {"BASE_MAP", "ROUGHNESS_MAP", "NORMAL_MAP", "OCCLUSION_MAP", "EMISSIVE_MAP",
+                                   "LIT",      "MASK",          "OPAQUE",     "OF_CLAY",       "OF_DRAWING",
+                                   "CONTACT",  "EYE_DOME",      "PER_VERTEX", "TWO_SIDED"};
 
 // Texture units, the first five also bits of the variant.
 constexpr const char* Samplers[] = {"baseMap",     "roughnessMap", "normalMap", "occlusionMap",
                                     "emissiveMap", "reflections",  "contactMap"};
+constexpr unsigned AllMaps = BaseMap | RoughnessMap | NormalMap | OcclusionMap | EmissiveMap;
 constexpr int MapCount = 5, ReflectionUnit = 5, ContactUnit = 6, UnitCount = 7;
 
 enum Uniform : std::size_t {
@@ -140,6 +143,9 @@ void SurfaceShader::begin(const Viewpoint& viewpoint, Look look, const util::YPo
   m_Look = look;
   m_Environment = environment;
   ++m_Drawing;
+  GLint vertexUnits = 0;
+  glGetIntegerv(GL_MAX_VERTEX_TEXTURE_IMAGE_UNITS, &vertexUnits);
+  m_HasVertexTextures = vertexUnits > 0;
   QOpenGLExtraFunctions* gl = extraFunctions();
   gl->glActiveTexture(GL_TEXTURE0 + ReflectionUnit);
   gl->glBindTexture(GL_TEXTURE_3D, BufferCache::buffer(environment ? *environment : studio())->name());
@@ -161,7 +167,7 @@ unsigned SurfaceShader::contactFor(const Geometry& geometry, unsigned variant) c
   return variant & Lit ? unsigned(Contact) : 0u;
 }
 
-unsigned SurfaceShader::variantFor(const Geometry& geometry) const {
+unsigned SurfaceShader::variantFor(const Geometry& geometry, Shading shading) const {
   const Material& material = materialOf(geometry);
   const PhysicalMaterial physical = material.toPhysical();
   unsigned result = material.lit && !geometry.normals.empty() ? unsigned(Lit) : 0u;
@@ -179,12 +185,14 @@ unsigned SurfaceShader::variantFor(const Geometry& geometry) const {
     const bool isInk = isDrawing && geometry.kind != KindFaces;
     return (result & (BaseMap | Mask | Opaque | EyeDome)) | (isInk ? OfDrawing : 0u);
   }
-  if (m_Look == Look::Studio) return result;
-  return (result & (BaseMap | Lit | Mask | Opaque | Contact | EyeDome)) | OfClay | (isDrawing ? OfDrawing : 0u);
+  if (m_Look != Look::Studio)
+    result = (result & (BaseMap | Lit | Mask | Opaque | Contact | EyeDome)) | OfClay | (isDrawing ? OfDrawing : 0u);
+  if (shading == Shading::PerPixel || (result & AllMaps) || !m_HasVertexTextures) return result;
+  return result | PerVertex | (shading == Shading::PerVertexOnBothSides ? TwoSided : 0u);
 }
 
-void SurfaceShader::use(const Geometry& geometry) {
-  const unsigned variant = variantFor(geometry);
+void SurfaceShader::use(const Geometry& geometry, Shading shading) {
+  const unsigned variant = variantFor(geometry, shading);
   Program& current = program(variant);
   QOpenGLExtraFunctions* gl = extraFunctions();
   gl->glUseProgram(current.name.name());
@@ -218,14 +226,14 @@ void SurfaceShader::setTextures(const Program& program, const PhysicalMaterial& 
     gl->glActiveTexture(GL_TEXTURE0 + map);
     gl->glBindTexture(GL_TEXTURE_2D, BufferCache::buffer(*maps[map]->texture)->name());
     const auto& transform = maps[map]->transform;
-    for (int row = 0; row < 2; ++row) {
-      const int place = 8 * map + 4 * row + 2 * maps[map]->coordinates;
-      std::copy_n(&transform[3 * row], 2, &places[std::size_t(place)]);
-      offsets[2 * map + row] = transform[3 * row + 2];
+    for (std::size_t row = 0; row < 2; ++row) {
+      const std::size_t place = std::size_t(8 * map + 2 * maps[map]->coordinates) + 4 * row;
+      std::copy_n(&transform[3 * row], 2, &places[place]);
+      offsets[std::size_t(2 * map) + row] = transform[3 * row + 2];
     }
   }
   gl->glActiveTexture(GL_TEXTURE0);
-  if (!(variant & ((1u << MapCount) - 1))) return;
+  if (!(variant & AllMaps)) return;
   gl->glUniform4fv(program.locations[Places], 2 * MapCount, places.data());
   gl->glUniform2fv(program.locations[Offsets], MapCount, offsets.data());
 }
@@ -238,7 +246,8 @@ SurfaceShader::Program& SurfaceShader::program(unsigned variant) {
     if (variant & (1u << bit)) head += QByteArray("#define ") + Defines[bit] + '\n';
   QByteArray messages;
   result = Program();
-  result.name = linkProgram(head + SurfaceVertexShader, head + SurfaceFragmentShader, &messages);
+  result.name = linkProgram(head + SurfaceLightSource + SurfaceVertexShader,
+                            head + SurfaceLightSource + SurfaceFragmentShader, &messages);
   if (!result.name.name()) {
     m_Failed = true;
     static std::atomic<bool> said{false};

@@ -26,10 +26,13 @@ class SurfaceShader {
   void begin(const Viewpoint& viewpoint, Look look, const util::YPointer<Environment>& environment);
   /// After begin(): light between surfaces is looked up in this map.
   void setContact(GLuint map, const ContactLookup& lookup);
+  /// Where light is computed: software OpenGL does it for a block of pixels of each face, however small it is. Per
+  /// vertex without textures only.
+  enum class Shading { PerPixel, PerVertex, PerVertexOnBothSides };
   /// Which of the programs draws a geometry.
-  unsigned variantFor(const Geometry& geometry) const;
+  unsigned variantFor(const Geometry& geometry, Shading shading) const;
   /// Sets up program and material for a geometry whose arrays are bound.
-  void use(const Geometry& geometry);
+  void use(const Geometry& geometry, Shading shading);
 
  private:
   static constexpr std::size_t UniformCount = 20;
@@ -49,6 +52,7 @@ class SurfaceShader {
   Look m_Look = Look::Studio;
   util::YPointer<Environment> m_Environment;
   unsigned m_Drawing = 0;
+  bool m_HasVertexTextures = false;
   bool m_Failed = false;          // OpenGL refused one of the programs
   math::Matrix4 m_ToEnvironment;  // from eye space
   bool m_Parallel = false;        // the eye is infinitely far away

@@ -2,34 +2,110 @@
 
 namespace nubo::scene {
 
-// Matrices, colours and texture coordinates are those of fixed-function drawing, so that callers need not care.
-const char SurfaceVertexShader[] = R"(
-varying vec4 color;
-varying vec4 coordinates;
+// Light on a surface, in eye space and linear light. The reflections are looked up in the environment's own frame.
+const char SurfaceLightSource[] = R"(
 #ifdef LIT
-varying vec3 position;
-varying vec3 normal;
+uniform vec2 surface;      // metallic, roughness
+uniform vec4 eye;          // where it is, and 1; or the direction to it, and 0
+uniform vec3 irradiance[10];
+uniform sampler3D reflections;
+uniform float brightest;
+uniform vec2 texels;       // how far the middles of the outermost texels lie apart, and those of the levels
+uniform mat3 toEnvironment;
+uniform vec3 keyDirection, keyLight;
 
 vec3 decode(vec3 c) {
   return mix(c / 12.92, pow((c + 0.055) / 1.055, vec3(2.4)), step(0.04045, c));
 }
+
+vec3 diffuseLight(vec3 n) {
+  vec3 squares = n * n, products = n * n.yzx;
+  return irradiance[0] + n.x * irradiance[1] + n.y * irradiance[2] + n.z * irradiance[3] +
+         squares.x * irradiance[4] + squares.y * irradiance[5] + squares.z * irradiance[6] +
+         products.x * irradiance[7] + products.y * irradiance[8] + products.z * irradiance[9];
+}
+
+vec3 reflectedLight(vec3 direction, float roughness) {
+  vec3 d = toEnvironment * direction;
+  d /= abs(d.x) + abs(d.y) + abs(d.z);
+  vec2 below = (1.0 - abs(d.yx)) * (step(0.0, d.xy) * 2.0 - 1.0);
+  vec2 folded = mix(below, d.xy, step(0.0, d.z));
+  vec3 root = texture3D(reflections, vec3(folded * texels.x, roughness * texels.y - 0.5 * texels.y) + 0.5).rgb;
+  return root * root * brightest;
+}
+
+// What a surface sends to the eye: of the light from everywhere, and of the one from the key's direction.
+void shine(vec3 position, vec3 n, vec3 base, float metallic, float roughness, out vec3 around, out vec3 key) {
+#ifdef OF_CLAY
+  base = vec3(0.6);
+  metallic = 0.0;
+  roughness = 1.0;
+#endif
+  vec3 view = normalize(eye.xyz - eye.w * position);
+  float nv = clamp(dot(n, view), 0.001, 1.0);
+  vec3 f0 = mix(vec3(0.04), base, metallic);
+  vec3 matte = base * (1.0 - metallic);
+
+  // What a rough surface reflects of light that comes from everywhere: a fit of the split sum's second part. What the
+  // first reflection loses comes back after further ones.
+  vec4 r = roughness * vec4(-1.0, -0.0275, -0.572, 0.022) + vec4(1.0, 0.0425, 1.04, -0.04);
+  float grazing = min(r.x * r.x, exp2(-9.28 * nv)) * r.x + r.y;
+  vec2 split = vec2(-1.04, 1.04) * grazing + r.zw;
+  vec3 once = f0 * split.x + split.y;
+  float lost = 1.0 - split.x - split.y;
+  vec3 mean = f0 + (1.0 - f0) / 21.0;
+  vec3 again = once * mean / (1.0 - lost * mean) * lost;
+  matte *= 1.0 - once - again;
+  around = once * reflectedLight(reflect(-view, n), roughness) + (again + matte) * diffuseLight(n);
+
+  float nl = max(dot(n, keyDirection), 0.0);
+  vec3 h = normalize(view + keyDirection);
+  float nh = clamp(dot(n, h), 0.0, 1.0);
+  float a = max(roughness * roughness, 0.004);
+  float spread = nh * nh * (a * a - 1.0) + 1.0;
+  float lobe = a * a / (spread * spread) * 0.5 / mix(2.0 * nl * nv, nl + nv, a);
+  vec3 fresnel = f0 + (1.0 - f0) * pow(1.0 - clamp(dot(view, h), 0.0, 1.0), 5.0);
+  key = keyLight * nl * (matte + min(lobe, 64.0) * fresnel);
+}
+#endif
+)";
+
+// Matrices, colours and texture coordinates are those of fixed-function drawing, so that callers need not care.
+const char SurfaceVertexShader[] = R"(
+varying vec4 color;
+varying vec4 coordinates;
+#ifdef PER_VERTEX
+varying vec3 around, key;
+#ifdef TWO_SIDED
+varying vec3 aroundBack, keyBack;
+#endif
+#elif defined(LIT)
+varying vec3 position;
+varying vec3 normal;
 #endif
 
 void main() {
   gl_Position = ftransform();
   coordinates = vec4(gl_MultiTexCoord0.xy, gl_MultiTexCoord1.xy);
+  color = gl_Color;
 #ifdef LIT
+  color.rgb = decode(color.rgb);
+#ifdef PER_VERTEX
+  vec3 position = vec3(gl_ModelViewMatrix * gl_Vertex);
+  vec3 n = normalize(gl_NormalMatrix * gl_Normal);
+  shine(position, n, color.rgb, surface.x, surface.y, around, key);
+#ifdef TWO_SIDED
+  shine(position, -n, color.rgb, surface.x, surface.y, aroundBack, keyBack);
+#endif
+#else
   position = vec3(gl_ModelViewMatrix * gl_Vertex);
   normal = gl_NormalMatrix * gl_Normal;
-  color = vec4(decode(gl_Color.rgb), gl_Color.a);
-#else
-  color = gl_Color;
+#endif
 #endif
 }
 )";
 
-// Everything is computed in eye space and in linear light. The reflections are looked up in the environment's own
-// frame. Unlit colours pass through as they are.
+// Unlit colours pass through as they are.
 const char SurfaceFragmentShader[] = R"(
 varying vec4 color;
 varying vec4 coordinates;
@@ -78,42 +154,21 @@ float contact() {
 #endif
 
 #ifdef LIT
+#ifdef PER_VERTEX
+varying vec3 around, key;
+#ifdef TWO_SIDED
+varying vec3 aroundBack, keyBack;
+#endif
+#else
 varying vec3 position;
 varying vec3 normal;
-uniform vec2 surface;      // metallic, roughness
+#endif
 uniform vec3 emission;
 uniform float relief, occlusion;
 uniform sampler2D roughnessMap, normalMap, occlusionMap, emissiveMap;
-uniform vec4 eye;          // where it is, and 1; or the direction to it, and 0
-uniform vec3 irradiance[10];
-uniform sampler3D reflections;
-uniform float brightest;
-uniform vec2 texels;       // how far the middles of the outermost texels lie apart, and those of the levels
-uniform mat3 toEnvironment;
-uniform vec3 keyDirection, keyLight;
-
-vec3 decode(vec3 c) {
-  return mix(c / 12.92, pow((c + 0.055) / 1.055, vec3(2.4)), step(0.04045, c));
-}
 
 vec3 encode(vec3 c) {
   return mix(c * 12.92, 1.055 * pow(c, vec3(1.0 / 2.4)) - 0.055, step(0.0031308, c));
-}
-
-vec3 diffuseLight(vec3 n) {
-  vec3 squares = n * n, products = n * n.yzx;
-  return irradiance[0] + n.x * irradiance[1] + n.y * irradiance[2] + n.z * irradiance[3] +
-         squares.x * irradiance[4] + squares.y * irradiance[5] + squares.z * irradiance[6] +
-         products.x * irradiance[7] + products.y * irradiance[8] + products.z * irradiance[9];
-}
-
-vec3 reflectedLight(vec3 direction, float roughness) {
-  vec3 d = toEnvironment * direction;
-  d /= abs(d.x) + abs(d.y) + abs(d.z);
-  vec2 below = (1.0 - abs(d.yx)) * (step(0.0, d.xy) * 2.0 - 1.0);
-  vec2 folded = mix(below, d.xy, step(0.0, d.z));
-  vec3 root = texture3D(reflections, vec3(folded * texels.x, roughness * texels.y - 0.5 * texels.y) + 0.5).rgb;
-  return root * root * brightest;
 }
 
 #ifdef NORMAL_MAP
@@ -148,61 +203,37 @@ void main() {
 #if defined(MASK) || defined(OPAQUE)
   base.a = 1.0;
 #endif
-#ifdef OF_CLAY
-  base.rgb = vec3(0.6);
-#endif
 #ifdef LIT
+#ifdef PER_VERTEX
+  vec3 light = around, direct = key;
+#ifdef TWO_SIDED
+  if (!gl_FrontFacing) {
+    light = aroundBack;
+    direct = keyBack;
+  }
+#endif
+#else
   float side = gl_FrontFacing ? 1.0 : -1.0;
   vec3 n = normalize(normal) * side;
 #ifdef NORMAL_MAP
   n = relieved(n, side);
 #endif
-  vec3 view = normalize(eye.xyz - eye.w * position);
-  float nv = clamp(dot(n, view), 0.001, 1.0);
-
-  float metallic = surface.x, roughness = surface.y;
+  vec2 factors = surface;
 #ifdef ROUGHNESS_MAP
-  vec4 factors = texture2D(roughnessMap, place(1));
-  metallic *= factors.b;
-  roughness *= factors.g;
+  factors *= texture2D(roughnessMap, place(1)).bg;
 #endif
-#ifdef OF_CLAY
-  metallic = 0.0;
-  roughness = 1.0;
-#endif
-  vec3 f0 = mix(vec3(0.04), base.rgb, metallic);
-  vec3 matte = base.rgb * (1.0 - metallic);
-
-  // What a rough surface reflects of light that comes from everywhere: a fit of the split sum's second part. What the
-  // first reflection loses comes back after further ones.
-  vec4 r = roughness * vec4(-1.0, -0.0275, -0.572, 0.022) + vec4(1.0, 0.0425, 1.04, -0.04);
-  float grazing = min(r.x * r.x, exp2(-9.28 * nv)) * r.x + r.y;
-  vec2 split = vec2(-1.04, 1.04) * grazing + r.zw;
-  vec3 once = f0 * split.x + split.y;
-  float lost = 1.0 - split.x - split.y;
-  vec3 mean = f0 + (1.0 - f0) / 21.0;
-  vec3 again = once * mean / (1.0 - lost * mean) * lost;
-  matte *= 1.0 - once - again;
-
-  vec3 diffuse = diffuseLight(n);
-  vec3 light = once * reflectedLight(reflect(-view, n), roughness) + (again + matte) * diffuse;
+  vec3 light, direct;
+  shine(position, n, base.rgb, factors.x, factors.y, light, direct);
 #ifdef OCCLUSION_MAP
   light *= 1.0 + occlusion * (texture2D(occlusionMap, place(3)).r - 1.0);
 #endif
-
-  float nl = max(dot(n, keyDirection), 0.0);
+#endif
 #ifdef CONTACT
   float arriving = contact();
   light *= arriving;
-  nl *= 0.5 + 0.5 * arriving;  // it comes from a direction, from which less is hidden
+  direct *= 0.5 + 0.5 * arriving;  // it comes from a direction, from which less is hidden
 #endif
-  vec3 h = normalize(view + keyDirection);
-  float nh = clamp(dot(n, h), 0.0, 1.0);
-  float a = max(roughness * roughness, 0.004);
-  float spread = nh * nh * (a * a - 1.0) + 1.0;
-  float lobe = a * a / (spread * spread) * 0.5 / mix(2.0 * nl * nv, nl + nv, a);
-  vec3 fresnel = f0 + (1.0 - f0) * pow(1.0 - clamp(dot(view, h), 0.0, 1.0), 5.0);
-  light += keyLight * nl * (matte + min(lobe, 64.0) * fresnel);
+  light += direct;
 
 #ifdef OF_CLAY
   vec3 glow = vec3(0.0);

@@ -3,9 +3,11 @@
 
 namespace nubo::scene {
 
-// Both follow a #version line and #define lines: LIT, BASE_MAP, ROUGHNESS_MAP, NORMAL_MAP, OCCLUSION_MAP, EMISSIVE_MAP,
-// OF_CLAY,
-// OF_DRAWING, and of MASK and OPAQUE at most one.
+// Both shaders follow a #version line, #define lines and the light. To be defined are LIT, BASE_MAP, ROUGHNESS_MAP,
+// NORMAL_MAP, OCCLUSION_MAP, EMISSIVE_MAP, OF_CLAY, OF_DRAWING, of CONTACT and EYE_DOME and of MASK and OPAQUE at most
+// one, and with LIT and no map PER_VERTEX: light is computed there, with TWO_SIDED
+// for back faces, too.
+extern const char SurfaceLightSource[];
 extern const char SurfaceVertexShader[];
 extern const char SurfaceFragmentShader[];
 

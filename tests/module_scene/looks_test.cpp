@@ -62,6 +62,18 @@ Light bytesToLight(QRgb pixel) {
   return {linear(qRed(pixel)), linear(qGreen(pixel)), linear(qBlue(pixel))};
 }
 
+/// Where one of them is covered wholly.
+double meanDistance(const QImage& a, const QImage& b) {
+  int sum = 0, count = 0;
+  for (int y = 0; y < a.height(); ++y)
+    for (int x = 0; x < a.width(); ++x)
+      if (qAlpha(a.pixel(x, y)) == 255) {
+        sum += test::distance(a.pixel(x, y), b.pixel(x, y));
+        ++count;
+      }
+  return double(sum) / count;
+}
+
 class LooksTest : public test::GlFixture {
  protected:
   /// Where the shot shows a point of the scene.
@@ -197,6 +209,27 @@ TEST_F(LooksTest, ADrawerLightsEachViewAnew) {
     camera.elevation = elevation;
     shot.transform = camera.transform();
     EXPECT_EQ(drawPart(drawer, shot, 0, 0, shot.width, shot.height), draw(shot));
+  }
+}
+
+// Of small faces light is computed at the corners, on both sides of those that are open.
+TEST_F(LooksTest, ShapesOfManySmallFacesAreLitAsThoseOfLargeOnes) {
+  const MaterialPointer metal = physical([](PhysicalMaterial& m) {
+    m.metallic = 0.6f;
+    m.roughness = 0.35f;
+  });
+  std::vector<MeshBuilder::Point2> profile;
+  for (int i = 0; i <= 40; ++i) profile.push_back({0.8 * std::sin(0.04 * i), -0.8 * std::cos(0.04 * i)});
+  for (const bool open : {false, true}) {
+    Shot shot = shotFromFront(element({MeshBuilder(metal).sphere({0, 0, 0}, 0.8, 160, 80).finish()}));
+    if (open) shot.root = element({MeshBuilder(metal).turned(profile, false, 160).finish()});
+    gui::Camera camera;
+    camera.elevation = 35;
+    shot.transform = camera.transform();
+    Shot large = shot;
+    large.width = large.height = 4 * shot.width;
+    const QImage small = draw(shot), reduced = test::quarter(draw(large));
+    EXPECT_LT(meanDistance(small, reduced), 1.5) << open;
   }
 }
 
@@ -536,11 +569,7 @@ TEST_F(LooksTest, ContactIsTheSameInTilesAndAtAnySize) {
   Shot large = shot;
   large.width = large.height = 4 * shot.width;
   const QImage small = draw(shot), reduced = test::quarter(draw(large));
-  double sum = 0;
-  for (int y = 0; y < small.height(); ++y)
-    for (int x = 0; x < small.width(); ++x)
-      if (qAlpha(small.pixel(x, y)) == 255) sum += test::distance(small.pixel(x, y), reduced.pixel(x, y));
-  EXPECT_LT(sum / (small.width() * small.height()), 3);
+  EXPECT_LT(meanDistance(small, reduced), 3);
 }
 
 TEST_F(LooksTest, AGroundIsNothingButAShadowThatComposesOverAnyPage) {
