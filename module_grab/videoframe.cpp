@@ -35,7 +35,7 @@ VideoFrame::VideoFrame(scene::SceneDrawer& drawer, int width, int height, const 
   glGetDoublev(GL_MODELVIEW_MATRIX, m_ModelView);
 
   picture::clearForDrawing(drawer, width, height);
-  gluPerspective(45.0, double(width) / height, scene::SceneDrawer::ZNEAR, scene::SceneDrawer::ZFAR);
+  gluPerspective(FrameOpening, double(width) / height, scene::SceneDrawer::ZNEAR, scene::SceneDrawer::ZFAR);
   glMatrixMode(GL_MODELVIEW);
   glLoadIdentity();
   glEnable(GL_LIGHT0);

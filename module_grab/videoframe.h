@@ -17,6 +17,9 @@ class SceneDrawer;
 
 namespace nubo::grab {
 
+/// The vertical angle in degrees that a frame shows.
+constexpr double FrameOpening = 45.0;
+
 /// Draws the global scene, as a panel with this view transform shows it, into the bound framebuffer of this size in
 /// pixels. The current context's fixed-function state and matrices are as they were once this is destroyed. The caller
 /// holds the scene's lock.

@@ -137,6 +137,7 @@ bool VideoHandler::initStart(const QString& fileName, int width, int height, gui
 
 void VideoHandler::openOutput() {
   // A file that cannot be opened is in the log already; the encoder then refuses the chunks.
+  mp_Encoder->setBitrateChosen(m_IsBitrateChosen);
   mp_Encoder->setOutputParameters(m_FileName, m_Width, m_Height, m_Fps, m_Bitrate);
   connect(mp_Encoder.get(), &video::Encoder::progressChanged, this, &VideoHandler::progressChanged,
           Qt::DirectConnection);
@@ -177,6 +178,7 @@ void VideoHandler::readSettings() {
   m_MaxChunkSize = static_cast<std::uint32_t>(settings.chunkMegabytes) * 1000000;
   m_Fps = settings.fps;
   m_Bitrate = settings.bitrate;
+  m_IsBitrateChosen = settings.isBitrateChosen;
   m_UseMemoryAsBuffer = settings.useMemoryAsBuffer;
 }
 
@@ -255,7 +257,12 @@ bool VideoHandler::drawFrame(QIODevice* device) {
   const math::Matrix4 transform = m_Transform;
   panelLock.unlock();
   const VideoFrame frame(*mp_SceneDrawer, m_Width, m_Height, transform);
-  return appendFrame(mp_Fbo->toImage(), *device);
+  QImage picture = mp_Fbo->toImage();
+  if (!appendFrame(picture, *device)) return false;
+  // Colours are blended with the background already.
+  if (m_FramesGrabbed == 0 && m_FirstObserver && picture.reinterpretAsFormat(QImage::Format_RGB32))
+    m_FirstObserver(picture);
+  return true;
 }
 
 ChunkRules VideoHandler::chunkRules() const { return {m_MaxChunkSize, m_UseMemoryAsBuffer, frameBytes()}; }

@@ -59,6 +59,8 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject, private FrameFlow {
   /// Calls `observer` with the numbers of frames grabbed and encoded so far, on the grabbing thread and on the
   /// encoder's, where it may take its time: no lock is held. Before the start.
   void observeFrames(std::function<void(int grabbed, int encoded)> observer) { m_FrameObserver = std::move(observer); }
+  /// Calls `observer` with the first frame, on the grabbing thread. Before the start.
+  void observeFirstFrame(std::function<void(const QImage&)> observer) { m_FirstObserver = std::move(observer); }
   /// The frames' size in pixels for a panel of that size.
   static QSize frameSize(int width, int height, QSize panel);
   /// The same, of the recording that was started.
@@ -133,6 +135,7 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject, private FrameFlow {
   std::uint32_t m_MaxChunkSize = 100 * (1u << 20);  ///< bytes
   int m_Fps = 25;
   int m_Bitrate = 0;  ///< bits per second
+  bool m_IsBitrateChosen = true;
   bool m_UseMemoryAsBuffer = true;
   /// Guards what a frame takes of the panel: mp_Panel and m_Transform. Nothing is waited for while it is held, so that
   /// a closing panel waits for no frame, nor for what a frame waits for.
@@ -141,6 +144,7 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject, private FrameFlow {
   std::unique_ptr<OutputClaim> mp_Claim;
 
   std::function<void(int, int)> m_FrameObserver;
+  std::function<void(const QImage&)> m_FirstObserver;
   std::atomic<int> m_FramesGrabbed{0};
   std::atomic<int> m_FramesEncoded{0};
   std::atomic<int> m_FramesPlanned{0};

@@ -3,6 +3,7 @@
 
 #include <QString>
 #include <QtDebug>
+#include <functional>
 #include <typeinfo>
 
 #include "kernel/main/castclass.h"
@@ -66,6 +67,10 @@ class NUBO_KERNEL_EXPORT AbstractParameter {
   /// The text that dialogs and the command line start from.
   void setDefaultParameterForDefaultGUI(const QString& text) { m_Default = text; }
   const QString& getDefaultParameterForDefaultGUI() const { return m_Default; }
+  /// What a dialog starts from in place of the default until its user has chosen otherwise; asked for when the dialog
+  /// is made, and empty where there is nothing to suggest. Of a file's name it can be the suffix alone, ".mp4".
+  void setSuggestion(const std::function<QString()>& suggestion) { m_Suggestion = suggestion; }
+  QString getSuggestion() const { return m_Suggestion ? m_Suggestion() : QString(); }
 
   void setQuantity(Quantity quantity) { m_Quantity = quantity; }
   Quantity getQuantity() const { return m_Quantity; }
@@ -74,6 +79,9 @@ class NUBO_KERNEL_EXPORT AbstractParameter {
   /// to whoever takes it over.
   void setDotsPerInch(double dotsPerInch) { m_DotsPerInch = dotsPerInch; }
   double getDotsPerInch() const { return m_DotsPerInch; }
+  /// Whether the user gave the value, and did not just leave what was offered. It goes with the value, too.
+  void setChosen(bool chosen) { m_Chosen = chosen; }
+  bool isChosen() const { return m_Chosen; }
 
   const QString& getName() const { return m_Name; }
   const QString& getDescription() const { return m_Description; }
@@ -94,7 +102,9 @@ class NUBO_KERNEL_EXPORT AbstractParameter {
   QString m_Description;
   QString m_Unit;
   QString m_Default;
+  std::function<QString()> m_Suggestion;
   bool m_Required;
+  bool m_Chosen = false;
   Quantity m_Quantity = Quantity::Plain;
   double m_DotsPerInch = 0;
   ParameterPanelFactory* mp_PanelFactory;

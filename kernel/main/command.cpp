@@ -1,5 +1,6 @@
 #include "kernel/main/command.h"
 
+#include <QImage>
 #include <algorithm>
 #include <utility>
 
@@ -20,6 +21,7 @@ std::vector<std::unique_ptr<CommandGUIDescriptor>> copied(
     copies.push_back(std::make_unique<CommandGUIDescriptor>(from->getFlag(), from->getGroup(), from->getPosition(),
                                                             from->getCommandName(), from->getLabel(),
                                                             from->getIcon() ? new QIcon(*from->getIcon()) : nullptr));
+    copies.back()->setShortcut(from->getShortcut());
   }
   return copies;
 }
@@ -77,6 +79,7 @@ bool Command::setParameters(const ParameterSet& values) {
   for (size_t i = 0; i < converted.size(); ++i) {
     own->parameters()[i]->setValuePointer(converted[i].release());
     own->parameters()[i]->setDotsPerInch(values.parameters()[i]->getDotsPerInch());
+    own->parameters()[i]->setChosen(values.parameters()[i]->isChosen());
   }
   return selectParameterSet(values.getID());
 }
@@ -96,6 +99,7 @@ Command* Command::clone() const {
       if (TypeSolver::Value value = m_TypeSolver.convert(*target->parameters()[i], *set.parameters()[i])) {
         target->parameters()[i]->setValuePointer(value.release());
         target->parameters()[i]->setDotsPerInch(set.parameters()[i]->getDotsPerInch());
+        target->parameters()[i]->setChosen(set.parameters()[i]->isChosen());
       }
     }
     copy->selectParameterSet(set.getID());
@@ -115,6 +119,16 @@ void Command::giveReason(const QString& reason) { emit mp_Monitor->reasonGiven(r
 void Command::updateEndedEarly(const QString& extent) { emit mp_Monitor->endedEarly(extent); }
 
 void Command::giveFact(const QString& name, const QVariant& value) { emit mp_Monitor->factGiven(name, value); }
+
+/// Averaging each small pixel over all of a large picture would take as long as writing it; four of its pixels each way
+/// are as good.
+void Command::givePreview(const QImage& picture) {
+  constexpr int Side = 256;
+  const QSize small = picture.size().scaled(Side, Side, Qt::KeepAspectRatio).boundedTo(picture.size());
+  if (small.isEmpty()) return;
+  const QSize between = (small * 4).boundedTo(picture.size());
+  emit mp_Monitor->previewGiven(picture.scaled(between).scaled(small, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+}
 
 void Command::disableCommand(bool disable) {
   if (m_Enabled.exchange(!disable) == disable) emit mp_Monitor->enabledChanged(!disable);

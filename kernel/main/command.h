@@ -12,6 +12,7 @@
 #include "kernel/main/typesolver.h"
 
 QT_BEGIN_NAMESPACE
+class QImage;
 class QWidget;
 QT_END_NAMESPACE
 
@@ -33,6 +34,8 @@ class NUBO_KERNEL_EXPORT CommandMonitor : public QObject {
   void endedEarly(const QString& extent);
   /// A figure of what the run has made, for programs to read: "frames", "width". A later one of that name replaces it.
   void factGiven(const QString& name, const QVariant& value);
+  /// A small picture of what the run has made.
+  void previewGiven(const QImage& picture);
   void enabledChanged(bool enabled);
   void started();
   void finished();
@@ -71,6 +74,8 @@ class NUBO_KERNEL_EXPORT Command {
   void giveReason(const QString& reason);
   void updateEndedEarly(const QString& extent);
   void giveFact(const QString& name, const QVariant& value);
+  /// Of any size; user interfaces get a small one.
+  void givePreview(const QImage& picture);
   void disableCommand(bool disable);
 
   bool isEnabled() const { return m_Enabled; }

@@ -45,6 +45,9 @@ class NUBO_KERNEL_EXPORT CommandGUIDescriptor : public GUIDescriptor {
   const QString& getCommandName() const { return m_CommandName; }
   const QString& getLabel() const { return m_Label; }
   const QIcon* getIcon() const { return mp_Icon.get(); }
+  /// The keys that run it, such as "F12", in user interfaces that have no other use for them; empty: there are none.
+  void setShortcut(const QString& keys) { m_Shortcut = keys; }
+  const QString& getShortcut() const { return m_Shortcut; }
 
  private:
   GUIFLAG m_Flag;
@@ -53,6 +56,7 @@ class NUBO_KERNEL_EXPORT CommandGUIDescriptor : public GUIDescriptor {
   QString m_CommandName;
   QString m_Label;
   std::unique_ptr<QIcon> mp_Icon;
+  QString m_Shortcut;
 };
 
 }  // namespace nubo::main

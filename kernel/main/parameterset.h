@@ -22,6 +22,12 @@ class NUBO_KERNEL_EXPORT ParameterSet {
   };
   using Check = std::function<Refusal(const ParameterSet& values)>;
   using Summary = std::function<QString(const ParameterSet& values)>;
+  /// What of a view a command will take, in its middle.
+  struct Frame {
+    double aspect = 0;   ///< width by height; 0: the view's own
+    double opening = 0;  ///< the vertical angle in degrees; 0: nothing is taken of a view
+  };
+  using Framing = std::function<Frame(const ParameterSet& values)>;
 
   ParameterSet(int id, const QString& name);
   /// Takes ownership.
@@ -38,6 +44,11 @@ class NUBO_KERNEL_EXPORT ParameterSet {
   void setSummary(const Summary& summary) { m_Summary = summary; }
   /// Empty without a summary, and for values that are refused.
   QString summarize(const ParameterSet& values) const;
+  /// Tells user interfaces what of the active view a run with these values will take, so that they can show it before.
+  /// As with a summary otherwise.
+  void setFraming(const Framing& framing) { m_Framing = framing; }
+  bool framesView() const { return bool(m_Framing); }
+  Frame frame(const ParameterSet& values) const { return m_Framing ? m_Framing(values) : Frame(); }
   int getID() const { return m_ID; }
   const QString& getName() const { return m_Name; }
 
@@ -48,6 +59,7 @@ class NUBO_KERNEL_EXPORT ParameterSet {
   std::vector<std::shared_ptr<AbstractParameter>> m_Owned;
   Check m_Check;
   Summary m_Summary;
+  Framing m_Framing;
 };
 
 }  // namespace nubo::main

@@ -25,6 +25,7 @@
 #include "module_grab/events.h"
 #include "module_grab/image/icon.h"
 #include "module_grab/modulegrab.h"
+#include "module_scene/draw/viewpoint.h"
 #include "module_scene/gui/viewer.h"
 #include "picture/offscreencontext.h"
 #include "picture/panelview.h"
@@ -46,6 +47,7 @@ constexpr int InteractiveSet = 1;
 constexpr int ProgrammaticSet = 10000;
 constexpr int OfferedInMenuAndToolBar = main::CommandGUIDescriptor::Menu | main::CommandGUIDescriptor::ToolBar;
 constexpr double MetersPerInch = 0.0254;
+constexpr double PictureOpening = scene::HalfOpening * 360 / 3.14159265358979323846;  // degrees
 const char Execute[] = "nubo::commands::grab::GrabImage::execute";
 const char Probe[] = "nubo::commands::grab::GrabImage::probeFramebufferObjects";
 const char DirectoryKey[] = "lastGrabImageDirectory";
@@ -90,6 +92,7 @@ GrabImage::GrabImage()
               new main::CommandGUIDescriptor(main::CommandGUIDescriptor::Menu, QObject::tr("Grab"), 10,
                                              QString::fromLatin1(CommandName), QObject::tr("Image"),
                                              new QIcon(nubo::grab::loadIcon(QStringLiteral("grabscene"))))) {
+  m_GUIDescriptors.front()->setShortcut(QStringLiteral("F12"));
   m_Placement = OfferedInMenuAndToolBar;
   m_Abortable = false;
   m_Undoable = false;
@@ -143,6 +146,8 @@ void GrabImage::buildInteractiveSet() {
   set.addParameter(width);
   set.setCheck([this](const main::ParameterSet& values) { return checkValues(values); });
   set.setSummary([this](const main::ParameterSet& values) { return summarize(values); });
+  // All that a panel shows, in its own shape.
+  set.setFraming([](const main::ParameterSet&) { return main::ParameterSet::Frame{0, PictureOpening}; });
   m_ParameterSets.push_back(set);
 }
 
@@ -293,6 +298,7 @@ void GrabImage::grabToFile(const QString& fileName, int width, int height, const
   }
   saveImage(&image, transform);
   if (m_Aborted) return updateEndedEarly(QObject::tr("nothing was written"));
+  givePreview(image);
   updateText(QObject::tr("Saving image"));
   const QByteArray localName = fileName.toLocal8Bit();
   QString reason;

@@ -13,10 +13,12 @@
 #include "kernel/main/overseer.h"
 #include "kernel/main/parametervalues.h"
 #include "kernel/util/delegate.h"
+#include "module_grab/commands/videoformats.h"
 #include "module_grab/events.h"
 #include "module_grab/image/icon.h"
 #include "module_grab/modulegrab.h"
 #include "module_grab/video/videoencoder.h"
+#include "module_grab/videoframe.h"
 #include "module_grab/videohandler.h"
 #include "module_grab/videosettings.h"
 #include "module_trajectory/trajectory.h"
@@ -37,21 +39,6 @@ constexpr int MinimalSize = 16;
 const char LastDirectoryKey[] = "lastGrabVideoDirectory";
 
 bool isTooSmall(int pixels) { return pixels != 0 && pixels < MinimalSize; }
-
-/// Empty where a video can be written to that file; else what the run would say, and what helps.
-QString whyNoEncoder(const QString& fileName) {
-  const auto& formats = *VideoEncoder::getInstance()->getLoadableFiles();
-  const QFileInfo file(fileName);
-  if (formats.count(file.completeSuffix().toUpper()) > 0) return QString();
-  QString text = QObject::tr("No encoder for file '%1' found").arg(fileName);
-  if (formats.count(file.suffix().toUpper()) > 0)
-    return text + QObject::tr("; all that follows the first dot of a name is its format: call it '%1.%2'")
-                      .arg(file.completeBaseName().replace('.', '-'), file.suffix());
-  QStringList known;
-  for (const auto& [extension, description] : formats) known << extension.toLower();
-  return known.isEmpty() ? text
-                         : text + QObject::tr("; there are encoders for %1").arg(known.join(QStringLiteral(", ")));
-}
 
 }  // namespace
 
@@ -76,6 +63,7 @@ GrabVideo::GrabVideo()
               new main::CommandGUIDescriptor(main::CommandGUIDescriptor::Menu, QObject::tr("Grab"), 20, CommandName,
                                              QObject::tr("Video"),
                                              new QIcon(nubo::grab::loadIcon(QStringLiteral("grabvideo"))))) {
+  m_GUIDescriptors.front()->setShortcut(QStringLiteral("Ctrl+F12"));
   m_Placement = main::CommandGUIDescriptor::Menu | main::CommandGUIDescriptor::ToolBar;
   m_Abortable = true;
   m_Undoable = false;
@@ -96,11 +84,14 @@ void GrabVideo::addParameters() {
   mp_PanelFactory = std::make_unique<main::FileParameterPanelFactory>(boost::bind(&GrabVideo::createSaveDialog, this));
   auto* fileName = newParameter<QString>("filename", QObject::tr("Filename to save video"));
   fileName->setParameterPanelFactory(mp_PanelFactory.get());
+  fileName->setSuggestion(&suggestedSuffix);
   auto* width = newParameter<int>("width", QObject::tr("Width of the video (0=window-width)"));
   width->setDefaultParameterForDefaultGUI(QStringLiteral("0"));
+  width->setSuggestion([] { return QStringLiteral("1920"); });
   width->setQuantity(main::AbstractParameter::Quantity::PixelsAcross);
   auto* height = newParameter<int>("height", QObject::tr("Height of the video (0=window-height)"));
   height->setDefaultParameterForDefaultGUI(QStringLiteral("0"));
+  height->setSuggestion([] { return QStringLiteral("1080"); });
   height->setQuantity(main::AbstractParameter::Quantity::PixelsDown);
   auto* sync = newParameter<bool>(
       "sync",
@@ -114,6 +105,7 @@ void GrabVideo::addParameters() {
   set.addParameter(sync);
   set.setCheck([this](const main::ParameterSet& values) { return checkValues(values); });
   set.setSummary([this](const main::ParameterSet& values) { return summarize(values); });
+  set.setFraming([this](const main::ParameterSet& values) { return frameOf(values); });
   m_ParameterSets.push_back(set);
 }
 
@@ -152,6 +144,14 @@ QString GrabVideo::summarize(const main::ParameterSet& values) const {
       .arg(double(count - first) / fps, 0, 'f', 1)
       .arg(size.width())
       .arg(size.height());
+}
+
+main::ParameterSet::Frame GrabVideo::frameOf(const main::ParameterSet& values) const {
+  const auto width = solveParameter<int>(m_TypeSolver, values, 1);
+  const auto height = solveParameter<int>(m_TypeSolver, values, 2);
+  if (!width || !height || isTooSmall(*width) || isTooSmall(*height) || !mp_ActivePanel) return {};
+  const QSize size = VideoHandler::frameSize(*width, *height, mp_ActivePanel->size());
+  return {double(size.width()) / size.height(), nubo::grab::FrameOpening};
 }
 
 void GrabVideo::scenePanelChanged(const main::Event* event) {
@@ -256,6 +256,7 @@ bool GrabVideo::startHandler(const Request& request, gui::ScenePanel* panel) {
           Qt::DirectConnection);
   mp_VideoHandler->observeFrames(
       [this](int grabbed, int encoded) { updateDetail(tr("%1 frames, %2 encoded").arg(grabbed).arg(encoded)); });
+  mp_VideoHandler->observeFirstFrame([this](const QImage& frame) { givePreview(frame); });
   updateProcessed(-1);
   updateText(tr("RAW-Video grabbing started"));
   const auto start = request.sync ? &VideoHandler::startSynced : &VideoHandler::start;

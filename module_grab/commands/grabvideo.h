@@ -68,6 +68,7 @@ class NUBO_MODULE_GRAB_EXPORT GrabVideo : public QObject, public main::Command {
   main::ParameterSet::Refusal checkValues(const main::ParameterSet& values) const;
   /// Of a recording as the trajectory stands. Application thread.
   QString summarize(const main::ParameterSet& values) const;
+  main::ParameterSet::Frame frameOf(const main::ParameterSet& values) const;
   bool checkSize(const Request& request);
   /// Makes the active panel the one that this recording grabs; null, with the reason in the log, if there is none
   /// or if it is being recorded.

@@ -11,6 +11,7 @@
 #include "kernel/main/parametervalues.h"
 #include "module_grab/events.h"
 #include "module_grab/modulegrab.h"
+#include "module_grab/videosettings.h"
 
 namespace nubo::commands::grab {
 
@@ -105,6 +106,10 @@ void SetVideoSettings::execute() {
   };
   storeNumber(ChunkSizeKey, std::clamp(*chunkSize, MinimalChunkSize, MaximalChunkSize), 0);
   storeNumber(FpsKey, std::max(*fps, MinimalFps), 1);
+  const auto* bitrateParameter = set.parameters()[2];
+  const bool isOther = bitrateParameter->toString() != bitrateParameter->getDefaultParameterForDefaultGUI();
+  const bool isChosen = nubo::grab::isBitrateChosen() || bitrateParameter->isChosen() || isOther;
+  main::nuboSettings()->setValue(nubo::grab::BitrateChosenKey, isChosen);
   storeNumber(BitrateKey, std::max(*bitrate, MinimalBitrate), 2);
   store(UseMemoryKey, *useMemory, set.parameters()[3], flagText(*useMemory));
   if (m_FireEvent)

@@ -58,6 +58,9 @@ class NUBO_MODULE_GRAB_EXPORT Encoder : public QObject {
   /// The grabbing thread.
   bool encodeVideoChunk(QIODevice* chunk, bool last);
 
+  /// Tells an encoder that the bit rate is a mere default, so that it may aim at a quality. Before the first chunk.
+  void setBitrateChosen(bool chosen) { m_IsBitrateChosen = chosen; }
+
   /// Calls `observer` with the size in bytes of each chunk that has been encoded, on the worker; not for a null chunk,
   /// and not for what is thrown away after a failure or an abort. Before the first chunk.
   void observeChunks(std::function<void(qint64 bytes)> observer) { m_Observer = std::move(observer); }
@@ -91,12 +94,13 @@ class NUBO_MODULE_GRAB_EXPORT Encoder : public QObject {
   /// Limits a colour value to 0 ... 255 and drops its fraction; not a number gives 0.
   static unsigned char clamp(double value);
 
-  QIODevice* mp_Device;         ///< owned; a QFile open for writing; null when no output is open
-  std::atomic<bool> m_Aborted;  ///< set for good by abortEncoding
-  int m_Width;                  ///< pixels, even
-  int m_Height;                 ///< pixels, even
-  int m_Fps;                    ///< frames per second, as in the user's settings; unchecked
-  int m_Bitrate;                ///< bits per second, likewise unchecked
+  QIODevice* mp_Device;           ///< owned; a QFile open for writing; null when no output is open
+  std::atomic<bool> m_Aborted;    ///< set for good by abortEncoding
+  int m_Width;                    ///< pixels, even
+  int m_Height;                   ///< pixels, even
+  int m_Fps;                      ///< frames per second, as in the user's settings; unchecked
+  int m_Bitrate;                  ///< bits per second, likewise unchecked
+  bool m_IsBitrateChosen = true;  ///< false: nobody has chosen m_Bitrate, and a quality serves better
 
  private:
   class Runner;

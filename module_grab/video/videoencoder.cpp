@@ -123,6 +123,19 @@ void VideoEncoder::limitFrameRate(const QString& extension, int most, int shown)
   m_FrameRates[detached(extension.toUpper())] = {most, shown};
 }
 
+void VideoEncoder::rankFormat(const QString& extension, int rank) { m_Ranks[detached(extension.toUpper())] = rank; }
+
+QString VideoEncoder::suggestedFormat() const {
+  QString best;
+  int highest = 0;
+  for (const auto& [extension, rank] : m_Ranks) {
+    if (rank <= highest || m_Encoders.count(extension) == 0) continue;
+    highest = rank;
+    best = extension.toLower();
+  }
+  return best;
+}
+
 int VideoEncoder::writtenFrameRate(const QString& fileName, int fps) const {
   const auto limits = m_FrameRates.find(keyOf(fileName));
   if (fps < 1 || limits == m_FrameRates.end()) return std::max(fps, 0);
@@ -142,6 +155,7 @@ void VideoEncoder::unloadPlugins() {
   m_Encoders.clear();
   m_LoadableFiles.clear();
   m_FrameRates.clear();
+  m_Ranks.clear();
   for (QLibrary* library : m_Libraries) {
     library->unload();
     delete library;

@@ -45,6 +45,11 @@ class NUBO_MODULE_GRAB_EXPORT VideoEncoder {
   /// nothing can be encoded, and with more than `shown` the video is written with that many, and lasts longer. 0: there
   /// is no such limit.
   void limitFrameRate(const QString& extension, int most, int shown);
+  /// For plug-ins, after registerEncoder: of the formats with a rank above 0, dialogs suggest the highest until their
+  /// user has chosen one.
+  void rankFormat(const QString& extension, int rank);
+  /// The extension that is suggested, in lower case; empty where none has a rank.
+  QString suggestedFormat() const;
   /// The frames per second with which a recording at `fps` is written to that file; 0 where it cannot be.
   int writtenFrameRate(const QString& fileName, int fps) const;
   /// A new encoder, owned by the caller, for everything after the first dot of the file's name; null if nobody
@@ -76,6 +81,7 @@ class NUBO_MODULE_GRAB_EXPORT VideoEncoder {
   std::map<QString, EncoderEntry> m_Encoders;
   std::map<QString, QString> m_LoadableFiles;
   std::map<QString, FrameRates> m_FrameRates;  ///< of the extensions that have limits
+  std::map<QString, int> m_Ranks;              ///< of those that have one
 };
 
 }  // namespace nubo::grab::video

@@ -10,9 +10,8 @@ namespace nubo::gui {
 namespace {
 
 constexpr double Degree = 3.14159265358979323846 / 180.0;
-// Half of the smallest vertical opening angle under which a view is drawn, and room around the model.
+// Half of the smallest vertical opening angle under which a view is drawn.
 constexpr double HalfOpening = 22.5 * Degree;
-constexpr double Room = 1.05;
 
 struct NamedView {
   const char* name;
@@ -24,7 +23,7 @@ constexpr NamedView Views[] = {{"front", 0, 0}, {"back", 180, 0},   {"left", 270
 
 }  // namespace
 
-double Camera::usableSlope() { return std::tan(HalfOpening) / Room; }
+double Camera::usableSlope(double margin) { return std::tan(HalfOpening) * (1 - 2 * margin); }
 
 math::Matrix4 Camera::transform() const {
   return math::scaling(lens, lens, 1) * math::translation(0, 0, -distance) * math::rotation(-roll * Degree, {0, 0, 1}) *

@@ -49,8 +49,10 @@ class NUBO_MODULE_SCENE_EXPORT Camera {
 
   /// What is closer to the eye may be cut off, and what is farther away is too small to be seen; scaled.
   static constexpr double NearestDistance = 0.06, FarthestDistance = 50.0;
-  /// The tangent of half the vertical angle that a model may take, which leaves a little room around it.
-  static double usableSlope();
+  /// The part of a view that is left free at each side, so that there is a little room around a model.
+  static constexpr double UsualMargin = 0.5 - 0.5 / 1.05;
+  /// The tangent of half the vertical angle that a model may take.
+  static double usableSlope(double margin = UsualMargin);
 };
 
 }  // namespace nubo::gui

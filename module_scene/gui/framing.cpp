@@ -144,13 +144,13 @@ scene::BoundingBox Framing::extent() const {
   return box;
 }
 
-Camera Framing::camera(int width, int height, const Framing* centred) const {
+Camera Framing::camera(int width, int height, const Framing* centred, double margin) const {
   Camera camera = m_Direction;
   if (m_Slices.empty()) return camera;
   const scene::BoundingBox box = extent();
   const double radius = sizeOf(box) / 2;
   camera.scale = 1 / radius;
-  const double slope = Camera::usableSlope(), aspect = double(std::max(width, 1)) / std::max(height, 1);
+  const double slope = Camera::usableSlope(margin), aspect = double(std::max(width, 1)) / std::max(height, 1);
   const Framing& inMiddle = centred ? *centred : *this;
   math::Vector3 place;
   double distance = 0;

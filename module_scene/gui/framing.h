@@ -22,8 +22,9 @@ class NUBO_MODULE_SCENE_EXPORT Framing {
   /// then look at.
   void addTurning(const scene::SceneElement& element, const math::Matrix4& parent = math::Matrix4());
   /// For a view of this size; the direction's camera as it is while nothing was added. In the middle of the view lies
-  /// all that was added, or what was added to `centred`, a part of it that is seen from the same direction.
-  Camera camera(int width, int height, const Framing* centred = nullptr) const;
+  /// all that was added, or what was added to `centred`, a part of it that is seen from the same direction. `margin` is
+  /// the part of the view that is left free at each of its sides, from 0 to 0.45.
+  Camera camera(int width, int height, const Framing* centred = nullptr, double margin = Camera::UsualMargin) const;
 
  private:
   /// What lies between two planes across the line of sight.

@@ -16,7 +16,7 @@ namespace nubo::gui {
 
 namespace {
 
-constexpr double OpeningAngle = scene::HalfOpening * 360 / 3.14159265358979323846;  // degrees
+constexpr double DegreesPerRadian = 180 / 3.14159265358979323846;
 constexpr double DegreesPerPixel = 0.4;
 
 /// Takes a frustum its perspective: what the frustum divides by, the depth, is the same everywhere, and the true depth
@@ -64,7 +64,12 @@ void ScenePanel::setCamera(const Camera& camera) {
   emit cameraChanged();
 }
 
-void ScenePanel::fit() {
+void ScenePanel::setWidening(double factor) {
+  m_Widening = factor;
+  update();
+}
+
+void ScenePanel::fit(const QSize& size) {
   const auto scene = scene::_GlobalScene();
   const scene::SceneLocker locker(scene, scene::LockAll);
   const auto root = scene ? scene->getRootNode() : nullptr;
@@ -72,7 +77,7 @@ void ScenePanel::fit() {
   Framing still(m_Camera, root->getBoundingBox()), turning = still;
   still.add(*root);
   turning.addTurning(*root);
-  setCamera(turning.camera(width(), height(), &still));
+  setCamera(turning.camera(size.width(), size.height(), &still, m_Margin));
 }
 
 void ScenePanel::initializeGL() {
@@ -130,7 +135,8 @@ void ScenePanel::beginFrame(scene::SceneDrawer& drawer, int samples, int smaller
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   glMatrixMode(GL_PROJECTION);
   glLoadIdentity();
-  gluPerspective(OpeningAngle, double(pixels().width()) / pixels().height(), scene::SceneDrawer::ZNEAR,
+  const double opening = 2 * std::atan(std::tan(scene::HalfOpening) * m_Widening) * DegreesPerRadian;
+  gluPerspective(opening, double(pixels().width()) / pixels().height(), scene::SceneDrawer::ZNEAR,
                  scene::SceneDrawer::ZFAR);
   glMatrixMode(GL_MODELVIEW);
   glLoadIdentity();
@@ -161,7 +167,7 @@ void ScenePanel::mouseMoveEvent(QMouseEvent* event) {
   const bool pans = event->buttons() & Qt::MiddleButton ||
                     (event->buttons() & Qt::LeftButton && event->modifiers() & Qt::ShiftModifier);
   if (pans)
-    camera.pan(-double(moved.x()) / height(), double(moved.y()) / height());
+    camera.pan(-m_Widening * moved.x() / height(), m_Widening * moved.y() / height());
   else if (event->buttons() & Qt::LeftButton)
     camera.orbit(-moved.x() * DegreesPerPixel, moved.y() * DegreesPerPixel);
   else if (event->buttons() & Qt::RightButton)

@@ -29,7 +29,10 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   const Camera& getCamera() const { return m_Camera; }
   void setCamera(const Camera& camera);
   /// Shows the whole scene from the direction as it is, with room for turning about the vertical axis.
-  void fit();
+  void fit() { fit(size()); }
+  /// How much of a view's height is left free below and above of what is fitted, from 0 to 0.45.
+  void setMargin(double margin) { m_Margin = margin; }
+  double getMargin() const { return m_Margin; }
   /// By how many pixels a drawing may be wrong (SceneDrawer::glDraw's `detail`); 0 draws everything as it is. From 8 on
   /// it has half the resolution, from 16 on a quarter.
   void setDetail(double pixels) { m_Detail = pixels; }
@@ -40,6 +43,12 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   void cameraChanged();
 
  protected:
+  /// The same into a part of the panel of this size.
+  void fit(const QSize& size);
+  /// Shows so many times as much to all sides as pictures of the panel do; the view transform stays as it is.
+  void setWidening(double factor);
+  double getWidening() const { return m_Widening; }
+
   static constexpr int AllLayers = 65535, AllKinds = 7;
 
   void initializeGL() override;
@@ -61,6 +70,8 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
 
   Camera m_Camera;
   double m_Detail = 0.0;
+  double m_Margin = Camera::UsualMargin;
+  double m_Widening = 1.0;
   std::unique_ptr<scene::SceneDrawer> m_Drawer;
   std::unique_ptr<QOpenGLFramebufferObject> m_Smaller;  ///< for drawings of less resolution
   QPoint m_LastPosition;

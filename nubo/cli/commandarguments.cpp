@@ -75,6 +75,7 @@ QString textFor(const AbstractParameter& parameter, const Arguments& arguments, 
                 QString& error) {
   const QString name = optionName(parameter.getName());
   const Argument* given = findArgument(arguments, name);
+  value.setChosen(given != nullptr);
   QString text = given ? given->value : defaultText(parameter);
   if (given && text.isNull()) {
     if (parameter.getType() != typeid(bool)) {

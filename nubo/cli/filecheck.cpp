@@ -1,8 +1,10 @@
 #include "nubo/cli/filecheck.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryFile>
 
 namespace nubo::app {
@@ -27,6 +29,20 @@ QString whyNotWritable(const QString& fileName) {
   if (trial.open()) return QString();
   return QCoreApplication::translate("FileCheck", "cannot write into the directory %1: %2")
       .arg(directory.filePath(), trial.errorString());
+}
+
+QString freeName(const QString& fileName) {
+  static const QRegularExpression number(QStringLiteral("-(\\d{1,6})$"));
+  constexpr int Most = 1000000;
+  const QFileInfo file(fileName);
+  QString base = file.completeBaseName();
+  const QRegularExpressionMatch match = number.match(base);
+  int next = match.hasMatch() ? match.captured(1).toInt() : 1;
+  if (match.hasMatch()) base.chop(match.capturedLength());
+  QString path = file.filePath();
+  while (QFileInfo::exists(path) && !QFileInfo(path).isDir() && next < Most)
+    path = file.dir().filePath(QStringLiteral("%1-%2.%3").arg(base).arg(++next).arg(file.suffix()));
+  return path;
 }
 
 }  // namespace nubo::app

@@ -17,12 +17,11 @@ int terminalColumns() {
 
 }  // namespace
 
-QString progressLine(const QString& text, int percent, int secondsLeft, int columns) {
-  QString state;
+QString progressLine(const QString& text, int percent, int secondsGone, int secondsLeft, int columns) {
+  QString state = secondsGone > 0 ? QLatin1Char(' ') + clockText(secondsGone) : QString();
   if (percent >= 0) {
-    state = QStringLiteral("] %1 %").arg(percent, 3);
-    if (secondsLeft >= 0)
-      state += QStringLiteral(" %1:%2 left").arg(secondsLeft / 60).arg(secondsLeft % 60, 2, 10, QChar('0'));
+    state.prepend(QStringLiteral("] %1 %").arg(percent, 3));
+    if (secondsLeft >= 0) state += QStringLiteral("%1 %2 left").arg(secondsGone > 0 ? "," : "", clockText(secondsLeft));
     // A long text shortens the bar before it is cut itself.
     const int length = std::clamp(columns - int(text.size() + state.size()) - 2, 10, 30);
     const int filled = length * percent / 100;
@@ -49,7 +48,7 @@ void TerminalProgress::end(const void*) { setPercent(-1); }
 void TerminalProgress::setText(const QString& text) {
   const std::lock_guard<std::mutex> lock(m_Mutex);
   m_Text = text;
-  m_Percent = -1;
+  m_Clock = ProgressClock();
   draw();
 }
 
@@ -61,9 +60,8 @@ void TerminalProgress::setDetail(const QString& detail) {
 
 void TerminalProgress::setPercent(int percent) {
   const std::lock_guard<std::mutex> lock(m_Mutex);
-  if (m_Percent == percent) return;
-  if (percent < m_Percent || m_Percent < 0) m_Since.start();
-  m_Percent = percent;
+  if (m_Clock.percent() == percent) return;
+  m_Clock.setPercent(percent);
   draw();
 }
 
@@ -74,11 +72,9 @@ void TerminalProgress::clear() {
 
 void TerminalProgress::draw() {
   if (!m_Shown) return;
-  const qint64 elapsed = m_Percent > 0 ? m_Since.elapsed() : 0;
-  // Below two seconds a guess is worth nothing.
-  const int left = elapsed > 2000 ? int(elapsed * (100 - m_Percent) / m_Percent / 1000) : -1;
   const QString text = m_Detail.isEmpty() ? m_Text : m_Text + QStringLiteral(": ") + m_Detail;
-  const QString line = progressLine(text, m_Percent, left, terminalColumns() - 1);
+  const QString line =
+      progressLine(text, m_Clock.percent(), m_Clock.secondsGone(), m_Clock.secondsLeft(), terminalColumns() - 1);
   std::fprintf(stderr, "\r\033[K%s", line.toLocal8Bit().constData());
   std::fflush(stderr);
   m_Drawn = true;

@@ -1,16 +1,16 @@
 // A line at the bottom of the terminal that shows how far the work is.
 #pragma once
 
-#include <QElapsedTimer>
 #include <QString>
 #include <mutex>
 
 #include "kernel/util/yprogressdialog.h"
+#include "nubo/cli/progressclock.h"
 
 namespace nubo::app {
 
-/// Shows a text with a bar and the time left, on standard error. Shows nothing unless that is a terminal.
-/// Thread-safe.
+/// Shows a text with a bar, the time gone and the time left, on standard error. Shows nothing unless that is a
+/// terminal. Thread-safe.
 class TerminalProgress : public util::ProgressPresenter {
  public:
   TerminalProgress();
@@ -39,12 +39,11 @@ class TerminalProgress : public util::ProgressPresenter {
   bool m_Drawn = false;
   QString m_Text;
   QString m_Detail;
-  int m_Percent = -1;
-  QElapsedTimer m_Since;  ///< when the percentage last began anew
+  ProgressClock m_Clock;  ///< since the text was another
 };
 
-/// `Building tiles [#####     ]  50 % 0:07 left`, at most `columns` wide. A percentage of -1 leaves the bar out,
-/// negative seconds the time.
-QString progressLine(const QString& text, int percent, int secondsLeft, int columns);
+/// `Building tiles [#####     ]  50 % 0:07, 0:07 left`, at most `columns` wide. A percentage of -1 leaves the bar out,
+/// seconds below 1 gone or below 0 left leave out that time.
+QString progressLine(const QString& text, int percent, int secondsGone, int secondsLeft, int columns);
 
 }  // namespace nubo::app

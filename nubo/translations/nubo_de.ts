@@ -71,6 +71,13 @@
     </message>
 </context>
 <context>
+    <name>CommandDock</name>
+    <message>
+        <source>Result</source>
+        <translation>Ergebnis</translation>
+    </message>
+</context>
+<context>
     <name>CommandStarter</name>
     <message>
         <source>“%1”</source>
@@ -196,6 +203,14 @@
     <message>
         <source>&amp;Stop Command</source>
         <translation>Befehl &amp;anhalten</translation>
+    </message>
+    <message>
+        <source>Open &amp;Recent</source>
+        <translation>&amp;Zuletzt geöffnet</translation>
+    </message>
+    <message>
+        <source>Recent R&amp;esults</source>
+        <translation>&amp;Letzte Ergebnisse</translation>
     </message>
 </context>
 <context>
@@ -578,11 +593,11 @@
     <name>JointFile</name>
     <message>
         <source>&apos;%1&apos; is not a number</source>
-        <translation type="unfinished">„%1“ ist keine Zahl</translation>
+        <translation>„%1“ ist keine Zahl</translation>
     </message>
     <message>
         <source>cannot read &apos;%1&apos;: %2</source>
-        <translation type="unfinished">„%1“ lässt sich nicht lesen: %2</translation>
+        <translation>„%1“ lässt sich nicht lesen: %2</translation>
     </message>
     <message>
         <source>%1 values stand where %2 are expected</source>
@@ -590,7 +605,7 @@
     </message>
     <message>
         <source>line %1: %2</source>
-        <translation type="unfinished">Zeile %1: %2</translation>
+        <translation>Zeile %1: %2</translation>
     </message>
     <message>
         <source>it moves no joint</source>
@@ -736,6 +751,26 @@
     <message>
         <source>&amp;Close Panel</source>
         <translation>Ansicht &amp;schließen</translation>
+    </message>
+    <message>
+        <source>S&amp;hape</source>
+        <translation>F&amp;orm</translation>
+    </message>
+    <message>
+        <source>&amp;Free</source>
+        <translation>&amp;Frei</translation>
+    </message>
+    <message>
+        <source>&amp;Square</source>
+        <translation>&amp;Quadrat</translation>
+    </message>
+    <message>
+        <source>A4, Landscape</source>
+        <translation>A4 quer</translation>
+    </message>
+    <message>
+        <source>A4, Portrait</source>
+        <translation>A4 hoch</translation>
     </message>
 </context>
 <context>
@@ -969,10 +1004,49 @@
     </message>
 </context>
 <context>
-    <name>RecentFiles</name>
+    <name>ResultView</name>
+    <message numerus="yes">
+        <source>%n frames</source>
+        <translation>
+            <numerusform>%n Bild</numerusform>
+            <numerusform>%n Bilder</numerusform>
+        </translation>
+    </message>
     <message>
-        <source>Open &amp;Recent</source>
-        <translation>&amp;Zuletzt geöffnet</translation>
+        <source>%1 s</source>
+        <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>%1 × %2 pixels</source>
+        <translation>%1 × %2 Pixel</translation>
+    </message>
+    <message>
+        <source>&amp;Open</source>
+        <translation>Ö&amp;ffnen</translation>
+    </message>
+    <message>
+        <source>Show in &amp;Folder</source>
+        <translation>Im &amp;Ordner zeigen</translation>
+    </message>
+    <message>
+        <source>&amp;Copy</source>
+        <translation>&amp;Kopieren</translation>
+    </message>
+    <message>
+        <source>&amp;Again</source>
+        <translation>No&amp;ch einmal</translation>
+    </message>
+    <message>
+        <source>The same once more, of what is shown now, in a new file</source>
+        <translation>Dasselbe noch einmal von dem, was jetzt zu sehen ist, in eine neue Datei</translation>
+    </message>
+    <message>
+        <source>Is being made…</source>
+        <translation>Entsteht …</translation>
+    </message>
+    <message>
+        <source>No file was made.</source>
+        <translation>Es ist keine Datei entstanden.</translation>
     </message>
 </context>
 <context>
@@ -992,6 +1066,10 @@
     <message>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>%1, %2 left</source>
+        <translation>%1, noch %2</translation>
     </message>
 </context>
 <context>
@@ -1298,6 +1376,22 @@
     <message>
         <source>F&amp;ull Screen</source>
         <translation>Voll&amp;bild</translation>
+    </message>
+    <message>
+        <source>Cop&amp;y as Picture</source>
+        <translation>Als Bild kopieren</translation>
+    </message>
+    <message>
+        <source>&amp;Margin</source>
+        <translation>&amp;Freier Rand</translation>
+    </message>
+    <message>
+        <source>%1 %</source>
+        <translation>%1 %</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Keiner</translation>
     </message>
 </context>
 <context>

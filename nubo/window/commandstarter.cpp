@@ -3,7 +3,12 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QTimer>
 
+#include "kernel/main/parameter.h"
+#include "nubo/cli/commandarguments.h"
+#include "nubo/cli/filecheck.h"
+#include "nubo/window/commanddock.h"
 #include "nubo/window/commands/commandrunner.h"
 #include "nubo/window/messagebar.h"
 #include "nubo/window/panels/panelarea.h"
@@ -19,6 +24,21 @@ QString titlesOf(const QList<RunningCommand*>& runs) {
   return titles.join(QStringLiteral(", "));
 }
 
+/// The same values, but files that are there already are not written again.
+main::ParameterSet withFreeNames(main::Command& command, const main::ParameterSet& values) {
+  main::ParameterSet copy(values.getID(), values.getName());
+  for (const main::ParameterSet& own : command.getParameterSets())
+    for (std::size_t i = 0; own.getID() == values.getID() && i < values.parameters().size(); ++i) {
+      const main::AbstractParameter& value = *values.parameters()[i];
+      auto* copied = new main::Parameter<QString>(value.getName(), value.getDescription(), QString(), false, nullptr);
+      copy.addParameter(copied);
+      if (!value.hasValue()) continue;
+      copied->castString(app::namesFile(*own.parameters()[i]) ? app::freeName(value.toString()) : value.toString());
+      copied->setDotsPerInch(value.getDotsPerInch());
+    }
+  return copy;
+}
+
 /// Whether the user presses the button with this text, and not the one that leaves all as it is.
 bool confirms(QMessageBox& box, const QString& consequences, const QString& button) {
   box.setInformativeText(consequences);
@@ -30,8 +50,10 @@ bool confirms(QMessageBox& box, const QString& consequences, const QString& butt
 
 }  // namespace
 
-CommandStarter::CommandStarter(CommandRunner& runner, PanelArea& panels, MessageBar& messages, QWidget* window)
-    : QObject(window), m_Runner(runner), m_Panels(panels), m_Messages(messages), mp_Window(window) {
+CommandStarter::CommandStarter(CommandRunner& runner, PanelArea& panels, MessageBar& messages, CommandDock& dock,
+                               QWidget* window)
+    : QObject(window), m_Runner(runner), m_Panels(panels), m_Messages(messages), m_Dock(dock), mp_Window(window) {
+  connect(&dock, &CommandDock::againRequested, this, &CommandStarter::repeat);
   connect(&runner, &CommandRunner::started, this, &CommandStarter::holdView);
   connect(&runner, &CommandRunner::started, this, &CommandStarter::watch);
   connect(&runner, &CommandRunner::ended, this, &CommandStarter::holdView);
@@ -52,8 +74,14 @@ void CommandStarter::holdView(const RunningCommand* run) {
 void CommandStarter::run(main::Command* command, const QString& title) {
   if (QWidget* own = command->getGUIWindow()) return own->show();
   if (QWidget* own = command->getCommandWidget()) return own->show();
-  if (command->getParameterSets().empty()) return start(command, title, nullptr);
+  if (command->getParameterSets().empty()) return start({command, title, std::nullopt});
   ask(command, title);
+}
+
+void CommandStarter::repeat(const CommandCall& call) {
+  CommandCall next = call;
+  if (call.values) next.values = withFreeNames(*call.registered, *call.values);
+  start(next);
 }
 
 void CommandStarter::ask(main::Command* command, const QString& title) {
@@ -61,15 +89,40 @@ void CommandStarter::ask(main::Command* command, const QString& title) {
   dialog->setAttribute(Qt::WA_DeleteOnClose);
   dialog->setBusyFiles(m_Runner.files());
   connect(dialog, &QDialog::accepted, this, [this, command, title, dialog] {
-    const main::ParameterSet values = dialog->values();
-    start(command, title, &values);
+    start({command, title, dialog->values()});
   });
-  dialog->open();
+  if (dialog->framesView())
+    askBeside(dialog);
+  else
+    dialog->open();
 }
 
-void CommandStarter::start(main::Command* command, const QString& title, const main::ParameterSet* values) {
-  if (!m_Runner.start(*command, title, values))
-    m_Messages.showFailure(tr("“%1” cannot be run now, or does not take these values.").arg(title));
+/// The view can be moved meanwhile, and the dialog tells what the command would take of it.
+void CommandStarter::askBeside(ParameterDialog* dialog) {
+  const auto showFrame = [this, dialog] { m_Panels.setFrame(dialog->frame()); };
+  connect(dialog, &ParameterDialog::valuesChanged, this, showFrame);
+  connect(dialog, &ParameterDialog::shapeChosen, &m_Panels, &PanelArea::setShape);
+  // Not for each step of a movement that is played.
+  constexpr int SettleMs = 120;
+  auto* settle = new QTimer(dialog);
+  settle->setSingleShot(true);
+  settle->setInterval(SettleMs);
+  connect(&m_Panels, &PanelArea::viewChanged, settle, [settle] {
+    if (!settle->isActive()) settle->start();
+  });
+  connect(settle, &QTimer::timeout, dialog, &ParameterDialog::refresh);
+  // Left to itself, the focus might go to another panel, which then were the active one.
+  connect(dialog, &ParameterDialog::ending, this, [this] { m_Panels.activePanel()->setFocus(); });
+  // Not before the command has the view as it was shown.
+  connect(dialog, &QDialog::accepted, this, [this] { m_Panels.setFrame({}); });
+  connect(dialog, &QDialog::rejected, this, [this] { m_Panels.setFrame({}); });
+  m_Dock.ask(dialog);
+  showFrame();
+}
+
+void CommandStarter::start(const CommandCall& call) {
+  if (!m_Runner.start(call))
+    m_Messages.showFailure(tr("“%1” cannot be run now, or does not take these values.").arg(call.title));
 }
 
 void CommandStarter::closePanels(const QList<ViewPanel*>& panels) {

@@ -12,17 +12,20 @@ QT_END_NAMESPACE
 
 namespace nubo::window {
 
+class CommandDock;
 class CommandRunner;
 class MessageBar;
 class PanelArea;
+class ParameterDialog;
 class RunningCommand;
+struct CommandCall;
 class ViewPanel;
 
 /// What it is given must outlive it. Application thread.
 class CommandStarter : public QObject {
   Q_OBJECT
  public:
-  CommandStarter(CommandRunner& runner, PanelArea& panels, MessageBar& messages, QWidget* window);
+  CommandStarter(CommandRunner& runner, PanelArea& panels, MessageBar& messages, CommandDock& dock, QWidget* window);
 
   /// Asks for the command's values, if it takes any, and runs it with them; `title` is what the user calls it.
   void run(main::Command* command, const QString& title);
@@ -33,7 +36,9 @@ class CommandStarter : public QObject {
 
  private:
   void ask(main::Command* command, const QString& title);
-  void start(main::Command* command, const QString& title, const main::ParameterSet* values);
+  void askBeside(ParameterDialog* dialog);
+  void repeat(const CommandCall& call);
+  void start(const CommandCall& call);
   void holdView(const RunningCommand* run);
   void watch(const RunningCommand* run);
   bool confirmsClosing(const QList<RunningCommand*>& runs);
@@ -42,6 +47,7 @@ class CommandStarter : public QObject {
   CommandRunner& m_Runner;
   PanelArea& m_Panels;
   MessageBar& m_Messages;
+  CommandDock& m_Dock;
   QWidget* mp_Window;
 };
 

@@ -14,6 +14,7 @@
 #include "kernel/main/overseer.h"
 #include "module_scene/gui/viewer.h"
 #include "nubo/cli/lookoptions.h"
+#include "nubo/window/commanddock.h"
 #include "nubo/window/commands/commandactions.h"
 #include "nubo/window/commands/commandrunner.h"
 #include "nubo/window/commands/runningcommands.h"
@@ -25,6 +26,7 @@
 #include "nubo/window/menus/filemenu.h"
 #include "nubo/window/menus/helpmenu.h"
 #include "nubo/window/menus/panelmenu.h"
+#include "nubo/window/menus/recentfiles.h"
 #include "nubo/window/menus/settingsmenu.h"
 #include "nubo/window/menus/viewmenu.h"
 #include "nubo/window/messagebar.h"
@@ -85,7 +87,8 @@ void MainWindow::createParts(main::CommandProcessor& processor) {
   util::YProgressDialog::setPresenter(std::make_shared<RunningPresenter>(mp_Running));
   mp_Trajectory = new TrajectoryBar(*mp_Changer, *mp_Runner, this);
   mp_Commands = new CommandActions(*mp_Runner, this);
-  mp_Starter = new CommandStarter(*mp_Runner, *mp_Panels, *mp_Messages, this);
+  mp_CommandDock = new CommandDock(this);
+  mp_Starter = new CommandStarter(*mp_Runner, *mp_Panels, *mp_Messages, *mp_CommandDock, this);
 }
 
 void MainWindow::createDocks() {
@@ -94,6 +97,7 @@ void MainWindow::createDocks() {
   mp_TreeDock->setObjectName(QStringLiteral("sceneDock"));
   mp_TreeDock->setWidget(mp_Tree);
   addDockWidget(Qt::LeftDockWidgetArea, mp_TreeDock);
+  addDockWidget(Qt::LeftDockWidgetArea, mp_CommandDock);
   mp_Log = new LogView;
   mp_LogDock = new QDockWidget(tr("Log"), this);
   mp_LogDock->setObjectName(QStringLiteral("logDock"));
@@ -105,7 +109,7 @@ void MainWindow::createDocks() {
 
 void MainWindow::createMenus() {
   mp_FileMenu = new FileMenu(*mp_Runner, *mp_Running, this);
-  mp_ViewMenu = new ViewMenu(*mp_Panels, {mp_TreeDock, mp_LogDock}, this);
+  mp_ViewMenu = new ViewMenu(*mp_Panels, {mp_TreeDock, mp_LogDock, mp_CommandDock}, this);
   mp_PanelMenu = new PanelMenu(*mp_Panels, this);
   auto* trajectory = new QMenu(tr("&Trajectory"), this);
   trajectory->setObjectName(QStringLiteral("trajectoryMenu"));
@@ -144,12 +148,17 @@ void MainWindow::connectParts() {
   connect(mp_Panels, &PanelArea::closeRequested, mp_Starter, &CommandStarter::closePanels);
   connect(mp_Commands, &CommandActions::triggered, mp_Starter, &CommandStarter::run);
   connect(mp_Runner, &CommandRunner::started, mp_Running, &RunningCommands::add);
+  connect(mp_Runner, &CommandRunner::started, mp_CommandDock, &CommandDock::follow);
+  connect(mp_Runner, &CommandRunner::ended, mp_FileMenu, [this](const RunningCommand* run) {
+    for (const QString& file : run->writtenFiles()) mp_FileMenu->recentResults().add(file);
+  });
   connect(mp_Messages, &MessageBar::logRequested, this, &MainWindow::showLog);
   connect(mp_Tree, &SceneTree::elementSelected, mp_Panels, &PanelArea::setSelection);
   connect(mp_Tree, &SceneTree::elementActivated, this, [this] { mp_Panels->activePanel()->fitSelection(); });
   connect(mp_Changer, &SceneChanger::changed, mp_Panels, &PanelArea::updatePanels);
   connect(mp_Changer, &SceneChanger::waiting, this, &MainWindow::showWaiting);
   connect(mp_Trajectory, &TrajectoryBar::moved, mp_Panels, &PanelArea::updatePanels);
+  connect(mp_Trajectory, &TrajectoryBar::moved, mp_Panels, &PanelArea::viewChanged);
   connect(mp_Trajectory, &TrajectoryBar::sceneChanged, mp_Tree, &SceneTree::rebuild);
   connect(mp_Trajectory, &TrajectoryBar::sceneChanged, mp_Panels, &PanelArea::updatePanels);
 }
@@ -160,6 +169,7 @@ void MainWindow::restoreLayout() {
   if (!restoreGeometry(settings->value(GeometryKey).toByteArray()))
     resize(QSize(1100, 720).boundedTo(screen()->availableSize() * 0.9));
   restoreState(settings->value(StateKey).toByteArray(), LayoutVersion);
+  mp_CommandDock->hide();  // what it showed is of another day
 }
 
 void MainWindow::saveLayout() {

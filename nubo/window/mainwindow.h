@@ -14,6 +14,7 @@ struct Record;
 namespace nubo::window {
 
 class CommandActions;
+class CommandDock;
 class CommandRunner;
 class CommandStarter;
 class FileMenu;
@@ -72,6 +73,7 @@ class MainWindow : public QMainWindow {
   RunningCommands* mp_Running;
   SceneTree* mp_Tree;
   LogView* mp_Log;
+  CommandDock* mp_CommandDock;
   QDockWidget* mp_TreeDock;
   QDockWidget* mp_LogDock;
   TrajectoryBar* mp_Trajectory;

@@ -39,6 +39,9 @@ QAction* CommandActions::createAction(main::Command* command, const CommandGUIDe
   auto* action = new QAction(asks ? title + QStringLiteral("…") : title, this);
   action->setObjectName(QStringLiteral("command:") + command->getName());
   if (descriptor.getIcon()) action->setIcon(*descriptor.getIcon());
+  const QKeySequence keys(descriptor.getShortcut());
+  const auto isTaken = [&keys](const Entry& entry) { return entry.action->shortcut() == keys; };
+  if (!keys.isEmpty() && std::none_of(m_Entries.begin(), m_Entries.end(), isTaken)) action->setShortcut(keys);
   action->setToolTip(command->getDescriptor()->getDescription());
   action->setStatusTip(command->getDescriptor()->getDescription());
   connect(action, &QAction::triggered, this, [this, command, title] { emit triggered(command, title); });

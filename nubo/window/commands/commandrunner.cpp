@@ -10,13 +10,14 @@ namespace nubo::window {
 CommandRunner::CommandRunner(main::CommandProcessor& processor, QObject* parent)
     : QObject(parent), m_Processor(processor) {}
 
-bool CommandRunner::start(main::Command& registered, const QString& title, const main::ParameterSet* values) {
+bool CommandRunner::start(const CommandCall& call) {
+  main::Command& registered = *call.registered;
   if (isRunning(registered) || !registered.isEnabled()) return false;
-  if (values && !registered.setParameters(*values)) return false;
+  if (call.values && !registered.setParameters(*call.values)) return false;
   const bool clones = registered.runsOnClone();
   main::Command* command = clones ? registered.clone() : &registered;
   if (!command) return false;
-  auto* run = new RunningCommand(*command, title, gui::Viewer::getInstance()->getActivePanel(), this);
+  auto* run = new RunningCommand(*command, call, gui::Viewer::getInstance()->getActivePanel(), this);
   connect(run, &RunningCommand::finished, this, [this, run] { end(run); });
   m_Running.append(run);
   emit started(run);

@@ -16,9 +16,9 @@ class CommandRunner : public QObject {
  public:
   CommandRunner(main::CommandProcessor& processor, QObject* parent);
 
-  /// Runs a registered command (or a clone of it, where the command wants that) with these values. False if the
-  /// command refuses the values or cannot run now; the log then has nothing of it.
-  [[nodiscard]] bool start(main::Command& registered, const QString& title, const main::ParameterSet* values);
+  /// Runs a registered command (or a clone of it, where the command wants that) with the values of the call. False if
+  /// the command refuses the values or cannot run now; the log then has nothing of it.
+  [[nodiscard]] bool start(const CommandCall& call);
   /// Whether this very command runs, which then must be left alone.
   bool isRunning(const main::Command& command) const;
   const QList<RunningCommand*>& running() const { return m_Running; }

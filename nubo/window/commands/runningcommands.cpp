@@ -3,22 +3,13 @@
 #include <QHBoxLayout>
 #include <QKeySequence>
 #include <QProgressBar>
+#include <QTimer>
 #include <QToolButton>
 
 #include "nubo/window/look/elidedlabel.h"
 #include "nubo/window/look/icons.h"
 
 namespace nubo::window {
-
-namespace {
-
-void showPercent(QProgressBar* bar, int percent) {
-  bar->setRange(0, percent < 0 ? 0 : 100);
-  bar->setTextVisible(percent >= 0);
-  bar->setValue(percent);
-}
-
-}  // namespace
 
 /// A title and what is being done. Long names and many rows must not make the window wider.
 class RunningCommands::Text : public ElidedLabel {
@@ -35,6 +26,9 @@ class RunningCommands::Text : public ElidedLabel {
 
 RunningCommands::RunningCommands(QWidget* parent) : QWidget(parent), mp_Layout(new QHBoxLayout(this)) {
   mp_Layout->setContentsMargins(0, 0, 0, 0);
+  auto* clock = new QTimer(this);
+  connect(clock, &QTimer::timeout, this, &RunningCommands::showTimes);
+  clock->start(500);
   setMinimumHeight(QToolButton().sizeHint().height() + 2);  // the bar does not grow when a row comes
 }
 
@@ -47,11 +41,34 @@ RunningCommands::Row RunningCommands::createRow(const QString& title, bool isCom
   bar->setFixedWidth(90);
   bar->setMaximumHeight(text->sizeHint().height() + 2);
   bar->setAccessibleName(title);
-  showPercent(bar, -1);
+  bar->setRange(0, 0);
+  bar->setTextVisible(false);
+  auto* time = new QLabel;
+  time->setObjectName(QStringLiteral("time"));
   layout->addWidget(text);
   layout->addWidget(bar);
+  layout->addWidget(time);
   mp_Layout->addWidget(widget);
-  return {widget, text, bar, isCommand};
+  return {widget, text, bar, time, isCommand};
+}
+
+void RunningCommands::showPercent(const void* id, int percent) {
+  const auto row = m_Rows.find(id);
+  if (row == m_Rows.end()) return;
+  row->clock.setPercent(percent);
+  row->bar->setRange(0, percent < 0 ? 0 : 100);
+  row->bar->setTextVisible(percent >= 0);
+  row->bar->setValue(percent);
+}
+
+/// Not from the first second on: what is done at once needs no clock.
+void RunningCommands::showTimes() {
+  for (const Row& row : qAsConst(m_Rows)) {
+    const int gone = row.clock.secondsGone(), left = row.clock.secondsLeft();
+    if (gone < 1) continue;
+    row.time->setText(left < 0 ? app::clockText(gone)
+                               : tr("%1, %2 left").arg(app::clockText(gone), app::clockText(left)));
+  }
 }
 
 void RunningCommands::add(RunningCommand* run) {
@@ -61,7 +78,7 @@ void RunningCommands::add(RunningCommand* run) {
   row.widget->layout()->addWidget(createStopButton(run));
   connect(run, &RunningCommand::textChanged, row.text, &Text::tell);
   connect(run, &RunningCommand::detailChanged, row.text, &Text::tell);
-  connect(run, &RunningCommand::percentChanged, row.bar, [row](int percent) { showPercent(row.bar, percent); });
+  connect(run, &RunningCommand::percentChanged, this, [this, run](int percent) { showPercent(run, percent); });
   connect(run, &RunningCommand::finished, row.widget, [this, run] { delete m_Rows.take(run).widget; });
   m_Rows[run] = row;
 }
@@ -118,18 +135,14 @@ void RunningCommands::beginPart(const void* id, const QString& label) {
   begin(id, label);
 }
 
-void RunningCommands::update(const void* id, int percent) {
-  const auto row = m_Rows.constFind(m_Parts.value(id, id));
-  if (row != m_Rows.cend()) showPercent(row->bar, percent);
-}
+void RunningCommands::update(const void* id, int percent) { showPercent(m_Parts.value(id, id), percent); }
 
 void RunningCommands::end(const void* id) {
   if (!m_Parts.contains(id)) {
     delete m_Rows.take(id).widget;
     return;
   }
-  const auto row = m_Rows.constFind(m_Parts.take(id));
-  if (row != m_Rows.cend()) showPercent(row->bar, -1);
+  showPercent(m_Parts.take(id), -1);
 }
 
 void RunningPresenter::begin(const void* id, const QString& label, bool) {

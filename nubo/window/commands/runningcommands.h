@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "kernel/util/yprogressdialog.h"
+#include "nubo/cli/progressclock.h"
 #include "nubo/window/commands/runningcommand.h"
 
 QT_BEGIN_NAMESPACE
@@ -16,7 +17,8 @@ QT_END_NAMESPACE
 
 namespace nubo::window {
 
-/// Made for the status bar, so that a command's start does not change the size of the views. Application thread.
+/// Each with the time gone and, where its percentage is known, the time left. Made for the status bar, so that a
+/// command's start does not change the size of the views. Application thread.
 class RunningCommands : public QWidget {
   Q_OBJECT
  public:
@@ -40,10 +42,14 @@ class RunningCommands : public QWidget {
     QWidget* widget;
     Text* text;
     QProgressBar* bar;
+    QLabel* time;
     bool isCommand;
+    app::ProgressClock clock = {};
   };
   Row createRow(const QString& title, bool isCommand);
   QWidget* createStopButton(RunningCommand* run);
+  void showPercent(const void* id, int percent);
+  void showTimes();
 
   QHBoxLayout* mp_Layout;
   QHash<const void*, Row> m_Rows;

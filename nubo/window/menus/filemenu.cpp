@@ -7,11 +7,14 @@
 #include "nubo/window/commands/runningcommands.h"
 #include "nubo/window/look/icons.h"
 #include "nubo/window/menus/recentfiles.h"
+#include "nubo/window/results/desktop.h"
 
 namespace nubo::window {
 
 FileMenu::FileMenu(const CommandRunner& runner, RunningCommands& running, QWidget* parent)
-    : QMenu(tr("&File"), parent), mp_Recent(new RecentFiles(this)) {
+    : QMenu(tr("&File"), parent),
+      mp_Recent(new RecentFiles(tr("Open &Recent"), QStringLiteral("recentFiles"), this)),
+      mp_Results(new RecentFiles(tr("Recent R&esults"), QStringLiteral("recentResults"), this)) {
   mp_Open =
       addAction(makeIcon(Icon::Open), tr("&Open…"), this, &FileMenu::openRequested, QKeySequence(QKeySequence::Open));
   mp_Open->setToolTip(tr("Open model files as one scene"));
@@ -19,6 +22,8 @@ FileMenu::FileMenu(const CommandRunner& runner, RunningCommands& running, QWidge
   connect(mp_Recent, &RecentFiles::chosen, this, [this](const QString& file) { emit filesChosen({file}); });
   addAction(tr("Open &Built-in Scene"), this, [this] { emit filesChosen({app::BuiltinScene}); });
   addSeparator();
+  addMenu(mp_Results);
+  connect(mp_Results, &RecentFiles::chosen, this, &openOnDesktop);
   addStopAction(runner, running);
   addSeparator();
   addAction(tr("&Quit"), this, &FileMenu::quitRequested, QKeySequence(Qt::CTRL + Qt::Key_Q));

@@ -18,6 +18,7 @@ class FileMenu : public QMenu {
 
   QAction* openAction() const { return mp_Open; }
   RecentFiles& recentFiles() const { return *mp_Recent; }
+  RecentFiles& recentResults() const { return *mp_Results; }
 
  signals:
   /// The user wants to be asked which.
@@ -30,6 +31,7 @@ class FileMenu : public QMenu {
 
   QAction* mp_Open;
   RecentFiles* mp_Recent;
+  RecentFiles* mp_Results;
 };
 
 }  // namespace nubo::window

@@ -23,6 +23,7 @@ class PanelMenu : public QMenu {
   void closeRequested(const QList<nubo::window::ViewPanel*>& panels);
 
  private:
+  void addShapes();
   void activateNext();
 
   PanelArea& m_Panels;

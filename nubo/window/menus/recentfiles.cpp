@@ -10,27 +10,27 @@ namespace nubo::window {
 
 namespace {
 
-const QString Key = QStringLiteral("window/recentFiles");
+const QString Group = QStringLiteral("window/");
 constexpr int Most = 9;
 
 }  // namespace
 
-RecentFiles::RecentFiles(QWidget* parent) : QMenu(tr("Open &Recent"), parent) {
-  setObjectName(QStringLiteral("recentFiles"));
+RecentFiles::RecentFiles(const QString& title, const QString& name, QWidget* parent) : QMenu(title, parent) {
+  setObjectName(name);
   setToolTipsVisible(true);
   fill();
 }
 
 /// The settings may hold anything.
-QStringList RecentFiles::load() {
+QStringList RecentFiles::load() const {
   QStringList files;
-  for (const QString& file : main::nuboSettings()->value(Key).toStringList())
+  for (const QString& file : main::nuboSettings()->value(Group + objectName()).toStringList())
     if (QDir::isAbsolutePath(file) && !files.contains(file) && files.size() < Most) files << file;
   return files;
 }
 
 void RecentFiles::store(const QStringList& files) {
-  main::nuboSettings()->setValue(Key, QStringList(files.mid(0, Most)));
+  main::nuboSettings()->setValue(Group + objectName(), QStringList(files.mid(0, Most)));
   fill();
 }
 

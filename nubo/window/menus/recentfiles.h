@@ -1,4 +1,4 @@
-// The menu of the files that were opened last.
+// A menu of the files that were used last.
 #pragma once
 
 #include <QMenu>
@@ -10,18 +10,19 @@ namespace nubo::window {
 class RecentFiles : public QMenu {
   Q_OBJECT
  public:
-  explicit RecentFiles(QWidget* parent);
+  /// `name` is that of the menu as an object, and of what the settings keep.
+  RecentFiles(const QString& title, const QString& name, QWidget* parent);
 
   void add(const QString& file);
   void remove(const QString& file);
-  /// Where the file lies that was opened last; the home directory if there was none.
+  /// Where the file lies that was used last; the home directory if there was none.
   QString latestDirectory() const;
 
  signals:
   void chosen(const QString& file);
 
  private:
-  static QStringList load();
+  QStringList load() const;
   void store(const QStringList& files);
   void fill();
 };

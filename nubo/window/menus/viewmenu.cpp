@@ -1,7 +1,9 @@
 #include "nubo/window/menus/viewmenu.h"
 
 #include <QActionGroup>
+#include <QClipboard>
 #include <QDockWidget>
+#include <QGuiApplication>
 #include <QSettings>
 
 #include "kernel/main/overseer.h"
@@ -16,6 +18,7 @@ namespace nubo::window {
 namespace {
 
 const QString LookKey = QStringLiteral("window/look");
+const QString MarginKey = QStringLiteral("window/margin");
 
 }  // namespace
 
@@ -31,6 +34,8 @@ ViewMenu::ViewMenu(PanelArea& panels, const QList<QDockWidget*>& docks, QWidget*
       tr("Zoom &In"), this, [panel] { panel()->zoom(1.25); }, QKeySequence(QKeySequence::ZoomIn));
   addAction(
       tr("Zoom &Out"), this, [panel] { panel()->zoom(0.8); }, QKeySequence(QKeySequence::ZoomOut));
+  addMargins();
+  addCopy();
   addSeparator();
   addDirections();
   addProjection();
@@ -41,6 +46,35 @@ ViewMenu::ViewMenu(PanelArea& panels, const QList<QDockWidget*>& docks, QWidget*
   addSeparator();
   addDocks(docks);
   addMnemonics(actions());
+}
+
+void ViewMenu::addCopy() {
+  addAction(
+      tr("Cop&y as Picture"), this,
+      [this] { QGuiApplication::clipboard()->setImage(m_Panels.activePanel()->picture()); },
+      QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_C));
+}
+
+/// Around what is fitted, from now on.
+void ViewMenu::addMargins() {
+  QMenu* menu = addMenu(tr("&Margin"));
+  menu->setObjectName(QStringLiteral("marginMenu"));
+  auto* group = new QActionGroup(menu);
+  const double kept = main::nuboSettings()->value(MarginKey, gui::Camera::UsualMargin).toDouble();
+  for (const double margin : {0.0, gui::Camera::UsualMargin, 0.05, 0.1, 0.2, 0.3}) {
+    QAction* action =
+        menu->addAction(margin > 0 ? tr("%1 %").arg(QLocale().toString(margin * 100, 'g', 2)) : tr("None"));
+    action->setCheckable(true);
+    action->setChecked(qAbs(margin - kept) < 1e-3);
+    group->addAction(action);
+    if (action->isChecked()) m_Panels.setMargin(margin);
+    connect(action, &QAction::triggered, this, [this, margin] {
+      main::nuboSettings()->setValue(MarginKey, margin);
+      m_Panels.setMargin(margin);
+      m_Panels.activePanel()->showAll();
+    });
+  }
+  addMnemonics(menu->actions());
 }
 
 void ViewMenu::addDirections() {
@@ -135,10 +169,10 @@ void ViewMenu::addFullScreen() {
 }
 
 void ViewMenu::addDocks(const QList<QDockWidget*>& docks) {
-  int key = Qt::Key_F9;
-  for (QDockWidget* dock : docks) {
-    dock->toggleViewAction()->setShortcut(QKeySequence(key++));
-    addAction(dock->toggleViewAction());
+  const int keys[] = {Qt::Key_F9, Qt::Key_F10, Qt::Key_F8};
+  for (int i = 0; i < docks.size(); ++i) {
+    docks[i]->toggleViewAction()->setShortcut(QKeySequence(keys[i]));
+    addAction(docks[i]->toggleViewAction());
   }
 }
 

@@ -24,6 +24,8 @@ class ViewMenu : public QMenu {
   SavedViews& savedViews() const { return *mp_Saved; }
 
  private:
+  void addCopy();
+  void addMargins();
   void addDirections();
   void addProjection();
   void addLooks();

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QKeySequence>
+#include <QPainterPath>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -15,9 +16,9 @@ namespace nubo::window {
 namespace {
 
 /// Where a point of eye space lies in a panel; nothing behind the eye.
-std::optional<QPointF> project(const math::Vector3& eye, const QSize& size) {
+std::optional<QPointF> project(const math::Vector3& eye, const QSize& size, double widening) {
   if (eye[2] > -0.01) return std::nullopt;
-  const double unit = 0.5 * size.height() / (std::tan(scene::HalfOpening) * -eye[2]);
+  const double unit = 0.5 * size.height() / (std::tan(scene::HalfOpening) * widening * -eye[2]);
   return QPointF(0.5 * size.width() + eye[0] * unit, 0.5 * size.height() - eye[1] * unit);
 }
 
@@ -55,7 +56,8 @@ void paintInvitation(QPainter& painter, const QColor& background, const QSize& s
                    QCoreApplication::translate("ViewPanel", "Drop model files here, or open them with %1").arg(keys));
 }
 
-void paintBox(QPainter& painter, const scene::SceneElement& element, const gui::Camera& camera, const QSize& size) {
+void paintBox(QPainter& painter, const scene::SceneElement& element, const gui::Camera& camera, const QSize& size,
+              double widening) {
   const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
   const scene::SceneElement* parent = element.getParent();
   const math::Matrix4 view = camera.transform() * (parent ? parent->getGlobalTransform() : math::Matrix4());
@@ -65,11 +67,20 @@ void paintBox(QPainter& painter, const scene::SceneElement& element, const gui::
   for (int i = 0; i < 8; ++i) {
     const math::Vector3 corner{i & 1 ? box.max[0] : box.min[0], i & 2 ? box.max[1] : box.min[1],
                                i & 4 ? box.max[2] : box.min[2]};
-    corners[i] = project(math::transformPoint(view, corner), size);
+    corners[i] = project(math::transformPoint(view, corner), size, widening);
   }
   for (int i = 0; i < 8; ++i)
     for (const int bit : {1, 2, 4})
       if (!(i & bit) && corners[i] && corners[i | bit]) painter.drawLine(*corners[i], *corners[i | bit]);
+}
+
+void paintFrame(QPainter& painter, const QRectF& frame, const QSize& size) {
+  QPainterPath outside;
+  outside.addRect(QRectF(QPointF(), size));
+  outside.addRect(frame);  // which the rule of odd and even leaves out
+  painter.fillPath(outside, QColor(0, 0, 0, 130));
+  painter.setPen(QPen(QColor(255, 255, 255, 200), 1));
+  painter.drawRect(frame.adjusted(-0.5, -0.5, 0.5, 0.5));
 }
 
 }  // namespace nubo::window

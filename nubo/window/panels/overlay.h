@@ -12,7 +12,11 @@ namespace nubo::window {
 void paintAxes(QPainter& painter, const gui::Camera& camera, const QSize& size);
 /// What to do while there is no scene.
 void paintInvitation(QPainter& painter, const QColor& background, const QSize& size);
-/// The element's box as the camera of a panel sees it. Takes a lock of the scene.
-void paintBox(QPainter& painter, const scene::SceneElement& element, const gui::Camera& camera, const QSize& size);
+/// The element's box as the camera of a panel sees it that shows so many times as much to all sides as usual. Takes a
+/// lock of the scene.
+void paintBox(QPainter& painter, const scene::SceneElement& element, const gui::Camera& camera, const QSize& size,
+              double widening);
+/// Dims what lies outside of a frame.
+void paintFrame(QPainter& painter, const QRectF& frame, const QSize& size);
 
 }  // namespace nubo::window

@@ -4,6 +4,7 @@
 #include <QTabBar>
 
 #include "module_scene/gui/viewer.h"
+#include "nubo/window/panels/panelframe.h"
 
 namespace nubo::window {
 
@@ -23,21 +24,27 @@ PanelArea::PanelArea(QWidget* parent) : QTabWidget(parent) {
 ViewPanel* PanelArea::createPanel() {
   auto* panel = new ViewPanel;
   panel->setSelection(m_Selection);
+  panel->setMargin(m_Margin);
+  connect(panel, &ViewPanel::resized, this, [this, panel] {
+    if (panel == activePanel()) emit viewChanged();
+  });
   connect(panel, &ViewPanel::activated, this, [this, panel] { activate(panel); });
   return panel;
 }
 
 void PanelArea::activate(ViewPanel* panel) {
   gui::Viewer::getInstance()->setActivePanel(panel);
+  setFrame(m_Frame);
   updatePanels();  // the frame moves
   emit activePanelChanged();
+  emit viewChanged();
 }
 
 ViewPanel* PanelArea::addPanelTab() {
   auto* splitter = new QSplitter;
   splitter->setChildrenCollapsible(false);
   ViewPanel* panel = createPanel();
-  splitter->addWidget(panel);
+  splitter->addWidget(new PanelFrame(panel));
   setCurrentIndex(addTab(splitter, tr("View %1").arg(++m_Tabs)));
   activate(panel);
   return panel;
@@ -45,19 +52,22 @@ ViewPanel* PanelArea::addPanelTab() {
 
 ViewPanel* PanelArea::split(Qt::Orientation orientation) {
   ViewPanel* active = activePanel();
-  auto* splitter = qobject_cast<QSplitter*>(active->parentWidget());
+  PanelFrame* activePlace = place(active);
+  auto* splitter = qobject_cast<QSplitter*>(activePlace->parentWidget());
   if (splitter->count() == 1) splitter->setOrientation(orientation);
   if (splitter->orientation() != orientation) {
     auto* inner = new QSplitter(orientation);
     inner->setChildrenCollapsible(false);
-    splitter->replaceWidget(splitter->indexOf(active), inner);
-    inner->addWidget(active);
-    active->show();
+    splitter->replaceWidget(splitter->indexOf(activePlace), inner);
+    inner->addWidget(activePlace);
+    activePlace->show();
     splitter = inner;
   }
   ViewPanel* panel = createPanel();
   panel->lookLike(*active);
-  splitter->insertWidget(splitter->indexOf(active) + 1, panel);
+  auto* newPlace = new PanelFrame(panel);
+  newPlace->setShape(activePlace->shape());
+  splitter->insertWidget(splitter->indexOf(activePlace) + 1, newPlace);
   const QSize size = splitter->size();
   const int share = (orientation == Qt::Horizontal ? size.width() : size.height()) / splitter->count();
   splitter->setSizes(QList<int>::fromVector(QVector<int>(splitter->count(), share)));
@@ -77,8 +87,9 @@ QList<ViewPanel*> PanelArea::panelsOfTab(int index) const {
 }
 
 void PanelArea::closePanel(ViewPanel* panel) {
-  auto* splitter = qobject_cast<QSplitter*>(panel->parentWidget());
-  delete panel;
+  PanelFrame* closed = place(panel);
+  auto* splitter = qobject_cast<QSplitter*>(closed->parentWidget());
+  delete closed;
   removeEmptySplitters(splitter);
   if (count() == 0)
     addPanelTab();
@@ -101,6 +112,22 @@ void PanelArea::tabChosen(int index) {
   if (panels.isEmpty() || panels.contains(activePanel())) return;
   auto* last = qobject_cast<ViewPanel*>(widget(index)->focusWidget());
   activate(last ? last : panels.first());
+}
+
+PanelFrame* PanelArea::place(ViewPanel* panel) const { return qobject_cast<PanelFrame*>(panel->parentWidget()); }
+
+void PanelArea::setFrame(const main::ParameterSet::Frame& frame) {
+  m_Frame = frame;
+  for (ViewPanel* panel : panels()) panel->setFrame(panel == activePanel() ? frame : main::ParameterSet::Frame());
+}
+
+void PanelArea::setShape(const QSize& shape) { place(activePanel())->setShape(shape); }
+
+QSize PanelArea::shape() const { return place(activePanel())->shape(); }
+
+void PanelArea::setMargin(double margin) {
+  m_Margin = margin;
+  for (ViewPanel* panel : panels()) panel->setMargin(margin);
 }
 
 void PanelArea::setSelection(const util::YPointer<scene::SceneElement>& element) {

@@ -12,6 +12,8 @@ QT_END_NAMESPACE
 
 namespace nubo::window {
 
+class PanelFrame;
+
 /// Each tab holds a splitter with panels and further splitters. There is always a panel, and one of them is the
 /// viewer's active panel.
 class PanelArea : public QTabWidget {
@@ -29,18 +31,29 @@ class PanelArea : public QTabWidget {
   void closePanel(ViewPanel* panel);
   void setSelection(const util::YPointer<scene::SceneElement>& element);
   void updatePanels();
+  /// In the active panel, whichever that is.
+  void setFrame(const main::ParameterSet::Frame& frame);
+  /// Of the active panel; empty: it fills its place.
+  void setShape(const QSize& shape);
+  QSize shape() const;
+  void setMargin(double margin);
 
  signals:
   /// The user wants these panels closed.
   void closeRequested(const QList<nubo::window::ViewPanel*>& panels);
   void activePanelChanged();
+  /// The active panel shows something else, or in another shape.
+  void viewChanged();
 
  private:
   ViewPanel* createPanel();
   void tabChosen(int index);
+  PanelFrame* place(ViewPanel* panel) const;
   void removeEmptySplitters(QSplitter* splitter);
 
   util::YPointer<scene::SceneElement> m_Selection;
+  main::ParameterSet::Frame m_Frame;
+  double m_Margin = gui::Camera::UsualMargin;
   int m_Tabs = 0;
 };
 

@@ -79,9 +79,24 @@ void ProgressivePanel::paintGL() {
 }
 
 ProgressivePanel::View ProgressivePanel::currentView() const {
-  return {getScaledTransformMatrix(),         size() * devicePixelRatioF(),        scene::_GlobalScene()->getSamples(),
-          scene::_GlobalScene()->getLook(),   scene::_GlobalScene()->hasEdges(),   scene::_GlobalScene()->hasContact(),
-          scene::_GlobalScene()->hasGround(), scene::_GlobalScene()->changeCount()};
+  const auto scene = scene::_GlobalScene();
+  return {getScaledTransformMatrix(), getWidening(),      size() * devicePixelRatioF(),
+          scene->getSamples(),        scene->getLook(),   scene->hasEdges(),
+          scene->hasContact(),        scene->hasGround(), scene->changeCount()};
+}
+
+QImage ProgressivePanel::picture() {
+  makeCurrent();
+  QImage picture;
+  {
+    const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
+    const scene::DrawingTurn turn;
+    const View view = currentView();
+    while (!(m_Complete && m_Begun == view)) drawPart(view);
+    picture = m_Whole->toImage();
+  }
+  doneCurrent();
+  return picture.reinterpretAsFormat(QImage::Format_RGB32) ? picture : QImage();
 }
 
 void ProgressivePanel::paintThinned() {

@@ -19,6 +19,9 @@ class ProgressivePanel : public gui::ScenePanel {
   explicit ProgressivePanel(QWidget* parent = nullptr);
   ~ProgressivePanel() override;
 
+  /// All that the panel shows of the scene, and nothing that is painted over it, with its background.
+  QImage picture();
+
  protected:
   void initializeGL() override;
   void paintGL() override;
@@ -27,14 +30,16 @@ class ProgressivePanel : public gui::ScenePanel {
   /// All that a picture of the scene depends on.
   struct View {
     math::Matrix4 transform;
+    double widening;
     QSize pixels;
     int samples;
     scene::Look look;
     bool edges, contact, ground;
     std::uint64_t changes;  ///< of the scene
     bool operator==(const View& other) const {
-      return transform == other.transform && pixels == other.pixels && samples == other.samples && look == other.look &&
-             edges == other.edges && contact == other.contact && ground == other.ground && changes == other.changes;
+      return transform == other.transform && widening == other.widening && pixels == other.pixels &&
+             samples == other.samples && look == other.look && edges == other.edges && contact == other.contact &&
+             ground == other.ground && changes == other.changes;
     }
   };
   View currentView() const;

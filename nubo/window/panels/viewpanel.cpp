@@ -2,7 +2,10 @@
 
 #include <QKeyEvent>
 #include <QPainter>
+#include <algorithm>
+#include <cmath>
 
+#include "module_scene/draw/viewpoint.h"
 #include "module_scene/gui/framing.h"
 #include "module_scene/gui/viewer.h"
 #include "nubo/window/panels/overlay.h"
@@ -26,7 +29,7 @@ void ViewPanel::setSelection(const util::YPointer<scene::SceneElement>& element)
 }
 
 void ViewPanel::showAll() {
-  fit();
+  fit(fittedArea());
   m_ShowsAll = true;
 }
 
@@ -58,7 +61,8 @@ void ViewPanel::fitSelection() {
   gui::Framing still(getCamera(), box), turning = still;
   still.add(*m_Selection, placed);
   turning.addTurning(*m_Selection, placed);
-  setCamera(turning.camera(width(), height(), &still));
+  const QSize area = fittedArea();
+  setCamera(turning.camera(area.width(), area.height(), &still, getMargin()));
 }
 
 void ViewPanel::zoom(double factor) {
@@ -67,6 +71,29 @@ void ViewPanel::zoom(double factor) {
   setCamera(camera);
 }
 
+void ViewPanel::setFrame(const main::ParameterSet::Frame& frame) {
+  const bool isOther = frame.aspect != m_Frame.aspect || frame.opening != m_Frame.opening;
+  m_Frame = frame;
+  widen();
+  if (isOther && m_ShowsAll && !m_Held) showAll();
+}
+
+void ViewPanel::widen() {
+  const QSizeF usual = frameSize() * getWidening();  // what the frame would take without it
+  setWidening(m_Frame.opening > 0 ? std::max({1.0, usual.width() / width(), usual.height() / height()}) : 1.0);
+}
+
+/// In the panel as it is shown.
+QSizeF ViewPanel::frameSize() const {
+  const double slope = std::tan(m_Frame.opening * std::acos(-1.0) / 360);
+  const double frameHeight = height() * slope / (std::tan(scene::HalfOpening) * getWidening());
+  const double aspect = m_Frame.aspect > 0 ? m_Frame.aspect : double(width()) / height();
+  return {frameHeight * aspect, frameHeight};
+}
+
+/// What is to be seen is to be seen in the frame.
+QSize ViewPanel::fittedArea() const { return m_Frame.opening > 0 ? frameSize().toSize() : size(); }
+
 void ViewPanel::paintGL() {
   ProgressivePanel::paintGL();
   paintOver();
@@ -74,7 +101,9 @@ void ViewPanel::paintGL() {
 
 void ViewPanel::resizeEvent(QResizeEvent* event) {
   ProgressivePanel::resizeEvent(event);
+  widen();
   if (m_ShowsAll && !m_Held) showAll();
+  emit resized();
 }
 
 void ViewPanel::paintOver() {
@@ -82,9 +111,14 @@ void ViewPanel::paintOver() {
   painter.setRenderHint(QPainter::Antialiasing);
   const auto scene = scene::_GlobalScene();
   painter.setPen(QPen(palette().color(QPalette::Highlight), 1.5));
-  if (m_Selection) paintBox(painter, *m_Selection, getCamera(), size());
+  if (m_Selection) paintBox(painter, *m_Selection, getCamera(), size(), getWidening());
   paintAxes(painter, getCamera(), size());
   if (!scene->getRootNode()) paintInvitation(painter, scene->getBackgroundColor(), size());
+  if (m_Frame.opening > 0) {
+    QRectF frame(QPointF(), frameSize());
+    frame.moveCenter(QRectF(rect()).center());
+    paintFrame(painter, frame, size());
+  }
   if (!isShownAsActive()) return;
   painter.setRenderHint(QPainter::Antialiasing, false);
   painter.setPen(QPen(palette().color(QPalette::Highlight), 2));

@@ -1,6 +1,7 @@
 // A scene panel as the window shows it.
 #pragma once
 
+#include "kernel/main/parameterset.h"
 #include "module_scene/graph/sceneelement.h"
 #include "nubo/window/panels/progressivepanel.h"
 
@@ -26,10 +27,14 @@ class ViewPanel : public ProgressivePanel {
   /// Brings the selected element, or all, into view.
   void fitSelection();
   void zoom(double factor);
+  /// Shows the frame of what a command will take, with what lies outside dimmed, and as much more of the scene as that
+  /// needs; none: shows what pictures of the panel do.
+  void setFrame(const main::ParameterSet::Frame& frame);
 
  signals:
   /// The user clicked into the panel or moved the focus to it.
   void activated();
+  void resized();
 
  protected:
   void paintGL() override;
@@ -42,11 +47,15 @@ class ViewPanel : public ProgressivePanel {
 
  private:
   void paintOver();
+  void widen();
+  QSizeF frameSize() const;
+  QSize fittedArea() const;
   bool isShownAsActive() const;
 
   util::YPointer<scene::SceneElement> m_Selection;
   bool m_ShowsAll = true;  ///< and nobody has moved the view since
   bool m_Held = false;
+  main::ParameterSet::Frame m_Frame;
   bool m_FocusedByKey = false;  ///< so that the user must see where the focus is
 };
 

@@ -56,20 +56,7 @@ QString FileEditor::completed(const QString& name) const {
   return path;
 }
 
-void FileEditor::setText(const QString& text) { mp_Line->setText(m_Saves ? freeName(text) : text); }
-
-QString FileEditor::freeName(const QString& fileName) const {
-  static const QRegularExpression number(QStringLiteral("-(\\d{1,6})$"));
-  const QFileInfo file(completed(fileName));
-  QString base = file.completeBaseName();
-  const QRegularExpressionMatch match = number.match(base);
-  int next = match.hasMatch() ? match.captured(1).toInt() : 1;
-  if (match.hasMatch()) base.chop(match.capturedLength());
-  QString path = file.filePath();
-  while (QFileInfo::exists(path) && !QFileInfo(path).isDir() && next < 1000000)
-    path = file.dir().filePath(QStringLiteral("%1-%2.%3").arg(base).arg(++next).arg(file.suffix()));
-  return path;
-}
+void FileEditor::setText(const QString& text) { mp_Line->setText(m_Saves ? app::freeName(completed(text)) : text); }
 
 QString FileEditor::refusal() const {
   const QString common = ParameterEditor::refusal();

@@ -36,7 +36,6 @@ class FileEditor : public ParameterEditor {
  private:
   void choose();
   QString completed(const QString& name) const;
-  QString freeName(const QString& fileName) const;
 
   const main::FileParameterPanelFactory& m_Factory;
   QLineEdit* mp_Line;

@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QSettings>
+#include <algorithm>
 
 #include "kernel/main/overseer.h"
 #include "nubo/window/look/owntext.h"
@@ -32,9 +33,11 @@ ParameterDialog::ParameterDialog(main::Command& command, const QString& title, Q
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(createChoice());
   for (const main::ParameterSet& set : command.getParameterSets()) {
-    m_Pages << new ParameterPage(command, set, this);
+    m_Pages << new ParameterPage(command, set, framesView(), this);
     layout->addWidget(m_Pages.last());
     connect(m_Pages.last(), &ParameterPage::remarksChanged, this, &ParameterDialog::fitHeight);
+    connect(m_Pages.last(), &ParameterPage::remarksChanged, this, &ParameterDialog::valuesChanged);
+    connect(m_Pages.last(), &ParameterPage::shapeChosen, this, &ParameterDialog::shapeChosen);
   }
   layout->addStretch();
   const bool storesSettings = dynamic_cast<main::SettingsCommand*>(&command);
@@ -66,10 +69,22 @@ QWidget* ParameterDialog::createChoice() {
 void ParameterDialog::choose(int index) {
   for (int i = 0; i < m_Pages.size(); ++i) m_Pages[i]->setVisible(i == index);
   fitHeight();
+  emit valuesChanged();
 }
 
+bool ParameterDialog::framesView() const {
+  const auto& sets = m_Command.getParameterSets();
+  return std::any_of(sets.begin(), sets.end(), [](const main::ParameterSet& set) { return set.framesView(); });
+}
+
+main::ParameterSet::Frame ParameterDialog::frame() const { return chosenPage()->frame(); }
+
+void ParameterDialog::focusFirst() { chosenPage()->setFocus(); }
+
+void ParameterDialog::refresh() { chosenPage()->refresh(); }
+
 void ParameterDialog::fitHeight() {
-  if (!isVisible()) return;
+  if (!isVisible() || !isWindow()) return;
   layout()->activate();
   resize(width(), qMax(height(), layout()->heightForWidth(width())));
 }
@@ -83,6 +98,11 @@ void ParameterDialog::accept() {
   chosenPage()->remember();
   if (m_Pages.size() > 1) main::nuboSettings()->setValue(settingsKey(), mp_Choice->currentData());
   QDialog::accept();
+}
+
+void ParameterDialog::done(int result) {
+  emit ending();
+  QDialog::done(result);
 }
 
 void ParameterDialog::setBusyFiles(const QStringList& files) {

@@ -25,10 +25,25 @@ class ParameterDialog : public QDialog {
   void setBusyFiles(const QStringList& files);
   /// What was entered for the chosen set, to be given to the command.
   main::ParameterSet values() const;
+  /// Whether the command takes something of a view, which the dialog then stands beside.
+  bool framesView() const;
+  /// What it would take with the values as they stand.
+  main::ParameterSet::Frame frame() const;
+  /// The command finds other things around it now.
+  void refresh();
+  void focusFirst();
 
  public slots:
   /// Marks bad values where they stand and stays open while there are any.
   void accept() override;
+  void done(int result) override;
+
+ signals:
+  void valuesChanged();
+  /// It is still shown, and has the focus.
+  void ending();
+  /// The user wants pictures of this size, of which the command takes only the width.
+  void shapeChosen(const QSize& size);
 
  private:
   QWidget* createChoice();

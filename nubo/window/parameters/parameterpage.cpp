@@ -1,5 +1,6 @@
 #include "nubo/window/parameters/parameterpage.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QLabel>
@@ -26,11 +27,12 @@ bool isFile(const main::AbstractParameter& parameter) {
 
 }  // namespace
 
-ParameterPage::ParameterPage(main::Command& command, const main::ParameterSet& set, QWidget* parent)
+ParameterPage::ParameterPage(main::Command& command, const main::ParameterSet& set, bool narrow, QWidget* parent)
     : QWidget(parent),
       m_Command(command),
       m_Set(set),
       m_StoresSettings(dynamic_cast<const main::SettingsCommand*>(&command)),
+      m_Narrow(narrow),
       mp_Summary(new QLabel) {
   setObjectName(QStringLiteral("set:%1").arg(set.getID()));
   auto* layout = new QGridLayout(this);
@@ -51,7 +53,7 @@ void ParameterPage::addLine(QGridLayout* layout, const main::AbstractParameter& 
   auto* label = new QLabel(parameter.getDescription());
   label->setBuddy(editor);
   label->setWordWrap(true);
-  label->setFixedWidth(qMin(labelWidth, label->fontMetrics().horizontalAdvance(label->text()) + 4));
+  if (!m_Narrow) label->setFixedWidth(qMin(labelWidth, label->fontMetrics().horizontalAdvance(label->text()) + 4));
   const QString toolTip = QStringLiteral("<b>%1</b><br>%2")
                               .arg(parameter.getName().toHtmlEscaped(), parameter.getDescription().toHtmlEscaped());
   for (QWidget* widget : QList<QWidget*>{editor, label}) widget->setToolTip(toolTip);
@@ -60,12 +62,12 @@ void ParameterPage::addLine(QGridLayout* layout, const main::AbstractParameter& 
   auto* remark = new QLabel;
   remark->setWordWrap(true);
   remark->setObjectName(parameter.getName() + QStringLiteral(":remark"));
-  const int row = layout->rowCount();
-  layout->addWidget(label, row, 0);
-  layout->addWidget(editor, row, 1);
-  layout->addWidget(remark, row + 1, 1);
+  const int row = layout->rowCount(), below = m_Narrow ? row + 1 : row;
+  layout->addWidget(label, row, 0, 1, m_Narrow ? 2 : 1);
+  layout->addWidget(editor, below, 1);
+  layout->addWidget(remark, below + 1, 1);
   editor->setText(startText(parameter));
-  const Line line{&parameter, editor, remark};
+  const Line line{&parameter, editor, remark, editor->text()};
   m_Lines.push_back(line);
   connect(editor, &ParameterEditor::changed, this, &ParameterPage::showRemarks);
   if (const auto* pixels = qobject_cast<PixelEditor*>(editor))
@@ -77,6 +79,10 @@ void ParameterPage::setSize(QSize size, double dotsPerInch) {
   for (const Line& line : m_Lines)
     if (auto* pixels = qobject_cast<PixelEditor*>(line.editor); pixels && pixels != sender())
       pixels->setSize(size, dotsPerInch);
+  const auto isDown = [](const Line& line) {
+    return line.parameter->getQuantity() == main::AbstractParameter::Quantity::PixelsDown;
+  };
+  if (std::none_of(m_Lines.begin(), m_Lines.end(), isDown)) emit shapeChosen(size);
 }
 
 /// Of all values, since some are right or wrong together. What the marked ones are refused for.
@@ -90,13 +96,20 @@ QStringList ParameterPage::showRemarks() {
 
 /// What the command would make of the values as they stand. Files are not tried for it: it follows every letter.
 void ParameterPage::showSummary() {
+  mp_Summary->setText(doValuesFit() ? m_Set.summarize(values()) : QString());
+  mp_Summary->setVisible(!mp_Summary->text().isEmpty());
+}
+
+main::ParameterSet::Frame ParameterPage::frame() const {
+  return doValuesFit() ? m_Set.frame(values()) : main::ParameterSet::Frame();
+}
+
+bool ParameterPage::doValuesFit() const {
   const auto fits = [](const Line& line) {
     const QString text = line.editor->text();
     return text.isEmpty() ? !line.parameter->isRequired() : line.parameter->explainRefusal(text).isEmpty();
   };
-  const bool fit = std::all_of(m_Lines.begin(), m_Lines.end(), fits);
-  mp_Summary->setText(fit ? m_Set.summarize(values()) : QString());
-  mp_Summary->setVisible(!mp_Summary->text().isEmpty());
+  return std::all_of(m_Lines.begin(), m_Lines.end(), fits);
 }
 
 /// One for each line, empty where all is well.
@@ -144,13 +157,16 @@ ParameterEditor* ParameterPage::check() {
 /// Settings start from those in force, wherever they were changed.
 void ParameterPage::remember() const {
   if (m_StoresSettings) return;
-  for (const Line& line : m_Lines) main::nuboSettings()->setValue(settingsKey(*line.parameter), line.editor->text());
+  for (const Line& line : m_Lines) {
+    main::nuboSettings()->setValue(settingsKey("values", *line.parameter), line.editor->text());
+    if (isFile(*line.parameter)) main::nuboSettings()->setValue(settingsKey("scenes", *line.parameter), sceneName());
+  }
 }
 
-QString ParameterPage::settingsKey(const main::AbstractParameter& parameter) const {
+QString ParameterPage::settingsKey(const char* group, const main::AbstractParameter& parameter) const {
   QString name = parameter.getName();
-  return QStringLiteral("window/values/%1/%2")
-      .arg(m_Command.getName(), name.replace(QLatin1Char('/'), QLatin1Char('_')));
+  return QStringLiteral("window/%1/%2/%3")
+      .arg(QLatin1String(group), m_Command.getName(), name.replace(QLatin1Char('/'), QLatin1Char('_')));
 }
 
 /// A name for a file that is made of the scene.
@@ -165,10 +181,20 @@ QString ParameterPage::sceneName() const {
 QString ParameterPage::startText(const main::AbstractParameter& parameter) const {
   const QString start = app::defaultText(parameter);
   if (m_StoresSettings) return start;
-  const QString remembered = main::nuboSettings()->value(settingsKey(parameter)).toString();
-  if (!remembered.isEmpty() && parameter.explainRefusal(remembered).isEmpty()) return remembered;
-  if (!start.isEmpty()) return start;
-  return isFile(parameter) ? sceneName() : QString();
+  const QString remembered = main::nuboSettings()->value(settingsKey("values", parameter)).toString();
+  const bool isUsable = !remembered.isEmpty() && parameter.explainRefusal(remembered).isEmpty();
+  if (isFile(parameter) && start.isEmpty()) return startName(parameter, isUsable ? remembered : QString());
+  if (isUsable) return remembered;
+  const QString suggestion = parameter.getSuggestion();
+  return suggestion.isEmpty() ? start : suggestion;
+}
+
+/// Of another scene than the remembered one, a file has that one's folder and format, and its own scene's name.
+QString ParameterPage::startName(const main::AbstractParameter& parameter, const QString& remembered) const {
+  if (remembered.isEmpty()) return sceneName() + parameter.getSuggestion();
+  if (main::nuboSettings()->value(settingsKey("scenes", parameter)).toString() == sceneName()) return remembered;
+  const QFileInfo file(remembered);
+  return file.dir().filePath(sceneName() + QLatin1Char('.') + file.suffix());
 }
 
 main::ParameterSet ParameterPage::values() const {
@@ -179,6 +205,7 @@ main::ParameterSet ParameterPage::values() const {
     values.addParameter(value);
     if (!line.editor->text().isEmpty()) value->castString(line.editor->text());
     value->setDotsPerInch(line.editor->dotsPerInch());
+    value->setChosen(line.editor->text() != line.start);
   }
   return values;
 }

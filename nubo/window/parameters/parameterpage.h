@@ -21,7 +21,8 @@ class ParameterEditor;
 class ParameterPage : public QWidget {
   Q_OBJECT
  public:
-  ParameterPage(main::Command& command, const main::ParameterSet& set, QWidget* parent);
+  /// `narrow`: descriptions stand above what they describe.
+  ParameterPage(main::Command& command, const main::ParameterSet& set, bool narrow, QWidget* parent);
 
   void setBusyFiles(const QStringList& files) { m_BusyFiles = files; }
   /// Marks bad values where they stand, from now on whenever a value changes. The first editor with one; null: all
@@ -31,31 +32,41 @@ class ParameterPage : public QWidget {
   void remember() const;
   /// What was entered, to be given to the command.
   main::ParameterSet values() const;
+  /// What the command would take of the active view; nothing while values do not fit.
+  main::ParameterSet::Frame frame() const;
+  /// Tells anew what the command would do.
+  void refresh() { showRemarks(); }
 
  signals:
   /// Remarks came or went.
   void remarksChanged();
+  /// A size was chosen, of which the command takes only the width.
+  void shapeChosen(const QSize& size);
 
  private:
   struct Line {
     const main::AbstractParameter* parameter;
     ParameterEditor* editor;
     QLabel* remark;
+    QString start;  ///< what the editor started from
   };
   void addLine(QGridLayout* layout, const main::AbstractParameter& parameter);
   QStringList showRemarks();
   void showSummary();
+  bool doValuesFit() const;
   void setSize(QSize size, double dotsPerInch);
   void showRemark(const Line& line, const QString& refusal);
   QStringList refusals() const;
   QString refusal(const Line& line) const;
   QString startText(const main::AbstractParameter& parameter) const;
+  QString startName(const main::AbstractParameter& parameter, const QString& remembered) const;
   QString sceneName() const;
-  QString settingsKey(const main::AbstractParameter& parameter) const;
+  QString settingsKey(const char* group, const main::AbstractParameter& parameter) const;
 
   const main::Command& m_Command;
   const main::ParameterSet& m_Set;
   const bool m_StoresSettings;
+  const bool m_Narrow;
   std::vector<Line> m_Lines;
   QLabel* mp_Summary;
   QStringList m_BusyFiles;

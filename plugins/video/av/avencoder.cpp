@@ -30,7 +30,8 @@ bool AvEncoder::guarded(const char* function, Function step) {
 bool AvEncoder::initEncoding() {
   return guarded("nubo::grab::video::av::AvEncoder::initEncoding", [this] {
     if (!mp_Device) throw Error(QStringLiteral("There is no output file"));
-    m_Pipeline = std::make_unique<Pipeline>(m_Format, Picture{m_Width, m_Height, m_Fps, m_Bitrate}, mp_Device);
+    m_Pipeline = std::make_unique<Pipeline>(m_Format, Picture{m_Width, m_Height, m_Fps, m_Bitrate, m_IsBitrateChosen},
+                                            mp_Device);
     m_Cadence = FrameCadence(m_Pipeline->fps());
     if (m_Pipeline->fps() != m_Fps)
       NUBO_LOG(nubo::log::Note, "nubo::grab::video::av::AvEncoder::initEncoding",

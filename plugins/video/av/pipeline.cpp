@@ -1,5 +1,6 @@
 #include "plugins/video/av/pipeline.h"
 
+#include <QByteArrayList>
 #include <QIODevice>
 #include <QThread>
 #include <algorithm>
@@ -66,9 +67,13 @@ CodecContext openCodec(const Format& format, const Picture& picture, AVPixelForm
   codec->gop_size = 2 * picture.fps;  // a place to seek to every two seconds
   codec->thread_count = threadCount();
   if (wantsGlobalHeader(format.muxer)) codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  if (format.hasTargetBitrate) setBitrate(codec.get(), picture.bitrate);
+  codec->bit_rate = 0;  // not what FFmpeg takes for a bit rate that nobody has chosen
+  if (format.qualityOptions && picture.isBitrateChosen) setBitrate(codec.get(), picture.bitrate);
   setColours(codec.get());
-  Options settings(format.codecOptions);
+  QByteArrayList texts{format.codecOptions};
+  if (format.qualityOptions && !picture.isBitrateChosen) texts << format.qualityOptions;
+  texts.removeAll(QByteArray(""));
+  Options settings(texts.join(':').constData());
   check(avcodec_open2(codec.get(), encoder, &settings), "Couldn't open the codec");
   settings.checkAllUsed();
   return codec;

@@ -13,7 +13,8 @@ struct Picture {
   int width;
   int height;
   int fps;
-  int bitrate;  ///< bits per second
+  int bitrate;           ///< bits per second
+  bool isBitrateChosen;  ///< false: a quality is aimed at in its place
 };
 
 /// All members throw Error.
