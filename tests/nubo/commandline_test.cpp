@@ -158,7 +158,7 @@ TEST(Interrupt, TakesWhatComesAtOnceForOneWish) {
 
 TEST(ProgressLine, FitsTheTerminal) {
   EXPECT_EQ(progressLine("Building tiles", 50, 67, 67, 80),
-            "Building tiles [###############               ]  50 % 1:07 left");
+            "Building tiles [###############               ]  50 % 1:07, 1:07 left");
   EXPECT_EQ(progressLine("Saving", -1, 0, -1, 80), "Saving");
   for (int columns : {0, 5, 40, 60})
     EXPECT_LE(progressLine("Building tiles of a picture", 99, 100000, 100000, columns).size(), columns);

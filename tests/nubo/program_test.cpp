@@ -265,6 +265,20 @@ TEST_F(Program, RecordsHowARunWent) {
       {"$nubo triangle.obj grabimage --filename r.json.png --report r.json.png", 2, "what the command writes"});
 }
 
+TEST_F(Program, AimsAtAQualityUntilABitRateIsChosen) {
+  const QString record = QStringLiteral("$nubo --turntable 10 builtin grabvideo --width 320 --height 240 --filename ");
+  ASSERT_EQ(run("$nubo setvideosettings --fps 30"), 0);
+  ASSERT_EQ(run(record + "quality.mp4"), 0) << m_Errors.toStdString();
+  ASSERT_EQ(run(record + "run.mp4 --bitrate 1200"), 0) << "the default, but given";
+  ASSERT_EQ(run(record + "after.mp4"), 0);
+  ASSERT_EQ(run("$nubo setvideosettings --bitrate 1200"), 0);
+  ASSERT_EQ(run(record + "chosen.mp4"), 0);
+  const auto bytes = [this](const char* name) { return QFileInfo(path(name)).size(); };
+  EXPECT_NE(bytes("quality.mp4"), bytes("chosen.mp4"));
+  EXPECT_EQ(bytes("after.mp4"), bytes("quality.mp4"));
+  EXPECT_EQ(bytes("run.mp4"), bytes("chosen.mp4"));
+}
+
 TEST_F(Program, StoresSettingsAndKeepsTheOthers) {
   ASSERT_EQ(run("$nubo setvideosettings --fps 30 --bitrate 50"), 0);
   EXPECT_EQ(m_Errors, "nubo: setvideosettings: --bitrate 100 was stored in place of 50\n");
