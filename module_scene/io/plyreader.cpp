@@ -204,7 +204,9 @@ class PlyReader {
   }
 
   void readFloats(const char* record, const Field* fields, float* result) const {
-    for (std::size_t k = 0; k < 3; ++k) result[k] = float(value(fields[k].type, record + fields[k].offset));
+    for (std::size_t k = 0; k < 3; ++k)
+      result[k] = fields[k].type == Type::Float ? load<float>(record + fields[k].offset)
+                                                : float(value(fields[k].type, record + fields[k].offset));
   }
 
   void readColor(const char* record, const Field* fields, std::uint8_t* result) const {
@@ -213,6 +215,7 @@ class PlyReader {
   }
 
   std::uint8_t component(Type type, const char* at) const {
+    if (type == Type::UInt8) return std::uint8_t(*at);
     double v = value(type, at);
     if (type == Type::Float || type == Type::Double) v *= 255;
     if (type == Type::UInt16) v /= 257;

@@ -4,6 +4,8 @@
 #include <array>
 #include <limits>
 
+#include "module_scene/mesh/parallel.h"
+
 namespace nubo::scene {
 
 namespace {
@@ -34,8 +36,16 @@ void addOutline(const std::vector<float>& positions, const Cluster& cluster, std
 }  // namespace
 
 std::vector<float> outlineOf(const std::vector<float>& positions, const std::vector<Cluster>& clusters) {
+  constexpr std::size_t ClustersWorthAThread = 32;
+  std::vector<std::vector<float>> found(rangeCount(clusters.size(), ClustersWorthAThread));
+  parallelRanges(
+      clusters.size(),
+      [&](std::size_t begin, std::size_t end, std::size_t range) {
+        for (std::size_t i = begin; i < end; ++i) addOutline(positions, clusters[i], found[range]);
+      },
+      ClustersWorthAThread);
   std::vector<float> points;
-  for (const Cluster& cluster : clusters) addOutline(positions, cluster, points);
+  for (const std::vector<float>& some : found) points.insert(points.end(), some.begin(), some.end());
   return points;
 }
 

@@ -5,57 +5,20 @@
 
 #include "module_scene/mesh/clustering.h"
 #include "module_scene/mesh/outline.h"
-#include "module_scene/mesh/positionitems.h"
+#include "module_scene/mesh/pointpreparation.h"
 #include "module_scene/mesh/surface.h"
+#include "module_scene/mesh/vertexitems.h"
 
 namespace nubo::scene {
 namespace {
 
 int cornersOf(Kind kind) { return kind == KindFaces ? 3 : kind == KindLines ? 2 : 1; }
 
-/// All that makes a vertex, for joining those that are the same bit by bit.
-class VertexItems {
- public:
-  explicit VertexItems(const Geometry& g) : m_Geometry(g) {}
-  const void* address(std::uint32_t i) const { return &m_Geometry.positions[std::size_t(i) * 3]; }
-  bool equal(std::uint32_t a, std::uint32_t b) const {
-    return same(m_Geometry.positions, 3, a, b) && same(m_Geometry.normals, 3, a, b) &&
-           same(m_Geometry.colors, 4, a, b) && same(m_Geometry.texCoords, 2, a, b) &&
-           same(m_Geometry.secondTexCoords, 2, a, b) && same(m_Geometry.identities, 1, a, b);
-  }
-  std::uint32_t hash(std::uint32_t i) const {
-    WordHash hash;
-    add(hash, m_Geometry.positions, 3, i);
-    add(hash, m_Geometry.normals, 3, i);
-    add(hash, m_Geometry.colors, 4, i);
-    add(hash, m_Geometry.texCoords, 2, i);
-    add(hash, m_Geometry.secondTexCoords, 2, i);
-    add(hash, m_Geometry.identities, 1, i);
-    return hash.value();
-  }
-
- private:
-  template <class T>
-  static bool same(const std::vector<T>& values, int each, std::uint32_t a, std::uint32_t b) {
-    return values.empty() ||
-           std::memcmp(&values[std::size_t(a) * each], &values[std::size_t(b) * each], sizeof(T) * each) == 0;
-  }
-  template <class T>
-  static void add(WordHash& hash, const std::vector<T>& values, int each, std::uint32_t i) {
-    if (values.empty()) return;
-    for (std::size_t byte = 0; byte < sizeof(T) * each; byte += 4) {
-      std::uint32_t word;
-      std::memcpy(&word, reinterpret_cast<const char*>(&values[std::size_t(i) * each]) + byte, 4);
-      hash.add(word);
-    }
-  }
-
-  const Geometry& m_Geometry;
-};
-
 /// Makes the negative zeros positive, which are the same place but not the same bits.
 void unifyZeros(std::vector<float>& values) {
-  for (float& value : values) value += 0.0f;
+  parallelRanges(values.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
+    for (std::size_t i = begin; i < end; ++i) values[i] += 0.0f;
+  });
 }
 
 /// Leaves out what cannot be drawn: primitives with a coordinate that is no number, and faces two of
@@ -309,11 +272,16 @@ void prepare(Geometry& g) {
   dropUndrawable(g);
   unifyZeros(g.normals);
   repairNormals(g);
-  makeClusters(g);
-  joinVertices(g);
-  g.transparent = isTransparent(g);
-  if (g.kind == KindFaces) prepareFaces(g);
-  separateClusters(g);
+  if (g.kind == KindPoints && g.identities.empty()) {
+    preparePoints(g);
+    g.transparent = isTransparent(g);
+  } else {
+    makeClusters(g);
+    joinVertices(g);
+    g.transparent = isTransparent(g);
+    if (g.kind == KindFaces) prepareFaces(g);
+    separateClusters(g);
+  }
   constexpr std::size_t Many = 20000;
   if (g.vertexCount() > Many && g.identities.empty()) g.outline = outlineOf(g.positions, g.clusters);
 }
