@@ -145,6 +145,13 @@ void GeometryBuffer::draw(GLenum mode, const Range& range) const {
                                     at(range.first * size), GLint(range.firstVertex));
 }
 
+void GeometryBuffer::draw(GLenum mode, const std::uint32_t* vertices, std::size_t count) const {
+  QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
+  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
+  gl->glDrawElements(mode, GLsizei(count), GL_UNSIGNED_INT, vertices);
+  bindIndices();
+}
+
 void GeometryBuffer::bindIndices() const {
   QOpenGLContext::currentContext()->functions()->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
 }

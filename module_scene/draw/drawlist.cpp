@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "module_scene/draw/culler.h"
 #include "module_scene/draw/viewpoint.h"
@@ -121,6 +122,7 @@ void DrawList::clear() {
   m_Unsorted.clear();
   m_Sortables.clear();
   m_Ranges.clear();
+  m_Chosen.clear();
   m_Margin = 0;
 }
 
@@ -198,6 +200,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
     }
   }
 
+  if (query.sieved && geometry.kind == KindPoints && !geometry.transparent && query.detail == 0) sieve(batch, query);
   batch.rangeCount = m_Ranges.size() - batch.firstRange;
   if (batch.rangeCount == 0 && m_Sortables.size() == sortable) return;
   m_Margin = std::max(m_Margin, margin);
@@ -214,6 +217,27 @@ void DrawList::addRange(std::size_t firstRange, const Range& range) {
     last->count += range.count;
   else
     m_Ranges.push_back(range);
+}
+
+// Has the batch, of opaque points, draw those only that may show. Where there are few, or more pixels than points, that
+// would take longer than to draw all.
+void DrawList::sieve(Batch& batch, const ViewQuery& query) {
+  constexpr std::size_t Few = 20000, MostPixels = std::size_t(1) << 22, Together = 3 << 12;
+  const auto begin = m_Ranges.begin() + std::ptrdiff_t(batch.firstRange);
+  const std::size_t points = std::accumulate(begin, m_Ranges.end(), std::size_t(0),
+                                             [](std::size_t sum, const Range& range) { return sum + range.count; });
+  if (points < Few || std::size_t(query.width) * std::size_t(query.height) > MostPixels) return;
+  // OpenGL rounds the size of what it does not smooth.
+  const double size = query.samples > 0 ? double(batch.width) : std::max(1.0, std::ceil(double(batch.width) - 0.5));
+  m_Sieve.begin(query.projection * batch.modelView, query.width, query.height, marginFor(batch.width), size);
+  for (auto range = begin; range != m_Ranges.end(); ++range)
+    m_Sieve.add(batch.geometry->positions, range->firstVertex, range->vertexCount);
+  m_Ranges.erase(begin, m_Ranges.end());
+  std::size_t first = m_Chosen.size();
+  m_Sieve.sift(m_Chosen);
+  batch.sieved = true;
+  for (; first < m_Chosen.size(); first += Together)
+    m_Ranges.push_back({std::uint32_t(first), std::uint32_t(std::min(Together, m_Chosen.size() - first)), 0, 0});
 }
 
 void DrawList::sortTransparent() {

@@ -5,6 +5,7 @@
 
 #include "module_scene/draw/buffercache.h"
 #include "module_scene/draw/outlines.h"
+#include "module_scene/draw/pointsieve.h"
 #include "module_scene/draw/sceneparts.h"
 
 namespace nubo::scene {
@@ -16,6 +17,8 @@ struct ViewQuery {
   double detail = 0.0;                     ///< pixels by which shapes may lie off; 0: draws everything as it is
   int layers = 0;                          ///< Layer bits
   int kinds = 0;                           ///< Kind bits
+  int samples = 0;                         ///< per pixel
+  bool sieved = false;                     ///< leaves out points that others hide, which takes time, before drawing
   bool edges = false;                      ///< faces get lines where their surface has an edge
   Outlines* outlines = nullptr;            ///< and these, where it turns away; null: not
   double widthScale = 1;                   ///< of what has a width in pixels
@@ -36,6 +39,7 @@ struct Batch {
   bool cullBack = false;  ///< back faces cannot be seen
   float width = 1;        ///< pixels, of points and lines
   bool fine = false;      ///< each of its faces takes some pixels at most
+  bool sieved = false;    ///< its ranges are of DrawList::chosen()
   std::size_t firstRange = 0, rangeCount = 0;
 };
 
@@ -56,6 +60,8 @@ class DrawList {
   int margin() const { return m_Margin; }
   /// Of all batches.
   const std::vector<Range>& ranges() const { return m_Ranges; }
+  /// Vertices of those batches that are sieved.
+  const std::vector<std::uint32_t>& chosen() const { return m_Chosen; }
 
  private:
   struct Sortable {
@@ -67,11 +73,14 @@ class DrawList {
   void add(const ScenePart& part, const math::Matrix4& transform, Overlap overlap, const ViewQuery& query);
   void add(const Geometry& geometry, const math::Matrix4& modelView, Overlap overlap, const ViewQuery& query);
   void addRange(std::size_t firstRange, const Range& range);
+  void sieve(Batch& batch, const ViewQuery& query);
 
   std::vector<std::pair<std::uint32_t, Overlap>> m_Met;  // of the parts, by the present collect()
   std::vector<Batch> m_Opaque, m_Transparent, m_Unsorted;
   std::vector<Sortable> m_Sortables;  // clusters of the batches in m_Unsorted
   std::vector<Range> m_Ranges;
+  PointSieve m_Sieve;
+  std::vector<std::uint32_t> m_Chosen;
   int m_Margin = 0;
 };
 

@@ -38,11 +38,6 @@ bool isLit(const Geometry& geometry) { return materialOf(geometry).lit && !geome
 
 GLenum modeOf(Kind kind) { return kind == KindFaces ? GL_TRIANGLES : kind == KindLines ? GL_LINES : GL_POINTS; }
 
-void drawRange(const Batch& batch, const Range& range) {
-  const GLenum mode = modeOf(batch.geometry->kind);
-  range.vertexCount == 0 ? batch.coarse->draw(mode, range, *batch.buffer) : batch.buffer->draw(mode, range);
-}
-
 void setUpMaterial(const Geometry& geometry) {
   const Material& material = materialOf(geometry);
   setUpTexture(geometry, material);
@@ -182,6 +177,14 @@ void Painter::setUp(const Step& step) {
     mp_Shader ? mp_Shader->use(*batch.geometry, shading) : setUpMaterial(*batch.geometry);
   glPointSize(batch.width);
   glLineWidth(batch.width);
+}
+
+void Painter::drawRange(const Batch& batch, const Range& range) const {
+  const GLenum mode = modeOf(batch.geometry->kind);
+  if (batch.sieved)
+    batch.buffer->draw(mode, &m_List.chosen()[range.first], range.count);
+  else
+    range.vertexCount == 0 ? batch.coarse->draw(mode, range, *batch.buffer) : batch.buffer->draw(mode, range);
 }
 
 std::size_t Painter::drawRanges(const Batch& batch, std::size_t indices) {

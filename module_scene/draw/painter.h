@@ -45,6 +45,7 @@ class Painter {
   SurfaceShader::Shading shadingOf(const Step& step) const;
   unsigned variantFor(const Step& step) const;
   void setUp(const Step& step);
+  void drawRange(const Batch& batch, const Range& range) const;
   std::size_t drawRanges(const Batch& batch, std::size_t indices);
 
   const DrawList& m_List;

@@ -59,7 +59,7 @@ struct SceneDrawer::Private {
   int finishedRows = 0;
   SmoothBuffer::Edges edges = SmoothBuffer::Edges::Blend;
 
-  void begin(const StateGuard& state, double detail, int layers, int kinds, const math::Matrix4& transform,
+  void begin(const StateGuard& state, bool atOnce, double detail, int layers, int kinds, const math::Matrix4& transform,
              std::initializer_list<const SceneElement*> elements);
   bool isEmpty() const { return list.isEmpty() && !onGround; }
   void beginGround(const StateGuard& state, int kinds, std::initializer_list<const SceneElement*> elements);
@@ -72,10 +72,12 @@ struct SceneDrawer::Private {
   bool drawPart(const StateGuard& state, double milliseconds);
 };
 
-void SceneDrawer::Private::begin(const StateGuard& state, double detail, int layers, int kinds,
+void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double detail, int layers, int kinds,
                                  const math::Matrix4& transform, std::initializer_list<const SceneElement*> elements) {
   viewpoint = Viewpoint::of(state.projection(), state.modelView() * transform);
   ViewQuery query{viewpoint.projection, width, height, detail, layers, kinds};
+  query.samples = samples;
+  query.sieved = atOnce;
   query.edges = drawsEdges || look == Look::Technical;
   query.scaleWidths(viewHeight, viewpoint.lens);
   list.clear();
@@ -247,7 +249,7 @@ void SceneDrawer::setEnvironment(const util::YPointer<Environment>& environment)
 void SceneDrawer::glDraw(const util::YPointer<SceneElement>& root, const util::YPointer<SceneElement>& second,
                          const math::Matrix4& transform, double detail, int layers, int kinds) {
   const StateGuard state;
-  d->begin(state, detail, layers, kinds, transform, {root.get(), second.get()});
+  d->begin(state, true, detail, layers, kinds, transform, {root.get(), second.get()});
   if (!DrawingTurn::mustBeTaken()) {
     d->drawAll(state);
     return;
@@ -262,7 +264,7 @@ void SceneDrawer::glDraw(const util::YPointer<SceneElement>& root, const util::Y
 
 void SceneDrawer::beginParts(const util::YPointer<SceneElement>& root, const math::Matrix4& transform, int layers,
                              int kinds) {
-  d->begin(StateGuard(), 0.0, layers, kinds, transform, {root.get()});
+  d->begin(StateGuard(), false, 0.0, layers, kinds, transform, {root.get()});
 }
 
 void SceneDrawer::upload(const SceneElement& root) {
