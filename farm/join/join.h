@@ -21,4 +21,10 @@ qint64 joinStreams(const Pieces& pieces, QIODevice* target);
 /// Makes an animation, whose colours depend on all of its frames, of lossless pieces (Matroska, FFV1).
 qint64 joinAnimation(const Pieces& pieces, const grab::video::av::Format& format, QIODevice* target);
 
+/// Whether a file with that suffix is a poster.
+bool isPoster(const QString& suffix);
+/// Copies the encoded tiles of bands, and makes those that several share. What stood under the target's name stays
+/// until the new poster is whole. Returns the number of tiles; throws av::Error.
+qint64 joinPoster(const Pieces& pieces, const QString& target);
+
 }  // namespace nubo::farm

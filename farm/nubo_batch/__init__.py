@@ -1,1 +1,1 @@
-"""Cuts recordings in step into pieces, has each made by a plain call of the program, and joins them."""
+"""Cuts recordings in step and posters into pieces, has each made by a plain call of the program, and joins them."""

@@ -17,12 +17,13 @@ DONE, FAILED, WRONG_CALL, INTERRUPTED = 0, 1, 2, 130
 def parser():
     made = argparse.ArgumentParser(
         prog="nubo-batch", usage="nubo-batch [options] -- NUBO-ARGUMENTS\n       nubo-batch --status|--resume TARGET",
-        description="Makes a recording in step in pieces, each by a call of nubo, and joins them to the video that one "
-        "call would have made.",
+        description="Makes a recording in step or a poster in pieces, each by a call of nubo, and joins them to the "
+        "video or poster that one call would have made.",
         epilog="Pieces lie in a folder beside the target, TARGET.pieces, until it is made. Exit status: 0 done, 1 "
         "failed, 2 the call was wrong, 130 ended by Ctrl-C; what was finished is kept for --resume.")
-    made.add_argument("--pieces", type=positive, metavar="N", help="cuts the recording into N pieces")
-    made.add_argument("--piece-steps", type=positive, metavar="N", help="cuts it into pieces of N steps")
+    made.add_argument("--pieces", type=positive, metavar="N", help="cuts the whole into N pieces")
+    made.add_argument("--piece-steps", type=positive, metavar="N",
+                      help="cuts it into pieces of N steps, or of N rows of a poster's tiles")
     made.add_argument("--processes", type=positive, metavar="N",
                       help=f"works on so many pieces at a time on this machine ({local.usual_processes()})")
     made.add_argument("--retries", type=int, default=2, metavar="N", help="tries a piece that fails again so often (2)")
@@ -91,7 +92,7 @@ class Batch:
         return self.go_on(Job.create(call, first, frames, each, record, kept))
 
     def tell(self, call, first, frames, each, record, kept):
-        print(f"{call.target}: {record['summary']}; {-(-frames // each)} pieces of {each} steps")
+        print(f"{call.target}: {record['summary']}; {-(-frames // each)} pieces of {each} {call.kind.pieces}")
         if kept["slurm"]:
             job = Job.__new__(Job)
             job.folder, job.call = folder_of(call.target), call
@@ -106,7 +107,8 @@ class Batch:
             self.make(job)
         if not job.is_joined():
             return DONE  # it goes on without this program
-        print(f"{job.call.target} ({job.frames():,} frames, {os.path.getsize(job.call.target):,} bytes)", flush=True)
+        size = os.path.getsize(job.call.target)
+        print(f"{job.call.target} ({job.frames():,} {job.call.kind.things}, {size:,} bytes)", flush=True)
         job.end()
         del lock
         return DONE

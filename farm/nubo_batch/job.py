@@ -51,7 +51,7 @@ class Job:
         except FileNotFoundError:
             raise Refused(f"{folder}: there is no job") from None
         self.call = Call(self.data["program"], self.data["words"])
-        self.pieces = self.data["pieces"]  # [first step, number of frames]
+        self.pieces = self.data["pieces"]  # [first step or row, number of frames or rows]
 
     @staticmethod
     def create(call, first, frames, each, record, options):
@@ -98,7 +98,7 @@ class Job:
 
     def name(self, number):
         first, frames = self.pieces[number]
-        return f"piece {number} (steps {first}:{first + frames - 1})"
+        return f"piece {number} ({self.call.kind.pieces} {first}:{first + frames - 1})"
 
     def is_joined(self):
         return os.path.exists(self.path("joined"))
@@ -112,5 +112,5 @@ class Job:
         """Why pieces that are made now would not go with those that are there; empty if they do."""
         for file, state in self.data["inputs"].items():
             if state_of([file]).get(file) != state:
-                return f"{file} has changed since the recording began"
+                return f"{file} has changed since the job began"
         return ""

@@ -26,6 +26,9 @@ def make_piece(job, number, log, started=lambda process: None):
         status = process.wait()
         if status != 0:
             return f"ended by signal {-status}" if status < 0 else f"ended with {status}"
+        changed = job.why_changed()  # while it was being made
+        if changed:
+            return changed
         os.replace(target, job.file(number))
         os.replace(report, job.record_file(number))
     except OSError as error:

@@ -21,7 +21,7 @@ class Progress:
     def text(self):
         job, frames = self._job, self._job.frames_done()
         pieces = len(job.pieces) - len(job.missing())
-        text = f"{pieces:,} of {len(job.pieces):,} pieces, {frames:,} of {job.frames():,} frames"
+        text = f"{pieces:,} of {len(job.pieces):,} pieces, {frames:,} of {job.frames():,} {job.call.kind.things}"
         if frames > self._there:
             gone = time.monotonic() - self._began
             text += f", {duration(gone * (job.frames() - frames) / (frames - self._there))} left"

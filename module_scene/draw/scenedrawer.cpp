@@ -118,11 +118,12 @@ void SceneDrawer::Private::beginGround(const StateGuard& state, int kinds,
 
 void SceneDrawer::Private::beginContact(const StateGuard& state, int kinds,
                                         std::initializer_list<const SceneElement*> elements) {
-  inContact = shaded && drawsContact && (look == Look::Studio || look == Look::Clay);
-  if (!inContact) return;
+  inContact = false;
+  if (!drawsContact || (look != Look::Studio && look != Look::Clay) || !shader.isAvailable()) return;
   ContactMap::Subject subject{{}, scene->changeCount(), kinds, viewHeight};
   std::copy(elements.begin(), elements.end(), subject.elements.begin());
-  inContact = contact.begin(viewpoint, subject, parts);
+  // Also where this tile shows nothing: the map learns the whole view from the first.
+  inContact = contact.begin(viewpoint, subject, parts) && shaded;
   QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
 }
 

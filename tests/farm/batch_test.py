@@ -1,4 +1,4 @@
-"""Recordings in pieces: on this machine, and on a cluster of two nodes on it.
+"""Recordings and posters in pieces: on this machine, and on a cluster of two nodes on it.
 
     batch_test.py PROGRAM BATCH [--cluster]
 
@@ -50,6 +50,17 @@ class Recording(unittest.TestCase):
         self.assertEqual(frames, expected)
         self.assertFalse(os.path.exists(f"{target}.pieces"))
 
+    def poster(self, target):
+        """Three rows of tiles of the built-in scene."""
+        return ["--settings", f"{self.folder}/settings.ini", "grabposter", "--filename", target, "--width", "2000"]
+
+    def expect_whole_poster(self, target):
+        """Tiles are copied, so that not a byte differs."""
+        subprocess.run([PROGRAM, "--quiet", *self.poster("whole.dzi")], check=True, stdout=subprocess.DEVNULL)
+        made = f"{os.path.splitext(target)[0]}_files"
+        subprocess.run(["diff", "-r", "whole_files", made], check=True)
+        self.assertTrue(os.path.exists(f"{made}/11/0_0.png") and os.path.exists(target.replace("dzi", "html")))
+
     def wait_until(self, condition, what):
         for _ in range(2400):
             if condition():
@@ -79,6 +90,12 @@ class OnThisMachine(Recording):
         frames = subprocess.check_output(["ffprobe", "-v", "error", "-count_frames", "-show_entries",
                                           "stream=nb_read_frames", "-of", "csv=p=0", "part.mkv"], text=True)
         self.assertEqual(int(frames), 9)
+
+    def test_makes_the_poster_that_one_call_makes(self):
+        self.batch("--piece-steps", "1", "--", *self.poster("a.dzi"))
+        self.expect_whole_poster("a.dzi")
+        self.assertFalse(os.path.exists("a.dzi.pieces"))
+        self.assertIn("whole posters can be cut", self.batch("--", *self.poster("a.dzi.band"), "--band", "0:1", status=1))
 
     def test_tries_again_what_dies_and_resumes_what_was_ended(self):
         long = {"steps": 400, "size": (320, 240)}
@@ -135,6 +152,11 @@ class OnThisMachine(Recording):
         with open("model.obj", "a", encoding="utf-8") as file:
             file.write("# changed\n")
         self.assertIn("model.obj has changed", self.batch("--resume", "a.mkv", status=1))
+        with open("dying", "w", encoding="utf-8") as file:  # now while a piece is made
+            file.write(f"#!/bin/sh\ncase $* in *dry-run*) ;; *) echo '#' >> model.obj;; esac\nexec {PROGRAM} \"$@\"\n")
+        self.assertIn("model.obj has changed", self.batch("--retries", "0", "--pieces", "1", "--program", "./dying", "--",
+                                                          *self.call("b.mkv"), status=1))
+        self.assertFalse(os.path.exists("b.mkv"))
 
 
 @unittest.skipUnless(ON_CLUSTER, "another call tests that")
@@ -161,6 +183,18 @@ class OnACluster(Recording):
         self.assertIn("still has it queued", self.batch("--resume", "a.mkv"))
         subprocess.run(["scontrol", "update", "NodeName=node2", "State=RESUME"], check=True)
         self.expect_whole("a.mkv", **long)
+
+    def test_makes_a_poster_though_a_node_is_full(self):
+        # The narrow node's processes may write no large files; what fails there is made on the other.
+        subprocess.run(["scontrol", "update", "NodeName=node1", "State=DRAIN", "Reason=test"], check=True)
+        process = self.start("--slurm", "--keep", "--piece-steps", "1", "--", *self.poster("a.dzi"))
+        self.wait_until(lambda: os.path.exists("a.dzi.pieces/failed-nodes"), "a failure")
+        subprocess.run(["scontrol", "update", "NodeName=node1", "State=RESUME"], check=True)
+        said, errors = process.communicate(timeout=400)
+        self.assertEqual(process.returncode, 0, said + errors)
+        with open("a.dzi.pieces/failed-nodes", encoding="utf-8") as file:
+            self.assertEqual(set(file.read().split()), {"node2"})
+        self.expect_whole_poster("a.dzi")
 
     def test_leaves_and_tells_why_it_failed(self):
         self.batch("--slurm", "--detach", "--pieces", "2", "--", *self.call("a.mkv"))

@@ -1,11 +1,13 @@
 """A Slurm cluster of two nodes on this machine, for tests: everything in a folder of its own, nothing of the system's."""
 import os
+import resource
 import shutil
 import signal
 import socket
 import subprocess
 import time
 
+NARROW_BYTES = 300_000
 PROGRAMS = ("munged", "slurmctld", "slurmd", "sbatch", "squeue", "scontrol")
 
 
@@ -29,6 +31,7 @@ class Cluster:
     """In a `with`: until its end sbatch and the others find it."""
 
     NODES = ("node1", "node2")
+    NARROW = "node2"  # its processes can write only small files, as if its disk were full
 
     def __init__(self, folder):
         self._folder = folder
@@ -37,10 +40,13 @@ class Cluster:
     def _path(self, name):
         return os.path.join(self._folder, name)
 
-    def _start(self, *words):
+    def _start(self, *words, limit=None):
+        def set_limit():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
+
         with open(self._path(f"{os.path.basename(words[0])}-{len(self._processes)}.log"), "w") as log:
             self._processes.append(subprocess.Popen(words, stdout=log, stderr=log, stdin=subprocess.DEVNULL,
-                                                    start_new_session=True))
+                                                    start_new_session=True, preexec_fn=set_limit if limit else None))
 
     def __enter__(self):
         user = subprocess.check_output(["id", "-un"], text=True).strip()
@@ -58,7 +64,7 @@ class Cluster:
                  "ProctrackType=proctrack/linuxproc", "TaskPlugin=task/none", "SelectType=select/cons_tres",
                  "SelectTypeParameters=CR_Core", "ReturnToService=2", "MpiDefault=none", "SwitchType=switch/none",
                  "SchedulerParameters=batch_sched_delay=0,sched_interval=2", "MaxArraySize=101", "KillWait=2",
-                 "MinJobAge=300", "SlurmdTimeout=60", "MessageTimeout=60"]
+                 "MinJobAge=300", "PropagateResourceLimitsExcept=FSIZE", "SlurmdTimeout=60", "MessageTimeout=60"]
         for node, port in zip(self.NODES, nodes):
             lines.append(f"NodeName={node} NodeHostname={socket.gethostname()} NodeAddr=127.0.0.1 Port={port} CPUs=1 "
                          "State=UNKNOWN")
@@ -72,7 +78,7 @@ class Cluster:
         self._wait(lambda: os.path.exists(munge), "munged")
         self._start("slurmctld", "-D")
         for node in self.NODES:
-            self._start("slurmd", "-D", "-N", node)
+            self._start("slurmd", "-D", "-N", node, limit=NARROW_BYTES if node == self.NARROW else None)
         self._wait(lambda: self.idle_nodes() == len(self.NODES), "the nodes")
         return self
 

@@ -103,7 +103,7 @@ TEST_F(JoinTest, NamesTheHoleAndLeavesTheTarget) {
   }
   EXPECT_THAT(join({"x.mp4", "a.mp4", "a.mkv"}).toStdString(), testing::HasSubstr("a.mkv"));
   EXPECT_THAT(join({"a.mp4", "a.mp4", "b.mp4"}).toStdString(), testing::HasSubstr("a.mp4: is a piece itself"));
-  EXPECT_THAT(join({"x.xyz", "a.mp4"}).toStdString(), testing::HasSubstr("no video format"));
+  EXPECT_THAT(join({"x.xyz", "a.mp4"}).toStdString(), testing::HasSubstr("no video or poster"));
 }
 
 }  // namespace
