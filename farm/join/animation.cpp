@@ -66,7 +66,7 @@ qint64 joinAnimation(const Pieces& pieces, const Format& format, QIODevice* targ
     const AVCodecParameters& parameters = *decoder.stream().codecpar;
     const AVRational rate = decoder.stream().avg_frame_rate;
     if (!pipeline)
-      pipeline.emplace(format, Picture{parameters.width, parameters.height, rate.num / rate.den, 0}, target);
+      pipeline.emplace(format, Picture{parameters.width, parameters.height, rate.num / rate.den, 0, false}, target);
     qint64 frames = 0;
     for (QByteArray raw = decoder.next(); !raw.isEmpty(); raw = decoder.next(), ++frames) {
       QBuffer buffer(&raw);

@@ -151,13 +151,14 @@ QString PosterRequest::summary() const {
   // The smaller versions are a third of the poster; those of a TIFF lie in a file of their own until it is closed.
   const double pixels = double(description.size.width()) * description.size.height();
   const double disk = pixels * BytesPerPixel * (isTiff(description.format.coding) ? 5.0 : 4.0) / 3;
-  QString text = tr("%L1 × %L2 pixels in %L3 rows of tiles, about %L4 MB of memory, at most %5 on disk")
-                     .arg(description.size.width())
-                     .arg(description.size.height())
-                     .arg(rowsOf(description))
-                     .arg(memory / Megabyte, 0, 'f', 0)
-                     .arg(disk < Gigabyte ? tr("%L1 MB").arg(disk / Megabyte, 0, 'f', 0)
-                                          : tr("%L1 GB").arg(disk / Gigabyte, 0, 'f', 1));
+  QString text =
+      tr("%L1 × %L2 pixels in %L3 rows of tiles, about %L4 MB of memory beside the scene, at most %5 on disk")
+          .arg(description.size.width())
+          .arg(description.size.height())
+          .arg(rowsOf(description))
+          .arg(memory / Megabyte, 0, 'f', 0)
+          .arg(disk < Gigabyte ? tr("%L1 MB").arg(disk / Megabyte, 0, 'f', 0)
+                               : tr("%L1 GB").arg(disk / Gigabyte, 0, 'f', 1));
   if (band) text += tr("; of it the rows %1:%2").arg(band->first).arg(band->last);
   return text;
 }

@@ -194,7 +194,7 @@ TEST_F(PosterTest, NamesWhatBandsLack) {
         Row{{"0.tif.band", "half.tif.band"}, "half.tif.band: is no band of a poster, or not whole"},
         Row{{"picture.png"}, "picture.png: "}, Row{{}, "there are no bands"}})
     EXPECT_THAT(join(row.bands, "joined.tif").toStdString(), HasSubstr(row.reason));
-  EXPECT_FALSE(files().filter("joined").size());
+  EXPECT_THAT(files().filter("joined"), IsEmpty());
 }
 
 TEST_F(PosterTest, LeavesNothingOfWhatIsStoppedOrFindsNoSpace) {

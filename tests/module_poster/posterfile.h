@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
+#include <cmath>
 #include <memory>
 #include <vector>
 
@@ -78,8 +79,8 @@ inline void expectHalf(const QImage& half, const QImage& whole) {
         }
       }
       const double* colour = sums[3] > 0 ? sums : plain;
-      const auto mean = [&](int c) { return int(colour[c] / colour[3] + 0.5); };
-      wrong += half.pixel(x, y) != qRgba(mean(0), mean(1), mean(2), int(sums[3] / 4 + 0.5));
+      const auto mean = [&](int c) { return int(std::lround(colour[c] / colour[3])); };
+      wrong += half.pixel(x, y) != qRgba(mean(0), mean(1), mean(2), int(std::lround(sums[3] / 4)));
     }
   EXPECT_EQ(wrong, 0) << "of " << half.width() << " x " << half.height();
 }
