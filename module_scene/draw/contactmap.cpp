@@ -81,28 +81,36 @@ bool ContactMap::reserve(int width, int height) {
 }
 
 bool ContactMap::createPasses() {
+  while (makeNext()) continue;
+  return m_Smoothing.program.isUsable() && m_Smoothing.program.name();
+}
+
+bool ContactMap::makeNext() {
   struct Source {
     Pass* pass;
     const char* fragments;
   };
   for (const Source& source :
-       {Source{&m_Direction, DirectionShader}, {&m_Occlusion, OcclusionShader}, {&m_Smoothing, SmoothingShader}}) {
-    if (source.pass->program.isUsable()) continue;
-    QByteArray messages;
-    source.pass->program = linkProgram(ContactVertexShader, source.fragments, &messages);
-    const GLuint name = source.pass->program.name();
-    if (!name) {
-      tellOnce(messages);
-      return false;
-    }
-    QOpenGLExtraFunctions* gl = extraFunctions();
-    gl->glUseProgram(name);
-    for (const char* second : {"directions", "kinds"}) gl->glUniform1i(gl->glGetUniformLocation(name, second), 1);
-    gl->glUseProgram(0);
-    source.pass->texels = gl->glGetUniformLocation(name, "texels");
-    source.pass->depthRows = gl->glGetUniformLocation(name, "depthRows");
-    source.pass->window = gl->glGetUniformLocation(name, "window");
+       {Source{&m_Direction, DirectionShader}, {&m_Occlusion, OcclusionShader}, {&m_Smoothing, SmoothingShader}})
+    if (!source.pass->program.isUsable()) return create(*source.pass, source.fragments);
+  return false;
+}
+
+bool ContactMap::create(Pass& pass, const char* source) {
+  QByteArray messages;
+  pass.program = linkProgram(ContactVertexShader, source, &messages);
+  const GLuint name = pass.program.name();
+  if (!name) {
+    tellOnce(messages);
+    return false;
   }
+  QOpenGLExtraFunctions* gl = extraFunctions();
+  gl->glUseProgram(name);
+  for (const char* second : {"directions", "kinds"}) gl->glUniform1i(gl->glGetUniformLocation(name, second), 1);
+  gl->glUseProgram(0);
+  pass.texels = gl->glGetUniformLocation(name, "texels");
+  pass.depthRows = gl->glGetUniformLocation(name, "depthRows");
+  pass.window = gl->glGetUniformLocation(name, "window");
   return true;
 }
 

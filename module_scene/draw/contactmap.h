@@ -35,6 +35,8 @@ class ContactMap {
   };
   /// Keeps the map if it is of the same view, or begins a new one of the subject's parts. False if OpenGL cannot.
   [[nodiscard]] bool begin(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts);
+  /// Makes one of the programs, so that begin() does not have to; false: they are there, or OpenGL cannot.
+  bool makeNext();
   bool isComplete() const { return m_Stage == Stage::Complete; }
   /// Makes the driver ready for what follows, which draws nothing.
   void prepare();
@@ -57,6 +59,7 @@ class ContactMap {
 
   bool reserve(int width, int height);
   bool createPasses();
+  bool create(Pass& pass, const char* source);
   void collect(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts);
   /// What a stage reads and writes, and by which pass. The first only writes.
   struct Work {

@@ -15,6 +15,7 @@
 #include "module_scene/draw/painter.h"
 #include "module_scene/draw/smoothbuffer.h"
 #include "module_scene/draw/viewpoint.h"
+#include "module_scene/mesh/meshbuilder.h"
 
 namespace nubo::scene {
 
@@ -39,11 +40,12 @@ struct SceneDrawer::Private {
   SceneParts parts;
   Outlines outlines;
   DrawList list;  // of which some may be there
-  SurfaceShader shader;
+  std::shared_ptr<SurfaceShader> shader = std::make_shared<SurfaceShader>();
   ContactMap contact;
   GroundShadow ground;
   SmoothBuffer buffer;
-  double indicesPerMs = 1000;  // that a part has drawn
+  util::YPointer<SceneElement> sample;  // that prepare() draws with
+  double indicesPerMs = 1000;           // that a part has drawn
 
   Painter::Kinds prepared;
   bool finishPrepared = false;
@@ -91,10 +93,10 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
   list.collect(parts, viewpoint.view, query);
   list.sortTransparent();
   facesBack = query.edges ? 1 + 0.75 * query.widthScale : 1;  // half of an edge's width
-  shaded = look != Look::Plain && !list.isEmpty() && shader.isAvailable();
+  shaded = look != Look::Plain && !list.isEmpty() && shader->isAvailable();
   beginContact(state, kinds, elements);
   beginGround(state, kinds, elements);
-  painter.emplace(list, shaded ? &shader : nullptr);
+  painter.emplace(list, shaded ? shader.get() : nullptr);
   finishedRows = 0;
   if (isEmpty()) return;
 
@@ -119,7 +121,7 @@ void SceneDrawer::Private::beginGround(const StateGuard& state, int kinds,
 void SceneDrawer::Private::beginContact(const StateGuard& state, int kinds,
                                         std::initializer_list<const SceneElement*> elements) {
   inContact = false;
-  if (!drawsContact || (look != Look::Studio && look != Look::Clay) || !shader.isAvailable()) return;
+  if (!drawsContact || (look != Look::Studio && look != Look::Clay) || !shader->isAvailable()) return;
   ContactMap::Subject subject{{}, scene->changeCount(), kinds, viewHeight};
   std::copy(elements.begin(), elements.end(), subject.elements.begin());
   // Also where this tile shows nothing: the map learns the whole view from the first.
@@ -130,10 +132,10 @@ void SceneDrawer::Private::beginContact(const StateGuard& state, int kinds,
 /// Sets up everything for drawing on: the state, the light and where to draw.
 void SceneDrawer::Private::bindTarget(const StateGuard& state) {
   setUpState();
-  shaded ? shader.begin(viewpoint, look, environment) : setUpLight();
+  shaded ? shader->begin(viewpoint, look, environment) : setUpLight();
   if (inContact)
-    shader.setContact(contact.texture(),
-                      contact.lookup(viewpoint, {width, height, direct ? 0 : list.margin(), facesBack}));
+    shader->setContact(contact.texture(),
+                       contact.lookup(viewpoint, {width, height, direct ? 0 : list.margin(), facesBack}));
   if (shaded || drawsEdges) setFacesBack(facesBack);
   if (direct) {
     QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
@@ -211,7 +213,9 @@ bool SceneDrawer::Private::drawPart(const StateGuard& state, double milliseconds
   return !direct || !painter->isDone();
 }
 
-SceneDrawer::SceneDrawer(const util::YPointer<Scene>& scene) : d(std::make_unique<Private>()) {
+SceneDrawer::SceneDrawer(const util::YPointer<Scene>& scene, const SceneDrawer* other)
+    : d(std::make_unique<Private>()) {
+  if (other) d->shader = other->d->shader;
   d->scene = scene;
   if (!scene) return;
   d->samples = scene->getSamples();
@@ -271,6 +275,21 @@ void SceneDrawer::beginParts(const util::YPointer<SceneElement>& root, const mat
 void SceneDrawer::upload(const SceneElement& root) {
   BufferCache::fill(root);
   BufferCache::buffer(studio());
+}
+
+bool SceneDrawer::makeReady() {
+  const StateGuard state;
+  return d->look != Look::Plain && (d->shader->makeNext() || (d->drawsContact && d->contact.makeNext()));
+}
+
+void SceneDrawer::prepare(double detail) {
+  // Faces that are large, and such as are small in any view.
+  const util::YPointer<SceneElement>& sample = d->sample = new SceneElement;
+  sample->addGeometry(MeshBuilder(nullptr).box({-0.5, -0.5, -0.5}, {0.5, 0.5, 0.5}).finish());
+  sample->addGeometry(MeshBuilder(nullptr).sphere({0, 0, 0}, 1e-3, 8, 4).finish());
+  const StateGuard state;
+  d->begin(state, detail > 0, detail, LayerModel, KindFaces, math::translation(0, 0, -3), {sample.get()});
+  d->prepare(state);
 }
 
 bool SceneDrawer::drawPart(double milliseconds) { return d->drawPart(StateGuard(), milliseconds); }

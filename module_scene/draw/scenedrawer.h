@@ -19,7 +19,8 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   static const double ZNEAR;
   static const double ZFAR;
 
-  explicit SceneDrawer(const util::YPointer<Scene>& scene);
+  /// With another that draws on the same thread and context, it has programs in common.
+  explicit SceneDrawer(const util::YPointer<Scene>& scene, const SceneDrawer* other = nullptr);
   ~SceneDrawer();
   SceneDrawer(const SceneDrawer&) = delete;
   SceneDrawer& operator=(const SceneDrawer&) = delete;
@@ -48,6 +49,13 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   /// Copies what is drawn of `root` to OpenGL's memory, so that the first drawing does not have to. Any thread with a
   /// current context that shares with the viewer's.
   static void upload(const SceneElement& root);
+
+  /// Has the driver make one of the programs that most drawings need, so that the first of them does not have to wait.
+  /// False: all are there, or the look needs none.
+  [[nodiscard]] bool makeReady();
+  /// Has it make what it needs for drawing with this detail. The framebuffer is bound and set up as for glDraw; nothing
+  /// is drawn into it.
+  void prepare(double detail);
 
   /// Height of the view in which the widths of points and lines are in pixels: in a larger picture of it they are as
   /// much larger, as far as OpenGL can draw them. 0: they are in pixels of any picture. The scene's when

@@ -135,7 +135,19 @@ const char* SurfaceShader::whatIsMissing() {
   return size < Environment::Size ? "large enough textures" : nullptr;
 }
 
-bool SurfaceShader::isAvailable() { return !m_Failed && !whatIsMissing() && program(Lit).name.name(); }
+bool SurfaceShader::isAvailable() { return !m_Failed && !whatIsMissing() && program(Lit | Opaque).name.name(); }
+
+bool SurfaceShader::makeNext() {
+  if (m_Failed || whatIsMissing()) return false;
+  constexpr unsigned Usual = Lit | Opaque;
+  for (const unsigned variant : {Usual, Usual | Contact, Usual | PerVertex, Usual | PerVertex | Contact}) {
+    const auto present = m_Programs.find(variant);
+    if (present != m_Programs.end() && present->second.name.isUsable()) continue;
+    program(variant);
+    return !m_Failed;
+  }
+  return false;
+}
 
 void SurfaceShader::begin(const Viewpoint& viewpoint, Look look, const util::YPointer<Environment>& environment) {
   m_ToEnvironment = environmentFrame(viewpoint.view);

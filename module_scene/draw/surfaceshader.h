@@ -21,6 +21,8 @@ class SurfaceShader {
   static const char* whatIsMissing();
   /// Whether OpenGL can. Where nothing is missing and yet it cannot, the log says so once.
   [[nodiscard]] bool isAvailable();
+  /// Makes one of the programs of what is seen most, an opaque surface without textures; false: they are there.
+  bool makeNext();
   /// To be called whenever drawing begins or goes on, before the first use(). In the scene z points up.
   /// Without an environment there is the studio with its key light.
   void begin(const Viewpoint& viewpoint, Look look, const util::YPointer<Environment>& environment);

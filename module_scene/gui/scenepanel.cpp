@@ -98,13 +98,17 @@ QSize ScenePanel::pixels(int smaller) const {
   return {(all.width() + smaller - 1) / smaller, (all.height() + smaller - 1) / smaller};
 }
 
+scene::SceneDrawer& ScenePanel::drawer() {
+  if (!m_Drawer) m_Drawer = std::make_unique<scene::SceneDrawer>(scene::_GlobalScene());
+  return *m_Drawer;
+}
+
 void ScenePanel::drawScene(int samples, int smaller) {
   const auto scene = scene::_GlobalScene();
   const scene::SceneLocker locker(scene, scene::LockAll);
-  if (!m_Drawer) m_Drawer = std::make_unique<scene::SceneDrawer>(scene);
-  beginFrame(*m_Drawer, samples, smaller);
-  if (m_Detail > 0) m_Drawer->setContact(false);  // it takes time, and is hardly missed in what moves
-  m_Drawer->glDraw(scene->getRootNode(), nullptr, getScaledTransformMatrix(), m_Detail, AllLayers, AllKinds);
+  beginFrame(drawer(), samples, smaller);
+  if (m_Detail > 0) drawer().setContact(false);  // it takes time, and is hardly missed in what moves
+  drawer().glDraw(scene->getRootNode(), nullptr, getScaledTransformMatrix(), m_Detail, AllLayers, AllKinds);
   endFrame();
 }
 

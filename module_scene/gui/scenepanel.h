@@ -57,6 +57,8 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   /// Clears the bound framebuffer, which has the panel's size or is so many times smaller, and sets up the drawer and
   /// the matrices for it.
   void beginFrame(scene::SceneDrawer& drawer, int samples, int smaller = 1) const;
+  /// What the panel is drawn with, of its context.
+  scene::SceneDrawer& drawer();
   /// Makes the bound framebuffer opaque, whatever the drawer left.
   static void endFrame();
   void mousePressEvent(QMouseEvent* event) override;

@@ -131,10 +131,12 @@ util::YPointer<CoarseVersion> coarsened(const Geometry& geometry, Coarsening coa
 
 }  // namespace
 
+bool isWorthCoarsening(const SceneElement& root) { return countPrimitives(root) >= WorthIt; }
+
 std::vector<util::YPointer<Geometry>> worthCoarsening(const SceneElement& root) {
   std::vector<util::YPointer<Geometry>> found;
   std::set<const Geometry*> known;
-  if (countPrimitives(root) >= WorthIt) collect(root, known, found);
+  if (isWorthCoarsening(root)) collect(root, known, found);
   return found;
 }
 

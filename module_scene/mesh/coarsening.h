@@ -7,8 +7,10 @@
 
 namespace nubo::scene {
 
-/// Geometries by which coarse versions are made, each once however many elements share it. Where there are few
-/// primitives in and below `root` there are none: all of it is drawn fast enough. The scene must be kept still.
+/// Whether there are so many primitives in and below `root` that not all of it is drawn fast enough. The scene must be
+/// kept still.
+NUBO_MODULE_SCENE_EXPORT bool isWorthCoarsening(const SceneElement& root);
+/// The geometries by which coarse versions are made then, each once however many elements share it.
 NUBO_MODULE_SCENE_EXPORT std::vector<util::YPointer<Geometry>> worthCoarsening(const SceneElement& root);
 
 enum class Coarsening {

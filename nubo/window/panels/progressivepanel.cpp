@@ -3,9 +3,11 @@
 #include <QElapsedTimer>
 #include <QOpenGLFunctions>
 #include <algorithm>
+#include <utility>
 
 #include "module_scene/draw/drawingturn.h"
 #include "module_scene/gui/viewer.h"
+#include "module_scene/mesh/coarsening.h"
 
 namespace nubo::window {
 
@@ -40,6 +42,7 @@ ProgressivePanel::ProgressivePanel(QWidget* parent) : ScenePanel(parent) {
   m_Rest.setSingleShot(true);
   connect(&m_Rest, &QTimer::timeout, &m_Parts, qOverload<>(&QTimer::start));
   connect(&m_Parts, &QTimer::timeout, this, &ProgressivePanel::drawOn);
+  connect(&m_Ready, &QTimer::timeout, this, &ProgressivePanel::makeReady);
   static CompositionTurn s_Composition;
   connect(this, &QOpenGLWidget::aboutToCompose, this, [] { s_Composition.begin(); });
   connect(this, &QOpenGLWidget::frameSwapped, this, [] { s_Composition.end(); });
@@ -57,12 +60,42 @@ void ProgressivePanel::initializeGL() {
   m_WholeDrawer.reset();
   m_Whole.reset();
   m_Begun.reset();
+  m_Ready.start();
+}
+
+/// Nobody waits for it while the first model is read.
+void ProgressivePanel::makeReady() {
+  makeCurrent();
+  const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
+  const scene::DrawingTurn turn;
+  if (wholeDrawer().makeReady()) return;
+  m_Ready.stop();
+  const View view = currentView();
+  bindWhole(view);
+  m_Begun.reset();
+  beginFrame(wholeDrawer(), view.samples);
+  wholeDrawer().prepare(0);
+  beginFrame(drawer(), 0);
+  drawer().prepare(m_MovingDetail);
+  m_Whole->release();
+}
+
+void ProgressivePanel::bindWhole(const View& view) {
+  if (!m_Whole || m_Whole->size() != view.pixels)
+    m_Whole = std::make_unique<QOpenGLFramebufferObject>(view.pixels, QOpenGLFramebufferObject::CombinedDepthStencil);
+  m_Whole->bind();
+}
+
+scene::SceneDrawer& ProgressivePanel::wholeDrawer() {
+  if (!m_WholeDrawer) m_WholeDrawer = std::make_unique<scene::SceneDrawer>(scene::_GlobalScene(), &drawer());
+  return *m_WholeDrawer;
 }
 
 void ProgressivePanel::paintGL() {
   const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
   const scene::DrawingTurn turn;
   const View view = currentView();
+  if (isNewAndLarge()) m_Slow = true;
   const auto isWhole = [&] { return m_Complete && m_Begun == view; };
   QElapsedTimer timer;
   timer.start();
@@ -76,6 +109,12 @@ void ProgressivePanel::paintGL() {
   m_Thinned = view;
   m_Parts.stop();
   m_Rest.start(RestMs);
+}
+
+/// Whether there is another model than before, which nobody expects to be drawn at once.
+bool ProgressivePanel::isNewAndLarge() {
+  const auto root = scene::_GlobalScene()->getRootNode();
+  return std::exchange(m_Root, root) != root && root && scene::isWorthCoarsening(*root);
 }
 
 ProgressivePanel::View ProgressivePanel::currentView() const {
@@ -125,12 +164,9 @@ void ProgressivePanel::drawOn() {
 
 /// Whether the whole is now complete.
 bool ProgressivePanel::drawPart(const View& view) {
-  if (!m_WholeDrawer) m_WholeDrawer = std::make_unique<scene::SceneDrawer>(scene::_GlobalScene());
-  if (!m_Whole || m_Whole->size() != view.pixels)
-    m_Whole = std::make_unique<QOpenGLFramebufferObject>(view.pixels, QOpenGLFramebufferObject::CombinedDepthStencil);
-  m_Whole->bind();
+  bindWhole(view);
   if (!(m_Begun == view)) {
-    beginFrame(*m_WholeDrawer, view.samples);
+    beginFrame(wholeDrawer(), view.samples);
     m_WholeDrawer->beginParts(scene::_GlobalScene()->getRootNode(), view.transform, AllLayers, AllKinds);
     m_Begun = view;
     m_Complete = false;

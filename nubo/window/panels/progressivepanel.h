@@ -43,19 +43,25 @@ class ProgressivePanel : public gui::ScenePanel {
     }
   };
   View currentView() const;
+  void makeReady();
+  scene::SceneDrawer& wholeDrawer();
+  void bindWhole(const View& view);
+  bool isNewAndLarge();
   void paintThinned();
   void drawOn();
   bool drawPart(const View& view);
 
   std::unique_ptr<scene::SceneDrawer> m_WholeDrawer;
   std::unique_ptr<QOpenGLFramebufferObject> m_Whole;
-  std::optional<View> m_Begun;    ///< what m_Whole shows, or will when it is complete
-  std::optional<View> m_Thinned;  ///< that was painted last
+  util::YPointer<scene::SceneElement> m_Root;  ///< that was painted last
+  std::optional<View> m_Begun;                 ///< what m_Whole shows, or will when it is complete
+  std::optional<View> m_Thinned;               ///< that was painted last
   bool m_Complete = false;
   qint64 m_WholeTime = 0;     ///< milliseconds that it has taken
   bool m_Slow = false;        ///< the last whole drawing took too long for a moving view
   double m_MovingDetail = 4;  ///< by how much a moving view may be wrong, in pixels
   QTimer m_Rest;              ///< runs while the view moves
+  QTimer m_Ready;             ///< runs until the driver has made what most drawings need
   QTimer m_Parts;             ///< runs while the whole is drawn
 };
 
