@@ -18,6 +18,7 @@
 #include "module_scene/gui/viewer.h"
 #include "nubo/cli/commandarguments.h"
 #include "nubo/window/commands/commandrunner.h"
+#include "nubo/window/commands/runningcommand.h"
 #include "nubo/window/mainwindow.h"
 #include "nubo/window/panels/panelarea.h"
 #include "nubo/window/panels/viewpanel.h"
@@ -134,7 +135,7 @@ class Session {
     main::Command* command = main::CommandManager::getInstance()->find(name);
     arguments << app::Argument{"filename", m_Folder.filePath(file)};
     const QString error = app::bindArguments(*command, arguments);
-    if (!error.isEmpty() || !runner().start(*command, name, nullptr))
+    if (!error.isEmpty() || !runner().start({command, name, std::nullopt}))
       qFatal("%s: %s", qPrintable(name), qPrintable(error));
   }
 
