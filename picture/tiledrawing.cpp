@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "kernel/util/yprogressdialog.h"
 #include "module_scene/draw/scenedrawer.h"
@@ -33,13 +34,54 @@ void setUpTile(scene::SceneDrawer& drawer, const Tile& tile, const Frustum& part
   glEnable(GL_LIGHT0);
 }
 
-/// Neighbours of one size share a framebuffer.
-void fitTo(std::unique_ptr<QOpenGLFramebufferObject>& framebuffer, QSize size) {
-  if (framebuffer && framebuffer->size() == size) return;
-  framebuffer.reset();
-  framebuffer = std::make_unique<QOpenGLFramebufferObject>(size, QOpenGLFramebufferObject::CombinedDepthStencil,
-                                                           GL_TEXTURE_2D, GL_RGBA8);
-}
+/// Where tiles are drawn to. While one is drawn the one before it is read back, which would otherwise have to wait
+/// until it is drawn to the end.
+class TileBuffers {
+ public:
+  explicit TileBuffers(TileReceiver& receiver) : m_Receiver(receiver) {}
+
+  /// Binds a framebuffer for the next tile; false if it has none.
+  bool begin(const Tile& tile) {
+    m_Current = 1 - m_Current;
+    auto& framebuffer = m_Framebuffers[m_Current];
+    const QSize size(tile.width, tile.height);
+    // Neighbours of one size share a framebuffer.
+    if (!framebuffer || framebuffer->size() != size) {
+      framebuffer.reset();
+      framebuffer = std::make_unique<QOpenGLFramebufferObject>(size, QOpenGLFramebufferObject::CombinedDepthStencil,
+                                                               GL_TEXTURE_2D, GL_RGBA8);
+    }
+    return framebuffer->bind();
+  }
+  /// The tile is drawn, as far as that is up to the caller.
+  void end(const Tile& tile) {
+    glFlush();
+    const std::optional<Drawn> before = std::exchange(m_Drawn, Drawn{tile, m_Current});
+    if (before) read(*before);
+  }
+  /// Reads the last one.
+  void finish() {
+    if (m_Drawn) read(*m_Drawn);
+    m_Drawn.reset();
+  }
+
+ private:
+  struct Drawn {
+    Tile tile;
+    int buffer;
+  };
+
+  void read(const Drawn& drawn) {
+    const QImage pixels = m_Framebuffers[drawn.buffer]->toImage();
+    m_Framebuffers[drawn.buffer]->release();
+    m_Receiver.take(drawn.tile, pixels);
+  }
+
+  TileReceiver& m_Receiver;
+  std::unique_ptr<QOpenGLFramebufferObject> m_Framebuffers[2];
+  int m_Current = 0;
+  std::optional<Drawn> m_Drawn;  // and not read yet
+};
 
 /// False if a tile has no framebuffer to be drawn into.
 bool renderTiles(const Picture& picture, const TileRange& range, int edge, util::YProgressDialog& progress,
@@ -47,27 +89,22 @@ bool renderTiles(const Picture& picture, const TileRange& range, int edge, util:
   const int width = picture.size.width(), height = picture.size.height();
   const TileGrid grid(width, height, edge);
   const Frustum whole = pictureFrustum(width, height, scene::SceneDrawer::ZNEAR);
-  std::unique_ptr<QOpenGLFramebufferObject> framebuffer;
+  TileBuffers buffers(receiver);
   const auto render = [&](const Tile& tile) {
-    fitTo(framebuffer, {tile.width, tile.height});
-    if (!framebuffer->bind()) return false;
+    if (!buffers.begin(tile)) return false;
     setUpTile(picture.drawer, tile, tileFrustum(tile, whole, width, height));
     picture.drawer.glDraw(picture.root, nullptr, picture.transform, 0.0, 3, 7);
     return true;
   };
   // The drawer learns from the first tile what the whole view shows.
   bool isBound = range.first == 0 || range.count == 0 || render(grid.tile(0));
-  if (isBound && framebuffer) framebuffer->release();
   for (int i = 0; i < range.count && isBound && receiver.wantsMore(); ++i) {
     progress.setValue(int(double(i) / range.count * 100.0));
     const Tile tile = grid.tile(range.first + i);
     isBound = render(tile);
-    if (!isBound) break;
-    glFlush();
-    const QImage pixels = framebuffer->toImage();
-    framebuffer->release();
-    receiver.take(tile, pixels);
+    if (isBound) buffers.end(tile);
   }
+  buffers.finish();
   if (!isBound) receiver.fail("Couldn't bind framebuffer object!");
   return isBound;
 }

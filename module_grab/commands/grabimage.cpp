@@ -27,6 +27,7 @@
 #include "module_grab/modulegrab.h"
 #include "module_scene/draw/viewpoint.h"
 #include "module_scene/gui/viewer.h"
+#include "picture/hugepages.h"
 #include "picture/offscreencontext.h"
 #include "picture/panelview.h"
 
@@ -290,6 +291,7 @@ void GrabImage::grabToFile(const QString& fileName, int width, int height, const
     NUBO_LOG(log::Failure, Execute, "Couldn't create image buffer with size (%d x %d)", width, height);
     return;
   }
+  picture::preferHugePages(image.bits(), std::size_t(image.sizeInBytes()));
   updateProcessed(-1);
   updateText(QObject::tr("Building tiles"));
   if (const double dotsPerInch = mp_CurrentParameterSet->parameters()[1]->getDotsPerInch(); dotsPerInch > 0) {
