@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "module_grab/visibility.h"
+#include "module_scene/gui/camera.h"
 
 QT_BEGIN_NAMESPACE
 class QIODevice;
@@ -24,6 +26,8 @@ class NUBO_MODULE_GRAB_EXPORT FrameFlow {
   virtual ~FrameFlow();
 
   virtual ChunkRules chunkRules() const = 0;
+  /// The scene stands at another step, at which it is looked at from this camera; nothing: from where the panel does.
+  virtual void lookFrom(const std::optional<gui::Camera>& /*camera*/) {}
   /// Appends one raw frame to the device; after a failure the frame or its rest is missing.
   virtual void grabPicture(QIODevice* device) = 0;
   /// As the encoder's: false if it did not take the chunk, which then stays the caller's.

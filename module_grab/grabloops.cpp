@@ -63,6 +63,7 @@ void grabInStep(FrameFlow& flow, const std::atomic<bool>& stop) {
     flow.tellProgress(percentOf(position, count));
     const auto turn = drive.takeTurn();  // another panel may be recorded in step, too
     trajectory.setPosition(position);
+    flow.lookFrom(trajectory.camera());
     count = trajectory.count();
     tellPlan();
     writer.grab(std::nullopt);

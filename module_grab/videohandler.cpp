@@ -254,7 +254,7 @@ bool VideoHandler::drawFrame(QIODevice* device) {
     return false;
   }
   panelLock.relock();
-  const math::Matrix4 transform = m_Transform;
+  const math::Matrix4 transform = m_StepTransform.value_or(m_Transform);
   panelLock.unlock();
   const VideoFrame frame(*mp_SceneDrawer, m_Width, m_Height, transform);
   QImage picture = mp_Fbo->toImage();
@@ -268,6 +268,11 @@ bool VideoHandler::drawFrame(QIODevice* device) {
 ChunkRules VideoHandler::chunkRules() const { return {m_MaxChunkSize, m_UseMemoryAsBuffer, frameBytes()}; }
 
 bool VideoHandler::encodeVideoChunk(QIODevice* chunk, bool last) { return mp_Encoder->encodeVideoChunk(chunk, last); }
+
+void VideoHandler::lookFrom(const std::optional<gui::Camera>& camera) {
+  m_StepTransform.reset();
+  if (camera) m_StepTransform = camera->viewTransform();
+}
 
 void VideoHandler::tellPlan(int frames) { m_FramesPlanned = frames; }
 

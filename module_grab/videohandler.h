@@ -98,6 +98,7 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject, private FrameFlow {
 
   ChunkRules chunkRules() const override;
   bool encodeVideoChunk(QIODevice* chunk, bool last) override;
+  void lookFrom(const std::optional<gui::Camera>& camera) override;
   void tellPlan(int frames) override;
   void tellProgress(int percent) override;
   void tellFinished() override;
@@ -141,6 +142,7 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject, private FrameFlow {
   /// a closing panel waits for no frame, nor for what a frame waits for.
   QMutex m_Mutex;
   math::Matrix4 m_Transform;
+  std::optional<math::Matrix4> m_StepTransform;  ///< that the trajectory has; the grabbing thread's alone
   std::unique_ptr<OutputClaim> mp_Claim;
 
   std::function<void(int, int)> m_FrameObserver;

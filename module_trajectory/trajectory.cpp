@@ -39,8 +39,8 @@ void TrajectoryInfo::setPosition(std::uint64_t step) {
 }
 
 AdvancedTrajectoryInfo::AdvancedTrajectoryInfo(std::unique_ptr<std::deque<MatrixMap>> steps,
-                                               std::deque<WeightMap> weights)
-    : m_Steps(std::move(steps)), m_Weights(std::move(weights)) {}
+                                               std::deque<WeightMap> weights, std::deque<gui::Camera> cameras)
+    : m_Steps(std::move(steps)), m_Weights(std::move(weights)), m_Cameras(std::move(cameras)) {}
 
 void AdvancedTrajectoryInfo::setPosition(std::uint64_t step) {
   if (!m_Steps || step >= m_Steps->size()) return;
@@ -139,6 +139,12 @@ std::uint64_t SelectedTrajectory::count() const {
 void SelectedTrajectory::setPosition(std::uint64_t step) const {
   if (mp_Points) mp_Points->setPosition(step);
   if (mp_Matrices) mp_Matrices->setPosition(step);
+}
+
+std::optional<gui::Camera> SelectedTrajectory::camera() const {
+  const std::uint64_t step = position();
+  if (!mp_Matrices || step >= mp_Matrices->getCameraList().size()) return std::nullopt;
+  return mp_Matrices->getCameraList()[step];
 }
 
 TrajectoryDrive::TrajectoryDrive() {

@@ -12,6 +12,7 @@
 #include <optional>
 
 #include "module_scene/graph/scene.h"
+#include "module_scene/gui/camera.h"
 #include "module_trajectory/visibility.h"
 
 namespace nubo::trajectory {
@@ -37,21 +38,25 @@ class NUBO_MODULE_TRAJECTORY_EXPORT TrajectoryInfo {
   std::atomic<std::uint64_t> m_Position{0};
 };
 
-/// A list of steps that each give some elements a transform, and some the weights of their shapes. As TrajectoryInfo
-/// otherwise.
+/// A list of steps that each give some elements a transform, and some the weights of their shapes; and it may have a
+/// camera for each. As TrajectoryInfo otherwise.
 class NUBO_MODULE_TRAJECTORY_EXPORT AdvancedTrajectoryInfo {
  public:
-  /// `weights`: per step, or empty.
-  explicit AdvancedTrajectoryInfo(std::unique_ptr<std::deque<MatrixMap>> steps, std::deque<WeightMap> weights = {});
+  /// `weights` and `cameras`: per step, or empty. Cameras are not the scene's, so that whoever shows or records it has
+  /// to take them.
+  explicit AdvancedTrajectoryInfo(std::unique_ptr<std::deque<MatrixMap>> steps, std::deque<WeightMap> weights = {},
+                                  std::deque<gui::Camera> cameras = {});
   /// Null: no steps.
   const std::deque<MatrixMap>* getMatrixMapList() const { return m_Steps.get(); }
   const std::deque<WeightMap>& getWeightMapList() const { return m_Weights; }
+  const std::deque<gui::Camera>& getCameraList() const { return m_Cameras; }
   std::uint64_t getPosition() const { return m_Position; }
   void setPosition(std::uint64_t step);
 
  private:
   std::unique_ptr<std::deque<MatrixMap>> m_Steps;
   std::deque<WeightMap> m_Weights;
+  std::deque<gui::Camera> m_Cameras;
   std::atomic<std::uint64_t> m_Position{0};
 };
 
@@ -104,6 +109,8 @@ class NUBO_MODULE_TRAJECTORY_EXPORT SelectedTrajectory {
   std::uint64_t count() const;
   /// As that of the trajectory; without one it does nothing.
   void setPosition(std::uint64_t step) const;
+  /// Where the scene is to be looked at from at its position, if it says so.
+  std::optional<gui::Camera> camera() const;
 
  private:
   std::shared_ptr<TrajectoryInfo> mp_Points;

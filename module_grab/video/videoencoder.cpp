@@ -14,6 +14,7 @@
 #include "kernel/main/modulemanager.h"
 #include "kernel/util/exceptiontext.h"
 #include "kernel/util/libraryfile.h"
+#include "kernel/util/pluginfolders.h"
 #include "module_grab/video/encoder.h"
 
 namespace nubo::grab::video {
@@ -70,11 +71,16 @@ VideoEncoder::~VideoEncoder() {
 }
 
 void VideoEncoder::refreshPlugins() {
-  const QDir directory(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/"));
   unloadPlugins();
   auto* infos = additionalInformations();
   if (!infos) NUBO_LOG(nubo::log::Failure, RefreshPlugins, NoModule);
-  for (const QFileInfo& file : directory.entryInfoList()) {
+  loadFolder(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins/video/"), infos);
+  for (const QString& folder : nubo::util::furtherPluginFolders(QStringLiteral("plugins/video")))
+    loadFolder(folder, infos);
+}
+
+void VideoEncoder::loadFolder(const QString& folder, QList<ThirdPartyInfos>* infos) {
+  for (const QFileInfo& file : QDir(folder).entryInfoList()) {
     if (file.isSymLink() || file.baseName().isEmpty() || !QLibrary::isLibrary(file.absoluteFilePath())) continue;
     const QString error = loadPlugin(file.absoluteFilePath(), infos);
     if (!error.isEmpty())

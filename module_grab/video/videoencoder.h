@@ -36,7 +36,8 @@ class NUBO_MODULE_GRAB_EXPORT VideoEncoder {
   ~VideoEncoder();
   VideoEncoder& operator=(const VideoEncoder& other);
 
-  /// Unloads every plug-in and loads those of the plug-in directory, in name order. Plug-ins that cannot be loaded,
+  /// Unloads every plug-in and loads those of the plug-in directory, in name order, and then likewise those of the
+  /// user's own and of those that NUBO_PLUGIN_PATH names. Plug-ins that cannot be loaded,
   /// lack a symbol or throw are logged and skipped.
   void refreshPlugins();
   /// For plug-ins, from doRegister. Case of the extension is ignored. Logs and returns false if it is taken.
@@ -73,6 +74,7 @@ class NUBO_MODULE_GRAB_EXPORT VideoEncoder {
 
   VideoEncoder();
   VideoEncoder(const VideoEncoder& other);
+  void loadFolder(const QString& folder, QList<nubo::main::ThirdPartyInfos>* infos);
   /// The empty text, or why nothing comes of the plug-in.
   QString loadPlugin(const QString& fileName, QList<nubo::main::ThirdPartyInfos>* infos);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "module_scene/draw/scenedrawer.h"
 #include "module_scene/draw/viewpoint.h"
 
 namespace nubo::gui {
@@ -21,6 +22,21 @@ struct NamedView {
 constexpr NamedView Views[] = {{"front", 0, 0}, {"back", 180, 0},   {"left", 270, 0},   {"right", 90, 0},
                                {"top", 0, 90},  {"bottom", 0, -90}, {"oblique", 30, 25}};
 
+/// Takes a frustum its perspective: what the frustum divides by, the depth, is the same everywhere, and the true depth
+/// stands in w, falling from distance / ZNEAR to distance / ZFAR. Since it needs no eye, all lies in front of it that
+/// is near enough, however close a view comes.
+math::Matrix4 parallel(double distance) {
+  constexpr double Reach = 2 * Camera::FarthestDistance;
+  const double nearest = distance / scene::SceneDrawer::ZNEAR, farthest = distance / scene::SceneDrawer::ZFAR;
+  const double slope = (farthest - nearest) / (2 * Reach);
+  math::Matrix4 result;
+  result(2, 2) = 0;
+  result(2, 3) = -distance;
+  result(3, 2) = -slope;
+  result(3, 3) = nearest - slope * (distance - Reach);
+  return result;
+}
+
 }  // namespace
 
 double Camera::usableSlope(double margin) { return std::tan(HalfOpening) * (1 - 2 * margin); }
@@ -30,6 +46,8 @@ math::Matrix4 Camera::transform() const {
          math::rotation((elevation - 90) * Degree, {1, 0, 0}) * math::rotation(-azimuth * Degree, {0, 0, 1}) *
          math::scaling(scale, scale, scale) * math::translation(-center[0], -center[1], -center[2]);
 }
+
+math::Matrix4 Camera::viewTransform() const { return orthographic ? parallel(distance) * transform() : transform(); }
 
 void Camera::orbit(double azimuthDelta, double elevationDelta) {
   azimuth = std::fmod(azimuth + azimuthDelta, 360.0);

@@ -30,6 +30,9 @@ class NUBO_MODULE_SCENE_EXPORT Camera {
 
   /// From the scene to eye space, scaled; no projection, whatever the view's. x and y are scaled by the lens, too.
   math::Matrix4 transform() const;
+  /// The same, and in parallel where the camera is orthographic: a projective transform then, with which every frustum
+  /// between the drawer's distances shows the scene so.
+  math::Matrix4 viewTransform() const;
   /// Turns by degrees; the elevation stays within its bounds.
   void orbit(double azimuthDelta, double elevationDelta);
   /// Moves the centre across the view, in fractions of the view's height.

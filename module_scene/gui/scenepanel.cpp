@@ -19,21 +19,6 @@ namespace {
 constexpr double DegreesPerRadian = 180 / 3.14159265358979323846;
 constexpr double DegreesPerPixel = 0.4;
 
-/// Takes a frustum its perspective: what the frustum divides by, the depth, is the same everywhere, and the true depth
-/// stands in w, falling from distance / ZNEAR to distance / ZFAR. Since it needs no eye, all lies in front of it that
-/// is near enough, however close a view comes.
-math::Matrix4 parallel(double distance) {
-  constexpr double Reach = 2 * Camera::FarthestDistance;
-  const double nearest = distance / scene::SceneDrawer::ZNEAR, farthest = distance / scene::SceneDrawer::ZFAR;
-  const double slope = (farthest - nearest) / (2 * Reach);
-  math::Matrix4 result;
-  result(2, 2) = 0;
-  result(2, 3) = -distance;
-  result(3, 2) = -slope;
-  result(3, 3) = nearest - slope * (distance - Reach);
-  return result;
-}
-
 }  // namespace
 
 ScenePanel::ScenePanel(QWidget* parent) : QOpenGLWidget(parent) {
@@ -54,9 +39,7 @@ ScenePanel::~ScenePanel() {
   }
 }
 
-math::Matrix<double, 4, 4> ScenePanel::getScaledTransformMatrix() const {
-  return m_Camera.orthographic ? parallel(m_Camera.distance) * m_Camera.transform() : m_Camera.transform();
-}
+math::Matrix<double, 4, 4> ScenePanel::getScaledTransformMatrix() const { return m_Camera.viewTransform(); }
 
 void ScenePanel::setCamera(const Camera& camera) {
   m_Camera = camera;

@@ -10,6 +10,7 @@
 
 #include "kernel/log/logger.h"
 #include "kernel/util/libraryfile.h"
+#include "kernel/util/pluginfolders.h"
 
 namespace nubo::io {
 namespace {
@@ -19,6 +20,8 @@ QStringList readerFolders() {
   for (QString& folder : folders) folder += QStringLiteral("/nubo/plugins/readers");
   folders << util::folderOfLibrary(reinterpret_cast<const void*>(&readerFolders)) +
                  QStringLiteral("/../bin/plugins/readers");
+  folders += util::furtherPluginFolders(QStringLiteral("plugins/readers"));
+  folders.removeDuplicates();
   return folders;
 }
 

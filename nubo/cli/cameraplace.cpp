@@ -50,6 +50,16 @@ QString directCamera(const CommandLine& line, const scene::BoundingBox& box, gui
   return QString();
 }
 
+QString cameraAt(const CommandLine& line, const math::Vector3& eye, const math::Vector3& target,
+                 const scene::BoundingBox& box, gui::Camera& camera) {
+  CommandLine there = line;
+  there.eye = eye;
+  there.target = target;
+  const QString error = directCamera(there, box, camera);
+  if (error.isEmpty()) placeCamera(there, box, camera);
+  return error;
+}
+
 QString placeCamera(const CommandLine& line, const scene::BoundingBox& box, gui::Camera& camera) {
   if (line.target) camera.center = *line.target;
   if (line.eye) {

@@ -10,6 +10,7 @@
 #include "kernel/main/parameter.h"
 #include "kernel/main/parameterpanelfactory.h"
 #include "nubo/cli/filecheck.h"
+#include "nubo/cli/namedcamera.h"
 #include "nubo/cli/option.h"
 #include "nubo/cli/pixellength.h"
 #include "nubo/cli/suggestion.h"
@@ -200,6 +201,32 @@ QStringList otherValues(main::Command& command, const QString& happened) {
                       .arg(command.getName(), optionName(parameter->getName()), stored, happened,
                            parameter->toString());
   return others;
+}
+
+const QString ViewPlace = QStringLiteral("{view}");
+
+QString withView(const QString& fileName, const QString& view) {
+  static const QRegularExpression unfit(QStringLiteral("[^\\w+=@-]+"), QRegularExpression::UseUnicodePropertiesOption);
+  QString name = cameraName(view).value_or(view);
+  // A name of a file has one dot, and none of what divides folders.
+  return QString(fileName).replace(ViewPlace, name.replace(unfit, QStringLiteral("-")));
+}
+
+Arguments forView(main::Command& command, const Arguments& arguments, const QString& view) {
+  QStringList files;
+  for (const ParameterSet& set : command.getParameterSets())
+    for (const AbstractParameter* parameter : set.parameters())
+      if (namesFile(*parameter)) files << optionName(parameter->getName());
+  Arguments result = arguments;
+  for (Argument& argument : result)
+    if (files.contains(argument.name)) argument.value = withView(argument.value, view);
+  return result;
+}
+
+bool namesView(main::Command& command, const Arguments& arguments) {
+  const Arguments replaced = forView(command, arguments, QString());
+  return !std::equal(arguments.begin(), arguments.end(), replaced.begin(),
+                     [](const Argument& a, const Argument& b) { return a.value == b.value; });
 }
 
 QStringList targetFiles(main::Command& command) {

@@ -56,6 +56,15 @@ Arguments boundArguments(main::Command& command);
 /// STORED HAPPENED in place of GIVEN".
 QStringList otherValues(main::Command& command, const QString& happened);
 
+/// What stands for the name of a view in a file's name: "{view}".
+extern const QString ViewPlace;
+/// The name of that view's file: "part-{view}.png" becomes "part-front.png".
+QString withView(const QString& fileName, const QString& view);
+/// Whether one of the files that are given has a place for a view's name.
+bool namesView(main::Command& command, const Arguments& arguments);
+/// The arguments, with the view's name in those of files.
+Arguments forView(main::Command& command, const Arguments& arguments, const QString& view);
+
 /// The files that the command's current inputs name for it to write.
 QStringList targetFiles(main::Command& command);
 

@@ -11,6 +11,7 @@ namespace nubo::app {
 
 const QString BuiltinScene = QStringLiteral("builtin");
 const QString StandardInput = QStringLiteral("-");
+const QString AllViews = QStringLiteral("all");
 
 namespace {
 
@@ -147,11 +148,20 @@ QString whyInconsistent(const CommandLine& line) {
   if (!line.element.isEmpty() && line.trajectory.isEmpty())
     return QStringLiteral("--element: --trajectory FILE is missing, with the points to move it along");
   if (line.eye && !line.view.isEmpty()) return QStringLiteral("--camera and --view exclude each other");
+  const std::pair<const char*, bool> otherMoves[] = {{"turntable", line.turntable.has_value()},
+                                                     {"trajectory", !line.trajectory.isEmpty()},
+                                                     {"camera", line.eye.has_value()},
+                                                     {"target", line.target.has_value()},
+                                                     {"view", !line.view.isEmpty()}};
+  for (const auto& [name, isGiven] : otherMoves)
+    if (isGiven && !line.cameraPath.isEmpty())
+      return QStringLiteral("--camera-path and --%1 exclude each other").arg(name);
   if (line.asks() || !line.command.isEmpty()) return QString();
   const std::pair<const char*, bool> forRuns[] = {
-      {"dry-run", line.dryRun},         {"no-overwrite", line.noOverwrite},  {"report", !line.reportFile.isEmpty()},
-      {"camera", line.eye.has_value()}, {"target", line.target.has_value()}, {"up", line.up.has_value()},
-      {"roll", line.roll.has_value()},  {"zoom", line.zoom.has_value()}};
+      {"dry-run", line.dryRun},           {"no-overwrite", line.noOverwrite},  {"report", !line.reportFile.isEmpty()},
+      {"camera", line.eye.has_value()},   {"target", line.target.has_value()}, {"up", line.up.has_value()},
+      {"roll", line.roll.has_value()},    {"zoom", line.zoom.has_value()},     {"margin", line.margin.has_value()},
+      {"view all", line.view == AllViews}};
   if (line.scenes.contains(StandardInput)) return QStringLiteral("-: a window reads no model from standard input");
   for (const auto& [name, isGiven] : forRuns)
     if (isGiven) return QStringLiteral("--%1 is for the run of a command, and none is given").arg(name);
@@ -178,6 +188,7 @@ QString whyFilesMissing(const CommandLine& line) {
   files.removeAll(BuiltinScene);
   files.removeAll(StandardInput);
   if (!line.trajectory.isEmpty()) files << line.trajectory;
+  if (!line.cameraPath.isEmpty()) files << line.cameraPath;
   for (const QString& file : files) {
     const QFileInfo info(file);
     if (!info.exists()) return QStringLiteral("cannot read '%1': there is no such file").arg(file);

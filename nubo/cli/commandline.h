@@ -38,7 +38,9 @@ struct CommandLine {
   std::optional<math::Vector3> eye, target, up;  ///< of the camera, in the scene's coordinates
   std::optional<double> roll;                    ///< degrees
   std::optional<double> zoom;
-  QColor background;  ///< invalid: as the scene has it
+  QString cameraPath;            ///< a file of its places; empty: the camera stands still
+  std::optional<double> margin;  ///< percent of the view, at each of its sides
+  QColor background;             ///< invalid: as the scene has it
   std::optional<scene::Look> look;
   std::optional<bool> contact;
   QString environment;  ///< a panorama's file name; empty: the studio
@@ -70,6 +72,8 @@ struct CommandLine {
 
 /// The built-in scene's name on the command line.
 extern const QString BuiltinScene;
+/// The view that stands for all that a scene has.
+extern const QString AllViews;
 /// As a scene: a model of any format that is known by its content comes from standard input.
 extern const QString StandardInput;
 

@@ -67,6 +67,9 @@ const std::pair<const char*, const char*> Environment[] = {
     {"DISPLAY, WAYLAND_DISPLAY", "where windows are shown. Commands need neither."},
     {"QT_QPA_PLATFORM", "how commands reach OpenGL, in place of what is found to work."},
     {"NUBO_VIDEO_THREADS", "with how many threads videos are encoded."},
+    {"NUBO_PLUGIN_PATH",
+     "folders, with colons between them, below which more is found: modules, plugins/video and "
+     "plugins/readers."},
     {"XDG_CONFIG_HOME", "where settings lie, in place of ~/.config."},
 };
 

@@ -58,8 +58,9 @@ QString takeSize(const QString& value, CommandLine& line) {
 
 QString takeView(const QString& value, CommandLine& line) {
   line.view = value;
-  if (cameraName(value)) return QString();  // which cameras there are, only the scene tells
-  return gui::Camera().setView(value) ? QString() : QStringLiteral("a view's name, AZIMUTH,ELEVATION or camera:NAME");
+  if (value == AllViews || cameraName(value)) return QString();  // which cameras there are, only the scene tells
+  return gui::Camera().setView(value) ? QString()
+                                      : QStringLiteral("a view's name, AZIMUTH,ELEVATION, camera:NAME or all");
 }
 
 Option::Take point(std::optional<math::Vector3> CommandLine::*target) {
@@ -156,8 +157,9 @@ const std::vector<Option>& options() {
       {"size", "WxH", "Size of the scene panel in pixels; pictures take its aspect ratio (1280x720).", takeSize},
       {"view", "VIEW",
        "Direction of view: " + views.join(", ") +
-           ", AZIMUTH,ELEVATION in degrees, or camera:NAME, which the scene has.",
-       takeView, views},
+           ", AZIMUTH,ELEVATION in degrees, or camera:NAME, which the scene has; all: one after the other, each into a "
+           "file of its own, with {view} in its name.",
+       takeView, views + QStringList(AllViews)},
       {"projection", "PROJECTION", "How depth is shown: perspective or orthographic (perspective).", takeProjection,
        Projections},
       {"camera", "X,Y,Z", "Where the camera stands, in place of a direction of view.", point(&CommandLine::eye)},
@@ -166,6 +168,12 @@ const std::vector<Option>& options() {
       {"roll", "DEGREES", "Turns the view clockwise.", real(&CommandLine::roll, -360, 360)},
       {"zoom", "FACTOR", "Moves the camera closer: at 2, the target is twice as large.",
        real(&CommandLine::zoom, 0.01, 1000)},
+      {"camera-path", "FILE",
+       "Moves the camera along the places of a CSV file: time in seconds, x, y, z of the camera, x, y, z of what it "
+       "looks at.",
+       text(&CommandLine::cameraPath, "a file name")},
+      {"margin", "PERCENT", "Room left at each side of the view around the model (2.4).",
+       real(&CommandLine::margin, 0, 45)},
       {"background", "COLOUR", "Background colour: a name such as white, or #rrggbb.", takeBackground,
        QColor::colorNames()},
       {"look", "LOOK",

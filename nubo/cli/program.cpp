@@ -8,6 +8,7 @@
 
 #include "kernel/main/commandmanager.h"
 #include "kernel/main/overseer.h"
+#include "module_trajectory/trajectory.h"
 #include "nubo/cli/commandarguments.h"
 #include "nubo/cli/completion.h"
 #include "nubo/cli/filecheck.h"
@@ -122,6 +123,8 @@ int Program::runCommand() {
   RunSettings settings(registered, m_Arguments);
   StandardOutput output;
   QString error = output.redirect(registered, m_Arguments);
+  if (error.isEmpty() && output.isUsed() && m_Line.view == AllViews)
+    error = QStringLiteral("standard output takes one file, and --view all makes several");
   if (error.isEmpty()) error = settings.apply(m_Session.processor(), m_Report);
   if (!error.isEmpty()) return refuse(call() + ": " + error);
   if (!output.isUsed()) {
@@ -153,6 +156,32 @@ int Program::run(main::Command& registered, const RunSettings& settings) {
     // Only the scene could tell that the value of an option makes no sense.
     return error.startsWith("--") ? WrongCall : Failed;
   }
+  return m_Line.view == AllViews ? runViews(registered, settings) : runOnce(registered, settings);
+}
+
+/// All calls are checked before the first is run.
+int Program::runViews(main::Command& registered, const RunSettings& settings) {
+  const Arguments all = m_Arguments;
+  const auto take = [&](const Session::View& view) {
+    m_Arguments = forView(registered, all, view.name);
+    const QString error = bindArguments(registered, m_Arguments);
+    return error.isEmpty() ? whyFilesRefused(registered) : call() + ": " + error;
+  };
+  for (const Session::View& view : m_Session.views())
+    if (const QString error = take(view); !error.isEmpty()) return refuse(error);
+  int status = Done;
+  for (const Session::View& view : m_Session.views()) {
+    // What was recorded in step has brought the scene to its end.
+    trajectory::TrajectoryHandler::getInstance()->putBack();
+    m_Session.show(view);
+    if (const QString error = take(view); !error.isEmpty()) return refuse(error);
+    status = runOnce(registered, settings);
+    if (status != Done) break;
+  }
+  return status;
+}
+
+int Program::runOnce(main::Command& registered, const RunSettings& settings) {
   // Now that the command knows its panel, more can be wrong.
   if (const QString error = whyValuesRefused(registered, m_Arguments); !error.isEmpty())
     return refuse(call() + ": " + error);
@@ -173,6 +202,9 @@ QString Program::whyCallWrong(main::Command& command) {
     return QStringLiteral("--duration: %1 cannot be ended early").arg(m_Line.command);
   QStringList settings;
   for (main::Command* other : settingsCommandsOf(command)) settings << optionNames(*other);
+  if (m_Line.view == AllViews && !namesView(command, m_Arguments))
+    return QStringLiteral("--view all: %1 is missing in the name of a file, so that each view has its own")
+        .arg(ViewPlace);
   const QString error = bindArguments(command, m_Arguments, settings);
   return error.isEmpty() ? whyFilesRefused(command) : call() + ": " + error;
 }

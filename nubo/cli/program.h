@@ -36,6 +36,9 @@ class Program {
   int answer();
   int runCommand();
   int run(main::Command& registered, const RunSettings& settings);
+  /// With one view after the other, whose names stand in those of the files.
+  int runViews(main::Command& registered, const RunSettings& settings);
+  int runOnce(main::Command& registered, const RunSettings& settings);
   /// Why the command cannot run at all, whatever the scene; "" if it can.
   QString whyCallWrong(main::Command& command);
   QString whyFilesRefused(main::Command& command);

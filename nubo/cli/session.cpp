@@ -8,6 +8,7 @@
 #include "kernel/log/logger.h"
 #include "kernel/main/modulemanager.h"
 #include "kernel/util/delegate.h"
+#include "kernel/util/pluginfolders.h"
 #include "module_scene/gui/framing.h"
 #include "module_trajectory/trajectory.h"
 #include "nubo/cli/cameraplace.h"
@@ -35,13 +36,21 @@ io::ImportResult readScenes(const QStringList& scenes, io::ImportControl& contro
   return all;
 }
 
+QStringList viewNames(const CommandLine& line, const io::ImportResult& result) {
+  if (line.view != AllViews) return {line.view};
+  QStringList names = gui::Camera::viewNames();
+  for (const scene::FileCamera& camera : result.cameras) names << QStringLiteral("camera:") + camera.name;
+  return names;
+}
+
 }  // namespace
 
 Session::Session(const CommandLine& line, const QStringList& scenes, Report& report)
     : m_Report(report), m_Reading(scenes), m_Overseer(line.settingsFile), m_Control(readingSettings(line)) {
   if (!scenes.isEmpty()) m_Import = std::async(std::launch::async, readScenes, scenes, std::ref(m_Control));
   const QString folder = QCoreApplication::applicationDirPath() + "/modules";
-  main::ModuleManager::getInstance()->loadModules(folder, [](const QString&) {});
+  for (const QString& each : QStringList(folder) + util::furtherPluginFolders(QStringLiteral("modules")))
+    main::ModuleManager::getInstance()->loadModules(each, [](const QString&) {});
   if (main::ModuleManager::getInstance()->names().isEmpty())
     NUBO_LOG(log::Failure, "nubo::app::Session::Session",
              QStringLiteral("no module with commands was found in ") + folder);
@@ -86,33 +95,55 @@ QString Session::showScene(const CommandLine& line, bool takesTime) {
   if (line.background.isValid()) scene->setBackgroundColor(line.background);
   if (const QString error = applyLook(line, *scene::_GlobalScene()); !error.isEmpty()) return error;
 
+  const bool moves =
+      takesTime || line.turntable || line.steps || !line.trajectory.isEmpty() || !line.cameraPath.isEmpty();
+  if (const QString error = findViews(line, result, moves); !error.isEmpty()) return error;
+  if (const auto camera = trajectory::SelectedTrajectory().camera()) m_Views.front().camera = *camera;
+  m_Panel = std::make_unique<gui::ScenePanel>();
+  m_Panel->resize(line.size);
+  show(m_Views.front());
+  m_Viewer.setActivePanel(m_Panel.get());
+  return QString();
+}
+
+/// Selects the trajectory, too, since views show all of it where it `moves`.
+QString Session::findViews(const CommandLine& line, const io::ImportResult& result, bool moves) {
+  const auto& scene = m_Viewer.getGlobalScene();
   const scene::BoundingBox box = result.root->getBoundingBox();
-  gui::Camera camera;
-  if (const QString error = directCamera(line, box, camera); !error.isEmpty()) return error;
-  gui::Framing framing(camera, box);
+  std::vector<gui::Framing> framings;
+  for (const QString& name : viewNames(line, result)) {
+    CommandLine one = line;
+    one.view = name;
+    m_Views.push_back({name, gui::Camera()});
+    if (const QString error = directCamera(one, box, m_Views.back().camera); !error.isEmpty()) return error;
+    framings.emplace_back(m_Views.back().camera, box);
+  }
   const auto look = [&] {
     const scene::SceneLocker locker(scene, scene::LockAll);
-    framing.add(*scene->getRootNode());
+    for (gui::Framing& framing : framings) framing.add(*scene->getRootNode());
   };
-  const bool moves = takesTime || line.turntable || line.steps || !line.trajectory.isEmpty();
   const QString error = chooseTrajectory(line, result.animations, moves ? std::function<void()>(look) : nullptr);
   if (!error.isEmpty()) return error;
   if (!moves) look();
+  const double margin = line.margin ? *line.margin / 100 : gui::Camera::UsualMargin;
+  for (std::size_t i = 0; i < m_Views.size(); ++i) {
+    m_Views[i].camera = framings[i].camera(line.size.width(), line.size.height(), nullptr, margin);
+    if (const QString unknown = placeView(line, result, box, m_Views[i]); !unknown.isEmpty()) return unknown;
+  }
+  return QString();
+}
 
-  m_Panel = std::make_unique<gui::ScenePanel>();
-  m_Panel->resize(line.size);
-  camera = framing.camera(line.size.width(), line.size.height());
-  if (const auto name = cameraName(line.view)) {
+QString Session::placeView(const CommandLine& line, const io::ImportResult& result, const scene::BoundingBox& box,
+                           View& view) {
+  if (const auto name = cameraName(view.name)) {
     QString unknown;
     const auto ofFile = namedCamera(result.cameras, *name, unknown);
     if (!ofFile) return unknown;
-    camera = *ofFile;
-    camera.orthographic = camera.orthographic || line.orthographic;
-    camera.roll += line.roll.value_or(0);
+    view.camera = *ofFile;
+    view.camera.orthographic = view.camera.orthographic || line.orthographic;
+    view.camera.roll += line.roll.value_or(0);
   }
-  if (const QString note = placeCamera(line, box, camera); !note.isEmpty()) m_Report.note(note);
-  m_Panel->setCamera(camera);
-  m_Viewer.setActivePanel(m_Panel.get());
+  if (const QString note = placeCamera(line, box, view.camera); !note.isEmpty()) m_Report.note(note);
   return QString();
 }
 

@@ -27,13 +27,23 @@ class Session {
   bool isReadingScene() const;
   /// Returns when everything that the modules queued while they were loaded has been done.
   void waitForQueuedWork();
+  /// From where the scene can be seen.
+  struct View {
+    QString name;  ///< as options write it; empty: the usual one
+    gui::Camera camera;
+  };
   /// Waits for the scene (the built-in one, if none is named), which is read now if that was not begun; then a panel
   /// that is never visible shows it and becomes the active one. It shows the scene at all steps of its trajectory where
   /// the command line asks for one or the command `takesTime`, else as it stands. The empty text, or why there is no
   /// scene.
   [[nodiscard]] QString showScene(const CommandLine& line, bool takesTime);
+  /// The views that the command line asks for, of a scene that is shown. The panel shows the first.
+  const std::vector<View>& views() const { return m_Views; }
+  void show(const View& view) { m_Panel->setCamera(view.camera); }
 
  private:
+  QString findViews(const CommandLine& line, const io::ImportResult& result, bool moves);
+  QString placeView(const CommandLine& line, const io::ImportResult& result, const scene::BoundingBox& box, View& view);
   void reportWarnings(const QStringList& warnings);
 
   Report& m_Report;
@@ -43,6 +53,7 @@ class Session {
   std::future<io::ImportResult> m_Import;
   gui::Viewer m_Viewer;
   std::unique_ptr<gui::ScenePanel> m_Panel;
+  std::vector<View> m_Views;
 };
 
 }  // namespace nubo::app

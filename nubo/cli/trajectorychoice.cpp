@@ -9,10 +9,12 @@
 #include "kernel/log/logger.h"
 #include "kernel/main/overseer.h"
 #include "module_trajectory/animationtrajectory.h"
+#include "module_trajectory/camerapath.h"
 #include "module_trajectory/jointfile.h"
 #include "module_trajectory/marker.h"
 #include "module_trajectory/pointfile.h"
 #include "module_trajectory/turntable.h"
+#include "nubo/cli/cameraplace.h"
 #include "nubo/cli/suggestion.h"
 
 namespace nubo::app {
@@ -131,8 +133,10 @@ QString selectMatrices(std::unique_ptr<AdvancedTrajectoryInfo> info, const Range
   show(*info, all.size(), look);
   if (steps) {
     const std::deque<WeightMap>& weights = info->getWeightMapList();
+    const std::deque<gui::Camera>& cameras = info->getCameraList();
     info = std::make_unique<AdvancedTrajectoryInfo>(std::make_unique<std::deque<MatrixMap>>(cut(all, steps)),
-                                                    weights.empty() ? weights : cut(weights, steps));
+                                                    weights.empty() ? weights : cut(weights, steps),
+                                                    cameras.empty() ? cameras : cut(cameras, steps));
     info->setPosition(0);
   }
   TrajectoryHandler::getInstance()->select(std::move(info));
@@ -167,6 +171,34 @@ QString whyNoAnimation(const std::vector<scene::Animation>& all, const QString& 
   return QStringLiteral("--animation %1: the scene has no such animation").arg(name) + choiceOf(name, names);
 }
 
+/// As long as the path: an animation that is shorter stands still at its end.
+template <class Step>
+std::deque<Step> fitted(const std::deque<Step>& steps, std::size_t count) {
+  std::deque<Step> fitted = steps;
+  fitted.resize(count, steps.empty() ? Step() : steps.back());
+  return fitted;
+}
+
+/// What moves the scene meanwhile goes on doing so.
+std::unique_ptr<AdvancedTrajectoryInfo> withCameras(const CommandLine& line, const AdvancedTrajectoryInfo* moving,
+                                                    QString& error) {
+  const std::deque<CameraPlace> places = readCameraPath(line.cameraPath, playingRate(), error);
+  if (places.empty()) return nullptr;
+  const auto scene = scene::_GlobalScene();
+  const scene::BoundingBox box = scene->getRootNode()->getBoundingBox();
+  std::deque<gui::Camera> cameras;
+  for (const CameraPlace& place : places) {
+    cameras.emplace_back();
+    error = cameraAt(line, place.eye, place.target, box, cameras.back());
+    if (!error.isEmpty()) return nullptr;
+  }
+  auto steps = std::make_unique<std::deque<MatrixMap>>(
+      fitted(moving ? *moving->getMatrixMapList() : std::deque<MatrixMap>(), places.size()));
+  const std::deque<WeightMap> weights = moving ? moving->getWeightMapList() : std::deque<WeightMap>();
+  return std::make_unique<AdvancedTrajectoryInfo>(
+      std::move(steps), weights.empty() ? weights : fitted(weights, places.size()), std::move(cameras));
+}
+
 }  // namespace
 
 int playingRate() { return std::max(1, main::nuboSettings()->value("settings/grabvideofps", "25").toInt()); }
@@ -192,6 +224,12 @@ QString chooseTrajectory(const CommandLine& line, const std::vector<scene::Anima
     if (!info && !line.animation.isEmpty()) return error;
     // Nobody asked for the animations, so that a picture is not refused for their sake.
     if (!info) NUBO_LOG(log::Note, "nubo::app::chooseTrajectory", error);
+  }
+  if (!line.cameraPath.isEmpty()) {
+    QString error;
+    info = withCameras(line, info.get(), error);
+    // Nothing is framed that the path has its own view of.
+    return info ? selectMatrices(std::move(info), line.steps, nullptr) : error;
   }
   if (!info) info = createTurntable(line.turntable.value_or(TurnSeconds * rate));
   return info ? selectMatrices(std::move(info), line.steps, look)

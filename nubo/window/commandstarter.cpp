@@ -5,14 +5,14 @@
 #include <QPushButton>
 #include <QTimer>
 
-#include "kernel/main/parameter.h"
-#include "nubo/cli/commandarguments.h"
 #include "nubo/cli/filecheck.h"
 #include "nubo/window/commanddock.h"
 #include "nubo/window/commands/commandrunner.h"
+#include "nubo/window/menus/savedviews.h"
 #include "nubo/window/messagebar.h"
 #include "nubo/window/panels/panelarea.h"
 #include "nubo/window/parameters/parameterdialog.h"
+#include "nubo/window/viewseries.h"
 
 namespace nubo::window {
 
@@ -22,21 +22,6 @@ QString titlesOf(const QList<RunningCommand*>& runs) {
   QStringList titles;
   for (const RunningCommand* run : runs) titles << CommandStarter::tr("“%1”").arg(run->title());
   return titles.join(QStringLiteral(", "));
-}
-
-/// The same values, but files that are there already are not written again.
-main::ParameterSet withFreeNames(main::Command& command, const main::ParameterSet& values) {
-  main::ParameterSet copy(values.getID(), values.getName());
-  for (const main::ParameterSet& own : command.getParameterSets())
-    for (std::size_t i = 0; own.getID() == values.getID() && i < values.parameters().size(); ++i) {
-      const main::AbstractParameter& value = *values.parameters()[i];
-      auto* copied = new main::Parameter<QString>(value.getName(), value.getDescription(), QString(), false, nullptr);
-      copy.addParameter(copied);
-      if (!value.hasValue()) continue;
-      copied->castString(app::namesFile(*own.parameters()[i]) ? app::freeName(value.toString()) : value.toString());
-      copied->setDotsPerInch(value.getDotsPerInch());
-    }
-  return copy;
 }
 
 /// Whether the user presses the button with this text, and not the one that leaves all as it is.
@@ -80,7 +65,7 @@ void CommandStarter::run(main::Command* command, const QString& title) {
 
 void CommandStarter::repeat(const CommandCall& call) {
   CommandCall next = call;
-  if (call.values) next.values = withFreeNames(*call.registered, *call.values);
+  if (call.values) next.values = withFiles(*call.registered, *call.values, &app::freeName);
   start(next);
 }
 
@@ -88,8 +73,13 @@ void CommandStarter::ask(main::Command* command, const QString& title) {
   auto* dialog = new ParameterDialog(*command, title, mp_Window);
   dialog->setAttribute(Qt::WA_DeleteOnClose);
   dialog->setBusyFiles(m_Runner.files());
+  if (mp_Views) dialog->offerViews(mp_Views->names().size());
   connect(dialog, &QDialog::accepted, this, [this, command, title, dialog] {
-    start({command, title, dialog->values()});
+    const CommandCall call{command, title, dialog->values()};
+    if (dialog->isForAllViews())
+      new ViewSeries({m_Runner, m_Panels, *mp_Views, m_Messages}, call, this);
+    else
+      start(call);
   });
   if (dialog->framesView())
     askBeside(dialog);

@@ -18,6 +18,7 @@ class MessageBar;
 class PanelArea;
 class ParameterDialog;
 class RunningCommand;
+class SavedViews;
 struct CommandCall;
 class ViewPanel;
 
@@ -27,6 +28,8 @@ class CommandStarter : public QObject {
  public:
   CommandStarter(CommandRunner& runner, PanelArea& panels, MessageBar& messages, CommandDock& dock, QWidget* window);
 
+  /// Views that a command can be run for, one after the other. They outlive this.
+  void setViews(SavedViews& views) { mp_Views = &views; }
   /// Asks for the command's values, if it takes any, and runs it with them; `title` is what the user calls it.
   void run(main::Command* command, const QString& title);
   /// Asks first where a command runs for one of the panels.
@@ -49,6 +52,7 @@ class CommandStarter : public QObject {
   MessageBar& m_Messages;
   CommandDock& m_Dock;
   QWidget* mp_Window;
+  SavedViews* mp_Views = nullptr;
 };
 
 }  // namespace nubo::window

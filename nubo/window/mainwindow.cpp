@@ -110,6 +110,7 @@ void MainWindow::createDocks() {
 void MainWindow::createMenus() {
   mp_FileMenu = new FileMenu(*mp_Runner, *mp_Running, this);
   mp_ViewMenu = new ViewMenu(*mp_Panels, {mp_TreeDock, mp_LogDock, mp_CommandDock}, this);
+  mp_Starter->setViews(mp_ViewMenu->savedViews());
   mp_PanelMenu = new PanelMenu(*mp_Panels, this);
   auto* trajectory = new QMenu(tr("&Trajectory"), this);
   trajectory->setObjectName(QStringLiteral("trajectoryMenu"));
@@ -159,6 +160,8 @@ void MainWindow::connectParts() {
   connect(mp_Changer, &SceneChanger::waiting, this, &MainWindow::showWaiting);
   connect(mp_Trajectory, &TrajectoryBar::moved, mp_Panels, &PanelArea::updatePanels);
   connect(mp_Trajectory, &TrajectoryBar::moved, mp_Panels, &PanelArea::viewChanged);
+  connect(mp_Trajectory, &TrajectoryBar::cameraMoved, mp_Panels,
+          [this](const gui::Camera& camera) { mp_Panels->activePanel()->setCamera(camera); });
   connect(mp_Trajectory, &TrajectoryBar::sceneChanged, mp_Tree, &SceneTree::rebuild);
   connect(mp_Trajectory, &TrajectoryBar::sceneChanged, mp_Panels, &PanelArea::updatePanels);
 }

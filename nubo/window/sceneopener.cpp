@@ -4,6 +4,7 @@
 #include <QFileInfo>
 
 #include "kernel/log/logger.h"
+#include "module_trajectory/trajectory.h"
 #include "nubo/cli/namedcamera.h"
 #include "nubo/cli/scenefile.h"
 #include "nubo/window/commands/commandrunner.h"
@@ -108,6 +109,7 @@ void SceneOpener::install(const QStringList& files, const io::ImportResult& resu
   m_Parts.tree.rebuild();
   m_Parts.views.setScene(files, result.cameras);
   for (ViewPanel* panel : m_Parts.panels.panels()) panel->showAll();
+  if (const auto camera = trajectory::SelectedTrajectory().camera()) m_Parts.panels.activePanel()->setCamera(*camera);
   if (const auto name = app::cameraName(line.view)) {
     failures << QString();
     const auto camera = app::namedCamera(result.cameras, *name, failures.last());

@@ -10,6 +10,7 @@
 #include "module_scene/gui/viewer.h"
 #include "module_scene/mesh/preparation.h"
 #include "module_trajectory/animationtrajectory.h"
+#include "module_trajectory/camerapath.h"
 #include "module_trajectory/marker.h"
 #include "module_trajectory/pointfile.h"
 #include "module_trajectory/turntable.h"
@@ -157,6 +158,48 @@ TEST_F(Trajectory, PointFilesAreReadAsPeopleWriteThem) {
   }
   EXPECT_TRUE(readPointFile(folder.filePath(QStringLiteral("none.csv")), error).empty());
   EXPECT_TRUE(error.contains(QStringLiteral("none.csv")));
+}
+
+TEST_F(Trajectory, CamerasPassAllPlacesOfTheirPathWithoutACorner) {
+  const QTemporaryDir folder;
+  QString error;
+  const auto read = [&](const QByteArray& content, double rate) {
+    QFile file(folder.filePath(QStringLiteral("way.csv")));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(content);
+    file.close();
+    return readCameraPath(file.fileName(), rate, error);
+  };
+  const auto straight = read("t,x,y,z,tx,ty,tz\n5,0,9,0,1,1,1\n6,2,9,0,1,1,1\n8,6,9,0,1,1,1\n", 4);
+  ASSERT_EQ(straight.size(), 13U) << qPrintable(error);
+  for (std::size_t i = 0; i < straight.size(); ++i) {
+    expectNear(straight[i].eye, {2 * double(i) / 4, 9, 0});
+    expectNear(straight[i].target, {1, 1, 1});
+  }
+  constexpr double Rate = 1000;
+  const math::Vector3 places[]{{3, 0, 0}, {0, 3, 1}, {-3, 0, 0}, {3, 0, 0}};
+  const auto round = read("0,3,0,0,0,0,0\n1,0,3,1,0,0,0\n3,-3,0,0,0,0,0\n4,3,0,0,0,0,0\n", Rate);
+  ASSERT_EQ(round.size(), 4001U) << qPrintable(error);
+  const std::size_t times[]{0, 1000, 3000, 4000};
+  for (std::size_t i = 0; i < 4; ++i) {
+    expectNear(round[times[i]].eye, places[i]);
+    // It is closed, so that the last place is the first again.
+    const std::size_t before = times[i] == 0 ? 3999 : times[i] - 1, after = times[i] == 4000 ? 1 : times[i] + 1;
+    for (std::size_t axis = 0; axis < 3; ++axis)
+      EXPECT_NEAR((places[i][axis] - round[before].eye[axis]) * Rate, (round[after].eye[axis] - places[i][axis]) * Rate,
+                  0.05)
+          << "speed before and after place " << i;
+  }
+  struct Row {
+    const char *content, *says;
+  };
+  for (const Row& row :
+       {Row{"0,1,1,1,0,0,0\n", "two places"}, Row{"0,1,1,1,0,0,0\n0,2,1,1,0,0,0\n", "line 2: its time"},
+        Row{"0,1,1,1,1,1,1\n", "line 1: the camera stands"}, Row{"0,1,1\n", "line 1: 3 values"},
+        Row{"0,1,1,1,0,0,0\n9e9,2,1,1,0,0,0\n", "more than"}}) {
+    EXPECT_TRUE(read(row.content, 25).empty()) << row.content;
+    EXPECT_TRUE(error.contains(QLatin1String(row.says))) << qPrintable(error);
+  }
 }
 
 TEST_F(Trajectory, MarkerFollowsItsPathInTheScene) {

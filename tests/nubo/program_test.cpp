@@ -31,6 +31,8 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
       {"$nubo --info", 2, "a model file is missing"},
       {"$nubo --json triangle.obj grabimage --filename a.png", 2, "--info FILE is missing"},
       {"$nubo builtin", 2, "a window needs a display"},
+      {"$nubo --view all grabimage --filename a.png", 2, "--view all: {view} is missing in the name of a file"},
+      {"$nubo --camera-path points.csv grabvideo --filename a.y4m", 1, "cannot read 'points.csv': line 1: 3 values"},
       {"$nubo --camera 1,2 grabimage --filename a.png", 2, "--camera 1,2: expected three numbers, X,Y,Z"},
       {"$nubo --camera 1,2,3 --view top grabimage --filename a.png", 2, "--camera and --view exclude each other"},
       {"$nubo --help > /dev/full", 1, "standard output: No space left on device"},
@@ -53,6 +55,9 @@ TEST_F(Program, SaysWhatItLacks) {
   ASSERT_EQ(run("ln -s $bin/plugins tree/bin"), 0);
   expectFailure({"tree/bin/nubo --list-commands", 1, "no module with commands was found in /"});
   expectFailure({"tree/bin/nubo grabimage --filename a.png", 1, "grabimage: unknown command; no module with commands"});
+  ASSERT_EQ(run("mkdir more && ln -s $bin/modules more && NUBO_PLUGIN_PATH=none:more tree/bin/nubo --list-commands"),
+            0);
+  EXPECT_THAT(m_Output.toStdString(), HasSubstr("grabimage"));
 }
 
 TEST_F(Program, TellsAboutItsCommandsAndItself) {
@@ -94,9 +99,28 @@ TEST_F(Program, GrabsTheSceneAsTheOptionsSay) {
     EXPECT_EQ(qAlpha(squares.pixel(x, middle)), alpha) << "the scene fills the width, at " << x;
 }
 
+TEST_F(Program, GrabsEachViewIntoAFileOfItsOwn) {
+  ASSERT_EQ(run("$nubo --view all triangle.obj grabimage --filename 'a {view}.png' --width 60"), 0);
+  const QStringList names = QDir(m_Directory.path()).entryList({"a *.png"});
+  EXPECT_EQ(names.size(), 7) << qPrintable(names.join(' '));
+  // The triangle lies in the plane that front and back look at, and only an edge of it is seen from the left.
+  const auto covered = [&](const char* view) {
+    const QImage image(path(QStringLiteral("a %1.png").arg(view)));
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y)
+      for (int x = 0; x < image.width(); ++x) count += qAlpha(image.pixel(x, y)) > 0;
+    return count;
+  };
+  EXPECT_GT(covered("front"), 10 * covered("left"));
+}
+
 TEST_F(Program, RecordsTheStepsOfATrajectory) {
-  const std::pair<const char*, int> rows[] = {
-      {"--turntable 7", 7}, {"--turntable 7 --steps 2:4", 3}, {"--trajectory points.csv", 4}, {"--steps 0:0", 1}};
+  const std::pair<const char*, int> rows[] = {{"--turntable 7", 7},
+                                              {"--turntable 7 --steps 2:4", 3},
+                                              {"--trajectory points.csv", 4},
+                                              {"--steps 0:0", 1},
+                                              {"--camera-path way.csv", 26}};
+  write("way.csv", "0, 3,3,3, 0,0,0\n1, 3,-3,3, 0,0,0\n");
   for (const auto& [options, count] : rows) {
     SCOPED_TRACE(options);
     EXPECT_EQ(
@@ -104,7 +128,11 @@ TEST_F(Program, RecordsTheStepsOfATrajectory) {
         << m_Errors.toStdString();
     EXPECT_EQ(m_Errors, "");
     EXPECT_EQ(frames(), count);
-    EXPECT_TRUE(QFile::remove(path("a.y4m")));
+    QFile video(path("a.y4m"));
+    ASSERT_TRUE(video.open(QIODevice::ReadOnly));
+    const QList<QByteArray> pictures = video.readAll().replace("FRAME\n", "\1").split('\1');
+    EXPECT_TRUE(count == 1 || pictures[1] != pictures.last()) << "nothing moves";
+    EXPECT_TRUE(video.remove());
   }
 }
 

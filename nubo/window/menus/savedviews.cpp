@@ -65,19 +65,24 @@ std::optional<gui::Camera> SavedViews::load(const QString& name) const {
   return toCamera(main::nuboSettings()->value(settingsKey() + QLatin1Char('/') + keyPart(name)).toStringList());
 }
 
+QStringList SavedViews::names() const {
+  QSettings* settings = main::nuboSettings();
+  settings->beginGroup(settingsKey());
+  const QStringList keys = settings->childKeys();
+  settings->endGroup();
+  QStringList names;
+  for (const QString& key : keys)
+    if (const QString name = QUrl::fromPercentEncoding(key.toLatin1()); load(name)) names << name;
+  return names;
+}
+
 void SavedViews::fill() {
   clear();
   mp_Delete->clear();
   addAction(tr("&Save View…"), this, &SavedViews::askAndSave, QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_S));
   addMenu(mp_Delete);
   addSeparator();
-  QSettings* settings = main::nuboSettings();
-  settings->beginGroup(settingsKey());
-  const QStringList keys = settings->childKeys();
-  settings->endGroup();
-  for (const QString& key : keys) {
-    const QString name = QUrl::fromPercentEncoding(key.toLatin1());
-    if (!load(name)) continue;
+  for (const QString& name : names()) {
     const QString label = QString(name).replace(QLatin1Char('&'), QLatin1String("&&"));
     addAction(label, this, [this, name] { recall(name); });
     mp_Delete->addAction(label, this, [this, name] { remove(name); });

@@ -21,10 +21,13 @@ class SavedViews : public QMenu {
 
   /// The files that the scene comes from, and the cameras that came with it.
   void setScene(const QStringList& files, const std::vector<scene::FileCamera>& cameras);
+  /// Of this scene.
+  QStringList names() const;
+  /// Shows it in the active panel.
+  void recall(const QString& name);
 
  private:
   void askAndSave();
-  void recall(const QString& name);
   void lookThrough(const QString& camera);
   void remove(const QString& name);
   void fill();

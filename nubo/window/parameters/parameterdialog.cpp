@@ -1,5 +1,6 @@
 #include "nubo/window/parameters/parameterdialog.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QHBoxLayout>
@@ -27,7 +28,7 @@ QString titleOf(const main::ParameterSet& set) {
 }  // namespace
 
 ParameterDialog::ParameterDialog(main::Command& command, const QString& title, QWidget* parent)
-    : QDialog(parent), m_Command(command), mp_Choice(new QComboBox) {
+    : QDialog(parent), m_Command(command), mp_Choice(new QComboBox), mp_AllViews(new QCheckBox) {
   setWindowTitle(title);
   setObjectName(QStringLiteral("parameters"));
   auto* layout = new QVBoxLayout(this);
@@ -39,6 +40,10 @@ ParameterDialog::ParameterDialog(main::Command& command, const QString& title, Q
     connect(m_Pages.last(), &ParameterPage::remarksChanged, this, &ParameterDialog::valuesChanged);
     connect(m_Pages.last(), &ParameterPage::shapeChosen, this, &ParameterDialog::shapeChosen);
   }
+  mp_AllViews->setObjectName(QStringLiteral("allViews"));
+  mp_AllViews->hide();
+  connect(mp_AllViews, &QCheckBox::toggled, this, [this](bool all) { chosenPage()->setPlaceForView(all); });
+  layout->addWidget(mp_AllViews);
   layout->addStretch();
   const bool storesSettings = dynamic_cast<main::SettingsCommand*>(&command);
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
@@ -71,6 +76,13 @@ void ParameterDialog::choose(int index) {
   fitHeight();
   emit valuesChanged();
 }
+
+void ParameterDialog::offerViews(int count) {
+  mp_AllViews->setText(tr("&Grab all %n saved views", "", count));
+  mp_AllViews->setVisible(count > 0 && framesView());
+}
+
+bool ParameterDialog::isForAllViews() const { return mp_AllViews->isChecked(); }
 
 bool ParameterDialog::framesView() const {
   const auto& sets = m_Command.getParameterSets();

@@ -7,6 +7,7 @@
 #include "kernel/main/command.h"
 
 QT_BEGIN_NAMESPACE
+class QCheckBox;
 class QComboBox;
 QT_END_NAMESPACE
 
@@ -25,6 +26,10 @@ class ParameterDialog : public QDialog {
   void setBusyFiles(const QStringList& files);
   /// What was entered for the chosen set, to be given to the command.
   main::ParameterSet values() const;
+  /// Offers to run the command once for each of several views.
+  void offerViews(int count);
+  /// Whether the user wants that; then a file's name has a place for the view's.
+  bool isForAllViews() const;
   /// Whether the command takes something of a view, which the dialog then stands beside.
   bool framesView() const;
   /// What it would take with the values as they stand.
@@ -54,6 +59,7 @@ class ParameterDialog : public QDialog {
 
   main::Command& m_Command;
   QComboBox* mp_Choice;
+  QCheckBox* mp_AllViews;
   QVector<ParameterPage*> m_Pages;  ///< one for each set, in their order
 };
 

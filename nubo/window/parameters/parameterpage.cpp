@@ -100,6 +100,18 @@ void ParameterPage::showSummary() {
   mp_Summary->setVisible(!mp_Summary->text().isEmpty());
 }
 
+void ParameterPage::setPlaceForView(bool wanted) {
+  m_ForViews = wanted;
+  for (const Line& line : m_Lines) {
+    if (!isFile(*line.parameter) || line.editor->text().contains(app::ViewPlace) == wanted) continue;
+    const QFileInfo file(line.editor->text());
+    const QString place = QLatin1Char('-') + app::ViewPlace;
+    const QString base = wanted ? file.completeBaseName() + place : file.completeBaseName().remove(place);
+    line.editor->setText(file.dir().filePath(base + QLatin1Char('.') + file.suffix()));
+  }
+  showRemarks();
+}
+
 main::ParameterSet::Frame ParameterPage::frame() const {
   return doValuesFit() ? m_Set.frame(values()) : main::ParameterSet::Frame();
 }
@@ -125,6 +137,8 @@ QStringList ParameterPage::refusals() const {
 QString ParameterPage::refusal(const Line& line) const {
   const QString text = line.editor->refusal();
   if (!text.isEmpty() || !isFile(*line.parameter)) return text;
+  if (m_ForViews && !line.editor->text().contains(app::ViewPlace))
+    return tr("“%1” has to stand in the name, where each view has its own.").arg(app::ViewPlace);
   // To Qt all files that are not there are the same.
   const auto isBusy = [file = QFileInfo(line.editor->text())](const QString& busy) {
     return file.exists() ? file == QFileInfo(busy) : file.absoluteFilePath() == QFileInfo(busy).absoluteFilePath();

@@ -32,6 +32,8 @@ class ParameterPage : public QWidget {
   void remember() const;
   /// What was entered, to be given to the command.
   main::ParameterSet values() const;
+  /// Whether names of files are to have a place for a view's name, and must, then.
+  void setPlaceForView(bool wanted);
   /// What the command would take of the active view; nothing while values do not fit.
   main::ParameterSet::Frame frame() const;
   /// Tells anew what the command would do.
@@ -70,6 +72,7 @@ class ParameterPage : public QWidget {
   std::vector<Line> m_Lines;
   QLabel* mp_Summary;
   QStringList m_BusyFiles;
+  bool m_ForViews = false;
   bool m_Checked = false;  ///< bad values are marked from the first attempt on
 };
 

@@ -83,6 +83,7 @@ void TrajectoryBar::fillModes() {
     mp_Modes->setItemData(mp_Modes->count() - 1, m_Animations[i].name, NameRole);
   }
   mp_Modes->addItem(tr("Points from a File…"), PointFile);
+  mp_Modes->addItem(tr("Camera Path from a File…"), CameraPath);
   mp_Modes->addItem(tr("Nothing"), Still);
 }
 
@@ -93,6 +94,7 @@ QString TrajectoryBar::setScene(const std::vector<scene::Animation>& animations,
   if (!error.isEmpty()) TrajectoryHandler::getInstance()->clear();
   showChoice(!error.isEmpty()                       ? Choice{Still}
              : !line.trajectory.isEmpty()           ? Choice{PointFile, line.trajectory}
+             : !line.cameraPath.isEmpty()           ? Choice{CameraPath, line.cameraPath}
              : line.turntable || animations.empty() ? Choice{Turntable}
                                                     : Choice{Animation, line.animation});
   return error;
@@ -114,13 +116,25 @@ void TrajectoryBar::showChoice(const Choice& choice) {
   m_Position = position();
   show();
   updateEnabled();
+  tellCamera();
+}
+
+void TrajectoryBar::tellCamera() {
+  const auto info = TrajectoryHandler::getInstance()->getAdvancedTrajectoryInfo();
+  if (info && std::size_t(m_Position) < info->getCameraList().size())
+    emit cameraMoved(info->getCameraList()[std::size_t(m_Position)]);
+}
+
+QString TrajectoryBar::askForFile(Mode mode) {
+  return QFileDialog::getOpenFileName(window(),
+                                      mode == PointFile ? tr("Points of a Trajectory") : tr("Path of the Camera"),
+                                      QString(), tr("Points (*.csv *.txt);;All Files (*)"));
 }
 
 void TrajectoryBar::chooseMode(int index) {
   Choice choice{Mode(mp_Modes->itemData(index).toInt()), mp_Modes->itemData(index, NameRole).toString()};
-  if (choice.mode == PointFile) {
-    choice.name = QFileDialog::getOpenFileName(window(), tr("Points of a Trajectory"), QString(),
-                                               tr("Points (*.csv *.txt);;All Files (*)"));
+  if (choice.mode == PointFile || choice.mode == CameraPath) {
+    choice.name = askForFile(choice.mode);
     if (choice.name.isEmpty()) return showChoice(m_Choice);
   }
   if (!m_Runner.isIdle()) return showChoice(m_Choice);
@@ -144,8 +158,10 @@ QString TrajectoryBar::select(const Choice& choice, const std::vector<scene::Ani
   if (choice.mode == Still) return QString();
   app::CommandLine line;
   if (choice.mode == PointFile) line.trajectory = choice.name;
+  if (choice.mode == CameraPath) line.cameraPath = choice.name;
   if (choice.mode == Animation) line.animation = choice.name;
-  return app::chooseTrajectory(line, choice.mode == Animation ? animations : std::vector<scene::Animation>());
+  const bool plays = choice.mode == Animation || choice.mode == CameraPath;
+  return app::chooseTrajectory(line, plays ? animations : std::vector<scene::Animation>());
 }
 
 void TrajectoryBar::removeMarkers() {
@@ -197,6 +213,7 @@ void TrajectoryBar::go(int step) {
   m_Position = step;
   m_Changer.change(QStringLiteral("trajectory"), [step] { setPosition(step); });
   show();
+  tellCamera();
 }
 
 /// A recording in step ends at the last step, where the next one would find a single frame.
@@ -215,6 +232,7 @@ void TrajectoryBar::look() {
   if (!m_Changer.isIdle() || position() == m_Position) return;
   m_Position = position();
   show();
+  tellCamera();
   emit moved();
 }
 

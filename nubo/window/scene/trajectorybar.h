@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "module_scene/graph/animation.h"
+#include "module_scene/gui/camera.h"
 #include "nubo/cli/commandline.h"
 
 QT_BEGIN_NAMESPACE
@@ -40,12 +41,14 @@ class TrajectoryBar : public QToolBar {
   /// Elements came to the scene or left it.
   void sceneChanged();
   void failed(const QString& text);
+  /// The trajectory looks at the scene from there now.
+  void cameraMoved(const nubo::gui::Camera& camera);
 
  private:
-  enum Mode { Turntable, Animation, PointFile, Still };
+  enum Mode { Turntable, Animation, PointFile, CameraPath, Still };
   struct Choice {
     Mode mode = Still;
-    QString name = {};  ///< of an animation (empty: those that go together) or a point file
+    QString name = {};  ///< of an animation (empty: those that go together) or a file
   };
 
   QAction* addControl(const QIcon& icon, const QString& text, const QKeySequence& key, void (TrajectoryBar::*slot)());
@@ -55,6 +58,8 @@ class TrajectoryBar : public QToolBar {
   static QString select(const Choice& choice, const std::vector<scene::Animation>& animations);
   void removeMarkers();
   void showChoice(const Choice& choice);
+  QString askForFile(Mode mode);
+  void tellCamera();
 
   void togglePlaying();
   void stop();
