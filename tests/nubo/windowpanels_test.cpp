@@ -139,7 +139,7 @@ TEST_F(WindowTest, PlaysTrajectoriesByKeysAndSwitchesBetweenThem) {
     });
   };
   ASSERT_TRUE(waitUntil([&] { return trajectory() && slider->isEnabled(); }));
-  ASSERT_EQ(modes->count(), 4);
+  ASSERT_EQ(modes->count(), 5);
   const int animation = modes->currentIndex();
   const int last = slider->maximum();
   ASSERT_EQ(last + 1, int(trajectory()->getMatrixMapList()->size()));
@@ -185,7 +185,7 @@ TEST_F(WindowTest, OffersTheAnimationsAndCamerasOfAModel) {
     const auto trajectory = trajectory::TrajectoryHandler::getInstance()->getAdvancedTrajectoryInfo();
     return (*trajectory->getMatrixMapList())[step].at(scene::_GlobalScene()->getRootNode()->find("elbow"));
   };
-  ASSERT_TRUE(waitUntil([&] { return modes->count() == 7; }));
+  ASSERT_TRUE(waitUntil([&] { return modes->count() == 8; }));
   ASSERT_EQ(modes->currentText(), "Animation");
   EXPECT_EQ(elbowAt(6), elbowAt(0)) << "the first goes by steps";
   modes->setFocus();
