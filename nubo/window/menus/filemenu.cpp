@@ -34,7 +34,7 @@ void FileMenu::addStopAction(const CommandRunner& runner, RunningCommands& runni
                             QKeySequence(Qt::CTRL + Qt::Key_Period));
   stop->setObjectName(QStringLiteral("stop"));
   const auto enableStop = [&runner, stop] {
-    const QList<RunningCommand*> runs = runner.running();
+    const QList<RunningCommand*>& runs = runner.running();
     stop->setEnabled(std::any_of(runs.begin(), runs.end(), [](auto* run) { return run->isAbortable(); }));
   };
   connect(&runner, &CommandRunner::started, stop, enableStop);
