@@ -38,8 +38,8 @@ int CommandRun::run(main::CommandProcessor& processor, const CommandLine& line) 
 void CommandRun::observe() {
   using main::CommandMonitor;
   const CommandMonitor* monitor = m_Command.monitor();
-  const auto observe = [monitor](auto signal, auto receive) {
-    QObject::connect(monitor, signal, monitor, receive, Qt::DirectConnection);
+  const auto observe = [this, monitor](auto signal, auto receive) {
+    QObject::connect(monitor, signal, &m_Observer, receive, Qt::DirectConnection);
   };
   observe(&CommandMonitor::textChanged, [this](const QString& text) { m_Progress.setText(text); });
   observe(&CommandMonitor::detailChanged, [this](const QString& detail) { m_Progress.setDetail(detail); });

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QJsonObject>
+#include <QObject>
 #include <QString>
 
 #include "kernel/main/command.h"
@@ -48,6 +49,7 @@ class CommandRun {
   QString m_Reason;      ///< for what failed last
   QString m_EndedEarly;  ///< what it did of all that it was to do
   QJsonObject m_Facts;
+  QObject m_Observer;  ///< the command, which may be run again, tells nothing more when this run is over
 };
 
 }  // namespace nubo::app
