@@ -18,6 +18,8 @@ namespace {
 
 constexpr double DegreesPerRadian = 180 / 3.14159265358979323846;
 constexpr double DegreesPerPixel = 0.4;
+constexpr double LowestResolutionDetail =
+    16;  // details of so many pixels are not missed at a quarter of the resolution
 
 }  // namespace
 
@@ -71,9 +73,17 @@ void ScenePanel::initializeGL() {
 void ScenePanel::paintGL() {
   if (!scene::_GlobalScene()) return;
   if (m_Detail >= 8)
-    drawSmaller(m_Detail >= 16 ? 4 : 2);
+    throughSmaller(m_Detail >= LowestResolutionDetail ? 4 : 2, [this](int times) { drawScene(0, times); });
   else  // what does without details does without smooth edges, too
     drawScene(m_Detail > 0 ? 0 : scene::_GlobalScene()->getSamples(), 1);
+}
+
+void ScenePanel::prepareThinned() {
+  throughSmaller(4, [this](int times) {
+    beginFrame(drawer(), 0, times);
+    drawer().setContact(false);
+    drawer().prepare(LowestResolutionDetail);
+  });
 }
 
 QSize ScenePanel::pixels(int smaller) const {
@@ -95,12 +105,14 @@ void ScenePanel::drawScene(int samples, int smaller) {
   endFrame();
 }
 
-void ScenePanel::drawSmaller(int times) {
+/// What `draw` draws with so many times fewer pixels is enlarged.
+template <class Draw>
+void ScenePanel::throughSmaller(int times, Draw draw) {
   if (!m_Smaller || m_Smaller->size() != pixels(times))
     m_Smaller =
         std::make_unique<QOpenGLFramebufferObject>(pixels(times), QOpenGLFramebufferObject::CombinedDepthStencil);
   m_Smaller->bind();
-  drawScene(0, times);
+  draw(times);
   m_Smaller->release();
   const QRect all(QPoint(), pixels());
   QOpenGLFramebufferObject::blitFramebuffer(nullptr, all, m_Smaller.get(), QRect(QPoint(), m_Smaller->size()),

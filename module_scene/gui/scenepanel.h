@@ -59,6 +59,9 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   void beginFrame(scene::SceneDrawer& drawer, int samples, int smaller = 1) const;
   /// What the panel is drawn with, of its context.
   scene::SceneDrawer& drawer();
+  /// Has ready what thinned drawings need, so that the first takes no longer than others; leaves any picture in the
+  /// bound framebuffer. The context must be current, and the scene locked.
+  void prepareThinned();
   /// Makes the bound framebuffer opaque, whatever the drawer left.
   static void endFrame();
   void mousePressEvent(QMouseEvent* event) override;
@@ -67,7 +70,8 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
 
  private:
   void drawScene(int samples, int smaller);
-  void drawSmaller(int times);
+  template <class Draw>
+  void throughSmaller(int times, Draw draw);
   QSize pixels(int smaller = 1) const;
 
   Camera m_Camera;

@@ -12,10 +12,12 @@ namespace {
 
 /// What has fewer primitives in all is drawn fast enough as it is.
 constexpr std::size_t WorthIt = 200000;
-/// Of a group's extent, by which its coarse version may lie off.
-constexpr float MostError = 0.002f;
-/// So many faces give one where it is to be quick.
-constexpr std::size_t QuickShare = 5;
+/// Of the geometry's extent, by which a group's coarse version may lie off: where all of it is seen, about a pixel.
+constexpr double MostError = 0.001;
+/// Of the group's own extent: a small part of a large whole need not be better, but is to keep its form.
+constexpr double LeastGroupError = 0.002, MostGroupError = 0.05;
+/// So many faces give one where it is to be quick, and more where that leaves more than are drawn fast enough.
+constexpr std::size_t LeastQuickShare = 5, QuickFaces = 150000;
 /// So many points give one.
 constexpr std::uint32_t PointsPerCoarsePoint = 16;
 
@@ -66,17 +68,28 @@ void coarsenFaces(Job& job, Simplify simplify) {
   job.error = double(error) * double(meshopt_simplifyScale(positions, vertexCount, Stride));
 }
 
-/// Vertices on the group's border stay, so that it fits to its neighbours whether they are coarse or not, and those on
-/// the seams of textures and creases move along them only.
-std::size_t simplifyFine(std::uint32_t* result, const std::uint32_t* indices, std::size_t count, const float* positions,
-                         std::size_t vertexCount, std::size_t stride, float* error) {
-  return meshopt_simplify(result, indices, count, positions, vertexCount, stride, 0, MostError,
-                          meshopt_SimplifyLockBorder, error);
+double extentOf(const BoundingBox& box) {
+  return std::max({box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]});
 }
 
-std::size_t simplifyQuick(std::uint32_t* result, const std::uint32_t* indices, std::size_t count,
-                          const float* positions, std::size_t vertexCount, std::size_t stride, float* error) {
-  return meshopt_simplifySloppy(result, indices, count, positions, vertexCount, stride, count / QuickShare, 1, error);
+/// Vertices on the group's border stay, so that it fits to its neighbours whether they are coarse or not, and those on
+/// the seams of textures and creases move along them only.
+auto simplifyFine(const Geometry& whole) {
+  return [most = MostError * extentOf(whole.box)](std::uint32_t* result, const std::uint32_t* indices,
+                                                  std::size_t count, const float* positions, std::size_t vertexCount,
+                                                  std::size_t stride, float* error) {
+    const double extent = double(meshopt_simplifyScale(positions, vertexCount, stride));
+    const double share = std::clamp(most / std::max(extent, 1e-30), LeastGroupError, MostGroupError);
+    return meshopt_simplify(result, indices, count, positions, vertexCount, stride, 0, float(share),
+                            meshopt_SimplifyLockBorder, error);
+  };
+}
+
+auto simplifyQuick(std::size_t share) {
+  return [share](std::uint32_t* result, const std::uint32_t* indices, std::size_t count, const float* positions,
+                 std::size_t vertexCount, std::size_t stride, float* error) {
+    return meshopt_simplifySloppy(result, indices, count, positions, vertexCount, stride, count / share, 1, error);
+  };
 }
 
 /// Points that follow each other lie near each other, so some of them stand for all.
@@ -105,16 +118,17 @@ void append(CoarseVersion& version, const Job& job) {
   version.groups.push_back(group);
 }
 
-/// Null if cancelled.
-util::YPointer<CoarseVersion> coarsened(const Geometry& geometry, Coarsening coarsening,
+/// `quickShare` of faces give one, if it is to be quick. Null if cancelled.
+util::YPointer<CoarseVersion> coarsened(const Geometry& geometry, Coarsening coarsening, std::size_t quickShare,
                                         const std::atomic<bool>& cancelled) {
   std::vector<Job> jobs;
   for (std::size_t i = 0; i < geometry.clusters.size(); i += ClustersPerGroup) jobs.push_back({&geometry, i});
   const auto coarsen = [&](Job& job) {
     if (geometry.kind == KindPoints) return coarsenPoints(job);
-    coarsenFaces(job, coarsening == Coarsening::Quick ? simplifyQuick : simplifyFine);
+    if (coarsening == Coarsening::Fine) return coarsenFaces(job, simplifyFine(geometry));
+    coarsenFaces(job, simplifyQuick(quickShare));
     // To answer at once matters more, for the moment until there is a better one.
-    if (coarsening == Coarsening::Quick) job.error = 0;
+    job.error = 0;
   };
   constexpr std::size_t JobsWorthAThread = 4;
   parallelRanges(
@@ -142,8 +156,11 @@ std::vector<util::YPointer<Geometry>> worthCoarsening(const SceneElement& root) 
 
 void makeCoarseVersions(const std::vector<util::YPointer<Geometry>>& geometries, Coarsening coarsening,
                         const std::atomic<bool>& cancelled) {
+  std::size_t all = 0;
+  for (const auto& geometry : geometries) all += geometry->primitiveCount();
+  const std::size_t quickShare = std::max(LeastQuickShare, all / QuickFaces);
   for (const auto& geometry : geometries) {
-    const util::YPointer<CoarseVersion> version = coarsened(*geometry, coarsening, cancelled);
+    const util::YPointer<CoarseVersion> version = coarsened(*geometry, coarsening, quickShare, cancelled);
     if (!version) return;
     CopySlot& slot = geometry->coarseSlot();
     const QMutexLocker locker(&slot.mutex);

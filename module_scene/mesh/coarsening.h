@@ -14,7 +14,7 @@ NUBO_MODULE_SCENE_EXPORT bool isWorthCoarsening(const SceneElement& root);
 NUBO_MODULE_SCENE_EXPORT std::vector<util::YPointer<Geometry>> worthCoarsening(const SceneElement& root);
 
 enum class Coarsening {
-  Quick,  ///< a fifth of the faces, which tears textures and the borders of groups a little
+  Quick,  ///< a fifth of the faces or, of large wholes, fewer, which tears textures and the borders of groups a little
   Fine    ///< a tenth or so, which keeps outlines, textures and normals; takes some six times as long
 };
 

@@ -75,9 +75,9 @@ void ProgressivePanel::makeReady() {
   m_Begun.reset();
   beginFrame(wholeDrawer(), view.samples);
   wholeDrawer().prepare(0);
-  beginFrame(drawer(), 0);
-  drawer().prepare(m_MovingDetail);
   m_Whole->release();
+  prepareThinned();
+  update();
 }
 
 void ProgressivePanel::bindWhole(const View& view) {
@@ -95,7 +95,10 @@ void ProgressivePanel::paintGL() {
   const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
   const scene::DrawingTurn turn;
   const View view = currentView();
-  if (isNewAndLarge()) m_Slow = true;
+  if (isNewAndLarge()) {
+    m_Slow = true;
+    m_MovingDetail = MostDetail;  // until it is known how long it takes
+  }
   const auto isWhole = [&] { return m_Complete && m_Begun == view; };
   QElapsedTimer timer;
   timer.start();
