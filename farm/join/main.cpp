@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "farm/join/join.h"
+#include "farm/join/options.h"
 #include "plugins/video/av/formats.h"
 #include "plugins/video/av/libav.h"
 
@@ -38,6 +39,16 @@ QString join(const farm::Pieces& pieces, const QString& target) {
   return QStringLiteral("%1 frames").arg(joinVideo(pieces, target, suffix));
 }
 
+int print(const QString& text) {
+  std::fputs(text.toLocal8Bit().constData(), stdout);
+  return std::fflush(stdout) == 0 ? 0 : Failed;
+}
+
+int refuse(const QString& reason) {
+  std::fprintf(stderr, "nubo-join: %s; nubo-join --help tells more\n", reason.toLocal8Bit().constData());
+  return WrongCall;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -45,27 +56,16 @@ int main(int argc, char** argv) {
   QCoreApplication::setApplicationName(QStringLiteral("nubo-join"));
   QCoreApplication::addLibraryPath(QCoreApplication::applicationDirPath() + QStringLiteral("/plugins"));
   QCommandLineParser parser;
-  parser.setApplicationDescription(QStringLiteral(
-      "Joins pieces of a recording, in the order given, to one video, or bands of a poster, in any order,\n"
-      "to one poster, without encoding them again.\n"
-      "Pieces have the target's format; those of a GIF are Matroska videos (.mkv), those of a poster "
-      "bands\n(.tif.band, .dzi.band).\n"
-      "The target is left as it is until the new one is complete.\n"
-      "Exit status: 0 done, 1 failed, 2 the call was wrong."));
-  parser.addPositionalArgument(QStringLiteral("TARGET"), QStringLiteral("The video or poster to be made."));
-  parser.addPositionalArgument(QStringLiteral("PIECE"), QStringLiteral("The pieces."), QStringLiteral("[PIECE ...]"));
-  parser.addOption({QStringLiteral("list"),
-                    QStringLiteral("Takes the pieces from a file with a line for each: the frames or rows that it must "
-                                   "have, a tab, and its name. - is standard input."),
-                    QStringLiteral("FILE")});
-  parser.addHelpOption();
-  parser.process(application);
+  farm::describe(parser);
+  const QStringList given = application.arguments();
+  if (given.value(1) == "--complete") return print(farm::completionsOf(given.mid(2)).join('\n') + '\n');
+  if (!parser.parse(given)) return refuse(parser.errorText());
+  if (parser.isSet(QStringLiteral("help"))) return print(parser.helpText());
+  if (parser.isSet(QStringLiteral("manual"))) return print(farm::manualText());
   QStringList words = parser.positionalArguments();
   const bool hasList = parser.isSet(QStringLiteral("list"));
-  if (words.isEmpty() || hasList != (words.size() == 1)) {
-    std::fputs("nubo-join: a target is needed, and pieces or a list of them; nubo-join --help tells more\n", stderr);
-    return WrongCall;
-  }
+  if (words.isEmpty() || hasList != (words.size() == 1))
+    return refuse(QStringLiteral("a target is needed, and pieces or a list of them"));
   av_log_set_level(AV_LOG_QUIET);  // what is wrong is told in a line of ours
   const QString target = words.takeFirst();
   try {
@@ -73,8 +73,7 @@ int main(int argc, char** argv) {
     for (const QString& word : words) pieces.push_back({word});
     if (hasList) pieces = farm::readList(parser.value(QStringLiteral("list")));
     if (pieces.isEmpty()) throw Error(QStringLiteral("there are no pieces"));
-    std::printf("%s (%s)\n", target.toLocal8Bit().constData(), join(pieces, target).toLocal8Bit().constData());
-    return std::fflush(stdout) == 0 ? 0 : Failed;
+    return print(QStringLiteral("%1 (%2)\n").arg(target, join(pieces, target)));
   } catch (const Error& error) {
     std::fprintf(stderr, "nubo-join: %s\n", error.what());
     return Failed;

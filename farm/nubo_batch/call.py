@@ -1,14 +1,27 @@
 """The call of the program that is to be made in pieces."""
 import collections
+import json
 import os
 import re
 import subprocess
 import tempfile
-import json
 
 
 class Refused(Exception):
     """Why nothing is done, in one line."""
+
+    status = 1
+
+
+class WrongCall(Refused):
+    """One that no call like this could do."""
+
+    status = 2
+
+
+def last_line(text):
+    """Where programs say what they died of; empty if they said nothing."""
+    return ([line.strip() for line in text.splitlines() if line.strip()] or [""])[-1]
 
 
 def find_option(words, name):
@@ -32,13 +45,13 @@ def with_option(words, name, value):
     return [*words[:place], new, *words[place + 1:]]
 
 
-class Kind(collections.namedtuple("Kind", "option pieces things pattern")):
-    """What can be made in pieces: the option that says which part of it one call makes, what parts are counted in, and
-    where the program's summary tells how many there are."""
+class Kind(collections.namedtuple("Kind", "option pieces things pattern at_least")):
+    """What can be made in pieces: the option that says which part of it one call makes, what parts are counted in, where
+    the program's summary tells which there are, and how many make a piece worth its start, unless somebody says."""
 
 
-RECORDING = Kind("steps", "steps", "frames", re.compile(r"steps \d+ to \d+: (\d+) frames"))
-POSTER = Kind("band", "rows", "rows", re.compile(r"[\d,]+ × [\d,]+ pixels in ([\d,]+) rows of tiles(?!.* of it )"))
+RECORDING = Kind("steps", "steps", "frames", re.compile(r"steps (\d+) to \d+: (\d+) frames"), 10)
+POSTER = Kind("band", "rows", "rows", re.compile(r"[\d,]+ × [\d,]+ pixels in ()([\d,]+) rows of tiles(?!.* of it )"), 1)
 POSTER_SUFFIXES = (".tif", ".tiff", ".dzi")
 
 
@@ -48,12 +61,24 @@ class Call:
     def __init__(self, program, words):
         target = find_option(words, "filename")
         if target is None:
-            raise Refused("--filename is missing: the call must say which video or poster it makes")
+            raise WrongCall("--filename is missing: the call must say which video or poster it makes")
         self.program = program
         self.words = words
         self.target = os.path.abspath(target[1])
         self.suffix = os.path.splitext(self.target)[1].lower()
         self.kind = POSTER if self.suffix in POSTER_SUFFIXES else RECORDING
+        self._check_words(target[1])
+
+    def _check_words(self, target):
+        """What the program takes, but means a single call."""
+        if target.startswith("-."):
+            raise WrongCall(f"{target}: what goes to standard output cannot be made in pieces")
+        if "--dry-run" in self.words:
+            raise WrongCall("--dry-run stands before the -- here")
+        if find_option(self.words, "report"):
+            raise WrongCall("--report tells of one call, and pieces are made by many")
+        if (find_option(self.words, "view") or ("", ""))[1] == "all":
+            raise WrongCall("--view all makes several files, each of which can be made in pieces of its own")
 
     def ask(self):
         """Has the program check the call. Returns the first step or row, the number of frames or rows, and the
@@ -61,25 +86,39 @@ class Call:
         with tempfile.TemporaryDirectory() as folder:
             report = os.path.join(folder, "report.json")
             words = ["--dry-run", "--quiet", *with_option(self.words, "report", report)]
-            made = subprocess.run([self.program, *words], capture_output=True, text=True, stdin=subprocess.DEVNULL)
+            made = subprocess.run([self.program, *words], capture_output=True, text=True, errors="replace",
+                                  stdin=subprocess.DEVNULL)
             if made.returncode != 0:
-                raise Refused(made.stderr.strip() or f"{self.program} ended with {made.returncode}")
+                refusal = WrongCall if made.returncode == WrongCall.status else Refused
+                raise refusal(last_line(made.stderr) or f"{self.program} ended with {made.returncode}")
             with open(report, encoding="utf-8") as file:
                 record = json.load(file)
         found = self.kind.pattern.match(record.get("summary", ""))
         if not found:
-            raise Refused(f"only recordings in step and whole posters can be cut into pieces, and this would make: "
-                          f"{record.get('summary') or 'nothing that says its steps'}")
-        first = find_option(self.words, self.kind.option)
-        return int(first[1].partition(":")[0]) if first else 0, int(found[1].replace(",", "")), record
+            raise WrongCall(f"only recordings in step and whole posters can be cut into pieces, and this would make: "
+                            f"{record.get('summary') or 'nothing that says its steps'}")
+        return int(found[1] or 1) - 1, int(found[2].replace(",", "")), record
 
-    def piece(self, first, last, target, report):
-        """The call that makes the steps or rows `first` to `last`, both included."""
-        words = self.with_part(f"{first}:{last}")
-        words = with_option(with_option(words, "filename", target), "report", report)
+    def settings_file(self):
+        """Whose values hold for all pieces."""
+        given = find_option(self.words, "settings")
+        configuration = os.environ.get("XDG_CONFIG_HOME") or os.path.expanduser("~/.config")
+        return given[1] if given else os.path.join(configuration, "nubo", "nubo.ini")
+
+    def inputs(self, scenes):
+        """Files that what is made depends on: models, and those that options name, such as points and panoramas."""
+        values = [word.partition("=")[2] if word.startswith("--") else word for word in self.words]
+        files = {os.path.abspath(file) for file in (*scenes, *values) if os.path.isfile(file)}
+        return sorted(files - {self.target, os.path.abspath(self.settings_file())})
+
+    def piece(self, first, last, options):
+        """The call that makes the steps or rows `first` to `last`, both included, with these options."""
+        words = self._with_part(f"{first}:{last}")
+        for name, value in options.items():
+            words = with_option(words, name, value)
         return [self.program, "--quiet", *words]
 
-    def with_part(self, part):
+    def _with_part(self, part):
         """The program takes its own options before a command, and a command's parameters after it."""
         if self.kind is POSTER and find_option(self.words, self.kind.option) is None:
             return [*self.words, f"--{self.kind.option}", part]

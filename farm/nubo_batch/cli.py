@@ -1,66 +1,33 @@
-"""The command line of nubo-batch."""
-import argparse
+"""What nubo-batch does with its command line."""
 import os
 import shlex
 import shutil
 import sys
 
-from . import local, slurm
-from .call import Call, Refused
+from . import local, options as command_line, slurm
+from .call import Call, Refused, WrongCall
 from .job import Job, Lock, folder_of
 from .pieces import join
 from .progress import Progress
 
-DONE, FAILED, WRONG_CALL, INTERRUPTED = 0, 1, 2, 130
-
-
-def parser():
-    made = argparse.ArgumentParser(
-        prog="nubo-batch", usage="nubo-batch [options] -- NUBO-ARGUMENTS\n       nubo-batch --status|--resume TARGET",
-        description="Makes a recording in step or a poster in pieces, each by a call of nubo, and joins them to the "
-        "video or poster that one call would have made.",
-        epilog="Pieces lie in a folder beside the target, TARGET.pieces, until it is made. Exit status: 0 done, 1 "
-        "failed, 2 the call was wrong, 130 ended by Ctrl-C; what was finished is kept for --resume.")
-    made.add_argument("--pieces", type=positive, metavar="N", help="cuts the whole into N pieces")
-    made.add_argument("--piece-steps", type=positive, metavar="N",
-                      help="cuts it into pieces of N steps, or of N rows of a poster's tiles")
-    made.add_argument("--processes", type=positive, metavar="N",
-                      help=f"works on so many pieces at a time on this machine ({local.usual_processes()})")
-    made.add_argument("--retries", type=int, default=2, metavar="N", help="tries a piece that fails again so often (2)")
-    made.add_argument("--slurm", action="store_true", help="has the pieces made by a Slurm cluster")
-    made.add_argument("--sbatch", action="append", default=[], metavar="OPTION",
-                      help="hands an option to sbatch, such as --sbatch=--partition=render; can be repeated")
-    made.add_argument("--detach", action="store_true", help="with --slurm: does not wait until it is done")
-    made.add_argument("--dry-run", action="store_true", help="tells what would be done, and with --slurm the scripts")
-    made.add_argument("--keep", action="store_true", help="keeps the pieces when they are joined")
-    made.add_argument("--program", metavar="FILE", help="the nubo to call (the one beside this program)")
-    made.add_argument("--status", metavar="TARGET", help="tells how far a job is")
-    made.add_argument("--resume", metavar="TARGET", help="goes on with a job: makes only what is missing")
-    made.add_argument("--quiet", action="store_true", help="says nothing but why it failed")
-    for internal in ("--piece", "--after"):  # what tasks on a cluster are called with
-        made.add_argument(internal, type=int, help=argparse.SUPPRESS)
-    made.add_argument("words", nargs="*", help=argparse.SUPPRESS)
-    return made
-
-
-def positive(text):
-    value = int(text)
-    if value < 1:
-        raise ValueError
-    return value
+DONE, FAILED, INTERRUPTED = 0, 1, 130
+DEFAULT_RETRIES = 2
+PIECES_PER_WORKER = 4  # so that a slow or lost one holds up little
 
 
 def find_program(given):
     beside = os.path.join(os.path.dirname(os.path.abspath(sys.argv[0])), "nubo")
-    found = given or (beside if os.path.exists(beside) else shutil.which("nubo"))
-    if not found or not shutil.which(found):
-        raise Refused(f"{given or 'nubo'}: there is no such program")
-    return os.path.abspath(shutil.which(found))
+    found = given or (beside if os.path.exists(beside) else "nubo")
+    path = shutil.which(found)
+    if not path:
+        raise WrongCall(f"{found}: there is no such program")
+    return os.path.abspath(path)
 
 
 class Batch:
-    def __init__(self, options):
+    def __init__(self, options, words):
         self._options = options
+        self._words = words
 
     def say(self, text):
         if not self._options.quiet:
@@ -68,47 +35,65 @@ class Batch:
 
     def start(self):
         options = self._options
+        if options.pieces and options.piece_steps:
+            raise WrongCall("--pieces and --piece-steps say the same; one is enough")
         if options.slurm:
             slurm.check_there()
         elif options.sbatch or options.detach:
-            raise Refused("--sbatch and --detach go with --slurm")
-        call = Call(find_program(options.program), options.words)
-        first, frames, record = call.ask()
-        processes = options.processes or local.usual_processes()
-        each = options.piece_steps or -(-frames // min(options.pieces or 4 * processes, frames))
-        if options.slurm:
-            each = slurm.each_at_least(frames, each)
-        kept = {name: getattr(options, name) for name in ("slurm", "sbatch", "detach", "retries", "keep")}
-        kept["processes"] = processes
+            raise WrongCall("--sbatch and --detach go with --slurm")
+        call = Call(find_program(options.program), self._words)
+        first, count, record = call.ask()
+        kept = {name: getattr(options, name) for name in ("slurm", "sbatch", "detach", "keep")}
+        kept["retries"] = DEFAULT_RETRIES if options.retries is None else options.retries
+        kept["processes"] = options.processes or local.usual_processes()
+        data = Job.plan(call, first, self.cut(call.kind, count, kept["processes"]), record, kept)
         if options.dry_run:
-            return self.tell(call, first, frames, each, record, kept)
-        folder = folder_of(call.target)
-        if os.path.exists(os.path.join(folder, "job.json")):
-            lock = Lock(folder)  # says so if somebody is at work
-            if not Job(folder).is_joined():
-                raise Refused(f"{folder}: there is a job that is not done; --resume {call.target} goes on with it")
-            shutil.rmtree(folder)  # nobody was there any more when it was done
-            del lock
-        return self.go_on(Job.create(call, first, frames, each, record, kept))
+            return self.tell(call, data, record["summary"])
+        return self.go_on(*Job.begin(call.target, data, call.settings_file()))
 
-    def tell(self, call, first, frames, each, record, kept):
-        print(f"{call.target}: {record['summary']}; {-(-frames // each)} pieces of {each} {call.kind.pieces}")
-        if kept["slurm"]:
-            job = Job.__new__(Job)
-            job.folder, job.call = folder_of(call.target), call
-            job.data = {"cwd": os.getcwd(), "options": kept}
-            for words, script in slurm.scripts(job, range(-(-frames // each)), 0, ()):
+    def cut(self, kind, count, processes):
+        """Numbers of steps or rows, which differ by one at most unless somebody has said how large pieces are."""
+        options, each = self._options, self._options.piece_steps
+        most = slurm.most_tasks() if options.slurm else count
+        if each:
+            pieces = -(-count // each)
+            if pieces <= most:
+                return [min(each, count - at) for at in range(0, count, each)]
+        elif options.pieces:
+            pieces = options.pieces
+        else:
+            workers = slurm.workers(options.sbatch) if options.slurm else processes
+            pieces = max(workers, min(PIECES_PER_WORKER * workers, count // kind.at_least))
+        pieces = min(count, most, pieces)
+        return [count * (number + 1) // pieces - count * number // pieces for number in range(pieces)]
+
+    def tell(self, call, data, summary):
+        counts = [count for _, count in data["pieces"]]
+        sizes = "-".join(str(size) for size in sorted({min(counts), max(counts)}))
+        print(f"{call.target}: {summary}; {len(counts)} pieces of {sizes} {call.kind.pieces}")
+        if data["options"]["slurm"]:
+            for words, script in slurm.scripts(folder_of(call.target), data, range(len(counts)), 0, ()):
                 print(f"\n{shlex.join(words)} <<'END'\n{script}END")
         return DONE
 
-    def go_on(self, job):
+    def resume(self, target):
+        options = self._options
+        if self._words or options.slurm or options.sbatch or options.pieces or options.piece_steps or options.program:
+            raise WrongCall("--resume goes on with the call, the pieces and the cluster that there were")
+        job = Job(folder_of(target))
+        if options.detach and not job.data["options"]["slurm"]:
+            raise WrongCall("--detach goes with --slurm")
         lock = Lock(job.folder)
+        job.change({"processes": options.processes, "retries": options.retries, "keep": options.keep or None,
+                    "detach": options.detach})
+        return self.go_on(job, lock)
+
+    def go_on(self, job, lock):
         if not job.is_joined():
             self.make(job)
         if not job.is_joined():
             return DONE  # it goes on without this program
-        size = os.path.getsize(job.call.target)
-        print(f"{job.call.target} ({job.frames():,} {job.call.kind.things}, {size:,} bytes)", flush=True)
+        print(f"{job.call.target} ({job.frames():,} {job.call.kind.things}, {job.bytes():,} bytes)", flush=True)
         job.end()
         del lock
         return DONE
@@ -121,20 +106,29 @@ class Batch:
         if not kept["slurm"]:
             local.run(job, kept["processes"], kept["retries"], self._options.quiet, self.say)
             return join(job)
-        missing = job.missing()
+        self.queue(job)
+        if kept["detach"]:
+            return None
+        try:
+            return slurm.wait(job, self._options.quiet)
+        except KeyboardInterrupt:
+            raise KeyboardInterrupt(f"the cluster goes on; --resume {job.call.target} waits for it again") from None
+
+    def queue(self, job):
+        """What still waits in the queue would be made twice."""
+        if os.path.exists(job.path("slurm.json")) and slurm.is_queued(job):
+            return self.say("the cluster still has it queued")
         for leftover in ("failure.json", "failed-nodes"):
             if os.path.exists(job.path(leftover)):
                 os.remove(job.path(leftover))
-        # What still waits in the queue would be made twice.
-        if os.path.exists(job.path("slurm.json")) and slurm.is_queued(job):
-            self.say("the cluster still has it queued")
-        else:
-            slurm.submit(job, missing, 0) if missing else join(job)
-        if not self._options.detach:
-            slurm.wait(job, self._options.quiet)
+        job.sweep()
+        missing = job.missing()
+        return slurm.submit(job, missing, 0) if missing else join(job)
 
     def status(self, target):
-        job = Job(folder_of(os.path.abspath(target)))
+        if self._words or self._options.resume:
+            raise WrongCall("--status stands alone")
+        job = Job(folder_of(target))
         print(Progress(job, True).text())
         for number in job.missing()[:10]:
             print(f"missing: {job.name(number)}")
@@ -145,26 +139,42 @@ class Batch:
 
     def run(self):
         options = self._options
-        if options.piece is not None:
-            return slurm.run_task(Job(options.words[0]), options.piece)
-        if options.after is not None:
-            return slurm.after(Job(options.words[0]), options.after)
+        if options.piece:
+            return slurm.run_task(Job(options.piece[1]), int(options.piece[0]))
+        if options.after:
+            return slurm.after(Job(options.after[1]), int(options.after[0]))
+        if options.manual:
+            print(command_line.manual(), end="")
+            return DONE
         if options.status:
             return self.status(options.status)
         if options.resume:
-            return self.go_on(Job(folder_of(os.path.abspath(options.resume))))
-        if not options.words:
-            raise Refused("a call of nubo is needed after --; nubo-batch --help tells more")
+            return self.resume(options.resume)
+        if not self._words:
+            raise WrongCall("a call of nubo is needed after --; nubo-batch --help tells more")
         return self.start()
 
 
-def main(arguments):
-    options = parser().parse_args(arguments)
+def complete(words):
     try:
-        return Batch(options).run()
+        program = find_program(None)
+    except Refused:
+        program = None
+    print(*command_line.completions(words, program), sep="\n")
+    return DONE
+
+
+def main(arguments):
+    try:
+        if arguments[:1] == ["--complete"]:
+            return complete(arguments[1:])
+        return Batch(*command_line.read(arguments)).run()
     except Refused as error:
         print(f"nubo-batch: {error}", file=sys.stderr)
+        return error.status
+    except OSError as error:
+        print(f"nubo-batch: {error.filename or 'standard output'}: {error.strerror}", file=sys.stderr)
         return FAILED
-    except KeyboardInterrupt:
-        print("nubo-batch: ended; what is finished is kept for --resume", file=sys.stderr)
+    except KeyboardInterrupt as interrupt:
+        print(f"nubo-batch: ended; {str(interrupt) or 'what is finished is kept for --resume'}", file=sys.stderr)
         return INTERRUPTED

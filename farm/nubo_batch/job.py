@@ -1,15 +1,20 @@
 """A job on disk: what is to be made, and which of its pieces are there. Everybody who works on it, on whatever machine,
 finds it by its folder, which lies beside the target."""
 import fcntl
+import glob
+import itertools
 import json
 import os
 import shutil
 
 from .call import Call, Refused, piece_suffix
 
+FOLDER_SUFFIX = ".pieces"
+
 
 def folder_of(target):
-    return f"{target}.pieces"
+    """Also of a job that is told by its folder."""
+    return f"{os.path.abspath(target).removesuffix(FOLDER_SUFFIX)}{FOLDER_SUFFIX}"
 
 
 def state_of(files):
@@ -18,7 +23,7 @@ def state_of(files):
     for file in files:
         if os.path.exists(file):
             status = os.stat(file)
-            state[os.path.abspath(file)] = [status.st_size, status.st_mtime_ns]
+            state[file] = [status.st_size, status.st_mtime_ns]
     return state
 
 
@@ -35,11 +40,16 @@ class Lock:
     """Held by whoever is in charge of a job, as long as that lives."""
 
     def __init__(self, folder):
-        self._file = open(os.path.join(folder, "lock"), "w", encoding="utf-8")
-        try:
-            fcntl.flock(self._file, fcntl.LOCK_EX | fcntl.LOCK_NB)
-        except OSError:
-            raise Refused(f"{folder}: another nubo-batch is at work on it") from None
+        file = os.path.join(folder, "lock")
+        while True:
+            os.makedirs(folder, exist_ok=True)
+            self._file = open(file, "w", encoding="utf-8")
+            try:
+                fcntl.flock(self._file, fcntl.LOCK_EX | fcntl.LOCK_NB)
+            except OSError:
+                raise Refused(f"{folder}: another nubo-batch is at work on it") from None
+            if os.path.exists(file) and os.path.samestat(os.stat(file), os.fstat(self._file.fileno())):
+                break  # whoever held it before has not taken it away with its folder
 
 
 class Job:
@@ -51,20 +61,42 @@ class Job:
         except FileNotFoundError:
             raise Refused(f"{folder}: there is no job") from None
         self.call = Call(self.data["program"], self.data["words"])
+        self.call.target = folder[:-len(FOLDER_SUFFIX)]  # wherever this process was started
         self.pieces = self.data["pieces"]  # [first step or row, number of frames or rows]
 
     @staticmethod
-    def create(call, first, frames, each, record, options):
-        folder = folder_of(call.target)
-        pieces = [[first + at, min(each, frames - at)] for at in range(0, frames, each)]
-        data = {"program": call.program, "words": call.words, "cwd": os.getcwd(), "pieces": pieces,
-                "version": record["versions"]["nubo"], "inputs": state_of(record["scenes"]), "options": options}
-        try:
-            os.makedirs(folder, exist_ok=True)
-            write_whole(os.path.join(folder, "job.json"), data)
-        except OSError as error:
-            raise Refused(f"{folder}: {error.strerror}") from None
-        return Job(folder)
+    def plan(call, first, counts, record, options):
+        """What a job is made of: pieces of so many steps or rows, one after the other."""
+        pieces = [[first + end - count, count] for count, end in zip(counts, itertools.accumulate(counts))]
+        return {"program": call.program, "words": call.words, "cwd": os.getcwd(), "pieces": pieces,
+                "version": record["versions"]["nubo"], "inputs": state_of(call.inputs(record["scenes"])),
+                "options": options}
+
+    @staticmethod
+    def begin(target, data, settings):
+        """Makes the folder of a job, in which nobody else may be at work. Returns the job and its lock."""
+        folder = folder_of(target)
+        others = set(os.listdir(folder) if os.path.isdir(folder) else ()) - {"lock", "settings.ini", "job.json.new"}
+        if others and "job.json" not in others:
+            raise Refused(f"{folder}: is there, and is no job's; pieces need a folder of that name")
+        lock = Lock(folder)
+        if os.path.exists(os.path.join(folder, "job.json")):
+            before = Job(folder)
+            if not before.is_joined():
+                raise Refused(f"{folder}: there is a job that is not done; --resume {target} goes on with it")
+            before.sweep()
+            for name in os.listdir(folder):
+                if name != "lock":
+                    os.remove(os.path.join(folder, name))
+        if os.path.exists(settings):
+            shutil.copyfile(settings, os.path.join(folder, "settings.ini"))
+        write_whole(os.path.join(folder, "job.json"), data)
+        return Job(folder), lock
+
+    def change(self, options):
+        """Those that are not None take the place of what the job was begun with."""
+        self.data["options"].update({name: value for name, value in options.items() if value is not None})
+        write_whole(self.path("job.json"), self.data)
 
     def path(self, name):
         return os.path.join(self.folder, name)
@@ -90,21 +122,31 @@ class Job:
     def missing(self):
         return [number for number in range(len(self.pieces)) if not self.is_done(number)]
 
-    def frames(self):
-        return sum(frames for _, frames in self.pieces)
+    def sweep(self):
+        """Takes away what was being made by those who do not live any more."""
+        for folder in glob.glob(f"{glob.escape(self.folder)}/making-*"):
+            shutil.rmtree(folder, ignore_errors=True)
 
-    def frames_done(self):
-        return sum(frames for number, (_, frames) in enumerate(self.pieces) if self.is_done(number))
+    def frames(self, numbers=None):
+        return sum(self.pieces[number][1] for number in (range(len(self.pieces)) if numbers is None else numbers))
 
     def name(self, number):
         first, frames = self.pieces[number]
         return f"piece {number} ({self.call.kind.pieces} {first}:{first + frames - 1})"
 
+    def bytes(self):
+        """Of what was made; a pyramid's description is nothing beside its tiles."""
+        files = [self.call.target]
+        if self.call.suffix == ".dzi":
+            tiles = f"{os.path.splitext(self.call.target)[0]}_files"
+            files += [os.path.join(folder, name) for folder, _, names in os.walk(tiles) for name in names]
+        return sum(os.path.getsize(file) for file in files)
+
     def is_joined(self):
         return os.path.exists(self.path("joined"))
 
     def end(self):
-        """Takes a job away that is done, unless it was begun to be kept."""
+        """Takes a job away that is done, unless its pieces are to be kept."""
         if not self.data["options"]["keep"]:
             shutil.rmtree(self.folder, ignore_errors=True)
 

@@ -67,6 +67,7 @@ class Pool:
 
 def run(job, processes, retries, quiet, say):
     """Makes what is missing. Raises Refused if some of it could not be made, KeyboardInterrupt if it was ended."""
+    job.sweep()
     pool = Pool(job, retries, say)
     progress = Progress(job, quiet)
 

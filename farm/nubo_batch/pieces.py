@@ -2,25 +2,26 @@
 import os
 import shutil
 import subprocess
+import sys
+import tempfile
 
-from .call import Refused
+from .call import Refused, last_line
 
 
 def make_piece(job, number, log, started=lambda process: None):
     """Makes a piece, with what the program says in the open file `log`. Returns why it failed, or an empty text.
 
-    A piece that is not whole never has its name: it is made in a folder of its own, and moved with its record last."""
+    A piece that is not whole never has its name: it is made in a folder of its own, which nobody else has even where
+    one who was lost goes on working, and moved with its record last."""
     changed = job.why_changed()
     if changed:
         return changed
-    first, frames = job.pieces[number]
-    making = job.path(f"making-{number:05}")
-    shutil.rmtree(making, ignore_errors=True)
+    making = None
     try:
-        os.makedirs(making)
-        target = os.path.join(making, os.path.basename(job.file(number)))
-        report = os.path.join(making, "report.json")
-        process = subprocess.Popen(job.call.piece(first, first + frames - 1, target, report), cwd=job.data["cwd"],
+        making = tempfile.mkdtemp(prefix=f"making-{number:05}-", dir=job.folder)
+        target, report = (os.path.join(making, os.path.basename(file))
+                          for file in (job.file(number), job.record_file(number)))
+        process = subprocess.Popen(call_of(job, number, target, report), cwd=job.data["cwd"],
                                    stdin=subprocess.DEVNULL, stdout=log, stderr=log)
         started(process)
         status = process.wait()
@@ -34,12 +35,24 @@ def make_piece(job, number, log, started=lambda process: None):
     except OSError as error:
         return f"{error.filename or making}: {error.strerror}"
     finally:
-        shutil.rmtree(making, ignore_errors=True)
+        if making:
+            shutil.rmtree(making, ignore_errors=True)
     version = job.record(number)["versions"]["nubo"]
     if version != job.data["version"]:
         os.remove(job.record_file(number))
         return f"made by version {version} of the program, the job began with {job.data['version']}"
     return ""
+
+
+def call_of(job, number, target, report):
+    """The call that makes a piece. It takes the settings of when the job began, and remembers its folder in none of the
+    user's; it ends with whoever started it, where that can be had."""
+    first, frames = job.pieces[number]
+    settings = os.path.join(os.path.dirname(target), "settings.ini")
+    if os.path.exists(job.path("settings.ini")):
+        shutil.copyfile(job.path("settings.ini"), settings)
+    words = job.call.piece(first, first + frames - 1, {"filename": target, "report": report, "settings": settings})
+    return ["setpriv", "--pdeathsig", "TERM", "--", *words] if shutil.which("setpriv") else words
 
 
 def last_words(file):
@@ -52,8 +65,18 @@ def last_words(file):
     return ([line for line in lines if not line.startswith("nubo-batch: ")] or lines or [""])[-1]
 
 
+def find_joiner(program):
+    """Beside the program, unless that is a script that calls it, or beside this one."""
+    for beside in (os.path.realpath(program), os.path.abspath(sys.argv[0]), os.path.realpath(sys.argv[0])):
+        joiner = os.path.join(os.path.dirname(beside), "nubo-join")
+        if os.path.exists(joiner):
+            return joiner
+    raise Refused("nubo-join is not where nubo is")
+
+
 def join(job):
-    """Makes the target of the pieces. Raises Refused, naming the hole, if one is missing."""
+    """Makes the target of the pieces. Raises Refused, naming the hole, if one is missing. A piece that turns out to be
+    damaged counts as missing from then on."""
     missing = job.missing()
     if missing:
         raise Refused(f"{job.name(missing[0])} is missing" + (f", and {len(missing) - 1} more" if missing[1:] else ""))
@@ -63,10 +86,14 @@ def join(job):
     with open(job.path("list"), "w", encoding="utf-8", errors="surrogateescape") as file:
         for number, (_, frames) in enumerate(job.pieces):
             file.write(f"{frames}\t{os.path.basename(job.file(number))}\n")
-    joiner = os.path.join(os.path.dirname(os.path.realpath(job.call.program)), "nubo-join")
-    made = subprocess.run([joiner, "--list", job.path("list"), job.call.target], stdout=subprocess.DEVNULL,
-                          stderr=subprocess.PIPE, text=True)
+    made = subprocess.run([find_joiner(job.call.program), "--list", job.path("list"), job.call.target],
+                          stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, errors="replace")
     if made.returncode != 0:
-        raise Refused(made.stderr.strip() or f"nubo-join ended with {made.returncode}")
+        reason = last_line(made.stderr) or f"nubo-join ended with {made.returncode}"
+        for number in range(len(job.pieces)):
+            if f"{job.file(number)}: " in reason:
+                os.remove(job.record_file(number))
+                reason += "; --resume makes that piece again"
+        raise Refused(reason)
     with open(job.path("joined"), "w", encoding="utf-8"):
         pass

@@ -16,15 +16,16 @@ class Progress:
         self._job = job
         self._on = not quiet and sys.stderr.isatty()
         self._began = time.monotonic()
-        self._there = job.frames_done()
+        self._missing = job.frames(job.missing())
 
     def text(self):
-        job, frames = self._job, self._job.frames_done()
-        pieces = len(job.pieces) - len(job.missing())
-        text = f"{pieces:,} of {len(job.pieces):,} pieces, {frames:,} of {job.frames():,} {job.call.kind.things}"
-        if frames > self._there:
+        job, missing = self._job, self._job.missing()
+        left = job.frames(missing)
+        text = f"{len(job.pieces) - len(missing):,} of {len(job.pieces):,} pieces, {job.frames() - left:,} of " \
+               f"{job.frames():,} {job.call.kind.things}"
+        if left < self._missing:
             gone = time.monotonic() - self._began
-            text += f", {duration(gone * (job.frames() - frames) / (frames - self._there))} left"
+            text += f", {duration(gone * left / (self._missing - left))} left"
         return text
 
     def show(self):

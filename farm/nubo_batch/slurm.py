@@ -1,6 +1,5 @@
 """Pieces on a cluster: an array of tasks, and a task after it that joins, or has made again what is missing."""
 import json
-import math
 import os
 import re
 import shlex
@@ -9,21 +8,23 @@ import subprocess
 import sys
 import time
 
-from .call import Refused
-from .job import write_whole
+from .call import Refused, WrongCall, last_line
+from .job import FOLDER_SUFFIX, write_whole
 from .pieces import join, last_words, make_piece
 from .progress import Progress
 
+# How often it is looked whether a job is done, and how many looks later the controller, which serves all, is asked.
 LOOK_SECONDS = 2
+LOOKS_FOR_ASKING = 5
 
 
 def slurm(*words):
     try:
-        made = subprocess.run(words, capture_output=True, text=True, stdin=subprocess.DEVNULL)
+        made = subprocess.run(words, capture_output=True, text=True, errors="replace", stdin=subprocess.DEVNULL)
     except FileNotFoundError:
         raise Refused(f"there is no Slurm here ({words[0]} was not found)") from None
     if made.returncode != 0:
-        raise Refused(f"{words[0]}: {made.stderr.strip() or made.returncode}")
+        raise Refused(last_line(made.stderr) or f"{words[0]} ended with {made.returncode}")
     return made.stdout
 
 
@@ -33,9 +34,14 @@ def most_tasks():
     return max(1, int(found[1]) - 1) if found else 1000
 
 
-def each_at_least(frames, each):
-    """So many frames a piece that one array has room for all."""
-    return max(each, math.ceil(frames / most_tasks()))
+def workers(options):
+    """Nodes that work, where these options for sbatch send what is queued."""
+    places = [option for option in options if option.startswith(("--partition=", "-p", "--clusters=", "-M"))]
+    return max(1, len(working_nodes(*places)))
+
+
+def working_nodes(*options):
+    return set(slurm("sinfo", "--noheader", "--Node", "--states=idle,alloc,mix,comp", "--format=%N", *options).split())
 
 
 def ranges(numbers):
@@ -49,24 +55,25 @@ def ranges(numbers):
     return ",".join(str(a) if a == b else f"{a}-{b}" for a, b in found)
 
 
-def scripts(job, numbers, round_number, excluded):
-    """The words and the script of the array, and of the task that follows it."""
-    program = shlex.join([sys.executable, os.path.realpath(sys.argv[0])])
-    folder = shlex.quote(job.folder)
-    common = [f"--chdir={job.data['cwd']}", *job.data["options"]["sbatch"]]
-    array = ["sbatch", "--parsable", f"--array={ranges(numbers)}", f"--job-name=nubo {os.path.basename(job.call.target)}",
-             f"--output={job.path('piece-%5a.log')}", "--open-mode=truncate", *common]
+def scripts(folder, data, numbers, round_number, excluded):
+    """The words and the script of the array, and of the task that follows it, for the job with this data."""
+    program = shlex.join([sys.executable, os.path.abspath(sys.argv[0])])
+    name = os.path.basename(folder).removesuffix(FOLDER_SUFFIX)
+    logs = folder.replace("%", "%%")  # Slurm reads names of logs as patterns
+    common = [f"--chdir={data['cwd']}", *data["options"]["sbatch"]]
+    array = ["sbatch", "--parsable", f"--array={ranges(numbers)}", f"--job-name=nubo {name}",
+             f"--output={logs}/piece-%5a.log", "--open-mode=truncate", *common]
     if excluded:
         array.append(f"--exclude={','.join(excluded)}")
-    after = ["sbatch", "--parsable", f"--job-name=join {os.path.basename(job.call.target)}",
-             f"--output={job.path('join.log')}", "--open-mode=append", *common]
-    return ((array, f"#!/bin/sh\nexec {program} --piece \"$SLURM_ARRAY_TASK_ID\" {folder}\n"),
-            (after, f"#!/bin/sh\nexec {program} --after {round_number} {folder}\n"))
+    after = ["sbatch", "--parsable", f"--job-name=join {name}",
+             f"--output={logs}/join.log", "--open-mode=append", *common]
+    return ((array, f"#!/bin/sh\nexec {program} --piece \"$SLURM_ARRAY_TASK_ID\" {shlex.quote(folder)}\n"),
+            (after, f"#!/bin/sh\nexec {program} --after {round_number} {shlex.quote(folder)}\n"))
 
 
 def submit(job, numbers, round_number, excluded=()):
     """Queues the pieces, and after any end of theirs the join. Their numbers are kept with the job."""
-    (array, array_script), (after, after_script) = scripts(job, numbers, round_number, excluded)
+    (array, array_script), (after, after_script) = scripts(job.folder, job.data, numbers, round_number, excluded)
     names = []
     for words, script, name in ((array, array_script, "array.sh"), (after, after_script, "after.sh")):
         with open(job.path(name), "w", encoding="utf-8") as file:
@@ -86,26 +93,32 @@ def run_task(job, number):
     return 1 if failure else 0
 
 
-def excluded_nodes(job):
-    """Nodes on which a piece failed, unless nothing else would be left."""
+def failed_nodes(job):
     try:
         with open(job.path("failed-nodes"), encoding="utf-8") as file:
-            failed = sorted({line.strip() for line in file} - {""})
+            return {line.strip() for line in file} - {""}
     except OSError:
-        return []
-    nodes = set(slurm("sinfo", "--noheader", "--Node", "--states=idle,alloc,mix,comp", "--format=%N").split())
-    return failed if nodes - set(failed) else []
+        return set()
 
 
-def task_states(job, array):
-    """Number of a task, and how Slurm says that it ended, for those that did not end well."""
-    text = slurm("scontrol", "show", "job", array)
-    states = {}
+def ended_badly(job):
+    """Number of a task, and how and on which node Slurm says that it ended, for those that did not end well."""
+    try:
+        text = slurm("scontrol", "show", "job", numbers_of(job)["array"])
+    except Refused:  # it has forgotten
+        return {}
+    ends = {}
     for block in text.split("\n\n"):
-        number, state = re.search(r"ArrayTaskId=(\d+)", block), re.search(r"JobState=(\S+)", block)
+        number, state, node = (re.search(pattern, block)
+                               for pattern in (r"ArrayTaskId=(\d+)", r"JobState=(\S+)", r"\sNodeList=(\S+)"))
         if number and state and state[1] != "COMPLETED":
-            states[int(number[1])] = state[1]
-    return states
+            ends[int(number[1])] = state[1], node[1] if node else ""
+    return ends
+
+
+def excluded_nodes(failed):
+    """Those on which a piece failed, unless nothing else would be left."""
+    return sorted(failed) if working_nodes() - failed else []
 
 
 def after(job, round_number):
@@ -120,18 +133,18 @@ def after(job, round_number):
         if job.data["options"]["detach"]:
             job.end()  # nobody waits who would
         return 0
-    try:
-        states = task_states(job, numbers_of(job)["array"])
-    except Refused:
-        states = {}
-    reason = last_words(job.path(f"piece-{missing[0]:05}.log")) or states.get(missing[0], "it left no word")
+    job.sweep()
+    ends = ended_badly(job)
+    reason = last_words(job.path(f"piece-{missing[0]:05}.log")) or ends.get(missing[0], ["it left no word"])[0]
     if job.why_changed() or round_number >= job.data["options"]["retries"]:
         text = f"{job.name(missing[0])} could not be made: {reason}"
         text += f", and {len(missing) - 1} more pieces" if missing[1:] else ""
         write_whole(job.path("failure.json"), {"text": text})
         raise Refused(text)
     print(f"{job.name(missing[0])}: {reason}; {len(missing)} pieces are tried again", flush=True)
-    submit(job, missing, round_number + 1, excluded_nodes(job))
+    # A task that was killed with all that it had started could not say where.
+    lost = {node for number, (_, node) in ends.items() if number in missing}
+    submit(job, missing, round_number + 1, excluded_nodes(failed_nodes(job) | lost))
     return 0
 
 
@@ -160,15 +173,17 @@ def failure_of(job):
 def wait(job, quiet):
     """Until the pieces are joined. Raises Refused if they will not be."""
     progress = Progress(job, quiet)
-    idle = 0
+    idle = looks = 0
     try:
         while not job.is_joined():
             failure = failure_of(job)
             if failure:
                 raise Refused(f"{failure}; what is there is kept for --resume")
             # A task submits the next before it ends, so that twice nothing in a row is the end.
-            idle = 0 if is_queued(job) else idle + 1
-            if idle > 2 and not job.is_joined():
+            if looks % LOOKS_FOR_ASKING == 0:
+                idle = 0 if is_queued(job) else idle + 1
+            looks += 1
+            if idle > 1 and not job.is_joined() and not failure_of(job):
                 raise Refused(f"{job.folder}: the cluster has nothing of it queued any more; --resume goes on")
             progress.show()
             time.sleep(LOOK_SECONDS)
@@ -178,4 +193,4 @@ def wait(job, quiet):
 
 def check_there():
     if not shutil.which("sbatch"):
-        raise Refused("there is no Slurm here (sbatch was not found)")
+        raise WrongCall("there is no Slurm here (sbatch was not found)")

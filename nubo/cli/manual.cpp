@@ -6,25 +6,16 @@
 #include "kernel/main/commandmanager.h"
 #include "nubo/cli/help.h"
 #include "nubo/cli/runsettings.h"
+#include "nubo/cli/troff.h"
 
 namespace nubo::app {
 
 namespace {
 
-/// A text that stands for itself.
-QString plain(QString text) {
-  text.replace('\\', QLatin1String("\\e")).replace('-', QLatin1String("\\-"));
-  if (text.startsWith('.') || text.startsWith('\'')) text.prepend(QLatin1String("\\&"));
-  return text;
-}
-
-QString section(const QString& title) { return QStringLiteral(".SH %1\n").arg(plain(title)); }
-
-QString paragraph(const QString& text) { return QStringLiteral(".PP\n%1\n").arg(plain(text)); }
-
-QString item(const QString& written, const QString& meaning) {
-  return QStringLiteral(".TP\n\\fB%1\\fR\n%2\n").arg(plain(written), plain(meaning));
-}
+using troff::item;
+using troff::paragraph;
+using troff::plain;
+using troff::section;
 
 QString items(const std::vector<HelpEntry>& entries) {
   QString text;

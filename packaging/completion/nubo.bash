@@ -1,4 +1,4 @@
-# Completion of nubo's calls for bash: the program knows how they go on.
+# Completion of calls of nubo, nubo-batch and nubo-join for bash: they know how those go on.
 _nubo() {
   local line name suffixes cur=${COMP_WORDS[COMP_CWORD]}
   COMPREPLY=()
@@ -14,4 +14,4 @@ _nubo() {
     done < <(compgen -f -- "$cur")
   done < <("${COMP_WORDS[0]}" --complete "${COMP_WORDS[@]:1:COMP_CWORD}" 2>/dev/null)
 }
-complete -F _nubo nubo
+complete -F _nubo nubo nubo-batch nubo-join

@@ -1,4 +1,4 @@
-# Completion of nubo's calls for fish: the program knows how they go on.
+# Completion of calls of nubo, nubo-batch and nubo-join for fish: they know how those go on.
 function __nubo_complete
     set -l words (commandline -opc)
     set -l current (commandline -ct)
@@ -17,4 +17,6 @@ function __nubo_complete
         end
     end
 end
-complete -c nubo -f -a '(__nubo_complete)'
+for program in nubo nubo-batch nubo-join
+    complete -c $program -f -a '(__nubo_complete)'
+end

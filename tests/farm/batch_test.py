@@ -5,6 +5,7 @@
 PROGRAM is nubo and BATCH nubo-batch. With --cluster only what needs Slurm is tested; 77 says that it is not here."""
 import json
 import os
+import re
 import shutil
 import signal
 import subprocess
@@ -29,34 +30,43 @@ class Recording(unittest.TestCase):
         with open("model.obj", "w", encoding="utf-8") as file:
             file.write(CUBE)
 
-    def call(self, target, steps=STEPS, size=(64, 48)):
-        return ["--settings", f"{self.folder}/settings.ini", "--turntable", str(steps), "model.obj", "grabvideo",
-                "--filename", target, "--width", str(size[0]), "--height", str(size[1]), "--sync", "yes"]
+    def call(self, target, steps=STEPS, size=(64, 48), more=()):
+        return [*self.settings(), "--turntable", str(steps), "model.obj", "grabvideo", "--filename", target,
+                "--width", str(size[0]), "--height", str(size[1]), "--sync", "yes", *more]
 
-    def start(self, *words):
-        return subprocess.Popen([BATCH, "--program", PROGRAM, *words], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                text=True)
+    def settings(self):
+        return ["--settings", f"{self.folder}/settings.ini"]
 
-    def batch(self, *words, status=0):
-        process = self.start(*words)
+    def set_rate(self, rate):
+        subprocess.run([PROGRAM, *self.settings(), "setvideosettings", "--fps", str(rate)], check=True)
+
+    def start(self, *words, cwd=None):
+        program = [] if "--resume" in words or "--status" in words else ["--program", PROGRAM]
+        return subprocess.Popen([BATCH, *program, *words], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                                cwd=cwd)
+
+    def batch(self, *words, status=0, **where):
+        process = self.start(*words, **where)
         said, errors = process.communicate(timeout=400)
         self.assertEqual(process.returncode, status, said + errors)
         return said + errors
 
-    def expect_whole(self, target, **call):
+    def expect_whole(self, target, is_kept=False, **call):
         subprocess.run([PROGRAM, "--quiet", *self.call("whole.mkv", **call)], check=True, stdout=subprocess.DEVNULL)
         frames, expected = (subprocess.check_output(["ffmpeg", "-v", "error", "-i", file, "-f", "framemd5", "-"])
                             for file in (target, "whole.mkv"))
         self.assertEqual(frames, expected)
-        self.assertFalse(os.path.exists(f"{target}.pieces"))
+        self.assertEqual(os.path.exists(f"{target}.pieces"), is_kept)
+        with open("settings.ini", encoding="utf-8") as file:
+            self.assertNotIn(".pieces", file.read(), "what pieces remember is not the user's")
 
-    def poster(self, target):
-        """Three rows of tiles of the built-in scene."""
-        return ["--settings", f"{self.folder}/settings.ini", "grabposter", "--filename", target, "--width", "2000"]
+    def poster(self, target, width=2000):
+        """Three rows of tiles of the built-in scene, or more."""
+        return [*self.settings(), "grabposter", "--filename", target, "--width", str(width)]
 
-    def expect_whole_poster(self, target):
+    def expect_whole_poster(self, target, **call):
         """Tiles are copied, so that not a byte differs."""
-        subprocess.run([PROGRAM, "--quiet", *self.poster("whole.dzi")], check=True, stdout=subprocess.DEVNULL)
+        subprocess.run([PROGRAM, "--quiet", *self.poster("whole.dzi", **call)], check=True, stdout=subprocess.DEVNULL)
         made = f"{os.path.splitext(target)[0]}_files"
         subprocess.run(["diff", "-r", "whole_files", made], check=True)
         self.assertTrue(os.path.exists(f"{made}/11/0_0.png") and os.path.exists(target.replace("dzi", "html")))
@@ -73,6 +83,20 @@ class Recording(unittest.TestCase):
         return sum(name.endswith(".json") and name.startswith("piece") for name in os.listdir(folder)) \
             if os.path.isdir(folder) else 0
 
+    def program(self, before):
+        """One that does something before each piece that it makes."""
+        with open("odd", "w", encoding="utf-8") as file:
+            file.write(f"#!/bin/sh\ncase $* in *dry-run*) ;; *) {before};; esac\nexec {PROGRAM} \"$@\"\n")
+        os.chmod("odd", 0o755)
+        return "./odd"
+
+    def kill_one(self, target):
+        """Whether there was a call that made a piece, which is dead now."""
+        found = self.making(target)
+        if found:
+            os.kill(found[0], signal.SIGKILL)
+        return bool(found)
+
     def making(self, target):
         """Process identifiers of calls that make pieces at this moment."""
         found = subprocess.run(["pgrep", "-f", f"{self.folder}/{target}.pieces/making"], capture_output=True, text=True)
@@ -86,16 +110,28 @@ class OnThisMachine(Recording):
             with self.subTest(each=each):
                 self.batch("--piece-steps", str(each), "--", *self.call("a.mkv"))
                 self.expect_whole("a.mkv")
-        self.batch("--pieces", "3", "--", "--steps", "4:12", *self.call("part.mkv"))
+        self.batch("--pieces", "3", "--program", self.program("true"), "--", "--steps", "4:12", *self.call("part.mkv"))
         frames = subprocess.check_output(["ffprobe", "-v", "error", "-count_frames", "-show_entries",
                                           "stream=nb_read_frames", "-of", "csv=p=0", "part.mkv"], text=True)
         self.assertEqual(int(frames), 9)
 
     def test_makes_the_poster_that_one_call_makes(self):
-        self.batch("--piece-steps", "1", "--", *self.poster("a.dzi"))
+        said = self.batch("--piece-steps", "1", "--", *self.poster("a.dzi"))
         self.expect_whole_poster("a.dzi")
         self.assertFalse(os.path.exists("a.dzi.pieces"))
-        self.assertIn("whole posters can be cut", self.batch("--", *self.poster("a.dzi.band"), "--band", "0:1", status=1))
+        tiles = sum(os.path.getsize(os.path.join(folder, name)) for folder, _, names in os.walk("a_files") for name in names)
+        self.assertIn(f"{tiles + os.path.getsize('a.dzi'):,} bytes", said)
+        self.assertIn("whole posters can be cut", self.batch("--", *self.poster("a.dzi.band"), "--band", "0:1", status=2))
+
+    def test_cuts_evenly_or_as_it_is_told(self):
+        for words, steps, expected in ((["--pieces", "16"], 24, "16 pieces of 1-2 steps"),
+                                       (["--piece-steps", "10"], 24, "3 pieces of 4-10 steps"),
+                                       (["--pieces", "99"], 24, "24 pieces of 1 steps"),
+                                       (["--processes", "2"], 24, "2 pieces of 12 steps"),
+                                       (["--processes", "3"], 3600, "12 pieces of 300 steps")):
+            with self.subTest(words=words):
+                self.assertIn(expected, self.batch("--dry-run", *words, "--", *self.call("a.mkv", steps)))
+        self.assertFalse(os.path.exists("a.mkv.pieces"))
 
     def test_tries_again_what_dies_and_resumes_what_was_ended(self):
         long = {"steps": 400, "size": (320, 240)}
@@ -113,50 +149,92 @@ class OnThisMachine(Recording):
         self.assertLess(kept, 8)
         self.assertIn("--resume", self.batch("--", *self.call("a.mkv", **long), status=1))
         self.assertIn(f"{kept} of 8 pieces", self.batch("--status", "a.mkv"))
+        self.set_rate(7)  # a job goes on with the settings that it began with
+        process = self.start("--resume", "a.mkv")
+        self.wait_until(lambda: self.making("a.mkv"), "another piece")
+        process.kill()
+        process.communicate()
+        self.wait_until(lambda: not self.making("a.mkv"), "the end of what nobody waits for")
         spoiled, sound, *_ = sorted(name for name in os.listdir("a.mkv.pieces") if name.endswith(".mkv"))
         with open(f"a.mkv.pieces/{spoiled}", "r+b") as file:
             file.truncate(1000)  # a record alone does not make a piece
-        process = self.start("--resume", "a.mkv")
+        process = self.start("--keep", "--resume", f"{self.folder}/a.mkv.pieces", cwd="/")
         made = set()
 
         def is_ended():
-            if os.path.isdir("a.mkv.pieces"):
-                made.update(name for name in os.listdir("a.mkv.pieces") if name.startswith("making"))
+            made.update(name for name in os.listdir("a.mkv.pieces") if name.startswith("making"))
             return process.poll() is not None
 
         self.wait_until(is_ended, "the rest")
-        process.communicate(timeout=400)
-        self.assertEqual(process.returncode, 0)
-        self.assertNotIn(sound.replace("piece", "making").replace(".mkv", ""), made, "what is there was made again")
-        self.expect_whole("a.mkv", **long)
+        _, errors = process.communicate(timeout=400)
+        self.assertEqual(process.returncode, 0, errors)
+        making = sound.replace("piece", "making").replace(".mkv", "-")
+        self.assertFalse([name for name in made if name.startswith(making)], "what is there was made again")
+        self.set_rate(25)
+        self.expect_whole("a.mkv", is_kept=True, **long)
+        # What only the join notices is made again, too.
+        os.remove("a.mkv.pieces/joined")
+        with open(f"a.mkv.pieces/{sound}", "r+b") as file:
+            file.write(bytes(1000))
+        self.assertIn(f"{sound}: ", self.batch("--resume", "a.mkv", status=1))
+        self.assertIn("7 of 8 pieces", self.batch("--status", "a.mkv"))
+        self.batch("--resume", "a.mkv")
+        self.expect_whole("a.mkv", is_kept=True, **long)
 
     def test_refuses_what_would_not_go_together(self):
         free = [word if word != "yes" else "no" for word in self.call("a.mkv")]
-        for words, reason in (
-                (["--", *free], "only recordings in step"),
-                (["--", "grabvideo", "--sync", "yes"], "--filename is missing"),
-                (["--", *self.call("none/a.mkv")], "none does not exist"),
-                (["--program", "/none/nubo", "--", *self.call("a.mkv")], "/none/nubo: there is no such program"),
-                (["--detach", "--", *self.call("a.mkv")], "go with --slurm"),
-                (["--resume", "a.mkv"], "there is no job"),
-                ([], "a call of nubo is needed")):
+        os.makedirs("taken.mkv.pieces/of somebody")
+        for words, status, reason in (
+                (["--", *free], 2, "only recordings in step"),
+                (["--", "grabvideo", "--sync", "yes"], 2, "--filename is missing"),
+                (["--", *self.call("none/a.mkv")], 2, "none does not exist"),
+                (["--", *self.call("-.mkv")], 2, "standard output cannot be made in pieces"),
+                (["--", "--view", "all", *self.call("a{view}.mkv")], 2, "makes several files"),
+                (["--", "--dry-run", *self.call("a.mkv")], 2, "stands before the --"),
+                (["--", "--report", "r.json", *self.call("a.mkv")], 2, "--report tells of one call"),
+                (["--", *self.call("taken.mkv")], 1, "taken.mkv.pieces: is there, and is no job's"),
+                (["--program", "/none/nubo", "--", *self.call("a.mkv")], 2, "/none/nubo: there is no such program"),
+                (["--detach", "--", *self.call("a.mkv")], 2, "go with --slurm"),
+                (["--pieces", "0", "--", *self.call("a.mkv")], 2, "'0' is no number from 1 on"),
+                (["--pieces", "2", "--piece-steps", "2", "--", *self.call("a.mkv")], 2, "say the same"),
+                (self.call("a.mkv"), 2, "what nubo is called with stands after --"),
+                (["--resume", "a.mkv"], 1, "there is no job"),
+                (["--pieces", "3", "--resume", "a.mkv"], 2, "the pieces and the cluster that there were"),
+                ([], 2, "a call of nubo is needed")):
             with self.subTest(reason=reason):
-                self.assertIn(reason, self.batch(*words, status=1))
+                said = self.batch(*words, status=status)
+                self.assertRegex(said, f"^nubo-batch: [^\n]*{re.escape(reason)}[^\n]*\n$")
                 self.assertFalse(os.path.exists("a.mkv.pieces"))
-        shutil.copy(PROGRAM, "dying")
-        with open("dying", "w", encoding="utf-8") as file:
-            file.write(f"#!/bin/sh\ncase $* in *dry-run*) exec {PROGRAM} \"$@\";; esac\necho no room left >&2\nexit 1\n")
         self.assertIn("could not be made: no room left, and 2 more pieces",
-                      self.batch("--retries", "1", "--pieces", "3", "--program", "./dying", "--", *self.call("a.mkv"),
-                                 status=1))
+                      self.batch("--retries", "1", "--pieces", "3", "--program", self.program("echo no room left >&2; exit 1"),
+                                 "--", *self.call("a.mkv"), status=1))
         with open("model.obj", "a", encoding="utf-8") as file:
             file.write("# changed\n")
         self.assertIn("model.obj has changed", self.batch("--resume", "a.mkv", status=1))
-        with open("dying", "w", encoding="utf-8") as file:  # now while a piece is made
-            file.write(f"#!/bin/sh\ncase $* in *dry-run*) ;; *) echo '#' >> model.obj;; esac\nexec {PROGRAM} \"$@\"\n")
-        self.assertIn("model.obj has changed", self.batch("--retries", "0", "--pieces", "1", "--program", "./dying", "--",
-                                                          *self.call("b.mkv"), status=1))
+        while_made = ["--retries", "0", "--pieces", "1", "--program", self.program("echo '#' >> model.obj")]
+        self.assertIn("model.obj has changed", self.batch(*while_made, "--", *self.call("b.mkv"), status=1))
         self.assertFalse(os.path.exists("b.mkv"))
+
+    def test_knows_each_option_everywhere(self):
+        guide = os.path.join(os.path.dirname(__file__), "..", "..", "docs", "user-guide.md")
+        with open(guide, encoding="utf-8") as file:
+            guide = file.read()
+        for program in (BATCH, os.path.join(os.path.dirname(PROGRAM), "nubo-join")):
+            said = {word: subprocess.check_output([program, word, *more], text=True)
+                    for word, *more in (["--help"], ["--manual"], ["--complete", "--"])}
+            options = set(re.findall(r"^  (?:-\w, )?(--[a-z-]+)", said["--help"], re.MULTILINE))
+            self.assertGreater(len(options), 3)
+            for option in options:
+                with self.subTest(program=program, option=option):
+                    self.assertRegex(said["--manual"].replace("\\-", "-"), f"\n.TP\n.fB{option}\\b(?!-)")
+                    self.assertRegex(said["--complete"], f"(?m)^{option}\t")
+                    self.assertRegex(guide, f"{option}\\b(?!-)")
+        for words, expected in ((["--st"], "--status"), (["--status", "a"], "a b.mkv"), (["--program", ""], ":files"),
+                                (["--slurm", "--", "--vi"], "--view"), (["--", "grabposter", "--tile", ""], "512")):
+            with self.subTest(words=words):
+                os.makedirs("a b.mkv.pieces", exist_ok=True)
+                said = subprocess.check_output([BATCH, "--complete", *words], text=True)
+                self.assertEqual([line.partition("\t")[0] for line in said.splitlines()], [expected])
 
 
 @unittest.skipUnless(ON_CLUSTER, "another call tests that")
@@ -169,41 +247,61 @@ class OnACluster(Recording):
             else cluster.Cluster(cls.place).__enter__()
         cls.addClassCleanup(cls.cluster.__exit__)
 
+    def set_node(self, node, state):
+        subprocess.run(["scontrol", "update", f"NodeName={node}", f"State={state}", "Reason=test"], check=True)
+
     def test_goes_on_through_kills_and_a_drained_node(self):
         long = {"steps": 300, "size": (320, 240)}
         plan = self.batch("--slurm", "--dry-run", "--piece-steps", "1", "--", *self.call("a.mkv", **long))
         self.assertIn("100 pieces of 3 steps", plan, "no array is larger than the cluster allows")
         self.assertIn("--array=0-99", plan)
         process = self.start("--slurm", "--pieces", "6", "--", *self.call("a.mkv", **long))
-        self.wait_until(lambda: len(self.making("a.mkv")) > 0, "a piece")
-        os.kill(self.making("a.mkv")[0], signal.SIGKILL)
+        self.wait_until(lambda: self.kill_one("a.mkv"), "a piece")
         process.kill()  # what waits is not what works
         process.communicate()
-        subprocess.run(["scontrol", "update", "NodeName=node2", "State=DRAIN", "Reason=test"], check=True)
+        self.set_node("node2", "DRAIN")
         self.assertIn("still has it queued", self.batch("--resume", "a.mkv"))
-        subprocess.run(["scontrol", "update", "NodeName=node2", "State=RESUME"], check=True)
+        self.set_node("node2", "RESUME")
         self.expect_whole("a.mkv", **long)
 
-    def test_makes_a_poster_though_a_node_is_full(self):
-        # The narrow node's processes may write no large files; what fails there is made on the other.
-        subprocess.run(["scontrol", "update", "NodeName=node1", "State=DRAIN", "Reason=test"], check=True)
-        process = self.start("--slurm", "--keep", "--piece-steps", "1", "--", *self.poster("a.dzi"))
-        self.wait_until(lambda: os.path.exists("a.dzi.pieces/failed-nodes"), "a failure")
-        subprocess.run(["scontrol", "update", "NodeName=node1", "State=RESUME"], check=True)
+    def make_though_a_node_fails(self, target, words, reason, then=lambda: True):
+        """The narrow node works alone until it has failed, and what it could not make is made on the other one."""
+        self.set_node("node1", "DRAIN")
+        process = self.start("--slurm", "--keep", "--pieces", "6", "--retries", "3", "--", *words)
+        self.wait_until(lambda: os.path.exists(f"{target}.pieces/failed-nodes"), "a failure")
+        self.set_node("node1", "RESUME")
+        self.wait_until(then, "what comes then")
         said, errors = process.communicate(timeout=400)
         self.assertEqual(process.returncode, 0, said + errors)
-        with open("a.dzi.pieces/failed-nodes", encoding="utf-8") as file:
-            self.assertEqual(set(file.read().split()), {"node2"})
-        self.expect_whole_poster("a.dzi")
+        with open(f"{target}.pieces/join.log", encoding="utf-8") as log:
+            self.assertIn(reason, log.read())
+        with open(f"{target}.pieces/failed-nodes", encoding="utf-8") as file:
+            return set(file.read().split())
+
+    def test_makes_a_poster_though_a_node_is_narrow_and_a_piece_dies(self):
+        def kill_later():
+            with open("a.dzi.pieces/slurm.json", encoding="utf-8") as file:
+                return json.load(file)["round"] > 0 and self.kill_one("a.dzi")
+
+        wide = {"width": 6000}
+        nodes = self.make_though_a_node_fails("a.dzi", self.poster("a.dzi", **wide), "ended by signal 9", kill_later)
+        self.assertEqual(nodes, {"node1", "node2"})
+        self.expect_whole_poster("a.dzi", **wide)
+
+    def test_records_though_a_nodes_disk_is_full(self):
+        if not self.cluster.has_small_disk:
+            self.skipTest("no file system can be mounted here, which would be a node's full disk")
+        on_disk = {"more": ["--use-memory-buffer", "no"]}
+        words = self.call("a.mkv", size=(320, 240), **on_disk)
+        self.assertEqual(self.make_though_a_node_fails("a.mkv", words, "to temporary file"), {"node2"})
+        self.expect_whole("a.mkv", is_kept=True, size=(320, 240), **on_disk)
 
     def test_leaves_and_tells_why_it_failed(self):
         self.batch("--slurm", "--detach", "--pieces", "2", "--", *self.call("a.mkv"))
         self.wait_until(lambda: os.path.exists("a.mkv") and not os.path.exists("a.mkv.pieces"), "the video")
         self.expect_whole("a.mkv")
-        with open("dying", "w", encoding="utf-8") as file:
-            file.write(f"#!/bin/sh\ncase $* in *dry-run*) exec {PROGRAM} \"$@\";; esac\necho no room left >&2\nexit 1\n")
-        os.chmod("dying", 0o755)
-        self.assertIn("no room left", self.batch("--slurm", "--retries", "1", "--pieces", "2", "--program", "./dying",
+        dying = self.program("echo no room left >&2; exit 1")
+        self.assertIn("no room left", self.batch("--slurm", "--retries", "1", "--pieces", "2", "--program", dying,
                                                  "--", *self.call("b.mkv"), status=1))
 
 

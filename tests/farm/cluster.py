@@ -31,11 +31,12 @@ class Cluster:
     """In a `with`: until its end sbatch and the others find it."""
 
     NODES = ("node1", "node2")
-    NARROW = "node2"  # its processes can write only small files, as if its disk were full
+    NARROW = "node2"  # its processes can write only small files, and its own disk is tiny where that can be had
 
     def __init__(self, folder):
         self._folder = folder
         self._processes = []
+        self.has_small_disk = False
 
     def _path(self, name):
         return os.path.join(self._folder, name)
@@ -49,6 +50,7 @@ class Cluster:
                                                     start_new_session=True, preexec_fn=set_limit if limit else None))
 
     def __enter__(self):
+        self._mount()
         user = subprocess.check_output(["id", "-un"], text=True).strip()
         controller, *nodes = free_ports(3)
         for name in ("state", "munge", *(f"spool-{node}" for node in self.NODES)):
@@ -64,7 +66,7 @@ class Cluster:
                  "ProctrackType=proctrack/linuxproc", "TaskPlugin=task/none", "SelectType=select/cons_tres",
                  "SelectTypeParameters=CR_Core", "ReturnToService=2", "MpiDefault=none", "SwitchType=switch/none",
                  "SchedulerParameters=batch_sched_delay=0,sched_interval=2", "MaxArraySize=101", "KillWait=2",
-                 "MinJobAge=300", "PropagateResourceLimitsExcept=FSIZE", "SlurmdTimeout=60", "MessageTimeout=60"]
+                 "MinJobAge=300", f"TaskProlog={self._path('prolog')}", "PropagateResourceLimitsExcept=FSIZE", "SlurmdTimeout=60", "MessageTimeout=60"]
         for node, port in zip(self.NODES, nodes):
             lines.append(f"NodeName={node} NodeHostname={socket.gethostname()} NodeAddr=127.0.0.1 Port={port} CPUs=1 "
                          "State=UNKNOWN")
@@ -81,6 +83,15 @@ class Cluster:
             self._start("slurmd", "-D", "-N", node, limit=NARROW_BYTES if node == self.NARROW else None)
         self._wait(lambda: self.idle_nodes() == len(self.NODES), "the nodes")
         return self
+
+    def _mount(self):
+        """A disk of its own for the narrow node's temporary files; only some may mount one."""
+        disk = self._path("disk")
+        os.makedirs(disk)
+        self.has_small_disk = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "none", disk],
+                                             capture_output=True).returncode == 0
+        with open(os.open(self._path("prolog"), os.O_CREAT | os.O_WRONLY, 0o755), "w", encoding="utf-8") as file:
+            file.write(f'#!/bin/sh\n[ "$SLURMD_NODENAME" != {self.NARROW} ] || echo export TMPDIR={disk}\n')
 
     def idle_nodes(self):
         made = subprocess.run(["sinfo", "--noheader", "--Node", "--states=idle", "--format=%N"], capture_output=True,
@@ -103,3 +114,5 @@ class Cluster:
                 process.wait(10)
             except subprocess.TimeoutExpired:
                 process.kill()
+        if self.has_small_disk:
+            subprocess.run(["umount", "--lazy", self._path("disk")], check=False)
