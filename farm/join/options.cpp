@@ -7,27 +7,31 @@ namespace nubo::farm {
 namespace {
 
 const char Description[] =
-    "Joins pieces of a recording, in the order given, to one video, or bands of a poster, in any order, to one poster, "
-    "without encoding them again. Pieces have the target's format; those of a GIF are Matroska videos (.mkv), those of "
-    "a poster bands (.tif.band, .dzi.band). The target is left as it is until the new one is complete.";
+    "Joins pieces of a recording, in the order given, to one video, or bands of a poster,\n"
+    "in any order, to one poster, without encoding them again.\n"
+    "Pieces have the target's format; those of a GIF are Matroska videos (.mkv), those of\n"
+    "a poster bands (.tif.band, .dzi.band).\n"
+    "The target is left as it is until the new one is complete.";
 const char ExitStatus[] = "0 done, 1 failed, 2 the call was wrong.";
 
 struct Option {
-  const char *name, *value, *meaning;
+  QStringList names;  ///< a letter may stand before the word
+  const char *value, *meaning;
 };
 const Option Options[] = {
-    {"list", "FILE",
+    {{"list"},
+     "FILE",
      "Takes the pieces from a file with a line for each: the frames or rows that it must have, a tab, and its name. - "
      "is "
      "standard input."},
-    {"manual", "", "Prints the manual page."},
-    {"complete", "WORD...", "Prints how the last of the words may go on; shells ask for it."},
-    {"help", "", "Shows this help."},
+    {{"manual"}, "", "Prints the manual page."},
+    {{"complete"}, "WORD...", "Prints how the last of the words may go on; shells ask for it."},
+    {{"h", "help"}, "", "Shows this help."},
 };
 // What recordings and posters are called, and bands.
 const char* const Suffixes[] = {"mp4", "mkv", "webm", "mov", "avi", "gif", "y4m", "tif", "tiff", "dzi", "band"};
 
-QString nameOf(const Option& option) { return QStringLiteral("--") + option.name; }
+QString nameOf(const Option& option) { return "--" + option.names.last(); }
 
 }  // namespace
 
@@ -35,7 +39,7 @@ void describe(QCommandLineParser& parser) {
   parser.setApplicationDescription(QStringLiteral("%1\nExit status: %2").arg(Description, ExitStatus));
   parser.addPositionalArgument(QStringLiteral("TARGET"), QStringLiteral("The video or poster to be made."));
   parser.addPositionalArgument(QStringLiteral("PIECE"), QStringLiteral("The pieces."), QStringLiteral("[PIECE ...]"));
-  for (const Option& option : Options) parser.addOption({option.name, option.meaning, option.value});
+  for (const Option& option : Options) parser.addOption({option.names, option.meaning, option.value});
 }
 
 QString manualText() {

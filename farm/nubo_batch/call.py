@@ -46,12 +46,13 @@ def with_option(words, name, value):
 
 
 class Kind(collections.namedtuple("Kind", "option pieces things pattern at_least")):
-    """What can be made in pieces: the option that says which part of it one call makes, what parts are counted in, where
-    the program's summary tells which there are, and how many make a piece worth its start, unless somebody says."""
+    """What can be made in pieces: the option that says which part of it one call makes, what parts are counted in,
+    where the program's summary tells which there are, and how many make a piece worth its start."""
 
 
 RECORDING = Kind("steps", "steps", "frames", re.compile(r"steps (\d+) to \d+: (\d+) frames"), 10)
-POSTER = Kind("band", "rows", "rows", re.compile(r"[\d,]+ × [\d,]+ pixels in ()([\d,]+) rows of tiles(?!.* of it )"), 1)
+POSTER = Kind("band", "rows", "rows",
+              re.compile(r"[\d,]+ × [\d,]+ pixels in ()([\d,]+) rows of tiles(?!.* of it )"), 1)
 POSTER_SUFFIXES = (".tif", ".tiff", ".dzi")
 
 

@@ -85,7 +85,8 @@ def completions(words, program):
         return made.stdout.splitlines()
     previous = before[-1] if before else ""
     if previous in ("--status", "--resume"):
-        return [f"{folder[:-len(FOLDER_SUFFIX)]}\ta job" for folder in glob.glob(f"{glob.escape(typed)}*{FOLDER_SUFFIX}")]
+        folders = glob.glob(f"{glob.escape(typed)}*{FOLDER_SUFFIX}")
+        return [f"{folder.removesuffix(FOLDER_SUFFIX)}\ta job" for folder in folders]
     if previous == "--program":
         return [":files"]
     if previous == "--processes":
@@ -120,4 +121,5 @@ def manual():
     lines.append(".SH EXAMPLES")
     for written, meaning in examples:
         lines += [".TP", f"\\fB{troff(written)}\\fR", troff(meaning)]
-    return "\n".join([*lines, ".SH NOTES", troff(made.epilog), ".SH SEE ALSO", ".BR nubo (1),", ".BR nubo\\-join (1)", ""])
+    lines += [".SH NOTES", troff(made.epilog), ".SH SEE ALSO", ".BR nubo (1),", ".BR nubo\\-join (1)", ""]
+    return "\n".join(lines)

@@ -1,4 +1,5 @@
 """Pieces on a cluster: an array of tasks, and a task after it that joins, or has made again what is missing."""
+import collections
 import json
 import os
 import re
@@ -16,6 +17,7 @@ from .progress import Progress
 # How often it is looked whether a job is done, and how many looks later the controller, which serves all, is asked.
 LOOK_SECONDS = 2
 LOOKS_FOR_ASKING = 5
+FAILED_TASK = 1
 
 
 def slurm(*words):
@@ -41,7 +43,9 @@ def workers(options):
 
 
 def working_nodes(*options):
-    return set(slurm("sinfo", "--noheader", "--Node", "--states=idle,alloc,mix,comp", "--format=%N", *options).split())
+    """Asked for by their states there would be those among them that are drained."""
+    lines = slurm("sinfo", "--noheader", "--Node", "--format=%N %t", *options).splitlines()
+    return {node for node, state in map(str.split, lines) if re.fullmatch(r"(idle|alloc|mix|comp)[^*]?", state)}
 
 
 def ranges(numbers):
@@ -88,37 +92,42 @@ def run_task(job, number):
     failure = make_piece(job, number, sys.stderr)
     if failure:
         print(f"nubo-batch: {failure}", file=sys.stderr)
-        with open(job.path("failed-nodes"), "a", encoding="utf-8") as file:
-            file.write(f"{os.environ.get('SLURMD_NODENAME', '')}\n")
-    return 1 if failure else 0
+        note_failure(job, os.environ.get("SLURMD_NODENAME", ""))
+    return FAILED_TASK if failure else 0
 
 
-def failed_nodes(job):
+def note_failure(job, node):
+    with open(job.path("failed-nodes"), "a", encoding="utf-8") as file:
+        file.write(f"{node}\n")
+
+
+def excluded_nodes(job):
+    """Those on which more pieces failed than on others: all on which one did, unless nothing else would be left."""
     try:
         with open(job.path("failed-nodes"), encoding="utf-8") as file:
-            return {line.strip() for line in file} - {""}
+            failures = collections.Counter(line.strip() for line in file if line.strip())
     except OSError:
-        return set()
+        return []
+    least = min((failures[node] for node in working_nodes()), default=0)
+    return sorted(node for node, count in failures.items() if count > least)
 
 
 def ended_badly(job):
-    """Number of a task, and how and on which node Slurm says that it ended, for those that did not end well."""
+    """Number of a task, and how Slurm says that it ended, for those that did not end well. Notes the nodes of those that
+    were killed with all that they had started, and so could not."""
     try:
         text = slurm("scontrol", "show", "job", numbers_of(job)["array"])
     except Refused:  # it has forgotten
         return {}
-    ends = {}
+    states = {}
     for block in text.split("\n\n"):
-        number, state, node = (re.search(pattern, block)
-                               for pattern in (r"ArrayTaskId=(\d+)", r"JobState=(\S+)", r"\sNodeList=(\S+)"))
-        if number and state and state[1] != "COMPLETED":
-            ends[int(number[1])] = state[1], node[1] if node else ""
-    return ends
-
-
-def excluded_nodes(failed):
-    """Those on which a piece failed, unless nothing else would be left."""
-    return sorted(failed) if working_nodes() - failed else []
+        fields = dict(re.findall(r"(\w+)=(\S+)", block))
+        if not fields.get("ArrayTaskId", "").isdecimal() or fields.get("JobState") in (None, "COMPLETED"):
+            continue
+        states[int(fields["ArrayTaskId"])] = fields["JobState"]
+        if fields.get("ExitCode") != f"{FAILED_TASK}:0" and re.fullmatch(r"[\w.-]+", fields.get("NodeList", "")):
+            note_failure(job, fields["NodeList"])
+    return states
 
 
 def after(job, round_number):
@@ -134,17 +143,15 @@ def after(job, round_number):
             job.end()  # nobody waits who would
         return 0
     job.sweep()
-    ends = ended_badly(job)
-    reason = last_words(job.path(f"piece-{missing[0]:05}.log")) or ends.get(missing[0], ["it left no word"])[0]
+    states = ended_badly(job)
+    reason = last_words(job.path(f"piece-{missing[0]:05}.log")) or states.get(missing[0], "it left no word")
     if job.why_changed() or round_number >= job.data["options"]["retries"]:
         text = f"{job.name(missing[0])} could not be made: {reason}"
         text += f", and {len(missing) - 1} more pieces" if missing[1:] else ""
         write_whole(job.path("failure.json"), {"text": text})
         raise Refused(text)
     print(f"{job.name(missing[0])}: {reason}; {len(missing)} pieces are tried again", flush=True)
-    # A task that was killed with all that it had started could not say where.
-    lost = {node for number, (_, node) in ends.items() if number in missing}
-    submit(job, missing, round_number + 1, excluded_nodes(failed_nodes(job) | lost))
+    submit(job, missing, round_number + 1, excluded_nodes(job))
     return 0
 
 

@@ -1,7 +1,6 @@
 #include "module_grab/commands/grabimage.h"
 
 #include <QCursor>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QImage>
@@ -30,6 +29,7 @@
 #include "picture/hugepages.h"
 #include "picture/offscreencontext.h"
 #include "picture/panelview.h"
+#include "picture/savedialog.h"
 
 namespace nubo::commands::grab {
 
@@ -221,15 +221,7 @@ QFileDialog* GrabImage::createSaveDialog() {
     const QString format = QString::fromLatin1(name);
     filters.append(format.toUpper() + QStringLiteral("-File (*.") + format.toLower() + QLatin1Char(')'));
   }
-  const QString directory = main::nuboSettings()->value(QLatin1String(DirectoryKey), QVariant()).toString();
-  auto* dialog = new QFileDialog(nullptr, QString(), QString(), QString());
-  dialog->setWindowTitle(QObject::tr("Save Image"));
-  dialog->setNameFilters(filters);
-  dialog->setAcceptMode(QFileDialog::AcceptSave);
-  dialog->setFileMode(QFileDialog::AnyFile);
-  dialog->setDefaultSuffix(QStringLiteral("png"));
-  dialog->setDirectory(directory);
-  return dialog;
+  return picture::newSaveDialog(QObject::tr("Save Image"), filters, QStringLiteral("png"), QLatin1String(DirectoryKey));
 }
 
 void GrabImage::execute() {

@@ -1,6 +1,5 @@
 #include "module_grab/commands/grabvideo.h"
 
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QMutexLocker>
 #include <QSemaphore>
@@ -22,6 +21,7 @@
 #include "module_grab/videohandler.h"
 #include "module_grab/videosettings.h"
 #include "module_trajectory/trajectory.h"
+#include "picture/savedialog.h"
 
 namespace nubo::commands::grab {
 
@@ -325,14 +325,7 @@ QFileDialog* GrabVideo::createSaveDialog() {
     filters.append(QStringLiteral("%1 (*.%2)").arg(description, suffix));
     if (defaultSuffix.isEmpty()) defaultSuffix = suffix;
   }
-  auto* dialog = new QFileDialog(nullptr, QString(), QString(), QString());
-  dialog->setWindowTitle(tr("Save Video"));
-  dialog->setNameFilters(filters);
-  dialog->setAcceptMode(QFileDialog::AcceptSave);
-  dialog->setFileMode(QFileDialog::AnyFile);
-  dialog->setDefaultSuffix(defaultSuffix);
-  dialog->setDirectory(main::nuboSettings()->value(LastDirectoryKey).toString());
-  return dialog;
+  return picture::newSaveDialog(tr("Save Video"), filters, defaultSuffix, LastDirectoryKey);
 }
 
 }  // namespace nubo::commands::grab

@@ -1,6 +1,5 @@
 #include "module_poster/commands/grabposter.h"
 
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QSettings>
 #include <boost/bind.hpp>
@@ -18,6 +17,7 @@
 #include "module_poster/moduleposter.h"
 #include "module_scene/gui/viewer.h"
 #include "picture/panelview.h"
+#include "picture/savedialog.h"
 
 namespace nubo::commands::poster {
 
@@ -108,14 +108,9 @@ std::optional<PosterRequest> GrabPoster::requestOf(const ParameterSet& values, P
 }
 
 QFileDialog* GrabPoster::createSaveDialog() {
-  auto* dialog = new QFileDialog;
-  dialog->setWindowTitle(QObject::tr("Save Poster"));
-  dialog->setNameFilters({QObject::tr("TIFF (*.tif *.tiff)"), QObject::tr("Deep-zoom pyramid (*.dzi)")});
-  dialog->setAcceptMode(QFileDialog::AcceptSave);
-  dialog->setFileMode(QFileDialog::AnyFile);
-  dialog->setDefaultSuffix(QStringLiteral("tif"));
-  dialog->setDirectory(main::nuboSettings()->value(QLatin1String(DirectoryKey), QVariant()).toString());
-  return dialog;
+  return picture::newSaveDialog(QObject::tr("Save Poster"),
+                                {QObject::tr("TIFF (*.tif *.tiff)"), QObject::tr("Deep-zoom pyramid (*.dzi)")},
+                                QStringLiteral("tif"), QLatin1String(DirectoryKey));
 }
 
 void GrabPoster::panelChanged(const main::Event* event) {

@@ -19,6 +19,7 @@ import cluster
 PROGRAM, BATCH, *REST = sys.argv[1:]
 ON_CLUSTER = "--cluster" in REST
 STEPS = 24
+QUICK = ["--look", "plain", "--samples", "0"]
 CUBE = "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\nf 1 3 2\nf 1 2 4\nf 2 3 4\nf 3 1 4\n"
 
 
@@ -31,7 +32,7 @@ class Recording(unittest.TestCase):
             file.write(CUBE)
 
     def call(self, target, steps=STEPS, size=(64, 48), more=()):
-        return [*self.settings(), "--turntable", str(steps), "model.obj", "grabvideo", "--filename", target,
+        return [*self.settings(), *QUICK, "--turntable", str(steps), "model.obj", "grabvideo", "--filename", target,
                 "--width", str(size[0]), "--height", str(size[1]), "--sync", "yes", *more]
 
     def settings(self):
@@ -62,7 +63,7 @@ class Recording(unittest.TestCase):
 
     def poster(self, target, width=2000):
         """Three rows of tiles of the built-in scene, or more."""
-        return [*self.settings(), "grabposter", "--filename", target, "--width", str(width)]
+        return [*self.settings(), *QUICK, "grabposter", "--filename", target, "--width", str(width)]
 
     def expect_whole_poster(self, target, **call):
         """Tiles are copied, so that not a byte differs."""
@@ -119,9 +120,11 @@ class OnThisMachine(Recording):
         said = self.batch("--piece-steps", "1", "--", *self.poster("a.dzi"))
         self.expect_whole_poster("a.dzi")
         self.assertFalse(os.path.exists("a.dzi.pieces"))
-        tiles = sum(os.path.getsize(os.path.join(folder, name)) for folder, _, names in os.walk("a_files") for name in names)
+        files = (os.path.join(folder, name) for folder, _, names in os.walk("a_files") for name in names)
+        tiles = sum(os.path.getsize(file) for file in files)
         self.assertIn(f"{tiles + os.path.getsize('a.dzi'):,} bytes", said)
-        self.assertIn("whole posters can be cut", self.batch("--", *self.poster("a.dzi.band"), "--band", "0:1", status=2))
+        band = self.poster("a.dzi.band") + ["--band", "0:1"]
+        self.assertIn("whole posters can be cut", self.batch("--", *band, status=2))
 
     def test_cuts_evenly_or_as_it_is_told(self):
         for words, steps, expected in ((["--pieces", "16"], 24, "16 pieces of 1-2 steps"),
@@ -205,9 +208,9 @@ class OnThisMachine(Recording):
                 said = self.batch(*words, status=status)
                 self.assertRegex(said, f"^nubo-batch: [^\n]*{re.escape(reason)}[^\n]*\n$")
                 self.assertFalse(os.path.exists("a.mkv.pieces"))
+        dying = ["--retries", "1", "--pieces", "3", "--program", self.program("echo no room left >&2; exit 1")]
         self.assertIn("could not be made: no room left, and 2 more pieces",
-                      self.batch("--retries", "1", "--pieces", "3", "--program", self.program("echo no room left >&2; exit 1"),
-                                 "--", *self.call("a.mkv"), status=1))
+                      self.batch(*dying, "--", *self.call("a.mkv"), status=1))
         with open("model.obj", "a", encoding="utf-8") as file:
             file.write("# changed\n")
         self.assertIn("model.obj has changed", self.batch("--resume", "a.mkv", status=1))
@@ -243,8 +246,7 @@ class OnACluster(Recording):
     def setUpClass(cls):
         cls.place = tempfile.mkdtemp(prefix="slurm")
         cls.addClassCleanup(shutil.rmtree, cls.place, ignore_errors=True)
-        cls.cluster = cls.enterClassContext(cluster.Cluster(cls.place)) if hasattr(cls, "enterClassContext") \
-            else cluster.Cluster(cls.place).__enter__()
+        cls.cluster = cluster.Cluster(cls.place).__enter__()
         cls.addClassCleanup(cls.cluster.__exit__)
 
     def set_node(self, node, state):
@@ -264,10 +266,11 @@ class OnACluster(Recording):
         self.set_node("node2", "RESUME")
         self.expect_whole("a.mkv", **long)
 
-    def make_though_a_node_fails(self, target, words, reason, then=lambda: True):
-        """The narrow node works alone until it has failed, and what it could not make is made on the other one."""
+    def make_though_a_node_fails(self, failing, target, words, reason, then=lambda: True):
+        """One node has less than the other, and works alone until it has failed."""
+        program = self.program(f'[ "$SLURMD_NODENAME" != node2 ] || {failing}')
         self.set_node("node1", "DRAIN")
-        process = self.start("--slurm", "--keep", "--pieces", "6", "--retries", "3", "--", *words)
+        process = self.start("--slurm", "--keep", "--pieces", "6", "--retries", "3", "--program", program, "--", *words)
         self.wait_until(lambda: os.path.exists(f"{target}.pieces/failed-nodes"), "a failure")
         self.set_node("node1", "RESUME")
         self.wait_until(then, "what comes then")
@@ -278,23 +281,25 @@ class OnACluster(Recording):
         with open(f"{target}.pieces/failed-nodes", encoding="utf-8") as file:
             return set(file.read().split())
 
-    def test_makes_a_poster_though_a_node_is_narrow_and_a_piece_dies(self):
+    def test_makes_a_poster_though_a_node_can_write_little_and_a_piece_dies(self):
         def kill_later():
             with open("a.dzi.pieces/slurm.json", encoding="utf-8") as file:
                 return json.load(file)["round"] > 0 and self.kill_one("a.dzi")
 
         wide = {"width": 6000}
-        nodes = self.make_though_a_node_fails("a.dzi", self.poster("a.dzi", **wide), "ended by signal 9", kill_later)
+        nodes = self.make_though_a_node_fails("ulimit -f 200", "a.dzi", self.poster("a.dzi", **wide),
+                                              "ended by signal 9", kill_later)
         self.assertEqual(nodes, {"node1", "node2"})
         self.expect_whole_poster("a.dzi", **wide)
 
     def test_records_though_a_nodes_disk_is_full(self):
         if not self.cluster.has_small_disk:
             self.skipTest("no file system can be mounted here, which would be a node's full disk")
-        on_disk = {"more": ["--use-memory-buffer", "no"]}
-        words = self.call("a.mkv", size=(320, 240), **on_disk)
-        self.assertEqual(self.make_though_a_node_fails("a.mkv", words, "to temporary file"), {"node2"})
-        self.expect_whole("a.mkv", is_kept=True, size=(320, 240), **on_disk)
+        on_disk = {"size": (320, 240), "more": ["--use-memory-buffer", "no"]}
+        nodes = self.make_though_a_node_fails(f"export TMPDIR={self.cluster.small_disk}", "a.mkv",
+                                              self.call("a.mkv", **on_disk), "to temporary file")
+        self.assertEqual(nodes, {"node2"})
+        self.expect_whole("a.mkv", is_kept=True, **on_disk)
 
     def test_leaves_and_tells_why_it_failed(self):
         self.batch("--slurm", "--detach", "--pieces", "2", "--", *self.call("a.mkv"))

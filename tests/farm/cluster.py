@@ -1,13 +1,11 @@
 """A Slurm cluster of two nodes on this machine, for tests: everything in a folder of its own, nothing of the system's."""
 import os
-import resource
 import shutil
 import signal
 import socket
 import subprocess
 import time
 
-NARROW_BYTES = 300_000
 PROGRAMS = ("munged", "slurmctld", "slurmd", "sbatch", "squeue", "scontrol")
 
 
@@ -31,23 +29,20 @@ class Cluster:
     """In a `with`: until its end sbatch and the others find it."""
 
     NODES = ("node1", "node2")
-    NARROW = "node2"  # its processes can write only small files, and its own disk is tiny where that can be had
 
     def __init__(self, folder):
         self._folder = folder
         self._processes = []
+        self.small_disk = self._path("disk")
         self.has_small_disk = False
 
     def _path(self, name):
         return os.path.join(self._folder, name)
 
-    def _start(self, *words, limit=None):
-        def set_limit():
-            resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
-
+    def _start(self, *words):
         with open(self._path(f"{os.path.basename(words[0])}-{len(self._processes)}.log"), "w") as log:
             self._processes.append(subprocess.Popen(words, stdout=log, stderr=log, stdin=subprocess.DEVNULL,
-                                                    start_new_session=True, preexec_fn=set_limit if limit else None))
+                                                    start_new_session=True))
 
     def __enter__(self):
         self._mount()
@@ -66,7 +61,7 @@ class Cluster:
                  "ProctrackType=proctrack/linuxproc", "TaskPlugin=task/none", "SelectType=select/cons_tres",
                  "SelectTypeParameters=CR_Core", "ReturnToService=2", "MpiDefault=none", "SwitchType=switch/none",
                  "SchedulerParameters=batch_sched_delay=0,sched_interval=2", "MaxArraySize=101", "KillWait=2",
-                 "MinJobAge=300", f"TaskProlog={self._path('prolog')}", "PropagateResourceLimitsExcept=FSIZE", "SlurmdTimeout=60", "MessageTimeout=60"]
+                 "MinJobAge=300", "SlurmdTimeout=60", "MessageTimeout=60"]
         for node, port in zip(self.NODES, nodes):
             lines.append(f"NodeName={node} NodeHostname={socket.gethostname()} NodeAddr=127.0.0.1 Port={port} CPUs=1 "
                          "State=UNKNOWN")
@@ -80,18 +75,15 @@ class Cluster:
         self._wait(lambda: os.path.exists(munge), "munged")
         self._start("slurmctld", "-D")
         for node in self.NODES:
-            self._start("slurmd", "-D", "-N", node, limit=NARROW_BYTES if node == self.NARROW else None)
+            self._start("slurmd", "-D", "-N", node)
         self._wait(lambda: self.idle_nodes() == len(self.NODES), "the nodes")
         return self
 
     def _mount(self):
-        """A disk of its own for the narrow node's temporary files; only some may mount one."""
-        disk = self._path("disk")
-        os.makedirs(disk)
-        self.has_small_disk = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "none", disk],
+        """A tiny disk; only some may mount one."""
+        os.makedirs(self.small_disk)
+        self.has_small_disk = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "none", self.small_disk],
                                              capture_output=True).returncode == 0
-        with open(os.open(self._path("prolog"), os.O_CREAT | os.O_WRONLY, 0o755), "w", encoding="utf-8") as file:
-            file.write(f'#!/bin/sh\n[ "$SLURMD_NODENAME" != {self.NARROW} ] || echo export TMPDIR={disk}\n')
 
     def idle_nodes(self):
         made = subprocess.run(["sinfo", "--noheader", "--Node", "--states=idle", "--format=%N"], capture_output=True,
@@ -115,4 +107,4 @@ class Cluster:
             except subprocess.TimeoutExpired:
                 process.kill()
         if self.has_small_disk:
-            subprocess.run(["umount", "--lazy", self._path("disk")], check=False)
+            subprocess.run(["umount", "--lazy", self.small_disk], check=False)

@@ -266,6 +266,11 @@ TEST_F(PosterTest, ThePageSaysWhatItLacks) {
   for (const char* part : {"put its openseadragon.min.js into the folder", "Url: \"a%20b_files/\"", "Width: \"300\"",
                            "Height: \"168\"", "TileSize: \"512\"", "Format: \"png\""})
     EXPECT_THAT(text, HasSubstr(part));
+  QFile description(m_Host.file("a b.dzi"));
+  ASSERT_TRUE(description.open(QIODevice::ReadOnly));
+  const std::string xml = description.readAll().toStdString();
+  for (const char* part : {"Format=\"png\"", "TileSize=\"512\"", "Overlap=\"0\"", "Width=\"300\" Height=\"168\""})
+    EXPECT_THAT(xml, HasSubstr(part));
 }
 
 }  // namespace

@@ -25,7 +25,11 @@ inline std::vector<QImage> readTiff(const QString& fileName) {
   const std::unique_ptr<TIFF, void (*)(TIFF*)> file(TIFFOpen(QFile::encodeName(fileName).constData(), "r"), TIFFClose);
   if (!file) return levels;
   do {
-    uint32_t width = 0, height = 0, edge = 0;
+    uint32_t width = 0, height = 0, edge = 0, kind = 0;
+    uint16_t extras = 0, *extra = nullptr;
+    TIFFGetField(file.get(), TIFFTAG_SUBFILETYPE, &kind);
+    EXPECT_EQ(kind, levels.empty() ? 0U : FILETYPE_REDUCEDIMAGE);
+    EXPECT_TRUE(TIFFGetField(file.get(), TIFFTAG_EXTRASAMPLES, &extras, &extra) && *extra == EXTRASAMPLE_UNASSALPHA);
     TIFFGetField(file.get(), TIFFTAG_IMAGEWIDTH, &width);
     TIFFGetField(file.get(), TIFFTAG_IMAGELENGTH, &height);
     TIFFGetField(file.get(), TIFFTAG_TILEWIDTH, &edge);
