@@ -7,9 +7,9 @@ Measures with the programs in BUILD/bin, prints the tables of docs/scaling.md an
 FOLDER/scaling.json; --measured FILE simulates with such figures and measures nothing. The simulation is the same each
 time.
 
-A piece of s steps takes start + load + first + s * item seconds on its node. Each figure is the slope or the rest of two
-measurements (medians): of recordings of few and many steps, and of few and many joined pieces. Load and start are told
-by the program's own record. Encoding is what the processors have to do more than for uncompressed frames.
+A piece of s steps takes start + load + first + s * item seconds on its node. Each figure is the slope or the rest of
+two measurements (medians): of recordings of few and many steps, and of few and many joined pieces. Loading is told by
+the program's own record. Encoding is what the processors have to do more than for uncompressed frames.
 """
 import argparse
 import heapq
@@ -45,10 +45,10 @@ class Measure:
         return (time.perf_counter() - begin, after.children_user + after.children_system - before.children_user
                 - before.children_system)
 
-    def call(self, scene, words, part):
+    def call(self, scene, words, part, rounds_wanted=ROUNDS):
         """Medians of a call of the program: its seconds, those of processors, and those of loading."""
         rounds = []
-        for _ in range(ROUNDS):
+        for _ in range(rounds_wanted):
             words_now = [os.path.join(self.programs, "nubo"), "--quiet", "--settings", self.path("settings.ini"),
                          "--report", self.path("report.json"), *part, *scene, *words]
             seconds = self.run(*words_now)
@@ -78,26 +78,26 @@ class Measure:
         made["bytes"] = os.path.getsize(band) / 3
         return made
 
-    def join(self, name, steps):
-        """Seconds of joining, for each item and for each piece."""
-        piece = self.path(f"join{os.path.splitext(name)[1]}")
-        subprocess.run([os.path.join(self.programs, "nubo"), "--quiet", "--settings", self.path("settings.ini"), *steps,
-                        "builtin", "grabvideo", "--filename", piece, *SIZE], check=True)
+    def join(self, name):
+        """Seconds of joining, for each piece and for each frame: 10,000 frames in many pieces and in few."""
         seconds = {}
-        for count in (10, 1000):
+        for frames, count in ((10, 1), (10, 1000), (100, 100)):
+            piece = self.path(f"{frames}{os.path.splitext(name)[1]}")
+            self.call(["--steps", f"0:{frames - 1}", "builtin"], ["grabvideo", "--filename", piece, *SIZE], [], 1)
             with open(self.path("list"), "w", encoding="utf-8") as file:
-                file.write(f"10\t{os.path.basename(piece)}\n" * count)
+                file.write(f"{frames}\t{os.path.basename(piece)}\n" * count)
             call = [os.path.join(self.programs, "nubo-join"), "--list", self.path("list"), self.path(name)]
             seconds[count] = statistics.median(self.run(*call)[0] for _ in range(ROUNDS))
-        return (seconds[1000] - seconds[10]) / 990
+        piece = (seconds[1000] - seconds[100]) / 900
+        return {"piece": piece, "join": (seconds[100] - seconds[1] - 99 * piece) / 9990}
 
     def join_poster(self, scene, width):
         """Seconds of joining for each megabyte of bands."""
         bands = []
         for number in range(4):
             bands.append(self.path(f"{number}.tif.band"))
-            self.run(os.path.join(self.programs, "nubo"), "--quiet", "--settings", self.path("settings.ini"), *scene,
-                     "grabposter", "--filename", bands[-1], "--width", str(width), "--band", f"{5 * number}:{5 * number + 4}")
+            self.call(scene, ["grabposter", "--filename", bands[-1], "--width", str(width), "--band",
+                              f"{5 * number}:{5 * number + 4}"], [], 1)
         seconds, _ = self.run(os.path.join(self.programs, "nubo-join"), self.path("poster.tif"), *bands)
         return seconds / sum(os.path.getsize(band) / 1e6 for band in bands)
 
@@ -111,10 +111,10 @@ class Measure:
         poster = self.poster(["builtin"], 100000, 110)
         hour["encode"] = hour["processors"] - raw["processors"]
         hour["model bytes"] = os.path.getsize(mesh)
-        piece = self.join("a.mp4", ["--steps", "0:9"])
-        # A poster of 20 rows: tiles as large as the large one's.
+        joining = self.join("a.mp4")
+        # A poster of 20 rows of the same tiles.
         row = self.join_poster(["builtin"], 18000) * poster["bytes"] / 1e6
-        return {"hour": hour | {"join": piece / 10}, "short": short | {"join": piece / 10}, "poster": poster | {"join": row}}
+        return {"hour": hour | joining, "short": short | joining, "poster": poster | {"piece": 0, "join": row}}
 
 
 # What a cluster is taken to be like, which no single machine tells.
@@ -168,8 +168,8 @@ def simulate(cost, items, nodes, pieces):
     source, runs = random.Random(SEED), []
     for _ in range(DRAWS):
         sizes = [items * (number + 1) // pieces - items * number // pieces for number in range(pieces)]
-        seconds = work = items * cost["join"] + SUBMIT  # the join is a task, too
-        work -= SUBMIT
+        work = items * cost["join"] + pieces * cost["piece"]
+        seconds = SUBMIT + work  # the join is a task, too
         while sizes:
             more, done, sizes = one_round(cost, sizes, nodes, source)
             seconds, work = seconds + more, work + done
@@ -191,13 +191,13 @@ def clock(seconds):
 
 
 def print_costs(measured):
-    print("| | start | load | first | item | encode | join of an item | bytes of an item |\n|---|---|---|---|---|---|---|---|")
+    print("| | start | load | first | item | encode | piece | join | size of an item |\n" + "|---" * 9 + "|")
     for job, (name, _, _) in JOBS.items():
         cost = measured[job]
         encode = f"{cost['encode'] * 1e3:.1f} ms" if "encode" in cost else ""
-        print(f"| {name} | {cost['start']:.2f} s | {cost['load']:.2f} s | {cost['first']:.2f} s | {cost['item'] * 1e3:.0f} ms "
-              f"({cost['processors'] * 1e3:.0f} of processors) | {encode} | {cost['join'] * 1e3:.2f} ms "
-              f"| {cost['bytes'] / 1e3:,.0f} kB |")
+        print(f"| {name} | {cost['start']:.2f} s | {cost['load']:.2f} s | {cost['first']:.2f} s "
+              f"| {cost['item'] * 1e3:.0f} ms ({cost['processors'] * 1e3:.0f} ms of processors) | {encode} | {cost['piece'] * 1e3:.2f} ms "
+              f"| {cost['join'] * 1e3:.3f} ms | {cost['bytes'] / 1e3:,.0f} kB |")
 
 
 def print_scaling(measured, per_node):
@@ -205,7 +205,7 @@ def print_scaling(measured, per_node):
         cost = measured[job]
         alone = whole(cost, items)
         print(f"\n{name}: {clock(alone)} in one call\n")
-        print("| nodes | pieces | time | speed | node hours | best pieces | time |\n|---|---|---|---|---|---|---|")
+        print("| nodes | pieces | time | times as fast | node hours | best | time |\n" + "|---" * 7 + "|")
         for nodes in NODES:
             pieces = min(items, MOST_TASKS, max(nodes, min(per_node * nodes, items // least)))
             seconds, hours = simulate(cost, items, nodes, pieces)

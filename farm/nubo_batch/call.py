@@ -47,12 +47,12 @@ def with_option(words, name, value):
 
 class Kind(collections.namedtuple("Kind", "option pieces things pattern at_least")):
     """What can be made in pieces: the option that says which part of it one call makes, what parts are counted in,
-    where the program's summary tells which there are, and how many make a piece worth its start."""
+    where the program's summary tells how many there are, and how many make a piece worth its start."""
 
 
-RECORDING = Kind("steps", "steps", "frames", re.compile(r"steps (\d+) to \d+: (\d+) frames"), 10)
+RECORDING = Kind("steps", "steps", "frames", re.compile(r"steps \d+ to \d+: (\d+) frames"), 10)
 POSTER = Kind("band", "rows", "rows",
-              re.compile(r"[\d,]+ × [\d,]+ pixels in ()([\d,]+) rows of tiles(?!.* of it )"), 1)
+              re.compile(r"[\d,]+ × [\d,]+ pixels in ([\d,]+) rows of tiles(?!.* of it )"), 1)
 POSTER_SUFFIXES = (".tif", ".tiff", ".dzi")
 
 
@@ -98,7 +98,8 @@ class Call:
         if not found:
             raise WrongCall(f"only recordings in step and whole posters can be cut into pieces, and this would make: "
                             f"{record.get('summary') or 'nothing that says its steps'}")
-        return int(found[1] or 1) - 1, int(found[2].replace(",", "")), record
+        first = find_option(self.words, self.kind.option)  # the summary counts from there
+        return int(first[1].partition(":")[0]) if first else 0, int(found[1].replace(",", "")), record
 
     def settings_file(self):
         """Whose values hold for all pieces."""

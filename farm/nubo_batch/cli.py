@@ -49,7 +49,13 @@ class Batch:
         data = Job.plan(call, first, self.cut(call.kind, count, kept["processes"]), record, kept)
         if options.dry_run:
             return self.tell(call, data, record["summary"])
-        return self.go_on(*Job.begin(call.target, data, call.settings_file()))
+        job, lock = Job.begin(call.target, data, call.settings_file())
+        try:
+            return self.go_on(job, lock)
+        except Refused:
+            if options.slurm and not os.path.exists(job.path("slurm.json")):
+                shutil.rmtree(job.folder)  # the cluster took nothing
+            raise
 
     def cut(self, kind, count, processes):
         """Numbers of steps or rows, which differ by one at most unless somebody has said how large pieces are."""
@@ -78,14 +84,14 @@ class Batch:
 
     def resume(self, target):
         options = self._options
-        if self._words or options.slurm or options.sbatch or options.pieces or options.piece_steps or options.program:
-            raise WrongCall("--resume goes on with the call, the pieces and the cluster that there were")
+        if self._words or options.slurm or options.pieces or options.piece_steps or options.program:
+            raise WrongCall("--resume goes on with the call and the pieces that there were, in the same place")
         job = Job(folder_of(target))
-        if options.detach and not job.data["options"]["slurm"]:
-            raise WrongCall("--detach goes with --slurm")
+        if (options.detach or options.sbatch) and not job.data["options"]["slurm"]:
+            raise WrongCall("--sbatch and --detach go with --slurm")
         lock = Lock(job.folder)
         job.change({"processes": options.processes, "retries": options.retries, "keep": options.keep or None,
-                    "detach": options.detach})
+                    "detach": options.detach, "sbatch": options.sbatch or None})
         return self.go_on(job, lock)
 
     def go_on(self, job, lock):

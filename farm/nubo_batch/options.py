@@ -33,7 +33,7 @@ def parser():
         "video or poster that one call would have made.",
         epilog="Pieces lie in a folder beside the target, TARGET.pieces, until it is made. Exit status: 0 done, 1 "
         "failed, 2 the call was wrong, 130 ended by Ctrl-C; what was finished is kept for --resume, which takes "
-        "--processes, --retries, --keep and --quiet anew.", allow_abbrev=False)
+        "--processes, --retries, --sbatch, --detach, --keep and --quiet anew.", allow_abbrev=False)
     made.add_argument("--pieces", type=number_from(1), metavar="N",
                       help="cuts the whole into N pieces (four for each process or node, of at least ten steps)")
     made.add_argument("--piece-steps", type=number_from(1), metavar="N",

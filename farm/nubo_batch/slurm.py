@@ -26,7 +26,8 @@ def slurm(*words):
     except FileNotFoundError:
         raise Refused(f"there is no Slurm here ({words[0]} was not found)") from None
     if made.returncode != 0:
-        raise Refused(last_line(made.stderr) or f"{words[0]} ended with {made.returncode}")
+        said = "\n".join(line for line in made.stderr.splitlines() if not line.startswith("Try "))
+        raise Refused(last_line(said) or f"{words[0]} ended with {made.returncode}")
     return made.stdout
 
 
@@ -60,19 +61,21 @@ def ranges(numbers):
 
 
 def scripts(folder, data, numbers, round_number, excluded):
-    """The words and the script of the array, and of the task that follows it, for the job with this data."""
+    """The words and the script of the array, and of the task that follows it, for the job with this data.
+
+    They say themselves where what they say goes: Slurm reads names of logs as patterns, and in some folders' names would
+    find what it replaces."""
     program = shlex.join([sys.executable, os.path.abspath(sys.argv[0])])
     name = os.path.basename(folder).removesuffix(FOLDER_SUFFIX)
-    logs = folder.replace("%", "%%")  # Slurm reads names of logs as patterns
-    common = [f"--chdir={data['cwd']}", *data["options"]["sbatch"]]
-    array = ["sbatch", "--parsable", f"--array={ranges(numbers)}", f"--job-name=nubo {name}",
-             f"--output={logs}/piece-%5a.log", "--open-mode=truncate", *common]
+    place = shlex.quote(folder)
+    common = ["--output=/dev/null", f"--chdir={data['cwd']}", *data["options"]["sbatch"]]
+    array = ["sbatch", "--parsable", f"--array={ranges(numbers)}", f"--job-name=nubo {name}", *common]
     if excluded:
         array.append(f"--exclude={','.join(excluded)}")
-    after = ["sbatch", "--parsable", f"--job-name=join {name}",
-             f"--output={logs}/join.log", "--open-mode=append", *common]
-    return ((array, f"#!/bin/sh\nexec {program} --piece \"$SLURM_ARRAY_TASK_ID\" {shlex.quote(folder)}\n"),
-            (after, f"#!/bin/sh\nexec {program} --after {round_number} {shlex.quote(folder)}\n"))
+    after = ["sbatch", "--parsable", f"--job-name=join {name}", *common]
+    log = f'{place}/piece-"$(printf %05d "$SLURM_ARRAY_TASK_ID")".log'
+    return ((array, f'#!/bin/sh\nexec {program} --piece "$SLURM_ARRAY_TASK_ID" {place} >{log} 2>&1\n'),
+            (after, f"#!/bin/sh\nexec {program} --after {round_number} {place} >>{place}/join.log 2>&1\n"))
 
 
 def submit(job, numbers, round_number, excluded=()):
