@@ -37,7 +37,7 @@ inline QByteArray rawFrame(int number) {
   QByteArray frame(frameSize, Qt::Uninitialized);
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
-      auto* pixel = frame.data() + 4 * (y * width + x);
+      auto* pixel = frame.data() + std::ptrdiff_t(4) * (y * width + x);
       if (y < 2 * patchSize) {
         const auto& patch = patches[4 * (y / patchSize) + x / patchSize];
         std::copy(patch.begin(), patch.end(), pixel);
