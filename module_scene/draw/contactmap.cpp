@@ -19,7 +19,7 @@ namespace {
 
 constexpr double Area = 640000;     // texels
 constexpr int Longest = 4096;       // texels
-constexpr double TexelsOff = 6;     // by which a depth may differ from that of the pixel that looks for it
+constexpr double TexelsOff = 0.5;   // by which a depth may differ from that of the pixel that looks for it
 constexpr int IndicesPerTexel = 2;  // that take as long
 
 QOpenGLExtraFunctions* extraFunctions() { return QOpenGLContext::currentContext()->extraFunctions(); }
@@ -52,29 +52,32 @@ bool ContactMap::begin(const Viewpoint& viewpoint, const Subject& subject, const
   m_Viewpoint.projection = projectionOf(viewpoint, m_Window);
   collect(viewpoint, subject, parts);
   m_Subject = subject;
-  m_Stage = Stage::Depths;
+  m_Stage = Stage::Faces;
   m_Row = 0;
   return true;
 }
 
 void ContactMap::collect(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts) {
-  ViewQuery query{m_Viewpoint.projection,    m_Width, m_Height, 0.0, LayerModel | LayerTransparent,
-                  subject.kinds & ~KindLines};
-  query.scaleWidths(subject.viewHeight, viewpoint.lens);
-  m_List.clear();
-  m_List.collect(parts, viewpoint.view, query);
-  m_List.sortTransparent();
-  m_Painter.emplace(m_List, Painter::ForDepth);
+  for (Seen* seen : {&m_Faces, &m_Points}) {
+    const int kind = seen == &m_Faces ? KindFaces : KindPoints;
+    ViewQuery query{m_Viewpoint.projection, m_Width, m_Height, 0.0, LayerModel | LayerTransparent,
+                    subject.kinds & kind};
+    query.scaleWidths(subject.viewHeight, viewpoint.lens);
+    seen->list.clear();
+    seen->list.collect(parts, viewpoint.view, query);
+    seen->list.sortTransparent();
+    seen->painter.emplace(seen->list, Painter::ForDepth);
+  }
 }
 
 bool ContactMap::reserve(int width, int height) {
   if (m_Map.isUsable() && width == m_Width && height == m_Height) return true;
   m_Width = width;
   m_Height = height;
-  m_Depths = makeDepthMap(width, height);
+  for (Seen* seen : {&m_Faces, &m_Points}) seen->depths = makeDepthMap(width, height);
   for (SharedName* name : {&m_Directions, &m_Raw, &m_Map}) *name = makeColorMap(width, height);
   const Framebuffer framebuffer;
-  m_Stage = Stage::Depths;
+  m_Stage = Stage::Faces;
   if (bindTarget(framebuffer.name())) return true;
   tellOnce("no framebuffer");
   return false;
@@ -106,7 +109,8 @@ bool ContactMap::create(Pass& pass, const char* source) {
   }
   QOpenGLExtraFunctions* gl = extraFunctions();
   gl->glUseProgram(name);
-  for (const char* second : {"directions", "kinds"}) gl->glUniform1i(gl->glGetUniformLocation(name, second), 1);
+  gl->glUniform1i(gl->glGetUniformLocation(name, "directions"), 1);
+  gl->glUniform1i(gl->glGetUniformLocation(name, "points"), 2);
   gl->glUseProgram(0);
   pass.texels = gl->glGetUniformLocation(name, "texels");
   pass.depthRows = gl->glGetUniformLocation(name, "depthRows");
@@ -116,21 +120,24 @@ bool ContactMap::create(Pass& pass, const char* source) {
 
 ContactMap::Work ContactMap::work() const {
   switch (m_Stage) {
-    case Stage::Directions:
-      return {m_Direction, m_Depths, m_Raw, m_Directions};
     case Stage::Occlusion:
-      return {m_Occlusion, m_Depths, m_Directions, m_Raw};
+      return {m_Occlusion, m_Faces.depths, m_Directions, m_Raw};
     case Stage::Smoothing:
       return {m_Smoothing, m_Raw, m_Directions, m_Map};
     default:
-      return {m_Direction, m_Depths, m_Depths, m_Raw};
+      return {m_Direction, m_Faces.depths, m_Faces.depths, m_Directions};
   }
+}
+
+/// What the stage draws, or null if it computes.
+ContactMap::Seen* ContactMap::seen() {
+  return m_Stage == Stage::Faces ? &m_Faces : m_Stage == Stage::Points ? &m_Points : nullptr;
 }
 
 /// Where the stage draws to. False if OpenGL cannot.
 bool ContactMap::bindTarget(GLuint framebuffer) {
-  const GLuint depths = m_Stage == Stage::Depths ? m_Depths.name() : 0;
-  return drawInto(framebuffer, work().target.name(), depths, m_Width, m_Height);
+  const Seen* seen = this->seen();
+  return drawInto(framebuffer, work().target.name(), seen ? seen->depths.name() : 0, m_Width, m_Height);
 }
 
 void ContactMap::prepare() {
@@ -138,17 +145,18 @@ void ContactMap::prepare() {
   const Framebuffer framebuffer;
   const Stage begun = m_Stage;
   setUpState();
-  for (const Stage stage : {Stage::Depths, Stage::Directions, Stage::Occlusion, Stage::Smoothing}) {
+  for (const Stage stage : {Stage::Faces, Stage::Points, Stage::Directions, Stage::Occlusion, Stage::Smoothing}) {
     m_Stage = stage;
     (void)bindTarget(framebuffer.name());
-    if (stage != Stage::Depths) {
+    Seen* seen = this->seen();
+    if (!seen) {
       compute(0);
       continue;
     }
     Painter::Kinds none;
     glEnable(GL_SCISSOR_TEST);
     glScissor(0, 0, 0, 0);
-    m_Painter->drawSamples(&none);
+    seen->painter->drawSamples(&none);
   }
   m_Stage = begun;
   m_Row = 0;
@@ -161,19 +169,18 @@ void ContactMap::draw(std::size_t indices) {
   while (!isComplete()) {
     setUpState();
     bindTarget(framebuffer.name());
-    if (m_Stage == Stage::Depths) {
+    if (Seen* seen = this->seen()) {
       if (m_Row == 0) {
-        glClearColor(0, 0, 0, 0);
-        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        glClear(GL_DEPTH_BUFFER_BIT);
         m_Row = 1;
       }
       load(GL_PROJECTION, m_Viewpoint.projection);
-      m_Painter->draw(indices);
-      if (m_Painter->isDone()) {
-        m_Stage = Stage::Directions;
+      seen->painter->draw(indices);
+      if (seen->painter->isDone()) {
+        m_Stage = Stage(int(m_Stage) + 1);
         m_Row = 0;
-        m_Painter.reset();
-        m_List.clear();
+        seen->painter.reset();
+        seen->list.clear();
       }
     } else {
       compute(rows);
@@ -195,6 +202,8 @@ void ContactMap::compute(int rows) {
   glEnable(GL_SCISSOR_TEST);
   glScissor(0, m_Row, m_Width, std::min(rows, m_Height - m_Row));
   gl->glUseProgram(pass.program.name());
+  gl->glActiveTexture(GL_TEXTURE2);
+  gl->glBindTexture(GL_TEXTURE_2D, m_Points.depths.name());
   gl->glActiveTexture(GL_TEXTURE1);
   gl->glBindTexture(GL_TEXTURE_2D, work.second.name());
   gl->glActiveTexture(GL_TEXTURE0);

@@ -51,10 +51,17 @@ class ContactMap {
   GLuint texture() const { return m_Map.name(); }
 
  private:
-  enum class Stage { Depths, Directions, Occlusion, Smoothing, Complete };
+  enum class Stage { Faces, Points, Directions, Occlusion, Smoothing, Complete };
   struct Pass {
     SharedName program;
     GLint texels = -1, depthRows = -1, window = -1;
+  };
+
+  /// Things of one kind that the view shows, and how far away they are.
+  struct Seen {
+    DrawList list;
+    std::optional<Painter> painter;
+    SharedName depths;
   };
 
   bool reserve(int width, int height);
@@ -67,6 +74,7 @@ class ContactMap {
     const SharedName &first, &second, &target;
   };
   Work work() const;
+  Seen* seen();
   bool bindTarget(GLuint framebuffer);
   void compute(int rows);
 
@@ -74,13 +82,12 @@ class ContactMap {
   ViewWindow m_Window;
   std::optional<Subject> m_Subject;
   Stage m_Stage = Stage::Complete;
-  DrawList m_List;
-  std::optional<Painter> m_Painter;
+  Seen m_Faces, m_Points;
   int m_Row = 0;
 
   int m_Width = 0, m_Height = 0;
-  SharedName m_Depths, m_Directions;  // of what is seen
-  SharedName m_Raw, m_Map;            // depth in red, green and blue, light in alpha; at first where points are, in red
+  SharedName m_Directions;  // of what is seen
+  SharedName m_Raw, m_Map;  // depth in red, green and blue, light in alpha
   Pass m_Direction, m_Occlusion, m_Smoothing;
 };
 

@@ -8,9 +8,9 @@ void main() { gl_Position = gl_Vertex; }
 
 // The direction in which a face looks, whatever its normals, is how depths change from texel to texel. A plane's are a
 // straight line of the window's coordinates: on each axis that neighbour lies on the same face from which, and from the
-// one behind it, such a line leads to the texel's own. Points leave none.
+// one behind it, such a line leads to the texel's own. Points before it leave none. Alpha tells whether it is sure.
 const char DirectionShader[] = R"(#version 120
-uniform sampler2D depths, kinds;
+uniform sampler2D depths, points;
 uniform vec2 texels;
 uniform vec4 depthRows;  // of the projection: what makes z and w, each of z and 1
 uniform vec4 window;     // half its width and height; 1, 0 with an eye and 0, 1 without
@@ -23,27 +23,35 @@ vec3 placeOf(vec2 at, float depth) {
   return vec3((2.0 * at * texels - 1.0) * window.xy * (window.w - window.z * z), z);
 }
 
-vec3 change(vec3 p, float depth, vec2 step) {
+// From texel to texel, and by how much the better line misses.
+vec4 change(vec3 p, float depth, vec2 step) {
   vec2 at = gl_FragCoord.xy;
   vec2 before = vec2(depthAt(at - step), depthAt(at - 2.0 * step)), after = vec2(depthAt(at + step), depthAt(at + 2.0 * step));
   float offBefore = abs(2.0 * before.x - before.y - depth), offAfter = abs(2.0 * after.x - after.y - depth);
-  return offBefore < offAfter ? p - placeOf(at - step, before.x) : placeOf(at + step, after.x) - p;
+  bool backwards = offBefore < offAfter;
+  vec3 next = backwards ? placeOf(at - step, before.x) : placeOf(at + step, after.x);
+  float off = backwards ? placeOf(at, 2.0 * before.x - before.y).z : placeOf(at, 2.0 * after.x - after.y).z;
+  return vec4(backwards ? p - next : next - p, abs(off - p.z));
 }
 
 void main() {
   float depth = depthAt(gl_FragCoord.xy);
   vec3 p = placeOf(gl_FragCoord.xy, depth);
-  vec3 n = normalize(cross(change(p, depth, vec2(1.0, 0.0)), change(p, depth, vec2(0.0, 1.0))));
-  gl_FragColor = vec4((0.5 + 0.5 * n) * step(texture2D(kinds, gl_FragCoord.xy * texels).r, 0.5), 1.0);
+  vec4 right = change(p, depth, vec2(1.0, 0.0)), up = change(p, depth, vec2(0.0, 1.0));
+  vec3 n = normalize(cross(right.xyz, up.xyz));
+  float texel = 2.0 * window.y * texels.y * (window.w - window.z * p.z);
+  gl_FragColor = vec4((0.5 + 0.5 * n) * step(depth, texture2D(points, gl_FragCoord.xy * texels).r),
+                      step(max(right.w - 0.3 * abs(right.z), up.w - 0.3 * abs(up.z)), 0.5 * texel));
 }
 )";
 
 // Scalable ambient obscurance (McGuire, Mara, Luebke 2012): how much of a sphere's surroundings stands above the
 // surface, weighted so that it falls off smoothly, from places on a spiral that is turned differently in each of 4 x 4
-// texels. Points have no surface; they are shaded by how far the places around them stand before them (Boucheny 2009).
-// A depth is kept in three bytes.
+// texels. Points have no surface; they are shaded by how far the places around them stand before them (Boucheny 2009),
+// and hide nothing from a surface: between them all is open, which so few places cannot tell. A depth is kept in three
+// bytes.
 const char OcclusionShader[] = R"(#version 120
-uniform sampler2D depths, directions;
+uniform sampler2D depths, directions, points;
 uniform vec2 texels;
 uniform vec4 depthRows, window;  // as above
 
@@ -84,13 +92,17 @@ float openness(vec3 p, vec3 n) {
   return max(1.0 - 3.2 * sum / float(Places), 0.0);
 }
 
+vec3 placeOfAny(vec2 at) {
+  return placeOf(at, min(texture2D(depths, at * texels).r, texture2D(points, at * texels).r));
+}
+
 float shade(vec3 p) {
   float size = spread(p.z) * window.y;
   float sum = 0.0;
   for (int i = 0; i < 16; ++i) {
     float angle = 0.7853982 * float(i), reach = i < 8 ? 2.0 : 7.0;
     vec2 at = floor(gl_FragCoord.xy + reach * vec2(cos(angle), sin(angle))) + 0.5;
-    sum += clamp((placeAt(at).z - p.z) / size, 0.0, 0.05);
+    sum += clamp((placeOfAny(at).z - p.z) / size, 0.0, 0.05);
   }
   return exp(-5.0 * sum);
 }
@@ -101,7 +113,7 @@ vec3 inBytes(float depth) {
 }
 
 void main() {
-  float depth = texture2D(depths, gl_FragCoord.xy * texels).r;
+  float depth = min(texture2D(depths, gl_FragCoord.xy * texels).r, texture2D(points, gl_FragCoord.xy * texels).r);
   float light = 1.0;
   if (depth < 1.0) {
     vec3 p = placeOf(gl_FragCoord.xy, depth);
@@ -112,7 +124,8 @@ void main() {
 }
 )";
 
-// The mean of 4 x 4 texels, so that each turn of the spiral counts once; of those only that lie on the same plane.
+// The mean of 4 x 4 texels, so that each turn of the spiral counts once; of those only that lie on the same plane. What
+// is not sure of its direction takes the light of what is, and lies near.
 const char SmoothingShader[] = R"(#version 120
 uniform sampler2D depths, directions;
 uniform vec2 texels;
@@ -128,17 +141,20 @@ vec3 placeOf(vec2 at, vec4 texel) {
 
 void main() {
   vec4 own = texture2D(depths, gl_FragCoord.xy * texels);
-  vec3 direction = texture2D(directions, gl_FragCoord.xy * texels).rgb;
-  if (own.rgb != vec3(1.0) && direction != vec3(0.0)) {
-    vec3 n = normalize(direction * 2.0 - 1.0);
+  vec4 direction = texture2D(directions, gl_FragCoord.xy * texels);
+  if (own.rgb != vec3(1.0) && direction.rgb != vec3(0.0)) {
+    vec3 n = normalize(direction.rgb * 2.0 - 1.0);
     vec3 p = placeOf(gl_FragCoord.xy, own);
     float unit = 0.25 / (window.y * texels.y * spread(p.z));  // of two texels
     float sum = 0.0, weights = 0.0;
     for (int i = 0; i < 16; ++i) {
       vec2 at = gl_FragCoord.xy + vec2(mod(float(i), 4.0), floor(float(i) * 0.25)) - 1.0;
       vec4 texel = texture2D(depths, at * texels);
-      vec3 other = texture2D(directions, at * texels).rgb * 2.0 - 1.0;
-      float weight = max(1.0 - abs(dot(placeOf(at, texel) - p, n)) * unit, 0.0) * step(0.9, dot(other, n));
+      vec4 other = texture2D(directions, at * texels);
+      vec3 way = placeOf(at, texel) - p;
+      float onPlane = max(1.0 - abs(dot(way, n)) * unit, 0.0) * step(0.9, dot(other.rgb * 2.0 - 1.0, n));
+      float near = max(1.0 - 0.5 * length(way) * unit, 0.0);
+      float weight = mix(near, onPlane, direction.a) * (0.02 + 0.98 * other.a);
       sum += weight * texel.a;
       weights += weight;
     }

@@ -71,8 +71,7 @@ void setUpBare(const Geometry& geometry) {
   isMask ? glEnable(GL_ALPHA_TEST) : glDisable(GL_ALPHA_TEST);
   glAlphaFunc(GL_GEQUAL, material.alphaCutoff);
   glColor4f(1, 1, 1, isMask ? material.diffuse[3] : 1);
-  const GLboolean isPoints = geometry.kind == KindPoints;
-  glColorMask(isPoints, isPoints, isPoints, isPoints);
+  glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
 }
 
 // Colours are premultiplied where they are kept, so that alpha is the share that is covered.
@@ -94,11 +93,7 @@ Painter::Painter(const DrawList& list, SurfaceShader* shader, bool bare)
   };
   for (const Batch& batch : list.transparent())
     if (isMask(batch)) m_Steps.push_back({&batch, false, GL_NONE});
-  if (bare) {
-    std::stable_partition(m_Steps.begin(), m_Steps.end(),
-                          [](const Step& step) { return step.batch->geometry->kind != KindPoints; });
-    return;
-  }
+  if (bare) return;
   for (const Batch& batch : list.transparent()) {
     if (isMask(batch)) continue;
     // The far side of a body is drawn before its near side.

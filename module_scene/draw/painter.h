@@ -20,8 +20,7 @@ class Painter {
 
   /// Without a shader, which may be null, light and materials are fixed-function. It lives as long as the painter.
   Painter(const DrawList& list, SurfaceShader* shader) : Painter(list, shader, false) {}
-  /// Draws the depths of what is opaque, without a program. Points, which come last, have the colour white, others
-  /// change none.
+  /// Draws the depths of what is opaque, without a program and no colours.
   Painter(const DrawList& list, Purpose) : Painter(list, nullptr, true) {}
 
   /// Kinds of drawing for which a driver must make itself ready: what is drawn, with what, and what is left out of it.

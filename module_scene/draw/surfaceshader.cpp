@@ -57,13 +57,14 @@ enum Uniform : std::size_t {
   KeyLight,
   ContactPlace,
   ContactTexels,
-  ContactTolerance
+  ContactTolerance,
+  ContactAround
 };
 
-constexpr const char* Uniforms[] = {"alphaCutoff",   "places",          "offsets",      "surface",    "emission",
-                                    "relief",        "occlusion",       "eye",          "irradiance", "brightest",
-                                    "texels",        "toEnvironment",   "keyDirection", "keyLight",   "contactPlace",
-                                    "contactTexels", "contactTolerance"};
+constexpr const char* Uniforms[] = {"alphaCutoff",   "places",           "offsets",      "surface",    "emission",
+                                    "relief",        "occlusion",        "eye",          "irradiance", "brightest",
+                                    "texels",        "toEnvironment",    "keyDirection", "keyLight",   "contactPlace",
+                                    "contactTexels", "contactTolerance", "contactAround"};
 
 std::array<const TextureUse*, MapCount> mapsOf(const PhysicalMaterial& material) {
   return {&material.baseColorTexture, &material.metallicRoughnessTexture, &material.normalTexture,
@@ -283,6 +284,7 @@ void SurfaceShader::setLookup(const Program& program) const {
   gl->glUniform4fv(program.locations[ContactPlace], 1, m_Contact->place.data());
   gl->glUniform3fv(program.locations[ContactTexels], 1, m_Contact->texels.data());
   gl->glUniform1f(program.locations[ContactTolerance], m_Contact->tolerance);
+  gl->glUniform1i(program.locations[ContactAround], 16);
 }
 
 void SurfaceShader::setLight(const Program& program) const {

@@ -123,6 +123,7 @@ uniform sampler2D contactMap;
 uniform vec4 contactPlace;    // from pixels to texels
 uniform vec3 contactTexels;
 uniform float contactTolerance;
+uniform int contactAround;  // 16: as long as the driver does not know, it does not draw on once enough is found
 
 // The mean of the four texels around, of those only whose depth is the surface's: a plane's is linear in the window, so
 // that it is known for each of them. The driver has moved faces back by their change over some pixels.
@@ -145,11 +146,26 @@ float contact() {
   const vec3 Bytes = 255.0 / vec3(256.0, 65536.0, 16777216.0);
   vec4 depths = vec4(dot(texels[0].rgb, Bytes), dot(texels[1].rgb, Bytes), dot(texels[2].rgb, Bytes),
                      dot(texels[3].rgb, Bytes));
-  vec4 weights = max(1.0 - abs(depths - expected) / (contactTolerance * gl_FragCoord.w + 5e-7), 0.0);
+  float tolerance = contactTolerance * gl_FragCoord.w + 5e-7;
   vec2 other = 1.0 - share;
-  // Where none is, all must do.
-  weights = (weights + 0.003) * vec4(other.x * other.y, share.x * other.y, other.x * share.y, share.x * share.y);
-  return dot(weights, vec4(texels[0].a, texels[1].a, texels[2].a, texels[3].a)) / dot(weights, vec4(1.0));
+  vec4 weights = max(1.0 - abs(depths - expected) / tolerance, 0.0) *
+                 vec4(other.x * other.y, share.x * other.y, other.x * share.y, share.x * share.y);
+  vec4 lights = vec4(texels[0].a, texels[1].a, texels[2].a, texels[3].a);
+  float sum = dot(weights, lights), all = dot(weights, vec4(1.0));
+#ifndef PER_VERTEX
+  // At the surface's edge they may all be another's: one of those around them is its own, or it is too thin for any.
+  // (Where faces are as small as pixels, the loop costs more than is seen.)
+  for (int i = 0; i < contactAround && all < 0.02; ++i) {
+    vec2 off = vec2(mod(float(i), 4.0), floor(float(i) * 0.25)) - 1.0;
+    vec4 texel = texture2D(contactMap, corner + off * contactTexels.xy);
+    float weight = max(1.0 - abs(dot(texel.rgb, Bytes) - depth - dot(slope, off)) / tolerance, 0.0);
+    sum += weight * texel.a;
+    all += weight;
+  }
+#endif
+  // What is too thin has much around it that is open.
+  vec2 most = max(lights.xy, lights.zw);
+  return (sum + 1e-4 * max(most.x, most.y)) / (all + 1e-4);
 }
 #endif
 
