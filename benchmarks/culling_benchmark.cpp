@@ -66,7 +66,7 @@ class Culling : public benchmark::Fixture {
 BENCHMARK_DEFINE_F(Culling, collectAllTiles)(benchmark::State& state) {
   scene::DrawList list;
   scene::SceneParts parts;
-  parts.reset({scene::_GlobalScene()->getRootNode().get(), nullptr});
+  parts.reset({{scene::_GlobalScene()->getRootNode().get(), nullptr}});
   std::size_t ranges = 0;
   for (auto _ : state) {
     ranges = 0;

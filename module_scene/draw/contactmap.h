@@ -25,7 +25,7 @@ class ContactMap {
   /// What is seen of a scene.
   struct Subject {
     std::array<const SceneElement*, 2> elements;  ///< either may be null
-    std::uint64_t changes;                        ///< of the scene
+    std::uint64_t changes;                        ///< the parts' version
     int kinds;
     int viewHeight;  ///< as SceneDrawer's
 

@@ -20,10 +20,14 @@ class Culler {
   /// `margin`: pixels around the view that belong to it.
   Culler(const ViewQuery& query, const math::Matrix4& modelView, int margin) : m_Detail(query.detail) {
     const math::Matrix4 clip = extended(query.projection, query.width, query.height, margin) * modelView;
-    for (int plane = 0; plane < 6; ++plane)
+    for (std::size_t plane = 0; plane < FrustumPlanes; ++plane)
       for (int column = 0; column < 4; ++column)
-        m_Planes[plane][column] = clip(3, column) + (plane % 2 ? -1 : 1) * clip(plane / 2, column);
+        m_Planes[plane][column] = clip(3, column) + (plane % 2 ? -1 : 1) * clip(int(plane / 2), column);
     for (int column = 0; column < 4; ++column) m_W[column] = clip(3, column);
+    if (query.cut) {
+      const Plane cut = query.cut->before(modelView);
+      m_Planes[m_PlaneCount++] = {-cut.normal[0], -cut.normal[1], -cut.normal[2], cut.distance};
+    }
     m_PixelsPerUnit =
         0.5 * query.height * std::abs(query.projection(1, 1)) * std::cbrt(std::abs(determinant(modelView)));
   }
@@ -32,9 +36,9 @@ class Culler {
   template <class Box>
   Overlap overlap(const Box& box) const {
     Overlap result = Overlap::Whole;
-    for (const Vector4& plane : m_Planes) {
-      if (farthest(plane, box.max, box.min) < 0) return Overlap::None;
-      if (farthest(plane, box.min, box.max) < 0) result = Overlap::Part;
+    for (std::size_t i = 0; i < m_PlaneCount; ++i) {
+      if (farthest(m_Planes[i], box.max, box.min) < 0) return Overlap::None;
+      if (farthest(m_Planes[i], box.min, box.max) < 0) result = Overlap::Part;
     }
     return result;
   }
@@ -42,6 +46,12 @@ class Culler {
   template <class Box>
   bool isBeyondNearPlane(const Box& box) const {
     return farthest(m_Planes[4], box.min, box.max) > 0;
+  }
+
+  /// Whether a part of the box lies beyond the plane that cuts the view.
+  template <class Box>
+  bool isCut(const Box& box) const {
+    return m_PlaneCount > FrustumPlanes && farthest(m_Planes[FrustumPlanes], box.min, box.max) < 0;
   }
 
   double detail() const { return m_Detail; }
@@ -75,7 +85,9 @@ class Culler {
     return value;
   }
 
-  std::array<Vector4, 6> m_Planes;
+  static constexpr std::size_t FrustumPlanes = 6;
+  std::array<Vector4, FrustumPlanes + 1> m_Planes;  ///< the last is that of the cut, if there is one
+  std::size_t m_PlaneCount = FrustumPlanes;
   Vector4 m_W;
   double m_Detail;
   double m_PixelsPerUnit;

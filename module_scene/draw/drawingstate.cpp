@@ -42,8 +42,8 @@ void setUpState() {
   gl->glUseProgram(0);
   gl->glActiveTexture(GL_TEXTURE0);
   gl->glClientActiveTexture(GL_TEXTURE0);
-  for (const GLenum off : {GL_ALPHA_TEST, GL_BLEND, GL_COLOR_LOGIC_OP, GL_CULL_FACE, GL_DITHER, GL_FOG, GL_LINE_SMOOTH,
-                           GL_LINE_STIPPLE, GL_POINT_SMOOTH, GL_POLYGON_OFFSET_FILL, GL_POLYGON_SMOOTH,
+  for (const GLenum off : {GL_ALPHA_TEST, GL_BLEND, GL_CLIP_PLANE0, GL_COLOR_LOGIC_OP, GL_CULL_FACE, GL_DITHER, GL_FOG,
+                           GL_LINE_SMOOTH, GL_LINE_STIPPLE, GL_POINT_SMOOTH, GL_POLYGON_OFFSET_FILL, GL_POLYGON_SMOOTH,
                            GL_POLYGON_STIPPLE, GL_SCISSOR_TEST, GL_STENCIL_TEST, GL_TEXTURE_2D})
     glDisable(off);
   for (const GLenum on : {GL_DEPTH_TEST, GL_MULTISAMPLE, GL_NORMALIZE}) glEnable(on);

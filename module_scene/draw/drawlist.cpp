@@ -124,10 +124,12 @@ void DrawList::clear() {
   m_Ranges.clear();
   m_Chosen.clear();
   m_Margin = 0;
+  m_Cut.reset();
 }
 
 void DrawList::collect(const SceneParts& parts, const math::Matrix4& transform, const ViewQuery& query) {
   m_Met.clear();
+  if (parts.section()) m_Cut = parts.section()->plane().before(math::affineInverse(transform));
   const Culler culler(query, transform, widestMargin(parts, query));
   parts.tree().visit([&](const BoundingBox& box) { return culler.overlap(box); },
                      [&](std::uint32_t part, Overlap overlap) { m_Met.emplace_back(part, overlap); });
@@ -142,10 +144,12 @@ void DrawList::add(const ScenePart& part, const math::Matrix4& transform, Overla
   const math::Matrix4 modelView = transform * part.place;
   ViewQuery own = query;
   if (part.layer != LayerModel) own.detail = 0;  // markers are small, and meant to be seen
+  if (part.layer == LayerModel && !part.closes) own.cut = m_Cut;
   add(geometry, modelView, overlap, own);
   if (!query.edges || part.layer != LayerModel) return;
   if (const auto edges = featureEdges(geometry)) add(*edges, modelView, Overlap::Part, own);
-  const bool isSeen = query.outlines && Culler(query, modelView, 0).overlap(geometry.box) != Overlap::None;
+  const bool isSeen =
+      query.outlines && !part.closes && Culler(own, modelView, 0).overlap(geometry.box) != Overlap::None;
   if (const Geometry* outline = isSeen ? query.outlines->of(geometry, modelView) : nullptr)
     add(*outline, modelView, Overlap::Part, own);
 }
@@ -155,7 +159,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
   const float coarseWidth = std::max(width, float(MostError));  // of points, which lie so far apart
   const int margin = geometry.kind == KindFaces ? 0 : marginFor(query.detail > 0 ? coarseWidth : width);
   const Culler culler(query, modelView, margin);
-  if (overlap == Overlap::Part) overlap = culler.overlap(geometry.box);
+  if (overlap == Overlap::Part || query.cut) overlap = culler.overlap(geometry.box);
   if (geometry.clusters.empty() || overlap == Overlap::None) return;
   if (query.detail > 0 && culler.isUnseen(geometry.box)) return;
 
@@ -166,7 +170,8 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
   batch.width = width;
   const double volume = determinant(modelView);
   batch.mirrored = volume < 0;
-  // The near plane may open a closed surface and show its inside.
+  batch.clipped = culler.isCut(geometry.box);
+  // The near plane may open a closed surface and show its inside. What the section opens is closed again.
   batch.cullBack = geometry.closed && !geometry.transparent && culler.isBeyondNearPlane(geometry.box);
   batch.firstRange = m_Ranges.size();
   const bool perspective = query.projection(3, 2) != 0 && query.projection(3, 3) == 0;
@@ -200,7 +205,9 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
     }
   }
 
-  if (query.sieved && geometry.kind == KindPoints && !geometry.transparent && query.detail == 0) sieve(batch, query);
+  // Points before the cut hide none.
+  const bool isSieved = query.sieved && !batch.clipped && query.detail == 0;
+  if (isSieved && geometry.kind == KindPoints && !geometry.transparent) sieve(batch, query);
   batch.rangeCount = m_Ranges.size() - batch.firstRange;
   if (batch.rangeCount == 0 && m_Sortables.size() == sortable) return;
   m_Margin = std::max(m_Margin, margin);

@@ -1,6 +1,7 @@
 // What of a scene meets a view.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "module_scene/draw/buffercache.h"
@@ -21,6 +22,7 @@ struct ViewQuery {
   bool sieved = false;                     ///< leaves out points that others hide, which takes time, before drawing
   bool edges = false;                      ///< faces get lines where their surface has an edge
   Outlines* outlines = nullptr;            ///< and these, where it turns away; null: not
+  std::optional<Plane> cut = {};           ///< beyond which, in eye space, nothing is drawn
   double widthScale = 1;                   ///< of what has a width in pixels
   double widestPoint = 1, widestLine = 1;  ///< that can be drawn
 
@@ -37,6 +39,7 @@ struct Batch {
   math::Matrix4 modelView;
   bool mirrored = false;  ///< the transform turns counter-clockwise into clockwise
   bool cullBack = false;  ///< back faces cannot be seen
+  bool clipped = false;   ///< some of it lies beyond the plane of DrawList::cut()
   float width = 1;        ///< pixels, of points and lines
   bool fine = false;      ///< each of its faces takes some pixels at most
   bool sieved = false;    ///< its ranges are of DrawList::chosen()
@@ -47,6 +50,7 @@ struct Batch {
 /// filled again for each view and keeps its memory. Needs a current context, whose copies it makes.
 class DrawList {
  public:
+  /// Cut as the parts are, but for overlays.
   void collect(const SceneParts& parts, const math::Matrix4& transform, const ViewQuery& query);
   void clear();
   /// To be called once after the last collect().
@@ -58,6 +62,8 @@ class DrawList {
   const std::vector<Batch>& transparent() const { return m_Transparent; }
   /// Pixels around the view that points and lines of a width need to be drawn whole; 0 without any.
   int margin() const { return m_Margin; }
+  /// Beyond it, in eye space, nothing of batches that are clipped is drawn.
+  const std::optional<Plane>& cut() const { return m_Cut; }
   /// Of all batches.
   const std::vector<Range>& ranges() const { return m_Ranges; }
   /// Vertices of those batches that are sieved.
@@ -82,6 +88,7 @@ class DrawList {
   PointSieve m_Sieve;
   std::vector<std::uint32_t> m_Chosen;
   int m_Margin = 0;
+  std::optional<Plane> m_Cut;
 };
 
 /// Pixels by which an area must be extended for points or lines of that width.

@@ -18,8 +18,9 @@ namespace nubo::scene {
 /// Used with one context at a time; may be destroyed without one.
 class GroundShadow {
  public:
-  /// Finds the shadow of what is seen of a scene, which has those parts; it is kept while that is the same. False if
-  /// there is none, or OpenGL cannot. Changes OpenGL's state and the framebuffer that is bound.
+  /// Finds the shadow of what is seen of a scene, which has those parts, `changes` being their version; it is kept
+  /// while that is the same. False if there is none, or OpenGL cannot. Changes OpenGL's state and the framebuffer that
+  /// is bound.
   [[nodiscard]] bool begin(const std::array<const SceneElement*, 2>& elements, std::uint64_t changes, int kinds,
                            const SceneParts& parts);
   /// Whether the plane's upper side is seen.

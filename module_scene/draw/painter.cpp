@@ -97,7 +97,8 @@ Painter::Painter(const DrawList& list, SurfaceShader* shader, bool bare)
   for (const Batch& batch : list.transparent()) {
     if (isMask(batch)) continue;
     // The far side of a body is drawn before its near side.
-    if (batch.geometry->kind != KindFaces || (shader && !materialOf(*batch.geometry).doubleSided)) {
+    const bool isOneSided = shader && !batch.clipped && !materialOf(*batch.geometry).doubleSided;
+    if (batch.geometry->kind != KindFaces || isOneSided) {
       m_Steps.push_back({&batch, true, GL_NONE});
       continue;
     }
@@ -105,8 +106,18 @@ Painter::Painter(const DrawList& list, SurfaceShader* shader, bool bare)
   }
 }
 
+/// Clipping is left as it is where nothing is cut: it is off where drawing begins.
+void Painter::setUpCut() {
+  if (!m_List.cut()) return;
+  const auto& [normal, distance] = *m_List.cut();
+  const GLdouble kept[]{-normal[0], -normal[1], -normal[2], distance};
+  load(GL_MODELVIEW, math::Matrix4());
+  glClipPlane(GL_CLIP_PLANE0, kept);
+}
+
 void Painter::draw(std::size_t indices) {
   mp_Current = nullptr;
+  setUpCut();
   std::size_t drawn = 0;
   while (!isDone() && drawn < indices) {
     const Step& step = m_Steps[m_Step];
@@ -116,9 +127,11 @@ void Painter::draw(std::size_t indices) {
     ++m_Step;
     m_Range = 0;
   }
+  glDisable(GL_CLIP_PLANE0);
 }
 
 void Painter::drawSamples(Kinds* known) {
+  setUpCut();
   for (const Step& step : m_Steps) {
     const Geometry& geometry = *step.batch->geometry;
     const GLenum hidden = hiddenBy(step);
@@ -126,12 +139,15 @@ void Painter::drawSamples(Kinds* known) {
     setUp(step);
     drawRange(*step.batch, m_List.ranges()[step.batch->firstRange]);
   }
+  glDisable(GL_CLIP_PLANE0);
 }
 
 GLenum Painter::hiddenBy(const Step& step) const {
   if (step.hidden != GL_NONE) return step.hidden;
   const Geometry& geometry = *step.batch->geometry;
-  const bool isOneSided = (mp_Shader || m_Bare) && geometry.kind == KindFaces && !materialOf(geometry).doubleSided;
+  // Where a surface is cut that is not closed its other side is seen.
+  const bool isOneSided =
+      (mp_Shader || m_Bare) && !step.batch->clipped && geometry.kind == KindFaces && !materialOf(geometry).doubleSided;
   return step.batch->cullBack || isOneSided ? GL_BACK : GL_NONE;
 }
 
@@ -143,7 +159,7 @@ SurfaceShader::Shading Painter::shadingOf(const Step& step) const {
 
 unsigned Painter::variantFor(const Step& step) const {
   const Geometry& geometry = *step.batch->geometry;
-  if (mp_Shader) return mp_Shader->variantFor(geometry, shadingOf(step));
+  if (mp_Shader) return mp_Shader->variantFor(geometry, shadingOf(step), step.batch->clipped);
   const bool textured = materialOf(geometry).texture && !geometry.texCoords.empty();
   return unsigned(isLit(geometry)) | unsigned(textured) << 1 | unsigned(geometry.colors.empty()) << 2;
 }
@@ -160,16 +176,18 @@ void Painter::setUp(const Step& step) {
   } else {
     glDisable(GL_CULL_FACE);
   }
+  batch.clipped ? glEnable(GL_CLIP_PLANE0) : glDisable(GL_CLIP_PLANE0);
   glLightModeli(GL_LIGHT_MODEL_TWO_SIDE, batch.cullBack ? GL_FALSE : GL_TRUE);
   const SurfaceShader::Shading shading = shadingOf(step);
-  if (batch.geometry == mp_Current && shading == m_CurrentShading) return;
+  if (batch.geometry == mp_Current && shading == m_CurrentShading && batch.clipped == m_CurrentClipped) return;
   mp_Current = batch.geometry;
   m_CurrentShading = shading;
+  m_CurrentClipped = batch.clipped;
   batch.buffer->bind(*batch.geometry);
   if (m_Bare)
     setUpBare(*batch.geometry);
   else
-    mp_Shader ? mp_Shader->use(*batch.geometry, shading) : setUpMaterial(*batch.geometry);
+    mp_Shader ? mp_Shader->use(*batch.geometry, shading, batch.clipped) : setUpMaterial(*batch.geometry);
   glPointSize(batch.width);
   glLineWidth(batch.width);
 }

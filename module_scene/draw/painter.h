@@ -43,6 +43,7 @@ class Painter {
   GLenum hiddenBy(const Step& step) const;
   SurfaceShader::Shading shadingOf(const Step& step) const;
   unsigned variantFor(const Step& step) const;
+  void setUpCut();
   void setUp(const Step& step);
   void drawRange(const Batch& batch, const Range& range) const;
   std::size_t drawRanges(const Batch& batch, std::size_t indices);
@@ -54,6 +55,7 @@ class Painter {
   std::size_t m_Step = 0, m_Range = 0;  // the next
   const Geometry* mp_Current = nullptr;
   SurfaceShader::Shading m_CurrentShading{};
+  bool m_CurrentClipped = false;
 };
 
 }  // namespace nubo::scene

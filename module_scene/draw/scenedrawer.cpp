@@ -37,6 +37,7 @@ struct SceneDrawer::Private {
   bool drawsContact = false;
   bool drawsGround = false;
   util::YPointer<Environment> environment;
+  util::YPointer<Section> section;
   SceneParts parts;
   Outlines outlines;
   DrawList list;  // of which some may be there
@@ -89,7 +90,7 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
   }
   std::array<const SceneElement*, 2> roots{};
   std::copy(elements.begin(), elements.end(), roots.begin());
-  scene ? parts.update({roots, scene->changeCount()}) : parts.reset(roots);
+  scene ? parts.update({roots, scene->changeCount(), section}) : parts.reset({roots, 0, section});
   list.collect(parts, viewpoint.view, query);
   list.sortTransparent();
   facesBack = query.edges ? 1 + 0.75 * query.widthScale : 1;  // half of an edge's width
@@ -114,7 +115,7 @@ void SceneDrawer::Private::beginGround(const StateGuard& state, int kinds,
   if (!drawsGround) return;
   std::array<const SceneElement*, 2> both{};
   std::copy(elements.begin(), elements.end(), both.begin());
-  onGround = ground.begin(both, scene->changeCount(), kinds, parts) && ground.isSeen(viewpoint);
+  onGround = ground.begin(both, parts.version(), kinds, parts) && ground.isSeen(viewpoint);
   QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
 }
 
@@ -122,7 +123,7 @@ void SceneDrawer::Private::beginContact(const StateGuard& state, int kinds,
                                         std::initializer_list<const SceneElement*> elements) {
   inContact = false;
   if (!drawsContact || (look != Look::Studio && look != Look::Clay) || !shader->isAvailable()) return;
-  ContactMap::Subject subject{{}, scene->changeCount(), kinds, viewHeight};
+  ContactMap::Subject subject{{}, parts.version(), kinds, viewHeight};
   std::copy(elements.begin(), elements.end(), subject.elements.begin());
   // Also where this tile shows nothing: the map learns the whole view from the first.
   inContact = contact.begin(viewpoint, subject, parts) && shaded;
@@ -225,6 +226,7 @@ SceneDrawer::SceneDrawer(const util::YPointer<Scene>& scene, const SceneDrawer* 
   d->drawsContact = scene->hasContact();
   setEnvironment(environmentOf(*scene));
   d->drawsGround = scene->hasGround();
+  setSection(scene->getSection());
 }
 
 SceneDrawer::~SceneDrawer() = default;
@@ -250,6 +252,8 @@ void SceneDrawer::setContact(bool drawn) { d->drawsContact = drawn; }
 void SceneDrawer::setGround(bool drawn) { d->drawsGround = drawn; }
 
 void SceneDrawer::setEnvironment(const util::YPointer<Environment>& environment) { d->environment = environment; }
+
+void SceneDrawer::setSection(const util::YPointer<Section>& section) { d->section = section; }
 
 void SceneDrawer::glDraw(const util::YPointer<SceneElement>& root, const util::YPointer<SceneElement>& second,
                          const math::Matrix4& transform, double detail, int layers, int kinds) {

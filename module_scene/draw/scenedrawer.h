@@ -77,6 +77,8 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   void setGround(bool drawn);
   /// What lights surfaces in looks other than the plain one; null: the studio.
   void setEnvironment(const util::YPointer<Environment>& environment);
+  /// What of the model is taken away, while overlays stay; null: nothing. The scene's when the drawer was made.
+  void setSection(const util::YPointer<Section>& section);
 
  private:
   struct Private;

@@ -4,20 +4,24 @@
 #include <map>
 #include <numeric>
 
+#include "module_scene/draw/sectionfaces.h"
+
 namespace nubo::scene {
 
 void SceneParts::update(const Subject& subject) {
   if (m_IsKnown && m_Subject == subject) return;
-  reset(subject.roots);
-  m_Subject = subject;
+  reset(subject);
   m_IsKnown = true;
 }
 
-void SceneParts::reset(const std::array<const SceneElement*, 2>& roots) {
+void SceneParts::reset(const Subject& subject) {
   m_IsKnown = false;
+  m_Subject = subject;
+  ++m_Version;
   m_Found.clear();
-  for (const SceneElement* root : roots)
+  for (const SceneElement* root : subject.roots)
     if (root) gather(*root, math::Matrix4(), LayerModel);
+  cut();
   const bool isArranged = this->isArranged();
   if (!isArranged) arrange();
   std::vector<BoundingBox> boxes(m_Found.size());
@@ -36,6 +40,26 @@ void SceneParts::gather(const SceneElement& element, const math::Matrix4& parent
   for (const auto& geometry : element.getGeometries())
     if (!geometry->clusters.empty()) m_Found.push_back({geometry.get(), &element, layer, place});
   for (const auto& child : element.getChildren()) gather(*child, place, layer);
+}
+
+/// Elements' geometries stand side by side.
+void SceneParts::cut() {
+  m_Own.clear();
+  m_Open.clear();
+  if (!section()) return;
+  std::vector<SectionFaces::Cut> cuts;
+  for (const ScenePart& part : m_Found) {
+    const bool isKnown = !cuts.empty() && cuts.back().element == part.element;
+    if (part.layer == LayerModel && part.geometry->kind == KindFaces && !isKnown)
+      cuts.push_back({part.element, part.place});
+  }
+  const std::vector<CrossSection> found = SectionFaces::of(*section())->find(cuts, *section(), m_Subject.changes);
+  for (std::size_t i = 0; i < cuts.size(); ++i) {
+    if (found[i].open) m_Open.push_back(cuts[i].element);
+    if (!found[i].faces) continue;
+    m_Own.push_back(found[i].faces);
+    m_Found.push_back({found[i].faces.get(), cuts[i].element, LayerModel, cuts[i].place, true});
+  }
 }
 
 bool SceneParts::isArranged() const {

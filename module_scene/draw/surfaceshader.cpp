@@ -27,12 +27,13 @@ enum Variant : unsigned {
   Contact = 1024,
   EyeDome = 2048,
   PerVertex = 4096,
-  TwoSided = 8192
+  TwoSided = 8192,
+  Clipped = 16384
 };
 
 constexpr const char* Defines[] = {"BASE_MAP", "ROUGHNESS_MAP", "NORMAL_MAP", "OCCLUSION_MAP", "EMISSIVE_MAP",
                                    "LIT",      "MASK",          "OPAQUE",     "OF_CLAY",       "OF_DRAWING",
-                                   "CONTACT",  "EYE_DOME",      "PER_VERTEX", "TWO_SIDED"};
+                                   "CONTACT",  "EYE_DOME",      "PER_VERTEX", "TWO_SIDED",     "CLIPPED"};
 
 // Texture units, the first five also bits of the variant.
 constexpr const char* Samplers[] = {"baseMap",     "roughnessMap", "normalMap", "occlusionMap",
@@ -180,7 +181,11 @@ unsigned SurfaceShader::contactFor(const Geometry& geometry, unsigned variant) c
   return variant & Lit ? unsigned(Contact) : 0u;
 }
 
-unsigned SurfaceShader::variantFor(const Geometry& geometry, Shading shading) const {
+unsigned SurfaceShader::variantFor(const Geometry& geometry, Shading shading, bool clipped) const {
+  return surfaceVariantFor(geometry, shading) | (clipped ? unsigned(Clipped) : 0u);
+}
+
+unsigned SurfaceShader::surfaceVariantFor(const Geometry& geometry, Shading shading) const {
   const Material& material = materialOf(geometry);
   const PhysicalMaterial physical = material.toPhysical();
   unsigned result = material.lit && !geometry.normals.empty() ? unsigned(Lit) : 0u;
@@ -204,8 +209,8 @@ unsigned SurfaceShader::variantFor(const Geometry& geometry, Shading shading) co
   return result | PerVertex | (shading == Shading::PerVertexOnBothSides ? TwoSided : 0u);
 }
 
-void SurfaceShader::use(const Geometry& geometry, Shading shading) {
-  const unsigned variant = variantFor(geometry, shading);
+void SurfaceShader::use(const Geometry& geometry, Shading shading, bool clipped) {
+  const unsigned variant = variantFor(geometry, shading, clipped);
   Program& current = program(variant);
   QOpenGLExtraFunctions* gl = extraFunctions();
   gl->glUseProgram(current.name.name());

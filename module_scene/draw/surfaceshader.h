@@ -32,9 +32,9 @@ class SurfaceShader {
   /// vertex without textures only.
   enum class Shading { PerPixel, PerVertex, PerVertexOnBothSides };
   /// Which of the programs draws a geometry.
-  unsigned variantFor(const Geometry& geometry, Shading shading) const;
-  /// Sets up program and material for a geometry whose arrays are bound.
-  void use(const Geometry& geometry, Shading shading);
+  unsigned variantFor(const Geometry& geometry, Shading shading, bool clipped) const;
+  /// Sets up program and material for a geometry whose arrays are bound. `clipped`: OpenGL's clip planes are in use.
+  void use(const Geometry& geometry, Shading shading, bool clipped);
 
  private:
   static constexpr std::size_t UniformCount = 20;
@@ -45,6 +45,7 @@ class SurfaceShader {
   };
 
   Program& program(unsigned variant);
+  unsigned surfaceVariantFor(const Geometry& geometry, Shading shading) const;
   unsigned contactFor(const Geometry& geometry, unsigned variant) const;
   void setLight(const Program& program) const;
   void setLookup(const Program& program) const;

@@ -86,6 +86,9 @@ varying vec3 normal;
 
 void main() {
   gl_Position = ftransform();
+#ifdef CLIPPED
+  gl_ClipVertex = gl_ModelViewMatrix * gl_Vertex;
+#endif
   coordinates = vec4(gl_MultiTexCoord0.xy, gl_MultiTexCoord1.xy);
   color = gl_Color;
 #ifdef LIT

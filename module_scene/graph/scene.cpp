@@ -55,6 +55,7 @@ struct Scene::Private {
   util::YPointer<SceneElement> root;
   QColor background = DefaultBackground;
   util::YPointer<util::YObject> environment;
+  util::YPointer<Section> section;
   std::uint64_t changeCount = 0;
 
   bool isHeldAgainst(const Request& request, Qt::HANDLE thread) const {
@@ -138,6 +139,17 @@ void Scene::setEnvironment(const util::YPointer<util::YObject>& environment) {
   util::YPointer<util::YObject> old = environment;  // goes after the lock
   const QMutexLocker locker(&d->mutex);
   std::swap(old, d->environment);
+}
+
+util::YPointer<Section> Scene::getSection() const {
+  const QMutexLocker locker(&d->mutex);
+  return d->section;
+}
+
+void Scene::setSection(const util::YPointer<Section>& section) {
+  util::YPointer<Section> old = section;  // goes after the lock
+  const QMutexLocker locker(&d->mutex);
+  std::swap(old, d->section);
 }
 
 void Scene::lock(LOCKTYPE type) { d->acquire({type, false}); }

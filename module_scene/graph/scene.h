@@ -7,6 +7,7 @@
 
 #include "module_scene/graph/look.h"
 #include "module_scene/graph/sceneelement.h"
+#include "module_scene/graph/section.h"
 
 namespace nubo::scene {
 
@@ -57,6 +58,10 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   /// What lights surfaces in the place of the studio, an Environment of draw/environment.h; null: the studio does.
   util::YPointer<util::YObject> getEnvironment() const;
   void setEnvironment(const util::YPointer<util::YObject>& environment);
+
+  /// What cuts the scene open; null: nothing does.
+  util::YPointer<Section> getSection() const;
+  void setSection(const util::YPointer<Section>& section);
 
   /// Keeps everything still until the matching unlock() on the same thread; waits for a change in
   /// progress to end.

@@ -126,6 +126,7 @@ void ScenePanel::beginFrame(scene::SceneDrawer& drawer, int samples, int smaller
   drawer.setContact(scene::_GlobalScene()->hasContact());
   drawer.setEnvironment(scene::environmentOf(*scene::_GlobalScene()));
   drawer.setGround(scene::_GlobalScene()->hasGround());
+  drawer.setSection(scene::_GlobalScene()->getSection());
   drawer.setViewHeight(height());
   const QSize area = pixels(smaller);
   const QColor background = drawer.getBackgroundColor();

@@ -11,6 +11,7 @@
 #include "module_scene/graph/look.h"
 #include "module_scene/math/matrix.h"
 #include "nubo/cli/commandarguments.h"
+#include "nubo/cli/sectionplace.h"
 
 namespace nubo::app {
 
@@ -45,6 +46,7 @@ struct CommandLine {
   std::optional<bool> contact;
   QString environment;  ///< a panorama's file name; empty: the studio
   bool ground = false;
+  std::optional<SectionPlace> section;
   std::optional<int> samples;
   std::optional<int> turntable;
   QString animation;  ///< of the scene's; empty: those that go together

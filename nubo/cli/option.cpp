@@ -2,11 +2,11 @@
 
 #include <QFileInfo>
 #include <algorithm>
-#include <cmath>
 
 #include "module_scene/gui/camera.h"
 #include "nubo/cli/commandline.h"
 #include "nubo/cli/namedcamera.h"
+#include "nubo/cli/pointtext.h"
 
 namespace nubo::app {
 
@@ -65,15 +65,8 @@ QString takeView(const QString& value, CommandLine& line) {
 
 Option::Take point(std::optional<math::Vector3> CommandLine::*target) {
   return [=](const QString& value, CommandLine& line) {
-    const QStringList parts = value.split(',');
-    math::Vector3 point{};
-    bool areNumbers = parts.size() == 3;
-    for (int i = 0; areNumbers && i < 3; ++i) {
-      point[std::size_t(i)] = parts[i].toDouble(&areNumbers);
-      areNumbers = areNumbers && std::isfinite(point[std::size_t(i)]);
-    }
-    line.*target = point;
-    return areNumbers ? QString() : QStringLiteral("three numbers, X,Y,Z");
+    line.*target = pointOf(value);
+    return line.*target ? QString() : QStringLiteral("three numbers, X,Y,Z");
   };
 }
 
@@ -107,6 +100,11 @@ Option::Take choice(std::optional<bool> CommandLine::*target) {
 QString takeLook(const QString& value, CommandLine& line) {
   line.look = scene::lookNamed(value);
   return line.look ? QString() : scene::lookNames().join(", ");
+}
+
+QString takeSection(const QString& value, CommandLine& line) {
+  line.section = sectionPlace(value);
+  return line.section ? QString() : QString::fromLatin1(SectionForms);
 }
 
 QString takeSteps(const QString& value, CommandLine& line) {
@@ -186,6 +184,13 @@ const std::vector<Option>& options() {
       {"contact", "on|off", "Darkens what stands close to something else, in the looks studio and clay (on).",
        choice(&CommandLine::contact), OnOff},
       {"ground", "", "Draws a soft shadow on the ground, which is transparent.", flag(&CommandLine::ground)},
+      {"section",
+       "PLANE",
+       "Cuts the scene open: x=0.3 takes away what lies beyond that place on the axis, -x=0.3 what lies before; x=50% "
+       "is "
+       "in the middle. Or through three points: X,Y,Z:X,Y,Z:X,Y,Z.",
+       takeSection,
+       {"x=50%", "y=50%", "z=50%", "-x=50%", "-y=50%", "-z=50%"}},
       {"environment", "FILE", "Lights the scene with a panorama (.hdr, or any picture) in place of the studio.",
        text(&CommandLine::environment, "a file name")},
       {"samples", "N", "Samples per pixel for smooth edges; 0 turns smoothing off (4).",

@@ -95,6 +95,8 @@ QString Session::showScene(const CommandLine& line, bool takesTime) {
   if (line.background.isValid()) scene->setBackgroundColor(line.background);
   if (const QString error = applyLook(line, *scene::_GlobalScene()); !error.isEmpty()) return error;
 
+  if (const QString note = setSection(*scene, line.section); !note.isEmpty())
+    m_Report.note(QStringLiteral("--section: ") + note);
   const bool moves =
       takesTime || line.turntable || line.steps || !line.trajectory.isEmpty() || !line.cameraPath.isEmpty();
   if (const QString error = findViews(line, result, moves); !error.isEmpty()) return error;

@@ -97,6 +97,28 @@ TEST(CommandLine, ReadsItsOptions) {
   for (const QString& word : optionWords()) EXPECT_THAT(help, HasSubstr(word.toStdString()));
 }
 
+TEST(CommandLine, ReadsWhereASceneIsCut) {
+  nubo::scene::BoundingBox box;
+  for (const nubo::math::Vector3& corner : {nubo::math::Vector3{0, 0, 10}, {4, 8, 30}}) box.add(corner);
+  struct Row {
+    const char* text;
+    nubo::math::Vector3 left, taken;  // points close to the plane
+  };
+  for (const Row& row : {Row{"x=0.3", {0.29, 5, 5}, {0.31, 5, 5}},
+                         {"-x=-0.3", {-0.29, 5, 5}, {-0.31, 5, 5}},
+                         {"y=25%", {0, 1.99, 0}, {0, 2.01, 0}},
+                         {"-Z=75%", {0, 0, 25.01}, {0, 0, 24.99}},
+                         {"1,0,0:0,1,0:0,0,1", {0.3, 0.3, 0.39}, {0.3, 0.3, 0.41}},
+                         {"0,1,0:1,0,0:0,0,1", {0.3, 0.3, 0.41}, {0.3, 0.3, 0.39}}}) {
+    SCOPED_TRACE(row.text);
+    const CommandLine line = parsed(qPrintable(QStringLiteral("--section %1 m.stl grabimage").arg(row.text)));
+    ASSERT_TRUE(line.section) << line.error.toStdString();
+    const nubo::scene::Plane plane = planeOf(*line.section, box);
+    EXPECT_LT(plane.beyond(row.left), 0);
+    EXPECT_GT(plane.beyond(row.taken), 0);
+  }
+}
+
 TEST(CommandLine, RefusesWithAReason) {
   struct Row {
     const char *line, *reason;
@@ -124,6 +146,9 @@ TEST(CommandLine, RefusesWithAReason) {
       {"--element arm m.stl grabvideo", "--element: --trajectory FILE is missing"},
       {"--element= m.stl grabvideo --trajectory t.csv", "--element \"\": expected an element's name"},
       {"--steps 5:4 m.stl grabvideo", "--steps 5:4: expected"},
+      {"--section 50% m.stl grabimage", "--section 50%: expected x=0.3, y=50% or -z=0.3, or three points"},
+      {"--section x=nan m.stl grabimage", "--section x=nan: expected"},
+      {"--section 0,0,0:1,1,1:2,2,2 m.stl grabimage", "that are not on one line"},
       {"--duration 0 m.stl grabvideo", "--duration 0: expected"},
       {"--read-timeout 0 m.stl grabvideo", "--read-timeout 0: expected"},
       {"--dry-run m.stl", "--dry-run is for the run of a command, and none is given"},

@@ -99,6 +99,48 @@ TEST_F(Program, GrabsTheSceneAsTheOptionsSay) {
     EXPECT_EQ(qAlpha(squares.pixel(x, middle)), alpha) << "the scene fills the width, at " << x;
 }
 
+TEST_F(Program, CutsTheSceneOpen) {
+  write("cube.obj",
+        "v 0 0 0\nv 4 0 0\nv 4 4 0\nv 0 4 0\nv 0 0 4\nv 4 0 4\nv 4 4 4\nv 0 4 4\n"
+        "f 4 3 2 1\nf 5 6 7 8\nf 1 2 6 5\nf 2 3 7 6\nf 3 4 8 7\nf 4 1 5 8\n");
+  const QString options = "--look plain --projection orthographic --size 400x400 --margin 0 --section -x=25% cube.obj ";
+  // Seen from the side that is taken away, and from the front, from which a quarter is gone.
+  std::vector<int> areas;
+  for (const char* view : {"left", "front"}) {
+    ASSERT_EQ(run(QStringLiteral("$nubo --view %1 %2 grabimage --filename cut.png --width 400").arg(view, options)), 0);
+    EXPECT_EQ(m_Errors, "") << "it is closed";
+    const QImage picture(path("cut.png"));
+    std::map<QRgb, int> colors;
+    for (int y = 0; y < picture.height(); ++y)
+      for (int x = 0; x < picture.width(); ++x) ++colors[picture.pixel(x, y)];
+    int most = 0;
+    for (const auto& [color, count] : colors)
+      if (qAlpha(color) == 255) most = std::max(most, count);
+    areas.push_back(most);
+  }
+  EXPECT_GT(areas[0], 140000) << "of one colour";
+  EXPECT_NEAR(areas[1], 0.75 * areas[0], 0.005 * areas[0]);
+
+  write("ends.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 9 0 0\nv 10 0 0\nv 10 1 0\nv 9 1 0\nf 1 2 3 4\nf 5 6 7 8\n");
+  const QString ends = "$nubo --view front --size 200x100 --background black ends.obj --turntable 2 --steps 0:0 ";
+  ASSERT_EQ(run(ends + "grabvideo --filename a.y4m"), 0);
+  const QByteArray whole = video();
+  ASSERT_EQ(run(ends + "--section x=9.5 grabvideo --filename a.y4m"), 0);
+  EXPECT_THAT(m_Errors.toStdString(), HasSubstr(" has a border where it is cut, and cannot be closed there\n"));
+  const QByteArray cut = video();
+  ASSERT_EQ(cut.size(), whole.size());
+  const auto lit = [](const QByteArray& bytes, int first) {  // of the first plane
+    int count = 0;
+    for (int i = 0; i < 200 * 100; ++i)
+      count += std::uint8_t(bytes[bytes.indexOf("FRAME\n") + 6 + i]) > 40 && i % 200 / 100 == first;
+    return count;
+  };
+  EXPECT_EQ(lit(cut, 0), lit(whole, 0));
+  EXPECT_NEAR(lit(cut, 1), lit(whole, 1) / 2.0, lit(whole, 1) * 0.1);
+  ASSERT_EQ(run(ends + "--section x=11 --dry-run grabvideo --filename b.y4m"), 0);
+  EXPECT_THAT(m_Errors.toStdString(), HasSubstr("lies outside of the scene"));
+}
+
 TEST_F(Program, GrabsEachViewIntoAFileOfItsOwn) {
   ASSERT_EQ(run("$nubo --view all triangle.obj grabimage --filename 'a {view}.png' --width 60"), 0);
   const QStringList names = QDir(m_Directory.path()).entryList({"a *.png"});

@@ -51,6 +51,7 @@ struct Shot {
   util::YPointer<scene::Environment> environment = nullptr;
   bool contact = false;
   bool ground = false;
+  util::YPointer<scene::Section> section = nullptr;
 };
 
 /// The viewer and a current context. Pictures come back as they lie in the framebuffer: with straight alpha.
@@ -93,6 +94,7 @@ class GlFixture : public ::testing::Test {
     drawer.setEnvironment(shot.environment);
     drawer.setContact(shot.contact);
     drawer.setGround(shot.ground);
+    drawer.setSection(shot.section);
     work();
     const QImage image = fbo.toImage();
     fbo.release();

@@ -35,11 +35,12 @@ class ProgressivePanel : public gui::ScenePanel {
     int samples;
     scene::Look look;
     bool edges, contact, ground;
+    util::YPointer<scene::Section> section;
     std::uint64_t changes;  ///< of the scene
     bool operator==(const View& other) const {
       return transform == other.transform && widening == other.widening && pixels == other.pixels &&
              samples == other.samples && look == other.look && edges == other.edges && contact == other.contact &&
-             ground == other.ground && changes == other.changes;
+             ground == other.ground && section == other.section && changes == other.changes;
     }
   };
   View currentView() const;
