@@ -21,7 +21,8 @@ double areaOf(const Geometry& faces) {
   double area = 0;
   for (std::size_t i = 0; i < faces.indices.size(); i += 3) {
     math::Vector3 p[3];
-    for (std::size_t k = 0; k < 3; ++k) std::copy_n(&faces.positions[3 * faces.indices[i + k]], 3, p[k].begin());
+    for (std::size_t k = 0; k < 3; ++k)
+      std::copy_n(&faces.positions[std::size_t(faces.indices[i + k]) * 3], 3, p[k].begin());
     area += 0.5 * cross(difference(p[1], p[0]), difference(p[2], p[0]))[2];  // as it is seen from beyond
   }
   return area;
