@@ -90,14 +90,22 @@ scene::Plane planeOf(const SectionPlace& place, const scene::BoundingBox& box) {
 }
 
 QString setSection(scene::Scene& scene, const std::optional<SectionPlace>& place) {
-  scene.setSection(nullptr);
+  util::YPointer<scene::Section> section;
+  {
+    const scene::SceneLocker locker(util::YPointer<scene::Scene>(&scene), scene::LockAll);
+    const auto root = scene.getRootNode();
+    if (place && root) section = new scene::Section(planeOf(*place, root->getBoundingBox()));
+  }
+  scene.setSection(section);
+  return sectionNote(scene);
+}
+
+QString sectionNote(scene::Scene& scene) {
   const scene::SceneLocker locker(util::YPointer<scene::Scene>(&scene), scene::LockAll);
   const auto root = scene.getRootNode();
-  if (!place || !root) return QString();
-  const scene::BoundingBox box = root->getBoundingBox();
-  const scene::Plane plane = planeOf(*place, box);
-  scene.setSection(new scene::Section(plane));
-  const QString nothing = whyNothingCut(plane, box);
+  const auto section = scene.getSection();
+  if (!section || !root) return QString();
+  const QString nothing = whyNothingCut(section->plane(), root->getBoundingBox());
   return nothing.isEmpty() ? whatIsOpen(scene::openWhereCut(scene)) : nothing;
 }
 

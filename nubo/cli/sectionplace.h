@@ -25,8 +25,9 @@ std::optional<SectionPlace> sectionPlace(const QString& text);
 extern const char* const SectionForms;
 /// In a scene with that box.
 scene::Plane planeOf(const SectionPlace& place, const scene::BoundingBox& box);
-/// Cuts the scene open, which is there; no place: closes it. Takes the scene's lock. Returns the empty text, or one
-/// line on what is worth knowing of the result.
+/// Cuts the scene open, which is there; no place: closes it. Takes the scene's lock. Returns what sectionNote() does.
 QString setSection(scene::Scene& scene, const std::optional<SectionPlace>& place);
+/// The empty text, or one line on what is worth knowing of the scene's section. Takes the scene's lock.
+QString sectionNote(scene::Scene& scene);
 
 }  // namespace nubo::app

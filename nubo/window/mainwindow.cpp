@@ -33,6 +33,7 @@
 #include "nubo/window/panels/panelarea.h"
 #include "nubo/window/scene/scenechanger.h"
 #include "nubo/window/scene/scenetree.h"
+#include "nubo/window/scene/sectionbar.h"
 #include "nubo/window/scene/trajectorybar.h"
 #include "nubo/window/sceneopener.h"
 
@@ -86,6 +87,7 @@ void MainWindow::createParts(main::CommandProcessor& processor) {
   statusBar()->addPermanentWidget(mp_Running);
   util::YProgressDialog::setPresenter(std::make_shared<RunningPresenter>(mp_Running));
   mp_Trajectory = new TrajectoryBar(*mp_Changer, *mp_Runner, this);
+  mp_Section = new SectionBar(this);
   mp_Commands = new CommandActions(*mp_Runner, this);
   mp_CommandDock = new CommandDock(this);
   mp_Starter = new CommandStarter(*mp_Runner, *mp_Panels, *mp_Messages, *mp_CommandDock, this);
@@ -109,7 +111,7 @@ void MainWindow::createDocks() {
 
 void MainWindow::createMenus() {
   mp_FileMenu = new FileMenu(*mp_Runner, *mp_Running, this);
-  mp_ViewMenu = new ViewMenu(*mp_Panels, {mp_TreeDock, mp_LogDock, mp_CommandDock}, this);
+  mp_ViewMenu = new ViewMenu(*mp_Panels, {mp_TreeDock, mp_LogDock, mp_CommandDock}, mp_Section->switchAction(), this);
   mp_Starter->setViews(mp_ViewMenu->savedViews());
   mp_PanelMenu = new PanelMenu(*mp_Panels, this);
   auto* trajectory = new QMenu(tr("&Trajectory"), this);
@@ -129,6 +131,8 @@ void MainWindow::createToolBars() {
   createToolBar(tr("View"), "viewBar", QList<QAction*>{mp_ViewMenu->showAllAction()} + mp_PanelMenu->makers());
   mp_Commands->addToolBars(this);
   addToolBar(mp_Messages);
+  addToolBar(Qt::BottomToolBarArea, mp_Section);
+  addToolBarBreak(Qt::BottomToolBarArea);
   addToolBar(Qt::BottomToolBarArea, mp_Trajectory);
 }
 
@@ -139,7 +143,7 @@ void MainWindow::createToolBar(const QString& title, const char* name, const QLi
 }
 
 void MainWindow::connectParts() {
-  mp_Opener = new SceneOpener({*mp_Runner, *mp_Running, *mp_Messages, *mp_Panels, *mp_Trajectory, *mp_Tree,
+  mp_Opener = new SceneOpener({*mp_Runner, *mp_Running, *mp_Messages, *mp_Panels, *mp_Trajectory, *mp_Section, *mp_Tree,
                                mp_FileMenu->recentFiles(), mp_ViewMenu->savedViews()},
                               this);
   connect(mp_FileMenu, &FileMenu::openRequested, mp_Opener, &SceneOpener::chooseFiles);
@@ -158,6 +162,10 @@ void MainWindow::connectParts() {
   connect(mp_Tree, &SceneTree::elementActivated, this, [this] { mp_Panels->activePanel()->fitSelection(); });
   connect(mp_Changer, &SceneChanger::changed, mp_Panels, &PanelArea::updatePanels);
   connect(mp_Changer, &SceneChanger::waiting, this, &MainWindow::showWaiting);
+  connect(mp_Section, &SectionBar::sectionChanged, mp_Panels, &PanelArea::updatePanels);
+  connect(mp_Section, &SectionBar::pickingChanged, mp_Panels, &PanelArea::setPicking);
+  connect(mp_Panels, &PanelArea::picked, mp_Section, &SectionBar::addPoint);
+  connect(mp_Panels, &PanelArea::sectionDragged, mp_Section, &SectionBar::moveBy);
   connect(mp_Trajectory, &TrajectoryBar::moved, mp_Panels, &PanelArea::updatePanels);
   connect(mp_Trajectory, &TrajectoryBar::moved, mp_Panels, &PanelArea::viewChanged);
   connect(mp_Trajectory, &TrajectoryBar::cameraMoved, mp_Panels,
@@ -173,6 +181,7 @@ void MainWindow::restoreLayout() {
     resize(QSize(1100, 720).boundedTo(screen()->availableSize() * 0.9));
   restoreState(settings->value(StateKey).toByteArray(), LayoutVersion);
   mp_CommandDock->hide();  // what it showed is of another day
+  mp_Section->hide();
 }
 
 void MainWindow::saveLayout() {

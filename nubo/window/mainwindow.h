@@ -26,6 +26,7 @@ class RunningCommands;
 class SceneChanger;
 class SceneOpener;
 class SceneTree;
+class SectionBar;
 class SettingsMenu;
 class TrajectoryBar;
 class ViewMenu;
@@ -77,6 +78,7 @@ class MainWindow : public QMainWindow {
   QDockWidget* mp_TreeDock;
   QDockWidget* mp_LogDock;
   TrajectoryBar* mp_Trajectory;
+  SectionBar* mp_Section;
   CommandActions* mp_Commands;
   FileMenu* mp_FileMenu;
   ViewMenu* mp_ViewMenu;

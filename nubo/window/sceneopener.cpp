@@ -15,6 +15,7 @@
 #include "nubo/window/panels/panelarea.h"
 #include "nubo/window/scene/sceneloader.h"
 #include "nubo/window/scene/scenetree.h"
+#include "nubo/window/scene/sectionbar.h"
 #include "nubo/window/scene/trajectorybar.h"
 
 namespace nubo::window {
@@ -101,10 +102,12 @@ void SceneOpener::sceneRead(const QStringList& files, const QStringList& failed,
 void SceneOpener::install(const QStringList& files, const io::ImportResult& result) {
   m_Parts.trajectory.clear();
   m_Parts.panels.setSelection(nullptr);
+  m_Parts.section.setScene({});
   scene::_GlobalScene()->setRootNode(result.root);
   const app::CommandLine line = std::exchange(m_Line, {});
   QStringList failures = {m_Parts.trajectory.setScene(result.animations, line),
                           app::whyNoVariant(line.variant, result.variants)};
+  m_Parts.section.setScene(line.section);
   m_Thinner.thin(*result.root);
   m_Parts.tree.rebuild();
   m_Parts.views.setScene(files, result.cameras);

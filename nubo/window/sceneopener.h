@@ -22,6 +22,7 @@ class RunningCommands;
 class SavedViews;
 class SceneLoader;
 class SceneTree;
+class SectionBar;
 class TrajectoryBar;
 
 /// Has files read while the window goes on, and puts what they hold in the place of the scene when no command uses that
@@ -36,6 +37,7 @@ class SceneOpener : public QObject {
     MessageBar& messages;
     PanelArea& panels;
     TrajectoryBar& trajectory;
+    SectionBar& section;
     SceneTree& tree;
     RecentFiles& recent;
     SavedViews& views;

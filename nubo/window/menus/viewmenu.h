@@ -18,7 +18,7 @@ class SavedViews;
 class ViewMenu : public QMenu {
   Q_OBJECT
  public:
-  ViewMenu(PanelArea& panels, const QList<QDockWidget*>& docks, QWidget* parent);
+  ViewMenu(PanelArea& panels, const QList<QDockWidget*>& docks, QAction* section, QWidget* parent);
 
   QAction* showAllAction() const { return mp_ShowAll; }
   SavedViews& savedViews() const { return *mp_Saved; }

@@ -13,16 +13,11 @@
 
 namespace nubo::window {
 
-namespace {
-
-/// Where a point of eye space lies in a panel; nothing behind the eye.
 std::optional<QPointF> project(const math::Vector3& eye, const QSize& size, double widening) {
   if (eye[2] > -0.01) return std::nullopt;
   const double unit = 0.5 * size.height() / (std::tan(scene::HalfOpening) * widening * -eye[2]);
   return QPointF(0.5 * size.width() + eye[0] * unit, 0.5 * size.height() - eye[1] * unit);
 }
-
-}  // namespace
 
 void paintAxes(QPainter& painter, const gui::Camera& camera, const QSize& size) {
   constexpr double Length = 26, Margin = 46;

@@ -2,12 +2,16 @@
 #pragma once
 
 #include <QPainter>
+#include <optional>
 
 #include "module_scene/graph/sceneelement.h"
 #include "module_scene/gui/camera.h"
 
 namespace nubo::window {
 
+/// Where a panel that shows so many times as much to all sides as usual has a point of eye space; nothing behind the
+/// eye.
+std::optional<QPointF> project(const math::Vector3& eye, const QSize& size, double widening);
 /// A small cross in the lower left corner that shows how the scene's axes lie.
 void paintAxes(QPainter& painter, const gui::Camera& camera, const QSize& size);
 /// What to do while there is no scene.

@@ -25,6 +25,9 @@ ViewPanel* PanelArea::createPanel() {
   auto* panel = new ViewPanel;
   panel->setSelection(m_Selection);
   panel->setMargin(m_Margin);
+  panel->setPicking(m_Picks, m_Marks);
+  connect(panel, &ViewPanel::picked, this, &PanelArea::picked);
+  connect(panel, &ViewPanel::sectionDragged, this, &PanelArea::sectionDragged);
   connect(panel, &ViewPanel::resized, this, [this, panel] {
     if (panel == activePanel()) emit viewChanged();
   });
@@ -128,6 +131,12 @@ QSize PanelArea::shape() const { return place(activePanel())->shape(); }
 void PanelArea::setMargin(double margin) {
   m_Margin = margin;
   for (ViewPanel* panel : panels()) panel->setMargin(margin);
+}
+
+void PanelArea::setPicking(bool picks, const std::vector<math::Vector3>& points) {
+  m_Picks = picks;
+  m_Marks = points;
+  for (ViewPanel* panel : panels()) panel->setPicking(picks, points);
 }
 
 void PanelArea::setSelection(const util::YPointer<scene::SceneElement>& element) {

@@ -37,8 +37,13 @@ class PanelArea : public QTabWidget {
   void setShape(const QSize& shape);
   QSize shape() const;
   void setMargin(double margin);
+  /// As ViewPanel's, in all panels.
+  void setPicking(bool picks, const std::vector<math::Vector3>& points);
 
  signals:
+  /// In one of the panels, as ViewPanel's.
+  void picked(const nubo::math::Vector3& point);
+  void sectionDragged(double distance);
   /// The user wants these panels closed.
   void closeRequested(const QList<nubo::window::ViewPanel*>& panels);
   void activePanelChanged();
@@ -54,6 +59,8 @@ class PanelArea : public QTabWidget {
   util::YPointer<scene::SceneElement> m_Selection;
   main::ParameterSet::Frame m_Frame;
   double m_Margin = gui::Camera::UsualMargin;
+  bool m_Picks = false;
+  std::vector<math::Vector3> m_Marks;
   int m_Tabs = 0;
 };
 

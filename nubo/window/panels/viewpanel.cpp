@@ -1,5 +1,6 @@
 #include "nubo/window/panels/viewpanel.h"
 
+#include <QApplication>
 #include <QKeyEvent>
 #include <QPainter>
 #include <algorithm>
@@ -7,6 +8,7 @@
 
 #include "module_scene/draw/viewpoint.h"
 #include "module_scene/gui/framing.h"
+#include "module_scene/gui/picking.h"
 #include "module_scene/gui/viewer.h"
 #include "nubo/window/panels/overlay.h"
 
@@ -112,6 +114,9 @@ void ViewPanel::paintOver() {
   const auto scene = scene::_GlobalScene();
   painter.setPen(QPen(palette().color(QPalette::Highlight), 1.5));
   if (m_Selection) paintBox(painter, *m_Selection, getCamera(), size(), getWidening());
+  for (const math::Vector3& mark : m_Marks)
+    if (const auto place = project(math::transformPoint(getCamera().transform(), mark), size(), getWidening()))
+      painter.drawEllipse(*place, 4, 4);
   paintAxes(painter, getCamera(), size());
   if (!scene->getRootNode()) paintInvitation(painter, scene->getBackgroundColor(), size());
   if (m_Frame.opening > 0) {
@@ -130,9 +135,58 @@ bool ViewPanel::isShownAsActive() const {
   return viewer && viewer->getActivePanel() == this && (viewer->getPanels().size() > 1 || m_FocusedByKey);
 }
 
+void ViewPanel::setPicking(bool picks, const std::vector<math::Vector3>& points) {
+  m_Picks = picks;
+  m_Marks = points;
+  picks ? setCursor(Qt::CrossCursor) : unsetCursor();
+  update();
+}
+
 void ViewPanel::mousePressEvent(QMouseEvent* event) {
   ProgressivePanel::mousePressEvent(event);
+  m_Pressed = m_Dragged = event->pos();
   emit activated();
+}
+
+void ViewPanel::mouseMoveEvent(QMouseEvent* event) {
+  const auto section = scene::_GlobalScene()->getSection();
+  const bool movesSection = section && event->buttons() == Qt::LeftButton && event->modifiers() == Qt::ControlModifier;
+  const QPoint moved = event->pos() - std::exchange(m_Dragged, event->pos());
+  if (movesSection)
+    emit sectionDragged(distanceAlong(section->plane().normal, moved));
+  else
+    ProgressivePanel::mouseMoveEvent(event);
+}
+
+void ViewPanel::mouseReleaseEvent(QMouseEvent* event) {
+  ProgressivePanel::mouseReleaseEvent(event);
+  const bool isClick = (event->pos() - m_Pressed).manhattanLength() < QApplication::startDragDistance();
+  if (!m_Picks || !isClick || event->button() != Qt::LeftButton) return;
+  const auto scene = scene::_GlobalScene();
+  std::optional<math::Vector3> point;
+  {
+    const scene::SceneLocker locker(scene, scene::LockAll);
+    point = gui::pick(*scene, gui::rayThrough(event->localPos(), size(), getCamera(), getWidening()));
+  }
+  if (point) emit picked(*point);
+}
+
+/// How far a point in the middle of the view moves along the normal when it stays under the mouse. Where one looks
+/// along the normal, up is away.
+double ViewPanel::distanceAlong(const math::Vector3& normal, const QPoint& moved) const {
+  const gui::Camera& camera = getCamera();
+  const double step = 0.01 / camera.scale;
+  math::Vector3 ahead = camera.center;
+  for (std::size_t i = 0; i < 3; ++i) ahead[i] += step * normal[i];
+  const auto from = project(math::transformPoint(camera.transform(), camera.center), size(), getWidening());
+  const auto to = project(math::transformPoint(camera.transform(), ahead), size(), getWidening());
+  if (!from || !to) return 0;
+  const QPointF direction = (*to - *from) / step;
+  const double square = QPointF::dotProduct(direction, direction);
+  constexpr double Steep = 0.1;  // of the view's height, for what is as long as the model's radius
+  if (square * camera.scale < Steep * height() * Steep * height() / camera.scale)
+    return -2.0 * moved.y() / height() / camera.scale;
+  return QPointF::dotProduct(direction, moved) / square;
 }
 
 void ViewPanel::mouseDoubleClickEvent(QMouseEvent* event) {

@@ -7,7 +7,8 @@
 
 namespace nubo::window {
 
-/// A scene panel with keys, an axis cross, and a frame around the selected element. Application thread.
+/// A scene panel with keys, an axis cross, and a frame around the selected element. With the control key, the left
+/// button moves the section. Application thread.
 class ViewPanel : public ProgressivePanel {
   Q_OBJECT
  public:
@@ -30,8 +31,14 @@ class ViewPanel : public ProgressivePanel {
   /// Shows the frame of what a command will take, with what lies outside dimmed, and as much more of the scene as that
   /// needs; none: shows what pictures of the panel do.
   void setFrame(const main::ParameterSet::Frame& frame);
+  /// Whether a click onto the model picks a point of it; those that are picked already are shown.
+  void setPicking(bool picks, const std::vector<math::Vector3>& points);
 
  signals:
+  /// The user picked a point of the scene.
+  void picked(const nubo::math::Vector3& point);
+  /// The user wants the section's plane moved that far along its normal, in the scene's units.
+  void sectionDragged(double distance);
   /// The user clicked into the panel or moved the focus to it.
   void activated();
   void resized();
@@ -40,6 +47,8 @@ class ViewPanel : public ProgressivePanel {
   void paintGL() override;
   void resizeEvent(QResizeEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void focusInEvent(QFocusEvent* event) override;
@@ -51,11 +60,15 @@ class ViewPanel : public ProgressivePanel {
   QSizeF frameSize() const;
   QSize fittedArea() const;
   bool isShownAsActive() const;
+  double distanceAlong(const math::Vector3& normal, const QPoint& moved) const;
 
   util::YPointer<scene::SceneElement> m_Selection;
   bool m_ShowsAll = true;  ///< and nobody has moved the view since
   bool m_Held = false;
   main::ParameterSet::Frame m_Frame;
+  QPoint m_Pressed, m_Dragged;  ///< where the mouse was pressed, and seen last
+  bool m_Picks = false;
+  std::vector<math::Vector3> m_Marks;
   bool m_FocusedByKey = false;  ///< so that the user must see where the focus is
 };
 
