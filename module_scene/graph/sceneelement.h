@@ -37,6 +37,8 @@ class NUBO_MODULE_SCENE_EXPORT SceneElement : public util::YObject {
 
   const std::vector<util::YPointer<Geometry>>& getGeometries() const { return m_Geometries; }
   void addGeometry(const util::YPointer<Geometry>& geometry) { m_Geometries.push_back(geometry); }
+  /// In the place of one that there is.
+  void setGeometry(std::size_t index, const util::YPointer<Geometry>& geometry) { m_Geometries[index] = geometry; }
 
   /// How much of each shape there is in the element's meshes; those beyond are 0.
   const std::vector<float>& getShapeWeights() const { return m_ShapeWeights; }

@@ -52,6 +52,33 @@
     </message>
 </context>
 <context>
+    <name>CameraPath</name>
+    <message>
+        <source>its time is not above that of the line before</source>
+        <translation>ihre Zeit liegt nicht nach der der Zeile davor</translation>
+    </message>
+    <message>
+        <source>the camera stands in the point that it looks at</source>
+        <translation>die Kamera steht in dem Punkt, auf den sie blickt</translation>
+    </message>
+    <message>
+        <source>cannot read &apos;%1&apos;: %2</source>
+        <translation>„%1“ ist nicht lesbar: %2</translation>
+    </message>
+    <message>
+        <source>a path needs two places, and it holds %1</source>
+        <translation>ein Weg braucht zwei Stellen und hat %1</translation>
+    </message>
+    <message>
+        <source>its times span more than %L1 steps</source>
+        <translation>seine Zeiten umfassen mehr als %L1 Schritte</translation>
+    </message>
+    <message>
+        <source>at %1 s the camera stands in the point that it looks at</source>
+        <translation>bei %1 s steht die Kamera in dem Punkt, auf den sie blickt</translation>
+    </message>
+</context>
+<context>
     <name>CastClass</name>
     <message>
         <source>&quot;%1&quot; is not a whole number</source>
@@ -122,6 +149,17 @@
     <message>
         <source>%1 ended early: %2</source>
         <translation>%1 endete vorzeitig: %2</translation>
+    </message>
+</context>
+<context>
+    <name>ElementColors</name>
+    <message>
+        <source>Colour</source>
+        <translation>Farbe</translation>
+    </message>
+    <message>
+        <source>Colour of “%1”</source>
+        <translation>Farbe von „%1“</translation>
     </message>
 </context>
 <context>
@@ -360,6 +398,25 @@
     <message>
         <source>Keys and Mouse</source>
         <translation>Tasten und Maus</translation>
+    </message>
+</context>
+<context>
+    <name>History</name>
+    <message>
+        <source>&amp;Undo: %1</source>
+        <translation>&amp;Rückgängig: %1</translation>
+    </message>
+    <message>
+        <source>&amp;Undo</source>
+        <translation>&amp;Rückgängig</translation>
+    </message>
+    <message>
+        <source>Re&amp;do: %1</source>
+        <translation>&amp;Wiederholen: %1</translation>
+    </message>
+    <message>
+        <source>Re&amp;do</source>
+        <translation>&amp;Wiederholen</translation>
     </message>
 </context>
 <context>
@@ -696,6 +753,18 @@
         <source>Only files of this computer can be opened.</source>
         <translation>Nur Dateien dieses Rechners können geöffnet werden.</translation>
     </message>
+    <message>
+        <source>Section</source>
+        <translation>Schnitt</translation>
+    </message>
+    <message>
+        <source>Show and Hide</source>
+        <translation>Zeigen und Ausblenden</translation>
+    </message>
+    <message>
+        <source>&amp;Edit</source>
+        <translation>&amp;Bearbeiten</translation>
+    </message>
 </context>
 <context>
     <name>MessageBar</name>
@@ -717,6 +786,33 @@
     <message>
         <source>Messages</source>
         <translation>Meldungen</translation>
+    </message>
+</context>
+<context>
+    <name>NumberFile</name>
+    <message>
+        <source>%1 or %2</source>
+        <translation>%1 oder %2</translation>
+    </message>
+    <message>
+        <source>both &apos;,&apos; and &apos;;&apos; stand between its values; numbers are written with a point</source>
+        <translation>zwischen ihren Werten stehen „,“ und „;“; Zahlen werden mit Punkt geschrieben</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is not a number</source>
+        <translation>„%1“ ist keine Zahl</translation>
+    </message>
+    <message>
+        <source>cannot read &apos;%1&apos;: %2</source>
+        <translation>„%1“ ist nicht lesbar: %2</translation>
+    </message>
+    <message>
+        <source>%1 values stand where %2 are expected</source>
+        <translation>%1 Werte stehen, wo %2 erwartet werden</translation>
+    </message>
+    <message>
+        <source>line %1: %2</source>
+        <translation>Zeile %1: %2</translation>
     </message>
 </context>
 <context>
@@ -787,6 +883,13 @@
         <source>&amp;Variant:</source>
         <translation>&amp;Variante:</translation>
     </message>
+    <message numerus="yes">
+        <source>&amp;Grab all %n saved views</source>
+        <translation>
+            <numerusform>&amp;Die gespeicherte Ansicht aufnehmen</numerusform>
+            <numerusform>&amp;Alle %n gespeicherten Ansichten aufnehmen</numerusform>
+        </translation>
+    </message>
 </context>
 <context>
     <name>ParameterEditor</name>
@@ -800,6 +903,10 @@
     <message>
         <source>Another command is writing this file.</source>
         <translation>Ein anderer Befehl schreibt gerade diese Datei.</translation>
+    </message>
+    <message>
+        <source>“%1” has to stand in the name, where each view has its own.</source>
+        <translation>„%1“ muss im Namen stehen, wo jede Ansicht ihre eigene Datei hat.</translation>
     </message>
 </context>
 <context>
@@ -820,24 +927,8 @@
 <context>
     <name>PointFile</name>
     <message>
-        <source>both &apos;,&apos; and &apos;;&apos; stand between its values; numbers are written with a point</source>
-        <translation>zwischen den Werten stehen sowohl „,“ als auch „;“; Zahlen haben einen Punkt</translation>
-    </message>
-    <message>
-        <source>%1 values stand where 3 or 4 are expected</source>
-        <translation>%1 Werte stehen, wo 3 oder 4 erwartet werden</translation>
-    </message>
-    <message>
-        <source>&apos;%1&apos; is not a number</source>
-        <translation>„%1“ ist keine Zahl</translation>
-    </message>
-    <message>
         <source>cannot read &apos;%1&apos;: %2</source>
         <translation>„%1“ lässt sich nicht lesen: %2</translation>
-    </message>
-    <message>
-        <source>line %1: %2</source>
-        <translation>Zeile %1: %2</translation>
     </message>
     <message>
         <source>it holds no points</source>
@@ -877,10 +968,6 @@
     <message>
         <source>Saving image</source>
         <translation>Bild wird gespeichert</translation>
-    </message>
-    <message>
-        <source>Building Picture</source>
-        <translation>Bild wird aufgebaut</translation>
     </message>
     <message>
         <source>Video</source>
@@ -1145,6 +1232,13 @@
     </message>
 </context>
 <context>
+    <name>ScenePane</name>
+    <message>
+        <source>Filter by name</source>
+        <translation>Nach Namen filtern</translation>
+    </message>
+</context>
+<context>
     <name>SceneTree</name>
     <message>
         <source>(unnamed)</source>
@@ -1153,6 +1247,85 @@
     <message>
         <source>Scene elements</source>
         <translation>Elemente der Szene</translation>
+    </message>
+    <message>
+        <source>&amp;Fit View</source>
+        <translation>&amp;Ansicht einpassen</translation>
+    </message>
+    <message>
+        <source>&amp;Hide</source>
+        <translation>Aus&amp;blenden</translation>
+    </message>
+    <message>
+        <source>&amp;Show</source>
+        <translation>&amp;Zeigen</translation>
+    </message>
+    <message>
+        <source>Show &amp;Only This</source>
+        <translation>&amp;Nur dies zeigen</translation>
+    </message>
+    <message>
+        <source>Show &amp;All</source>
+        <translation>A&amp;lles zeigen</translation>
+    </message>
+    <message>
+        <source>&amp;Colour…</source>
+        <translation>&amp;Farbe …</translation>
+    </message>
+</context>
+<context>
+    <name>SectionBar</name>
+    <message>
+        <source>Section</source>
+        <translation>Schnitt</translation>
+    </message>
+    <message>
+        <source>S&amp;ection</source>
+        <translation>Schn&amp;itt</translation>
+    </message>
+    <message>
+        <source>Direction of the section</source>
+        <translation>Richtung des Schnitts</translation>
+    </message>
+    <message>
+        <source>Section across x</source>
+        <translation>Schnitt quer zu x</translation>
+    </message>
+    <message>
+        <source>Section across y</source>
+        <translation>Schnitt quer zu y</translation>
+    </message>
+    <message>
+        <source>Section across z</source>
+        <translation>Schnitt quer zu z</translation>
+    </message>
+    <message>
+        <source>Section through three points…</source>
+        <translation>Schnitt durch drei Punkte …</translation>
+    </message>
+    <message>
+        <source>Position of the section</source>
+        <translation>Lage des Schnitts</translation>
+    </message>
+    <message>
+        <source>Or drag in a view with the control key held</source>
+        <translation>Oder mit gedrückter Strg-Taste in einer Ansicht ziehen</translation>
+    </message>
+    <message>
+        <source>Coordinate of the section</source>
+        <translation>Koordinate des Schnitts</translation>
+    </message>
+    <message>
+        <source>Flip</source>
+        <translation>Umkehren</translation>
+    </message>
+    <message>
+        <source>Takes away the other side</source>
+        <translation>Nimmt die andere Seite weg</translation>
+    </message>
+    <message>
+        <source>Click three points of the model</source>
+        <translation>Drei Punkte des Modells anklicken</translation>
     </message>
 </context>
 <context>
@@ -1286,6 +1459,14 @@
         <source>&amp;Pause</source>
         <translation>&amp;Pause</translation>
     </message>
+    <message>
+        <source>Camera Path from a File…</source>
+        <translation>Kameraweg aus einer Datei …</translation>
+    </message>
+    <message>
+        <source>Path of the Camera</source>
+        <translation>Weg der Kamera</translation>
+    </message>
 </context>
 <context>
     <name>ViewMenu</name>
@@ -1403,6 +1584,13 @@
     <message>
         <source>Drop model files here, or open them with %1</source>
         <translation>Modelldateien hierher ziehen oder mit %1 öffnen</translation>
+    </message>
+</context>
+<context>
+    <name>ViewSeries</name>
+    <message>
+        <source>“%1” cannot be run now, or does not take these values.</source>
+        <translation>„%1“ kann jetzt nicht ausgeführt werden oder nimmt diese Werte nicht an.</translation>
     </message>
 </context>
 <context>

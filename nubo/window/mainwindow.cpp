@@ -21,6 +21,7 @@
 #include "nubo/window/commandstarter.h"
 #include "nubo/window/log/logfeed.h"
 #include "nubo/window/log/logview.h"
+#include "nubo/window/look/history.h"
 #include "nubo/window/look/icons.h"
 #include "nubo/window/look/unavailablekeys.h"
 #include "nubo/window/menus/filemenu.h"
@@ -31,7 +32,9 @@
 #include "nubo/window/menus/viewmenu.h"
 #include "nubo/window/messagebar.h"
 #include "nubo/window/panels/panelarea.h"
+#include "nubo/window/scene/elementcolors.h"
 #include "nubo/window/scene/scenechanger.h"
+#include "nubo/window/scene/scenepane.h"
 #include "nubo/window/scene/scenetree.h"
 #include "nubo/window/scene/sectionbar.h"
 #include "nubo/window/scene/trajectorybar.h"
@@ -64,6 +67,7 @@ MainWindow::MainWindow(main::CommandProcessor& processor) {
   createMenus();
   createToolBars();
   connectParts();
+  connectHistory();
   restoreLayout();
 }
 
@@ -78,6 +82,7 @@ MainWindow::~MainWindow() {
 void MainWindow::createParts(main::CommandProcessor& processor) {
   connect(new LogFeed(this), &LogFeed::arrived, this, &MainWindow::showRecords);
   new UnavailableKeys(this);
+  mp_History = new History(this);
   mp_Runner = new CommandRunner(processor, this);
   mp_Changer = new SceneChanger(this);
   mp_Panels = new PanelArea;
@@ -97,7 +102,7 @@ void MainWindow::createDocks() {
   mp_Tree = new SceneTree(*mp_Changer, this);
   mp_TreeDock = new QDockWidget(tr("Scene"), this);
   mp_TreeDock->setObjectName(QStringLiteral("sceneDock"));
-  mp_TreeDock->setWidget(mp_Tree);
+  mp_TreeDock->setWidget(new ScenePane(mp_Tree));
   addDockWidget(Qt::LeftDockWidgetArea, mp_TreeDock);
   addDockWidget(Qt::LeftDockWidgetArea, mp_CommandDock);
   mp_Log = new LogView;
@@ -111,7 +116,11 @@ void MainWindow::createDocks() {
 
 void MainWindow::createMenus() {
   mp_FileMenu = new FileMenu(*mp_Runner, *mp_Running, this);
-  mp_ViewMenu = new ViewMenu(*mp_Panels, {mp_TreeDock, mp_LogDock, mp_CommandDock}, mp_Section->switchAction(), this);
+  auto* edit = new QMenu(tr("&Edit"), this);
+  edit->setObjectName(QStringLiteral("editMenu"));
+  edit->addActions({mp_History->undoAction(), mp_History->redoAction()});
+  mp_ViewMenu = new ViewMenu(*mp_Panels, {mp_TreeDock, mp_LogDock, mp_CommandDock}, mp_Section->switchAction(),
+                             *mp_History, this);
   mp_Starter->setViews(mp_ViewMenu->savedViews());
   mp_PanelMenu = new PanelMenu(*mp_Panels, this);
   auto* trajectory = new QMenu(tr("&Trajectory"), this);
@@ -120,7 +129,7 @@ void MainWindow::createMenus() {
   mp_SettingsMenu = new SettingsMenu(*mp_Changer, *mp_Panels, this);
   mp_Commands->addSettings(mp_SettingsMenu);
   for (QMenu* menu :
-       {static_cast<QMenu*>(mp_FileMenu), static_cast<QMenu*>(mp_ViewMenu), static_cast<QMenu*>(mp_PanelMenu),
+       {static_cast<QMenu*>(mp_FileMenu), edit, static_cast<QMenu*>(mp_ViewMenu), static_cast<QMenu*>(mp_PanelMenu),
         trajectory, static_cast<QMenu*>(mp_SettingsMenu), static_cast<QMenu*>(new HelpMenu(this))})
     menuBar()->addMenu(menu);
   mp_Commands->addMenus(this, mp_SettingsMenu->menuAction());
@@ -172,6 +181,32 @@ void MainWindow::connectParts() {
           [this](const gui::Camera& camera) { mp_Panels->activePanel()->setCamera(camera); });
   connect(mp_Trajectory, &TrajectoryBar::sceneChanged, mp_Tree, &SceneTree::rebuild);
   connect(mp_Trajectory, &TrajectoryBar::sceneChanged, mp_Panels, &PanelArea::updatePanels);
+}
+
+void MainWindow::connectHistory() {
+  connect(mp_Opener, &SceneOpener::opened, mp_History, &History::clear);
+  for (ViewPanel* panel : mp_Panels->panels()) watch(panel);
+  connect(mp_Panels, &PanelArea::panelAdded, this, &MainWindow::watch);
+  auto* section = new Remembered<SectionState>(
+      *mp_History, tr("Section"),
+      {[this] { return mp_Section->state(); }, [this](const SectionState& state) { mp_Section->setState(state); }},
+      mp_Section);
+  connect(mp_Section, &SectionBar::sectionChanged, section, [section] { section->changed(); });
+  using Hidden = std::vector<SceneTree::Element>;
+  auto* hidden = new Remembered<Hidden>(
+      *mp_History, tr("Show and Hide"),
+      {[this] { return mp_Tree->hidden(); }, [this](const Hidden& elements) { mp_Tree->setHidden(elements); }},
+      mp_Tree);
+  connect(mp_Tree, &SceneTree::visibilityChanged, hidden, [hidden] { hidden->changed(0); });
+  auto* colors = new ElementColors(*mp_Changer, *mp_History, this);
+  connect(mp_Tree, &SceneTree::colorRequested, colors, &ElementColors::choose);
+}
+
+void MainWindow::watch(ViewPanel* panel) {
+  auto* view = new Remembered<ViewPanel::View>(
+      *mp_History, tr("View"),
+      {[panel] { return panel->view(); }, [panel](const ViewPanel::View& before) { panel->setView(before); }}, panel);
+  connect(panel, &gui::ScenePanel::cameraChanged, view, [view] { view->changed(); });
 }
 
 /// Whatever stands in the settings: Qt refuses what it cannot use.

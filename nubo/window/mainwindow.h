@@ -18,6 +18,7 @@ class CommandDock;
 class CommandRunner;
 class CommandStarter;
 class FileMenu;
+class History;
 class LogView;
 class MessageBar;
 class PanelArea;
@@ -30,6 +31,7 @@ class SectionBar;
 class SettingsMenu;
 class TrajectoryBar;
 class ViewMenu;
+class ViewPanel;
 
 /// Views of the global scene, what stands around them, and what the loaded modules offer. Made on the application
 /// thread when overseer, viewer and modules are there; no command may be running when it is destroyed.
@@ -59,12 +61,15 @@ class MainWindow : public QMainWindow {
   void createToolBars();
   void createToolBar(const QString& title, const char* name, const QList<QAction*>& actions);
   void connectParts();
+  void connectHistory();
+  void watch(ViewPanel* panel);
   void restoreLayout();
   void saveLayout();
   void showLog();
   void showRecords(const QVector<log::Record>& records);
   void showWaiting(bool waits);
 
+  History* mp_History;
   CommandRunner* mp_Runner;
   CommandStarter* mp_Starter;
   SceneChanger* mp_Changer;

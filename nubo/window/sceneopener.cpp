@@ -122,6 +122,7 @@ void SceneOpener::install(const QStringList& files, const io::ImportResult& resu
   for (const QString& file : files)
     if (file != app::BuiltinScene) m_Parts.recent.add(file);
   failures.removeAll(QString());
+  emit opened();
   tellWarnings(failures + result.warnings);
 }
 

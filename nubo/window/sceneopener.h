@@ -51,6 +51,10 @@ class SceneOpener : public QObject {
   void chooseFiles();
   bool isLoading() const;
 
+ signals:
+  /// Another scene is shown.
+  void opened();
+
  private:
   void showReading(const QStringList& files);
   void sceneRead(const QStringList& files, const QStringList& failed, const io::ImportResult& result);

@@ -1,6 +1,10 @@
-// What is done in the window to the view and the scene before a picture: cutting it open.
+// What is done in the window to the view and the scene before a picture: cutting open, hiding, painting, and undoing
+// it.
+#include <QColorDialog>
 #include <QComboBox>
+#include <QLineEdit>
 #include <QSlider>
+#include <QTreeWidget>
 
 #include "module_scene/graph/scene.h"
 #include "nubo/windowfixture.h"
@@ -97,6 +101,107 @@ TEST_F(Composing, AnotherModelIsWhole) {
   ASSERT_TRUE(waitUntil([this] { return window->windowTitle().startsWith("other.obj"); }));
   EXPECT_FALSE(scene::_GlobalScene()->getSection());
   EXPECT_FALSE(action("section")->isChecked());
+}
+
+TEST_F(Composing, UndoesViewsAndSections) {
+  auto* slider = window->findChild<QSlider*>("sectionSlider");
+  const auto azimuth = [this] { return panel().getCamera().azimuth; };
+  useShortcut("Ctrl+Z");
+  ASSERT_FALSE(action("undo")->isEnabled()) << "what was before the model is forgotten";
+  const double first = azimuth();
+  QTest::keyClick(&panel(), Qt::Key_Left);
+  QTest::keyClick(&panel(), Qt::Key_Left);  // without a rest between: one step
+  const double second = azimuth();
+  ASSERT_TRUE(waitUntil([this] { return action("undo")->text() == "&Undo: View"; }));
+  useShortcut("F7");
+  ASSERT_TRUE(waitUntil([this] { return action("undo")->text() == "&Undo: Section"; }));
+  slider->setValue(250);
+  EXPECT_NE(second, first);
+  useShortcut("Ctrl+Z");  // at once
+  EXPECT_EQ(slider->value(), 500);
+  useShortcut("Ctrl+Z");
+  EXPECT_FALSE(scene::_GlobalScene()->getSection());
+  useShortcut("Ctrl+Z");
+  EXPECT_EQ(azimuth(), first);
+  EXPECT_FALSE(action("undo")->isEnabled());
+  for (int i = 0; i < 3; ++i) useShortcut("Ctrl+Shift+Z");
+  EXPECT_EQ(azimuth(), second);
+  EXPECT_EQ(slider->value(), 250);
+  panel().resize(panel().size() - QSize(40, 40));  // which moves the camera, but nobody has
+  QTest::qWait(600);
+  EXPECT_EQ(action("undo")->text(), "&Undo: Section");
+}
+
+TEST_F(Composing, ShowsSomeElementsOnly) {
+  writeFile("three.obj", QByteArray("o Left\n") + CubeFile +
+                             "o Middle\nv 3 0 0\nv 4 0 0\nv 4 1 0\nf 9 10 11\no Right\n" +
+                             "v 6 0 0\nv 7 0 0\nv 7 1 0\nf 12 13 14\n");
+  drop({QUrl::fromLocalFile(host.file("three.obj"))});
+  ASSERT_TRUE(waitUntil([this] { return window->windowTitle().startsWith("three.obj"); }));
+  auto* tree = window->findChild<QTreeWidget*>("sceneTree");
+  const auto item = [tree](const char* name) {
+    return tree->findItems(name, Qt::MatchExactly | Qt::MatchRecursive)[0];
+  };
+  const auto shown = [] {
+    std::string names;
+    for (const char* name : {"Left", "Middle", "Right"}) {
+      const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
+      if (scene::_GlobalScene()->getRootNode()->find(name)->isVisible()) names += name;
+    }
+    return names;
+  };
+  const auto choose = [&](const char* element, const char* entry) {
+    tree->expandAll();
+    tree->scrollToItem(item(element));
+    emit tree->customContextMenuRequested(tree->visualItemRect(item(element)).center());
+    auto* menu = window->findChild<QMenu*>("elementMenu");
+    for (QAction* action : menu->actions())
+      if (action->text() == entry) action->trigger();
+    keepScreenshot("element menu");
+    menu->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  };
+  const auto becomes = [&](const std::string& names) {
+    EXPECT_TRUE(waitUntil([&] { return shown() == names; })) << shown() << " in place of " << names;
+  };
+  choose("Middle", "Show &Only This");
+  becomes("Middle");
+  EXPECT_EQ(item("Left")->checkState(0), Qt::Unchecked);
+  useShortcut("Ctrl+Z");
+  becomes("LeftMiddleRight");
+  EXPECT_EQ(item("Left")->checkState(0), Qt::Checked);
+  choose("Right", "&Hide");
+  becomes("LeftMiddle");
+  choose("Left", "Show &All");
+  becomes("LeftMiddleRight");
+  useShortcut("Ctrl+Z");
+  useShortcut("Ctrl+Z");
+  useShortcut("Ctrl+Shift+Z");
+  becomes("LeftMiddle");
+
+  auto* filter = window->findChild<QLineEdit*>("sceneFilter");
+  type(filter, "IGH");
+  EXPECT_TRUE(item("Left")->isHidden() && !item("Right")->isHidden() && !item("three.obj")->isHidden());
+  type(filter, "left");
+  EXPECT_TRUE(item("Right")->isHidden() && !item("Left")->isHidden());
+}
+
+TEST_F(Composing, PaintsAnElement) {
+  const auto hue = [this] { return panel().picture().pixelColor(panel().rect().center()).hslSaturation() > 60; };
+  EXPECT_FALSE(hue());
+  inNextDialog<QColorDialog>([](QColorDialog* dialog) {
+    dialog->setCurrentColor(Qt::red);
+    dialog->accept();
+  });
+  auto* tree = window->findChild<QTreeWidget*>("sceneTree");
+  emit tree->customContextMenuRequested(tree->visualItemRect(tree->topLevelItem(0)).center());
+  for (QAction* action : window->findChild<QMenu*>("elementMenu")->actions())
+    if (action->text() == "&Colour…") action->trigger();
+  EXPECT_TRUE(waitUntil(hue));
+  useShortcut("Ctrl+Z");
+  EXPECT_TRUE(waitUntil([&] { return !hue(); }));
+  useShortcut("Ctrl+Shift+Z");
+  EXPECT_TRUE(waitUntil(hue));
 }
 
 }  // namespace

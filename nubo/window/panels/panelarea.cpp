@@ -32,6 +32,7 @@ ViewPanel* PanelArea::createPanel() {
     if (panel == activePanel()) emit viewChanged();
   });
   connect(panel, &ViewPanel::activated, this, [this, panel] { activate(panel); });
+  emit panelAdded(panel);
   return panel;
 }
 

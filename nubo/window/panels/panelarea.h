@@ -47,6 +47,7 @@ class PanelArea : public QTabWidget {
   /// The user wants these panels closed.
   void closeRequested(const QList<nubo::window::ViewPanel*>& panels);
   void activePanelChanged();
+  void panelAdded(nubo::window::ViewPanel* panel);
   /// The active panel shows something else, or in another shape.
   void viewChanged();
 

@@ -35,6 +35,18 @@ void ViewPanel::showAll() {
   m_ShowsAll = true;
 }
 
+bool ViewPanel::View::operator==(const View& other) const {
+  const gui::Camera &a = camera, &b = other.camera;
+  if (all != other.all || a.orthographic != b.orthographic) return false;
+  if (!all) return a.transform() == b.transform();
+  return a.azimuth == b.azimuth && a.elevation == b.elevation && a.roll == b.roll;
+}
+
+void ViewPanel::setView(const View& view) {
+  setCamera(view.camera);
+  if (view.all) showAll();
+}
+
 void ViewPanel::lookLike(const ViewPanel& other) {
   setCamera(other.getCamera());
   m_ShowsAll = other.m_ShowsAll;

@@ -18,6 +18,15 @@ class ViewPanel : public ProgressivePanel {
   void setSelection(const util::YPointer<scene::SceneElement>& element);
   /// Shows the whole scene, and goes on doing so when the panel gets another size.
   void showAll();
+  /// What a panel shows.
+  struct View {
+    gui::Camera camera;
+    bool all;  ///< the whole scene from the camera's direction, in panels of any size
+
+    bool operator==(const View& other) const;
+  };
+  View view() const { return {getCamera(), m_ShowsAll}; }
+  void setView(const View& view);
   /// Looks from where the other panel looks.
   void lookLike(const ViewPanel& other);
   /// While held, another size does not change the view: a command looks through it.

@@ -1,7 +1,10 @@
 #include "nubo/window/scene/scenetree.h"
 
 #include <QHeaderView>
+#include <QMenu>
 #include <QSignalBlocker>
+#include <QTreeWidgetItemIterator>
+#include <set>
 
 #include "module_scene/graph/scene.h"
 #include "nubo/window/scene/scenechanger.h"
@@ -29,7 +32,12 @@ SceneTree::SceneTree(SceneChanger& changer, QWidget* parent) : QTreeWidget(paren
   setUniformRowHeights(true);
   header()->setSectionResizeMode(QHeaderView::ResizeToContents);
   header()->setStretchLastSection(false);
-  connect(this, &QTreeWidget::itemChanged, this, &SceneTree::applyVisibility);
+  connect(this, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem* item) {
+    applyVisibility(item);
+    emit visibilityChanged();
+  });
+  setContextMenuPolicy(Qt::CustomContextMenu);
+  connect(this, &QWidget::customContextMenuRequested, this, &SceneTree::showMenu);
   // Not the current one, which the tree also chooses by itself when it gets the focus.
   connect(this, &QTreeWidget::itemSelectionChanged, this, [this] {
     const QTreeWidgetItem* item = selectedItems().value(0);
@@ -47,7 +55,42 @@ void SceneTree::rebuild() {
     if (const auto root = scene->getRootNode()) addElement(invisibleRootItem(), root);
   }
   expandToDepth(1);
+  setFilter(m_Filter);
   emit elementSelected(nullptr);
+}
+
+void SceneTree::setFilter(const QString& text) {
+  m_Filter = text;
+  for (int i = 0; i < topLevelItemCount(); ++i) filter(topLevelItem(i));
+}
+
+/// Whether the item, or one below it, has a name that is looked for.
+bool SceneTree::filter(QTreeWidgetItem* item) const {
+  bool isListed = item->text(0).contains(m_Filter, Qt::CaseInsensitive);
+  bool isAbove = false;
+  for (int i = 0; i < item->childCount(); ++i) isAbove = filter(item->child(i)) || isAbove;
+  item->setHidden(!isListed && !isAbove);
+  if (isAbove && !m_Filter.isEmpty()) item->setExpanded(true);
+  return isListed || isAbove;
+}
+
+std::vector<SceneTree::Element> SceneTree::hidden() const {
+  std::vector<Element> result;
+  for (QTreeWidgetItemIterator item(const_cast<SceneTree*>(this)); *item; ++item)
+    if ((*item)->checkState(0) == Qt::Unchecked) result.push_back(static_cast<Item*>(*item)->element());
+  return result;
+}
+
+void SceneTree::setHidden(const std::vector<Element>& elements) {
+  const std::set<Element> hidden(elements.begin(), elements.end());
+  const QSignalBlocker blocker(this);
+  for (QTreeWidgetItemIterator item(this); *item; ++item) {
+    const Qt::CheckState state = hidden.count(static_cast<Item*>(*item)->element()) ? Qt::Unchecked : Qt::Checked;
+    if ((*item)->checkState(0) == state) continue;
+    (*item)->setCheckState(0, state);
+    applyVisibility(*item);
+  }
+  viewport()->update();
 }
 
 void SceneTree::addElement(QTreeWidgetItem* parent, const util::YPointer<scene::SceneElement>& element) {
@@ -64,6 +107,39 @@ void SceneTree::applyVisibility(QTreeWidgetItem* item) {
     const scene::SceneChange change(scene::_GlobalScene(), scene::LockAll);
     element->setVisible(visible);
   });
+}
+
+void SceneTree::showMenu(const QPoint& place) {
+  QTreeWidgetItem* item = itemAt(place);
+  if (!item) return;
+  setCurrentItem(item);
+  const Element element = static_cast<Item*>(item)->element();
+  auto* menu = new QMenu(this);
+  menu->setObjectName(QStringLiteral("elementMenu"));
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  menu->addAction(tr("&Fit View"), this, &SceneTree::elementActivated);
+  const bool isShown = item->checkState(0) == Qt::Checked;
+  menu->addAction(isShown ? tr("&Hide") : tr("&Show"), this,
+                  [item, isShown] { item->setCheckState(0, isShown ? Qt::Unchecked : Qt::Checked); });
+  menu->addAction(tr("Show &Only This"), this, [this, item] { showOnly(item); });
+  menu->addAction(tr("Show &All"), this, [this] {
+    setHidden({});
+    emit visibilityChanged();
+  });
+  menu->addAction(tr("&Colour…"), this, [this, element] { emit colorRequested(element); });
+  menu->popup(viewport()->mapToGlobal(place));
+}
+
+/// Hides what lies beside the item and what it lies in.
+void SceneTree::showOnly(QTreeWidgetItem* item) {
+  std::vector<Element> others;
+  for (QTreeWidgetItem* inner = item; inner; inner = inner->parent()) {
+    const QTreeWidgetItem* outer = inner->parent() ? inner->parent() : invisibleRootItem();
+    for (int i = 0; i < outer->childCount(); ++i)
+      if (outer->child(i) != inner) others.push_back(static_cast<Item*>(outer->child(i))->element());
+  }
+  setHidden(others);
+  emit visibilityChanged();
 }
 
 }  // namespace nubo::window
