@@ -763,7 +763,7 @@
     </message>
     <message>
         <source>&amp;Edit</source>
-        <translation>&amp;Bearbeiten</translation>
+        <translation>Bea&amp;rbeiten</translation>
     </message>
 </context>
 <context>
@@ -1280,8 +1280,8 @@
         <translation>Schnitt</translation>
     </message>
     <message>
-        <source>S&amp;ection</source>
-        <translation>Schn&amp;itt</translation>
+        <source>Sectio&amp;n</source>
+        <translation>Schni&amp;tt</translation>
     </message>
     <message>
         <source>Direction of the section</source>

@@ -119,8 +119,7 @@ void MainWindow::createMenus() {
   auto* edit = new QMenu(tr("&Edit"), this);
   edit->setObjectName(QStringLiteral("editMenu"));
   edit->addActions({mp_History->undoAction(), mp_History->redoAction()});
-  mp_ViewMenu = new ViewMenu(*mp_Panels, {mp_TreeDock, mp_LogDock, mp_CommandDock}, mp_Section->switchAction(),
-                             *mp_History, this);
+  mp_ViewMenu = new ViewMenu(*mp_Panels, {mp_TreeDock, mp_LogDock, mp_CommandDock}, mp_Section->switchAction(), this);
   mp_Starter->setViews(mp_ViewMenu->savedViews());
   mp_PanelMenu = new PanelMenu(*mp_Panels, this);
   auto* trajectory = new QMenu(tr("&Trajectory"), this);

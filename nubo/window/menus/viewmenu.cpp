@@ -22,8 +22,7 @@ const QString MarginKey = QStringLiteral("window/margin");
 
 }  // namespace
 
-ViewMenu::ViewMenu(PanelArea& panels, const QList<QDockWidget*>& docks, QAction* section, const History& history,
-                   QWidget* parent)
+ViewMenu::ViewMenu(PanelArea& panels, const QList<QDockWidget*>& docks, QAction* section, QWidget* parent)
     : QMenu(tr("&View"), parent), m_Panels(panels), mp_Saved(new SavedViews(panels, this)) {
   setObjectName(QStringLiteral("viewMenu"));
   const auto panel = [this] { return m_Panels.activePanel(); };

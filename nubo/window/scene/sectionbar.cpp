@@ -20,7 +20,7 @@ constexpr int ThroughPoints = 3;
 }  // namespace
 
 SectionBar::SectionBar(QWidget* parent)
-    : QToolBar(tr("Section"), parent), mp_Switch(new QAction(tr("S&ection"), this)) {
+    : QToolBar(tr("Section"), parent), mp_Switch(new QAction(tr("Sectio&n"), this)) {
   setObjectName(QStringLiteral("sectionBar"));
   toggleViewAction()->setVisible(false);  // it would hide what goes on cutting
   mp_Switch->setObjectName(QStringLiteral("section"));
