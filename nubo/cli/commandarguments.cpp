@@ -205,21 +205,29 @@ QStringList otherValues(main::Command& command, const QString& happened) {
 
 const QString ViewPlace = QStringLiteral("{view}");
 
-QString withView(const QString& fileName, const QString& view) {
+QStringList partsOfFileNames(const QStringList& views) {
   static const QRegularExpression unfit(QStringLiteral("[^\\w+=@-]+"), QRegularExpression::UseUnicodePropertiesOption);
-  QString name = cameraName(view).value_or(view);
-  // A name of a file has one dot, and none of what divides folders.
-  return QString(fileName).replace(ViewPlace, name.replace(unfit, QStringLiteral("-")));
+  QStringList parts;
+  for (const QString& view : views) {
+    // A name of a file has one dot, and none of what divides folders.
+    const QString name = cameraName(view).value_or(view).replace(unfit, QStringLiteral("-"));
+    QString part = name;
+    for (int number = 2; parts.contains(part); ++number) part = QStringLiteral("%1-%2").arg(name).arg(number);
+    parts << part;
+  }
+  return parts;
 }
 
-Arguments forView(main::Command& command, const Arguments& arguments, const QString& view) {
+QString withView(const QString& fileName, const QString& part) { return QString(fileName).replace(ViewPlace, part); }
+
+Arguments forView(main::Command& command, const Arguments& arguments, const QString& part) {
   QStringList files;
   for (const ParameterSet& set : command.getParameterSets())
     for (const AbstractParameter* parameter : set.parameters())
       if (namesFile(*parameter)) files << optionName(parameter->getName());
   Arguments result = arguments;
   for (Argument& argument : result)
-    if (files.contains(argument.name)) argument.value = withView(argument.value, view);
+    if (files.contains(argument.name)) argument.value = withView(argument.value, part);
   return result;
 }
 

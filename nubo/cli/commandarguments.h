@@ -58,12 +58,15 @@ QStringList otherValues(main::Command& command, const QString& happened);
 
 /// What stands for the name of a view in a file's name: "{view}".
 extern const QString ViewPlace;
+/// What stands in the names of files for each of the views: without what no file's name may hold, and numbered where it
+/// would be the same for another view.
+QStringList partsOfFileNames(const QStringList& views);
 /// The name of that view's file: "part-{view}.png" becomes "part-front.png".
-QString withView(const QString& fileName, const QString& view);
+QString withView(const QString& fileName, const QString& part);
 /// Whether one of the files that are given has a place for a view's name.
 bool namesView(main::Command& command, const Arguments& arguments);
-/// The arguments, with the view's name in those of files.
-Arguments forView(main::Command& command, const Arguments& arguments, const QString& view);
+/// The arguments, with that part for the view in those of files.
+Arguments forView(main::Command& command, const Arguments& arguments, const QString& part);
 
 /// The files that the command's current inputs name for it to write.
 QStringList targetFiles(main::Command& command);

@@ -162,18 +162,21 @@ int Program::run(main::Command& registered, const RunSettings& settings) {
 /// All calls are checked before the first is run.
 int Program::runViews(main::Command& registered, const RunSettings& settings) {
   const Arguments all = m_Arguments;
-  const auto take = [&](const Session::View& view) {
-    m_Arguments = forView(registered, all, view.name);
+  QStringList names;
+  for (const Session::View& view : m_Session.views()) names << view.name;
+  const QStringList parts = partsOfFileNames(names);
+  const auto take = [&](int view) {
+    m_Arguments = forView(registered, all, parts[view]);
     const QString error = bindArguments(registered, m_Arguments);
     return error.isEmpty() ? whyFilesRefused(registered) : call() + ": " + error;
   };
-  for (const Session::View& view : m_Session.views())
+  for (int view = 0; view < parts.size(); ++view)
     if (const QString error = take(view); !error.isEmpty()) return refuse(error);
   int status = Done;
-  for (const Session::View& view : m_Session.views()) {
+  for (int view = 0; view < parts.size(); ++view) {
     // What was recorded in step has brought the scene to its end.
     trajectory::TrajectoryHandler::getInstance()->putBack();
-    m_Session.show(view);
+    m_Session.show(m_Session.views()[std::size_t(view)]);
     if (const QString error = take(view); !error.isEmpty()) return refuse(error);
     status = runOnce(registered, settings);
     if (status != Done) break;

@@ -15,6 +15,7 @@ ViewSeries::ViewSeries(const Parts& parts, const CommandCall& call, QObject* par
       m_Parts(parts),
       m_Call(call),
       m_Names(parts.views.names()),
+      m_FileParts(app::partsOfFileNames(m_Names)),
       m_Before(parts.panels.activePanel()->getCamera()) {
   connect(&parts.runner, &CommandRunner::ended, this, &ViewSeries::judge);
   next();
@@ -22,13 +23,13 @@ ViewSeries::ViewSeries(const Parts& parts, const CommandCall& call, QObject* par
 
 void ViewSeries::next() {
   if (m_Names.isEmpty()) return end();
-  const QString name = m_Names.takeFirst();
+  const QString name = m_Names.takeFirst(), part = m_FileParts.takeFirst();
   // A recording in step has brought the scene to its end.
   trajectory::TrajectoryHandler::getInstance()->putBack();
   m_Parts.views.recall(name);
   CommandCall call = m_Call;
   call.values = withFiles(*call.registered, *m_Call.values,
-                          [&name](const QString& fileName) { return app::withView(fileName, name); });
+                          [&part](const QString& fileName) { return app::withView(fileName, part); });
   if (!m_Parts.runner.start(call)) {
     m_Parts.messages.showFailure(tr("“%1” cannot be run now, or does not take these values.").arg(call.title));
     return end();

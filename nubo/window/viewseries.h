@@ -36,7 +36,8 @@ class ViewSeries : public QObject {
 
   const Parts m_Parts;
   const CommandCall m_Call;
-  QStringList m_Names;  ///< that are still to come
+  QStringList m_Names;      ///< that are still to come
+  QStringList m_FileParts;  ///< what stands for them in the names of files
   gui::Camera m_Before;
   QPointer<const RunningCommand> mp_Run;
 };

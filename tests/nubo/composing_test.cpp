@@ -2,6 +2,7 @@
 // it.
 #include <QColorDialog>
 #include <QComboBox>
+#include <QInputDialog>
 #include <QLineEdit>
 #include <QSlider>
 #include <QTreeWidget>
@@ -101,6 +102,33 @@ TEST_F(Composing, AnotherModelIsWhole) {
   ASSERT_TRUE(waitUntil([this] { return window->windowTitle().startsWith("other.obj"); }));
   EXPECT_FALSE(scene::_GlobalScene()->getSection());
   EXPECT_FALSE(action("section")->isChecked());
+}
+
+TEST_F(Composing, GrabsAllSavedViews) {
+  const gui::Camera before = panel().getCamera();
+  for (const auto& [name, view] : {std::pair("Side/1", "left"), {"Side 1", "oblique"}, {"Above", "top"}}) {
+    panel().showView(view);
+    inNextDialog<QInputDialog>([name = name](QInputDialog* dialog) {
+      dialog->setTextValue(name);
+      dialog->accept();
+    });
+    useShortcut("Ctrl+Shift+S");
+    QCoreApplication::processEvents();
+  }
+  panel().setCamera(before);
+  ASSERT_TRUE(openDialog("grabimage"));
+  auto* all = dialog()->findChild<QCheckBox*>("allViews");
+  ASSERT_TRUE(all->isVisible());
+  all->click();
+  for (const auto& [parameter, value] : {std::pair("filename", host.file("all-{view}.png")), {"width", "200"}})
+    enter(parameter, value);
+  keepScreenshot("all views dialog");
+  ASSERT_TRUE(start());
+  const auto files = [this] { return QDir(host.directory.path()).entryList({"all-*.png"}).join(' ').toStdString(); };
+  EXPECT_TRUE(waitUntil([&] { return files() == "all-Above.png all-Side-1-2.png all-Side-1.png" && !anythingRuns(); }))
+      << files();
+  EXPECT_NE(QImage(host.file("all-Side-1.png")), QImage(host.file("all-Side-1-2.png")));
+  EXPECT_TRUE(waitUntil([&] { return panel().getCamera().transform() == before.transform(); }));
 }
 
 TEST_F(Composing, UndoesViewsAndSections) {

@@ -154,6 +154,22 @@ TEST_F(Program, GrabsEachViewIntoAFileOfItsOwn) {
     return count;
   };
   EXPECT_GT(covered("front"), 10 * covered("left"));
+
+  // Names that a file cannot have, or that a direction has, stay apart.
+  QByteArray nodes(R"({"mesh": 0})");
+  for (const char* name : {"a/b", "a b", "front", "a-b-2"})
+    nodes += QByteArray(R"(, {"camera": 0, "translation": [0.3, 0.3, 3], "name": ")") + name + R"("})";
+  write("cameras.gltf",
+        R"({"asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0, 1, 2, 3, 4]}], "nodes": [)" + nodes +
+            R"(], "cameras": [{"type": "perspective", "perspective": {"yfov": 0.8, "znear": 0.1}}],
+            "meshes": [{"primitives": [{"attributes": {"POSITION": 0}}]}],
+            "accessors": [{"bufferView": 0, "componentType": 5126, "count": 3, "type": "VEC3", "min": [0, 0, 0], "max": [1, 1, 0]}],
+            "bufferViews": [{"buffer": 0, "byteLength": 36}], "buffers": [{"byteLength": 36,
+            "uri": "data:application/octet-stream;base64,AAAAAAAAAAAAAAAAAACAPwAAAAAAAAAAAAAAAAAAgD8AAAAA"}]})");
+  ASSERT_EQ(run("$nubo --view all cameras.gltf grabimage --filename 'b {view}.png' --width 60"), 0);
+  EXPECT_EQ(QDir(m_Directory.path()).entryList({"b *.png"}).join(' '),
+            "b a-b-2-2.png b a-b-2.png b a-b.png b back.png b bottom.png b front-2.png b front.png b left.png "
+            "b oblique.png b right.png b top.png");
 }
 
 TEST_F(Program, RecordsTheStepsOfATrajectory) {
