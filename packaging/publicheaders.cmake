@@ -49,6 +49,7 @@ set(NUBO_PUBLIC_HEADERS
   module_scene/graph/look.h
   module_scene/graph/rig.h
   module_scene/graph/scene.h
+  module_scene/graph/section.h
   module_scene/draw/scenedrawer.h
   module_scene/graph/sceneelement.h
   module_scene/draw/sharedcontext.h

@@ -57,6 +57,7 @@ class Package : public testing::Test {
  protected:
   static void SetUpTestSuite() {
     s_Directory = std::make_unique<QTemporaryDir>();
+    qputenv("NUBO_PLUGIN_PATH", QFile::encodeName(own("lib/nubo/bin")));
     ASSERT_TRUE(QDir(path()).mkdir("packages"));
     run(NUBO_CPACK, {"-G", "DEB", "-B", path("packages")}, NUBO_BUILD_TREE);
     for (const QString& package : QDir(path("packages")).entryList({"*.deb"}))
@@ -69,15 +70,18 @@ class Package : public testing::Test {
   static QString path(const QString& name = QString()) { return s_Directory->filePath(name); }
   static QString prefix(const QString& name = QString()) { return path(QStringLiteral("Große Platte/nubo 0/") + name); }
 
+  /// A prefix of its own, where what was built is found by a variable.
+  static QString own(const QString& name = QString()) { return path("own/" + name); }
+
   static std::string nubo(const QString& line) {
     const QStringList arguments = QStringList{"--settings", path("nubo.ini"), "--samples", "0"} + line.split(' ');
     return run(prefix("bin/nubo"), arguments, path());
   }
 
-  /// Builds a project with nothing but the package, and puts the result where it says.
-  static void build(const QString& source) {
+  /// Builds a project with nothing but the package, and puts the result below a prefix.
+  static void build(const QString& source, const QString& into) {
     const QString folder = path("build of " + QFileInfo(source).fileName());
-    const QStringList options = {"-DCMAKE_PREFIX_PATH=" + prefix(),
+    const QStringList options = {"-DCMAKE_PREFIX_PATH=" + prefix(), "-DCMAKE_INSTALL_PREFIX=" + into,
                                  "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Wpedantic -Werror"};
     run(NUBO_CMAKE, QStringList{"-G", NUBO_GENERATOR, "-S", source, "-B", folder} + options, path());
     EXPECT_THAT(contentOf(folder + "/CMakeCache.txt").toStdString(),
@@ -156,11 +160,11 @@ TEST_F(Package, HasWholeHeaders) {
         "cmake_minimum_required(VERSION 3.22)\nproject(headers LANGUAGES CXX)\nfind_package(nubo 0.1 REQUIRED)\n"
         "add_executable(includes all.cpp)\n"
         "target_link_libraries(includes nubo::kernel nubo::module_scene nubo::module_trajectory nubo::module_grab)\n");
-  build(path("headers"));
+  build(path("headers"), own());
 }
 
 TEST_F(Package, TakesTheExampleEncoder) {
-  build(prefix("share/doc/nubo/examples/picturearchive"));
+  build(prefix("share/doc/nubo/examples/picturearchive"), own());
   EXPECT_THAT(nubo("--version"), HasSubstr("Qt image formats"));
   for (const char* suffix : {"png", "jpg"}) {
     const QString name = QStringLiteral("video.%1.tar").arg(suffix);
@@ -173,13 +177,68 @@ TEST_F(Package, TakesTheExampleEncoder) {
 }
 
 TEST_F(Package, TakesTheExampleModule) {
-  build(prefix("share/doc/nubo/examples/contactsheet"));
+  build(prefix("share/doc/nubo/examples/contactsheet"), prefix());
   nubo("--size 160x120 contactsheet --filename sheet.png --width 160");
   const QImage sheet(path("sheet.png"));
   ASSERT_EQ(sheet.size(), QSize(480, 240));
   nubo("--size 160x120 --view bottom grabimage --filename view.png --width 160");
   const auto outline = [](const QImage& image) { return image.convertToFormat(QImage::Format_Alpha8); };
   EXPECT_EQ(outline(sheet.copy(320, 120, 160, 120)), outline(QImage(path("view.png")))) << "the last of six";
+}
+
+/// The code that stands in a guide between a fence of that language and the next.
+QByteArray codeOf(const QByteArray& guide, const QByteArray& language) {
+  const int begin = guide.indexOf("\n```" + language + '\n') + language.size() + 5;
+  return guide.mid(begin, guide.indexOf("\n```", begin) + 1 - begin);
+}
+
+TEST_F(Package, TakesTheModuleOfTheGuide) {
+  const QByteArray guide = contentOf(prefix("share/doc/nubo/modules.md"));
+  ASSERT_TRUE(QDir(path()).mkdir("partlist"));
+  for (const auto& [name, language] : {std::pair("CMakeLists.txt", "cmake"), {"partlist.cpp", "cpp"}}) {
+    QFile file(path(QStringLiteral("partlist/") + name));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(codeOf(guide, language));
+  }
+  build(path("partlist"), own());
+  EXPECT_THAT(nubo("--version"), HasSubstr("Part list: Lists parts"));
+  EXPECT_THAT(nubo("builtin --dry-run partlist --filename parts.csv --least 9"), HasSubstr("parts of 9 faces or more"));
+  nubo("builtin --report parts.json partlist --filename parts.csv --least 9");
+  const QByteArray list = contentOf(path("parts.csv"));
+  EXPECT_GT(list.count('\n'), 5);
+  EXPECT_TRUE(list.contains("field;")) << list.toStdString();
+  EXPECT_TRUE(contentOf(path("parts.json")).contains("\"parts\": " + QByteArray::number(list.count('\n'))));
+}
+
+TEST_F(Package, ShowsModelsToFileManagers) {
+  const QString entry = QString::fromUtf8(contentOf(prefix("share/thumbnailers/nubo.thumbnailer")));
+  QString line = entry.section("\nExec=", 1).section('\n', 0, 0);
+  QFile model(path("-a 'cube'.obj"));
+  ASSERT_TRUE(model.open(QIODevice::WriteOnly));
+  model.write("v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n");
+  model.close();
+  const std::map<QString, QString> values = {{"%i", model.fileName()}, {"%o", path("thumbnail")}, {"%s", "256"}};
+  for (const auto& [field, value] : values)
+    line.replace(field, '\'' + QString(value).replace("'", "'\\''") + '\'');  // as file managers do
+  qputenv("PATH", QFile::encodeName(prefix("bin")) + ':' + qgetenv("PATH"));
+  qputenv("HOME", QFile::encodeName(path("nobody")));
+  EXPECT_EQ(run("/bin/sh", {"-c", line}, path()), "");
+  const QImage image = QImage::fromData(contentOf(path("thumbnail")), "PNG");
+  EXPECT_EQ(image.size(), QSize(256, 256));
+  EXPECT_EQ(qAlpha(image.pixel(128, 128)), 255);
+  EXPECT_EQ(qAlpha(image.pixel(0, 0)), 0);
+  EXPECT_FALSE(QFile::exists(path("nobody"))) << "nothing is remembered of it";
+  const QByteArray types = contentOf(prefix("share/applications/nubo.desktop"));
+  for (const QByteArray& type : types.mid(types.indexOf("\nMimeType=") + 10).split('\n').first().split(';'))
+    EXPECT_TRUE(entry.contains(type)) << type.toStdString();
+}
+
+TEST_F(Package, IsDescribedToSoftwareCentres) {
+  // Whose name it has is for its owner to say.
+  run("appstreamcli",
+      {"validate", "--pedantic", "--no-net", "--override=cid-desktopapp-is-not-rdns=info",
+       prefix("share/metainfo/nubo.metainfo.xml")},
+      path());
 }
 
 }  // namespace
