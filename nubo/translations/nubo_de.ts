@@ -1329,6 +1329,13 @@
     </message>
 </context>
 <context>
+    <name>SettingsFold</name>
+    <message>
+        <source>They are stored, and hold for all that follows</source>
+        <translation>Sie werden gespeichert und gelten für alles Folgende</translation>
+    </message>
+</context>
+<context>
     <name>SettingsMenu</name>
     <message>
         <source>&amp;Settings</source>

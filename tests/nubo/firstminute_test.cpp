@@ -131,6 +131,26 @@ TEST_F(FirstMinute, RecordsTheSameVideoTwice) {
   EXPECT_EQ(qobject_cast<QSpinBox*>(field("width"))->value(), 1920);
 }
 
+TEST_F(FirstMinute, ChangesTheSettingsOfItsGroupWhereAVideoIsAskedFor) {
+  ASSERT_TRUE(openDialog("grabvideo"));
+  QWidget* fps = field("fps");
+  EXPECT_FALSE(fps->isVisible());
+  QTest::mouseClick(dialog()->findChild<QToolButton*>("fold:setvideosettings"), Qt::LeftButton);
+  EXPECT_TRUE(waitUntil([&] { return fps->isVisible(); }));
+  enter("fps", "4");
+  EXPECT_TRUE(waitUntil([this] { return summary() == "steps 1 to 20: 20 frames, 5.0 s, 1920 × 1080"; }))
+      << summary().toStdString();
+  keepScreenshot("settings in a dialog");
+  for (const auto& [parameter, value] :
+       {std::pair("fps", QString("5")), {"filename", host.file("cube.mp4")}, {"width", "320"}, {"height", "200"}})
+    enter(parameter, value);
+  QTest::keyClick(dialog(), Qt::Key_Return);  // while the typing has not come to rest
+  ASSERT_TRUE(waitUntil([this] { return !dialog(); }));
+  ASSERT_TRUE(waitForEndOfVideo());
+  EXPECT_TRUE(text("resultFigures").startsWith("20 frames, 4.0 s, ")) << text("resultFigures").toStdString();
+  EXPECT_EQ(main::nuboSettings()->value("settings/grabvideofps").toInt(), 5);
+}
+
 TEST_F(FirstMinute, ShowsTheFrameOfAVideoBeforeItIsRecorded) {
   struct Row {
     const char *name, *width, *height;

@@ -88,14 +88,14 @@ TEST_F(WindowTest, LeadsTheFocusThroughDialogsAndTheWindow) {
   ASSERT_NO_FATAL_FAILURE(openCube());
   ASSERT_TRUE(openDialog("grabvideo"));
   QStringList order;
-  for (int i = 0; i < 9; ++i) {
+  for (int i = 0; i < 10; ++i) {
     const QWidget* focus = dialog()->focusWidget();
     const auto* button = qobject_cast<const QAbstractButton*>(focus);
     order << (button && !qobject_cast<const QCheckBox*>(focus) ? button->text().remove('&')
                                                                : focus->parentWidget()->objectName());
     QTest::keyClick(dialog(), Qt::Key_Tab);
   }
-  EXPECT_EQ(order.join(' ').toStdString(), "filename Choose… width Sizes height Sizes sync Start Cancel");
+  EXPECT_EQ(order.join(' ').toStdString(), "filename Choose… width Sizes height Sizes sync Video settings Start Cancel");
   EXPECT_TRUE(cancel());
 
   useShortcut("F10");

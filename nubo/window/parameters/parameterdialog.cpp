@@ -10,9 +10,11 @@
 #include <algorithm>
 
 #include "kernel/main/overseer.h"
+#include "nubo/cli/runsettings.h"
 #include "nubo/window/look/owntext.h"
 #include "nubo/window/parameters/parametereditor.h"
 #include "nubo/window/parameters/parameterpage.h"
+#include "nubo/window/parameters/settingsfold.h"
 
 namespace nubo::window {
 
@@ -40,6 +42,7 @@ ParameterDialog::ParameterDialog(main::Command& command, const QString& title, Q
     connect(m_Pages.last(), &ParameterPage::remarksChanged, this, &ParameterDialog::valuesChanged);
     connect(m_Pages.last(), &ParameterPage::shapeChosen, this, &ParameterDialog::shapeChosen);
   }
+  addSettings(layout);
   mp_AllViews->setObjectName(QStringLiteral("allViews"));
   mp_AllViews->hide();
   connect(mp_AllViews, &QCheckBox::toggled, this, [this](bool all) { chosenPage()->setPlaceForView(all); });
@@ -53,6 +56,28 @@ ParameterDialog::ParameterDialog(main::Command& command, const QString& title, Q
   layout->addWidget(buttons);
   choose(mp_Choice->currentIndex());
   chosenPage()->setFocus();
+}
+
+void ParameterDialog::addSettings(QVBoxLayout* layout) {
+  for (main::Command* settings : app::settingsCommandsOf(m_Command)) {
+    if (settings->getParameterSets().empty()) continue;
+    m_Settings << new SettingsFold(*settings, framesView(), this);
+    layout->addWidget(m_Settings.last());
+    connect(m_Settings.last(), &SettingsFold::stored, this, &ParameterDialog::refresh);
+    connect(m_Settings.last(), &SettingsFold::folded, this, &ParameterDialog::fitHeight);
+  }
+}
+
+/// Of this fold and those after it; then the dialog is done.
+void ParameterDialog::finishSettings(int fold) {
+  if (fold < m_Settings.size()) {
+    m_Settings[fold]->finish([this, fold] { finishSettings(fold + 1); });
+    return;
+  }
+  if (ParameterEditor* bad = chosenPage()->check()) return bad->setFocus();
+  chosenPage()->remember();
+  if (m_Pages.size() > 1) main::nuboSettings()->setValue(settingsKey(), mp_Choice->currentData());
+  QDialog::accept();
 }
 
 QWidget* ParameterDialog::createChoice() {
@@ -107,9 +132,7 @@ QString ParameterDialog::settingsKey() const { return QStringLiteral("window/set
 
 void ParameterDialog::accept() {
   if (ParameterEditor* bad = chosenPage()->check()) return bad->setFocus();
-  chosenPage()->remember();
-  if (m_Pages.size() > 1) main::nuboSettings()->setValue(settingsKey(), mp_Choice->currentData());
-  QDialog::accept();
+  finishSettings(0);
 }
 
 void ParameterDialog::done(int result) {

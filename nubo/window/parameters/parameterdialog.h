@@ -9,11 +9,13 @@
 QT_BEGIN_NAMESPACE
 class QCheckBox;
 class QComboBox;
+class QVBoxLayout;
 QT_END_NAMESPACE
 
 namespace nubo::window {
 
 class ParameterPage;
+class SettingsFold;
 
 /// Made from the parameter sets of a command, which must outlive it; where there are several, the user chooses one at
 /// the top. Accepts only values that can be used. Application thread.
@@ -52,6 +54,8 @@ class ParameterDialog : public QDialog {
 
  private:
   QWidget* createChoice();
+  void addSettings(QVBoxLayout* layout);
+  void finishSettings(int fold);
   void choose(int index);
   void fitHeight();
   ParameterPage* chosenPage() const;
@@ -61,6 +65,7 @@ class ParameterDialog : public QDialog {
   QComboBox* mp_Choice;
   QCheckBox* mp_AllViews;
   QVector<ParameterPage*> m_Pages;  ///< one for each set, in their order
+  QVector<SettingsFold*> m_Settings;
 };
 
 }  // namespace nubo::window

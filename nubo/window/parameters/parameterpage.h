@@ -36,6 +36,7 @@ class ParameterPage : public QWidget {
   void setPlaceForView(bool wanted);
   /// What the command would take of the active view; nothing while values do not fit.
   main::ParameterSet::Frame frame() const;
+  bool doValuesFit() const;
   /// Tells anew what the command would do.
   void refresh() { showRemarks(); }
 
@@ -55,7 +56,6 @@ class ParameterPage : public QWidget {
   void addLine(QGridLayout* layout, const main::AbstractParameter& parameter);
   QStringList showRemarks();
   void showSummary();
-  bool doValuesFit() const;
   void setSize(QSize size, double dotsPerInch);
   void showRemark(const Line& line, const QString& refusal);
   QStringList refusals() const;
