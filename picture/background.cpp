@@ -1,17 +1,21 @@
 #include "picture/background.h"
 
 #include <QPainter>
+#include <algorithm>
 
 namespace nubo::picture {
 
-QImage laidOver(const QColor& background, const QImage& picture) {
-  QImage result(picture.size(), QImage::Format_RGB32);
-  if (result.isNull()) return picture;
-  result.fill(background);
-  QPainter(&result).drawImage(0, 0, picture);
-  result.setDotsPerMeterX(picture.dotsPerMeterX());
-  result.setDotsPerMeterY(picture.dotsPerMeterY());
-  return result;
+QImage laidOver(const QColor& background, QImage picture) {
+  constexpr int RowsAtOnce = 64;
+  for (int first = 0; first < picture.height(); first += RowsAtOnce) {
+    QImage rows(picture.width(), std::min(RowsAtOnce, picture.height() - first), QImage::Format_RGB32);
+    rows.fill(background);
+    QPainter(&rows).drawImage(0, 0, picture, 0, first);
+    for (int row = 0; row < rows.height(); ++row)
+      std::copy_n(rows.constScanLine(row), rows.bytesPerLine(), picture.scanLine(first + row));
+  }
+  picture.reinterpretAsFormat(QImage::Format_RGB32);
+  return picture;
 }
 
 }  // namespace nubo::picture

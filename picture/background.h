@@ -8,8 +8,8 @@
 
 namespace nubo::picture {
 
-/// The picture, in straight alpha, laid over the background; where there is no memory for that, the picture itself. Any
-/// thread.
-NUBO_PICTURE_EXPORT QImage laidOver(const QColor& background, const QImage& picture);
+/// The picture, in straight alpha of 32 bits, laid over the background: in its own memory, where nobody else has that.
+/// Any thread.
+NUBO_PICTURE_EXPORT QImage laidOver(const QColor& background, QImage picture);
 
 }  // namespace nubo::picture

@@ -297,7 +297,7 @@ void GrabImage::grabToFile(const QString& fileName, int width, int height, const
   const QByteArray localName = fileName.toLocal8Bit();
   QString reason;
   const QColor background = gui::Viewer::getInstance()->getGlobalScene()->getBackgroundColor();
-  if (writePicture(image, background, fileName, reason)) {
+  if (writePicture(std::move(image), background, fileName, reason)) {
     giveFact(QStringLiteral("width"), width);
     giveFact(QStringLiteral("height"), height);
     NUBO_LOG(log::Note, Execute, "Image saved to '%s'", localName.constData());

@@ -16,8 +16,8 @@ namespace nubo::commands::grab {
 [[nodiscard]] bool hasWritableSuffix(const QString& fileName);
 
 /// Writes a picture in the format of the file's suffix, and leaves a file that stood there as it was until all of the
-/// new one has arrived. `reason` says in one line, if anybody knows, why it could not be written. Any thread.
-[[nodiscard]] bool writePicture(const QImage& picture, const QColor& background, const QString& fileName,
-                                QString& reason);
+/// new one has arrived. `reason` says in one line, if anybody knows, why it could not be written. A picture that is
+/// handed over is not copied. Any thread.
+[[nodiscard]] bool writePicture(QImage picture, const QColor& background, const QString& fileName, QString& reason);
 
 }  // namespace nubo::commands::grab

@@ -32,7 +32,7 @@ bool keeps(const QByteArray& format, QSize size) {
 double megabytesFor(const QString& suffix, int width, int height) {
   // Beside its pixels: a tile, its framebuffer and what is read back of it, and a piece of the file. WebP's library
   // makes copies of the whole picture.
-  constexpr double WhileDrawing = 9, WebpBytesPerPixel = 23.7;
+  constexpr double WhileDrawing = 9, WebpBytesPerPixel = 19;
   const double bytes = BytesPerPixel + (suffix == QLatin1String("webp") ? WebpBytesPerPixel : 0);
   return double(width) * height * bytes / Megabyte + WhileDrawing;
 }

@@ -319,6 +319,27 @@ TEST_F(Program, MakesWhatItAnnounced) {
   EXPECT_EQ(settings.allKeys(), QStringList({"lastGrabImageDirectory", "lastGrabVideoDirectory"}));
 }
 
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which take memory of their own
+TEST_F(Program, TakesAsMuchMemoryAsItAnnounced) {
+  write("peak.py",
+        "import resource, subprocess, sys\nsubprocess.check_call(sys.argv[1:])\n"
+        "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss * 1024 / 1e6)\n");
+  const auto peak = [this](const QString& suffix, int width) {
+    const QString line = QStringLiteral("--quiet --samples 0 triangle.obj grabimage --filename a.%1 --width %2");
+    EXPECT_EQ(run("python3 peak.py $nubo " + line.arg(suffix).arg(width)), 0) << m_Errors.toStdString();
+    return m_Output.toDouble();
+  };
+  for (const auto& [suffix, width] :
+       {std::pair("png", 9000), {"jpg", 9000}, {"bmp", 9000}, {"tiff", 9000}, {"webp", 5000}}) {
+    const double grown = peak(suffix, width) - peak(suffix, 64);
+    run(QStringLiteral("$nubo --dry-run triangle.obj grabimage --filename a.%1 --width %2").arg(suffix).arg(width));
+    const double announced = m_Output.section("about ", 1).section(' ', 0, 0).remove(',').toDouble();
+    EXPECT_GT(announced, 100) << m_Output.toStdString();
+    EXPECT_NEAR(grown, announced, 0.15 * announced) << suffix;
+  }
+}
+#endif
+
 TEST_F(Program, RecordsHowARunWent) {
   write("old.png", "old");
   write("model.unknown", "v 0 0 0");
