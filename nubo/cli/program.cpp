@@ -14,6 +14,7 @@
 #include "nubo/cli/filecheck.h"
 #include "nubo/cli/help.h"
 #include "nubo/cli/information.h"
+#include "nubo/cli/interrupt.h"
 #include "nubo/cli/manual.h"
 #include "nubo/cli/scenefile.h"
 #include "nubo/cli/sceneinfo.h"
@@ -234,10 +235,21 @@ void Program::recordCall(const RunSettings& settings) {
       QJsonObject{{"nubo", QCoreApplication::applicationVersion()}, {"qt", qVersion()}, {"openGL", openGLText()}});
 }
 
+void Program::waitForScene() {
+  const Interrupt interrupts;
+  QObject::connect(&interrupts, &Interrupt::interrupted, &interrupts, [this](int signal) {
+    m_Report.error(call() + ": interrupted while the scene was read");
+    // Neither the reading thread nor what else goes on is worth waiting for.
+    std::_Exit(m_Report.finish(m_Line.reportFile, EndedBySignal + signal));
+  });
+  m_Session.waitForScene(m_Line);
+}
+
 QString Program::prepare(const main::Command& command) {
   m_Session.waitForQueuedWork();
   // Storing settings needs no scene.
   if (dynamic_cast<const main::SettingsCommand*>(&command) && m_Line.scenes.isEmpty()) return QString();
+  waitForScene();
   if (const QString error = m_Session.showScene(m_Line, command.isAbortable()); !error.isEmpty()) return error;
   const QStringList failures = m_Report.takeFailures();
   if (command.isEnabled()) {

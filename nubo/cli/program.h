@@ -43,6 +43,8 @@ class Program {
   QString whyCallWrong(main::Command& command);
   QString whyFilesRefused(main::Command& command);
   void recordCall(const RunSettings& settings);
+  /// Whoever ends the program meanwhile finds a report of it.
+  void waitForScene();
   /// Brings the scene in front of the command; "", or why the command cannot run.
   QString prepare(const main::Command& command);
   QString call() const { return callText(m_Line.command, m_Line.arguments); }

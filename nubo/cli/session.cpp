@@ -68,6 +68,15 @@ bool Session::isReadingScene() const {
   return m_Import.valid() && m_Import.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
 }
 
+void Session::waitForScene(const CommandLine& line) {
+  if (!m_Import.valid() || m_Reading != line.scenes) {
+    m_Reading = line.scenes;
+    m_Import = std::async(std::launch::async, readScenes, line.scenes, std::ref(m_Control));
+  }
+  constexpr std::chrono::milliseconds Patience(5);
+  while (m_Import.wait_for(Patience) != std::future_status::ready) QCoreApplication::processEvents();
+}
+
 void Session::waitForQueuedWork() {
   while (processor().isRunning()) {
     QCoreApplication::processEvents();
@@ -86,8 +95,8 @@ void Session::reportWarnings(const QStringList& warnings) {
 
 QString Session::showScene(const CommandLine& line, bool takesTime) {
   const auto& scene = m_Viewer.getGlobalScene();
-  const io::ImportResult result =
-      m_Import.valid() && m_Reading == line.scenes ? m_Import.get() : readScenes(line.scenes, m_Control);
+  waitForScene(line);
+  const io::ImportResult result = m_Import.get();
   if (!result.root) return result.error;
   if (const QString unknown = whyNoVariant(line.variant, result.variants); !unknown.isEmpty()) return unknown;
   reportWarnings(result.warnings);

@@ -25,6 +25,8 @@ class Session {
 
   main::CommandProcessor& processor() { return *m_Overseer.getCommandProcessor(); }
   bool isReadingScene() const;
+  /// Returns when the scenes are read, which is begun now if it was not. Events are handled meanwhile.
+  void waitForScene(const CommandLine& line);
   /// Returns when everything that the modules queued while they were loaded has been done.
   void waitForQueuedWork();
   /// From where the scene can be seen.

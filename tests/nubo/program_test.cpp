@@ -270,6 +270,27 @@ TEST_F(Program, EndsARecordingAndKeepsIt) {
   }
 }
 
+TEST_F(Program, LeavesAReportOfWhatWasInterruptedWhileItRead) {
+  start("$nubo - --report r.json grabimage --filename a.png");  // from an input that says nothing
+  const QString status = QStringLiteral("/proc/%1/status").arg(m_Process.processId());
+  const auto catches = [&status](int signal) {
+    QFile file(status);
+    if (!file.open(QIODevice::ReadOnly)) return false;
+    for (const QByteArray& line : file.readAll().split('\n'))
+      if (line.startsWith("SigCgt:")) return (line.mid(7).trimmed().toULongLong(nullptr, 16) >> (signal - 1) & 1) != 0;
+    return false;
+  };
+  for (int i = 0; i < 3000 && !catches(SIGINT); ++i)
+    ASSERT_FALSE(m_Process.waitForFinished(20)) << m_Process.readAllStandardError().toStdString();
+  kill(pid_t(m_Process.processId()), SIGINT);
+  EXPECT_EQ(wait(), 128 + SIGINT);
+  EXPECT_THAT(m_Errors.toStdString(), testing::EndsWith("interrupted while the scene was read\n"));
+  const QJsonDocument record = recordOf("r.json");
+  EXPECT_EQ(record["exitStatus"].toInt(), 128 + SIGINT);
+  EXPECT_EQ(record["messages"][0]["kind"].toString(), "error");
+  EXPECT_FALSE(QFile::exists(path("a.png")));
+}
+
 TEST_F(Program, MakesWhatItAnnounced) {
   struct Row {
     const char *options, *file, *arguments, *announced;
