@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "module_scene/mesh/contours.h"
+#include "module_scene/mesh/featureedges.h"
 #include "module_scene/mesh/positionitems.h"
 #include "module_scene/mesh/preparation.h"
 #include "module_scene/mesh/sectioncolor.h"
@@ -106,7 +107,7 @@ class PlaneFrame {
   math::Vector3 m_Normal, m_Origin{}, m_Across{}, m_Up{};
 };
 
-/// Faces in the plane between points, of which those of `segments` are the first.
+/// Faces in the plane between the points, and others where outlines cross.
 util::YPointer<Geometry> facesOf(const Contours& contours, const std::vector<float>& points, const Plane& plane) {
   const PlaneFrame frame(plane, points);
   std::vector<std::array<double, 2>> places(points.size() / 3);
@@ -119,6 +120,16 @@ util::YPointer<Geometry> facesOf(const Contours& contours, const std::vector<flo
   for (std::size_t i = 0; i < faces->positions.size(); ++i) faces->normals.push_back(float(frame.normal()[i % 3]));
   faces->indices = std::move(found.triangles);
   return faces;
+}
+
+/// Along the outlines, and not where triangles happen to meet.
+util::YPointer<Geometry> linesOf(const Contours& contours, const std::vector<float>& points) {
+  util::YPointer<Geometry> lines(new Geometry);
+  lines->positions = points;
+  for (const auto& loop : contours.loops)
+    for (std::size_t i = 0; i < loop.size(); ++i)
+      for (const std::uint32_t place : {loop[i], loop[(i + 1) % loop.size()]}) lines->indices.push_back(place);
+  return lines;
 }
 
 }  // namespace
@@ -147,7 +158,9 @@ CrossSection crossSection(const std::vector<util::YPointer<Geometry>>& geometrie
   const util::YPointer<Geometry> faces = facesOf(contours, points, plane);
   faces->material = sectionMaterial(*most, vertices);
   prepare(*faces);
-  if (!faces->indices.empty()) result.faces = faces;
+  if (faces->indices.empty()) return result;
+  setFeatureEdges(*faces, linesOf(contours, points));
+  result.faces = faces;
   return result;
 }
 
