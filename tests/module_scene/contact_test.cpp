@@ -39,11 +39,11 @@ TEST_F(LooksTest, SurfacesThatMeetTakeEachOtherLight) {
   }
 }
 
-// A ledge of points with a gap to the one behind it, which the nearer one's border shades.
-TEST_F(LooksTest, PointsShadeWhatLiesBehindThem) {
-  util::YPointer<Geometry> cloud(new Geometry);
+/// Points of a plane from the left to `right`, of which the left half lies higher.
+GeometryPointer ledge(int right) {
+  GeometryPointer cloud(new Geometry);
   cloud->kind = KindPoints;
-  for (int x = -100; x <= 100; ++x)
+  for (int x = -100; x <= right; ++x)
     for (int y = -100; y <= 100; ++y) {
       const float place[]{float(x) / 100, float(y) / 100, x < 0 ? 0.3f : 0.0f};
       cloud->indices.push_back(std::uint32_t(cloud->vertexCount()));
@@ -51,15 +51,28 @@ TEST_F(LooksTest, PointsShadeWhatLiesBehindThem) {
     }
   cloud->width = 6;
   prepare(*cloud);
+  return cloud;
+}
+
+TEST_F(LooksTest, PointsShadeThePointsBehindThemAndNoSurface) {
   Shot shot;
-  shot.root = element({cloud});
   shot.look = Look::Studio;
   shot.contact = true;
-  const QImage picture = draw(shot);
-  const auto level = [&](const math::Vector3& point) { return qRed(picture.pixel(pixelOf(shot, point))); };
-  const int open = level({0.6, 0, 0});
-  EXPECT_LT(level({0.02, 0, 0}), open - 30) << "below the ledge";
-  EXPECT_NEAR(level({-0.5, 0, 0.3}), open, 2) << "on it";
+  const auto level = [&](const QImage& picture, const math::Vector3& point) {
+    return qRed(picture.pixel(pixelOf(shot, point)));
+  };
+  shot.root = element({ledge(100)});
+  const QImage points = draw(shot);
+  const int open = level(points, {0.6, 0, 0});
+  EXPECT_LT(level(points, {0.02, 0, 0}), open - 30) << "below the ledge";
+  EXPECT_NEAR(level(points, {-0.5, 0, 0.3}), open, 2) << "on it";
+
+  const GeometryPointer floor = MeshBuilder(nullptr).box({-1, -1, -0.1}, {1, 1, 0}).finish();
+  shot.root = element({floor});
+  const QImage bare = draw(shot);
+  shot.root = element({floor, ledge(-1)});
+  const QImage below = draw(shot);
+  for (const double x : {0.04, 0.1, 0.3}) EXPECT_NEAR(level(below, {x, 0, 0}), level(bare, {x, 0, 0}), 1) << x;
 }
 
 TEST_F(LooksTest, ContactIsTheSameInTilesAndAtAnySize) {
