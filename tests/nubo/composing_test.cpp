@@ -61,7 +61,8 @@ TEST_F(Composing, CutsTheSceneOpen) {
   EXPECT_NEAR(right - columns(panel().picture()).first, (1 - slider->value() / 1000.0) * width, width * 0.02);
 
   ASSERT_TRUE(openDialog("grabimage"));
-  enter("filename", host.file("cut.png"));
+  for (const auto& [parameter, value] : {std::pair("filename", host.file("cut.png")), {"width", "800"}})
+    enter(parameter, value);
   ASSERT_TRUE(start());
   ASSERT_TRUE(waitForEnd());
   const auto taken = columns(QImage(host.file("cut.png")));
