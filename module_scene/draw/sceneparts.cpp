@@ -1,9 +1,11 @@
 #include "module_scene/draw/sceneparts.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <numeric>
 
+#include "module_scene/draw/culler.h"
 #include "module_scene/draw/sectionfaces.h"
 
 namespace nubo::scene {
@@ -54,11 +56,29 @@ void SceneParts::cut() {
       cuts.push_back({part.element, part.place});
   }
   const std::vector<CrossSection> found = SectionFaces::of(*section())->find(cuts, *section(), m_Subject.changes);
+  double largest = 0;
+  const std::size_t first = m_Found.size();
+  std::vector<double> areas;
   for (std::size_t i = 0; i < cuts.size(); ++i) {
     if (found[i].open) m_Open.push_back(cuts[i].element);
-    if (!found[i].faces) continue;
-    m_Own.push_back(found[i].faces);
-    m_Found.push_back({found[i].faces.get(), cuts[i].element, LayerModel, cuts[i].place, true});
+    for (const SectionFace& face : found[i].faces) {
+      m_Own.push_back(face.faces);
+      m_Found.push_back({face.faces.get(), cuts[i].element, LayerModel, cuts[i].place, true});
+      areas.push_back(face.area * std::pow(std::abs(determinant(cuts[i].place)), 2.0 / 3));
+      largest = std::max(largest, areas.back());
+    }
+  }
+  // What lies in a body is smaller than that, and its face is to be seen before the body's.
+  constexpr double Most = 1e-4;  // of the scene's size
+  BoundingBox box;
+  for (const ScenePart& part : m_Found) box.add(part.geometry->box.transformed(part.place));
+  const math::Vector3& normal = section()->plane().normal;
+  const double size = std::hypot(box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]) / 2;
+  const double most = Most * size / std::hypot(normal[0], normal[1], normal[2]);
+  for (std::size_t i = 0; i < areas.size(); ++i) {
+    const double way = most * (1 - std::sqrt(areas[i] / largest));
+    math::Matrix4& place = m_Found[first + i].place;
+    place = math::translation(way * normal[0], way * normal[1], way * normal[2]) * place;
   }
 }
 

@@ -107,26 +107,79 @@ class PlaneFrame {
   math::Vector3 m_Normal, m_Origin{}, m_Across{}, m_Up{};
 };
 
-/// Faces in the plane between the points, and others where outlines cross.
-util::YPointer<Geometry> facesOf(const Contours& contours, const std::vector<float>& points, const Plane& plane) {
-  const PlaneFrame frame(plane, points);
+/// What is cut of some geometries.
+struct Outline {
+  std::vector<float> points;  ///< x y z each
+  Contours contours;          ///< of these points
+  const Geometry* most = nullptr;
+  std::vector<std::uint32_t> vertices;  ///< of that one, of which most comes
+
+  bool isClosed() const { return contours.oriented && !contours.open; }
+};
+
+Outline outlineOf(const std::vector<const Geometry*>& geometries, const Plane& plane) {
+  Outline result;
+  for (const Geometry* geometry : geometries) {
+    Cutter cutter(plane);
+    cutter.cut(*geometry);
+    result.points.insert(result.points.end(), cutter.points.begin(), cutter.points.end());
+    if (cutter.vertices.size() <= result.vertices.size()) continue;
+    result.vertices = std::move(cutter.vertices);
+    result.most = geometry;
+  }
+  const auto ends = std::uint32_t(result.points.size() / 3);
+  const std::vector<std::uint32_t> places = findRepresentatives(ends, PositionItems(result.points));
+  std::vector<Segment> segments;
+  for (std::uint32_t end = 0; end < ends; end += 2) segments.push_back({places[end], places[end + 1]});
+  result.contours = contoursOf(ends, segments);
+  return result;
+}
+
+std::vector<std::array<double, 2>> projected(const std::vector<float>& points, const PlaneFrame& frame) {
   std::vector<std::array<double, 2>> places(points.size() / 3);
   for (std::size_t i = 0; i < places.size(); ++i) places[i] = frame.project(&points[3 * i]);
-  Tessellation found = tessellate(places, contours.loops, !contours.oriented);
-  util::YPointer<Geometry> faces(new Geometry);
-  faces->positions = points;
+  return places;
+}
+
+double signedArea(const std::vector<std::array<double, 2>>& places, const std::vector<std::uint32_t>& loop) {
+  double twice = 0;
+  for (std::size_t i = 0; i < loop.size(); ++i) {
+    const auto &a = places[loop[i]], &b = places[loop[(i + 1) % loop.size()]];
+    twice += a[0] * b[1] - a[1] * b[0];
+  }
+  return twice / 2;
+}
+
+/// Below 0: of what looks inwards, as the walls of a room in a body do.
+double signedArea(const Outline& outline, const Plane& plane) {
+  const std::vector<std::array<double, 2>> places = projected(outline.points, PlaneFrame(plane, outline.points));
+  double area = 0;
+  for (const auto& loop : outline.contours.loops) area += signedArea(places, loop);
+  return area;
+}
+
+/// Faces in the plane between the points, and others where outlines cross.
+SectionFace faceOf(const Outline& outline, const Plane& plane) {
+  const PlaneFrame frame(plane, outline.points);
+  const std::vector<std::array<double, 2>> places = projected(outline.points, frame);
+  Tessellation found = tessellate(places, outline.contours.loops, !outline.contours.oriented);
+  SectionFace result{new Geometry, 0};
+  Geometry& faces = *result.faces;
+  faces.positions = outline.points;
   for (std::size_t i = places.size(); i < found.points.size(); ++i)
-    for (const double value : frame.place(found.points[i])) faces->positions.push_back(float(value));
-  for (std::size_t i = 0; i < faces->positions.size(); ++i) faces->normals.push_back(float(frame.normal()[i % 3]));
-  faces->indices = std::move(found.triangles);
-  return faces;
+    for (const double value : frame.place(found.points[i])) faces.positions.push_back(float(value));
+  for (std::size_t i = 0; i < faces.positions.size(); ++i) faces.normals.push_back(float(frame.normal()[i % 3]));
+  for (std::size_t i = 0; i < found.triangles.size(); i += 3)
+    result.area += signedArea(found.points, {found.triangles[i], found.triangles[i + 1], found.triangles[i + 2]});
+  faces.indices = std::move(found.triangles);
+  return result;
 }
 
 /// Along the outlines, and not where triangles happen to meet.
-util::YPointer<Geometry> linesOf(const Contours& contours, const std::vector<float>& points) {
+util::YPointer<Geometry> linesOf(const Outline& outline) {
   util::YPointer<Geometry> lines(new Geometry);
-  lines->positions = points;
-  for (const auto& loop : contours.loops)
+  lines->positions = outline.points;
+  for (const auto& loop : outline.contours.loops)
     for (std::size_t i = 0; i < loop.size(); ++i)
       for (const std::uint32_t place : {loop[i], loop[(i + 1) % loop.size()]}) lines->indices.push_back(place);
   return lines;
@@ -135,32 +188,35 @@ util::YPointer<Geometry> linesOf(const Contours& contours, const std::vector<flo
 }  // namespace
 
 CrossSection crossSection(const std::vector<util::YPointer<Geometry>>& geometries, const Plane& plane) {
-  std::vector<float> points;
-  const Geometry* most = nullptr;
-  std::vector<std::uint32_t> vertices;  // of that one
+  std::vector<Outline> outlines;
+  std::vector<const Geometry*> all, others;
   for (const auto& geometry : geometries) {
     if (geometry->kind != KindFaces) continue;
-    Cutter cutter(plane);
-    cutter.cut(*geometry);
-    points.insert(points.end(), cutter.points.begin(), cutter.points.end());
-    if (cutter.vertices.size() <= vertices.size()) continue;
-    vertices = std::move(cutter.vertices);
-    most = geometry.get();
+    Outline outline = outlineOf({geometry.get()}, plane);
+    if (!outline.most) continue;
+    all.push_back(geometry.get());
+    if (outline.isClosed())
+      outlines.push_back(std::move(outline));
+    else
+      others.push_back(geometry.get());
   }
-  if (!most) return {};
-  const auto ends = std::uint32_t(points.size() / 3);
-  const std::vector<std::uint32_t> places = findRepresentatives(ends, PositionItems(points));
-  std::vector<Segment> segments;
-  for (std::uint32_t end = 0; end < ends; end += 2) segments.push_back({places[end], places[end + 1]});
-  const Contours contours = contoursOf(ends, segments);
-  CrossSection result{nullptr, contours.open};
-  if (contours.loops.empty()) return result;
-  const util::YPointer<Geometry> faces = facesOf(contours, points, plane);
-  faces->material = sectionMaterial(*most, vertices);
-  prepare(*faces);
-  if (faces->indices.empty()) return result;
-  setFeatureEdges(*faces, linesOf(contours, points));
-  result.faces = faces;
+  const auto looksInwards = [&](const Outline& outline) { return signedArea(outline, plane) < 0; };
+  if (all.size() > 1 && std::any_of(outlines.begin(), outlines.end(), looksInwards)) {
+    outlines.clear();
+    others = all;
+  }
+  if (!others.empty()) outlines.push_back(outlineOf(others, plane));
+  CrossSection result;
+  for (const Outline& outline : outlines) {
+    result.open = result.open || outline.contours.open;
+    if (outline.contours.loops.empty()) continue;
+    const SectionFace face = faceOf(outline, plane);
+    face.faces->material = sectionMaterial(*outline.most, outline.vertices);
+    prepare(*face.faces);
+    if (face.faces->indices.empty()) continue;
+    setFeatureEdges(*face.faces, linesOf(outline));
+    result.faces.push_back(face);
+  }
   return result;
 }
 

@@ -8,14 +8,21 @@
 
 namespace nubo::scene {
 
-struct CrossSection {
-  util::YPointer<Geometry> faces;  ///< in the plane, looking to where its normal points; null: none
-  bool open = false;               ///< the surface has a border where it is cut, and is not closed there
+/// What a plane cuts of one body, or of several that are one geometry.
+struct SectionFace {
+  util::YPointer<Geometry> faces;  ///< in the plane, looking to where its normal points
+  double area = 0;
 };
 
-/// Of prepared geometries of one space, which together may be a body's surface: of those that are faces. What their
-/// outlines enclose has the colour of the geometry that most of them come from, as far as there is one: textures and
-/// vertices' colours give their mean. Finds only what lies in clusters that the plane meets. Any thread.
+struct CrossSection {
+  std::vector<SectionFace> faces;
+  bool open = false;  ///< the surface has a border where it is cut, and is not closed there
+};
+
+/// Of prepared geometries of one space, of those that are faces: each that is closed by itself, and the others
+/// together, since they may be a body's surface. What is enclosed has the colour of the geometry that most of its
+/// outlines come from: textures and vertices' colours give their mean. Finds only what lies in clusters that the plane
+/// meets. Any thread.
 NUBO_MODULE_SCENE_EXPORT CrossSection crossSection(const std::vector<util::YPointer<Geometry>>& geometries,
                                                    const Plane& plane);
 

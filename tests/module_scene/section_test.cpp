@@ -76,6 +76,8 @@ TEST(CrossSection, ClosesWhatEnclosesARoom) {
                          {"a ball through its vertices", {ball}, 0, discArea(1, 96), false},
                          {"a room within a body", {both(*cube, *cavity)}, 0.25, 3, false},
                          {"bodies that overlap", {both(*cube, *shifted)}, 0.25, 6, false},
+                         {"a room that is a part of its own", {cube, cavity}, 0.25, 3, false},
+                         {"a body in another", {cube, within}, 0.25, 5, false},
                          {"parts of a surface", {faces(*cube, 0, 5), faces(*cube, 5, count)}, 0.25, 4, false},
                          {"faces of any direction", {faces(*cube, 0, count, 2)}, 0.25, 4, false},
                          {"a surface with a hole", {faces(*cube, 0, count - 2)}, 0.25, 0, true},
@@ -86,7 +88,12 @@ TEST(CrossSection, ClosesWhatEnclosesARoom) {
     const CrossSection found = crossSection(row.geometries, {{0, 0, 1}, row.height});
     EXPECT_EQ(found.open, row.open);
     const double expected = row.area < 0 ? discArea(1, 96) : row.area;
-    EXPECT_NEAR(found.faces ? areaOf(*found.faces) : 0, expected, 1e-5);
+    double area = 0;
+    for (const SectionFace& face : found.faces) {
+      area += areaOf(*face.faces);
+      EXPECT_NEAR(areaOf(*face.faces), face.area, 1e-5);
+    }
+    EXPECT_NEAR(area, expected, 1e-5);
   }
 }
 
@@ -134,6 +141,17 @@ TEST_F(LooksTest, ASectionShowsTheInsideInTheColourOfTheBody) {
       shot.look = look;
       EXPECT_NEAR(count(draw(shot), row.color), side * side, 2 * side);
     }
+}
+
+TEST_F(LooksTest, WhatLiesInABodyIsSeenInItsCut) {
+  Shot shot = cutShot();
+  const int alone = count(draw(shot), Qt::red);
+  const Element all = element({box(0.8, unlit(Qt::blue)), box(0.5, unlit(Qt::red))}), apart = element({});
+  for (const auto& geometry : all->getGeometries()) apart->addChild(element({geometry}));
+  for (const Element& root : {all, apart}) {
+    shot.root = root;
+    EXPECT_EQ(count(draw(shot), Qt::red), alone);
+  }
 }
 
 TEST_F(LooksTest, WhatLiesBeyondASectionHidesNothing) {
