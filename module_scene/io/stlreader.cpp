@@ -12,6 +12,19 @@ namespace {
 
 constexpr std::size_t HeaderSize = 84, TriangleSize = 50, CornersOffset = 12, CornerSize = 12, ColorOffset = 48;
 
+using Place = std::array<float, 3>;
+
+std::uint32_t hashOf(const Place& place) {
+  std::uint32_t words[3];
+  std::memcpy(words, &place, sizeof words);
+  scene::WordHash hash;
+  for (const std::uint32_t word : words) hash.add(word);
+  return hash.value();
+}
+
+/// Bit by bit, as they are hashed.
+bool isSame(const void* a, const void* b) { return std::memcmp(a, b, sizeof(Place)) == 0; }
+
 /// The corners of some triangles, for findRepresentatives.
 class StlCorners {
  public:
@@ -20,27 +33,78 @@ class StlCorners {
     return mp_Triangles + std::size_t(corner / 3) * TriangleSize + CornersOffset + corner % 3 * CornerSize;
   }
   /// A negative zero is the same place as a positive one, and becomes it.
-  std::array<float, 3> position(std::uint32_t corner) const {
-    std::array<float, 3> p;
+  Place position(std::uint32_t corner) const {
+    Place p;
     qFromLittleEndian<float>(address(corner), 3, p.data());
     for (float& value : p) value += 0.0f;
     return p;
   }
   bool equal(std::uint32_t a, std::uint32_t b) const {
-    const auto p = position(a), q = position(b);
-    return std::memcmp(&p, &q, sizeof p) == 0;  // NOLINT: bit by bit, as they are hashed
+    const Place p = position(a), q = position(b);
+    return isSame(&p, &q);
   }
-  std::uint32_t hash(std::uint32_t corner) const {
-    const auto p = position(corner);
-    std::uint32_t words[3];
-    std::memcpy(words, &p, sizeof words);
-    scene::WordHash hash;
-    for (const std::uint32_t word : words) hash.add(word);
-    return hash.value();
-  }
+  std::uint32_t hash(std::uint32_t corner) const { return hashOf(position(corner)); }
 
  private:
   const char* mp_Triangles;
+};
+
+/// The vertices so far, by their places: each is there once, however far from each other its triangles stand in the
+/// file. What was left to be joined after reading would decide how much memory a file takes at the most.
+class Vertices {
+ public:
+  /// Appends to `positions`, which must outlive this.
+  explicit Vertices(std::vector<float>& positions) : m_Positions(positions) {}
+
+  /// Sets numbers[corner] to the vertex of each of these corners, of which no two have the same place.
+  void add(const StlCorners& corners, const std::vector<std::uint32_t>& different,
+           std::vector<std::uint32_t>& numbers) {
+    makeRoom(m_Positions.size() / 3 + different.size());
+    // Nearly every access misses the caches, so a batch of them is under way at a time.
+    constexpr std::size_t Batch = 16;
+    std::array<std::size_t, Batch> places;
+    for (std::size_t first = 0; first < different.size(); first += Batch) {
+      const std::size_t n = std::min(Batch, different.size() - first);
+      for (std::size_t k = 0; k < n; ++k) {
+        places[k] = corners.hash(different[first + k]) & (m_Slots.size() - 1);
+        __builtin_prefetch(&m_Slots[places[k]], 1);
+      }
+      for (std::size_t k = 0; k < n; ++k)
+        if (const std::uint32_t found = m_Slots[places[k]]; found != Free)
+          __builtin_prefetch(&m_Positions[std::size_t(found) * 3]);
+      for (std::size_t k = 0; k < n; ++k)
+        numbers[different[first + k]] = numberOf(corners.position(different[first + k]), places[k]);
+    }
+  }
+
+ private:
+  static constexpr std::uint32_t Free = 0xFFFFFFFFu;
+
+  std::uint32_t numberOf(const Place& place, std::size_t slot) {
+    for (; m_Slots[slot] != Free; slot = next(slot))
+      if (isSame(&m_Positions[std::size_t(m_Slots[slot]) * 3], &place)) return m_Slots[slot];
+    m_Slots[slot] = std::uint32_t(m_Positions.size() / 3);
+    m_Positions.insert(m_Positions.end(), place.begin(), place.end());
+    return m_Slots[slot];
+  }
+  std::size_t next(std::size_t slot) const { return (slot + 1) & (m_Slots.size() - 1); }
+  void makeRoom(std::size_t vertices) {
+    std::size_t size = std::max<std::size_t>(m_Slots.size(), 64);
+    while (size < vertices + vertices / 3) size *= 2;
+    if (size == m_Slots.size()) return;
+    m_Slots = {};
+    m_Slots.assign(size, Free);
+    for (std::size_t v = 0; v < m_Positions.size() / 3; ++v) {
+      Place place;
+      std::copy_n(&m_Positions[v * 3], 3, place.begin());
+      std::size_t slot = hashOf(place) & (size - 1);
+      while (m_Slots[slot] != Free) slot = next(slot);
+      m_Slots[slot] = std::uint32_t(v);
+    }
+  }
+
+  std::vector<float>& m_Positions;
+  std::vector<std::uint32_t> m_Slots;  ///< numbers of vertices, behind where their hashes point
 };
 
 std::uint64_t announcedTriangles(const char* header) { return qFromLittleEndian<quint32>(header + 80); }
@@ -72,19 +136,13 @@ bool hasColors(const char* triangles, std::size_t count) {
   return false;
 }
 
-void append(scene::Geometry& geometry, const StlCorners& corners, std::size_t count) {
-  // A vertex takes its number where its corner stands for itself, which may be behind others that name it.
-  constexpr std::uint32_t None = 0xFFFFFFFFu;
+void append(scene::Geometry& geometry, Vertices& vertices, const StlCorners& corners, std::size_t count) {
   const std::vector<std::uint32_t> representatives = scene::findRepresentatives(count, corners);
-  std::vector<std::uint32_t> numbers(count, None);
-  for (const std::uint32_t corner : representatives) {
-    if (numbers[corner] == None) {
-      numbers[corner] = std::uint32_t(geometry.vertexCount());
-      const auto position = corners.position(corner);
-      geometry.positions.insert(geometry.positions.end(), position.begin(), position.end());
-    }
-    geometry.indices.push_back(numbers[corner]);
-  }
+  std::vector<std::uint32_t> different, numbers(count);
+  for (std::uint32_t corner = 0; corner < count; ++corner)
+    if (representatives[corner] == corner) different.push_back(corner);
+  vertices.add(corners, different, numbers);
+  for (const std::uint32_t corner : representatives) geometry.indices.push_back(numbers[corner]);
 }
 
 }  // namespace
@@ -101,13 +159,13 @@ util::YPointer<scene::Geometry> readBinaryStl(const QString& fileName, ImportCon
   if (triangles * 3 >= 0x7FFFFFFF) throw ImportError(ImportError::tr("it has too many triangles"));
   util::YPointer<scene::Geometry> geometry(new scene::Geometry);
   geometry->indices.reserve(std::size_t(triangles) * 3);
-  // Neighbours mostly stand close to each other in the file, so that little is left to be joined later.
+  Vertices vertices(geometry->positions);
   constexpr std::uint64_t AtOnce = 1 << 18;
   for (std::uint64_t first = 0; first < triangles; first += AtOnce) {
     const auto some = std::size_t(std::min(AtOnce, triangles - first));
     const char* bytes = file.take(some * TriangleSize);
     if (hasColors(bytes, some)) return nullptr;
-    append(*geometry, StlCorners(bytes), some * 3);
+    append(*geometry, vertices, StlCorners(bytes), some * 3);
   }
   return geometry;
 }

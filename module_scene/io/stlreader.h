@@ -11,10 +11,9 @@ namespace nubo::io {
 /// Whether a file of that size with these first bytes (512, or all) is exactly as long as a binary STL would be.
 bool hasSizeOfBinaryStl(const QByteArray& firstBytes, qint64 size);
 
-/// The triangles, corners of the same place mostly joined already, not yet prepared. The normals in the file are
+/// The triangles, corners of the same place joined already, not yet prepared. The normals in the file are
 /// ignored: they are those of flat faces, at best. Null for files that another reader must read: text, and triangles
-/// with colours. Throws ImportError, also
-/// where `control` ends it.
+/// with colours. Throws ImportError, also where `control` ends it.
 util::YPointer<scene::Geometry> readBinaryStl(const QString& fileName, ImportControl& control);
 
 }  // namespace nubo::io

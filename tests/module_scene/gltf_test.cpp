@@ -2,7 +2,10 @@
 // it.
 #include <gtest/gtest.h>
 
+#include <QBuffer>
 #include <QFileInfo>
+#include <QTemporaryDir>
+#include <QtEndian>
 
 #include "module_scene/io/importer.h"
 
@@ -72,6 +75,62 @@ TEST(Gltf, WhatCannotBeReadIsALine) {
                                     {"circle.gltf", "two parents"}}) {
     const QString error = importFile(model(file)).error;
     EXPECT_TRUE(error.contains(cause)) << file << ": " << error.toStdString();
+  }
+}
+
+/// A binary file of one triangle with a picture of one red pixel, all of which lies in the file.
+QByteArray binaryTriangle() {
+  QByteArray content, picture;
+  QBuffer buffer(&picture);
+  QImage pixel(1, 1, QImage::Format_RGB32);
+  pixel.fill(Qt::red);
+  pixel.save(&buffer, "PNG");
+  for (const float value : {0.0f, 0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 0.0f, 2.0f, 0.0f, 0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 1.0f})
+    content.append(reinterpret_cast<const char*>(&value), sizeof value);
+  content += picture + QByteArray((4 - picture.size() % 4) % 4, 0);
+  QByteArray json =
+      R"({"asset":{"version":"2.0"},"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],"buffers":[{"byteLength":)" +
+      QByteArray::number(content.size()) + R"(}],"bufferViews":[{"buffer":0,"byteLength":36},
+      {"buffer":0,"byteOffset":36,"byteLength":24},{"buffer":0,"byteOffset":60,"byteLength":)" +
+      QByteArray::number(picture.size()) + R"(}],"accessors":[{"bufferView":0,"componentType":5126,"count":3,
+      "type":"VEC3"},{"bufferView":1,"componentType":5126,"count":3,"type":"VEC2"}],"images":[{"bufferView":2,
+      "mimeType":"image/png"}],"textures":[{"source":0}],"materials":[{"pbrMetallicRoughness":{"baseColorTexture":
+      {"index":0}}}],"meshes":[{"primitives":[{"attributes":{"POSITION":0,"TEXCOORD_0":1},"material":0}]}]})";
+  json += QByteArray((4 - json.size() % 4) % 4, ' ');
+  const auto word = [](int value) {
+    const auto bytes = qToLittleEndian(quint32(value));
+    return QByteArray(reinterpret_cast<const char*>(&bytes), 4);
+  };
+  return "glTF" + word(2) + word(28 + json.size() + content.size()) + word(json.size()) + "JSON" + json +
+         word(content.size()) + QByteArray("BIN\0", 4) + content;
+}
+
+TEST(Gltf, BinaryFilesAreReadWholeOrRefused) {
+  const QTemporaryDir folder;
+  const auto read = [&](const QByteArray& bytes) {
+    QFile file(folder.filePath("triangle.glb"));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+    file.close();
+    return importFile(file.fileName());
+  };
+  const QByteArray sound = binaryTriangle();
+  const ImportResult result = read(sound);
+  ASSERT_TRUE(result.root) << result.error.toStdString();
+  EXPECT_EQ(result.warnings, QStringList());
+  EXPECT_EQ(result.root->getBoundingBox().max, (math::Vector3{1, 0, 2}));
+  std::vector<const Geometry*> geometries;
+  collect(*result.root, geometries);
+  const auto& texture = geometries.at(0)->material->physical->baseColorTexture.texture;
+  ASSERT_TRUE(texture);
+  EXPECT_EQ(texture->getImage().pixelColor(0, 0), QColor(Qt::red));
+  QByteArray other = sound;
+  for (const auto& [name, bytes, cause] :
+       {std::tuple("cut in its content", sound.left(sound.size() - 8), "truncated"),
+        {"cut in its text", sound.left(100), "truncated"},
+        {"without content", sound.left(28 + int(sound.indexOf("BIN") - 32)), "fewer bytes"},
+        {"another version", other.replace(4, 1, "\3"), "version"}}) {
+    const QString error = read(bytes).error;
+    EXPECT_TRUE(error.contains(cause)) << name << ": " << error.toStdString();
   }
 }
 

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "plugins/readers/gltf/mending.h"
+
 namespace nubo::reader {
 namespace {
 
@@ -32,6 +34,13 @@ double number(const unsigned char* bytes, double greatest) {
 double numberOf(const tinygltf::Value& value, const char* key) {
   const tinygltf::Value& member = value.Get(key);
   return member.IsNumber() ? member.GetNumberAsDouble() : -1;
+}
+
+/// How meshopt has packed a view; null: it has not.
+const tinygltf::Value* packingOf(const tinygltf::BufferView& view) {
+  for (const char* name : {"EXT_meshopt_compression", "KHR_meshopt_compression"})
+    if (const auto found = view.extensions.find(name); found != view.extensions.end()) return &found->second;
+  return nullptr;
 }
 
 }  // namespace
@@ -64,37 +73,57 @@ int Accessors::components(int accessor) const {
   return count;
 }
 
-Accessors::Bytes Accessors::view(int bufferView) {
+bool Accessors::isInContainer(int buffer) const {
+  return buffer == 0 && m_Container.isBinary() && elementOf(m_Source.buffers, buffer).uri == NoContent;
+}
+
+std::size_t Accessors::sizeOfBuffer(int buffer) const {
+  return isInContainer(buffer) ? m_Container.contentSize() : elementOf(m_Source.buffers, buffer).data.size();
+}
+
+Accessors::Bytes Accessors::buffer(int number, std::size_t offset, std::size_t size) {
+  const std::size_t all = sizeOfBuffer(number);
+  if (offset > all || size > all - offset) throwDamaged();
+  if (!isInContainer(number)) return {elementOf(m_Source.buffers, number).data.data() + offset, size};
+  const auto owner = std::make_shared<const std::vector<unsigned char>>(m_Container.content(offset, size));
+  return {owner->data(), size, owner};
+}
+
+std::size_t Accessors::sizeOf(int bufferView) {
   const tinygltf::BufferView& source = elementOf(m_Source.bufferViews, bufferView);
-  for (const char* packing : {"EXT_meshopt_compression", "KHR_meshopt_compression"})
-    if (const auto found = source.extensions.find(packing); found != source.extensions.end())
-      return unpacked(bufferView, found->second);
-  const auto& bytes = elementOf(m_Source.buffers, source.buffer).data;
-  if (source.byteOffset > bytes.size() || source.byteLength > bytes.size() - source.byteOffset) throwDamaged();
-  return {bytes.data() + source.byteOffset, source.byteLength};
+  if (const tinygltf::Value* packing = packingOf(source)) return unpacked(bufferView, *packing).size;
+  return source.byteLength;
+}
+
+Accessors::Bytes Accessors::view(int bufferView, std::size_t offset, std::size_t size) {
+  const tinygltf::BufferView& source = elementOf(m_Source.bufferViews, bufferView);
+  if (const tinygltf::Value* packing = packingOf(source)) return {unpacked(bufferView, *packing).data + offset, size};
+  const std::size_t all = sizeOfBuffer(source.buffer);
+  if (source.byteOffset > all || source.byteLength > all - source.byteOffset) throwDamaged();
+  return buffer(source.buffer, source.byteOffset + offset, size);
 }
 
 Accessors::Bytes Accessors::unpacked(int bufferView, const tinygltf::Value& packing) {
   std::vector<unsigned char>& result = m_Unpacked[bufferView];
   if (!result.empty()) return {result.data(), result.size()};
-  const auto& bytes = elementOf(m_Source.buffers, int(numberOf(packing, "buffer"))).data;
+  const auto from = int(numberOf(packing, "buffer"));
   const double offset = std::max(0.0, numberOf(packing, "byteOffset")), length = numberOf(packing, "byteLength");
   const double count = numberOf(packing, "count"), stride = numberOf(packing, "byteStride");
   constexpr double Most = 4e9, WidestStride = 256;
   if (!(count > 0 && count < Most && stride > 0 && stride <= WidestStride && length > 0 &&
-        offset + length <= double(bytes.size())))
+        offset + length <= double(sizeOfBuffer(from))))
     throwDamaged();
   const auto values = std::size_t(count), each = std::size_t(stride);
-  const unsigned char* from = bytes.data() + std::size_t(offset);
   const std::string mode = packing.Get("mode").IsString() ? packing.Get("mode").Get<std::string>() : "";
   const bool isIndex = mode != "ATTRIBUTES";
   if ((isIndex && each != 2 && each != 4) || (!isIndex && each % 4 != 0) || (mode == "TRIANGLES" && values % 3 != 0))
     throwDamaged();
+  const Bytes packed = buffer(from, std::size_t(offset), std::size_t(length));
   result.resize(values * each);
   int error = 1;
-  if (mode == "ATTRIBUTES") error = meshopt_decodeVertexBuffer(result.data(), values, each, from, std::size_t(length));
-  if (mode == "TRIANGLES") error = meshopt_decodeIndexBuffer(result.data(), values, each, from, std::size_t(length));
-  if (mode == "INDICES") error = meshopt_decodeIndexSequence(result.data(), values, each, from, std::size_t(length));
+  if (mode == "ATTRIBUTES") error = meshopt_decodeVertexBuffer(result.data(), values, each, packed.data, packed.size);
+  if (mode == "TRIANGLES") error = meshopt_decodeIndexBuffer(result.data(), values, each, packed.data, packed.size);
+  if (mode == "INDICES") error = meshopt_decodeIndexSequence(result.data(), values, each, packed.data, packed.size);
   if (error != 0) throwDamaged();
   const std::string filter = packing.Get("filter").IsString() ? packing.Get("filter").Get<std::string>() : "";
   if (filter == "OCTAHEDRAL" && (each == 4 || each == 8)) meshopt_decodeFilterOct(result.data(), values, each);
@@ -110,11 +139,15 @@ void Accessors::visit(int number, const Put& put) {
   const tinygltf::Accessor& accessor = elementOf(m_Source.accessors, number);
   const std::size_t each = sizeOfComponent(accessor.componentType) * std::size_t(components(number));
   if (accessor.bufferView >= 0) {
-    const Bytes bytes = view(accessor.bufferView);
+    constexpr std::size_t AtOnce = 1 << 16;
     const std::size_t stated = m_Source.bufferViews[std::size_t(accessor.bufferView)].byteStride;
     const std::size_t stride = stated > 0 ? stated : each;
-    if (!fits(bytes.size, accessor.byteOffset, accessor.count, stride, each)) throwDamaged();
-    for (std::size_t i = 0; i < accessor.count; ++i) put(i, bytes.data + accessor.byteOffset + i * stride);
+    if (!fits(sizeOf(accessor.bufferView), accessor.byteOffset, accessor.count, stride, each)) throwDamaged();
+    for (std::size_t first = 0; first < accessor.count; first += AtOnce) {
+      const std::size_t some = std::min(AtOnce, accessor.count - first);
+      const Bytes bytes = view(accessor.bufferView, accessor.byteOffset + first * stride, (some - 1) * stride + each);
+      for (std::size_t i = 0; i < some; ++i) put(first + i, bytes.data + i * stride);
+    }
   }
   if (!accessor.sparse.isSparse || accessor.sparse.count <= 0) return;
   const auto& sparse = accessor.sparse;

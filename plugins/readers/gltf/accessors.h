@@ -4,8 +4,9 @@
 #include <tiny_gltf.h>
 
 #include <map>
+#include <memory>
 
-#include "module_scene/io/reader/reader.h"
+#include "plugins/readers/gltf/container.h"
 
 namespace nubo::reader {
 
@@ -21,8 +22,9 @@ const T& elementOf(const std::vector<T>& list, int index) {
 /// Refusal for what is not there.
 class Accessors {
  public:
-  /// Both must outlive this.
-  Accessors(const tinygltf::Model& source, Output& output) : m_Source(source), m_Output(output) {}
+  /// All must outlive this. The first buffer of a binary file has its bytes in `container`.
+  Accessors(const tinygltf::Model& source, Container& container, Output& output)
+      : m_Source(source), m_Container(container), m_Output(output) {}
 
   std::size_t count(int accessor) const { return elementOf(m_Source.accessors, accessor).count; }
   /// How many numbers each value has.
@@ -31,19 +33,26 @@ class Accessors {
   Array<float> floats(int accessor, int each, float missing = 0);
   /// Whole numbers, one of each value.
   Array<std::uint32_t> integers(int accessor);
-  /// The bytes of a view.
   struct Bytes {
-    const unsigned char* data;
-    std::size_t size;
+    const unsigned char* data = nullptr;
+    std::size_t size = 0;
+    std::shared_ptr<const std::vector<unsigned char>> owner = nullptr;  ///< null: they stay as long as this
   };
-  Bytes view(int bufferView);
+  /// The bytes of a view.
+  Bytes view(int bufferView) { return view(bufferView, 0, sizeOf(bufferView)); }
 
  private:
+  std::size_t sizeOf(int bufferView);
+  Bytes view(int bufferView, std::size_t offset, std::size_t size);
+  bool isInContainer(int buffer) const;
+  std::size_t sizeOfBuffer(int buffer) const;
+  Bytes buffer(int number, std::size_t offset, std::size_t size);
   Bytes unpacked(int bufferView, const tinygltf::Value& packing);
   template <class Put>
   void visit(int accessor, const Put& put);
 
   const tinygltf::Model& m_Source;
+  Container& m_Container;
   Output& m_Output;
   std::map<int, std::vector<unsigned char>> m_Unpacked;  ///< by view
 };

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "plugins/readers/gltf/mending.h"
+
 namespace nubo::reader {
 namespace {
 
@@ -22,8 +24,15 @@ const tinygltf::Value* extensionOf(const tinygltf::ExtensionMap& extensions, con
   return found == extensions.end() ? nullptr : &found->second;
 }
 
-Image imageOf(const tinygltf::Image& source, Output& output) {
+Image imageOf(const tinygltf::Image& source, Accessors& accessors, Output& output) {
   Image image;
+  if (const double view = numberOf(source.extras, NoContent, None); view != None) {
+    const Accessors::Bytes bytes = accessors.view(int(view));
+    image.name = source.name;
+    image.encoded = output.array<std::uint8_t>(bytes.size);
+    std::copy_n(bytes.data, bytes.size, image.encoded.begin());
+    return image;
+  }
   image.name = source.name.empty() ? source.uri : source.name;
   image.encoded = output.array(source.image);
   image.file = source.uri;
@@ -108,8 +117,8 @@ float displayValue(double linear) {
   return float(value <= 0.0031308 ? value * 12.92 : 1.055 * std::pow(value, 1 / 2.4) - 0.055);
 }
 
-void convertMaterials(const tinygltf::Model& source, Output& output) {
-  for (const tinygltf::Image& image : source.images) output.model.images.push_back(imageOf(image, output));
+void convertMaterials(const tinygltf::Model& source, Accessors& accessors, Output& output) {
+  for (const tinygltf::Image& image : source.images) output.model.images.push_back(imageOf(image, accessors, output));
   for (const tinygltf::Texture& texture : source.textures) output.model.textures.push_back(textureOf(texture, source));
   for (const tinygltf::Material& material : source.materials)
     output.model.materials.push_back(materialOf(material, source));

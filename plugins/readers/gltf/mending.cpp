@@ -3,13 +3,10 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QtEndian>
 #include <algorithm>
 
 namespace nubo::reader {
 namespace {
-
-constexpr std::size_t HeaderSize = 12, ChunkHeaderSize = 8;
 
 QJsonArray withoutPackedIndices(QJsonArray meshes) {
   for (QJsonValueRef mesh : meshes) {
@@ -27,48 +24,42 @@ QJsonArray withoutPackedIndices(QJsonArray meshes) {
   return meshes;
 }
 
-/// `own`: how many of the first buffers have their content in the file itself.
-QJsonArray withContent(QJsonArray buffers, int own) {
-  for (int i = own; i < buffers.size(); ++i)
-    if (!buffers[i].toObject().contains("uri")) buffers[i] = QJsonObject{{"byteLength", 1}, {"uri", NoContent}};
+QJsonArray withContent(QJsonArray buffers) {
+  for (QJsonValueRef buffer : buffers)
+    if (!buffer.toObject().contains("uri")) buffer = QJsonObject{{"byteLength", 1}, {"uri", NoContent}};
   return buffers;
 }
 
-QByteArray mended(const QByteArray& json, int ownBuffers) {
+QJsonArray withPlaces(QJsonArray images) {
+  for (QJsonValueRef image : images) {
+    QJsonObject changed = image.toObject();
+    if (!changed.contains("bufferView")) continue;
+    changed["extras"] = QJsonObject{{NoContent, changed.take("bufferView")}};
+    changed["uri"] = NoContent;
+    image = changed;
+  }
+  return images;
+}
+
+QByteArray mended(const QByteArray& json) {
   QJsonObject file = QJsonDocument::fromJson(json).object();
   if (file.isEmpty()) return json;
   if (file.contains("meshes")) file["meshes"] = withoutPackedIndices(file["meshes"].toArray());
-  if (file.contains("buffers")) file["buffers"] = withContent(file["buffers"].toArray(), ownBuffers);
+  if (file.contains("buffers")) file["buffers"] = withContent(file["buffers"].toArray());
+  if (file.contains("images")) file["images"] = withPlaces(file["images"].toArray());
   return QJsonDocument(file).toJson(QJsonDocument::Compact);
-}
-
-void putNumber(std::vector<unsigned char>& bytes, std::size_t at, std::size_t value) {
-  qToLittleEndian(quint32(value), &bytes[at]);
-}
-
-void mendBinary(std::vector<unsigned char>& bytes) {
-  const std::size_t begin = HeaderSize + ChunkHeaderSize;
-  if (bytes.size() < begin) return;
-  const std::size_t size = qFromLittleEndian<quint32>(&bytes[HeaderSize]);
-  if (size > bytes.size() - begin) return;
-  QByteArray json = mended(QByteArray(reinterpret_cast<const char*>(&bytes[begin]), int(size)), 1);
-  json.append(QByteArray((4 - json.size() % 4) % 4, ' '));
-  const auto from = bytes.begin() + std::ptrdiff_t(begin);
-  bytes.insert(bytes.erase(from, from + std::ptrdiff_t(size)), json.begin(), json.end());
-  putNumber(bytes, 8, bytes.size());
-  putNumber(bytes, HeaderSize, std::size_t(json.size()));
 }
 
 }  // namespace
 
-void mendPacked(std::vector<unsigned char>& bytes) {
+void mend(std::vector<unsigned char>& json, bool isBinary) {
   const auto names = [&](const std::string& extension) {
-    return std::search(bytes.begin(), bytes.end(), extension.begin(), extension.end()) != bytes.end();
+    return std::search(json.begin(), json.end(), extension.begin(), extension.end()) != json.end();
   };
-  if (!names("KHR_draco_mesh_compression") && !names("_meshopt_compression")) return;
-  if (bytes.size() >= 4 && std::equal(bytes.begin(), bytes.begin() + 4, "glTF")) return mendBinary(bytes);
-  const QByteArray json = mended(QByteArray(reinterpret_cast<const char*>(bytes.data()), int(bytes.size())), 0);
-  bytes.assign(json.begin(), json.end());
+  if (!isBinary && !names("KHR_draco_mesh_compression") && !names("_meshopt_compression")) return;
+  const QByteArray changed =
+      mended(QByteArray::fromRawData(reinterpret_cast<const char*>(json.data()), int(json.size())));
+  json.assign(changed.begin(), changed.end());
 }
 
 }  // namespace nubo::reader

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <fstream>
 
 #include "plugins/readers/gltf/materials.h"
 #include "plugins/readers/gltf/mending.h"
@@ -27,22 +26,6 @@ bool keepImage(tinygltf::Image* image, int, std::string*, std::string*, int, int
   return true;
 }
 
-std::vector<unsigned char> readFile(const std::string& name, Output& output) {
-  constexpr std::size_t AtOnce = 1 << 22;
-  std::ifstream file(name, std::ios::binary);
-  std::vector<unsigned char> bytes;
-  std::error_code none;
-  if (const auto size = std::filesystem::file_size(name, none); !none) bytes.reserve(size + AtOnce);
-  while (file) {
-    const std::size_t before = bytes.size();
-    bytes.resize(before + AtOnce);
-    file.read(reinterpret_cast<char*>(bytes.data() + before), AtOnce);
-    bytes.resize(before + std::size_t(file.gcount()));
-    output.progress(-1);
-  }
-  return bytes;
-}
-
 bool isNoContent(const std::string& name) { return std::filesystem::path(name).filename() == NoContent; }
 
 bool exists(const std::string& name, void*) {
@@ -51,8 +34,8 @@ bool exists(const std::string& name, void*) {
   return std::filesystem::is_regular_file(name, none);
 }
 
-bool readWhole(std::vector<unsigned char>* bytes, std::string*, const std::string& name, void* output) {
-  *bytes = isNoContent(name) ? std::vector<unsigned char>(1) : readFile(name, *static_cast<Output*>(output));
+bool readOther(std::vector<unsigned char>* bytes, std::string*, const std::string& name, void* output) {
+  *bytes = isNoContent(name) ? std::vector<unsigned char>(1) : readWhole(name, *static_cast<Output*>(output));
   return !bytes->empty();
 }
 
@@ -62,23 +45,18 @@ std::string firstLine(std::string text) {
   return text.substr(0, text.find('\n'));
 }
 
-void load(const std::string& file, tinygltf::Model& model, Output& output) {
-  constexpr std::uintmax_t Largest = 0xFFFFFFFF;
-  if (std::filesystem::file_size(file) > Largest) throw Refusal("glTF files above 4 GB cannot be read");
-  std::vector<unsigned char> bytes = readFile(file, output);
-  mendPacked(bytes);
+void load(const std::string& file, Container& container, tinygltf::Model& model, Output& output) {
+  std::vector<unsigned char> json = std::move(container.text);
+  mend(json, container.isBinary());
   tinygltf::TinyGLTF loader;
   loader.SetImageLoader(keepImage, nullptr);
   const auto asItIs = [](const std::string& path, void*) { return path; };
-  loader.SetFsCallbacks({exists, asItIs, readWhole, nullptr, &output});
+  loader.SetFsCallbacks({exists, asItIs, readOther, nullptr, &output});
   std::string error, warning;
   const std::string folder = std::filesystem::path(file).parent_path().string();
-  const bool isBinary = bytes.size() >= 4 && std::equal(bytes.begin(), bytes.begin() + 4, "glTF");
-  const bool isRead =
-      isBinary ? loader.LoadBinaryFromMemory(&model, &error, &warning, bytes.data(), unsigned(bytes.size()), folder)
-               : loader.LoadASCIIFromString(&model, &error, &warning, reinterpret_cast<const char*>(bytes.data()),
-                                            unsigned(bytes.size()), folder);
-  if (!isRead) throw Refusal(error.empty() ? "its content is not understood" : firstLine(error));
+  if (!loader.LoadASCIIFromString(&model, &error, &warning, reinterpret_cast<const char*>(json.data()),
+                                  unsigned(json.size()), folder))
+    throw Refusal(error.empty() ? "its content is not understood" : firstLine(error));
 }
 
 void checkExtensions(const tinygltf::Model& model, Output& output) {
@@ -94,11 +72,12 @@ void checkExtensions(const tinygltf::Model& model, Output& output) {
 NUBO_READER_ENTRY(file, format, output) {
   using namespace nubo::reader;
   static_cast<void>(format);  // the file's first bytes tell text from binary
+  Container container(file, output);
   tinygltf::Model source;
-  load(file, source, output);
+  load(file, container, source, output);
   checkExtensions(source, output);
-  Accessors accessors(source, output);
-  convertMaterials(source, output);
+  Accessors accessors(source, container, output);
+  convertMaterials(source, accessors, output);
   Meshes meshes(source, accessors, output);
   meshes.convert();
   Nodes(source, accessors, meshes, output).convert();
