@@ -8,8 +8,9 @@ FOLDER/scaling.json; --measured FILE simulates with such figures and measures no
 time.
 
 A piece of s steps takes start + load + first + s * item seconds on its node. Each figure is the slope or the rest of
-two measurements (medians): of recordings of few and many steps, and of few and many joined pieces. Loading is told by
-the program's own record. Encoding is what the processors have to do more than for uncompressed frames.
+two measurements, each the least of three, which other work disturbs least: of recordings of few and many steps, and of
+few and many joined pieces. Loading is told by the program's own record. Encoding is what the processors have to do more
+than for uncompressed frames.
 """
 import argparse
 import heapq
@@ -46,7 +47,7 @@ class Measure:
                 - before.children_system)
 
     def call(self, scene, words, part, rounds_wanted=ROUNDS):
-        """Medians of a call of the program: its seconds, those of processors, and those of loading."""
+        """The least of a call of the program: its seconds, those of processors, and those of loading."""
         rounds = []
         for _ in range(rounds_wanted):
             words_now = [os.path.join(self.programs, "nubo"), "--quiet", "--settings", self.path("settings.ini"),
@@ -54,13 +55,13 @@ class Measure:
             seconds = self.run(*words_now)
             with open(self.path("report.json"), encoding="utf-8") as file:
                 rounds.append((*seconds, json.load(file)["seconds"]["scene"]))
-        return [statistics.median(column) for column in zip(*rounds)]
+        return [min(column) for column in zip(*rounds)]
 
     def pieces(self, scene, words, few, many):
         """Start, load, first and item of pieces that are told by ways to make few and many items: ([words], number)."""
         (wall_few, cpu_few, load), (wall_many, cpu_many, _) = (self.call(scene, [*words, *after], before)
                                                               for (before, after, _) in (few, many))
-        start, _ = self.run(os.path.join(self.programs, "nubo"), "--list-commands")
+        start = min(self.run(os.path.join(self.programs, "nubo"), "--list-commands")[0] for _ in range(ROUNDS))
         item = (wall_many - wall_few) / (many[2] - few[2])
         return {"start": start, "load": load, "first": max(0.0, wall_few - few[2] * item - start - load), "item": item,
                 "processors": (cpu_many - cpu_few) / (many[2] - few[2])}
@@ -87,7 +88,7 @@ class Measure:
             with open(self.path("list"), "w", encoding="utf-8") as file:
                 file.write(f"{frames}\t{os.path.basename(piece)}\n" * count)
             call = [os.path.join(self.programs, "nubo-join"), "--list", self.path("list"), self.path(name)]
-            seconds[count] = statistics.median(self.run(*call)[0] for _ in range(ROUNDS))
+            seconds[count] = min(self.run(*call)[0] for _ in range(ROUNDS))
         piece = (seconds[1000] - seconds[100]) / 900
         return {"piece": piece, "join": (seconds[100] - seconds[1] - 99 * piece) / 9990}
 
@@ -196,8 +197,8 @@ def print_costs(measured):
         cost = measured[job]
         encode = f"{cost['encode'] * 1e3:.1f} ms" if "encode" in cost else ""
         print(f"| {name} | {cost['start']:.2f} s | {cost['load']:.2f} s | {cost['first']:.2f} s "
-              f"| {cost['item'] * 1e3:.0f} ms ({cost['processors'] * 1e3:.0f} ms of processors) | {encode} | {cost['piece'] * 1e3:.2f} ms "
-              f"| {cost['join'] * 1e3:.3f} ms | {cost['bytes'] / 1e3:,.0f} kB |")
+              f"| {cost['item'] * 1e3:.0f} ms ({cost['processors'] * 1e3:.0f} ms of processors) | {encode} "
+              f"| {cost['piece'] * 1e3:.2f} ms | {cost['join'] * 1e3:.3f} ms | {cost['bytes'] / 1e3:,.0f} kB |")
 
 
 def print_scaling(measured, per_node):

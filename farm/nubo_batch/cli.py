@@ -99,7 +99,8 @@ class Batch:
             self.make(job)
         if not job.is_joined():
             return DONE  # it goes on without this program
-        print(f"{job.call.target} ({job.frames():,} {job.call.kind.things}, {job.bytes():,} bytes)", flush=True)
+        if not self._options.quiet:
+            print(f"{job.call.target} ({job.frames():,} {job.call.kind.things}, {job.bytes():,} bytes)", flush=True)
         job.end()
         del lock
         return DONE
