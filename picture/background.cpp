@@ -5,11 +5,12 @@
 
 namespace nubo::picture {
 
-QImage laidOver(const QColor& background, QImage picture) {
+QImage laidOver(const scene::Background& background, QImage picture) {
   constexpr int RowsAtOnce = 64;
+  const scene::Backdrop backdrop(background, picture.size());
   for (int first = 0; first < picture.height(); first += RowsAtOnce) {
-    QImage rows(picture.width(), std::min(RowsAtOnce, picture.height() - first), QImage::Format_RGB32);
-    rows.fill(background);
+    const QSize size(picture.width(), std::min(RowsAtOnce, picture.height() - first));
+    QImage rows = backdrop.part(QRect(QPoint(0, first), size));
     QPainter(&rows).drawImage(0, 0, picture, 0, first);
     for (int row = 0; row < rows.height(); ++row)
       std::copy_n(rows.constScanLine(row), rows.bytesPerLine(), picture.scanLine(first + row));

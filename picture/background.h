@@ -1,15 +1,13 @@
 // For files that cannot hold how much of a pixel is covered.
 #pragma once
 
-#include <QColor>
-#include <QImage>
-
+#include "module_scene/graph/background.h"
 #include "picture/visibility.h"
 
 namespace nubo::picture {
 
 /// The picture, in straight alpha of 32 bits, laid over the background: in its own memory, where nobody else has that.
 /// Any thread.
-NUBO_PICTURE_EXPORT QImage laidOver(const QColor& background, QImage picture);
+NUBO_PICTURE_EXPORT QImage laidOver(const scene::Background& background, QImage picture);
 
 }  // namespace nubo::picture

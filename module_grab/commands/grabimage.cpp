@@ -296,7 +296,7 @@ void GrabImage::grabToFile(const QString& fileName, int width, int height, const
   updateText(QObject::tr("Saving image"));
   const QByteArray localName = fileName.toLocal8Bit();
   QString reason;
-  const QColor background = gui::Viewer::getInstance()->getGlobalScene()->getBackgroundColor();
+  const scene::Background background = gui::Viewer::getInstance()->getGlobalScene()->getBackground();
   if (writePicture(std::move(image), background, fileName, reason)) {
     giveFact(QStringLiteral("width"), width);
     giveFact(QStringLiteral("height"), height);

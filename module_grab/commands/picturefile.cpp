@@ -72,10 +72,11 @@ bool hasWritableSuffix(const QString& fileName) {
   return false;
 }
 
-bool writePicture(QImage picture, const QColor& background, const QString& fileName, QString& reason) {
+bool writePicture(QImage picture, const scene::Background& background, const QString& fileName, QString& reason) {
   const QFileInfo target(fileName);
   const QByteArray format = target.suffix().toLatin1();
-  const QImage image = keepsAlpha(format) ? std::move(picture) : picture::laidOver(background, std::move(picture));
+  const bool isOpaque = background.inPictures || !keepsAlpha(format);
+  const QImage image = isOpaque ? picture::laidOver(background, std::move(picture)) : std::move(picture);
   PatientFile<QSaveFile> whole(fileName);
   // Pipes and devices are not replaced; and not every directory takes another file, nor every name a longer one.
   if ((!target.exists() || target.isFile()) && whole.open(QIODevice::WriteOnly)) {

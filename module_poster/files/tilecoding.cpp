@@ -78,7 +78,7 @@ QByteArray encoded(const QImage& tile, const TileFormat& format, int edge) {
     case Coding::Png:
       return written(tile, "png", 0);
     case Coding::Jpeg:
-      return written(picture::laidOver(format.background, tile), "jpeg", format.quality);
+      return written(picture::laidOver({format.background}, tile), "jpeg", format.quality);
   }
   return {};
 }

@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 
+#include "module_scene/draw/backdroppainter.h"
 #include "module_scene/draw/contactmap.h"
 #include "module_scene/draw/drawingstate.h"
 #include "module_scene/draw/drawingturn.h"
@@ -61,10 +62,12 @@ struct SceneDrawer::Private {
   bool direct = false;
   int finishedRows = 0;
   SmoothBuffer::Edges edges = SmoothBuffer::Edges::Blend;
+  BackdropPainter backdrop;
 
   void begin(const StateGuard& state, bool atOnce, double detail, int layers, int kinds, const math::Matrix4& transform,
              std::initializer_list<const SceneElement*> elements);
   bool isEmpty() const { return list.isEmpty() && !onGround; }
+  void drawBackground(int layers);
   void beginGround(const StateGuard& state, int kinds, std::initializer_list<const SceneElement*> elements);
   void beginContact(const StateGuard& state, int kinds, std::initializer_list<const SceneElement*> elements);
   void bindTarget(const StateGuard& state);
@@ -78,6 +81,7 @@ struct SceneDrawer::Private {
 void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double detail, int layers, int kinds,
                                  const math::Matrix4& transform, std::initializer_list<const SceneElement*> elements) {
   viewpoint = Viewpoint::of(state.projection(), state.modelView() * transform);
+  drawBackground(layers);
   ViewQuery query{viewpoint.projection, width, height, detail, layers, kinds};
   query.samples = samples;
   query.sieved = atOnce;
@@ -102,11 +106,21 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
   if (isEmpty()) return;
 
   setUpState();
-  edges = layers & ~(LayerModel | LayerTransparent) ? SmoothBuffer::Edges::Blend : SmoothBuffer::Edges::KeepColor;
   // What is opaque, unsmoothed and without a margin may go where it shall end up: the pixels are the same.
   direct = samples == 0 && list.transparent().empty() && list.margin() == 0 && !onGround;
   if (!direct) direct = !buffer.begin(width, height, list.margin(), samples);
   if (!direct) buffer.suspend();
+}
+
+/// Pictures have none, so that they can be laid over any.
+void SceneDrawer::Private::drawBackground(int layers) {
+  edges = SmoothBuffer::Edges::KeepColor;
+  if (!(layers & ~(LayerModel | LayerTransparent))) return;
+  edges = SmoothBuffer::Edges::Blend;
+  const Background background = scene ? scene->getBackground() : Background();
+  if (background.isPlain()) return;
+  edges = SmoothBuffer::Edges::BlendOver;
+  backdrop.draw(background, QSize(width, height));
 }
 
 void SceneDrawer::Private::beginGround(const StateGuard& state, int kinds,

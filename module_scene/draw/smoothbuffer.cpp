@@ -142,6 +142,11 @@ void SmoothBuffer::finish(GLuint framebuffer, const QColor& background, Edges ed
   glScissor(0, first, m_Width, end - first);
   glDisable(GL_DEPTH_TEST);
   glDisable(GL_BLEND);
+  if (edges == Edges::BlendOver) {
+    glEnable(GL_BLEND);
+    gl->glBlendEquation(GL_FUNC_ADD);
+    gl->glBlendFuncSeparate(GL_ONE, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ZERO);
+  }
   glDisable(GL_CULL_FACE);
   glDisable(GL_LIGHTING);
   gl->glActiveTexture(GL_TEXTURE0);
@@ -149,8 +154,10 @@ void SmoothBuffer::finish(GLuint framebuffer, const QColor& background, Edges ed
   gl->glUseProgram(m_Program.name());
   gl->glUniform2f(m_OffsetLocation, GLfloat(m_Margin), GLfloat(m_Margin));
   gl->glUniform2f(m_ScaleLocation, 1.0f / GLfloat(m_Capacity[0]), 1.0f / GLfloat(m_Capacity[1]));
-  gl->glUniform4f(m_BackgroundLocation, GLfloat(background.redF()), GLfloat(background.greenF()),
-                  GLfloat(background.blueF()), edges == Edges::Blend ? 1.0f : 0.0f);
+  // Colours are premultiplied, so that over what is drawn they are added as they are.
+  const QColor under = edges == Edges::BlendOver ? QColor(Qt::black) : background;
+  gl->glUniform4f(m_BackgroundLocation, GLfloat(under.redF()), GLfloat(under.greenF()), GLfloat(under.blueF()),
+                  edges == Edges::KeepColor ? 0.0f : 1.0f);
   glRectf(-1, -1, 1, 1);
 }
 

@@ -21,7 +21,8 @@ class SmoothBuffer {
   /// How finish() treats pixels that are not fully covered.
   enum class Edges {
     KeepColor,  ///< the object's own colour; untouched where there is nothing
-    Blend       ///< over the background colour
+    Blend,      ///< over the background colour
+    BlendOver   ///< over what is drawn there
   };
 
   /// Binds a cleared buffer and sets the viewport to `width` x `height` pixels with `margin` more on each

@@ -16,7 +16,6 @@ namespace {
 std::atomic<Scene*> s_GlobalScene{nullptr};
 
 constexpr int TypeCount = 3;
-const QColor DefaultBackground(0x3a, 0x41, 0x4c);
 
 struct Request {
   int types;
@@ -53,7 +52,7 @@ struct Scene::Private {
   std::map<Qt::HANDLE, Holding> holders;
   std::list<Request> waiting;  // in the order of arrival
   util::YPointer<SceneElement> root;
-  QColor background = DefaultBackground;
+  Background background;
   util::YPointer<util::YObject> environment;
   util::YPointer<Section> section;
   std::uint64_t changeCount = 0;
@@ -116,16 +115,18 @@ void Scene::setRootNode(const util::YPointer<SceneElement>& root) {
   endChange(LockStructure);
 }
 
-QColor Scene::getBackgroundColor() const {
+QColor Scene::getBackgroundColor() const { return getBackground().color; }
+
+Background Scene::getBackground() const {
   const QMutexLocker locker(&d->mutex);
   return d->background;
 }
 
-void Scene::setBackgroundColor(const QColor& color) {
+void Scene::setBackground(const Background& background) {
   beginChange(LockData);
   {
     const QMutexLocker locker(&d->mutex);
-    d->background = color;
+    d->background = background;
   }
   endChange(LockData);
 }

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <memory>
 
+#include "module_scene/graph/background.h"
 #include "module_scene/graph/look.h"
 #include "module_scene/graph/sceneelement.h"
 #include "module_scene/graph/section.h"
@@ -29,9 +30,10 @@ class NUBO_MODULE_SCENE_EXPORT Scene : public util::YObject {
   util::YPointer<SceneElement> getRootNode() const;
   /// A change of structure of its own: waits for locks like SceneChange.
   void setRootNode(const util::YPointer<SceneElement>& root);
+  Background getBackground() const;
   QColor getBackgroundColor() const;
   /// A change of data of its own: waits for locks like SceneChange.
-  void setBackgroundColor(const QColor& color);
+  void setBackground(const Background& background);
 
   // What else a drawing depends on; any thread. Drawers copy it when they are made. No change in the sense of locks.
   /// Samples per pixel for edge smoothing, 0 for none.

@@ -1,13 +1,13 @@
 // What the user wrote after the program's name.
 #pragma once
 
-#include <QColor>
 #include <QSize>
 #include <QStringList>
 #include <map>
 #include <optional>
 #include <utility>
 
+#include "module_scene/graph/background.h"
 #include "module_scene/graph/look.h"
 #include "module_scene/math/matrix.h"
 #include "nubo/cli/commandarguments.h"
@@ -39,9 +39,11 @@ struct CommandLine {
   std::optional<math::Vector3> eye, target, up;  ///< of the camera, in the scene's coordinates
   std::optional<double> roll;                    ///< degrees
   std::optional<double> zoom;
-  QString cameraPath;            ///< a file of its places; empty: the camera stands still
-  std::optional<double> margin;  ///< percent of the view, at each of its sides
-  QColor background;             ///< invalid: as the scene has it
+  QString cameraPath;                           ///< a file of its places; empty: the camera stands still
+  std::optional<double> margin;                 ///< percent of the view, at each of its sides
+  std::optional<scene::Background> background;  ///< or as the scene has it
+  QString backgroundImage;                      ///< a file's name; empty: none
+  bool backgroundInPicture = false;
   std::optional<scene::Look> look;
   std::optional<bool> contact;
   QString environment;  ///< a panorama's file name; empty: the studio

@@ -1,9 +1,29 @@
 #include "nubo/cli/lookoptions.h"
 
+#include <QImageReader>
+
 #include "module_scene/io/panorama.h"
 #include "nubo/cli/commandline.h"
 
 namespace nubo::app {
+
+namespace {
+
+QString applyBackground(const CommandLine& line, scene::Scene& scene) {
+  scene::Background background = line.background.value_or(scene.getBackground());
+  if (line.backgroundInPicture) background.inPictures = true;
+  if (!line.backgroundImage.isEmpty()) {
+    QImageReader reader(line.backgroundImage);
+    reader.setAutoTransform(true);
+    background.image = reader.read();
+    if (background.image.isNull())
+      return QStringLiteral("cannot read '%1': %2").arg(line.backgroundImage, reader.errorString());
+  }
+  scene.setBackground(background);
+  return QString();
+}
+
+}  // namespace
 
 QString applyLook(const CommandLine& line, scene::Scene& scene) {
   if (line.edges) scene.setEdges(true);
@@ -11,6 +31,7 @@ QString applyLook(const CommandLine& line, scene::Scene& scene) {
   if (line.ground) scene.setGround(true);
   if (line.look) scene.setLook(*line.look);
   if (line.samples) scene.setSamples(*line.samples);
+  if (const QString error = applyBackground(line, scene); !error.isEmpty()) return error;
   if (line.environment.isEmpty()) return QString();
   QString error;
   const io::Panorama panorama = io::readPanorama(line.environment, error);

@@ -7,7 +7,7 @@ namespace nubo::app {
 
 struct CommandLine;
 
-/// Sets what the line says, but for the background. Returns the empty text, or one line that says what cannot be had.
+/// Sets what the line says. Returns the empty text, or one line that says what cannot be had.
 [[nodiscard]] QString applyLook(const CommandLine& line, scene::Scene& scene);
 
 }  // namespace nubo::app

@@ -86,8 +86,15 @@ QString takeProjection(const QString& value, CommandLine& line) {
 }
 
 QString takeBackground(const QString& value, CommandLine& line) {
-  line.background.setNamedColor(value);
-  return line.background.isValid() ? QString() : QStringLiteral("a colour's name or #rrggbb");
+  const QStringList names = value.split(',');
+  scene::Background background{QColor(names.last())};
+  if (names.size() == 2) background.top = QColor(names.first());
+  line.background = background;
+  if (background.color.isValid() && background.top.isValid() == (names.size() == 2) && names.size() <= 2)
+    return QString();
+  line.background.reset();
+  line.backgroundImage = value;
+  return QFileInfo(value).isFile() ? QString() : QStringLiteral("a colour's name or #rrggbb, two of them, or a file");
 }
 
 Option::Take choice(std::optional<bool> CommandLine::*target) {
@@ -172,8 +179,13 @@ const std::vector<Option>& options() {
        text(&CommandLine::cameraPath, "a file name")},
       {"margin", "PERCENT", "Room left at each side of the view around the model (2.4).",
        real(&CommandLine::margin, 0, 45)},
-      {"background", "COLOUR", "Background colour: a name such as white, or #rrggbb.", takeBackground,
-       QColor::colorNames()},
+      {"background", "BACKGROUND",
+       "What shows behind the model: a colour (a name such as white, or #rrggbb), a gradient from one above to another "
+       "(TOP,BOTTOM), or an image's file.",
+       takeBackground, QColor::colorNames()},
+      {"background-in-picture", "",
+       "Has the background in pictures, too, which are transparent there otherwise if their format can be.",
+       flag(&CommandLine::backgroundInPicture)},
       {"look", "LOOK",
        "How the scene is drawn: studio (physical materials and light), plain (the fastest), clay (one material), "
        "technical (black "

@@ -101,7 +101,6 @@ QString Session::showScene(const CommandLine& line, bool takesTime) {
   if (const QString unknown = whyNoVariant(line.variant, result.variants); !unknown.isEmpty()) return unknown;
   reportWarnings(result.warnings);
   scene->setRootNode(result.root);
-  if (line.background.isValid()) scene->setBackgroundColor(line.background);
   if (const QString error = applyLook(line, *scene::_GlobalScene()); !error.isEmpty()) return error;
 
   if (const QString note = setSection(*scene, line.section); !note.isEmpty())

@@ -2,6 +2,53 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE" sourcelanguage="en">
 <context>
+    <name>BackgroundMenu</name>
+    <message>
+        <source>&amp;Background</source>
+        <translation>&amp;Hintergrund</translation>
+    </message>
+    <message>
+        <source>&amp;Colour…</source>
+        <translation>&amp;Farbe…</translation>
+    </message>
+    <message>
+        <source>&amp;Gradient…</source>
+        <translation>&amp;Verlauf…</translation>
+    </message>
+    <message>
+        <source>&amp;Image…</source>
+        <translation>&amp;Bild…</translation>
+    </message>
+    <message>
+        <source>In &amp;Pictures, Too</source>
+        <translation>Auch in &amp;Bildern</translation>
+    </message>
+    <message>
+        <source>Background Colour</source>
+        <translation>Hintergrundfarbe</translation>
+    </message>
+    <message>
+        <source>Colour Above</source>
+        <translation>Farbe oben</translation>
+    </message>
+    <message>
+        <source>Colour Below</source>
+        <translation>Farbe unten</translation>
+    </message>
+    <message>
+        <source>Background Image</source>
+        <translation>Hintergrundbild</translation>
+    </message>
+    <message>
+        <source>Images (*.png *.jpg *.jpeg *.tif *.tiff *.webp *.bmp)</source>
+        <translation>Bilder (*.png *.jpg *.jpeg *.tif *.tiff *.webp *.bmp)</translation>
+    </message>
+    <message>
+        <source>“%1” could not be read: %2</source>
+        <translation>„%1“ konnte nicht gelesen werden: %2</translation>
+    </message>
+</context>
+<context>
     <name>AboutDialog</name>
     <message>
         <source>About nubo</source>
@@ -1342,10 +1389,6 @@
         <translation>&amp;Einstellungen</translation>
     </message>
     <message>
-        <source>&amp;Background Colour…</source>
-        <translation>&amp;Hintergrundfarbe…</translation>
-    </message>
-    <message>
         <source>&amp;Edge Smoothing</source>
         <translation>&amp;Kantenglättung</translation>
     </message>
@@ -1375,10 +1418,6 @@
     <message>
         <source>&amp;Dark</source>
         <translation>&amp;Dunkel</translation>
-    </message>
-    <message>
-        <source>Background Colour</source>
-        <translation>Hintergrundfarbe</translation>
     </message>
 </context>
 <context>

@@ -226,7 +226,6 @@ void MainWindow::saveLayout() {
 void MainWindow::open(const app::CommandLine& line) {
   if (const QString error = app::applyLook(line, *scene::_GlobalScene()); !error.isEmpty())
     NUBO_LOG(log::Failure, "nubo::window::MainWindow::open", error);
-  if (line.background.isValid()) mp_SettingsMenu->setBackground(line.background);
   if (line.orthographic) mp_Panels->activePanel()->setOrthographic(true);
   if (!line.view.isEmpty()) mp_Panels->activePanel()->showView(line.view);
   mp_Opener->openFirst(line);

@@ -143,7 +143,7 @@ TEST_F(GrabImageTest, ShowsTheSameViewAtEverySizeWhateverTheTexturesAllow) {
 /// Changes the scene from the application thread as soon as it hears of a picture, which has to wait for the picture.
 struct ImpatientPresenter : util::ProgressPresenter {
   void begin(const void*, const QString&, bool) override {
-    scene::_GlobalScene()->setBackgroundColor(Qt::gray);
+    scene::_GlobalScene()->setBackground({Qt::gray});
     changed = true;
   }
   void update(const void*, int) override {}
@@ -183,6 +183,23 @@ TEST_F(GrabImageTest, SavesAndRemembersTheDirectory) {
   EXPECT_EQ(m_Reason, "No such file or directory");
   EXPECT_EQ(main::nuboSettings()->value("lastGrabImageDirectory").toString(), m_Host.file("nowhere"));
   EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(GrabImageTest, LaysPicturesOverTheBackgroundWhereTheyShallOrMust) {
+  scene::Background background{QColor(0, 0, 250), QColor(250, 0, 0)};
+  for (const bool inPictures : {false, true})
+    for (const char* name : {"picture.png", "picture.bmp"}) {
+      background.inPictures = inPictures;
+      scene::_GlobalScene()->setBackground(background);
+      ASSERT_TRUE(grab(m_Host.file(name), 400));
+      const QImage image(m_Host.file(name));
+      SCOPED_TRACE(name);
+      const bool isOpaque = inPictures || name == std::string("picture.bmp");
+      for (const int y : {0, image.height() / 2, image.height() - 1}) {
+        const int blue = qRound(250 * (y + 0.5) / image.height());
+        EXPECT_EQ(image.pixel(0, y), isOpaque ? qRgb(250 - blue, 0, blue) : qRgba(0, 0, 250, 0)) << y;
+      }
+    }
 }
 
 TEST_F(GrabImageTest, WritesNothingOfAPictureThatIsStopped) {

@@ -128,7 +128,7 @@ TEST_F(PosterTest, EqualsThePictureOfThatViewAndItsSmallerVersionsFollow) {
 }
 
 TEST_F(PosterTest, LaysTilesWithoutAlphaOverTheBackground) {
-  scene::_GlobalScene()->setBackgroundColor(QColor(200, 40, 90));
+  scene::_GlobalScene()->setBackground({QColor(200, 40, 90)});
   const Call call{"a.dzi", 700, "jpeg", 512, "", 100};
   ASSERT_NO_FATAL_FAILURE(grab(call));
   const QImage picture = this->picture(700), poster = levels(call, picture.size()).front();

@@ -105,6 +105,35 @@ TEST_F(DrawerTest, SmoothedEdgesKeepTheirColorInPicturesAndBlendInFrames) {
   EXPECT_GT(edges, 200);
 }
 
+TEST_F(DrawerTest, GradientsAndImagesLieBehindFramesWhoseAlphaStays) {
+  // Covers what is as wide as high with what lies between its pixels' middles.
+  QImage image(2, 1, QImage::Format_RGB32);
+  image.setPixel(0, 0, qRgb(250, 0, 0));
+  image.setPixel(1, 0, qRgb(0, 0, 250));
+  Shot shot;
+  shot.root = element({square(QColor(200, 100, 50))}, math::rotation(0.3, {0, 0, 1}));
+  for (const int samples : {0, 4})
+    for (const bool hasImage : {false, true}) {
+      viewer.getGlobalScene()->setBackground({QColor(0, 0, 250), QColor(250, 0, 0), hasImage ? image : QImage()});
+      shot.samples = samples;
+      shot.layers = 3;
+      const QImage picture = draw(shot);
+      shot.layers = 65535;
+      const QImage frame = draw(shot);
+      for (int y = 0; y < frame.height(); ++y)
+        for (int x = 0; x < frame.width(); ++x) {
+          const int alpha = qAlpha(picture.pixel(x, y));
+          ASSERT_EQ(qAlpha(frame.pixel(x, y)), alpha);
+          const double blue = 250 * (hasImage ? (x + 0.5) / frame.width() : (y + 0.5) / frame.height());
+          const auto mixed = [&](int own, double behind) { return int((own * alpha + behind * (255 - alpha)) / 255); };
+          ASSERT_LE(
+              test::distance(frame.pixel(x, y), qRgba(mixed(200, 250 - blue), mixed(100, 0), mixed(50, blue), alpha)),
+              3)
+              << x << ", " << y << ": " << samples << hasImage;
+        }
+    }
+}
+
 TEST_F(DrawerTest, TransparencyIsSortedAndCarriedInAlpha) {
   const auto red = square(QColor(255, 0, 0, 128), 0.5, 0.2), blue = square(QColor(0, 0, 255, 128), 0.5, -0.2);
   const auto green = square(QColor(0, 255, 0), 0.7, -0.6), hidden = square(QColor(9, 9, 9, 200), 0.5, -0.9);

@@ -90,7 +90,7 @@ class DrawerTest : public test::GlFixture {
  protected:
   void SetUp() override {
     GlFixture::SetUp();
-    viewer.getGlobalScene()->setBackgroundColor(QColor(40, 80, 120));
+    viewer.getGlobalScene()->setBackground({QColor(40, 80, 120)});
   }
   void TearDown() override { EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR)); }
 

@@ -61,7 +61,7 @@ TEST_F(SceneLocks, ThreadThatHoldsALockTakesAnotherPastAWaitingChange) {
   const Work changer = start([&] {
     const SceneChange self(scene, LockAll);
     const SceneChange nested(scene, LockData);
-    scene->setBackgroundColor(Qt::red);  // a change of its own, inside
+    scene->setBackground({Qt::red});  // a change of its own, inside
   });
   EXPECT_TRUE(waits(changer));
   goOn.release();

@@ -252,7 +252,7 @@ TEST_F(ViewerTest, CastClassesReadMatricesAndNameButNeverDeletePanels) {
 TEST_F(ViewerTest, PanelShowsTheSceneWithoutAWindowAtAnyResolution) {
   const QColor background(10, 200, 30);
   viewer.getGlobalScene()->setRootNode(scene::createBuiltinScene());
-  viewer.getGlobalScene()->setBackgroundColor(background);
+  viewer.getGlobalScene()->setBackground({background});
   ScenePanel panel;
   panel.resize(322, 178);  // which a quarter of does not fit
   panel.fit();

@@ -69,7 +69,7 @@ TEST(CommandLine, TellsScenesCommandAndArgumentsApart) {
 
 TEST(CommandLine, ReadsItsOptions) {
   const QString options =
-      "--size 800x450 --view -30,-20.5 --background #102030 --samples 0 --steps 0:99 --duration 1.5 --trajectory t.csv "
+      "--size 800x450 --view -30,-20.5 --background white,#102030 --samples 0 --steps 0:99 --duration 1.5 --trajectory t.csv "
       "--element arm --verbose --read-timeout 2.5 --dry-run --no-overwrite --report r.json ";
   // Before the scene or after the command, or shared between both.
   for (const QString& text : {"--settings s.ini " + options + "m.obj grabvideo", "m.obj grabvideo " + options,
@@ -78,7 +78,9 @@ TEST(CommandLine, ReadsItsOptions) {
     ASSERT_EQ(line.error, "");
     EXPECT_EQ(line.size, QSize(800, 450));
     EXPECT_EQ(line.view, "-30,-20.5");
-    EXPECT_EQ(line.background, QColor(0x10, 0x20, 0x30));
+    ASSERT_TRUE(line.background);
+    EXPECT_EQ(line.background->color, QColor(0x10, 0x20, 0x30));
+    EXPECT_EQ(line.background->top, QColor(Qt::white));
     EXPECT_EQ(line.samples, 0);
     EXPECT_EQ(line.steps, std::make_pair(0, 99));
     EXPECT_EQ(line.duration, 1.5);

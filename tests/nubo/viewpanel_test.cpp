@@ -42,7 +42,7 @@ TEST(ViewPanel, ShowsTheWholeModelAtRestWhateverHappenedBefore) {
          const scene::SceneChange change(scene::_GlobalScene(), scene::LockTransforms);
          root->setTransform(math::translation(0.3, 0.1, 0));
        }},
-      {"coloured behind", [&] { host.viewer.getGlobalScene()->setBackgroundColor(Qt::darkGreen); }},
+      {"coloured behind", [&] { host.viewer.getGlobalScene()->setBackground({Qt::darkGreen}); }},
       {"unsmoothed", [&] { scene::_GlobalScene()->setSamples(0); }},
       {"smaller",
        [&] {

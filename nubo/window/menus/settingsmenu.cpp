@@ -1,21 +1,19 @@
 #include "nubo/window/menus/settingsmenu.h"
 
 #include <QActionGroup>
-#include <QColorDialog>
 #include <QSettings>
 
 #include "kernel/main/overseer.h"
 #include "module_scene/gui/viewer.h"
 #include "nubo/window/look/appearance.h"
 #include "nubo/window/look/mnemonics.h"
+#include "nubo/window/menus/backgroundmenu.h"
 #include "nubo/window/panels/panelarea.h"
-#include "nubo/window/scene/scenechanger.h"
 
 namespace nubo::window {
 
 namespace {
 
-const QString BackgroundKey = QStringLiteral("window/background");
 const QString SamplesKey = QStringLiteral("window/samples");
 const QString AppearanceKey = QStringLiteral("window/appearance");
 constexpr int SampleChoices[] = {0, 2, 4, 8};
@@ -23,13 +21,11 @@ constexpr int SampleChoices[] = {0, 2, 4, 8};
 }  // namespace
 
 SettingsMenu::SettingsMenu(SceneChanger& changer, PanelArea& panels, QWidget* parent)
-    : QMenu(tr("&Settings"), parent), m_Changer(changer), m_Panels(panels) {
+    : QMenu(tr("&Settings"), parent), m_Panels(panels) {
   setObjectName(QStringLiteral("settingsMenu"));
-  addAction(tr("&Background Colour…"), this, &SettingsMenu::chooseBackground);
+  addMenu(new BackgroundMenu(changer, this));
   addSamples();
   addAppearances();
-  const QColor background(main::nuboSettings()->value(BackgroundKey).toString());
-  if (background.isValid()) setBackground(background);
 }
 
 void SettingsMenu::addSamples() {
@@ -64,18 +60,6 @@ void SettingsMenu::addAppearances() {
     });
   }
   applyAppearance(current);
-}
-
-void SettingsMenu::chooseBackground() {
-  const QColor color =
-      QColorDialog::getColor(scene::_GlobalScene()->getBackgroundColor(), window(), tr("Background Colour"));
-  if (!color.isValid()) return;
-  main::nuboSettings()->setValue(BackgroundKey, color.name());
-  setBackground(color);
-}
-
-void SettingsMenu::setBackground(const QColor& color) {
-  m_Changer.change(QStringLiteral("background"), [color] { scene::_GlobalScene()->setBackgroundColor(color); });
 }
 
 void SettingsMenu::setSamples(int samples) {

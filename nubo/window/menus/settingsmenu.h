@@ -1,7 +1,6 @@
 // The menu of how scenes and the window look.
 #pragma once
 
-#include <QColor>
 #include <QMenu>
 
 namespace nubo::window {
@@ -16,16 +15,11 @@ class SettingsMenu : public QMenu {
  public:
   SettingsMenu(SceneChanger& changer, PanelArea& panels, QWidget* parent);
 
-  /// Behind the scene, as long as the program runs.
-  void setBackground(const QColor& color);
-
  private:
   void addSamples();
   void addAppearances();
-  void chooseBackground();
   void setSamples(int samples);
 
-  SceneChanger& m_Changer;
   PanelArea& m_Panels;
 };
 

@@ -122,9 +122,9 @@ bool ProgressivePanel::isNewAndLarge() {
 
 ProgressivePanel::View ProgressivePanel::currentView() const {
   const auto scene = scene::_GlobalScene();
-  return {getScaledTransformMatrix(), getWidening(),       size() * devicePixelRatioF(), scene->getSamples(),
-          scene->getLook(),           scene->hasEdges(),   scene->hasContact(),          scene->hasGround(),
-          scene->getSection(),        scene->changeCount()};
+  return {getScaledTransformMatrix(), getWidening(),           size() * devicePixelRatioF(), scene->getSamples(),
+          scene->getLook(),           scene->hasEdges(),       scene->hasContact(),          scene->hasGround(),
+          scene->getSection(),        scene->getEnvironment(), scene->changeCount()};
 }
 
 QImage ProgressivePanel::picture() {

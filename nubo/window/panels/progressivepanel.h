@@ -36,11 +36,13 @@ class ProgressivePanel : public gui::ScenePanel {
     scene::Look look;
     bool edges, contact, ground;
     util::YPointer<scene::Section> section;
+    util::YPointer<util::YObject> environment;
     std::uint64_t changes;  ///< of the scene
     bool operator==(const View& other) const {
       return transform == other.transform && widening == other.widening && pixels == other.pixels &&
              samples == other.samples && look == other.look && edges == other.edges && contact == other.contact &&
-             ground == other.ground && section == other.section && changes == other.changes;
+             ground == other.ground && section == other.section && environment == other.environment &&
+             changes == other.changes;
     }
   };
   View currentView() const;

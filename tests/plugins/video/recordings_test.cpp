@@ -30,7 +30,7 @@ class NumberedScene {
       m_Root->addChild(m_Bars.back());
     }
     scene::_GlobalScene()->setSamples(0);
-    gui::Viewer::getInstance()->getGlobalScene()->setBackgroundColor(Qt::black);
+    gui::Viewer::getInstance()->getGlobalScene()->setBackground({Qt::black});
     gui::Viewer::getInstance()->getGlobalScene()->setRootNode(m_Root);
   }
   ~NumberedScene() {
