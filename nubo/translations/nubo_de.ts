@@ -717,6 +717,18 @@
     </message>
 </context>
 <context>
+    <name>JointSliders</name>
+    <message>
+        <source>Joints</source>
+        <translation>Gelenke</translation>
+    </message>
+    <message>
+        <source> m</source>
+        <comment>metres</comment>
+        <translation> m</translation>
+    </message>
+</context>
+<context>
     <name>LogModel</name>
     <message>
         <source>Severe</source>

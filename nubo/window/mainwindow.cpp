@@ -33,6 +33,7 @@
 #include "nubo/window/messagebar.h"
 #include "nubo/window/panels/panelarea.h"
 #include "nubo/window/scene/elementcolors.h"
+#include "nubo/window/scene/jointsliders.h"
 #include "nubo/window/scene/scenechanger.h"
 #include "nubo/window/scene/scenepane.h"
 #include "nubo/window/scene/scenetree.h"
@@ -102,7 +103,9 @@ void MainWindow::createDocks() {
   mp_Tree = new SceneTree(*mp_Changer, this);
   mp_TreeDock = new QDockWidget(tr("Scene"), this);
   mp_TreeDock->setObjectName(QStringLiteral("sceneDock"));
-  mp_TreeDock->setWidget(new ScenePane(mp_Tree));
+  auto* pane = new ScenePane(mp_Tree, *mp_Changer);
+  mp_TreeDock->setWidget(pane);
+  connect(mp_Trajectory, &TrajectoryBar::moved, pane->joints(), &JointSliders::refresh);
   addDockWidget(Qt::LeftDockWidgetArea, mp_TreeDock);
   addDockWidget(Qt::LeftDockWidgetArea, mp_CommandDock);
   mp_Log = new LogView;

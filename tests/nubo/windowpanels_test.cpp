@@ -1,6 +1,8 @@
 // Looks at scenes: panels in tabs and splits, saved views, trajectories, files.
 #include <QComboBox>
+#include <QDoubleSpinBox>
 #include <QInputDialog>
+#include <QRegularExpression>
 #include <QSlider>
 #include <QTabBar>
 #include <QTreeWidget>
@@ -231,6 +233,41 @@ TEST_F(WindowTest, GivesUpWhatItReadsWhenThatIsCancelled) {
   ASSERT_TRUE(waitUntil([&] { return !loader.isLoading(); }));
   EXPECT_EQ(cancelled, 1);
   EXPECT_EQ(finished, 0);
+}
+
+TEST_F(WindowTest, MovesTheJointsOfARobotWithSliders) {
+  writeFile("arm.urdf", R"(<robot name="arm">
+    <link name="base"><visual><geometry><box size="1 1 0.2"/></geometry></visual></link>
+    <link name="upper"><visual><origin xyz="0.75 0 0"/><geometry><box size="1.5 0.3 0.2"/></geometry></visual></link>
+    <link name="tip"><visual><origin xyz="0.5 0 0"/><geometry><box size="1 0.2 0.4"/></geometry></visual></link>
+    <joint name="elbow" type="revolute"><parent link="base"/><child link="upper"/><origin xyz="0 0 0.2"/>
+      <axis xyz="0 0 1"/><limit lower="-1" upper="3" effort="1" velocity="1"/></joint>
+    <joint name="reach" type="prismatic"><parent link="upper"/><child link="tip"/><origin xyz="1.5 0 0"/>
+      <axis xyz="1 0 0"/><limit lower="0" upper="2" effort="1" velocity="1"/>
+      <mimic joint="elbow" multiplier="0.5"/></joint></robot>)");
+  auto* sliders = window->findChild<QWidget*>("jointSliders");
+  EXPECT_FALSE(sliders->isVisible());
+  drop({QUrl::fromLocalFile(host.file("arm.urdf"))});
+  ASSERT_TRUE(waitUntil([&] { return sliders->isVisible(); }));
+  ASSERT_EQ(sliders->findChildren<QSlider*>(QRegularExpression("elbow|reach")).size(), 1) << "one follows";
+  auto* slider = sliders->findChild<QSlider*>("elbow");
+  auto* number = sliders->findChild<QDoubleSpinBox*>();
+  EXPECT_EQ(slider->value() * 4, slider->maximum());
+  const QImage before = panels().activePanel()->grabFramebuffer();
+  slider->setValue(slider->maximum() * 5 / 8);
+  const double angle = 1.5;
+  EXPECT_NEAR(number->value(), angle * 180 / std::acos(-1.0), 0.06);
+  const auto tip = [] {
+    const auto scene = scene::_GlobalScene();
+    const scene::SceneLocker locker(scene, scene::LockAll);
+    return math::transformPoint(scene->getRootNode()->find("tip")->getGlobalTransform(), {0, 0, 0});
+  };
+  const double length = 1.5 + 0.5 * angle;
+  ASSERT_TRUE(waitUntil([&] { return std::abs(tip()[1] - length * std::sin(angle)) < 1e-9; }));
+  EXPECT_NEAR(tip()[0], length * std::cos(angle), 1e-9);
+  EXPECT_TRUE(waitUntil([&] { return panels().activePanel()->grabFramebuffer() != before; }));
+  number->setValue(-30);
+  EXPECT_TRUE(waitUntil([&] { return std::abs(tip()[1] / tip()[0] + std::tan(std::acos(-1.0) / 6)) < 1e-9; }));
 }
 
 }  // namespace

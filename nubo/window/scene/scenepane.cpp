@@ -3,11 +3,12 @@
 #include <QLineEdit>
 #include <QVBoxLayout>
 
+#include "nubo/window/scene/jointsliders.h"
 #include "nubo/window/scene/scenetree.h"
 
 namespace nubo::window {
 
-ScenePane::ScenePane(SceneTree* tree) {
+ScenePane::ScenePane(SceneTree* tree, SceneChanger& changer) : mp_Joints(new JointSliders(changer)) {
   auto* filter = new QLineEdit;
   filter->setObjectName(QStringLiteral("sceneFilter"));
   filter->setPlaceholderText(tr("Filter by name"));
@@ -18,7 +19,9 @@ ScenePane::ScenePane(SceneTree* tree) {
   column->setContentsMargins(0, 0, 0, 0);
   column->setSpacing(2);
   column->addWidget(filter);
-  column->addWidget(tree);
+  column->addWidget(tree, 3);
+  column->addWidget(mp_Joints, 2);
+  connect(tree, &SceneTree::elementSelected, mp_Joints, &JointSliders::select);
 }
 
 }  // namespace nubo::window

@@ -47,7 +47,7 @@ SceneTree::SceneTree(SceneChanger& changer, QWidget* parent) : QTreeWidget(paren
 }
 
 void SceneTree::rebuild() {
-  const QSignalBlocker blocker(this);
+  QSignalBlocker blocker(this);
   clear();
   const auto scene = scene::_GlobalScene();
   {
@@ -56,6 +56,7 @@ void SceneTree::rebuild() {
   }
   expandToDepth(1);
   setFilter(m_Filter);
+  blocker.unblock();
   emit elementSelected(nullptr);
 }
 
