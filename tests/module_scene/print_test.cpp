@@ -46,5 +46,27 @@ TEST(Print, TrianglesHaveTheirMaterialsAndCornersTheirColours) {
   EXPECT_EQ(dark, 1);
 }
 
+/// A square of 1 m with a picture of four pixels: red and green above, blue and white below; behind it a pyramid's
+/// sides with colours and a material.
+TEST(Print, TrianglesHaveTheirPlacesInTextures) {
+  const ImportResult result = importFile(QStringLiteral(NUBO_TEST_DATA "/models/textured.3mf"));
+  ASSERT_TRUE(result.root) << result.error.toStdString();
+  EXPECT_EQ(result.warnings, QStringList());
+  const Geometry *textured = nullptr, *colored = nullptr, *plain = nullptr;
+  for (const auto& geometry : result.root->getChildren().at(0)->getGeometries())
+    (!geometry->texCoords.empty() ? textured : !geometry->colors.empty() ? colored : plain) = geometry.get();
+  ASSERT_TRUE(textured && colored && plain);
+  for (const Geometry* geometry : {textured, colored, plain}) EXPECT_EQ(geometry->primitiveCount(), 2u);
+  EXPECT_EQ(plain->material->diffuse, (std::array<float, 4>{0xC0 / 255.0f, 0x80 / 255.0f, 0x20 / 255.0f, 1}));
+  const scene::Texture& texture = *textured->material->texture;
+  EXPECT_EQ(texture.getImage().pixelColor(0, 0), QColor(Qt::red));
+  EXPECT_EQ(texture.getImage().pixelColor(1, 1), QColor(Qt::white));
+  EXPECT_EQ(texture.getSampling(), (scene::Sampling{scene::Wrap::Clamp, scene::Wrap::Mirror, false}));
+  for (std::size_t v = 0; v < textured->vertexCount(); ++v) {
+    EXPECT_EQ(textured->texCoords[v * 2], textured->positions[v * 3]);
+    EXPECT_EQ(textured->texCoords[v * 2 + 1], textured->positions[v * 3 + 2]);
+  }
+}
+
 }  // namespace
 }  // namespace nubo::io

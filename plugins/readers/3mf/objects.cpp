@@ -32,6 +32,11 @@ std::vector<MODELMESHTRIANGLE> trianglesOf(PLib3MFBase* object, std::size_t vert
   return triangles;
 }
 
+Wrap wrapOf(eModelTextureTileStyle style) {
+  if (style == MODELTEXTURETILESTYLE_MIRROR) return Wrap::Mirror;
+  return style == MODELTEXTURETILESTYLE_WRAP ? Wrap::Repeat : Wrap::Clamp;
+}
+
 }  // namespace
 
 ObjectConverter::ObjectConverter(PLib3MFBase* model, Output& output)
@@ -79,18 +84,21 @@ void ObjectConverter::add(PLib3MFBase* object, std::int32_t parent, const MODELT
   }
 }
 
-/// One mesh for each material, between the same vertices, and one for all triangles whose corners have colours.
+/// One mesh for each material, between the same vertices, and others for triangles whose corners have colours or places
+/// in a texture of their own.
 const std::vector<std::int32_t>& ObjectConverter::meshesOf(PLib3MFBase* object, DWORD id) {
   const auto [found, isNew] = m_Meshes.try_emplace(id);
   if (!isNew) return found->second;
   const Array<float> positions = positionsOf(object);
-  const std::vector<MODELMESHTRIANGLE> triangles = trianglesOf(object, positions.size() / 3);
+  const Triangles triangles = trianglesOf(object, positions.size() / 3);
   const std::vector<Paint> paints = paintsOf(object, triangles.size());
   std::map<std::int32_t, std::vector<std::uint32_t>> indices;
-  bool hasColors = false;
+  std::map<std::int32_t, std::vector<std::size_t>> ofCorners;
   for (std::size_t t = 0; t < triangles.size(); ++t) {
-    hasColors = hasColors || paints[t].colors;
-    if (paints[t].colors) continue;
+    if (paints[t].isOfCorners()) {
+      ofCorners[paints[t].material].push_back(t);
+      continue;
+    }
     std::vector<std::uint32_t>& group = indices[paints[t].material];
     group.insert(group.end(), std::begin(triangles[t].m_nIndices), std::end(triangles[t].m_nIndices));
   }
@@ -105,7 +113,11 @@ const std::vector<std::int32_t>& ObjectConverter::meshesOf(PLib3MFBase* object, 
     mesh.material = material;
     append(std::move(mesh));
   }
-  if (hasColors) append(coloredMesh(positions, triangles, paints));
+  for (const auto& [material, chosen] : ofCorners) {
+    Mesh mesh = cornersMesh(positions, triangles, paints, chosen);
+    mesh.material = material;
+    append(std::move(mesh));
+  }
   return found->second;
 }
 
@@ -123,20 +135,34 @@ std::vector<ObjectConverter::Paint> ObjectConverter::paintsOf(PLib3MFBase* objec
   std::vector<Paint> paints(triangles, defaultPaint(object));
   const Handle properties = take(lib3mf_meshobject_createpropertyhandler, object);
   for (std::size_t t = 0; t < triangles; ++t) {
-    const auto type = valueOf<eModelPropertyType>(lib3mf_propertyhandler_getpropertytype, properties.get(), DWORD(t));
-    if (type == MODELPROPERTYTYPE_COLOR) {
-      paints[t].material = None;
-      check(lib3mf_propertyhandler_getcolor(properties.get(), DWORD(t), &paints[t].colors.emplace()));
-    } else if (type == MODELPROPERTYTYPE_BASEMATERIALS) {
-      DWORD group = 0, index = 0;
-      check(lib3mf_propertyhandler_getbasematerial(properties.get(), DWORD(t), &group, &index));
-      paints[t].material = materialOf(group, index);
-      paints[t].colors.reset();
-    }
+    paint(properties.get(), DWORD(t), paints[t]);
     constexpr std::size_t Often = 100000;
     if (t % Often == 0) m_Output.progress(-1);
   }
   return paints;
+}
+
+/// What has no property of its own keeps that of its object.
+void ObjectConverter::paint(PLib3MFBase* properties, DWORD triangle, Paint& paint) {
+  switch (valueOf<eModelPropertyType>(lib3mf_propertyhandler_getpropertytype, properties, triangle)) {
+    case MODELPROPERTYTYPE_COLOR:
+      paint = {};
+      check(lib3mf_propertyhandler_getcolor(properties, triangle, &paint.colors.emplace()));
+      break;
+    case MODELPROPERTYTYPE_BASEMATERIALS: {
+      DWORD group = 0, index = 0;
+      check(lib3mf_propertyhandler_getbasematerial(properties, triangle, &group, &index));
+      paint = {materialOf(group, index), {}, {}};
+      break;
+    }
+    case MODELPROPERTYTYPE_TEXCOORD2D:
+      paint = {};
+      check(lib3mf_propertyhandler_gettexture(properties, triangle, &paint.place.emplace()));
+      paint.material = texturedMaterial(paint.place->m_nTextureID);
+      break;
+    default:
+      break;
+  }
 }
 
 ObjectConverter::Paint ObjectConverter::defaultPaint(PLib3MFBase* object) {
@@ -155,25 +181,58 @@ ObjectConverter::Paint ObjectConverter::defaultPaint(PLib3MFBase* object) {
   return paint;
 }
 
-Mesh ObjectConverter::coloredMesh(const Array<float>& positions, const std::vector<MODELMESHTRIANGLE>& triangles,
-                                  const std::vector<Paint>& paints) {
-  const auto count =
-      std::size_t(std::count_if(paints.begin(), paints.end(), [](const Paint& paint) { return paint.colors; }));
+/// Of the chosen triangles, which share no vertices then. All of them have colours, or all have places in a texture.
+Mesh ObjectConverter::cornersMesh(const Array<float>& positions, const Triangles& triangles,
+                                  const std::vector<Paint>& paints, const std::vector<std::size_t>& chosen) {
+  const bool isTextured = bool(paints[chosen.front()].place);
   Mesh mesh;
-  mesh.positions = m_Output.array<float>(count * 9);
-  mesh.colors = m_Output.array<std::uint8_t>(count * 12);
-  mesh.indices = m_Output.array<std::uint32_t>(count * 3);
+  mesh.positions = m_Output.array<float>(chosen.size() * 9);
+  mesh.indices = m_Output.array<std::uint32_t>(chosen.size() * 3);
+  if (isTextured)
+    mesh.texCoords = m_Output.array<float>(chosen.size() * 6);
+  else
+    mesh.colors = m_Output.array<std::uint8_t>(chosen.size() * 12);
   std::size_t corner = 0;
-  for (std::size_t t = 0; t < triangles.size(); ++t)
-    for (std::size_t k = 0; k < 3 && paints[t].colors; ++k, ++corner) {
-      const MODELMESHCOLOR_SRGB& color = paints[t].colors->m_Colors[k];
+  for (const std::size_t t : chosen)
+    for (std::size_t k = 0; k < 3; ++k, ++corner) {
       std::copy_n(positions.begin() + std::size_t(triangles[t].m_nIndices[k]) * 3, 3,
                   mesh.positions.begin() + corner * 3);
+      mesh.indices[corner] = std::uint32_t(corner);
+      if (isTextured) {
+        mesh.texCoords[corner * 2] = paints[t].place->m_fU[k];
+        mesh.texCoords[corner * 2 + 1] = paints[t].place->m_fV[k];
+        continue;
+      }
+      const MODELMESHCOLOR_SRGB& color = paints[t].colors->m_Colors[k];
       const std::uint8_t bytes[]{color.m_Red, color.m_Green, color.m_Blue, color.m_Alpha};
       std::copy_n(bytes, 4, mesh.colors.begin() + corner * 4);
-      mesh.indices[corner] = std::uint32_t(corner);
     }
   return mesh;
+}
+
+std::int32_t ObjectConverter::texturedMaterial(DWORD number) {
+  const auto [found, isNew] = m_Textured.try_emplace(number, None);
+  if (!isNew) return found->second;
+  const Handle source = take(lib3mf_model_gettexture2dbyid, m_Model, number);
+  const Handle attachment = take(lib3mf_texture2d_getattachment, source.get());
+  eModelTextureTileStyle across{}, up{};
+  check(lib3mf_texture2d_gettilestyleuv(source.get(), &across, &up));
+  reader::Model& model = m_Output.model;
+  Image image;
+  const auto size = valueOf<ULONG64>(lib3mf_attachment_getstreamsize, attachment.get());
+  image.encoded = m_Output.array<std::uint8_t>(std::size_t(size));
+  if (size > 0) check(lib3mf_attachment_writetobuffer(attachment.get(), image.encoded.data(), size));
+  const Texture texture{
+      std::int32_t(model.images.size()), wrapOf(across), wrapOf(up),
+      valueOf<eModelTextureFilter>(lib3mf_texture2d_getfilter, source.get()) != MODELTEXTUREFILTER_NEAREST};
+  Material material;
+  material.diffuse = {1, 1, 1, 1};
+  material.texture.texture = std::int32_t(model.textures.size());
+  found->second = std::int32_t(model.materials.size());
+  model.images.push_back(image);
+  model.textures.push_back(texture);
+  model.materials.push_back(material);
+  return found->second;
 }
 
 std::int32_t ObjectConverter::materialOf(DWORD group, DWORD index) {
