@@ -1529,6 +1529,26 @@
 <context>
     <name>ViewMenu</name>
     <message>
+        <source>&amp;Light From Panorama…</source>
+        <translation>&amp;Licht eines Panoramas…</translation>
+    </message>
+    <message>
+        <source>Light From Panorama</source>
+        <translation>Licht eines Panoramas</translation>
+    </message>
+    <message>
+        <source>Panoramas (*.hdr *.png *.jpg *.jpeg *.tif *.tiff *.webp)</source>
+        <translation>Panoramen (*.hdr *.png *.jpg *.jpeg *.tif *.tiff *.webp)</translation>
+    </message>
+    <message>
+        <source>Light of the St&amp;udio</source>
+        <translation>Licht des St&amp;udios</translation>
+    </message>
+    <message>
+        <source>“%1” could not be read: %2</source>
+        <translation>„%1“ konnte nicht gelesen werden: %2</translation>
+    </message>
+    <message>
         <source>&amp;View</source>
         <translation>&amp;Ansicht</translation>
     </message>

@@ -3,11 +3,14 @@
 #include <QActionGroup>
 #include <QClipboard>
 #include <QDockWidget>
+#include <QFileDialog>
 #include <QGuiApplication>
+#include <QMessageBox>
 #include <QSettings>
 
 #include "kernel/main/overseer.h"
 #include "module_scene/graph/scene.h"
+#include "module_scene/io/panorama.h"
 #include "nubo/window/look/icons.h"
 #include "nubo/window/look/mnemonics.h"
 #include "nubo/window/menus/savedviews.h"
@@ -18,6 +21,7 @@ namespace nubo::window {
 namespace {
 
 const QString LookKey = QStringLiteral("window/look");
+const QString EnvironmentKey = QStringLiteral("window/environment");
 const QString MarginKey = QStringLiteral("window/margin");
 
 }  // namespace
@@ -118,6 +122,8 @@ void ViewMenu::addLooks() {
   }
   menu->addSeparator();
   addSwitches(menu);
+  menu->addSeparator();
+  addLight(menu);
   addMnemonics(menu->actions());
   connect(menu, &QMenu::aboutToShow, this, [group] {
     for (QAction* action : group->actions())
@@ -157,6 +163,38 @@ void ViewMenu::addSwitches(QMenu* menu) {
     action->setCheckable(true);
     connect(menu, &QMenu::aboutToShow, this, [action, isOn] { action->setChecked(isOn()); });
   }
+}
+
+void ViewMenu::addLight(QMenu* menu) {
+  menu->addAction(tr("&Light From Panorama…"), this, [this] {
+    const QString file = QFileDialog::getOpenFileName(
+        window(), tr("Light From Panorama"), QFileInfo(main::nuboSettings()->value(EnvironmentKey).toString()).path(),
+        tr("Panoramas (*.hdr *.png *.jpg *.jpeg *.tif *.tiff *.webp)"));
+    if (!file.isEmpty()) light(file);
+  });
+  QAction* studio = menu->addAction(tr("Light of the St&udio"), this, [this] { light(QString()); });
+  studio->setCheckable(true);
+  connect(menu, &QMenu::aboutToShow, this, [studio] { studio->setChecked(!scene::_GlobalScene()->getEnvironment()); });
+  const QString kept = main::nuboSettings()->value(EnvironmentKey).toString();
+  if (QFileInfo::exists(kept)) light(kept);
+}
+
+/// With a panorama's file or, with the empty text, as the studio is; from now on.
+void ViewMenu::light(const QString& file) {
+  util::YPointer<util::YObject> environment;
+  if (!file.isEmpty()) {
+    QString error;
+    const io::Panorama panorama = io::readPanorama(file, error);
+    if (panorama.light.empty()) {
+      QMessageBox::warning(window(), tr("Light From Panorama"),
+                           tr("“%1” could not be read: %2").arg(QFileInfo(file).fileName(), error));
+      return;
+    }
+    environment = io::toEnvironment(panorama).get();
+  }
+  main::nuboSettings()->setValue(EnvironmentKey, file);
+  scene::_GlobalScene()->setEnvironment(environment);
+  m_Panels.updatePanels();
 }
 
 void ViewMenu::addFullScreen() {

@@ -30,6 +30,8 @@ class ViewMenu : public QMenu {
   void addProjection();
   void addLooks();
   void addSwitches(QMenu* menu);
+  void addLight(QMenu* menu);
+  void light(const QString& file);
   void addFullScreen();
   void addDocks(const QList<QDockWidget*>& docks);
 
