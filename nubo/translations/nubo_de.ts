@@ -21,7 +21,7 @@
     </message>
     <message>
         <source>In &amp;Pictures, Too</source>
-        <translation>Auch in &amp;Bildern</translation>
+        <translation>A&amp;uch in Bildern</translation>
     </message>
     <message>
         <source>Background Colour</source>
