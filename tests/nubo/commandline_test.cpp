@@ -69,7 +69,8 @@ TEST(CommandLine, TellsScenesCommandAndArgumentsApart) {
 
 TEST(CommandLine, ReadsItsOptions) {
   const QString options =
-      "--size 800x450 --view -30,-20.5 --background white,#102030 --samples 0 --steps 0:99 --duration 1.5 --trajectory t.csv "
+      "--size 800x450 --view -30,-20.5 --background white,#102030 --samples 0 --steps 0:99 --duration 1.5 --trajectory "
+      "t.csv "
       "--element arm --verbose --read-timeout 2.5 --dry-run --no-overwrite --report r.json ";
   // Before the scene or after the command, or shared between both.
   for (const QString& text : {"--settings s.ini " + options + "m.obj grabvideo", "m.obj grabvideo " + options,

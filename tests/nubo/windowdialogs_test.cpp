@@ -95,7 +95,8 @@ TEST_F(WindowTest, LeadsTheFocusThroughDialogsAndTheWindow) {
                                                                : focus->parentWidget()->objectName());
     QTest::keyClick(dialog(), Qt::Key_Tab);
   }
-  EXPECT_EQ(order.join(' ').toStdString(), "filename Choose… width Sizes height Sizes sync Video settings Start Cancel");
+  EXPECT_EQ(order.join(' ').toStdString(),
+            "filename Choose… width Sizes height Sizes sync Video settings Start Cancel");
   EXPECT_TRUE(cancel());
 
   useShortcut("F10");
