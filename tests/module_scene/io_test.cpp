@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <array>
 #include <cmath>
 
 #include "module_scene/io/importer.h"
@@ -56,6 +57,40 @@ TEST_F(Import, StlOfBothKindsGivesTheSameClosedMesh) {
     EXPECT_TRUE(tetrahedron.closed);
     expectBox({0, 0, 0}, {1, 1, 1});
   }
+}
+
+TEST_F(Import, StlJoinsTheCornersThatMeetAndNoOthers) {
+  constexpr int Edge = 60;  // squares
+  QByteArray text = "solid grid\n";
+  for (int square = 0; square < Edge * Edge; ++square)
+    for (const auto& corners : {std::array{0, 1, 3}, std::array{0, 3, 2}}) {
+      text += "facet normal 0 0 1\nouter loop\n";
+      for (const int corner : corners)
+        text += "vertex " + QByteArray::number(square % Edge + corner % 2) + ' ' +
+                QByteArray::number(square / Edge + corner / 2) + " 0\n";
+      text += "endloop\nendfacet\n";
+    }
+  const QTemporaryDir folder;
+  QFile file(folder.filePath("grid.stl"));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write(text + "endsolid\n");
+  file.close();
+  m_Result = importFile(file.fileName());
+  ASSERT_TRUE(m_Result.root) << m_Result.error.toStdString();
+  std::vector<Geometry*> grids;
+  collect(m_Result.root.get(), grids);
+  ASSERT_EQ(grids.size(), 1u);
+  EXPECT_EQ(grids[0]->primitiveCount(), 2u * Edge * Edge);
+  // Some are kept more than once, for drawing them in pieces.
+  EXPECT_LT(grids[0]->vertexCount(), std::size_t(1.2 * (Edge + 1) * (Edge + 1)));
+  for (std::size_t i = 0; i < grids[0]->indices.size(); i += 3) {
+    const auto corner = [&](std::size_t of) {
+      return &grids[0]->positions[std::size_t(grids[0]->indices[i + of]) * 3];
+    };
+    const float *a = corner(0), *b = corner(1), *c = corner(2);
+    ASSERT_EQ((b[0] - a[0]) * (c[1] - a[1]) - (b[1] - a[1]) * (c[0] - a[0]), 1.0f) << "face " << i / 3;
+  }
+  expectBox({0, 0, 0}, {Edge, Edge, 0});
 }
 
 TEST_F(Import, ObjWithMaterialAndTextureStandsUpright) {
