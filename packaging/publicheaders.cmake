@@ -46,6 +46,7 @@ set(NUBO_PUBLIC_HEADERS
   module_scene/mesh/meshbuilder.h
   module_scene/mesh/posing.h
   module_scene/mesh/preparation.h
+  module_scene/graph/background.h
   module_scene/graph/look.h
   module_scene/graph/rig.h
   module_scene/graph/scene.h

@@ -61,19 +61,19 @@ TEST_F(Import, StlOfBothKindsGivesTheSameClosedMesh) {
 
 TEST_F(Import, StlJoinsTheCornersThatMeetAndNoOthers) {
   constexpr int Edge = 60;  // squares
-  QByteArray text = "solid grid\n";
+  QByteArray triangles;
   for (int square = 0; square < Edge * Edge; ++square)
     for (const auto& corners : {std::array{0, 1, 3}, std::array{0, 3, 2}}) {
-      text += "facet normal 0 0 1\nouter loop\n";
+      std::vector<float> numbers{0, 0, 1};
       for (const int corner : corners)
-        text += "vertex " + QByteArray::number(square % Edge + corner % 2) + ' ' +
-                QByteArray::number(square / Edge + corner / 2) + " 0\n";
-      text += "endloop\nendfacet\n";
+        numbers.insert(numbers.end(), {float(square % Edge + corner % 2), float(square / Edge + corner / 2), 0});
+      triangles.append(reinterpret_cast<const char*>(numbers.data()), 48).append("\0\0", 2);
     }
+  const std::uint32_t count = 2 * Edge * Edge;
   const QTemporaryDir folder;
   QFile file(folder.filePath("grid.stl"));
   ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-  file.write(text + "endsolid\n");
+  file.write(QByteArray(80, 0) + QByteArray(reinterpret_cast<const char*>(&count), 4) + triangles);
   file.close();
   m_Result = importFile(file.fileName());
   ASSERT_TRUE(m_Result.root) << m_Result.error.toStdString();
