@@ -65,8 +65,10 @@ TEST_F(Import, StlJoinsTheCornersThatMeetAndNoOthers) {
   for (int square = 0; square < Edge * Edge; ++square)
     for (const auto& corners : {std::array{0, 1, 3}, std::array{0, 3, 2}}) {
       std::vector<float> numbers{0, 0, 1};
-      for (const int corner : corners)
-        numbers.insert(numbers.end(), {float(square % Edge + corner % 2), float(square / Edge + corner / 2), 0});
+      for (const int corner : corners) {
+        const int x = square % Edge + corner % 2, y = square / Edge + corner / 2;
+        numbers.insert(numbers.end(), {float(x), float(y), 0});
+      }
       triangles.append(reinterpret_cast<const char*>(numbers.data()), 48).append("\0\0", 2);
     }
   const std::uint32_t count = 2 * Edge * Edge;
