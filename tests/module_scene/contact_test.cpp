@@ -6,9 +6,9 @@
 namespace nubo::scene {
 namespace {
 
-Shot boxOnAFloor() {
+Shot boxOnAFloor(double height = 0.5) {
   Shot shot = shotFromFront(element({MeshBuilder(nullptr).box({-1, -1, -0.1}, {1, 1, 0}).finish(),
-                                     MeshBuilder(nullptr).box({-0.4, -0.4, 0}, {0.4, 0.4, 0.5}).finish()}));
+                                     MeshBuilder(nullptr).box({-0.4, -0.4, 0}, {0.4, 0.4, height}).finish()}));
   gui::Camera camera;
   camera.elevation = 60;
   shot.transform = camera.transform();
@@ -37,6 +37,20 @@ TEST_F(LooksTest, SurfacesThatMeetTakeEachOtherLight) {
     EXPECT_LE(lost({0, -0.9, 0}), 2) << "far from the box";
     EXPECT_LE(lost({0, 0, 0.5}), 1) << "on top of it";
   }
+}
+
+// The map's texels are some pixels wide in a large picture, and at an edge some of those around a pixel are another
+// surface's: of the floor beside the box, which is darker.
+TEST_F(LooksTest, SurfacesTakeNoLightFromBesideTheirEdges) {
+  Shot shot = boxOnAFloor(0.1), without = shot;
+  shot.width = shot.height = without.width = without.height = 1600;
+  without.contact = false;
+  const QImage picture = draw(shot), open = draw(without);
+  for (int i = -35; i <= 35; ++i)
+    for (const math::Vector3& edge : {math::Vector3{i * 0.01, 0.398, 0.1}, {i * 0.01, -0.398, 0.1}}) {
+      const QPoint pixel = pixelOf(shot, edge);
+      EXPECT_NEAR(qRed(picture.pixel(pixel)), qRed(open.pixel(pixel)), 2) << i << ' ' << edge[1];
+    }
 }
 
 /// Points of a plane from the left to `right`, of which the left half lies higher.
