@@ -1,5 +1,6 @@
 #include "module_scene/graph/background.h"
 
+#include <QImageReader>
 #include <QPainter>
 #include <algorithm>
 
@@ -17,6 +18,14 @@ QSize covering(const QImage& image, const QSize& size) {
 }
 
 }  // namespace
+
+QImage readBackgroundImage(const QString& fileName, QString& error) {
+  QImageReader reader(fileName);
+  reader.setAutoTransform(true);
+  QImage image = reader.read();
+  if (image.isNull()) error = reader.errorString();
+  return image;
+}
 
 Backdrop::Backdrop(const Background& background, const QSize& size) : m_Background(background), m_Size(size) {
   QImage& image = m_Background.image;

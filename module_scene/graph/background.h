@@ -19,11 +19,13 @@ struct Background {
   bool isPlain() const { return !top.isValid() && image.isNull(); }
 };
 
+/// The image of a file, upright. Null, with the reason, if it cannot be read. Any thread.
+NUBO_MODULE_SCENE_EXPORT QImage readBackgroundImage(const QString& fileName, QString& error);
+
 /// A background for views of one size, in pixels. Any thread, one at a time.
 class NUBO_MODULE_SCENE_EXPORT Backdrop {
  public:
   Backdrop(const Background& background, const QSize& size);
-  QSize size() const { return m_Size; }
   /// Opaque (Format_RGB32), of the size of the area.
   QImage part(const QRect& area) const;
 

@@ -1,7 +1,5 @@
 #include "nubo/cli/lookoptions.h"
 
-#include <QImageReader>
-
 #include "module_scene/io/panorama.h"
 #include "nubo/cli/commandline.h"
 
@@ -13,11 +11,9 @@ QString applyBackground(const CommandLine& line, scene::Scene& scene) {
   scene::Background background = line.background.value_or(scene.getBackground());
   if (line.backgroundInPicture) background.inPictures = true;
   if (!line.backgroundImage.isEmpty()) {
-    QImageReader reader(line.backgroundImage);
-    reader.setAutoTransform(true);
-    background.image = reader.read();
-    if (background.image.isNull())
-      return QStringLiteral("cannot read '%1': %2").arg(line.backgroundImage, reader.errorString());
+    QString error;
+    background.image = scene::readBackgroundImage(line.backgroundImage, error);
+    if (background.image.isNull()) return QStringLiteral("cannot read '%1': %2").arg(line.backgroundImage, error);
   }
   scene.setBackground(background);
   return QString();

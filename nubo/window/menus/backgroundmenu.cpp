@@ -2,7 +2,6 @@
 
 #include <QColorDialog>
 #include <QFileDialog>
-#include <QImageReader>
 #include <QMessageBox>
 #include <QSettings>
 
@@ -29,7 +28,8 @@ scene::Background kept() {
   if (color.isValid()) result.color = color;
   result.top = QColor(settings.value(TopKey).toString());
   const QString image = settings.value(ImageKey).toString();
-  if (!image.isEmpty()) result.image = QImage(image);
+  QString error;
+  if (!image.isEmpty()) result.image = scene::readBackgroundImage(image, error);  // or it is gone, which is no matter
   result.inPictures = settings.value(InPicturesKey).toBool();
   return result;
 }
@@ -81,12 +81,11 @@ void BackgroundMenu::chooseImage() {
                                                     QFileInfo(main::nuboSettings()->value(ImageKey).toString()).path(),
                                                     tr("Images (*.png *.jpg *.jpeg *.tif *.tiff *.webp *.bmp)"));
   if (file.isEmpty()) return;
-  QImageReader reader(file);
-  reader.setAutoTransform(true);
-  const QImage image = reader.read();
+  QString error;
+  const QImage image = scene::readBackgroundImage(file, error);
   if (image.isNull()) {
     QMessageBox::warning(parentWidget(), tr("Background Image"),
-                         tr("“%1” could not be read: %2").arg(QFileInfo(file).fileName(), reader.errorString()));
+                         tr("“%1” could not be read: %2").arg(QFileInfo(file).fileName(), error));
     return;
   }
   choose({current().color, QColor(), image}, file);
