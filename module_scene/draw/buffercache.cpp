@@ -107,7 +107,7 @@ GeometryBuffer::GeometryBuffer(const Geometry& geometry)
 
   for (std::size_t i = 0; i < geometry.clusters.size(); ++i) {
     const Cluster& cluster = geometry.clusters[i];
-    if (i % ClustersPerGroup == 0) {
+    if (i % geometry.clustersPerGroup() == 0) {
       m_Groups.push_back(cluster);
       continue;
     }

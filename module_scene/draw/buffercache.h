@@ -30,7 +30,7 @@ class GeometryBuffer : public util::YObject {
   void draw(GLenum mode, const Range& range) const;
   /// Draws some of its vertices, by their numbers.
   void draw(GLenum mode, const std::uint32_t* vertices, std::size_t count) const;
-  /// The box of each ClustersPerGroup clusters, in their order.
+  /// The box of each clustersPerGroup() clusters, in their order.
   const std::vector<Cluster>& groups() const { return m_Groups; }
   /// Of all faces, in the geometry's own units; infinite for what bones or shapes move.
   double longestEdge() const { return m_LongestEdge; }

@@ -189,6 +189,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
   const auto coarse = query.detail > 0 ? coarseVersion(geometry) : nullptr;
   if (coarse) batch.coarse = BufferCache::buffer(*coarse);
   const auto& groups = batch.buffer->groups();
+  const std::size_t perGroup = geometry.clustersPerGroup();
   for (std::size_t group = 0; group < groups.size(); ++group) {
     const Overlap groupOverlap = overlap == Overlap::Whole ? overlap : culler.overlap(groups[group]);
     if (groupOverlap == Overlap::None) continue;
@@ -197,8 +198,8 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
       if (geometry.kind == KindPoints) batch.width = coarseWidth;
       continue;
     }
-    const std::size_t end = std::min((group + 1) * ClustersPerGroup, geometry.clusters.size());
-    for (std::size_t i = group * ClustersPerGroup; i < end; ++i) {
+    const std::size_t end = std::min((group + 1) * perGroup, geometry.clusters.size());
+    for (std::size_t i = group * perGroup; i < end; ++i) {
       const Cluster& cluster = geometry.clusters[i];
       if (groupOverlap == Overlap::Part && culler.overlap(cluster) == Overlap::None) continue;
       if (!useCones || !facesAway(cluster, eye)) addPart(whole(cluster), cluster);
@@ -235,8 +236,9 @@ void DrawList::sieve(Batch& batch, const ViewQuery& query) {
                                              [](std::size_t sum, const Range& range) { return sum + range.count; });
   if (points < Few || std::size_t(query.width) * std::size_t(query.height) > MostPixels) return;
   // OpenGL rounds the size of what it does not smooth.
-  const double size = query.samples > 0 ? double(batch.width) : std::max(1.0, std::ceil(double(batch.width) - 0.5));
-  m_Sieve.begin(query.projection * batch.modelView, query.width, query.height, marginFor(batch.width), size);
+  const bool isSampled = query.samples > 0;
+  const double size = isSampled ? double(batch.width) : std::max(1.0, std::ceil(double(batch.width) - 0.5));
+  m_Sieve.begin(query.projection * batch.modelView, query.width, query.height, marginFor(batch.width), size, isSampled);
   for (auto range = begin; range != m_Ranges.end(); ++range)
     m_Sieve.add(batch.geometry->positions, range->firstVertex, range->vertexCount);
   m_Ranges.erase(begin, m_Ranges.end());

@@ -7,12 +7,11 @@ namespace nubo::scene {
 
 namespace {
 
-/// Points of one size cover so many pixels or one more, across and up.
-constexpr std::uint32_t Footprints = 4;
 /// By which nearer is nearer for OpenGL, too, which rounds in its own way.
 constexpr float Nearer = 4e-7f;
-/// In which OpenGL divides a pixel.
-constexpr float Steps = 256;
+/// Pixels around a pixel's middle in which OpenGL, which divides a pixel into 256 steps and computes in its own order,
+/// may find it on the other side of a point's edge.
+constexpr float Doubt = 0.006f;
 /// A little more than the four by which the quarters of points fit together, for OpenGL rounds.
 constexpr float CellsPerSize = 4.1f;
 /// Pixels and depths in which a point that OpenGL may leave out hides nothing.
@@ -20,8 +19,9 @@ constexpr float Rim = 0.01f;
 
 }  // namespace
 
-void PointSieve::begin(const math::Matrix4& clip, int width, int height, int margin, double size) {
+void PointSieve::begin(const math::Matrix4& clip, int width, int height, int margin, double size, bool sampled) {
   m_Points.clear();
+  m_Sampled = sampled;
   m_Size = float(size);
   m_Margin = float(margin);
   m_Width = float(width) + 2 * m_Margin;
@@ -40,8 +40,16 @@ void PointSieve::begin(const math::Matrix4& clip, int width, int height, int mar
   const std::size_t pixelRows = std::size_t(m_Height + m_Reach) + Around;
   const std::size_t cellRows = std::size_t(m_Height * m_CellsPerPixel) + Around;
   constexpr float Farthest = 2;
-  m_Pixels.assign(std::size_t(m_PixelColumns) * pixelRows * Footprints, Farthest);
+  m_Pixels.assign(sampled ? 0 : std::size_t(m_PixelColumns) * pixelRows, Farthest);
   m_Cells.assign(std::size_t(m_CellColumns) * cellRows, Farthest);
+}
+
+/// Points of one size in whole pixels cover the same ones where they cover the same first one.
+std::uint32_t PointSieve::pixelOf(float x, float y) const {
+  const float left = x - m_Size / 2 + 0.5f, low = y - m_Size / 2 + 0.5f;
+  if (std::abs(left - std::round(left)) < Doubt || std::abs(low - std::round(low)) < Doubt) return Unsure;
+  return std::uint32_t(std::floor(low) + m_Reach) * std::uint32_t(m_PixelColumns) +
+         std::uint32_t(std::floor(left) + m_Reach);
 }
 
 void PointSieve::add(const std::vector<float>& positions, std::uint32_t first, std::uint32_t count) {
@@ -54,20 +62,13 @@ void PointSieve::add(const std::vector<float>& positions, std::uint32_t first, s
     if (!(w > 0)) continue;
     const float x = row(0, p) / w, y = row(1, p) / w, depth = row(2, p) / w;
     if (!(x > 0 && y > 0 && x < m_Width && y < m_Height && depth >= -1 - Rim && depth <= 1 + Rim)) continue;
-    // The pixels whose middles the point covers, where it is once OpenGL has moved it to the nearest of its steps.
-    const float middle[]{std::round(x * Steps) / Steps, std::round(y * Steps) / Steps};
-    const float left = std::floor(middle[0] - m_Size / 2 + 0.5f), right = std::floor(middle[0] + m_Size / 2 + 0.5f);
-    const float low = std::floor(middle[1] - m_Size / 2 + 0.5f), high = std::floor(middle[1] + m_Size / 2 + 0.5f);
-    const float most = std::floor(m_Size) + 0.5f;
-    const std::uint32_t footprint = std::uint32_t(right - left > most) + 2 * std::uint32_t(high - low > most);
-    const auto pixel = std::uint32_t(low + m_Reach) * std::uint32_t(m_PixelColumns) + std::uint32_t(left + m_Reach);
     const auto cell = (std::uint32_t(y * m_CellsPerPixel) + 1) * std::uint32_t(m_CellColumns) +
                       std::uint32_t(x * m_CellsPerPixel) + 1;
-    const Point point{vertex, pixel * Footprints + footprint, cell, depth};
+    const Point point{vertex, m_Sampled ? Unsure : pixelOf(x, y), cell, depth};
     m_Points.push_back(point);
     const bool isDrawn = x > Rim && y > Rim && x < m_Width - Rim && y < m_Height - Rim && std::abs(depth) < 1 - 1e-5f;
     if (!isDrawn) continue;
-    m_Pixels[point.pixel] = std::min(m_Pixels[point.pixel], depth);
+    if (point.pixel != Unsure) m_Pixels[point.pixel] = std::min(m_Pixels[point.pixel], depth);
     m_Cells[cell] = std::min(m_Cells[cell], depth);
   }
 }
@@ -76,9 +77,7 @@ void PointSieve::add(const std::vector<float>& positions, std::uint32_t first, s
 /// there.
 bool PointSieve::isHidden(const Point& point) const {
   const float nearer = point.depth - Nearer;
-  const std::uint32_t own = point.pixel % Footprints;
-  for (std::uint32_t other = own; other < Footprints; ++other)
-    if ((other & own) == own && m_Pixels[point.pixel - own + other] < nearer) return true;
+  if (point.pixel != Unsure && m_Pixels[point.pixel] < nearer) return true;
   const float *below = &m_Cells[point.cell - std::uint32_t(m_CellColumns)],
               *above = &m_Cells[point.cell + std::uint32_t(m_CellColumns)];
   return std::max(std::max(below[-1], below[1]), std::max(above[-1], above[1])) < nearer;

@@ -1,6 +1,7 @@
 // What elements are made of: faces, lines or points.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <vector>
@@ -29,9 +30,6 @@ struct Cluster {
   std::array<float, 4> cone{0, 0, 0, -2};
 };
 
-/// Clusters that follow each other lie together: so many of them are culled, and coarsened, as one group.
-constexpr std::size_t ClustersPerGroup = 16;
-
 /// Fewer primitives between the same vertices, to be drawn in the place of a group's.
 struct CoarseGroup {
   std::uint32_t first = 0;  ///< into CoarseVersion::indices
@@ -41,7 +39,7 @@ struct CoarseGroup {
 
 /// A geometry with fewer primitives, for views in motion. Not changed after it was made.
 struct CoarseVersion : public util::YObject {
-  std::vector<CoarseGroup> groups;     ///< of each ClustersPerGroup clusters
+  std::vector<CoarseGroup> groups;     ///< of each clustersPerGroup() clusters
   std::vector<std::uint32_t> indices;  ///< of all of them, into the geometry's vertices
 
   CopySlot& copySlot() const { return m_CopySlot; }
@@ -79,6 +77,10 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
 
   std::size_t vertexCount() const { return positions.size() / 3; }
   std::size_t primitiveCount() const { return indices.size() / (kind == KindFaces ? 3 : kind == KindLines ? 2 : 1); }
+
+  /// Clusters that follow each other lie together: so many of them are culled, and coarsened, as one group. A coarse
+  /// group keeps its border, so the groups of what has very many are larger.
+  std::size_t clustersPerGroup() const { return std::clamp<std::size_t>(clusters.size() / 64, 16, 64); }
 
   CopySlot& copySlot() const { return m_CopySlot; }
   CopySlot& edgeSlot() const { return m_EdgeSlot; }

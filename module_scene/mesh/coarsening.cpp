@@ -30,7 +30,7 @@ struct Job {
 
   const Cluster& first() const { return geometry->clusters[firstCluster]; }
   const Cluster& last() const {
-    return geometry->clusters[std::min(firstCluster + ClustersPerGroup, geometry->clusters.size()) - 1];
+    return geometry->clusters[std::min(firstCluster + geometry->clustersPerGroup(), geometry->clusters.size()) - 1];
   }
   std::uint32_t end() const { return last().first + last().count; }  ///< of its indices
 };
@@ -122,7 +122,7 @@ void append(CoarseVersion& version, const Job& job) {
 util::YPointer<CoarseVersion> coarsened(const Geometry& geometry, Coarsening coarsening, std::size_t quickShare,
                                         const std::atomic<bool>& cancelled) {
   std::vector<Job> jobs;
-  for (std::size_t i = 0; i < geometry.clusters.size(); i += ClustersPerGroup) jobs.push_back({&geometry, i});
+  for (std::size_t i = 0; i < geometry.clusters.size(); i += geometry.clustersPerGroup()) jobs.push_back({&geometry, i});
   const auto coarsen = [&](Job& job) {
     if (geometry.kind == KindPoints) return coarsenPoints(job);
     if (coarsening == Coarsening::Fine) return coarsenFaces(job, simplifyFine(geometry));
