@@ -20,6 +20,7 @@ namespace {
 constexpr double Area = 640000;     // texels
 constexpr int Longest = 4096;       // texels
 constexpr double TexelsOff = 0.5;   // by which a depth may differ from that of the pixel that looks for it
+constexpr int Places = 14, Around = 16;
 constexpr int IndicesPerTexel = 2;  // that take as long
 
 QOpenGLExtraFunctions* extraFunctions() { return QOpenGLContext::currentContext()->extraFunctions(); }
@@ -111,6 +112,8 @@ bool ContactMap::create(Pass& pass, const char* source) {
   gl->glUseProgram(name);
   gl->glUniform1i(gl->glGetUniformLocation(name, "directions"), 1);
   gl->glUniform1i(gl->glGetUniformLocation(name, "points"), 2);
+  gl->glUniform1i(gl->glGetUniformLocation(name, "places"), Places);
+  gl->glUniform1i(gl->glGetUniformLocation(name, "around"), Around);
   gl->glUseProgram(0);
   pass.texels = gl->glGetUniformLocation(name, "texels");
   pass.depthRows = gl->glGetUniformLocation(name, "depthRows");

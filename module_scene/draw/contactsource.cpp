@@ -58,7 +58,7 @@ uniform vec4 depthRows, window;  // as above
 const float Radius = 0.18;  // in eye space, where a model's is about 1
 const float Most = 0.14;    // of the map's height, that it may take
 const float Least = 5.0;    // texels
-const int Places = 14;
+uniform int places, around;  // how many are looked at
 
 float spread(float z) { return window.w - window.z * z; }
 
@@ -80,8 +80,8 @@ float openness(vec3 p, vec3 n) {
   // Half a turn from each place to the next.
   vec2 towards = reach * vec2(cos(angle), sin(angle));
   float sum = 0.0;
-  for (int i = 0; i < Places; ++i) {
-    float share = (float(i) + 0.5 + 0.5 * (turn - 0.5)) / float(Places);
+  for (int i = 0; i < places; ++i) {
+    float share = (float(i) + 0.5 + 0.5 * (turn - 0.5)) / float(places);
     vec2 at = floor(gl_FragCoord.xy + share * towards) + 0.5;
     towards = -towards;
     vec3 v = (placeAt(at) - p) / radius;
@@ -89,7 +89,7 @@ float openness(vec3 p, vec3 n) {
     float fall = max(1.0 - square, 0.0);
     sum += fall * fall * fall * max(dot(v, n) - 0.015, 0.0) / (square + 0.003);
   }
-  return max(1.0 - 3.2 * sum / float(Places), 0.0);
+  return max(1.0 - 3.2 * sum / float(places), 0.0);
 }
 
 vec3 placeOfAny(vec2 at) {
@@ -99,7 +99,7 @@ vec3 placeOfAny(vec2 at) {
 float shade(vec3 p) {
   float size = spread(p.z) * window.y;
   float sum = 0.0;
-  for (int i = 0; i < 16; ++i) {
+  for (int i = 0; i < around; ++i) {
     float angle = 0.7853982 * float(i), reach = i < 8 ? 2.0 : 7.0;
     vec2 at = floor(gl_FragCoord.xy + reach * vec2(cos(angle), sin(angle))) + 0.5;
     sum += clamp((placeOfAny(at).z - p.z) / size, 0.0, 0.05);
@@ -130,6 +130,7 @@ const char SmoothingShader[] = R"(#version 120
 uniform sampler2D depths, directions;
 uniform vec2 texels;
 uniform vec4 depthRows, window;  // as above
+uniform int around;
 
 float spread(float z) { return window.w - window.z * z; }
 
@@ -147,7 +148,7 @@ void main() {
     vec3 p = placeOf(gl_FragCoord.xy, own);
     float unit = 0.25 / (window.y * texels.y * spread(p.z));  // of two texels
     float sum = 0.0, weights = 0.0;
-    for (int i = 0; i < 16; ++i) {
+    for (int i = 0; i < around; ++i) {
       vec2 at = gl_FragCoord.xy + vec2(mod(float(i), 4.0), floor(float(i) * 0.25)) - 1.0;
       vec4 texel = texture2D(depths, at * texels);
       vec4 other = texture2D(directions, at * texels);
