@@ -40,13 +40,17 @@ SharedContext::SharedContext() {
   mp_Surface->setFormat(mp_Context->format());
   mp_Surface->create();
   if (mp_Context->makeCurrent(mp_Surface.get())) {
-    m_HasFramebufferObjects = QOpenGLFramebufferObject::hasOpenGLFramebufferObjects();
-    if (!mp_Context->getProcAddress("glDrawRangeElementsBaseVertex"))
+    const char* needed = mp_Context->format().version() < qMakePair(2, 0)               ? "2.0"
+                         : !mp_Context->getProcAddress("glDrawRangeElementsBaseVertex") ? "3.2"
+                                                                                        : nullptr;
+    if (needed)
       NUBO_LOG(log::Failure, "nubo::scene::SharedContext::SharedContext",
-               "This OpenGL cannot draw scenes, version 3.2 or newer is needed");
-    if (const char* missing = SurfaceShader::whatIsMissing())
+               "This OpenGL cannot draw scenes, version %s or newer is needed", needed);
+    else if (const char* missing = SurfaceShader::whatIsMissing())
       NUBO_LOG(log::Failure, "nubo::scene::SharedContext::SharedContext",
                "This OpenGL lacks %s, scenes are drawn in the look \"plain\"", missing);
+    // What cannot be drawn is not to be grabbed, either.
+    m_HasFramebufferObjects = !needed && QOpenGLFramebufferObject::hasOpenGLFramebufferObjects();
     mp_Context->doneCurrent();
   }
   // Widgets share with the context that Qt knows as the global one.

@@ -130,6 +130,11 @@ Environment::Quadric turned(const Environment::Quadric& source, const math::Matr
 const char* SurfaceShader::whatIsMissing() {
   const QOpenGLContext* context = QOpenGLContext::currentContext();
   if (context->format().version() < qMakePair(2, 1)) return "OpenGL 2.1";
+  for (const GLenum type : {GL_VERTEX_SHADER, GL_FRAGMENT_SHADER}) {
+    const GLuint shader = context->functions()->glCreateShader(type);
+    if (!shader) return "shaders";
+    context->functions()->glDeleteShader(shader);
+  }
   GLint units = 0, size = 0;
   glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &units);
   glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &size);

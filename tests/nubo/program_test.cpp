@@ -60,6 +60,27 @@ TEST_F(Program, SaysWhatItLacks) {
   EXPECT_THAT(m_Output.toStdString(), HasSubstr("grabimage"));
 }
 
+TEST_F(Program, DrawsAsPlainlyAsItsOpenGLAllowsAndSaysSo) {
+  const QString grab = "$nubo --size 90x60 --view front %1 triangle.obj grabimage --filename a.png --width 90";
+  const QString older = "MESA_GL_VERSION_OVERRIDE=%1 MESA_EXTENSION_OVERRIDE=%2 " + grab.arg("");
+  struct Row {
+    const char *version, *extensions, *lacks, *plainly;
+  };
+  for (const Row& row : {Row{"2.0", "", "OpenGL 2.1", "--look plain"},
+                         {"2.1", "-GL_ARB_fragment_shader", "shaders", "--look plain --samples 0"}}) {
+    ASSERT_EQ(run(grab.arg(row.plainly)), 0);
+    const QImage plain(path("a.png"));
+    EXPECT_EQ(run(older.arg(row.version, row.extensions)), 0);
+    EXPECT_EQ(m_Errors,
+              QStringLiteral("nubo: This OpenGL lacks %1, scenes are drawn in the look \"plain\"\n").arg(row.lacks));
+    EXPECT_EQ(QImage(path("a.png")), plain);
+  }
+  ASSERT_TRUE(QFile::remove(path("a.png")));
+  EXPECT_EQ(run(older.arg("1.5", "")), 1);
+  EXPECT_THAT(m_Errors.toStdString(), HasSubstr("This OpenGL cannot draw scenes, version 2.0 or newer is needed\n"));
+  EXPECT_FALSE(QFile::exists(path("a.png")));
+}
+
 TEST_F(Program, TellsAboutItsCommandsAndItself) {
   struct Row {
     const char *line, *part;
