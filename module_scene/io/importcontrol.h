@@ -11,7 +11,9 @@ namespace nubo::io {
 
 /// What is said before a file is read.
 struct ImportSettings {
-  std::chrono::milliseconds patience = std::chrono::seconds(60);  ///< how long a reader may get no further
+  /// How long a reader may get no further. In all it may take a tenth longer, and as long again for every 8 MB of its
+  /// file and every 64 MB that it hands over.
+  std::chrono::milliseconds patience = std::chrono::seconds(60);
   std::map<std::string, std::string> options;  ///< what readers may ask for, by name (reader::Output::option)
   QString variant;                             ///< the name of a choice of materials, for files that have it
 };
@@ -22,7 +24,7 @@ struct ImportControl : ImportSettings {
   explicit ImportControl(const ImportSettings& settings) : ImportSettings(settings) {}
 
   std::atomic<bool> cancelled{false};  ///< set: reading ends soon, with an error
-  std::atomic<int> percent{-1};        ///< of the present file; below 0: nobody knows
+  std::atomic<int> percent{-1};        ///< of what is being read; below 0: nobody knows
 };
 
 }  // namespace nubo::io

@@ -9,6 +9,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <atomic>
 #include <csignal>
 #include <cstring>
@@ -22,6 +23,10 @@ namespace nubo::io {
 namespace {
 
 using reader::Message;
+
+// What a reader may take in all, in times that it may get no further: a little longer, so that who is silent is told to
+// be; and as long again for so many bytes, of which all that is sound reads many more in a minute.
+constexpr double InAnyCase = 1.1, BytesRead = 8 << 20, BytesHandedOver = 64 << 20;
 
 /// A reader's text in the user's language.
 QString shown(const QString& text) {
@@ -58,7 +63,7 @@ ssize_t receive(int socket, Message& message, char* text) {
 
 ReadingProcess::ReadingProcess(const ReaderChoice& choice, const QString& fileName, std::uint64_t memoryLimit,
                                const std::map<std::string, std::string>& options)
-    : m_ReaderName(choice.reader->name), m_LastProgress(std::chrono::steady_clock::now()) {
+    : m_ReaderName(choice.reader->name), m_Work(InAnyCase + double(QFileInfo(fileName).size()) / BytesRead) {
   int sockets[2];
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) != 0)
     throw ImportError(ImportError::tr("its reader cannot be started: %1").arg(qt_error_string(errno)));
@@ -70,8 +75,9 @@ ReadingProcess::ReadingProcess(const ReaderChoice& choice, const QString& fileNa
   posix_spawn_file_actions_adddup2(&spawn.actions, sockets[1], reader::HelperSocket);
   std::vector<QByteArray> words{helperProgram(), QFile::encodeName(choice.reader->library), QFile::encodeName(fileName),
                                 choice.format.toUtf8(), QByteArray::number(qulonglong(memoryLimit))};
-  for (const auto& [name, value] : options) words.push_back(QByteArray::fromStdString(name + '=' + value));
+  for (const auto& [name, value] : options) words.push_back(QByteArray::fromStdString((name + '=').append(value)));
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (QByteArray& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   const int error = posix_spawn(&m_Process, arguments[0], &spawn.actions, nullptr, arguments.data(), environ);
@@ -90,7 +96,7 @@ ReadingProcess::~ReadingProcess() {
 reader::Model ReadingProcess::run(SharedBlocks& blocks, ImportControl& control, QStringList& warnings) {
   char text[reader::LongestText];
   for (bool goesOn = true; goesOn;) {
-    checkProgress(control);
+    checkTime(control);
     if (!waitForMessage()) continue;
     Message message;
     const ssize_t size = receive(m_Socket, message, text);
@@ -113,13 +119,20 @@ bool ReadingProcess::waitForMessage() const {
   return poll(&waiting, 1, Glance) > 0;
 }
 
-/// What a reader says beside its progress is none.
-void ReadingProcess::checkProgress(const ImportControl& control) const {
+/// What a reader says beside its progress is none. One that goes on and on is ended, too, since damage may have a small
+/// file describe work without end.
+void ReadingProcess::checkTime(const ImportControl& control) const {
   if (control.cancelled) throw ImportError(ImportError::tr("reading was cancelled"));
-  if (std::chrono::steady_clock::now() - m_LastProgress > control.patience)
+  const std::chrono::duration<double> patience = control.patience, longest = m_Work * patience;
+  const Clock::time_point now = Clock::now();
+  if (now - m_LastProgress > patience)
     throw ImportError(ImportError::tr("its reader '%1' got no further for %2 s, and was ended")
                           .arg(m_ReaderName)
-                          .arg(double(control.patience.count()) / 1000));
+                          .arg(patience.count()));
+  if (now - m_Begin > longest)
+    throw ImportError(ImportError::tr("its reader '%1' was not done after %2 s, and was ended")
+                          .arg(m_ReaderName)
+                          .arg(longest.count(), 0, 'f', 0));
 }
 
 bool ReadingProcess::handle(const Message& message, const QString& text, SharedBlocks& blocks, ImportControl& control,
@@ -140,7 +153,7 @@ bool ReadingProcess::handle(const Message& message, const QString& text, SharedB
       return true;
     }
     case Message::Block:
-      answer(blocks.add(message.value));
+      answer(add(message.value, blocks));
       return true;
     case Message::Done:
       m_RecordSize = message.value;
@@ -149,6 +162,12 @@ bool ReadingProcess::handle(const Message& message, const QString& text, SharedB
       throw ImportError(shown(text));
   }
   throw ImportError(ImportError::tr("its reader '%1' hands over what makes no sense").arg(m_ReaderName));
+}
+
+int ReadingProcess::add(std::uint64_t size, SharedBlocks& blocks) {
+  const int descriptor = blocks.add(size);
+  if (descriptor >= 0) m_Work += double(size) / BytesHandedOver;
+  return descriptor;
 }
 
 void ReadingProcess::answer(int descriptor) const {

@@ -28,21 +28,27 @@ class ReadingProcess {
   reader::Model run(SharedBlocks& blocks, ImportControl& control, QStringList& warnings);
 
  private:
-  void checkProgress(const ImportControl& control) const;
+  void checkTime(const ImportControl& control) const;
   bool waitForMessage() const;
   /// False: it was the last.
   bool handle(const reader::Message& message, const QString& text, SharedBlocks& blocks, ImportControl& control,
               QStringList& warnings);
+  /// A descriptor of a new block; -1 where there is none.
+  int add(std::uint64_t size, SharedBlocks& blocks);
   void answer(int descriptor) const;
   /// Returns the signal that ended the process, 0 for none; kills it where it has not ended.
   int end();
   QString endedUnexpectedly();
 
+  using Clock = std::chrono::steady_clock;
+
   const QString m_ReaderName;
   int m_Socket = -1;
   int m_Process = 0;  ///< 0: ended
   std::uint64_t m_RecordSize = 0;
-  std::chrono::steady_clock::time_point m_LastProgress;
+  double m_Work;  ///< what there is to do, in times that a reader may take without getting further
+  const Clock::time_point m_Begin = Clock::now();
+  Clock::time_point m_LastProgress = m_Begin;
 };
 
 }  // namespace nubo::io

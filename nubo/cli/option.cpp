@@ -222,7 +222,10 @@ const std::vector<Option>& options() {
        text(&CommandLine::element, "an element's name")},
       {"steps", "FIRST:LAST", "Uses only these steps of the trajectory, counted from 0.", takeSteps},
       {"duration", "SECONDS", "Ends the command after this time.", seconds(&CommandLine::duration)},
-      {"read-timeout", "SECONDS", "Gives a model up when its reader has got no further for so long (60).",
+      {"read-timeout", "SECONDS",
+       "Gives a model up when its reader has got no further for so long (60), or has taken a tenth longer in all, and "
+       "as "
+       "long again for every 8 MB of its file.",
        seconds(&CommandLine::readTimeout)},
       {"fineness", "FACTOR", "How finely triangles follow the curved surfaces of CAD files (1).", takeFineness},
       {"settings", "FILE", "Uses this settings file instead of your own.", takeSettings, {}, {}, false, true},

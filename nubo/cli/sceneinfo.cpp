@@ -4,9 +4,12 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <cmath>
+#include <map>
+#include <mutex>
 #include <set>
 
 #include "module_scene/graph/joint.h"
+#include "module_scene/io/sidebyside.h"
 #include "nubo/cli/scenefile.h"
 
 namespace nubo::app {
@@ -143,11 +146,21 @@ QString toText(const QJsonObject& object) {
 SceneInfo describeScenes(const QStringList& files, const io::ImportSettings& settings, bool json) {
   SceneInfo info;
   QJsonArray all;
+  io::ImportControl control(settings);
+  std::map<QString, QJsonObject> described;
+  std::mutex mutex;
+  // Of each file only what is told of it stays, so that many take no more memory than a few.
+  const auto read = [&](const QString& file, io::ImportControl& own) {
+    const QJsonObject object = describe(file, readScene(file, own));
+    const std::lock_guard<std::mutex> lock(mutex);
+    described[file] = object;
+    return io::ImportResult();
+  };
+  static_cast<void>(io::readSideBySide(files, control, io::Others::AreRead, read));
   for (const QString& file : files) {
-    io::ImportControl control(settings);
-    all << describe(file, readScene(file, control));
-    if (all.last().toObject().contains("error")) info.complete = false;
-    info.text += toText(all.last().toObject());
+    all << described[file];
+    if (described[file].contains("error")) info.complete = false;
+    info.text += toText(described[file]);
   }
   if (json) info.text = QString::fromUtf8(QJsonDocument(all).toJson());
   return info;

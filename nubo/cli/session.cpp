@@ -10,6 +10,7 @@
 #include "kernel/util/delegate.h"
 #include "kernel/util/pluginfolders.h"
 #include "module_scene/gui/framing.h"
+#include "module_scene/io/sidebyside.h"
 #include "module_trajectory/trajectory.h"
 #include "nubo/cli/cameraplace.h"
 #include "nubo/cli/lookoptions.h"
@@ -28,8 +29,7 @@ io::ImportResult readScenes(const QStringList& scenes, io::ImportControl& contro
   if (scenes.size() == 1) return readScene(scenes.first(), control);
   io::ImportResult all;
   all.root = new scene::SceneElement(QStringLiteral("scene"));
-  for (const QString& scene : scenes) {
-    const io::ImportResult one = readScene(scene, control);
+  for (const io::ImportResult& one : io::readSideBySide(scenes, control, io::Others::AreGivenUp, readScene)) {
     if (!one.root) return one;
     all.add(one);
   }

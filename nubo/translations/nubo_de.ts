@@ -649,6 +649,10 @@
         <translation>ihr Leser „%1“ kam %2 s lang nicht weiter und wurde beendet</translation>
     </message>
     <message>
+        <source>its reader &apos;%1&apos; was not done after %2 s, and was ended</source>
+        <translation>ihr Leser „%1“ war nach %2 s nicht fertig und wurde beendet</translation>
+    </message>
+    <message>
         <source>its reader &apos;%1&apos; ended unexpectedly</source>
         <translation>ihr Leser „%1“ endete unerwartet</translation>
     </message>

@@ -38,6 +38,12 @@ void readSkinned(Output& output) {
   output.model.nodes[0].instances[0].skin = 0;
 }
 
+/// Longer than a reader may take for nothing, with a sign of life now and then.
+void dawdle(Output& output) {
+  for (int i = 0; i < 30; ++i, usleep(50000)) output.progress(-1);
+  readWell(output);
+}
+
 void send(Message message) {
   iovec part{&message, sizeof message};
   msghdr header{};
@@ -87,6 +93,12 @@ const std::map<std::string, std::function<void(Output&)>> Faults{
     {"warns",
      [](Output& output) {
        for (;;) output.warning("not yet");
+     }},
+    {"dawdles", dawdle},
+    {"brings",
+     [](Output& output) {
+       output.array<char>(1 << 30);
+       dawdle(output);
      }},
     {"crashes", [](Output&) { raise(SIGSEGV); }},
     {"leaves", [](Output&) { _exit(0); }},

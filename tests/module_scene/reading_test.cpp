@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <cstring>
 #include <thread>
 
 #include "module_scene/io/importer.h"
@@ -31,7 +32,7 @@ class Reading : public testing::Test {
           "peeks",      "hides",      "allocates", "shares",   "sleeps",  "turns",   "crashes",  "leaves",
           "throws",     "lies",       "talks",     "index",    "corners", "normals", "material", "mesh",
           "parent",     "enum",       "private",   "picture",  "track",   "warns",   "bones",    "weights",
-          "influences", "skin",       "bone",      "shape",    "behaves", "bends"})
+          "influences", "skin",       "bone",      "shape",    "behaves", "bends",   "dawdles",  "brings"})
       suffixes += QByteArray(suffixes.isEmpty() ? "" : ", ") + '"' + misdeed + '"';
     write(folder + "/hostile.json", "{\"library\": \"" NUBO_HOSTILE_READER "\", \"formats\": [{\"suffixes\": [" +
                                         suffixes + "], \"begins\": [{\"text\": \"HOSTILE\"}]}]}");
@@ -78,14 +79,34 @@ TEST_F(Reading, NoReaderTakesTheProgramDownOrReachesBeyondIt) {
        }) {
     SCOPED_TRACE(row.format);
     ImportControl control;
-    control.patience = std::chrono::seconds(1);
+    if (std::strstr(row.cause, "for 1 s")) control.patience = std::chrono::seconds(1);
     const QString name = file(row.format);
     const QString error = importFile(name, control).error;
     EXPECT_TRUE(error.startsWith(QStringLiteral("cannot read '%1': ").arg(name))) << error.toStdString();
     EXPECT_TRUE(error.contains(row.cause)) << error.toStdString();
     EXPECT_TRUE(QFile::exists(name));
   }
-  for (const char* format : {"behaves", "bends"}) EXPECT_EQ(importFile(file(format)).error, "");
+  for (const char* format : {"behaves", "bends", "dawdles", "brings"}) EXPECT_EQ(importFile(file(format)).error, "");
+}
+
+TEST_F(Reading, TakesTimeForWhatThereIsToReadOnly) {
+  struct Row {
+    const char* format;
+    qint64 size;
+    const char* cause;
+  };
+  constexpr qint64 Much = 400 << 20;
+  for (const Row& row : {Row{"dawdles", 1, "its reader 'hostile' was not done after 1 s"}, Row{"dawdles", Much, ""},
+                         Row{"brings", 1, ""}}) {
+    SCOPED_TRACE(row.format);
+    ImportControl control;
+    control.patience = std::chrono::seconds(1);
+    const QString name = file(row.format);
+    ASSERT_TRUE(QFile::resize(name, row.size));
+    const ImportResult result = importFile(name, control);
+    EXPECT_TRUE(result.error.contains(row.cause)) << result.error.toStdString();
+    EXPECT_EQ(result.error.isEmpty(), !*row.cause);
+  }
 }
 
 TEST_F(Reading, EndsWhenItIsCancelled) {

@@ -15,6 +15,7 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
       {"$nubo missing.glb grabimage --filename a.png", 2, "cannot read 'missing.glb': there is no such file"},
       {"$nubo \"two\nlines.glb\" grabimage --filename a.png", 2, "cannot read 'two\\x0alines.glb'"},
       {"$nubo garbage.glb grabimage --filename a.png", 1, "garbage.glb"},
+      {"$nubo triangle.obj garbage.glb model.unknown grabimage --filename a.png", 1, "cannot read 'garbage.glb'"},
       {"$nubo model.unknown grabimage --filename a.png", 1, "cannot read 'model.unknown': its format is not known"},
       {"$nubo garbage.glb grabimage --filename a.xyz", 2, "--filename: No valid image file extension selected"},
       {"$nubo grabimage --filename a.png --width 0", 2, "--width: Target picture (0 x 0) size is to small!"},

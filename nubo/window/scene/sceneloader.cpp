@@ -6,6 +6,7 @@
 
 #include "module_scene/draw/scenedrawer.h"
 #include "module_scene/draw/sharedcontext.h"
+#include "module_scene/io/sidebyside.h"
 #include "module_scene/mesh/coarsening.h"
 #include "nubo/cli/scenefile.h"
 
@@ -22,17 +23,20 @@ io::ImportResult readAll(QStringList& files, QStringList& failed, io::ImportCont
   }
   io::ImportResult all;
   QStringList errors;
-  for (const QString& file : QStringList(files)) {
-    io::ImportResult one = app::readScene(file, control);
+  const std::vector<io::ImportResult> results = io::readSideBySide(files, control, io::Others::AreRead, app::readScene);
+  QStringList read;
+  for (int i = 0; i < files.size(); ++i) {
+    const io::ImportResult& one = results[std::size_t(i)];
     if (one.root) {
       if (!all.root) all.root = new scene::SceneElement(SceneLoader::tr("Scene"));
       all.add(one);
+      read << files[i];
     } else {
       errors << one.error;
-      files.removeOne(file);
-      failed << file;
+      failed << files[i];
     }
   }
+  files = read;
   if (all.root)
     all.warnings = errors + all.warnings;
   else

@@ -34,7 +34,7 @@ class SceneLoader : public QObject {
   void finished(const QStringList& files, const QStringList& failed, const nubo::io::ImportResult& result);
   /// In place of finished.
   void cancelled();
-  /// Of the file that is being read; below 0: nobody knows.
+  /// Of the files that are being read; below 0: nobody knows.
   void progressed(int percent);
 
  private:
