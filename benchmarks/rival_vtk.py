@@ -4,6 +4,8 @@ Needs an X display. Prints the seconds of its parts as a line of JSON on standar
 """
 import argparse
 import json
+import math
+import os
 import sys
 import time
 
@@ -24,6 +26,7 @@ from vtkmodules.vtkRenderingCore import (vtkActor, vtkPolyDataMapper, vtkRendere
 
 PANEL = (1280, 720)
 OPENING_ANGLE = 45.0  # degrees, as in our videos
+VIEW = (30.0, 25.0)  # degrees: azimuth and elevation, as ours begins with
 DISTANCE = 2.95  # from which the sphere shows as large as in our pictures
 
 
@@ -82,15 +85,40 @@ def read_mesh(name, clock):
     return actor
 
 
-def read_assembly(name, window, clock):
+def read_assembly(name, renderer, clock):
+    """Adds what a glTF file holds, drawn plainly: the importer would have it drawn physically. Returns its actors."""
     importer = vtkGLTFImporter()
     importer.SetFileName(name)
-    importer.SetRenderWindow(window)
+    importer.SetRenderWindow(renderer.GetRenderWindow())
     importer.Update()
+    actors = list(renderer.GetActors())
+    for actor in actors:
+        surface = actor.GetProperty()
+        actor.SetTexture(surface.GetTexture("albedoTex"))
+        surface.RemoveAllTextures()
+        surface.SetInterpolationToPhong()
     clock.end("load")
+    return actors
+
+
+def look_as_we_do(renderer, up):
+    """From the same direction, with all in view."""
+    azimuth, elevation = numpy.radians(VIEW)
+    eye = numpy.array([numpy.sin(azimuth) * numpy.cos(elevation), -numpy.cos(azimuth) * numpy.cos(elevation),
+                       numpy.sin(elevation)])
+    if up == "y":
+        eye = eye[0], eye[2], -eye[1]
+    camera = renderer.GetActiveCamera()
+    camera.SetViewAngle(OPENING_ANGLE)
+    camera.SetFocalPoint(0, 0, 0)
+    camera.SetViewUp(*((0, 1, 0) if up == "y" else (0, 0, 1)))
+    camera.SetPosition(*eye)
+    renderer.ResetCamera()
+    renderer.ResetCameraScreenSpace()
 
 
 def open_window(arguments, clock):
+    """The window, its camera, and the actors of an assembly."""
     clock.end("start")
     renderer = vtkRenderer()
     renderer.SetBackground(1, 1, 1)
@@ -99,26 +127,28 @@ def open_window(arguments, clock):
     window.SetMultiSamples(arguments.samples)
     window.SetSize(*PANEL)
     window.AddRenderer(renderer)
-    camera = renderer.GetActiveCamera()
-    camera.SetViewAngle(OPENING_ANGLE)
     if arguments.mesh.endswith(".glb"):
-        read_assembly(arguments.mesh, window, clock)
-        camera = renderer.GetActiveCamera()
-        renderer.ResetCamera()
-        return window, camera
+        actors = read_assembly(arguments.mesh, renderer, clock)
+        look_as_we_do(renderer, "y")
+        return window, renderer.GetActiveCamera(), actors
     actor = read_mesh(arguments.mesh, clock)
     renderer.AddActor(actor)
     if arguments.physical:
         draw_physically(renderer, actor)
+    camera = renderer.GetActiveCamera()
+    if arguments.mesh.endswith(".ply"):
+        look_as_we_do(renderer, "z")
+        return window, camera, []
+    camera.SetViewAngle(OPENING_ANGLE)
     camera.SetFocalPoint(0, 0, 0)
     camera.SetViewUp(0, 0, 1)
     camera.SetPosition(0.4 * DISTANCE, -0.8 * DISTANCE, 0.4472 * DISTANCE)
     renderer.ResetCameraClippingRange()
-    return window, camera
+    return window, camera, []
 
 
 def still(arguments, clock):
-    window, _ = open_window(arguments, clock)
+    window, *_ = open_window(arguments, clock)
     capture = vtkResizingWindowToImageFilter()
     capture.SetInput(window)
     capture.SetSize(arguments.width, arguments.width * PANEL[1] // PANEL[0])
@@ -132,15 +162,22 @@ def still(arguments, clock):
     clock.end("write")
 
 
-def orbit(arguments, clock):
-    """Frames as BGRA rows to standard output; the pipe's reader turns them upright."""
-    window, camera = open_window(arguments, clock)
+def frames(arguments, clock):
+    """Frames as BGRA rows to standard output, turning the camera or moving parts; the pipe's reader turns them
+    upright."""
+    window, camera, actors = open_window(arguments, clock)
+    moving = actors[::len(actors) // arguments.moving] if arguments.moving else []
     capture = vtkWindowToImageFilter()
     capture.SetInput(window)
     capture.SetInputBufferTypeToRGBA()
     capture.ReadFrontBufferOff()
-    for _ in range(arguments.frames):
-        camera.Azimuth(360 / arguments.frames)
+    for frame in range(arguments.frames):
+        if moving:
+            height = 4 * abs(math.sin(math.pi * frame / arguments.frames))
+            for actor in moving:
+                actor.SetPosition(0, height, 0)
+        else:
+            camera.Azimuth(360 / arguments.frames)
         capture.Modified()
         capture.Update()
         pixels = capture.GetOutput().GetPointData().GetScalars()
@@ -151,17 +188,20 @@ def orbit(arguments, clock):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("work", choices=["still", "orbit"])
+    parser.add_argument("work", choices=["still", "frames"])
     parser.add_argument("mesh")
     parser.add_argument("--output")
     parser.add_argument("--width", type=int, default=10000)
     parser.add_argument("--samples", type=int, default=4)
     parser.add_argument("--frames", type=int, default=100)
+    parser.add_argument("--moving", type=int, help="so many parts move, and not the camera")
     parser.add_argument("--physical", action="store_true", help="materials, environment and occlusion")
     arguments = parser.parse_args()
     clock = Clock()
-    {"still": still, "orbit": orbit}[arguments.work](arguments, clock)
-    print(json.dumps(clock.parts), file=sys.stderr)
+    {"still": still, "frames": frames}[arguments.work](arguments, clock)
+    print(json.dumps(clock.parts), file=sys.stderr, flush=True)
+    # To take an assembly's window apart would take several times as long as all of the work.
+    os._exit(0)
 
 
 main()

@@ -12,6 +12,8 @@ import sys
 import tempfile
 import time
 
+from scenes import Scenes
+
 HERE = os.path.dirname(os.path.abspath(__file__))
 VTK = ["/usr/bin/python3", os.path.join(HERE, "rival_vtk.py")]
 SIZE = "1280x720"
@@ -43,6 +45,7 @@ class Run:
         first.returncode = os.waitstatus_to_exitcode(status)
         last.wait()
         self.seconds = time.perf_counter() - start
+        self.processors = usage.ru_utime + usage.ru_stime  # seconds
         self.megabytes = usage.ru_maxrss * 1024 / 1e6
         if first.returncode or last.returncode:
             sys.exit(f"failed: {' '.join(command)}\n{error.decode()}")
@@ -63,6 +66,9 @@ class Bench:
     def path(self, name):
         return os.path.join(self.work, name)
 
+    def run(self, command, pipe_into=None):
+        return Run(command, pipe_into)
+
     def in_turn(self, **work):
         """Calls each several times, in turn; the runs by name."""
         runs = {name: [] for name in work}
@@ -77,6 +83,7 @@ class Bench:
         for who, runs in (("ours", ours), ("rival", rival)):
             figures[who + "_s"] = statistics.median(run.seconds for run in runs)
             figures[who + "_MB"] = statistics.median(run.megabytes for run in runs)
+            figures[who + "_processors_s"] = statistics.median(run.processors for run in runs)
             figures[who + "_all_s"] = [run.seconds for run in runs]
         for unit, limit in zip(("s", "MB"), limits):
             figures["ratio_" + unit] = figures["ours_" + unit] / figures["rival_" + unit]
@@ -194,7 +201,7 @@ class Bench:
                 self.path("rival." + suffix)]
 
     def vtk_video(self, mesh, suffix, frames, samples, *more):
-        return Run([*VTK, "orbit", self.meshes[mesh], "--frames", str(frames), "--samples", str(samples), *more],
+        return Run([*VTK, "frames", self.meshes[mesh], "--frames", str(frames), "--samples", str(samples), *more],
                    pipe_into=self.ffmpeg("-", suffix, "rgba", "vflip,"))
 
     def videos(self, frames=100):
@@ -246,6 +253,10 @@ class Bench:
                     median_gap_ms=statistics.median(gaps), deviation_ms=statistics.pstdev(gaps),
                     gap_95_ms=gaps[len(gaps) * 95 // 100], longest_gap_ms=gaps[-1])
 
+    def scenes(self):
+        """Assemblies and scans."""
+        Scenes(self, VTK).measure()
+
     # The window
 
     def window_runs(self, *arguments):
@@ -280,7 +291,7 @@ def ratio(figures, unit):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parts = ["stills", "still_parts", "growth", "looks", "videos", "pipeline", "window"]
+    parts = ["stills", "still_parts", "growth", "looks", "videos", "pipeline", "scenes", "window"]
     parser.add_argument("build")
     parser.add_argument("output", help="folder for the figures and whatever is made")
     parser.add_argument("--rounds", type=int, default=3)

@@ -15,6 +15,7 @@
 #include "kernel/main/commandmanager.h"
 #include "kernel/main/modulemanager.h"
 #include "kernel/main/overseer.h"
+#include "module_scene/gui/picking.h"
 #include "module_scene/gui/viewer.h"
 #include "nubo/cli/commandarguments.h"
 #include "nubo/window/commands/commandrunner.h"
@@ -146,18 +147,21 @@ class Session {
   std::unique_ptr<window::MainWindow> m_Window;
 };
 
+/// Opens the file; what tells whether it has been shown for some seconds.
+auto opening(Session& session, const QString& file) {
+  const auto before = session.root();
+  session.open(file);
+  return [&session, before, shown = QElapsedTimer()]() mutable {
+    if (!shown.isValid() && session.root() != before) shown.start();
+    return shown.isValid() && shown.elapsed() > 3000;
+  };
+}
+
 void measureAnswers(const QString& model, const QString& larger) {
   Session session;
   handleEventsFor(500);
   Hand hand(session.panel());
-  const auto open = [&](const QString& file) {
-    const auto before = session.root();
-    session.open(file);
-    return [&session, before, shown = QElapsedTimer()]() mutable {
-      if (!shown.isValid() && session.root() != before) shown.start();
-      return shown.isValid() && shown.elapsed() > 3000;
-    };
-  };
+  const auto open = [&](const QString& file) { return opening(session, file); };
   const auto idle = [&] { return session.runner().isIdle(); };
   QElapsedTimer timer;
   const auto since = [&](int milliseconds) {
@@ -179,6 +183,51 @@ void measureAnswers(const QString& model, const QString& larger) {
   while (!idle()) handleEventsFor(20);
   std::printf(", ");
   hand.measure("opening a larger one", open(larger));
+  std::printf("}\n");
+}
+
+/// Prints the longest that `act`, which gets the number of its call, has taken.
+template <class Act>
+void measureCalls(const char* name, int calls, Act act) {
+  double longest = 0;
+  for (int call = 0; call < calls; ++call) {
+    QElapsedTimer timer;
+    timer.start();
+    act(call);
+    longest = std::max(longest, double(timer.nsecsElapsed()) * 1e-9);
+    handleEventsFor(20);
+  }
+  std::printf(", \"%s\": {\"longest\": %.4f}", name, longest);
+}
+
+/// How soon a scene of very many parts or points answers: as a whole, from near, and to what asks for all of it.
+void measureScene(const QString& model) {
+  Session session;
+  handleEventsFor(500);
+  window::ViewPanel& panel = *session.panel();
+  Hand hand(&panel);
+  QElapsedTimer timer;
+  const auto since = [&](int milliseconds) {
+    return [&timer, milliseconds] { return timer.elapsed() > milliseconds; };
+  };
+  std::printf("{");
+  hand.measure("opening", opening(session, model));
+  std::printf(", ");
+  timer.start();
+  hand.measure("whole", since(12000));
+  for (const auto& [name, factor] : {std::pair{"nearer", 3.0}, {"near", 4.0}}) {
+    panel.zoom(factor);
+    std::printf(", ");
+    timer.start();
+    hand.measure(name, since(12000));
+  }
+  constexpr int Calls = 20;
+  measureCalls("framing", Calls, [&](int call) { panel.showView(call % 2 ? "front" : "isometric"); });
+  measureCalls("picking", Calls, [&](int call) {
+    const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
+    const QPointF at(panel.width() * (call + 0.5) / Calls, 0.5 * panel.height());
+    gui::pick(*scene::_GlobalScene(), gui::rayThrough(at, panel.size(), panel.getCamera(), 1));
+  });
   std::printf("}\n");
 }
 
@@ -225,6 +274,10 @@ int main(int argc, char** argv) {
     measureAnswers(words[2], words[3]);
     return 0;
   }
-  std::fputs("window_benchmark answers MODEL LARGER-MODEL | start PROGRAM [MODEL]\n", stderr);
+  if (words.value(1) == "scene" && words.size() == 3) {
+    measureScene(words[2]);
+    return 0;
+  }
+  std::fputs("window_benchmark answers MODEL LARGER-MODEL | scene MODEL | start PROGRAM [MODEL]\n", stderr);
   return 2;
 }
