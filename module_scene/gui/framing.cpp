@@ -8,9 +8,7 @@ namespace nubo::gui {
 
 namespace {
 
-constexpr int SlicesPerSize = 512;
-// What is farther away than this many sizes cannot be shown beside the rest anyway.
-constexpr long FarthestSlice = 64L * SlicesPerSize;
+constexpr int SlabsPerSize = 512;
 constexpr double FullTurn = 2 * 3.14159265358979323846;  // radians
 constexpr double Infinity = std::numeric_limits<double>::infinity();
 
@@ -37,60 +35,78 @@ math::Matrix4 toViewOf(Camera camera, const math::Vector3& middle) {
   return camera.transform();
 }
 
+/// Calls take(point) with the points that decide how much room is taken by what is visible in and below the element,
+/// in the space that `toSpace` brings the element's parent to; but for geometries of which passes(box) tells that
+/// nothing in their box matters.
+template <class Passes, class Take>
+void forAllPoints(const scene::SceneElement& element, const math::Matrix4& toSpace, const Passes& passes,
+                  const Take& take) {
+  if (!element.isVisible()) return;
+  const math::Matrix4 own = toSpace * element.getTransform();
+  for (const auto& geometry : element.getGeometries()) {
+    if (passes(geometry->box.transformed(own))) continue;
+    const std::vector<float>& points = geometry->outline.empty() ? geometry->positions : geometry->outline;
+    for (std::size_t i = 0; i < points.size(); i += 3)
+      take(math::transformPoint(own, {points[i], points[i + 1], points[i + 2]}));
+  }
+  for (const auto& child : element.getChildren()) forAllPoints(*child, own, passes, take);
+}
+
 }  // namespace
 
 Framing::Framing(const Camera& direction, const scene::BoundingBox& box)
     : m_Direction(withUsualLens(direction)),
       m_Middle(middleOf(box)),
       m_ToView(toViewOf(m_Direction, m_Middle)),
-      m_Thickness(sizeOf(box) / SlicesPerSize) {}
+      m_Slices(sizeOf(box) / SlabsPerSize, Slice{{Infinity, Infinity}, {-Infinity, -Infinity}}) {}
 
 void Framing::add(const scene::SceneElement& element, const math::Matrix4& parent) {
-  addVisible(element, m_ToView * parent);
+  forAllPoints(
+      element, m_ToView * parent, [this](const scene::BoundingBox& box) { return covers(box); },
+      [this](const math::Vector3& point) { add(point); });
 }
 
+/// Of what turns, only how far from the axis it reaches at each height decides.
 void Framing::addTurning(const scene::SceneElement& element, const math::Matrix4& parent) {
-  constexpr int Steps = 24;
   m_Turns = true;
-  for (int step = 0; step < Steps; ++step)
-    add(element, math::translation(m_Middle[0], m_Middle[1], m_Middle[2]) *
-                     math::rotation(FullTurn * step / Steps, {0, 0, 1}) *
-                     math::translation(-m_Middle[0], -m_Middle[1], -m_Middle[2]) * parent);
-}
-
-void Framing::addVisible(const scene::SceneElement& element, const math::Matrix4& parent) {
-  if (!element.isVisible()) return;
-  const math::Matrix4 toView = parent * element.getTransform();
-  for (const auto& geometry : element.getGeometries()) add(*geometry, toView);
-  for (const auto& child : element.getChildren()) addVisible(*child, toView);
-}
-
-void Framing::add(const scene::Geometry& geometry, const math::Matrix4& toView) {
-  const std::vector<float>& points = geometry.outline.empty() ? geometry.positions : geometry.outline;
-  for (std::size_t i = 0; i < points.size(); i += 3)
-    add(math::transformPoint(toView, {points[i], points[i + 1], points[i + 2]}));
+  Slabs<double> radii(m_Slices.thickness(), -1);
+  forAllPoints(
+      element, math::translation(-m_Middle[0], -m_Middle[1], -m_Middle[2]) * parent,
+      [&radii](const scene::BoundingBox& box) {
+        const double farthest = std::hypot(std::max(-box.min[0], box.max[0]), std::max(-box.min[1], box.max[1]));
+        return radii.all(box.min[2], box.max[2], [farthest](double radius) { return radius >= farthest; });
+      },
+      [&radii](const math::Vector3& point) {
+        double& radius = radii.at(point[2]);
+        const double square = point[0] * point[0] + point[1] * point[1];
+        if (square > radius * radius || radius < 0) radius = std::sqrt(square);
+      });
+  const math::Matrix4 toView = m_ToView * math::translation(m_Middle[0], m_Middle[1], m_Middle[2]);
+  constexpr int Steps = 48;
+  constexpr double Inside = 0.01;  // of a slab, so that rounding leaves all of a ring in the same slice
+  for (std::size_t slab = 0; slab < radii.size(); ++slab)
+    for (int step = 0; step < Steps && radii[slab] >= 0; ++step) {
+      const double angle = FullTurn * step / Steps;
+      const double x = radii[slab] * std::cos(angle), y = radii[slab] * std::sin(angle);
+      for (const double part : {Inside, 1 - Inside})
+        add(math::transformPoint(toView, {x, y, radii.begin(slab) + part * radii.thickness()}));
+    }
 }
 
 void Framing::add(const math::Vector3& point) {
-  Slice& slice = sliceAt(point[2]);
+  Slice& slice = m_Slices.at(point[2]);
   for (int axis = 0; axis < 2; ++axis) {
     slice.least[axis] = std::min(slice.least[axis], point[std::size_t(axis)]);
     slice.most[axis] = std::max(slice.most[axis], point[std::size_t(axis)]);
   }
 }
 
-Framing::Slice& Framing::sliceAt(double depth) {
-  const Slice empty{{Infinity, Infinity}, {-Infinity, -Infinity}};
-  const double number = std::floor(depth / m_Thickness);
-  const long wanted = long(std::clamp(number, double(-FarthestSlice), double(FarthestSlice)));
-  if (m_Slices.empty()) m_First = wanted;
-  if (wanted < m_First) {
-    m_Slices.insert(m_Slices.begin(), std::size_t(m_First - wanted), empty);
-    m_First = wanted;
-  }
-  const auto index = std::size_t(wanted - m_First);
-  if (index >= m_Slices.size()) m_Slices.resize(index + 1, empty);
-  return m_Slices[index];
+/// Whether nothing in the box, which is in the view's own space, would change anything.
+bool Framing::covers(const scene::BoundingBox& box) const {
+  return m_Slices.all(box.min[2], box.max[2], [&box](const Slice& slice) {
+    return slice.least[0] <= box.min[0] && slice.least[1] <= box.min[1] && slice.most[0] >= box.max[0] &&
+           slice.most[1] >= box.max[1];
+  });
 }
 
 /// How far towards the eye that must at least be, for all to lie between two planes of that slope that meet in it.
@@ -115,9 +131,9 @@ double Framing::closest(int axis, double slope, double place) const {
 /// Where the eye must be across the line of sight to see as much to one side as to the other.
 double Framing::middle(int axis, double eye) const {
   double low = Infinity, high = -Infinity;
-  for (const Slice& slice : m_Slices) {
-    low = std::min(low, slice.least[axis]);
-    high = std::max(high, slice.most[axis]);
+  for (std::size_t i = 0; i < m_Slices.size(); ++i) {
+    low = std::min(low, m_Slices[i].least[axis]);
+    high = std::max(high, m_Slices[i].most[axis]);
   }
   constexpr int Iterations = 40;
   for (int iteration = 0; iteration < Iterations; ++iteration) {
@@ -138,7 +154,7 @@ scene::BoundingBox Framing::extent() const {
   for (std::size_t i = 0; i < m_Slices.size(); ++i) {
     const Slice& slice = m_Slices[i];
     if (slice.least[0] > slice.most[0]) continue;
-    box.add(math::Vector3{slice.least[0], slice.least[1], front(i) - m_Thickness});
+    box.add(math::Vector3{slice.least[0], slice.least[1], front(i) - m_Slices.thickness()});
     box.add(math::Vector3{slice.most[0], slice.most[1], front(i)});
   }
   return box;
@@ -146,7 +162,7 @@ scene::BoundingBox Framing::extent() const {
 
 Camera Framing::camera(int width, int height, const Framing* centred, double margin) const {
   Camera camera = m_Direction;
-  if (m_Slices.empty()) return camera;
+  if (m_Slices.size() == 0) return camera;
   const scene::BoundingBox box = extent();
   const double radius = sizeOf(box) / 2;
   camera.scale = 1 / radius;

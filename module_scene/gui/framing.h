@@ -1,10 +1,9 @@
 // Finds the view that shows something centred and as large as it fits.
 #pragma once
 
-#include <vector>
-
 #include "module_scene/graph/sceneelement.h"
 #include "module_scene/gui/camera.h"
+#include "module_scene/gui/slabs.h"
 
 namespace nubo::gui {
 
@@ -18,8 +17,7 @@ class NUBO_MODULE_SCENE_EXPORT Framing {
   /// All that is visible in and below the element, where it stands now; `parent` is where its parent stands. The caller
   /// holds the scene's lock.
   void add(const scene::SceneElement& element, const math::Matrix4& parent = math::Matrix4());
-  /// The same, and how it looks while it turns about the vertical axis through the middle of the box, which the cameras
-  /// then look at.
+  /// The same while it turns about the vertical axis through the middle of the box, which the cameras then look at.
   void addTurning(const scene::SceneElement& element, const math::Matrix4& parent = math::Matrix4());
   /// For a view of this size; the direction's camera as it is while nothing was added. In the middle of the view lies
   /// all that was added, or what was added to `centred`, a part of it that is seen from the same direction. `margin` is
@@ -32,11 +30,9 @@ class NUBO_MODULE_SCENE_EXPORT Framing {
     double least[2], most[2];  ///< to the right and up; empty: least > most
   };
 
-  void addVisible(const scene::SceneElement& element, const math::Matrix4& toView);
-  void add(const scene::Geometry& geometry, const math::Matrix4& toView);
   void add(const math::Vector3& point);
-  Slice& sliceAt(double depth);
-  double front(std::size_t slice) const { return double(m_First + long(slice) + 1) * m_Thickness; }
+  bool covers(const scene::BoundingBox& box) const;
+  double front(std::size_t slice) const { return m_Slices.begin(slice) + m_Slices.thickness(); }
   scene::BoundingBox extent() const;
   double closest(int axis, double slope) const;
   double closest(int axis, double slope, double place) const;
@@ -46,9 +42,7 @@ class NUBO_MODULE_SCENE_EXPORT Framing {
   bool m_Turns = false;
   math::Vector3 m_Middle;  ///< of the box
   math::Matrix4 m_ToView;  ///< moves that to the origin and turns it so that z points to the eye
-  double m_Thickness;
-  long m_First = 0;  ///< number of the first slice; slice 0 begins at depth 0
-  std::vector<Slice> m_Slices;
+  Slabs<Slice> m_Slices;   ///< by depth
 };
 
 }  // namespace nubo::gui

@@ -116,6 +116,34 @@ TEST(Framing, LeavesRoomForTurningAboutTheMiddle) {
     }
 }
 
+TEST(Framing, ManyPartsAreFramedAsTheWholeOfThemIs) {
+  const util::YPointer<scene::SceneElement> parts(new scene::SceneElement), whole(new scene::SceneElement);
+  std::vector<math::Vector3> all;
+  for (int i = 0; i < 500; ++i) {  // in no order, so that some lie between those before them
+    const double turn = 2.4 * i, reach = 1 + (i * 37 % 101) * 0.1, height = (i * 53 % 97) * 0.2;
+    std::vector<math::Vector3> points{{reach * std::cos(turn), reach * std::sin(turn), height},
+                                      {reach * std::cos(turn) + 0.3, reach * std::sin(turn), height + 0.2}};
+    all.insert(all.end(), points.begin(), points.end());
+    const util::YPointer<scene::SceneElement> part(new scene::SceneElement);
+    part->addGeometry(test::dots(points));
+    parts->addChild(part);
+  }
+  whole->addGeometry(test::dots(all));
+  for (const bool turns : {false, true})
+    for (const char* view : {"front", "top", "oblique"}) {
+      SCOPED_TRACE(testing::Message() << view << (turns ? " turning" : ""));
+      Camera direction;
+      ASSERT_TRUE(direction.setView(view));
+      std::vector<Camera> cameras;
+      for (const auto& root : {parts, whole}) {
+        Framing framing(direction, whole->getBoundingBox());
+        turns ? framing.addTurning(*root) : framing.add(*root);
+        cameras.push_back(framing.camera(1600, 900));
+      }
+      EXPECT_EQ(cameras[0].transform(), cameras[1].transform());
+    }
+}
+
 TEST(Camera, NamedViewsLookFromWhereTheySay) {
   struct View {
     const char* name;
