@@ -55,8 +55,10 @@ void Camera::orbit(double azimuthDelta, double elevationDelta) {
   elevation = std::clamp(elevation + elevationDelta, -90.0, 90.0);
 }
 
+double Camera::viewHeight() const { return 2 * distance * std::tan(scene::HalfOpening) / (scale * lens); }
+
 void Camera::pan(double right, double up) {
-  const double height = 2 * distance * std::tan(scene::HalfOpening) / (scale * lens);
+  const double height = viewHeight();
   const math::Matrix4 view = transform();
   for (int i = 0; i < 3; ++i)  // the rows of the view's rotation are the directions of its axes
     center[i] += (right * view(0, i) + up * view(1, i)) / (scale * lens) * height;

@@ -33,6 +33,8 @@ class NUBO_MODULE_SCENE_EXPORT Camera {
   /// The same, and in parallel where the camera is orthographic: a projective transform then, with which every frustum
   /// between the drawer's distances shows the scene so.
   math::Matrix4 viewTransform() const;
+  /// How much the view shows from bottom to top where the centre is, in the scene's units.
+  double viewHeight() const;
   /// Turns by degrees; the elevation stays within its bounds.
   void orbit(double azimuthDelta, double elevationDelta);
   /// Moves the centre across the view, in fractions of the view's height.

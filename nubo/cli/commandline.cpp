@@ -148,6 +148,14 @@ QString whyInconsistent(const CommandLine& line) {
   if (!line.element.isEmpty() && line.trajectory.isEmpty())
     return QStringLiteral("--element: --trajectory FILE is missing, with the points to move it along");
   if (line.eye && !line.view.isEmpty()) return QStringLiteral("--camera and --view exclude each other");
+  const auto isPerspective = [](const Argument& option) {
+    return option.name == QLatin1String("projection") && option.value == QLatin1String("perspective");
+  };
+  if (line.scale && std::any_of(line.options.begin(), line.options.end(), isPerspective))
+    return QStringLiteral("--scale and --projection perspective exclude each other");
+  for (const auto& [name, isGiven] :
+       {std::pair("zoom", line.zoom.has_value()), {"camera-path", !line.cameraPath.isEmpty()}})
+    if (isGiven && line.scale) return QStringLiteral("--scale and --%1 exclude each other").arg(name);
   const std::pair<const char*, bool> otherMoves[] = {{"turntable", line.turntable.has_value()},
                                                      {"trajectory", !line.trajectory.isEmpty()},
                                                      {"camera", line.eye.has_value()},
@@ -157,11 +165,17 @@ QString whyInconsistent(const CommandLine& line) {
     if (isGiven && !line.cameraPath.isEmpty())
       return QStringLiteral("--camera-path and --%1 exclude each other").arg(name);
   if (line.asks() || !line.command.isEmpty()) return QString();
-  const std::pair<const char*, bool> forRuns[] = {
-      {"dry-run", line.dryRun},           {"no-overwrite", line.noOverwrite},  {"report", !line.reportFile.isEmpty()},
-      {"camera", line.eye.has_value()},   {"target", line.target.has_value()}, {"up", line.up.has_value()},
-      {"roll", line.roll.has_value()},    {"zoom", line.zoom.has_value()},     {"margin", line.margin.has_value()},
-      {"view all", line.view == AllViews}};
+  const std::pair<const char*, bool> forRuns[] = {{"dry-run", line.dryRun},
+                                                  {"no-overwrite", line.noOverwrite},
+                                                  {"report", !line.reportFile.isEmpty()},
+                                                  {"camera", line.eye.has_value()},
+                                                  {"target", line.target.has_value()},
+                                                  {"up", line.up.has_value()},
+                                                  {"roll", line.roll.has_value()},
+                                                  {"zoom", line.zoom.has_value()},
+                                                  {"margin", line.margin.has_value()},
+                                                  {"view all", line.view == AllViews},
+                                                  {"scale", line.scale.has_value()}};
   if (line.scenes.contains(StandardInput)) return QStringLiteral("-: a window reads no model from standard input");
   for (const auto& [name, isGiven] : forRuns)
     if (isGiven) return QStringLiteral("--%1 is for the run of a command, and none is given").arg(name);

@@ -11,6 +11,7 @@
 #include "module_scene/graph/look.h"
 #include "module_scene/math/matrix.h"
 #include "nubo/cli/commandarguments.h"
+#include "nubo/cli/drawingscale.h"
 #include "nubo/cli/sectionplace.h"
 
 namespace nubo::app {
@@ -39,6 +40,8 @@ struct CommandLine {
   std::optional<math::Vector3> eye, target, up;  ///< of the camera, in the scene's coordinates
   std::optional<double> roll;                    ///< degrees
   std::optional<double> zoom;
+  std::optional<DrawingScale> scale;            ///< of a picture on paper
+  std::optional<double> viewHeight;             ///< in the scene's units; follows from the scale
   QString cameraPath;                           ///< a file of its places; empty: the camera stands still
   std::optional<double> margin;                 ///< percent of the view, at each of its sides
   std::optional<scene::Background> background;  ///< or as the scene has it

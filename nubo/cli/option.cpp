@@ -85,6 +85,12 @@ QString takeProjection(const QString& value, CommandLine& line) {
   return Projections.contains(value) ? QString() : Projections.join(", ");
 }
 
+QString takeScale(const QString& value, CommandLine& line) {
+  line.scale = drawingScale(value);
+  line.orthographic = true;
+  return line.scale ? QString() : QString::fromLatin1(DrawingScaleForms);
+}
+
 QString takeBackground(const QString& value, CommandLine& line) {
   const QStringList names = value.split(',');
   scene::Background background{QColor(names.last())};
@@ -167,6 +173,12 @@ const std::vector<Option>& options() {
        takeView, views + QStringList(AllViews)},
       {"projection", "PROJECTION", "How depth is shown: perspective or orthographic (perspective).", takeProjection,
        Projections},
+      {"scale",
+       "PAPER:SCENE",
+       "Makes a picture to scale, in parallel projection: 1:5 shows 5 m of the scene on 1 m of paper, at the picture's "
+       "resolution (300 dpi). 1:5@mm is for a model whose numbers are millimetres.",
+       takeScale,
+       {"1:1", "1:2", "1:5", "1:10", "2:1"}},
       {"camera", "X,Y,Z", "Where the camera stands, in place of a direction of view.", point(&CommandLine::eye)},
       {"target", "X,Y,Z", "What the camera looks at (the model's middle).", point(&CommandLine::target)},
       {"up", "X,Y,Z", "The direction that points up in the view (0,0,1).", point(&CommandLine::up)},

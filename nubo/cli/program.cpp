@@ -148,6 +148,11 @@ int Program::run(main::Command& registered, const RunSettings& settings) {
   const main::SettingsScope scope(settings.overlay());
   recordCall(settings);
   if (const QString error = whyCallWrong(registered); !error.isEmpty()) return refuse(error);
+  if (m_Line.scale) {
+    QString refusal;
+    m_Line.viewHeight = viewHeightFor(*m_Line.scale, registered, m_Arguments, m_Line.size, refusal);
+    if (!m_Line.viewHeight) return refuse("--scale: " + refusal);
+  }
   m_Report.record().set("parameters", objectOf(boundArguments(registered)));
   mp_Progress->setText("Reading the scene");
   const QString error = prepare(registered);

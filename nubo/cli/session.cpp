@@ -43,6 +43,9 @@ QStringList viewNames(const CommandLine& line, const io::ImportResult& result) {
   return names;
 }
 
+/// The part of a view that is left free at each of its sides.
+double marginOf(const CommandLine& line) { return line.margin ? *line.margin / 100 : gui::Camera::UsualMargin; }
+
 }  // namespace
 
 Session::Session(const CommandLine& line, const QStringList& scenes, Report& report)
@@ -135,9 +138,8 @@ QString Session::findViews(const CommandLine& line, const io::ImportResult& resu
   const QString error = chooseTrajectory(line, result.animations, moves ? std::function<void()>(look) : nullptr);
   if (!error.isEmpty()) return error;
   if (!moves) look();
-  const double margin = line.margin ? *line.margin / 100 : gui::Camera::UsualMargin;
   for (std::size_t i = 0; i < m_Views.size(); ++i) {
-    m_Views[i].camera = framings[i].camera(line.size.width(), line.size.height(), nullptr, margin);
+    m_Views[i].camera = framings[i].camera(line.size.width(), line.size.height(), nullptr, marginOf(line));
     if (const QString unknown = placeView(line, result, box, m_Views[i]); !unknown.isEmpty()) return unknown;
   }
   return QString();
@@ -154,6 +156,12 @@ QString Session::placeView(const CommandLine& line, const io::ImportResult& resu
     view.camera.roll += line.roll.value_or(0);
   }
   if (const QString note = placeCamera(line, box, view.camera); !note.isEmpty()) m_Report.note(note);
+  if (line.viewHeight) {
+    const QString note = showHeight(*line.viewHeight, marginOf(line), view.camera);
+    // Who places the camera need not want all.
+    const bool showsAll = !cameraName(view.name) && !line.eye && !line.target;
+    if (showsAll && !note.isEmpty()) m_Report.note(note);
+  }
   return QString();
 }
 

@@ -121,6 +121,37 @@ TEST_F(Program, GrabsTheSceneAsTheOptionsSay) {
     EXPECT_EQ(qAlpha(squares.pixel(x, middle)), alpha) << "the scene fills the width, at " << x;
 }
 
+TEST_F(Program, MakesPicturesToScale) {
+  write("plate.obj", "v 0 0 0\nv 0.1 0 0\nv 0.1 0.05 0\nv 0 0.05 0\nf 1 2 3 4\n");
+  struct Row {
+    const char *scale, *width;
+    double across;  // pixels of the plate
+    int dotsPerMetre;
+  };
+  for (const Row& row : {Row{"1:2", "100mm@254dpi", 500, 10000}, {"2:1@cm", "900", 0.002 * 300 / 0.0254, 11811}}) {
+    SCOPED_TRACE(row.scale);
+    ASSERT_EQ(run(QStringLiteral("$nubo --size 400x300 --view front --scale %1 plate.obj grabimage --filename a.png "
+                                 "--width %2")
+                      .arg(row.scale, row.width)),
+              0)
+        << m_Errors.toStdString();
+    EXPECT_EQ(m_Errors, "");
+    const QImage picture(path("a.png"));
+    double across = 0, up = 0;
+    for (int x = 0; x < picture.width(); ++x) across += qAlpha(picture.pixel(x, picture.height() / 2)) / 255.0;
+    for (int y = 0; y < picture.height(); ++y) up += qAlpha(picture.pixel(picture.width() / 2, y)) / 255.0;
+    EXPECT_NEAR(across, row.across, 0.6);
+    EXPECT_NEAR(up, row.across / 2, 0.6);
+    EXPECT_NEAR(picture.dotsPerMeterX(), row.dotsPerMetre, 1);
+  }
+  const QString call = "$nubo --view front --scale %1 plate.obj %2 --filename b.png --width 100";
+  EXPECT_EQ(run(call.arg("1:1", "grabimage")), 0);
+  EXPECT_THAT(m_Errors.toStdString(), HasSubstr("--scale: the model does not fit into the picture"));
+  expectFailure({"$nubo --scale 1:0 plate.obj grabimage --filename c.png", 2, "expected PAPER:SCENE"});
+  expectFailure({"$nubo --scale 1:2 --zoom 2 plate.obj grabimage --filename c.png", 2, "exclude each other"});
+  expectFailure({"$nubo --scale 1:2 plate.obj grabvideo --filename c.y4m", 2, "nothing that is printed to scale"});
+}
+
 TEST_F(Program, CutsTheSceneOpen) {
   write("cube.obj",
         "v 0 0 0\nv 4 0 0\nv 4 4 0\nv 0 4 0\nv 0 0 4\nv 4 0 4\nv 4 4 4\nv 0 4 4\n"
