@@ -1,6 +1,8 @@
 // Where the vertices of skinned and morphed models are at each step of their animations, by the formula.
 #include <gtest/gtest.h>
 
+#include <QFile>
+#include <QTemporaryDir>
 #include <algorithm>
 #include <cmath>
 
@@ -167,6 +169,47 @@ TEST(Deforming, BonesOfOtherFormatsMoveTheirMeshes) {
     const math::Vector3 before = result.root->getBoundingBox().min;
     trajectory->setPosition(trajectory->getMatrixMapList()->size() - 1);
     EXPECT_NEAR(distance(result.root->getBoundingBox().min, {before[0] + moved, before[1], before[2]}), 0, 1e-6);
+    scene::_GlobalScene()->setRootNode(nullptr);
+  }
+}
+
+// A triangle becomes taller by 2 with the first weight, and wider by 3 with the second.
+TEST(Deforming, MorphsOfColladaFilesFollowTheirWeights) {
+  struct Row {
+    QByteArray place, text;   ///< what stands elsewhere in the file
+    double high, wide, half;  ///< at the end, and how high halfway
+  };
+  QFile model(QStringLiteral(NUBO_TEST_DATA "/models/morph.dae"));
+  ASSERT_TRUE(model.open(QIODevice::ReadOnly));
+  const QByteArray plain = model.readAll();
+  const QTemporaryDir folder;
+  const Row rows[]{{"", "", 3, 2.5, 2},
+                   {"weights(0)", "morph/weights(1)", 1, 4, 1},
+                   {"weights(0)", "weights-a(0)", 3, 2.5, 2},
+                   {"LINEAR LINEAR", "STEP STEP", 3, 2.5, 1},
+                   {"method=\"NORMALIZED\"", "method=\"RELATIVE\"", 4.5, 4, 3},
+                   {"instance_controller url=\"#morph\"", "instance_geometry url=\"#base\"", 3, 2.5, 2},
+                   {"instance_controller url=\"#morph\"", "instance_controller url=\"#skin\"", 3, 3.5, 2},
+                   {"0 0.5<", "0 0<", 3, 1, 2},
+                   {"tall wide", "tall tall", 4, 1, 3}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.text.toStdString());
+    QFile file(folder.filePath("model.dae"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(row.place.isEmpty() ? plain : QByteArray(plain).replace(row.place, row.text));
+    file.close();
+    const io::ImportResult result = io::importFile(file.fileName());
+    ASSERT_TRUE(result.root) << result.error.toStdString();
+    gui::Viewer viewer;
+    scene::_GlobalScene()->setRootNode(result.root);
+    QString error;
+    const auto trajectory = createAnimationTrajectory(result.animations, 25, error);
+    ASSERT_TRUE(trajectory) << error.toStdString();
+    trajectory->setPosition(25);
+    EXPECT_NEAR(result.root->getBoundingBox().max[2], row.half, 1e-5);
+    trajectory->setPosition(trajectory->getMatrixMapList()->size() - 1);
+    EXPECT_NEAR(result.root->getBoundingBox().max[2], row.high, 1e-5);
+    EXPECT_NEAR(result.root->getBoundingBox().max[0], row.wide, 1e-5);
     scene::_GlobalScene()->setRootNode(nullptr);
   }
 }

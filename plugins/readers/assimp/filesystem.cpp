@@ -1,5 +1,7 @@
 #include "plugins/readers/assimp/filesystem.h"
 
+#include <assimp/MemoryIOWrapper.h>
+
 #include <assimp/IOStream.hpp>
 #include <memory>
 
@@ -32,6 +34,8 @@ class FileSystem::Stream : public Assimp::IOStream {
 };
 
 Assimp::IOStream* FileSystem::Open(const char* name, const char* mode) {
+  if (!m_Content.empty() && m_Name == name)
+    return new Assimp::MemoryIOStream(reinterpret_cast<const std::uint8_t*>(m_Content.data()), m_Content.size());
   std::unique_ptr<Assimp::IOStream> source(DefaultIOSystem::Open(real(name), mode));
   return source ? new Stream(std::move(source), m_Output) : nullptr;
 }

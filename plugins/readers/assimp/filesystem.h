@@ -9,11 +9,13 @@
 
 namespace nubo::reader {
 
-/// Reads from the disk. What Assimp reads counts as progress; one file may go under another name.
+/// Reads from the disk. What Assimp reads counts as progress; one file may go under another name, and have another
+/// content than on the disk.
 class FileSystem : public Assimp::DefaultIOSystem {
  public:
-  FileSystem(std::string name, std::string file, Output& output)
-      : m_Name(std::move(name)), m_File(std::move(file)), m_Output(output) {}
+  /// `content` is empty where it is that of the file.
+  FileSystem(std::string name, std::string file, std::string content, Output& output)
+      : m_Name(std::move(name)), m_File(std::move(file)), m_Content(std::move(content)), m_Output(output) {}
 
   bool Exists(const char* name) const override { return DefaultIOSystem::Exists(real(name)); }
   Assimp::IOStream* Open(const char* name, const char* mode) override;
@@ -23,7 +25,7 @@ class FileSystem : public Assimp::DefaultIOSystem {
   class Stream;
   const char* real(const char* name) const { return m_Name == name ? m_File.c_str() : name; }
 
-  const std::string m_Name, m_File;
+  const std::string m_Name, m_File, m_Content;
   Output& m_Output;
 };
 

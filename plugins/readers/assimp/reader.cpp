@@ -8,10 +8,13 @@
 #include <assimp/Importer.hpp>
 #include <assimp/LogStream.hpp>
 #include <assimp/ProgressHandler.hpp>
+#include <cstring>
 #include <filesystem>
+#include <memory>
 #include <new>
 
 #include "module_scene/io/reader/reader.h"
+#include "plugins/readers/assimp/colladashapes.h"
 #include "plugins/readers/assimp/filesystem.h"
 #include "plugins/readers/assimp/sceneconverter.h"
 #include "plugins/readers/assimp/xfilecheck.h"
@@ -34,7 +37,8 @@ class WarningCollector {
     void write(const char* message) override {
       // "Warn,  T0: the text"
       const char* text = std::strstr(message, ": ");
-      m_Output.warning(text ? text + 2 : message);
+      // Meshes that stand in for shapes are nothing that a user knows.
+      if (!std::strstr(message, ShapeNode)) m_Output.warning(text ? text + 2 : message);
     }
     Output& m_Output;
   };
@@ -86,7 +90,7 @@ void mendFaces(aiMesh& mesh) {
   mesh.mPrimitiveTypes = aiPrimitiveType_POINT;
 }
 
-const aiScene& readScene(Assimp::Importer& importer, const std::string& name, Output& output) {
+std::unique_ptr<aiScene> readScene(Assimp::Importer& importer, const std::string& name, Output& output) {
   importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
   const aiScene* scene = importer.ReadFile(name, 0);
   if (!scene || !scene->mRootNode) throwCause(importer);
@@ -100,7 +104,7 @@ const aiScene& readScene(Assimp::Importer& importer, const std::string& name, Ou
                                        aiProcess_TransformUVCoords);
   if (!scene || !scene->mRootNode) throwCause(importer);
   output.progress(-1);
-  return *scene;
+  return std::unique_ptr<aiScene>(importer.GetOrphanedScene());
 }
 
 }  // namespace
@@ -116,7 +120,10 @@ NUBO_READER_ENTRY(file, format, output) {
   std::string suffix = name.extension().string();
   std::transform(suffix.begin(), suffix.end(), suffix.begin(), [](unsigned char c) { return std::tolower(c); });
   if (suffix != "." + format) name += "." + format;
-  importer.SetIOHandler(new FileSystem(name.string(), file, output));
+  const ColladaDocument document = format == "dae" ? readColladaDocument(file) : ColladaDocument();
+  importer.SetIOHandler(new FileSystem(name.string(), file, document.text, output));
   importer.SetProgressHandler(new Progress(output));
-  SceneConverter(readScene(importer, name.string(), output), format, output).convert();
+  const std::unique_ptr<aiScene> scene = readScene(importer, name.string(), output);
+  takeColladaShapes(document, *scene);
+  SceneConverter(*scene, format, output).convert();
 }

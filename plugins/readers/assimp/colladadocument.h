@@ -1,0 +1,41 @@
+// COLLADA documents with morphs, which Assimp refuses, as it can read them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace nubo::reader {
+
+/// A form that a mesh can take.
+struct ColladaShape {
+  std::string name;
+  float weight = 0;         ///< at rest
+  bool isRelative = false;  ///< what is to be added; otherwise the form itself
+};
+
+/// How the weight of a shape goes on.
+struct ColladaCurve {
+  std::size_t shape = 0;
+  bool steps = false;
+  std::vector<float> times, weights;  ///< seconds, sorted; as many
+};
+
+/// A controller that mixes forms.
+struct ColladaMorph {
+  std::vector<ColladaShape> shapes;
+  std::vector<ColladaCurve> curves;
+};
+
+/// What stands in for morphs: each node that used one has the plain mesh, and below it a node for each shape, with the
+/// mesh in that form and the name of `shapeNode`.
+struct ColladaDocument {
+  std::string text;  ///< empty where there are no morphs: the file is good as it is
+  std::vector<ColladaMorph> morphs;
+};
+
+ColladaDocument readColladaDocument(const std::string& fileName);
+
+/// The begin of the name of a node that holds a shape; the numbers of morph and shape follow, each with a blank behind.
+constexpr char ShapeNode[] = "nubo shape ";
+
+}  // namespace nubo::reader
