@@ -17,7 +17,7 @@ from vtkmodules import vtkRenderingOpenGL2  # noqa: E402,F401  registers what dr
 from vtkmodules.util.numpy_support import numpy_to_vtk, vtk_to_numpy  # noqa: E402
 from vtkmodules.vtkCommonDataModel import vtkImageData  # noqa: E402
 from vtkmodules.vtkFiltersGeneral import vtkVertexGlyphFilter  # noqa: E402
-from vtkmodules.vtkIOGeometry import vtkSTLReader  # noqa: E402
+from vtkmodules.vtkIOGeometry import vtkOBJReader, vtkSTLReader  # noqa: E402
 from vtkmodules.vtkIOImport import vtkGLTFImporter  # noqa: E402
 from vtkmodules.vtkIOPLY import vtkPLYReader  # noqa: E402
 from vtkmodules.vtkIOImage import vtkPNGWriter  # noqa: E402
@@ -27,6 +27,7 @@ from vtkmodules.vtkRenderingCore import (vtkActor, vtkPolyDataMapper, vtkRendere
 PANEL = (1280, 720)
 OPENING_ANGLE = 45.0  # degrees, as in our videos
 VIEW = (30.0, 25.0)  # degrees: azimuth and elevation, as ours begins with
+READERS = {"stl": vtkSTLReader, "ply": vtkPLYReader, "obj": vtkOBJReader}
 DISTANCE = 2.95  # from which the sphere shows as large as in our pictures
 
 
@@ -69,14 +70,14 @@ def draw_physically(renderer, actor):
 
 def read_mesh(name, clock):
     """An actor of the one mesh, or of the points, that a file holds."""
-    reader = vtkPLYReader() if name.endswith(".ply") else vtkSTLReader()
+    reader = READERS[name.rsplit(".", 1)[1]]()
     reader.SetFileName(name)
     reader.Update()
     clock.end("load")
     mapper = vtkPolyDataMapper()
     mapper.SetInputConnection(reader.GetOutputPort())
     actor = vtkActor()
-    if name.endswith(".ply"):
+    if reader.GetOutput().GetNumberOfCells() == 0:
         points = vtkVertexGlyphFilter()
         points.SetInputConnection(reader.GetOutputPort())
         mapper.SetInputConnection(points.GetOutputPort())

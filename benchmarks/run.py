@@ -12,6 +12,7 @@ import sys
 import tempfile
 import time
 
+from loading import Loading
 from scenes import Scenes
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -257,6 +258,10 @@ class Bench:
         """Assemblies and scans."""
         Scenes(self, VTK).measure()
 
+    def loading(self):
+        """Files of each format."""
+        Loading(self, VTK).measure()
+
     # The window
 
     def window_runs(self, *arguments):
@@ -291,7 +296,7 @@ def ratio(figures, unit):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parts = ["stills", "still_parts", "growth", "looks", "videos", "pipeline", "scenes", "window"]
+    parts = ["stills", "still_parts", "growth", "looks", "videos", "pipeline", "scenes", "loading", "window"]
     parser.add_argument("build")
     parser.add_argument("output", help="folder for the figures and whatever is made")
     parser.add_argument("--rounds", type=int, default=3)
