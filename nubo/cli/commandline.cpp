@@ -11,6 +11,7 @@ namespace nubo::app {
 
 const QString BuiltinScene = QStringLiteral("builtin");
 const QString StandardInput = QStringLiteral("-");
+const QString StandardOutputName = QStringLiteral("-");
 const QString AllViews = QStringLiteral("all");
 
 namespace {

@@ -83,6 +83,8 @@ extern const QString BuiltinScene;
 extern const QString AllViews;
 /// As a scene: a model of any format that is known by its content comes from standard input.
 extern const QString StandardInput;
+/// Has the record of a run written to standard output.
+extern const QString StandardOutputName;
 
 /// The names of all commands with their parameters, which are named as options are.
 using Commands = std::map<QString, QStringList>;

@@ -244,7 +244,7 @@ const std::vector<Option>& options() {
       {"dry-run", "", "Tells what the command would make, after all checks, and makes nothing.",
        flag(&CommandLine::dryRun)},
       {"no-overwrite", "", "Refuses a command that would replace a file.", flag(&CommandLine::noOverwrite)},
-      {"report", "FILE", "Writes what the run was made of, and how it ended, as JSON.",
+      {"report", "FILE", "Writes what the run was made of, and how it ended, as JSON; - is standard output.",
        text(&CommandLine::reportFile, "a file name")},
       {"quiet", "", "Says nothing but why it failed.", verbosity(Verbosity::Quiet)},
       {"verbose", "", "Shows the whole log.", verbosity(Verbosity::Verbose)},

@@ -85,8 +85,11 @@ int Program::settle() {
     return Failed;
   }
   if (!m_Line.error.isEmpty()) return refuse(m_Line.error);
-  if (const QString cause = whyNotWritable(m_Line.reportFile); !m_Line.reportFile.isEmpty() && !cause.isEmpty())
+  if (m_Line.reportFile == StandardOutputName) {
+    m_Report.keepOutputFree();
+  } else if (const QString cause = whyNotWritable(m_Line.reportFile); !m_Line.reportFile.isEmpty() && !cause.isEmpty()) {
     return refuse(QStringLiteral("--report %1: %2").arg(std::exchange(m_Line.reportFile, QString()), cause));
+  }
   const QString problem = settingsProblem();
   if (!problem.isEmpty() && !m_Line.settingsFile.isEmpty()) return refuse(problem);
   m_Report.setVerbosity(m_Line.verbosity);
@@ -124,6 +127,8 @@ int Program::runCommand() {
   RunSettings settings(registered, m_Arguments);
   StandardOutput output;
   QString error = output.redirect(registered, m_Arguments);
+  if (error.isEmpty() && output.isUsed() && m_Line.reportFile == StandardOutputName)
+    error = QStringLiteral("standard output takes one file, and there is --report -, too");
   if (error.isEmpty() && output.isUsed() && m_Line.view == AllViews)
     error = QStringLiteral("standard output takes one file, and --view all makes several");
   if (error.isEmpty()) error = settings.apply(m_Session.processor(), m_Report);
@@ -196,7 +201,7 @@ int Program::runOnce(main::Command& registered, const RunSettings& settings) {
     return refuse(call() + ": " + error);
   const QString summary = summaryOf(registered, m_Arguments);
   m_Report.record().set(QStringLiteral("summary"), summary);
-  if (m_Line.dryRun) return m_Report.print(summary + '\n') ? Done : Failed;
+  if (m_Line.dryRun) return m_Line.reportFile == StandardOutputName || m_Report.print(summary + '\n') ? Done : Failed;
   const std::unique_ptr<main::Command> clone(registered.runsOnClone() ? registered.clone() : nullptr);
   main::Command& command = clone ? *clone : registered;
   command.setRunSettings(settings.overlay());

@@ -71,6 +71,8 @@ void Report::say(const QString& kind, const QString& text) {
 
 int Report::finish(const QString& recordFile, int exitStatus) {
   if (recordFile.isEmpty()) return exitStatus;
+  if (recordFile == StandardOutputName)
+    return print(m_Record.json(exitStatus)) || exitStatus != Done ? exitStatus : int(Failed);
   const QString failure = m_Record.write(recordFile, exitStatus);
   if (failure.isEmpty()) return exitStatus;
   error(failure);

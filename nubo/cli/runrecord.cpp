@@ -35,7 +35,7 @@ void RunRecord::endPhase(const QString& name) {
   m_Seconds[name] = secondsOf(now - std::exchange(m_PhaseStart, now));
 }
 
-QString RunRecord::write(const QString& fileName, int exitStatus) const {
+QString RunRecord::json(int exitStatus) const {
   QJsonObject record = m_Record;
   QJsonObject seconds = m_Seconds;
   seconds["all"] = secondsOf(m_Clock.elapsed());
@@ -43,8 +43,12 @@ QString RunRecord::write(const QString& fileName, int exitStatus) const {
   record["messages"] = m_Messages;
   record["files"] = m_Files;
   record["exitStatus"] = exitStatus;
+  return QString::fromUtf8(QJsonDocument(record).toJson());
+}
+
+QString RunRecord::write(const QString& fileName, int exitStatus) const {
   QSaveFile file(fileName);
-  if (file.open(QIODevice::WriteOnly) && file.write(QJsonDocument(record).toJson()) >= 0 && file.commit())
+  if (file.open(QIODevice::WriteOnly) && file.write(json(exitStatus).toUtf8()) >= 0 && file.commit())
     return QString();
   return QStringLiteral("--report %1: %2").arg(fileName, file.errorString());
 }

@@ -21,6 +21,7 @@ class RunRecord {
   void addFile(const QString& fileName);
   /// What was done since the last call, or since the beginning, ends here.
   void endPhase(const QString& name);
+  QString json(int exitStatus) const;
   /// The empty text, or why the file has not been written; what stood there is then as it was.
   [[nodiscard]] QString write(const QString& fileName, int exitStatus) const;
 

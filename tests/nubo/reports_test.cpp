@@ -150,6 +150,11 @@ TEST_F(Program, RecordsHowARunWent) {
     EXPECT_EQ(record["exitStatus"].toInt(), status);
     EXPECT_EQ("nubo: " + record["messages"][0]["text"].toString() + '\n', m_Errors);
   }
+  for (const char* dryRun : {"", "--dry-run"}) {
+    ASSERT_EQ(run(QStringLiteral("$nubo %1 --report - triangle.obj grabimage --filename b.png").arg(dryRun)), 0);
+    EXPECT_EQ(QJsonDocument::fromJson(m_Output.toUtf8())["command"].toString(), "grabimage") << "and nothing else";
+  }
+  expectFailure({"$nubo --report - triangle.obj grabimage --filename -.png", 2, "takes one file"});
   expectFailure(
       {"$nubo --report none/r.json triangle.obj grabimage --filename c.png", 2, "--report none/r.json: the directory"});
   expectFailure(

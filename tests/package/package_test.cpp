@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <set>
 
 #include "module_scene/io/importer.h"
 
@@ -53,6 +54,12 @@ std::vector<std::pair<QString, QByteArray>> filesOfTar(const QByteArray& archive
   return files;
 }
 
+/// The code that stands in a guide between a fence of that language and the next.
+QByteArray codeOf(const QByteArray& guide, const QByteArray& language) {
+  const int begin = guide.indexOf("\n```" + language + '\n') + language.size() + 5;
+  return guide.mid(begin, guide.indexOf("\n```", begin) + 1 - begin);
+}
+
 class Package : public testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -87,6 +94,18 @@ class Package : public testing::Test {
     EXPECT_THAT(contentOf(folder + "/CMakeCache.txt").toStdString(),
                 HasSubstr("nubo_DIR:PATH=" + prefix().toStdString()));
     for (const char* step : {"--build", "--install"}) run(NUBO_CMAKE, {step, folder}, path());
+  }
+
+  /// Builds and installs what a guide has its readers write: a CMakeLists.txt, and a source of that name.
+  static void buildGuide(const QString& guide, const QString& name) {
+    const QByteArray text = contentOf(prefix("share/doc/nubo/" + guide));
+    ASSERT_TRUE(QDir(path()).mkdir(name));
+    for (const auto& [fileName, language] : {std::pair(QString("CMakeLists.txt"), "cmake"), {name + ".cpp", "cpp"}}) {
+      QFile file(path(name + '/' + fileName));
+      ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+      file.write(codeOf(text, language));
+    }
+    build(path(name), own());
   }
 
   static std::string field(const QString& package, const QString& name) {
@@ -186,21 +205,19 @@ TEST_F(Package, TakesTheExampleModule) {
   EXPECT_EQ(outline(sheet.copy(320, 120, 160, 120)), outline(QImage(path("view.png")))) << "the last of six";
 }
 
-/// The code that stands in a guide between a fence of that language and the next.
-QByteArray codeOf(const QByteArray& guide, const QByteArray& language) {
-  const int begin = guide.indexOf("\n```" + language + '\n') + language.size() + 5;
-  return guide.mid(begin, guide.indexOf("\n```", begin) + 1 - begin);
+TEST_F(Package, TakesTheEncoderOfTheGuide) {
+  buildGuide("encoder-plugins.md", "ppmencoder");
+  nubo("--turntable 3 grabvideo --width 96 --height 64 --filename turn.ppms");
+  const QByteArray header = "P6\n96 64\n255\n";
+  const QByteArray frames = contentOf(path("turn.ppms"));
+  ASSERT_EQ(frames.size(), 3 * (header.size() + 96 * 64 * 3));
+  const QByteArray frame = frames.right(frames.size() / 3);
+  EXPECT_TRUE(frame.startsWith(header));
+  EXPECT_GT(std::set<char>(frame.begin(), frame.end()).size(), 20U) << "a picture, not one colour";
 }
 
 TEST_F(Package, TakesTheModuleOfTheGuide) {
-  const QByteArray guide = contentOf(prefix("share/doc/nubo/modules.md"));
-  ASSERT_TRUE(QDir(path()).mkdir("partlist"));
-  for (const auto& [name, language] : {std::pair("CMakeLists.txt", "cmake"), {"partlist.cpp", "cpp"}}) {
-    QFile file(path(QStringLiteral("partlist/") + name));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(codeOf(guide, language));
-  }
-  build(path("partlist"), own());
+  buildGuide("modules.md", "partlist");
   EXPECT_THAT(nubo("--version"), HasSubstr("Part list: Lists parts"));
   EXPECT_THAT(nubo("builtin --dry-run partlist --filename parts.csv --least 9"), HasSubstr("parts of 9 faces or more"));
   nubo("builtin --report parts.json partlist --filename parts.csv --least 9");
