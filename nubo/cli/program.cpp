@@ -87,7 +87,8 @@ int Program::settle() {
   if (!m_Line.error.isEmpty()) return refuse(m_Line.error);
   if (m_Line.reportFile == StandardOutputName) {
     m_Report.keepOutputFree();
-  } else if (const QString cause = whyNotWritable(m_Line.reportFile); !m_Line.reportFile.isEmpty() && !cause.isEmpty()) {
+  } else if (const QString cause = whyNotWritable(m_Line.reportFile);
+             !m_Line.reportFile.isEmpty() && !cause.isEmpty()) {
     return refuse(QStringLiteral("--report %1: %2").arg(std::exchange(m_Line.reportFile, QString()), cause));
   }
   const QString problem = settingsProblem();

@@ -48,8 +48,7 @@ QString RunRecord::json(int exitStatus) const {
 
 QString RunRecord::write(const QString& fileName, int exitStatus) const {
   QSaveFile file(fileName);
-  if (file.open(QIODevice::WriteOnly) && file.write(json(exitStatus).toUtf8()) >= 0 && file.commit())
-    return QString();
+  if (file.open(QIODevice::WriteOnly) && file.write(json(exitStatus).toUtf8()) >= 0 && file.commit()) return QString();
   return QStringLiteral("--report %1: %2").arg(fileName, file.errorString());
 }
 

@@ -821,6 +821,10 @@
         <translation>Schnitt</translation>
     </message>
     <message>
+        <source>Joints</source>
+        <translation>Gelenke</translation>
+    </message>
+    <message>
         <source>Show and Hide</source>
         <translation>Zeigen und Ausblenden</translation>
     </message>
@@ -1328,8 +1332,8 @@
         <translation>&amp;Nur dies zeigen</translation>
     </message>
     <message>
-        <source>Show &amp;All</source>
-        <translation>A&amp;lles zeigen</translation>
+        <source>Hide &amp;Nothing</source>
+        <translation>Nich&amp;ts ausblenden</translation>
     </message>
     <message>
         <source>&amp;Colour…</source>

@@ -106,6 +106,7 @@ void MainWindow::createDocks() {
   auto* pane = new ScenePane(mp_Tree, *mp_Changer);
   mp_TreeDock->setWidget(pane);
   connect(mp_Trajectory, &TrajectoryBar::moved, pane->joints(), &JointSliders::refresh);
+  watchJoints(pane->joints());
   addDockWidget(Qt::LeftDockWidgetArea, mp_TreeDock);
   addDockWidget(Qt::LeftDockWidgetArea, mp_CommandDock);
   mp_Log = new LogView;
@@ -202,6 +203,15 @@ void MainWindow::connectHistory() {
   connect(mp_Tree, &SceneTree::visibilityChanged, hidden, [hidden] { hidden->changed(0); });
   auto* colors = new ElementColors(*mp_Changer, *mp_History, this);
   connect(mp_Tree, &SceneTree::colorRequested, colors, &ElementColors::choose);
+}
+
+void MainWindow::watchJoints(JointSliders* joints) {
+  auto* pose = new Remembered<JointSliders::Pose>(
+      *mp_History, tr("Joints"),
+      {[joints] { return joints->pose(); }, [joints](const JointSliders::Pose& before) { joints->setPose(before); }},
+      joints);
+  connect(joints, &JointSliders::moved, pose, [pose] { pose->changed(); });
+  connect(joints, &JointSliders::poseReplaced, pose, [pose] { pose->forget(); });
 }
 
 void MainWindow::watch(ViewPanel* panel) {

@@ -19,6 +19,7 @@ class CommandRunner;
 class CommandStarter;
 class FileMenu;
 class History;
+class JointSliders;
 class LogView;
 class MessageBar;
 class PanelArea;
@@ -62,6 +63,7 @@ class MainWindow : public QMainWindow {
   void createToolBar(const QString& title, const char* name, const QList<QAction*>& actions);
   void connectParts();
   void connectHistory();
+  void watchJoints(JointSliders* joints);
   void watch(ViewPanel* panel);
   void restoreLayout();
   void saveLayout();

@@ -203,7 +203,7 @@ TEST_F(Composing, ShowsSomeElementsOnly) {
   EXPECT_EQ(item("Left")->checkState(0), Qt::Checked);
   choose("Right", "&Hide");
   becomes("LeftMiddle");
-  choose("Left", "Show &All");
+  choose("Left", "Hide &Nothing");
   becomes("LeftMiddleRight");
   useShortcut("Ctrl+Z");
   useShortcut("Ctrl+Z");

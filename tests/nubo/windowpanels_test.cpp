@@ -268,6 +268,10 @@ TEST_F(WindowTest, MovesTheJointsOfARobotWithSliders) {
   EXPECT_TRUE(waitUntil([&] { return panels().activePanel()->grabFramebuffer() != before; }));
   number->setValue(-30);
   EXPECT_TRUE(waitUntil([&] { return std::abs(tip()[1] / tip()[0] + std::tan(std::acos(-1.0) / 6)) < 1e-9; }));
+  for (auto* undo = window->findChild<QAction*>("undo"); undo->isEnabled();) undo->trigger();
+  EXPECT_TRUE(waitUntil([&] { return std::abs(tip()[1]) < 1e-9; })) << "as it was read";
+  for (auto* redo = window->findChild<QAction*>("redo"); redo->isEnabled();) redo->trigger();
+  EXPECT_TRUE(waitUntil([&] { return std::abs(tip()[1] / tip()[0] + std::tan(std::acos(-1.0) / 6)) < 1e-9; }));
 }
 
 }  // namespace

@@ -45,6 +45,19 @@ JointSliders::JointSliders(SceneChanger& changer) : m_Changer(changer) {
   hide();
 }
 
+JointSliders::Pose JointSliders::pose() const {
+  Pose pose(m_Robot, {});
+  for (const Row& row : m_Rows) pose.second.push_back(row.value);
+  return pose;
+}
+
+void JointSliders::setPose(const Pose& pose) {
+  select(pose.first);
+  if (m_Robot != pose.first) return;
+  for (std::size_t row = 0; row < m_Rows.size(); ++row)
+    if (m_Rows[row].value != pose.second[row]) move(row, pose.second[row]);
+}
+
 void JointSliders::select(const Element& element) {
   const auto scene = scene::_GlobalScene();
   const scene::SceneLocker locker(scene, scene::LockAll);
@@ -56,7 +69,7 @@ void JointSliders::select(const Element& element) {
   m_Driven.clear();
   delete takeWidget();
   setVisible(bool(robot));
-  if (!robot) return;
+  if (!robot) return emit poseReplaced();
   auto* content = new QWidget;
   auto* grid = new QGridLayout(content);
   grid->setContentsMargins(4, 4, 4, 4);
@@ -71,6 +84,7 @@ void JointSliders::select(const Element& element) {
   grid->setRowStretch(grid->rowCount(), 1);
   m_Driven = scene::drivenBy(names, moved);
   setWidget(content);
+  emit poseReplaced();
 }
 
 void JointSliders::addRow(const Element& element, QGridLayout& grid) {
@@ -129,6 +143,7 @@ void JointSliders::refresh() {
     row.value = scene::valueAt(*row.element->getJoint(), row.element->getTransform(), row.value);
     show(row);
   }
+  emit poseReplaced();
 }
 
 void JointSliders::move(std::size_t number, double value) {
@@ -143,6 +158,7 @@ void JointSliders::move(std::size_t number, double value) {
     const scene::SceneChange change(scene::_GlobalScene(), scene::LockAll);
     for (const scene::DrivenElement& each : driven) each.element->setTransform(each.transformAt(value));
   });
+  emit moved();
 }
 
 }  // namespace nubo::window

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QScrollArea>
+#include <utility>
 #include <vector>
 
 #include "module_scene/graph/machine.h"
@@ -21,12 +22,26 @@ class SceneChanger;
 class JointSliders : public QScrollArea {
   Q_OBJECT
  public:
+  /// How a robot stands: where its joints are that are moved by themselves, in radians or metres.
+  using Pose = std::pair<util::YPointer<scene::SceneElement>, std::vector<double>>;
+
   explicit JointSliders(SceneChanger& changer);
+
+  /// Of the robot whose joints are shown; of none where there are none.
+  Pose pose() const;
+  /// Shows that robot and brings it there.
+  void setPose(const Pose& pose);
 
   /// Shows those of the robot that the element is a part of; null: of the only one that there is.
   void select(const util::YPointer<scene::SceneElement>& element);
   /// Where something else has moved the robot: shows how it stands.
   void refresh();
+
+ signals:
+  /// By its user.
+  void moved();
+  /// The pose is another though nobody moved a joint here.
+  void poseReplaced();
 
  private:
   /// A joint that is moved by itself.

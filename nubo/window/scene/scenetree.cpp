@@ -123,7 +123,7 @@ void SceneTree::showMenu(const QPoint& place) {
   menu->addAction(isShown ? tr("&Hide") : tr("&Show"), this,
                   [item, isShown] { item->setCheckState(0, isShown ? Qt::Unchecked : Qt::Checked); });
   menu->addAction(tr("Show &Only This"), this, [this, item] { showOnly(item); });
-  menu->addAction(tr("Show &All"), this, [this] {
+  menu->addAction(tr("Hide &Nothing"), this, [this] {
     setHidden({});
     emit visibilityChanged();
   });
