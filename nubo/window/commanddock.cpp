@@ -1,10 +1,7 @@
 #include "nubo/window/commanddock.h"
 
 #include <QCloseEvent>
-#include <QLayout>
 #include <QMainWindow>
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QStackedWidget>
 #include <QTimer>
 
@@ -21,15 +18,10 @@ constexpr int UsualWidth = 300;
 }  // namespace
 
 CommandDock::CommandDock(QWidget* parent)
-    : QDockWidget(parent), mp_Pages(new QStackedWidget), mp_Form(new QScrollArea), mp_Result(new ResultView) {
+    : QDockWidget(parent), mp_Pages(new QStackedWidget), mp_Result(new ResultView) {
   setObjectName(QStringLiteral("commandDock"));
   setWindowTitle(tr("Result"));
-  mp_Form->setFrameShape(QFrame::NoFrame);
-  mp_Form->setWidgetResizable(true);
-  mp_Form->setFocusPolicy(Qt::NoFocus);
-  mp_Form->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   mp_Pages->addWidget(mp_Result);
-  mp_Pages->addWidget(mp_Form);
   setWidget(mp_Pages);
   connect(mp_Result, &ResultView::againRequested, this, &CommandDock::againRequested);
   hide();
@@ -38,10 +30,9 @@ CommandDock::CommandDock(QWidget* parent)
 void CommandDock::ask(ParameterDialog* dialog) {
   if (mp_Dialog) mp_Dialog->reject();
   mp_Dialog = dialog;
-  dialog->setParent(mp_Form, Qt::Widget);
-  mp_Form->setWidget(dialog);
-  mp_Form->setMinimumWidth(dialog->minimumSizeHint().width() + mp_Form->verticalScrollBar()->sizeHint().width());
-  mp_Pages->setCurrentWidget(mp_Form);
+  dialog->setParent(mp_Pages, Qt::Widget);
+  mp_Pages->addWidget(dialog);
+  mp_Pages->setCurrentWidget(dialog);
   setWindowTitle(dialog->windowTitle());
   connect(dialog, &QDialog::finished, this, &CommandDock::dialogEnded);
   connect(dialog, &ParameterDialog::valuesChanged, this, &CommandDock::makeRoom, Qt::QueuedConnection);
@@ -49,7 +40,8 @@ void CommandDock::ask(ParameterDialog* dialog) {
   raise();
   dialog->show();
   dialog->focusFirst();
-  makeRoom();
+  // How much the dock's title takes is known only when the window has been laid out with it.
+  QMetaObject::invokeMethod(this, &CommandDock::makeRoom, Qt::QueuedConnection);
 }
 
 /// So much that the form need not be scrolled, if the window has it.
@@ -57,7 +49,7 @@ void CommandDock::makeRoom() {
   auto* window = qobject_cast<QMainWindow*>(parentWidget());
   if (!window || isFloating() || !mp_Dialog) return;
   const int title = height() - mp_Pages->height();
-  const int form = mp_Dialog->layout()->heightForWidth(qMax(mp_Form->minimumWidth(), mp_Form->viewport()->width()));
+  const int form = mp_Dialog->wholeHeight(mp_Pages->width());
   if (height() < form + title) window->resizeDocks({this}, {form + title}, Qt::Vertical);
   if (width() < UsualWidth) window->resizeDocks({this}, {UsualWidth}, Qt::Horizontal);
 }

@@ -5,7 +5,6 @@
 #include <QPointer>
 
 QT_BEGIN_NAMESPACE
-class QScrollArea;
 class QStackedWidget;
 QT_END_NAMESPACE
 
@@ -41,7 +40,6 @@ class CommandDock : public QDockWidget {
   void makeRoom();
 
   QStackedWidget* mp_Pages;
-  QScrollArea* mp_Form;  ///< around the dialog
   ResultView* mp_Result;
   QPointer<ParameterDialog> mp_Dialog;
   bool m_HasResult = false;

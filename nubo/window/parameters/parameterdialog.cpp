@@ -6,6 +6,8 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSettings>
 #include <algorithm>
 
@@ -27,16 +29,52 @@ QString titleOf(const main::ParameterSet& set) {
   return names.join(QStringLiteral(", "));
 }
 
+/// Scrolls up and down only: so wide that this will do.
+class FormArea : public QScrollArea {
+ public:
+  explicit FormArea(QWidget* form) {
+    setFrameShape(QFrame::NoFrame);
+    setWidgetResizable(true);
+    setFocusPolicy(Qt::NoFocus);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setWidget(form);
+  }
+  QSize minimumSizeHint() const override {
+    const int width = widget()->minimumSizeHint().width() + verticalScrollBar()->sizeHint().width();
+    return {width, QScrollArea::minimumSizeHint().height()};
+  }
+};
+
 }  // namespace
 
 ParameterDialog::ParameterDialog(main::Command& command, const QString& title, QWidget* parent)
-    : QDialog(parent), m_Command(command), mp_Choice(new QComboBox), mp_AllViews(new QCheckBox) {
+    : QDialog(parent),
+      m_Command(command),
+      mp_Form(new QWidget),
+      mp_Choice(new QComboBox),
+      mp_AllViews(new QCheckBox),
+      mp_Buttons(new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel)) {
   setWindowTitle(title);
   setObjectName(QStringLiteral("parameters"));
+  createForm();
   auto* layout = new QVBoxLayout(this);
+  // A dock may have little room: the buttons stay in sight there.
+  layout->addWidget(framesView() ? new FormArea(mp_Form) : mp_Form);
+  layout->addWidget(mp_Buttons);
+  const bool storesSettings = dynamic_cast<main::SettingsCommand*>(&command);
+  mp_Buttons->button(QDialogButtonBox::Ok)->setText(storesSettings ? tr("&Save") : tr("&Start"));
+  connect(mp_Buttons, &QDialogButtonBox::accepted, this, &ParameterDialog::accept);
+  connect(mp_Buttons, &QDialogButtonBox::rejected, this, &ParameterDialog::reject);
+  choose(mp_Choice->currentIndex());
+  chosenPage()->setFocus();
+}
+
+void ParameterDialog::createForm() {
+  auto* layout = new QVBoxLayout(mp_Form);
+  layout->setContentsMargins(0, 0, 0, 0);
   layout->addWidget(createChoice());
-  for (const main::ParameterSet& set : command.getParameterSets()) {
-    m_Pages << new ParameterPage(command, set, framesView(), this);
+  for (const main::ParameterSet& set : m_Command.getParameterSets()) {
+    m_Pages << new ParameterPage(m_Command, set, framesView(), this);
     layout->addWidget(m_Pages.last());
     connect(m_Pages.last(), &ParameterPage::remarksChanged, this, &ParameterDialog::fitHeight);
     connect(m_Pages.last(), &ParameterPage::remarksChanged, this, &ParameterDialog::valuesChanged);
@@ -48,14 +86,12 @@ ParameterDialog::ParameterDialog(main::Command& command, const QString& title, Q
   connect(mp_AllViews, &QCheckBox::toggled, this, [this](bool all) { chosenPage()->setPlaceForView(all); });
   layout->addWidget(mp_AllViews);
   layout->addStretch();
-  const bool storesSettings = dynamic_cast<main::SettingsCommand*>(&command);
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-  buttons->button(QDialogButtonBox::Ok)->setText(storesSettings ? tr("&Save") : tr("&Start"));
-  connect(buttons, &QDialogButtonBox::accepted, this, &ParameterDialog::accept);
-  connect(buttons, &QDialogButtonBox::rejected, this, &ParameterDialog::reject);
-  layout->addWidget(buttons);
-  choose(mp_Choice->currentIndex());
-  chosenPage()->setFocus();
+}
+
+int ParameterDialog::wholeHeight(int width) const {
+  const QMargins margins = layout()->contentsMargins();
+  const int form = mp_Form->layout()->heightForWidth(width - margins.left() - margins.right());
+  return margins.top() + form + layout()->spacing() + mp_Buttons->sizeHint().height() + margins.bottom();
 }
 
 void ParameterDialog::addSettings(QVBoxLayout* layout) {

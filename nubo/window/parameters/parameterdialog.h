@@ -9,6 +9,7 @@
 QT_BEGIN_NAMESPACE
 class QCheckBox;
 class QComboBox;
+class QDialogButtonBox;
 class QVBoxLayout;
 QT_END_NAMESPACE
 
@@ -39,6 +40,8 @@ class ParameterDialog : public QDialog {
   /// The command finds other things around it now.
   void refresh();
   void focusFirst();
+  /// Pixels in which it need not be scrolled when it is so wide.
+  int wholeHeight(int width) const;
 
  public slots:
   /// Marks bad values where they stand and stays open while there are any.
@@ -53,6 +56,7 @@ class ParameterDialog : public QDialog {
   void shapeChosen(const QSize& size);
 
  private:
+  void createForm();
   QWidget* createChoice();
   void addSettings(QVBoxLayout* layout);
   void finishSettings(int fold);
@@ -62,8 +66,10 @@ class ParameterDialog : public QDialog {
   QString settingsKey() const;
 
   main::Command& m_Command;
+  QWidget* mp_Form;  ///< all but the buttons
   QComboBox* mp_Choice;
   QCheckBox* mp_AllViews;
+  QDialogButtonBox* mp_Buttons;
   QVector<ParameterPage*> m_Pages;  ///< one for each set, in their order
   QVector<SettingsFold*> m_Settings;
 };
