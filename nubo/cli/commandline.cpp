@@ -43,6 +43,7 @@ class Reader {
       m_Line.commandHelp = m_Rest.contains("--help") || m_Rest.contains("-h");
     else
       while (goesOn()) readArgument();
+    if (!m_Line.command.isEmpty()) m_Line.commandHelp = std::exchange(m_Line.help, false) || m_Line.commandHelp;
   }
 
  private:
@@ -115,7 +116,6 @@ class Reader {
   void readLateOption(const Option& option) {
     if (option.beforeCommand) return refuse(option, " stands before the command");
     readOption(option);
-    m_Line.commandHelp = std::exchange(m_Line.help, false) || m_Line.commandHelp;
   }
 
   /// Names that should be scenes, and are something else.
@@ -202,8 +202,8 @@ QString whyFilesMissing(const CommandLine& line) {
   QStringList files = line.scenes;
   files.removeAll(BuiltinScene);
   files.removeAll(StandardInput);
-  if (!line.trajectory.isEmpty()) files << line.trajectory;
-  if (!line.cameraPath.isEmpty()) files << line.cameraPath;
+  for (const QString& file : {line.trajectory, line.cameraPath, line.environment})
+    if (!file.isEmpty()) files << file;
   for (const QString& file : files) {
     const QFileInfo info(file);
     if (!info.exists()) return QStringLiteral("cannot read '%1': there is no such file").arg(file);

@@ -70,6 +70,12 @@ Option::Take point(std::optional<math::Vector3> CommandLine::*target) {
   };
 }
 
+QString takeUp(const QString& value, CommandLine& line) {
+  line.up = pointOf(value);
+  return line.up && *line.up != math::Vector3{0, 0, 0} ? QString()
+                                                       : QStringLiteral("a direction, X,Y,Z, of which one is not 0");
+}
+
 Option::Take real(std::optional<double> CommandLine::*target, double least, double most) {
   return [=](const QString& value, CommandLine& line) {
     bool isNumber = false;
@@ -82,7 +88,7 @@ Option::Take real(std::optional<double> CommandLine::*target, double least, doub
 
 QString takeProjection(const QString& value, CommandLine& line) {
   line.orthographic = value == Orthographic;
-  return Projections.contains(value) ? QString() : Projections.join(", ");
+  return Projections.contains(value) ? QString() : Projections.join(" or ");
 }
 
 QString takeScale(const QString& value, CommandLine& line) {
@@ -106,13 +112,13 @@ QString takeBackground(const QString& value, CommandLine& line) {
 Option::Take choice(std::optional<bool> CommandLine::*target) {
   return [=](const QString& value, CommandLine& line) {
     line.*target = value == OnOff.first();
-    return OnOff.contains(value) ? QString() : OnOff.join(", ");
+    return OnOff.contains(value) ? QString() : OnOff.join(" or ");
   };
 }
 
 QString takeLook(const QString& value, CommandLine& line) {
   line.look = scene::lookNamed(value);
-  return line.look ? QString() : scene::lookNames().join(", ");
+  return line.look ? QString() : scene::lookNames().join(" or ");
 }
 
 QString takeSection(const QString& value, CommandLine& line) {
@@ -181,7 +187,7 @@ const std::vector<Option>& options() {
        {"1:1", "1:2", "1:5", "1:10", "2:1"}},
       {"camera", "X,Y,Z", "Where the camera stands, in place of a direction of view.", point(&CommandLine::eye)},
       {"target", "X,Y,Z", "What the camera looks at (the model's middle).", point(&CommandLine::target)},
-      {"up", "X,Y,Z", "The direction that points up in the view (0,0,1).", point(&CommandLine::up)},
+      {"up", "X,Y,Z", "The direction that points up in the view (0,0,1).", takeUp},
       {"roll", "DEGREES", "Turns the view clockwise.", real(&CommandLine::roll, -360, 360)},
       {"zoom", "FACTOR", "Moves the camera closer: at 2, the target is twice as large.",
        real(&CommandLine::zoom, 0.01, 1000)},
@@ -248,7 +254,7 @@ const std::vector<Option>& options() {
        text(&CommandLine::reportFile, "a file name")},
       {"quiet", "", "Says nothing but why it failed.", verbosity(Verbosity::Quiet)},
       {"verbose", "", "Shows the whole log.", verbosity(Verbosity::Verbose)},
-      {"help", "", "Shows this help; after a command, that command's parameters.", flag(&CommandLine::help), {}, "h"},
+      {"help", "", "Shows this help; with a command, that command's parameters.", flag(&CommandLine::help), {}, "h"},
       {"version",
        "",
        "Shows the versions of the program and of what it is made of.",

@@ -8,7 +8,7 @@ function __nubo_complete
             for name in (__fish_complete_path $current)
                 set -l file (string split \t -- $name)[1]
                 if test (count $suffixes) -eq 0; or string match -q '*/' -- $file
-                    or contains -- (string split -r -m 1 . -- $file)[-1] $suffixes
+                    or contains -- (string lower -- (string split -r -m 1 . -- $file)[-1]) $suffixes
                     echo $name
                 end
             end

@@ -63,7 +63,7 @@ TEST(CommandLine, TellsScenesCommandAndArgumentsApart) {
     EXPECT_TRUE(parsed(asks).asks()) << asks;
     EXPECT_FALSE(parseCommandLine(words(asks)).wantsWindow()) << asks;
   }
-  EXPECT_TRUE(parsed("grabimage --help").commandHelp);
+  for (const char* asks : {"grabimage --help", "--help grabimage"}) EXPECT_TRUE(parsed(asks).commandHelp) << asks;
   EXPECT_TRUE(parsed("grabimage --width").arguments[0].value.isNull());
 }
 
@@ -148,6 +148,7 @@ TEST(CommandLine, RefusesWithAReason) {
       {"--animation walk --turntable 9 m.stl grabvideo", "exclude each other"},
       {"--element arm m.stl grabvideo", "--element: --trajectory FILE is missing"},
       {"--element= m.stl grabvideo --trajectory t.csv", "--element \"\": expected an element's name"},
+      {"--up 0,0,0 m.stl grabimage", "--up 0,0,0: expected a direction"},
       {"--steps 5:4 m.stl grabvideo", "--steps 5:4: expected"},
       {"--section 50% m.stl grabimage", "--section 50%: expected x=0.3, y=50% or -z=0.3, or three points"},
       {"--section x=nan m.stl grabimage", "--section x=nan: expected"},

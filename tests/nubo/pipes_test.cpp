@@ -83,13 +83,13 @@ TEST_F(Program, CompletesCalls) {
     EXPECT_EQ(words.join(' ').toStdString(), row.candidates);
   }
   // As bash asks; a folder, and a file of a suffix that fits.
-  write("o.mp4", "");
+  write("o.MP4", "");
   write("o.txt", "");
   ASSERT_EQ(
       run("mkdir ofolder; bash -c '. " NUBO_TEST_SOURCES "/packaging/completion/nubo.bash; "
           "COMP_WORDS=($bin/nubo grabvideo --filename o); COMP_CWORD=3; _nubo 2>/dev/null; echo ${COMPREPLY[@]}'"),
       0);
-  EXPECT_EQ(m_Output, "o.avi o.gif o.mkv o.mov o.mp4 o.webm o.y4m o.mp4 ofolder\n");
+  EXPECT_EQ(m_Output, "o.avi o.gif o.mkv o.mov o.mp4 o.webm o.y4m o.MP4 ofolder\n");
 }
 
 TEST_F(Program, TakesLengthsOnPaperAndKeepsTheResolution) {
