@@ -76,7 +76,7 @@ bool ContactMap::reserve(int width, int height) {
   m_Width = width;
   m_Height = height;
   for (Seen* seen : {&m_Faces, &m_Points}) seen->depths = makeDepthMap(width, height);
-  for (SharedName* name : {&m_Directions, &m_Raw, &m_Map}) *name = makeColorMap(width, height);
+  for (SharedName* name : {&m_Directions, &m_Raw, &m_Half, &m_Map}) *name = makeColorMap(width, height);
   const Framebuffer framebuffer;
   m_Stage = Stage::Faces;
   if (bindTarget(framebuffer.name())) return true;
@@ -117,6 +117,7 @@ bool ContactMap::create(Pass& pass, const char* source) {
   gl->glUseProgram(0);
   pass.texels = gl->glGetUniformLocation(name, "texels");
   pass.depthRows = gl->glGetUniformLocation(name, "depthRows");
+  pass.last = gl->glGetUniformLocation(name, "last");
   pass.window = gl->glGetUniformLocation(name, "window");
   return true;
 }
@@ -126,7 +127,9 @@ ContactMap::Work ContactMap::work() const {
     case Stage::Occlusion:
       return {m_Occlusion, m_Faces.depths, m_Directions, m_Raw};
     case Stage::Smoothing:
-      return {m_Smoothing, m_Raw, m_Directions, m_Map};
+      return {m_Smoothing, m_Raw, m_Directions, m_Half};
+    case Stage::Finishing:
+      return {m_Smoothing, m_Half, m_Directions, m_Map};
     default:
       return {m_Direction, m_Faces.depths, m_Faces.depths, m_Directions};
   }
@@ -148,7 +151,8 @@ void ContactMap::prepare() {
   const Framebuffer framebuffer;
   const Stage begun = m_Stage;
   setUpState();
-  for (const Stage stage : {Stage::Faces, Stage::Points, Stage::Directions, Stage::Occlusion, Stage::Smoothing}) {
+  for (const Stage stage :
+       {Stage::Faces, Stage::Points, Stage::Directions, Stage::Occlusion, Stage::Smoothing, Stage::Finishing}) {
     m_Stage = stage;
     (void)bindTarget(framebuffer.name());
     Seen* seen = this->seen();
@@ -214,6 +218,7 @@ void ContactMap::compute(int rows) {
   const math::Matrix4& p = m_Viewpoint.projection;
   gl->glUniform2f(pass.texels, 1.0f / GLfloat(m_Width), 1.0f / GLfloat(m_Height));
   gl->glUniform4f(pass.depthRows, GLfloat(p(2, 2)), GLfloat(p(2, 3)), GLfloat(p(3, 2)), GLfloat(p(3, 3)));
+  gl->glUniform1f(pass.last, m_Stage == Stage::Finishing ? 1 : 0);
   gl->glUniform4f(pass.window, GLfloat(m_Window.right), GLfloat(m_Window.top), m_Viewpoint.parallel ? 0 : 1,
                   m_Viewpoint.parallel ? 1 : 0);
   glRectf(-1, -1, 1, 1);

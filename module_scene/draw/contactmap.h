@@ -51,10 +51,10 @@ class ContactMap {
   GLuint texture() const { return m_Map.name(); }
 
  private:
-  enum class Stage { Faces, Points, Directions, Occlusion, Smoothing, Complete };
+  enum class Stage { Faces, Points, Directions, Occlusion, Smoothing, Finishing, Complete };
   struct Pass {
     SharedName program;
-    GLint texels = -1, depthRows = -1, window = -1;
+    GLint texels = -1, depthRows = -1, window = -1, last = -1;
   };
 
   /// Things of one kind that the view shows, and how far away they are.
@@ -86,8 +86,8 @@ class ContactMap {
   int m_Row = 0;
 
   int m_Width = 0, m_Height = 0;
-  SharedName m_Directions;  // of what is seen
-  SharedName m_Raw, m_Map;  // depth in red, green and blue, light in alpha
+  SharedName m_Directions;          // of what is seen
+  SharedName m_Raw, m_Half, m_Map;  // depth in red, green and blue, light in alpha
   Pass m_Direction, m_Occlusion, m_Smoothing;
 };
 

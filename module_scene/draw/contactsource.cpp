@@ -49,7 +49,7 @@ void main() {
 // surface, weighted so that it falls off smoothly, from places on a spiral that is turned differently in each of 4 x 4
 // texels. Points have no surface; they are shaded by how far the places around them stand before them (Boucheny 2009),
 // and hide nothing from a surface: between them all is open, which so few places cannot tell. A depth is kept in three
-// bytes.
+// bytes. How dark it is, which is more than all of the light in a corner, becomes light only once its mean is taken.
 const char OcclusionShader[] = R"(#version 120
 uniform sampler2D depths, directions, points;
 uniform vec2 texels;
@@ -59,6 +59,7 @@ const float Radius = 0.18;  // in eye space, where a model's is about 1
 const float Most = 0.14;    // of the map's height, that it may take
 const float Least = 5.0;    // texels
 uniform int places, around;  // how many are looked at
+const float MostDark = 4.0;
 
 float spread(float z) { return window.w - window.z * z; }
 
@@ -70,7 +71,7 @@ vec3 placeOf(vec2 at, float depth) {
 
 vec3 placeAt(vec2 at) { return placeOf(at, texture2D(depths, at * texels).r); }
 
-float openness(vec3 p, vec3 n) {
+float obscurance(vec3 p, vec3 n) {
   float texel = 2.0 * window.y * texels.y * spread(p.z);
   float reach = clamp(Radius / texel, Least, Most / texels.y);
   float radius = reach * texel;
@@ -89,7 +90,7 @@ float openness(vec3 p, vec3 n) {
     float fall = max(1.0 - square, 0.0);
     sum += fall * fall * fall * max(dot(v, n) - 0.015, 0.0) / (square + 0.003);
   }
-  return max(1.0 - 3.2 * sum / float(places), 0.0);
+  return 3.8 * sum / float(places);
 }
 
 vec3 placeOfAny(vec2 at) {
@@ -104,7 +105,7 @@ float shade(vec3 p) {
     vec2 at = floor(gl_FragCoord.xy + reach * vec2(cos(angle), sin(angle))) + 0.5;
     sum += clamp((placeOfAny(at).z - p.z) / size, 0.0, 0.05);
   }
-  return exp(-5.0 * sum);
+  return 5.0 * sum;
 }
 
 vec3 inBytes(float depth) {
@@ -114,23 +115,27 @@ vec3 inBytes(float depth) {
 
 void main() {
   float depth = min(texture2D(depths, gl_FragCoord.xy * texels).r, texture2D(points, gl_FragCoord.xy * texels).r);
-  float light = 1.0;
+  float dark = 0.0;
   if (depth < 1.0) {
     vec3 p = placeOf(gl_FragCoord.xy, depth);
     vec3 direction = texture2D(directions, gl_FragCoord.xy * texels).rgb;
-    light = direction == vec3(0.0) ? shade(p) : openness(p, normalize(direction * 2.0 - 1.0));
+    dark = direction == vec3(0.0) ? shade(p) : obscurance(p, normalize(direction * 2.0 - 1.0));
   }
-  gl_FragColor = vec4(inBytes(depth), light);
+  gl_FragColor = vec4(inBytes(depth), dark / MostDark);
 }
 )";
 
-// The mean of 4 x 4 texels, so that each turn of the spiral counts once; of those only that lie on the same plane. What
-// is not sure of its direction takes the light of what is, and lies near.
+// The mean of 4 x 4 texels, so that each turn of the spiral counts once; of those mostly that lie on the same plane.
+// What is not sure of its direction takes the mean of what is, and lies near. It is taken twice, for along a crease the
+// half of the turns is missing, which shows as stripes; the second time what lies near counts as much as the plane, so
+// that both sides of a crease are equally dark there, and it does not matter of which a pixel finds a texel.
 const char SmoothingShader[] = R"(#version 120
 uniform sampler2D depths, directions;
 uniform vec2 texels;
 uniform vec4 depthRows, window;  // as above
 uniform int around;
+uniform float last;  // 1 in the last of these passes, which turns darkness into light
+const float MostDark = 4.0;
 
 float spread(float z) { return window.w - window.z * z; }
 
@@ -155,13 +160,13 @@ void main() {
       vec3 way = placeOf(at, texel) - p;
       float onPlane = max(1.0 - abs(dot(way, n)) * unit, 0.0) * step(0.9, dot(other.rgb * 2.0 - 1.0, n));
       float near = max(1.0 - 0.5 * length(way) * unit, 0.0);
-      float weight = mix(near, onPlane, direction.a) * (0.02 + 0.98 * other.a);
+      float weight = mix(near, onPlane + (0.1 + 0.9 * last) * near, direction.a) * (0.02 + 0.98 * other.a);
       sum += weight * texel.a;
       weights += weight;
     }
     if (weights > 0.0) own.a = sum / weights;
   }
-  gl_FragColor = own;
+  gl_FragColor = vec4(own.rgb, mix(own.a, exp(-MostDark * own.a), last));
 }
 )";
 
