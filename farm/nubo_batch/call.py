@@ -24,6 +24,16 @@ def last_line(text):
     return ([line.strip() for line in text.splitlines() if line.strip()] or [""])[-1]
 
 
+def read_object(file):
+    """The object in a JSON file; an empty one if there is none, or what is there is damaged."""
+    try:
+        with open(file, encoding="utf-8") as text:
+            data = json.load(text)
+    except (OSError, ValueError):
+        return {}
+    return data if isinstance(data, dict) else {}
+
+
 def find_option(words, name):
     """The place of an option's value among the words and the value, or None. The last one counts."""
     found = None
@@ -54,6 +64,15 @@ RECORDING = Kind("steps", "steps", "frames", re.compile(r"steps \d+ to \d+: (\d+
 POSTER = Kind("band", "rows", "rows",
               re.compile(r"[\d,]+ × [\d,]+ pixels in ([\d,]+) rows of tiles(?!.* of it )"), 1)
 POSTER_SUFFIXES = (".tif", ".tiff", ".dzi")
+# Options that the program takes, but that mean a single call.
+OF_ONE_CALL = {"report": "tells of one call, and pieces are made by many",
+               "duration": "ends a call before it has all of its steps, and none of a piece may be missing"}
+
+
+def suffix_of(file):
+    """With its dot, in lower case. A name may consist of it."""
+    stem, dot, suffix = os.path.basename(file).rpartition(".")
+    return f"{dot}{suffix}".lower() if dot else ""
 
 
 class Call:
@@ -66,18 +85,19 @@ class Call:
         self.program = program
         self.words = words
         self.target = os.path.abspath(target[1])
-        self.suffix = os.path.splitext(self.target)[1].lower()
+        self.suffix = suffix_of(self.target)
         self.kind = POSTER if self.suffix in POSTER_SUFFIXES else RECORDING
         self._check_words(target[1])
 
     def _check_words(self, target):
         """What the program takes, but means a single call."""
-        if target.startswith("-."):
-            raise WrongCall(f"{target}: what goes to standard output cannot be made in pieces")
+        if "-" in self.words or target.startswith("-."):
+            raise WrongCall("what comes from standard input or goes to standard output cannot be made in pieces")
         if "--dry-run" in self.words:
             raise WrongCall("--dry-run stands before the -- here")
-        if find_option(self.words, "report"):
-            raise WrongCall("--report tells of one call, and pieces are made by many")
+        for option, reason in OF_ONE_CALL.items():
+            if find_option(self.words, option):
+                raise WrongCall(f"--{option} {reason}")
         if (find_option(self.words, "view") or ("", ""))[1] == "all":
             raise WrongCall("--view all makes several files, each of which can be made in pieces of its own")
 
@@ -92,8 +112,7 @@ class Call:
             if made.returncode != 0:
                 refusal = WrongCall if made.returncode == WrongCall.status else Refused
                 raise refusal(last_line(made.stderr) or f"{self.program} ended with {made.returncode}")
-            with open(report, encoding="utf-8") as file:
-                record = json.load(file)
+            record = read_object(report)
         found = self.kind.pattern.match(record.get("summary", ""))
         if not found:
             raise WrongCall(f"only recordings in step and whole posters can be cut into pieces, and this would make: "

@@ -38,7 +38,7 @@ class Batch:
         if options.pieces and options.piece_steps:
             raise WrongCall("--pieces and --piece-steps say the same; one is enough")
         if options.slurm:
-            slurm.check_there()
+            slurm.check(options.sbatch)
         elif options.sbatch or options.detach:
             raise WrongCall("--sbatch and --detach go with --slurm")
         call = Call(find_program(options.program), self._words)
@@ -99,10 +99,11 @@ class Batch:
             self.make(job)
         if not job.is_joined():
             return DONE  # it goes on without this program
-        if not self._options.quiet:
-            print(f"{job.call.target} ({job.frames():,} {job.call.kind.things}, {job.bytes():,} bytes)", flush=True)
+        made = f"{job.call.target} ({job.frames():,} {job.call.kind.things}, {job.bytes():,} bytes)"
         job.end()
         del lock
+        if not self._options.quiet:
+            print(made, flush=True)
         return DONE
 
     def make(self, job):
@@ -180,7 +181,7 @@ def main(arguments):
         print(f"nubo-batch: {error}", file=sys.stderr)
         return error.status
     except OSError as error:
-        print(f"nubo-batch: {error.filename or 'standard output'}: {error.strerror}", file=sys.stderr)
+        print(f"nubo-batch: {error.filename2 or error.filename or 'standard output'}: {error.strerror}", file=sys.stderr)
         return FAILED
     except KeyboardInterrupt as interrupt:
         print(f"nubo-batch: ended; {str(interrupt) or 'what is finished is kept for --resume'}", file=sys.stderr)

@@ -7,7 +7,7 @@ import json
 import os
 import shutil
 
-from .call import Call, Refused, piece_suffix
+from .call import Call, Refused, piece_suffix, read_object
 
 FOLDER_SUFFIX = ".pieces"
 
@@ -27,12 +27,20 @@ def state_of(files):
     return state
 
 
+def write_text(file, text):
+    """What a full disk says names the file."""
+    try:
+        with open(file, "w", encoding="utf-8", errors="surrogateescape") as new:
+            new.write(text)
+            new.flush()
+            os.fsync(new.fileno())
+    except OSError as error:
+        raise OSError(error.errno, error.strerror, file) from None
+
+
 def write_whole(file, data):
     """So that nobody ever reads a half."""
-    with open(f"{file}.new", "w", encoding="utf-8") as new:
-        json.dump(data, new, indent=1)
-        new.flush()
-        os.fsync(new.fileno())
+    write_text(f"{file}.new", json.dumps(data, indent=1))
     os.replace(f"{file}.new", file)
 
 
@@ -53,13 +61,15 @@ class Lock:
 
 
 class Job:
+    PARTS = {"program", "words", "cwd", "pieces", "version", "inputs", "options"}
+
     def __init__(self, folder):
         self.folder = folder
-        try:
-            with open(self.path("job.json"), encoding="utf-8") as file:
-                self.data = json.load(file)
-        except FileNotFoundError:
-            raise Refused(f"{folder}: there is no job") from None
+        if not os.path.exists(self.path("job.json")):
+            raise Refused(f"{folder}: there is no job")
+        self.data = read_object(self.path("job.json"))
+        if not self.PARTS <= self.data.keys():
+            raise Refused(f"{self.path('job.json')}: tells of no job any more; take the folder away to begin anew")
         self.call = Call(self.data["program"], self.data["words"])
         self.call.target = folder[:-len(FOLDER_SUFFIX)]  # wherever this process was started
         self.pieces = self.data["pieces"]  # [first step or row, number of frames or rows]
@@ -88,9 +98,13 @@ class Job:
             for name in os.listdir(folder):
                 if name != "lock":
                     os.remove(os.path.join(folder, name))
-        if os.path.exists(settings):
-            shutil.copyfile(settings, os.path.join(folder, "settings.ini"))
-        write_whole(os.path.join(folder, "job.json"), data)
+        try:
+            if os.path.exists(settings):
+                shutil.copyfile(settings, os.path.join(folder, "settings.ini"))
+            write_whole(os.path.join(folder, "job.json"), data)
+        except OSError:
+            shutil.rmtree(folder, ignore_errors=True)
+            raise
         return Job(folder), lock
 
     def change(self, options):
@@ -108,16 +122,14 @@ class Job:
         return self.path(f"piece-{number:05}.json")
 
     def record(self, number):
-        try:
-            with open(self.record_file(number), encoding="utf-8") as file:
-                return json.load(file)
-        except (OSError, ValueError):
-            return {}
+        return read_object(self.record_file(number))
 
     def is_done(self, number):
         """A finished piece has a record, which is written last, and has the size that stands there."""
-        files = self.record(number).get("files", [])
-        return bool(files) and os.path.exists(self.file(number)) and os.path.getsize(self.file(number)) == files[0]["bytes"]
+        try:
+            return os.path.getsize(self.file(number)) == self.record(number)["files"][0]["bytes"]
+        except (OSError, LookupError, TypeError):
+            return False
 
     def missing(self):
         return [number for number in range(len(self.pieces)) if not self.is_done(number)]
@@ -138,7 +150,7 @@ class Job:
         """Of what was made; a pyramid's description is nothing beside its tiles."""
         files = [self.call.target]
         if self.call.suffix == ".dzi":
-            tiles = f"{os.path.splitext(self.call.target)[0]}_files"
+            tiles = f"{self.call.target[:-len(self.call.suffix)]}_files"
             files += [os.path.join(folder, name) for folder, _, names in os.walk(tiles) for name in names]
         return sum(os.path.getsize(file) for file in files)
 

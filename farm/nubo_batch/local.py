@@ -13,16 +13,15 @@ from .progress import Progress
 class Pool:
     """Threads that each have one piece made after the other, until none is left or somebody gives up."""
 
-    def __init__(self, job, retries, say):
+    def __init__(self, job, retries):
         self._job = job
         self._retries = retries
-        self._say = say
         self._waiting = collections.deque((number, 0) for number in job.missing())
         self._mutex = threading.Lock()
         self._running = set()
         self._given_up = False
         self.failures = {}  # of pieces that will not be tried again, and why
-        self.news = queue.SimpleQueue()
+        self.news = queue.SimpleQueue()  # of each piece what there is to say, and None at the end of each thread
 
     def give_up(self):
         with self._mutex:
@@ -31,14 +30,15 @@ class Pool:
                 process.terminate()
 
     def work(self):
-        while True:
-            with self._mutex:
-                if self._given_up or not self._waiting:
-                    break
-                number, attempt = self._waiting.popleft()
-            self._make(number, attempt)
-            self.news.put(number)
-        self.news.put(None)
+        try:
+            while True:
+                with self._mutex:
+                    if self._given_up or not self._waiting:
+                        break
+                    number, attempt = self._waiting.popleft()
+                self.news.put(self._make(number, attempt))
+        finally:
+            self.news.put(None)
 
     def _make(self, number, attempt):
         log = self._job.path(f"piece-{number:05}.log")
@@ -51,24 +51,27 @@ class Pool:
                     process.terminate()
             ended.append(process)
 
-        with open(log, "w", encoding="utf-8") as file:
-            failure = make_piece(self._job, number, file, started)
+        try:
+            with open(log, "w", encoding="utf-8") as file:
+                failure = make_piece(self._job, number, file, started)
+        except OSError as error:
+            failure = f"{log}: {error.strerror}"
         with self._mutex:
             self._running.difference_update(ended)
             if not failure or self._given_up:
-                return
+                return ""
             reason = last_words(log) or failure
             if attempt < self._retries:
-                self._say(f"{self._job.name(number)}: {reason}; it is tried again")
                 self._waiting.append((number, attempt + 1))
-            else:
-                self.failures[number] = reason
+                return f"{self._job.name(number)}: {reason}; it is tried again"
+            self.failures[number] = reason
+            return ""
 
 
 def run(job, processes, retries, quiet, say):
     """Makes what is missing. Raises Refused if some of it could not be made, KeyboardInterrupt if it was ended."""
     job.sweep()
-    pool = Pool(job, retries, say)
+    pool = Pool(job, retries)
     progress = Progress(job, quiet)
 
     def interrupted(number, frame):
@@ -82,7 +85,11 @@ def run(job, processes, retries, quiet, say):
         progress.show()
         working = len(threads)
         while working:
-            working -= pool.news.get() is None
+            said = pool.news.get()
+            working -= said is None
+            if said:
+                progress.clear()
+                say(said)
             progress.show()
     except KeyboardInterrupt:
         pool.give_up()

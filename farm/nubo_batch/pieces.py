@@ -5,7 +5,8 @@ import subprocess
 import sys
 import tempfile
 
-from .call import Refused, last_line
+from .call import RECORDING, Refused, last_line, read_object
+from .job import write_text
 
 
 def make_piece(job, number, log, started=lambda process: None):
@@ -27,21 +28,26 @@ def make_piece(job, number, log, started=lambda process: None):
         status = process.wait()
         if status != 0:
             return f"ended by signal {-status}" if status < 0 else f"ended with {status}"
-        changed = job.why_changed()  # while it was being made
-        if changed:
-            return changed
+        wrong = job.why_changed() or why_wrong(job, number, read_object(report))  # while it was being made
+        if wrong:
+            return wrong
         os.replace(target, job.file(number))
         os.replace(report, job.record_file(number))
     except OSError as error:
-        return f"{error.filename or making}: {error.strerror}"
+        return f"{error.filename2 or error.filename or making}: {error.strerror}"
     finally:
         if making:
             shutil.rmtree(making, ignore_errors=True)
-    version = job.record(number)["versions"]["nubo"]
-    if version != job.data["version"]:
-        os.remove(job.record_file(number))
-        return f"made by version {version} of the program, the job began with {job.data['version']}"
     return ""
+
+
+def why_wrong(job, number, record):
+    """Why what was made, by its record, is not the piece; empty if it is."""
+    version, frames = (record.get(part, {}).get(name) for part, name in (("versions", "nubo"), ("result", "frames")))
+    if version != job.data["version"]:
+        return f"made by version {version} of the program, the job began with {job.data['version']}"
+    wanted = job.pieces[number][1]
+    return f"has {frames} frames of {wanted}" if job.call.kind is RECORDING and frames != wanted else ""
 
 
 def call_of(job, number, target, report):
@@ -83,9 +89,8 @@ def join(job):
     changed = job.why_changed()
     if changed:
         raise Refused(changed)
-    with open(job.path("list"), "w", encoding="utf-8", errors="surrogateescape") as file:
-        for number, (_, frames) in enumerate(job.pieces):
-            file.write(f"{frames}\t{os.path.basename(job.file(number))}\n")
+    write_text(job.path("list"), "".join(f"{frames}\t{os.path.basename(job.file(number))}\n"
+                                         for number, (_, frames) in enumerate(job.pieces)))
     made = subprocess.run([find_joiner(job.call.program), "--list", job.path("list"), job.call.target],
                           stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, errors="replace")
     if made.returncode != 0:
@@ -95,5 +100,4 @@ def join(job):
                 os.remove(job.record_file(number))
                 reason += "; --resume makes that piece again"
         raise Refused(reason)
-    with open(job.path("joined"), "w", encoding="utf-8"):
-        pass
+    write_text(job.path("joined"), "")

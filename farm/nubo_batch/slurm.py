@@ -1,6 +1,5 @@
 """Pieces on a cluster: an array of tasks, and a task after it that joins, or has made again what is missing."""
 import collections
-import json
 import os
 import re
 import shlex
@@ -9,14 +8,16 @@ import subprocess
 import sys
 import time
 
-from .call import Refused, WrongCall, last_line
-from .job import FOLDER_SUFFIX, write_whole
+from .call import Refused, WrongCall, last_line, read_object
+from .job import FOLDER_SUFFIX, write_text, write_whole
 from .pieces import join, last_words, make_piece
 from .progress import Progress
 
 # How often it is looked whether a job is done, and how many looks later the controller, which serves all, is asked.
 LOOK_SECONDS = 2
 LOOKS_FOR_ASKING = 5
+# So often it may not answer, since it is started anew now and then: minutes, as each question waits for it.
+MOST_UNANSWERED = 30
 FAILED_TASK = 1
 
 
@@ -81,13 +82,23 @@ def scripts(folder, data, numbers, round_number, excluded):
 def submit(job, numbers, round_number, excluded=()):
     """Queues the pieces, and after any end of theirs the join. Their numbers are kept with the job."""
     (array, array_script), (after, after_script) = scripts(job.folder, job.data, numbers, round_number, excluded)
-    names = []
-    for words, script, name in ((array, array_script, "array.sh"), (after, after_script, "after.sh")):
-        with open(job.path(name), "w", encoding="utf-8") as file:
-            file.write(script)
-        depends = [f"--dependency=afterany:{names[0]}"] if names else []
-        names.append(slurm(*words, *depends, job.path(name)).strip().partition(";")[0])
-    write_whole(job.path("slurm.json"), {"array": names[0], "after": names[1], "round": round_number})
+    write_text(job.path("array.sh"), array_script)
+    write_text(job.path("after.sh"), after_script)
+    pieces = queued(*array, job.path("array.sh"))
+    try:
+        joining = queued(*after, f"--dependency=afterany:{pieces}", job.path("after.sh"))
+        write_whole(job.path("slurm.json"), {"array": pieces, "after": joining, "round": round_number})
+    except BaseException:
+        slurm("scancel", pieces)  # of which nobody would know
+        raise
+
+
+def queued(*words):
+    """The number of a job that sbatch queues. Some of its options have it queue nothing."""
+    number = slurm(*words).strip().partition(";")[0]
+    if not number.isdecimal():
+        raise Refused("sbatch queued nothing with these options")
+    return number
 
 
 def run_task(job, number):
@@ -159,11 +170,10 @@ def after(job, round_number):
 
 
 def numbers_of(job):
-    try:
-        with open(job.path("slurm.json"), encoding="utf-8") as file:
-            return json.load(file)
-    except FileNotFoundError:
-        raise Refused(f"{job.folder}: nothing was submitted") from None
+    numbers = read_object(job.path("slurm.json"))
+    if not {"array", "after"} <= numbers.keys():
+        raise Refused(f"{job.folder}: nothing was submitted")
+    return numbers
 
 
 def is_queued(job):
@@ -173,17 +183,13 @@ def is_queued(job):
 
 
 def failure_of(job):
-    try:
-        with open(job.path("failure.json"), encoding="utf-8") as file:
-            return json.load(file)["text"]
-    except (OSError, ValueError):
-        return ""
+    return read_object(job.path("failure.json")).get("text", "")
 
 
 def wait(job, quiet):
     """Until the pieces are joined. Raises Refused if they will not be."""
     progress = Progress(job, quiet)
-    idle = looks = 0
+    idle = looks = unanswered = 0
     try:
         while not job.is_joined():
             failure = failure_of(job)
@@ -191,7 +197,12 @@ def wait(job, quiet):
                 raise Refused(f"{failure}; what is there is kept for --resume")
             # A task submits the next before it ends, so that twice nothing in a row is the end.
             if looks % LOOKS_FOR_ASKING == 0:
-                idle = 0 if is_queued(job) else idle + 1
+                try:
+                    idle, unanswered = 0 if is_queued(job) else idle + 1, 0
+                except Refused:
+                    unanswered += 1
+                    if unanswered > MOST_UNANSWERED:
+                        raise
             looks += 1
             if idle > 1 and not job.is_joined() and not failure_of(job):
                 raise Refused(f"{job.folder}: the cluster has nothing of it queued any more; --resume goes on")
@@ -201,6 +212,12 @@ def wait(job, quiet):
         progress.clear()
 
 
-def check_there():
+def check(options):
+    """Those for sbatch, before anything is asked of it."""
     if not shutil.which("sbatch"):
         raise WrongCall("there is no Slurm here (sbatch was not found)")
+    for option in options:
+        if not option.startswith("-"):
+            raise WrongCall(f"--sbatch={option}: an option of sbatch begins with a dash, as in --sbatch=--time=60")
+        if option.startswith(("-a", "--arr")):
+            raise WrongCall(f"--sbatch={option}: which tasks there are is said with --pieces")

@@ -107,11 +107,11 @@ class Recording(unittest.TestCase):
 @unittest.skipIf(ON_CLUSTER, "another call tests that")
 class OnThisMachine(Recording):
     def test_makes_what_one_call_makes(self):
-        for each in (1, 5, STEPS):
-            with self.subTest(each=each):
-                said = self.batch("--quiet", "--piece-steps", str(each), "--", *self.call("a.mkv"))
+        for each, target in ((1, "a.mkv"), (5, ".mkv"), (STEPS, "a.MKV")):
+            with self.subTest(target=target):
+                said = self.batch("--quiet", "--piece-steps", str(each), "--", *self.call(target))
                 self.assertEqual(said, "")
-                self.expect_whole("a.mkv")
+                self.expect_whole(target)
         part = {"more": ["--steps", "4:12"]}
         self.batch("--pieces", "3", "--program", self.program("true"), "--", *self.call("part.mkv", **part))
         self.expect_whole("part.mkv", **part)
@@ -161,6 +161,10 @@ class OnThisMachine(Recording):
         spoiled, sound, *_ = sorted(name for name in os.listdir("a.mkv.pieces") if name.endswith(".mkv"))
         with open(f"a.mkv.pieces/{spoiled}", "r+b") as file:
             file.truncate(1000)  # a record alone does not make a piece
+        for record in ("", "[]", '{"files": 1}', '{"files": [{}]}'):
+            with open("a.mkv.pieces/piece-00007.json", "w", encoding="utf-8") as file:
+                file.write(record)
+            self.assertIn("missing: piece 7", self.batch("--status", "a.mkv"))
         process = self.start("--keep", "--resume", f"{self.folder}/a.mkv.pieces", cwd="/")
         made = set()
 
@@ -192,6 +196,9 @@ class OnThisMachine(Recording):
                 (["--", "grabvideo", "--sync", "yes"], 2, "--filename is missing"),
                 (["--", *self.call("none/a.mkv")], 2, "none does not exist"),
                 (["--", *self.call("-.mkv")], 2, "standard output cannot be made in pieces"),
+                (["--", "-", *self.call("a.mkv")], 2, "what comes from standard input"),
+                (["--", "--duration", "9", *self.call("a.mkv")], 2, "--duration ends a call before"),
+                (["--program", "/bin/true", "--", *self.call("a.mkv")], 2, "nothing that says its steps"),
                 (["--", "--view", "all", *self.call("a{view}.mkv")], 2, "makes several files"),
                 (["--", "--dry-run", *self.call("a.mkv")], 2, "stands before the --"),
                 (["--", "--report", "r.json", *self.call("a.mkv")], 2, "--report tells of one call"),
@@ -217,6 +224,13 @@ class OnThisMachine(Recording):
         while_made = ["--retries", "0", "--pieces", "1", "--program", self.program("echo '#' >> model.obj")]
         self.assertIn("model.obj has changed", self.batch(*while_made, "--", *self.call("b.mkv"), status=1))
         self.assertIn("0 of 1 pieces", self.batch("--status", "b.mkv"))
+        with open("b.mkv.pieces/job.json", "w", encoding="utf-8") as file:
+            file.write("{")
+        self.assertIn("tells of no job any more", self.batch("--resume", "b.mkv", status=1))
+        for target, does, reason in (("c.mkv", 'set -- --duration 0.001 "$@"', "frames of 24"),
+                                     ("d.mkv", "rm -rf d.mkv.pieces", "No such file")):
+            odd = ["--retries", "1", "--pieces", "1", "--program", self.program(does)]
+            self.assertIn(reason, self.batch(*odd, "--", *self.call(target), status=1))
 
     def test_knows_each_option_everywhere(self):
         guide = os.path.join(os.path.dirname(__file__), "..", "..", "docs", "user-guide.md")
@@ -311,7 +325,10 @@ class OnACluster(Recording):
                                                  "--", *self.call("b.mkv"), status=1))
         self.assertIn("nvalid partition", self.batch("--slurm", "--sbatch=--partition=none", "--", *self.call("c.mkv"),
                                                      status=1))
+        self.assertIn("queued nothing", self.batch("--slurm", "--sbatch=--help", "--", *self.call("c.mkv"), status=1))
         self.assertFalse(os.path.exists("c.mkv.pieces"))
+        for option in ("odd", "--array=1"):
+            self.assertIn(f"{option}: ", self.batch("--slurm", f"--sbatch={option}", "--", *self.call("c.mkv"), status=2))
 
 
 if __name__ == "__main__":
