@@ -16,8 +16,10 @@ Pieces readList(const QString& file) {
     throw Error(QStringLiteral("%1: %2").arg(file, list.errorString()));
   const QDir folder = isInput ? QDir() : QFileInfo(file).dir();
   Pieces pieces;
-  for (int number = 1; !list.atEnd(); ++number) {
-    const QString line = QString::fromLocal8Bit(list.readLine()).remove('\n');
+  for (int number = 1;; ++number) {
+    const QByteArray bytes = list.readLine();
+    if (bytes.isEmpty()) break;  // a pipe does not know before that it is at its end
+    const QString line = QString::fromLocal8Bit(bytes).remove('\n');
     if (line.isEmpty()) continue;
     const int tab = line.indexOf('\t');
     bool isNumber = false;

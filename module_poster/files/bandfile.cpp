@@ -75,6 +75,7 @@ BandReader::BandReader(const QString& fileName) : m_File(fileName) {
 
 void BandReader::read(const std::function<void(const TileId&, const QByteArray&)>& takeTile,
                       const std::function<void(const Fragment&)>& takeFragment) {
+  const Layout layout = m_Description.layout();
   for (quint8 kind = 0; kind != End;) {
     m_Stream >> kind;
     qint32 level = 0, column = 0, row = 0;
@@ -82,7 +83,9 @@ void BandReader::read(const std::function<void(const TileId&, const QByteArray&)
     QByteArray bytes;
     if (kind == Tile) m_Stream >> level >> column >> row >> bytes;
     if (kind == Part) m_Stream >> level >> area >> bytes;
-    if (m_Stream.status() != QDataStream::Ok || kind < Tile || kind > End) fail();
+    const bool isInside =
+        (kind != Tile || layout.has({level, column, row})) && (kind != Part || layout.has(level, area));
+    if (m_Stream.status() != QDataStream::Ok || kind < Tile || kind > End || !isInside) fail();
     if (kind == Tile) takeTile({level, column, row}, bytes);
     if (kind == Part) takeFragment({level, area, bytes});
   }

@@ -20,10 +20,12 @@ QString stemOf(const QString& fileName) {
 
 QString folderOf(const QString& fileName) { return stemOf(fileName) + QStringLiteral("_files"); }
 
-void writeWhole(const QString& fileName, const QByteArray& bytes) {
-  QSaveFile file(fileName);
+void write(QSaveFile& file, const QByteArray& bytes) {
   if (!file.open(QIODevice::WriteOnly)) throw Error(file.errorString());
   writeAll(file, bytes);
+}
+
+void finish(QSaveFile& file) {
   if (!file.commit()) throw Error(file.errorString());
 }
 
@@ -66,10 +68,13 @@ void DeepZoom::put(const TileId& tile, const QByteArray& bytes) {
 
 void DeepZoom::commit() {
   copyViewer(m_Tiles);
+  // All that takes room is written before anything takes the place of what stood there.
+  QSaveFile description(m_FileName), page(stemOf(m_FileName) + QStringLiteral(".html"));
+  write(description, descriptionText(m_Description));
+  write(page, viewerPage(m_Description, QFileInfo(folderOf(m_FileName)).fileName()));
   replaceFolder();
-  writeWhole(m_FileName, descriptionText(m_Description));
-  writeWhole(stemOf(m_FileName) + QStringLiteral(".html"),
-             viewerPage(m_Description, QFileInfo(folderOf(m_FileName)).fileName()));
+  finish(description);
+  finish(page);
 }
 
 void DeepZoom::replaceFolder() {

@@ -46,17 +46,33 @@ Description commonDescription(const QStringList& files) {
   return description;
 }
 
+/// Bands know what kind of file they become.
+void checkTarget(const QString& target, const Description& description) {
+  const bool wantsPyramid = target.endsWith(QLatin1String(".dzi"), Qt::CaseInsensitive);
+  if (description.isTiff() == wantsPyramid)
+    throw Error(QStringLiteral("%1: these are bands of a %2")
+                    .arg(target, wantsPyramid ? QStringLiteral("TIFF") : QStringLiteral("deep-zoom pyramid")));
+}
+
+QImage pixelsOf(const Fragment& fragment, const QString& band) {
+  try {
+    return unpacked(fragment.bytes, fragment.area.size());
+  } catch (const Error& error) {
+    throw Error(QStringLiteral("%1: %2").arg(band, error.text()));
+  }
+}
+
 }  // namespace
 
 qint64 joinBands(const QStringList& bands, const QString& target) {
   const Description description = commonDescription(bands);
+  checkTarget(target, description);
   const auto sink = newSink(description, target);
   PosterBuilder builder(description, *sink, QFileInfo(target).absolutePath());
   for (const QString& band : bands)
     BandReader(band).read([&](const TileId& tile, const QByteArray& bytes) { builder.put(tile, bytes); },
                           [&](const Fragment& fragment) {
-                            builder.add(fragment.level, fragment.area.topLeft(),
-                                        unpacked(fragment.bytes, fragment.area.size()));
+                            builder.add(fragment.level, fragment.area.topLeft(), pixelsOf(fragment, band));
                           });
   builder.finishTiles();
   if (builder.tiles() != description.layout().count())

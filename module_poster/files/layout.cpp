@@ -15,6 +15,15 @@ QSize Layout::size(int level) const {
   return {halved(m_Size.width()), halved(m_Size.height())};
 }
 
+bool Layout::has(const TileId& tile) const {
+  return tile.level >= 0 && tile.level < m_Levels && tile.column >= 0 && tile.column < columns(tile.level) &&
+         tile.row >= 0 && tile.row < rows(tile.level);
+}
+
+bool Layout::has(int level, const QRect& area) const {
+  return level >= 0 && level < m_Levels && QRect(QPoint(), size(level)).contains(area);
+}
+
 QRect Layout::area(const TileId& tile) const {
   const QSize whole = size(tile.level);
   const QPoint corner(tile.column * m_Edge, tile.row * m_Edge);

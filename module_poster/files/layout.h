@@ -31,6 +31,9 @@ class Layout {
   QSize size(int level) const;
   int columns(int level) const { return tilesFor(size(level).width()); }
   int rows(int level) const { return tilesFor(size(level).height()); }
+  /// Whether there is such a tile, or an area of pixels on such a level.
+  bool has(const TileId& tile) const;
+  bool has(int level, const QRect& area) const;
   /// Where a tile lies in its level.
   QRect area(const TileId& tile) const;
   /// The tiles of all levels.

@@ -19,19 +19,9 @@ PosterBuilder::PosterBuilder(const Description& description, TileSink& sink, con
 
 PosterBuilder::~PosterBuilder() = default;
 
-void PosterBuilder::add(int level, QPoint corner, const QImage& pixels) {
-  const QRect area(corner, pixels.size());
-  const Layout layout = m_Description.layout();
-  if (level < 0 || level >= layout.levels() || !QRect(QPoint(), layout.size(level)).contains(area))
-    throw Error(QStringLiteral("there are pixels that lie outside of the poster"));
-  m_Pyramid.add(level, corner, pixels);
-}
+void PosterBuilder::add(int level, QPoint corner, const QImage& pixels) { m_Pyramid.add(level, corner, pixels); }
 
 void PosterBuilder::put(const TileId& tile, const QByteArray& bytes) {
-  const Layout layout = m_Description.layout();
-  if (tile.level < 0 || tile.level >= layout.levels() || tile.column < 0 || tile.row < 0 ||
-      tile.column >= layout.columns(tile.level) || tile.row >= layout.rows(tile.level))
-    throw Error(QStringLiteral("there is a tile that lies outside of the poster"));
   m_Sink.put(tile, bytes);
   ++m_Tiles;
 }

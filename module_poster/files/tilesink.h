@@ -42,7 +42,8 @@ class TileSink {
   TileSink() = default;
 };
 
-/// A TIFF or a deep-zoom pyramid, as the description says, to be called `fileName`.
+/// A TIFF or a deep-zoom pyramid, as the description says, to be called `fileName`. Throws Error, also where something
+/// else stands under one of the pyramid's names.
 std::unique_ptr<TileSink> newSink(const Description& description, const QString& fileName);
 
 }  // namespace nubo::poster

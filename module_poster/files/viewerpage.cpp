@@ -4,6 +4,8 @@
 #include <QFile>
 #include <QUrl>
 
+#include "module_poster/files/error.h"
+
 namespace nubo::poster {
 
 namespace {
@@ -72,9 +74,11 @@ bool isViewerPage(const QString& fileName) {
 }
 
 void copyViewer(const QString& folder) {
-  for (const char* name : ViewerFiles)
-    QFile::copy(QStringLiteral("%1/viewer/%2").arg(QCoreApplication::applicationDirPath(), QLatin1String(name)),
-                QStringLiteral("%1/%2").arg(folder, QLatin1String(name)));
+  for (const char* name : ViewerFiles) {
+    QFile file(QStringLiteral("%1/viewer/%2").arg(QCoreApplication::applicationDirPath(), QLatin1String(name)));
+    if (file.exists() && !file.copy(QStringLiteral("%1/%2").arg(folder, QLatin1String(name))))
+      throw Error(file.errorString());
+  }
 }
 
 }  // namespace nubo::poster

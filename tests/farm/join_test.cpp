@@ -80,7 +80,8 @@ TEST_F(JoinTest, PiecesBecomeTheRecordingMadeInOneGo) {
 }
 
 TEST_F(JoinTest, NamesTheHoleAndLeavesTheTarget) {
-  for (const auto& row : {std::pair("mp4", ""), {"mkv", ""}, {"y4m", "its last frame is cut off"}}) {
+  constexpr char CutOff[] = "its last frame is cut off";
+  for (const auto& row : {std::pair("mp4", CutOff), {"mkv", ""}, {"y4m", CutOff}}) {
     const char* const suffix = row.first;
     SCOPED_TRACE(suffix);
     const auto named = [suffix](const char* name) { return QStringLiteral("%1.%2").arg(name, suffix); };
@@ -88,7 +89,8 @@ TEST_F(JoinTest, NamesTheHoleAndLeavesTheTarget) {
     ASSERT_NO_FATAL_FAILURE(record(named("b"), 8, 8));
     QFile(file(named("cut"))).remove();
     ASSERT_TRUE(QFile::copy(file(named("b")), file(named("cut"))));
-    ASSERT_TRUE(QFile::resize(file(named("cut")), QFileInfo(file(named("b"))).size() / 2));
+    const qint64 size = QFileInfo(file(named("b"))).size();
+    ASSERT_TRUE(QFile::resize(file(named("cut")), row.second == CutOff ? size - 1 : size / 2));
     QFile target(file(named("target")));
     ASSERT_TRUE(target.open(QIODevice::WriteOnly) && target.write("old") == 3);
     target.close();

@@ -183,6 +183,12 @@ TEST_F(PosterTest, NamesWhatBandsLack) {
   band("other.tif.band", "1:1", 1501);
   ASSERT_TRUE(QFile::copy(m_Host.file("1.tif.band"), m_Host.file("half.tif.band")));
   ASSERT_TRUE(QFile::resize(m_Host.file("half.tif.band"), QFileInfo(m_Host.file("1.tif.band")).size() - 1));
+  ASSERT_TRUE(QFile::copy(m_Host.file("1.tif.band"), m_Host.file("spoiled.tif.band")));
+  QFile spoiled(m_Host.file("spoiled.tif.band"));  // at its end, where pixels wait for those of its neighbours
+  ASSERT_TRUE(spoiled.open(QIODevice::ReadWrite) && spoiled.seek(spoiled.size() - 9) && spoiled.write("nothing") == 7);
+  spoiled.close();
+  band("0.dzi.band", "0:0", 500);
+  ASSERT_TRUE(QDir(m_Host.directory.path()).mkdir("joined_taken_files"));
   struct Row {
     QStringList bands;
     const char* reason;
@@ -192,9 +198,12 @@ TEST_F(PosterTest, NamesWhatBandsLack) {
         Row{{"0.tif.band", "all.tif.band"}, "has row 0, which another band has"},
         Row{{"0.tif.band", "other.tif.band"}, "is a band of another poster"},
         Row{{"0.tif.band", "half.tif.band"}, "half.tif.band: is no band of a poster, or not whole"},
+        Row{{"0.tif.band", "spoiled.tif.band"}, "spoiled.tif.band: "}, Row{{"0.dzi.band"}, "bands of a deep-zoom"},
         Row{{"picture.png"}, "picture.png: "}, Row{{}, "there are no bands"}})
     EXPECT_THAT(join(row.bands, "joined.tif").toStdString(), HasSubstr(row.reason));
-  EXPECT_THAT(files().filter("joined"), IsEmpty());
+  EXPECT_THAT(join({"0.tif.band", "1.tif.band"}, "joined.dzi").toStdString(), HasSubstr("these are bands of a TIFF"));
+  EXPECT_THAT(join({"0.dzi.band"}, "joined_taken.dzi").toStdString(), HasSubstr("no pyramid that it belongs to"));
+  EXPECT_THAT(files().filter("joined"), ElementsAre("joined_taken_files"));
 }
 
 TEST_F(PosterTest, LeavesNothingOfWhatIsStoppedOrFindsNoSpace) {
@@ -215,15 +224,18 @@ TEST_F(PosterTest, LeavesNothingOfWhatIsStoppedOrFindsNoSpace) {
     EXPECT_TRUE(give({name, 3000}) && m_Host.run(m_Poster));
     util::YProgressDialog::setPresenter(nullptr);
     EXPECT_THAT(m_Log.texts(log::Failure), IsEmpty());
-    ASSERT_TRUE(give({name, 3000}));
-    {
-      const test::Limit fileSize(RLIMIT_FSIZE, 500);
-      EXPECT_TRUE(m_Host.run(m_Poster));
+    // Of the small one it is not tiles that are too large, but what stands beside them.
+    for (const auto& [width, limit] : {std::pair(3000, 500), {8, 300}}) {
+      ASSERT_TRUE(give({name, width}));
+      {
+        const test::Limit fileSize(RLIMIT_FSIZE, rlim_t(limit));
+        EXPECT_TRUE(m_Host.run(m_Poster));
+      }
+      EXPECT_THAT(m_Log.texts(log::Failure), ElementsAre(HasSubstr("Couldn't save poster '")));
+      EXPECT_EQ(m_Reason, "File too large");
+      EXPECT_EQ(files(), before);
+      EXPECT_EQ(levels({name}, {300, 168}), old);
     }
-    EXPECT_THAT(m_Log.texts(log::Failure), ElementsAre(HasSubstr("Couldn't save poster '")));
-    EXPECT_EQ(m_Reason, "File too large");
-    EXPECT_EQ(files(), before);
-    EXPECT_EQ(levels({name}, {300, 168}), old);
   }
 }
 
