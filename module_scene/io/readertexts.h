@@ -24,6 +24,7 @@ namespace nubo::io {
     QT_TRANSLATE_NOOP("ImportError", "it requires the extension %1, which is not known"),
     QT_TRANSLATE_NOOP("ImportError", "the extension %1 is not known, and left out"),
     QT_TRANSLATE_NOOP("ImportError", "glTF files above 4 GB cannot be read"),
+    QT_TRANSLATE_NOOP("ImportError", "it is damaged, or no glTF: %1"),
     QT_TRANSLATE_NOOP("ImportError", "what Draco packed is damaged: %1"),
     QT_TRANSLATE_NOOP("ImportError", "%1 surfaces could not be approximated, and are left out"),
     QT_TRANSLATE_NOOP("ImportError", "its part '%1' is missing"),

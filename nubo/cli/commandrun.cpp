@@ -62,7 +62,8 @@ void CommandRun::interrupt(int signal, const QString& recordFile) {
 }
 
 int CommandRun::judge() {
-  const QStringList failures = this->failures();
+  const QString milestone = m_Report.lastMilestone();
+  const QStringList failures = this->failures(milestone);
   if (!failures.isEmpty()) {
     m_Report.error(m_Call + ": " + failures.join("; "));
     return Failed;
@@ -72,6 +73,8 @@ int CommandRun::judge() {
     return m_Signal == 0 ? int(Failed) : EndedBySignal + m_Signal;
   }
   if (!reportFiles(targetFiles(m_Command))) return Failed;
+  // What a command that makes no file has found out.
+  if (targetFiles(m_Command).isEmpty() && !milestone.isEmpty() && !m_Report.result(milestone)) return Failed;
   if (dynamic_cast<const main::SettingsCommand*>(&m_Command))
     for (const QString& other : otherValues(m_Command, "was stored")) m_Report.note(other);
   if (m_EndedEarly.isEmpty()) return Done;
@@ -79,8 +82,7 @@ int CommandRun::judge() {
   return m_Signal == 0 ? int(Done) : EndedBySignal + m_Signal;
 }
 
-QStringList CommandRun::failures() {
-  const QString milestone = m_Report.lastMilestone();
+QStringList CommandRun::failures(const QString& milestone) {
   QStringList failures = m_Report.takeFailures();
   const bool isCancelled = !m_EndedEarly.isEmpty() && m_Command.isCancellable();
   for (const QString& file : targetFiles(m_Command))

@@ -34,7 +34,7 @@ class CommandRun {
   void observe();
   void interrupt(int signal, const QString& recordFile);
   int judge();
-  QStringList failures();
+  QStringList failures(const QString& milestone);
   bool reportFiles(const QStringList& files);
   /// Puts what the run tells of itself into the record.
   void record();

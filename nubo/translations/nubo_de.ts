@@ -633,6 +633,10 @@
         <translation>glTF-Dateien über 4 GB können nicht gelesen werden</translation>
     </message>
     <message>
+        <source>it is damaged, or no glTF: %1</source>
+        <translation>sie ist beschädigt oder kein glTF: %1</translation>
+    </message>
+    <message>
         <source>what Draco packed is damaged: %1</source>
         <translation>was Draco gepackt hat, ist beschädigt: %1</translation>
     </message>

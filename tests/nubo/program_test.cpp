@@ -11,7 +11,9 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
   write("model.unknown", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
   write("broken.csv", "0,0,0\n1,0,here\n");
   write("old.png", "old");
+  write("text.glb", "a cube\n");
   const Failure rows[] = {
+      {"$nubo text.glb grabimage --filename a.png", 1, "it is damaged, or no glTF: parse error at line 1, column 1\n"},
       {"$nubo missing.glb grabimage --filename a.png", 2, "cannot read 'missing.glb': there is no such file"},
       {"$nubo \"two\nlines.glb\" grabimage --filename a.png", 2, "cannot read 'two\\x0alines.glb'"},
       {"$nubo garbage.glb grabimage --filename a.png", 1, "garbage.glb"},

@@ -45,6 +45,15 @@ std::string firstLine(std::string text) {
   return text.substr(0, text.find('\n'));
 }
 
+/// What is no JSON is told by its place alone: what stands there is of no use to anybody but programmers.
+Refusal refusal(const std::string& error) {
+  const std::string line = firstLine(error);
+  if (line.empty()) return Refusal("its content is not understood");
+  const std::size_t place = line.find("parse error at "), end = line.find(':', place);
+  if (place == std::string::npos || end == std::string::npos) return Refusal(line);
+  return Refusal("it is damaged, or no glTF: %1", {line.substr(place, end - place)});
+}
+
 void load(const std::string& file, Container& container, tinygltf::Model& model, Output& output) {
   std::vector<unsigned char> json = std::move(container.text);
   mend(json, container.isBinary());
@@ -56,7 +65,7 @@ void load(const std::string& file, Container& container, tinygltf::Model& model,
   const std::string folder = std::filesystem::path(file).parent_path().string();
   if (!loader.LoadASCIIFromString(&model, &error, &warning, reinterpret_cast<const char*>(json.data()),
                                   unsigned(json.size()), folder))
-    throw Refusal(error.empty() ? "its content is not understood" : firstLine(error));
+    throw refusal(error);
 }
 
 void checkExtensions(const tinygltf::Model& model, Output& output) {
