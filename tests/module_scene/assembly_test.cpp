@@ -115,6 +115,18 @@ TEST_F(DrawerTest, PointsThatOthersHideAreLeftOutAndChangeNoPixel) {
   }
 }
 
+TEST(PointSieve, LetsPointsBesideAViewHideNothingThatTheyDoNotCover) {
+  // 3 pixels beside a view of 20 are drawn, too: one nearer that is just not among them, or a pixel further left.
+  for (const auto& [nearer, farther] : {std::pair(-1.302f, -1.298f), {-1.26f, -1.16f}}) {
+    PointSieve sieve;
+    std::vector<std::uint32_t> chosen;
+    sieve.begin(math::Matrix4(), 20, 20, 3, 4, false);
+    sieve.add({nearer, 0.03f, -0.5f, farther, 0.03f, 0.5f}, 0, 2);
+    sieve.sift(chosen);
+    EXPECT_EQ(std::count(chosen.begin(), chosen.end(), 1u), 1) << nearer;
+  }
+}
+
 TEST(PointSieve, KeepsOfPointsInAPixelTheNearestAndOfHiddenOnesNone) {
   // Seen from the front, 4 pixels wide in a view of 20: behind four that lie around it, beside them, before them, and
   // behind one whose pixels it shares, though not its place.

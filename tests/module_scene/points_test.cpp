@@ -76,7 +76,7 @@ TEST_F(Points, AllSpellingsOfAListAreTheSamePoints) {
            {"bytes, far away", "xyz", "", "%1 %2 %3 %4 %5 %6", Colors, 5648349.25},
            {"shares", "txt", "# made by hand\n\n", "%1 %2 %3 %7 %8 %9"},
            {"normals", "xyz", "", "%1 %2 %3 0.6 0 -0.8 %4 %5 %6"},
-           {"count and intensity", "pts", "5\r\n", "%1 %2 %3 -7 %4 %5 %6\r"},
+           {"count and intensity", "pts", "5\r\n", "%1 %2 %3 7 %4 %5 %6\r"},
            {"intensity", "pts", "5\n", "%1 %2 %3 %4", Grey},
            {"more in the end", "csv", "", "%1,%2,%3,%4,%5,%6,77"},
            {"heading", "csv", "Red,\"Y\",Z,time,X,green,Blue\n", "%4,%2,%3,,%1,%5,%6"},

@@ -132,7 +132,7 @@ Array<float> ObjectConverter::positionsOf(PLib3MFBase* object) {
 }
 
 std::vector<ObjectConverter::Paint> ObjectConverter::paintsOf(PLib3MFBase* object, std::size_t triangles) {
-  std::vector<Paint> paints(triangles, defaultPaint(object));
+  std::vector<Paint> paints(triangles);
   const Handle properties = take(lib3mf_meshobject_createpropertyhandler, object);
   for (std::size_t t = 0; t < triangles; ++t) {
     paint(properties.get(), DWORD(t), paints[t]);
@@ -142,7 +142,7 @@ std::vector<ObjectConverter::Paint> ObjectConverter::paintsOf(PLib3MFBase* objec
   return paints;
 }
 
-/// What has no property of its own keeps that of its object.
+/// Where a triangle has no property of its own, the library tells its object's.
 void ObjectConverter::paint(PLib3MFBase* properties, DWORD triangle, Paint& paint) {
   switch (valueOf<eModelPropertyType>(lib3mf_propertyhandler_getpropertytype, properties, triangle)) {
     case MODELPROPERTYTYPE_COLOR:
@@ -163,22 +163,6 @@ void ObjectConverter::paint(PLib3MFBase* properties, DWORD triangle, Paint& pain
     default:
       break;
   }
-}
-
-ObjectConverter::Paint ObjectConverter::defaultPaint(PLib3MFBase* object) {
-  Paint paint;
-  const Handle property = take(lib3mf_object_createdefaultpropertyhandler, object);
-  const auto type = valueOf<eModelPropertyType>(lib3mf_defaultpropertyhandler_getpropertytype, property.get());
-  if (type == MODELPROPERTYTYPE_BASEMATERIALS) {
-    DWORD group = 0, index = 0;
-    check(lib3mf_defaultpropertyhandler_getbasematerial(property.get(), &group, &index));
-    paint.material = materialOf(group, index);
-  } else if (type == MODELPROPERTYTYPE_COLOR) {
-    MODELMESHCOLOR_SRGB color{};
-    check(lib3mf_defaultpropertyhandler_getcolor(property.get(), 0, &color));
-    paint.colors = {{color, color, color}};
-  }
-  return paint;
 }
 
 /// Of the chosen triangles, which share no vertices then. All of them have colours, or all have places in a texture.

@@ -31,7 +31,6 @@ class ObjectConverter {
   const std::vector<std::int32_t>& meshesOf(NMR::PLib3MFBase* object, DWORD id);
   Array<float> positionsOf(NMR::PLib3MFBase* object);
   std::vector<Paint> paintsOf(NMR::PLib3MFBase* object, std::size_t triangles);
-  Paint defaultPaint(NMR::PLib3MFBase* object);
   void paint(NMR::PLib3MFBase* properties, DWORD triangle, Paint& paint);
   Mesh cornersMesh(const Array<float>& positions, const Triangles& triangles, const std::vector<Paint>& paints,
                    const std::vector<std::size_t>& chosen);
