@@ -12,6 +12,7 @@ PARTS_GROW, POINTS_GROW = 1.5, 3
 SPEED = 3  # times the rival's rate
 TRIANGLES = 224  # of a part
 MOVING = 100
+SAMPLES = (0, 4)
 
 
 class Scenes:
@@ -33,7 +34,7 @@ class Scenes:
     def compare(self, name, scene, widths, seconds, memory):
         rival = [*self.vtk, "still", scene, "--output", self.bench.path("vtk.png")]
         for width in widths:
-            for samples in (0, 4):
+            for samples in SAMPLES:
                 runs = self.bench.in_turn(
                     ours=lambda: self.still(scene, width, samples),
                     rival=lambda: self.bench.run([*rival, "--width", str(width), "--samples", str(samples)]))
@@ -41,7 +42,7 @@ class Scenes:
                                (seconds, memory.get(width)))
 
     def video(self, scene, frames=100):
-        for samples in (0, 4):
+        for samples in SAMPLES:
             runs = self.bench.in_turn(
                 ours=lambda: self.bench.grab(scene, "ours.mp4", "grabvideo", "--width", "1280", "--height", "720", "--sync",
                                              "1", options=["--steps", f"0:{frames - 1}", "--samples", str(samples)]),

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <ctime>
 #include <thread>
 #include <vector>
 
@@ -36,6 +37,9 @@ void handleEventsFor(int milliseconds) {
   loop.exec();
 }
 
+/// Of all threads, which tells what work costs also where other programs run.
+double processorSeconds() { return double(std::clock()) / CLOCKS_PER_SEC; }
+
 /// Turns the scene with a mouse that neither waits for the window nor is slowed down by it, in strokes with rests
 /// of different lengths between them, so that moves meet the panel in whatever it does at rest. Measures from each
 /// move's being sent to the end of the first frame that shows it.
@@ -54,6 +58,7 @@ class Hand : public QObject {
     m_Frames = 0;
     m_Sent = 0;
     m_Stop = m_Stopped = false;
+    const double before = processorSeconds();
     std::thread sender([this] { send(); });
     do handleEventsFor(20);
     while (!done());
@@ -62,8 +67,11 @@ class Hand : public QObject {
     while (!m_Stopped || int(m_Gaps.size()) < m_Sent) handleEventsFor(20);
     sender.join();
     std::sort(m_Gaps.begin(), m_Gaps.end());
-    std::printf("\"%s\": {\"longest\": %.4f, \"95 %%\": %.4f, \"median\": %.4f, \"inputs\": %d, \"frames\": %d}", name,
-                m_Gaps.back(), m_Gaps[m_Gaps.size() * 95 / 100], m_Gaps[m_Gaps.size() / 2], int(m_Sent), m_Frames);
+    std::printf(
+        "\"%s\": {\"longest\": %.4f, \"95 %%\": %.4f, \"median\": %.4f, \"inputs\": %d, \"frames\": %d, "
+        "\"processors per frame\": %.4f}",
+        name, m_Gaps.back(), m_Gaps[m_Gaps.size() * 95 / 100], m_Gaps[m_Gaps.size() / 2], int(m_Sent), m_Frames,
+        (processorSeconds() - before) / m_Frames);
   }
 
  private:
@@ -189,15 +197,17 @@ void measureAnswers(const QString& model, const QString& larger) {
 /// Prints the longest that `act`, which gets the number of its call, has taken.
 template <class Act>
 void measureCalls(const char* name, int calls, Act act) {
-  double longest = 0;
+  double longest = 0, processors = 0;
   for (int call = 0; call < calls; ++call) {
     QElapsedTimer timer;
     timer.start();
+    const double before = processorSeconds();
     act(call);
     longest = std::max(longest, double(timer.nsecsElapsed()) * 1e-9);
+    processors = std::max(processors, processorSeconds() - before);
     handleEventsFor(20);
   }
-  std::printf(", \"%s\": {\"longest\": %.4f}", name, longest);
+  std::printf(", \"%s\": {\"longest\": %.4f, \"processors\": %.4f}", name, longest, processors);
 }
 
 /// How soon a scene of very many parts or points answers: as a whole, from near, and to what asks for all of it.

@@ -27,6 +27,7 @@ set(NUBO_PUBLIC_HEADERS
   module_scene/gui/camera.h
   module_scene/gui/cameraview.h
   module_scene/gui/framing.h
+  module_scene/gui/slabs.h
   module_scene/gui/scenepanel.h
   module_scene/gui/viewer.h
   module_scene/io/importcontrol.h

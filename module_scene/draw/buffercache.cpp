@@ -191,21 +191,6 @@ void GeometryBuffer::bind(const Geometry& geometry) const {
   }
 }
 
-CoarseBuffer::CoarseBuffer(const CoarseVersion& version) : m_Indices(SharedName::buffer()) {
-  QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
-  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
-  gl->glBufferData(GL_ELEMENT_ARRAY_BUFFER, bytesOf(version.indices), version.indices.data(), GL_STATIC_DRAW);
-}
-
-CoarseBuffer::~CoarseBuffer() = default;
-
-void CoarseBuffer::draw(GLenum mode, const Range& range, const GeometryBuffer& geometry) const {
-  QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
-  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
-  gl->glDrawElements(mode, GLsizei(range.count), GL_UNSIGNED_INT, at(range.first * sizeof(GLuint)));
-  geometry.bindIndices();
-}
-
 TextureBuffer::TextureBuffer(const Texture& texture) : m_Name(SharedName::texture()) {
   GLint limit = 0;
   glGetIntegerv(GL_MAX_TEXTURE_SIZE, &limit);
@@ -243,10 +228,6 @@ EnvironmentBuffer::~EnvironmentBuffer() = default;
 
 util::YPointer<GeometryBuffer> BufferCache::buffer(const Geometry& geometry) {
   return upToDate<GeometryBuffer>(geometry);
-}
-
-util::YPointer<CoarseBuffer> BufferCache::buffer(const CoarseVersion& version) {
-  return upToDate<CoarseBuffer>(version);
 }
 
 void BufferCache::fill(const Material& material) {

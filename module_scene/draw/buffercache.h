@@ -28,7 +28,7 @@ class GeometryBuffer : public util::YObject {
   void bindIndices() const;
   /// Draws a range of the geometry that is bound.
   void draw(GLenum mode, const Range& range) const;
-  /// Draws some of its vertices, by their numbers.
+  /// Draws some of its vertices, by their numbers, which OpenGL has not copied.
   void draw(GLenum mode, const std::uint32_t* vertices, std::size_t count) const;
   /// The box of each clustersPerGroup() clusters, in their order.
   const std::vector<Cluster>& groups() const { return m_Groups; }
@@ -44,21 +44,6 @@ class GeometryBuffer : public util::YObject {
   GLenum m_IndexType = GL_UNSIGNED_SHORT;
   std::vector<Cluster> m_Groups;
   double m_LongestEdge;
-};
-
-/// A coarse version's indices in OpenGL's memory.
-class CoarseBuffer : public util::YObject {
- public:
-  /// Copies the indices for the share group of the current context.
-  explicit CoarseBuffer(const CoarseVersion& version);
-  ~CoarseBuffer() override;
-
-  bool isUsable() const { return m_Indices.isUsable(); }
-  /// Draws a range of the version, whose geometry is bound and stays so.
-  void draw(GLenum mode, const Range& range, const GeometryBuffer& geometry) const;
-
- private:
-  SharedName m_Indices;
 };
 
 /// A texture's picture in OpenGL's memory, with mipmaps.
@@ -94,7 +79,6 @@ class EnvironmentBuffer : public util::YObject {
 class BufferCache {
  public:
   static util::YPointer<GeometryBuffer> buffer(const Geometry& geometry);
-  static util::YPointer<CoarseBuffer> buffer(const CoarseVersion& version);
   static util::YPointer<TextureBuffer> buffer(const Texture& texture);
   static util::YPointer<EnvironmentBuffer> buffer(const Environment& environment);
   /// Makes the copies of all in and below an element, so that no drawing has to wait for them.

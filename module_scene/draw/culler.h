@@ -3,16 +3,11 @@
 
 #include <array>
 #include <cmath>
+#include <limits>
 
 #include "module_scene/draw/drawlist.h"
 
 namespace nubo::scene {
-
-/// Of the upper left three by three.
-inline double determinant(const math::Matrix4& m) {
-  return m(0, 0) * (m(1, 1) * m(2, 2) - m(1, 2) * m(2, 1)) - m(0, 1) * (m(1, 0) * m(2, 2) - m(1, 2) * m(2, 0)) +
-         m(0, 2) * (m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0));
-}
 
 /// Decides about boxes, which may be clusters, in the space that a matrix brings to eye space.
 class Culler {
@@ -60,6 +55,12 @@ class Culler {
   bool isSmaller(double length, const Box& box, double pixels) const {
     const double distance = farthest(m_W, box.min, box.max);
     return distance > 0 && length * m_PixelsPerUnit < pixels * distance;
+  }
+  /// Most pixels that a length anywhere in the box takes.
+  template <class Box>
+  double pixelsOf(double length, const Box& box) const {
+    const double distance = farthest(m_W, box.min, box.max);
+    return distance > 0 ? length * m_PixelsPerUnit / distance : std::numeric_limits<double>::infinity();
   }
   /// Whether all of the box lies within a pixel or so.
   template <class Box>

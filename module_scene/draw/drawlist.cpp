@@ -70,6 +70,17 @@ bool isFine(const GeometryBuffer& buffer, const Culler& culler) {
                      [&](const Cluster& group) { return culler.isSmaller(buffer.longestEdge(), group, MostPixels); });
 }
 
+// How many of a cluster's points leave no gaps where they lie on a surface and are MostError wide: every 2^n-th of
+// them, so that they are spread evenly.
+std::uint32_t countOfPoints(const Cluster& cluster, const Culler& culler) {
+  const double across = culler.pixelsOf(2 * Culler::radius(cluster), cluster) / MostError;
+  constexpr double Uneven = 2;  // as the points of a scan are, of which there are more here than there
+  const double needed = Uneven * across * across;
+  std::uint32_t count = cluster.count;
+  while (count > 1 && needed <= double((count + 1) / 2)) count = (count + 1) / 2;
+  return count;
+}
+
 // Whether a group's coarse version may stand for it.
 bool mayBeDrawn(const CoarseGroup& coarse, const Cluster& bounds, const Culler& culler) {
   return coarse.count > 0 && culler.isSmaller(double(coarse.error), bounds, std::min(culler.detail(), MostError));
@@ -187,7 +198,10 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
   };
   batch.fine = query.detail == 0 && geometry.kind == KindFaces && isFine(*batch.buffer, culler);
   const auto coarse = query.detail > 0 ? coarseVersion(geometry) : nullptr;
-  if (coarse) batch.coarse = BufferCache::buffer(*coarse);
+  batch.coarse = coarse;
+  // The first points of a cluster are spread over it.
+  const bool mayBeThinned = query.detail > 0 && geometry.kind == KindPoints && geometry.identities.empty();
+  bool isThinned = false;
   const auto& groups = batch.buffer->groups();
   const std::size_t perGroup = geometry.clustersPerGroup();
   for (std::size_t group = 0; group < groups.size(); ++group) {
@@ -195,16 +209,21 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
     if (groupOverlap == Overlap::None) continue;
     if (coarse && mayBeDrawn(coarse->groups[group], groups[group], culler)) {
       addPart({coarse->groups[group].first, coarse->groups[group].count, 0, 0}, groups[group]);
-      if (geometry.kind == KindPoints) batch.width = coarseWidth;
       continue;
     }
     const std::size_t end = std::min((group + 1) * perGroup, geometry.clusters.size());
     for (std::size_t i = group * perGroup; i < end; ++i) {
       const Cluster& cluster = geometry.clusters[i];
       if (groupOverlap == Overlap::Part && culler.overlap(cluster) == Overlap::None) continue;
-      if (!useCones || !facesAway(cluster, eye)) addPart(whole(cluster), cluster);
+      if (useCones && facesAway(cluster, eye)) continue;
+      Range range = whole(cluster);
+      if (mayBeThinned) range.count = countOfPoints(cluster, culler);
+      isThinned = isThinned || range.count < cluster.count;
+      addPart(range, cluster);
     }
   }
+  if (isThinned) batch.width = coarseWidth;
+  if (isThinned && !geometry.transparent) choose(batch);
 
   // Points before the cut hide none.
   const bool isSieved = query.sieved && !batch.clipped && query.detail == 0;
@@ -230,7 +249,7 @@ void DrawList::addRange(std::size_t firstRange, const Range& range) {
 // Has the batch, of opaque points, draw those only that may show. Where there are few, or more pixels than points, that
 // would take longer than to draw all.
 void DrawList::sieve(Batch& batch, const ViewQuery& query) {
-  constexpr std::size_t Few = 20000, MostPixels = std::size_t(1) << 22, Together = 3 << 12;
+  constexpr std::size_t Few = 20000, MostPixels = std::size_t(1) << 22;
   const auto begin = m_Ranges.begin() + std::ptrdiff_t(batch.firstRange);
   const std::size_t points = std::accumulate(begin, m_Ranges.end(), std::size_t(0),
                                              [](std::size_t sum, const Range& range) { return sum + range.count; });
@@ -241,10 +260,26 @@ void DrawList::sieve(Batch& batch, const ViewQuery& query) {
   m_Sieve.begin(query.projection * batch.modelView, query.width, query.height, marginFor(batch.width), size, isSampled);
   for (auto range = begin; range != m_Ranges.end(); ++range)
     m_Sieve.add(batch.geometry->positions, range->firstVertex, range->vertexCount);
-  m_Ranges.erase(begin, m_Ranges.end());
-  std::size_t first = m_Chosen.size();
+  const std::size_t first = m_Chosen.size();
   m_Sieve.sift(m_Chosen);
-  batch.sieved = true;
+  drawChosen(batch, first);
+}
+
+// Has the batch, of points, draw its ranges by the numbers of their vertices: they are too small to be worth a call
+// each.
+void DrawList::choose(Batch& batch) {
+  const std::size_t first = m_Chosen.size();
+  const std::vector<std::uint32_t>& indices = batch.geometry->indices;
+  for (auto range = m_Ranges.begin() + std::ptrdiff_t(batch.firstRange); range != m_Ranges.end(); ++range)
+    m_Chosen.insert(m_Chosen.end(), &indices[range->first], &indices[range->first] + range->count);
+  drawChosen(batch, first);
+}
+
+// Has the batch draw the vertices that were chosen, from the one at `first`, in the place of its ranges.
+void DrawList::drawChosen(Batch& batch, std::size_t first) {
+  constexpr std::size_t Together = 3 << 12;
+  m_Ranges.resize(batch.firstRange);
+  batch.chosen = true;
   for (; first < m_Chosen.size(); first += Together)
     m_Ranges.push_back({std::uint32_t(first), std::uint32_t(std::min(Together, m_Chosen.size() - first)), 0, 0});
 }

@@ -35,14 +35,14 @@ struct ViewQuery {
 struct Batch {
   const Geometry* geometry = nullptr;
   util::YPointer<GeometryBuffer> buffer;
-  util::YPointer<CoarseBuffer> coarse;  ///< of those ranges that are a coarse version's
+  util::YPointer<CoarseVersion> coarse;  ///< of those ranges that are a coarse version's
   math::Matrix4 modelView;
   bool mirrored = false;  ///< the transform turns counter-clockwise into clockwise
   bool cullBack = false;  ///< back faces cannot be seen
   bool clipped = false;   ///< some of it lies beyond the plane of DrawList::cut()
   float width = 1;        ///< pixels, of points and lines
   bool fine = false;      ///< each of its faces takes some pixels at most
-  bool sieved = false;    ///< its ranges are of DrawList::chosen()
+  bool chosen = false;    ///< its ranges are of DrawList::chosen()
   std::size_t firstRange = 0, rangeCount = 0;
 };
 
@@ -66,7 +66,7 @@ class DrawList {
   const std::optional<Plane>& cut() const { return m_Cut; }
   /// Of all batches.
   const std::vector<Range>& ranges() const { return m_Ranges; }
-  /// Vertices of those batches that are sieved.
+  /// Vertices of those batches of which few are drawn.
   const std::vector<std::uint32_t>& chosen() const { return m_Chosen; }
 
  private:
@@ -80,6 +80,8 @@ class DrawList {
   void add(const Geometry& geometry, const math::Matrix4& modelView, Overlap overlap, const ViewQuery& query);
   void addRange(std::size_t firstRange, const Range& range);
   void sieve(Batch& batch, const ViewQuery& query);
+  void choose(Batch& batch);
+  void drawChosen(Batch& batch, std::size_t first);
 
   std::vector<std::pair<std::uint32_t, Overlap>> m_Met;  // of the parts, by the present collect()
   std::vector<Batch> m_Opaque, m_Transparent, m_Unsorted;

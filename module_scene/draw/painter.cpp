@@ -194,10 +194,12 @@ void Painter::setUp(const Step& step) {
 
 void Painter::drawRange(const Batch& batch, const Range& range) const {
   const GLenum mode = modeOf(batch.geometry->kind);
-  if (batch.sieved)
+  if (batch.chosen)
     batch.buffer->draw(mode, &m_List.chosen()[range.first], range.count);
+  else if (range.vertexCount == 0)
+    batch.buffer->draw(mode, &batch.coarse->indices[range.first], range.count);
   else
-    range.vertexCount == 0 ? batch.coarse->draw(mode, range, *batch.buffer) : batch.buffer->draw(mode, range);
+    batch.buffer->draw(mode, range);
 }
 
 std::size_t Painter::drawRanges(const Batch& batch, std::size_t indices) {

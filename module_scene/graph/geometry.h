@@ -34,18 +34,13 @@ struct Cluster {
 struct CoarseGroup {
   std::uint32_t first = 0;  ///< into CoarseVersion::indices
   std::uint32_t count = 0;  ///< 0: there is only the whole
-  float error = 0;          ///< how far it may lie off, in the geometry's own units; of points, how far apart they are
+  float error = 0;          ///< how far it may lie off, in the geometry's own units
 };
 
-/// A geometry with fewer primitives, for views in motion. Not changed after it was made.
+/// A geometry with fewer faces, for views in motion. Not changed after it was made.
 struct CoarseVersion : public util::YObject {
   std::vector<CoarseGroup> groups;     ///< of each clustersPerGroup() clusters
   std::vector<std::uint32_t> indices;  ///< of all of them, into the geometry's vertices
-
-  CopySlot& copySlot() const { return m_CopySlot; }
-
- private:
-  mutable CopySlot m_CopySlot;
 };
 
 /// Indexed vertices of one kind with one material. Filled once, finished by prepare() (see mesh/preparation.h), and not

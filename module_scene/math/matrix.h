@@ -76,6 +76,12 @@ inline Vector3 transformPoint(const Matrix4& m, const Vector3& p) {
   return r;
 }
 
+/// Of the upper left three by three.
+inline double determinant(const Matrix4& m) {
+  return m(0, 0) * (m(1, 1) * m(2, 2) - m(1, 2) * m(2, 1)) - m(0, 1) * (m(1, 0) * m(2, 2) - m(1, 2) * m(2, 0)) +
+         m(0, 2) * (m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0));
+}
+
 /// The inverse of a matrix whose last row is 0 0 0 1; identity if it has none.
 inline Matrix4 affineInverse(const Matrix4& m) {
   Matrix4 r;

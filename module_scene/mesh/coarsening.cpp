@@ -2,7 +2,8 @@
 
 #include <meshoptimizer.h>
 
-#include <set>
+#include <cmath>
+#include <unordered_map>
 
 #include "module_scene/mesh/parallel.h"
 
@@ -12,14 +13,12 @@ namespace {
 
 /// What has fewer primitives in all is drawn fast enough as it is.
 constexpr std::size_t WorthIt = 200000;
-/// Of the geometry's extent, by which a group's coarse version may lie off: where all of it is seen, about a pixel.
+/// Of the whole's extent, by which a group's coarse version may lie off: where all of it is seen, about a pixel.
 constexpr double MostError = 0.001;
 /// Of the group's own extent: a small part of a large whole need not be better, but is to keep its form.
-constexpr double LeastGroupError = 0.002, MostGroupError = 0.05;
+constexpr double LeastGroupError = 0.002, MostGroupError = 0.25;
 /// So many faces give one where it is to be quick, and more where that leaves more than are drawn fast enough.
 constexpr std::size_t LeastQuickShare = 5, QuickFaces = 150000;
-/// So many points give one.
-constexpr std::uint32_t PointsPerCoarsePoint = 16;
 
 /// One group of clusters, and what becomes of it.
 struct Job {
@@ -42,14 +41,37 @@ std::size_t countPrimitives(const SceneElement& root) {
   return count;
 }
 
-/// How far off a coarse version of what is deformed lies would change with every step, and so would its vertices while
-/// it is made.
-void collect(const SceneElement& root, std::set<const Geometry*>& known, std::vector<util::YPointer<Geometry>>& found) {
-  for (const auto& geometry : root.getGeometries())
-    if (geometry->kind != KindLines && geometry->identities.empty() && known.insert(geometry.get()).second)
-      found.push_back(geometry);
-  for (const auto& child : root.getChildren()) collect(*child, known, found);
+double extentOf(const BoundingBox& box) {
+  return std::max({box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]});
 }
+
+/// Finds the geometries of a scene by which coarse versions are made.
+class Collector {
+ public:
+  explicit Collector(double error) : m_Error(error) {}
+
+  /// How far off a coarse version of what is deformed lies would change with every step, and so would its vertices
+  /// while it is made.
+  void visit(const SceneElement& element, const math::Matrix4& parent) {
+    const math::Matrix4 place = parent * element.getTransform();
+    const double scale = std::cbrt(std::abs(math::determinant(place)));
+    const double error = scale > 0 ? m_Error / scale : m_Error;
+    for (const auto& geometry : element.getGeometries()) {
+      if (geometry->kind != KindFaces || !geometry->identities.empty()) continue;
+      const auto [known, isNew] = m_Known.emplace(geometry.get(), m_Found.size());
+      if (isNew) m_Found.push_back({geometry, error});
+      double& most = m_Found[known->second].error;
+      most = std::min(most, error);
+    }
+    for (const auto& child : element.getChildren()) visit(*child, place);
+  }
+  std::vector<Coarsenable> take() { return std::move(m_Found); }
+
+ private:
+  double m_Error;
+  std::unordered_map<const Geometry*, std::size_t> m_Known;
+  std::vector<Coarsenable> m_Found;
+};
 
 /// The group's faces between its own vertices, which are made fewer by `simplify`.
 template <class Simplify>
@@ -68,16 +90,11 @@ void coarsenFaces(Job& job, Simplify simplify) {
   job.error = double(error) * double(meshopt_simplifyScale(positions, vertexCount, Stride));
 }
 
-double extentOf(const BoundingBox& box) {
-  return std::max({box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]});
-}
-
 /// Vertices on the group's border stay, so that it fits to its neighbours whether they are coarse or not, and those on
 /// the seams of textures and creases move along them only.
-auto simplifyFine(const Geometry& whole) {
-  return [most = MostError * extentOf(whole.box)](std::uint32_t* result, const std::uint32_t* indices,
-                                                  std::size_t count, const float* positions, std::size_t vertexCount,
-                                                  std::size_t stride, float* error) {
+auto simplifyFine(double most) {
+  return [most](std::uint32_t* result, const std::uint32_t* indices, std::size_t count, const float* positions,
+                std::size_t vertexCount, std::size_t stride, float* error) {
     const double extent = double(meshopt_simplifyScale(positions, vertexCount, stride));
     const double share = std::clamp(most / std::max(extent, 1e-30), LeastGroupError, MostGroupError);
     return meshopt_simplify(result, indices, count, positions, vertexCount, stride, 0, float(share),
@@ -90,20 +107,6 @@ auto simplifyQuick(std::size_t share) {
                  std::size_t vertexCount, std::size_t stride, float* error) {
     return meshopt_simplifySloppy(result, indices, count, positions, vertexCount, stride, count / share, 1, error);
   };
-}
-
-/// Points that follow each other lie near each other, so some of them stand for all.
-void coarsenPoints(Job& job) {
-  BoundingBox box;
-  for (std::uint32_t i = job.first().first; i < job.end(); ++i) {
-    const std::uint32_t vertex = job.geometry->indices[i];
-    const float* p = &job.geometry->positions[std::size_t(vertex) * 3];
-    box.add(math::Vector3{p[0], p[1], p[2]});
-    if (i % PointsPerCoarsePoint == 0) job.indices.push_back(vertex);
-  }
-  // How far apart they are, where they lie on a surface.
-  const double diagonal = std::hypot(box.max[0] - box.min[0], box.max[1] - box.min[1], box.max[2] - box.min[2]);
-  job.error = diagonal / std::sqrt(double(job.indices.size()) + 1);
 }
 
 void append(CoarseVersion& version, const Job& job) {
@@ -119,13 +122,14 @@ void append(CoarseVersion& version, const Job& job) {
 }
 
 /// `quickShare` of faces give one, if it is to be quick. Null if cancelled.
-util::YPointer<CoarseVersion> coarsened(const Geometry& geometry, Coarsening coarsening, std::size_t quickShare,
+util::YPointer<CoarseVersion> coarsened(const Coarsenable& of, Coarsening coarsening, std::size_t quickShare,
                                         const std::atomic<bool>& cancelled) {
+  const Geometry& geometry = *of.geometry;
   std::vector<Job> jobs;
-  for (std::size_t i = 0; i < geometry.clusters.size(); i += geometry.clustersPerGroup()) jobs.push_back({&geometry, i});
+  for (std::size_t i = 0; i < geometry.clusters.size(); i += geometry.clustersPerGroup())
+    jobs.push_back({&geometry, i});
   const auto coarsen = [&](Job& job) {
-    if (geometry.kind == KindPoints) return coarsenPoints(job);
-    if (coarsening == Coarsening::Fine) return coarsenFaces(job, simplifyFine(geometry));
+    if (coarsening == Coarsening::Fine) return coarsenFaces(job, simplifyFine(of.error));
     coarsenFaces(job, simplifyQuick(quickShare));
     // To answer at once matters more, for the moment until there is a better one.
     job.error = 0;
@@ -147,22 +151,21 @@ util::YPointer<CoarseVersion> coarsened(const Geometry& geometry, Coarsening coa
 
 bool isWorthCoarsening(const SceneElement& root) { return countPrimitives(root) >= WorthIt; }
 
-std::vector<util::YPointer<Geometry>> worthCoarsening(const SceneElement& root) {
-  std::vector<util::YPointer<Geometry>> found;
-  std::set<const Geometry*> known;
-  if (isWorthCoarsening(root)) collect(root, known, found);
-  return found;
+std::vector<Coarsenable> worthCoarsening(const SceneElement& root) {
+  Collector collector(MostError * extentOf(root.getBoundingBox()));
+  if (isWorthCoarsening(root)) collector.visit(root, math::Matrix4());
+  return collector.take();
 }
 
-void makeCoarseVersions(const std::vector<util::YPointer<Geometry>>& geometries, Coarsening coarsening,
+void makeCoarseVersions(const std::vector<Coarsenable>& geometries, Coarsening coarsening,
                         const std::atomic<bool>& cancelled) {
   std::size_t all = 0;
-  for (const auto& geometry : geometries) all += geometry->primitiveCount();
+  for (const Coarsenable& one : geometries) all += one.geometry->primitiveCount();
   const std::size_t quickShare = std::max(LeastQuickShare, all / QuickFaces);
-  for (const auto& geometry : geometries) {
-    const util::YPointer<CoarseVersion> version = coarsened(*geometry, coarsening, quickShare, cancelled);
+  for (const Coarsenable& one : geometries) {
+    const util::YPointer<CoarseVersion> version = coarsened(one, coarsening, quickShare, cancelled);
     if (!version) return;
-    CopySlot& slot = geometry->coarseSlot();
+    CopySlot& slot = one.geometry->coarseSlot();
     const QMutexLocker locker(&slot.mutex);
     slot.copy = version;
   }

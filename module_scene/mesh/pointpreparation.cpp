@@ -34,6 +34,18 @@ std::size_t keepDistinct(std::uint32_t* vertices, std::size_t count, const Verte
   return kept;
 }
 
+/// Orders them so that the first of them, however many, are spread evenly over all, and so over the room that these
+/// take: every 2^n-th of them, then what lies in the middle between those, and so on.
+void spreadOut(std::uint32_t* vertices, std::size_t count) {
+  std::array<std::uint32_t, MaxClusterSize> before{};
+  std::copy_n(vertices, count, before.begin());
+  std::size_t step = 1;
+  while (step < count) step *= 2;
+  *vertices++ = before[0];
+  for (; step > 1; step /= 2)
+    for (std::size_t i = step / 2; i < count; i += step) *vertices++ = before[i];
+}
+
 /// Makes the values those of `sources`, `Each` of them for one.
 template <std::size_t Each, class T>
 void gather(std::vector<T>& values, const std::vector<std::uint32_t>& sources) {
@@ -85,13 +97,19 @@ void setBounds(Geometry& g) {
 void preparePoints(Geometry& g) {
   Clustering clustering = clusterPrimitives(g.positions, g.indices, 1);
   std::vector<std::uint32_t>& vertices = clustering.order;
+  const auto beginOf = [&](std::size_t cluster) { return cluster == 0 ? 0 : clustering.ends[cluster - 1]; };
+  parallelRanges(
+      clustering.ends.size(),
+      [&](std::size_t begin, std::size_t end, std::size_t) {
+        for (std::size_t i = begin; i < end; ++i) spreadOut(&vertices[beginOf(i)], clustering.ends[i] - beginOf(i));
+      },
+      ClustersWorthAThread);
   parallelRanges(vertices.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
     for (std::size_t i = begin; i < end; ++i) vertices[i] = g.indices[vertices[i]];
   });
   gatherVertices(g, vertices);
   std::iota(vertices.begin(), vertices.end(), 0u);
 
-  const auto beginOf = [&](std::size_t cluster) { return cluster == 0 ? 0 : clustering.ends[cluster - 1]; };
   std::vector<std::size_t> kept(clustering.ends.size());
   const VertexItems items(g);
   parallelRanges(

@@ -119,10 +119,10 @@ TEST(Framing, LeavesRoomForTurningAboutTheMiddle) {
 TEST(Framing, ManyPartsAreFramedAsTheWholeOfThemIs) {
   const util::YPointer<scene::SceneElement> parts(new scene::SceneElement), whole(new scene::SceneElement);
   std::vector<math::Vector3> all;
-  for (int i = 0; i < 500; ++i) {  // in no order, so that some lie between those before them
-    const double turn = 2.4 * i, reach = 1 + (i * 37 % 101) * 0.1, height = (i * 53 % 97) * 0.2;
-    std::vector<math::Vector3> points{{reach * std::cos(turn), reach * std::sin(turn), height},
-                                      {reach * std::cos(turn) + 0.3, reach * std::sin(turn), height + 0.2}};
+  // In no order, and many at the same depth, so that most lie between those before them.
+  for (int i = 0; i < 500; ++i) {
+    const double x = i * 37 % 101 * 0.2, y = i * 53 % 7 * 3.1, z = i * 29 % 11 * 1.7;
+    const std::vector<math::Vector3> points{{x, y, z}, {x + 0.3, y, z}};
     all.insert(all.end(), points.begin(), points.end());
     const util::YPointer<scene::SceneElement> part(new scene::SceneElement);
     part->addGeometry(test::dots(points));

@@ -7,7 +7,7 @@ namespace nubo::window {
 
 void SceneThinner::thin(const scene::SceneElement& root) {
   stop();
-  std::vector<util::YPointer<scene::Geometry>> geometries;
+  std::vector<scene::Coarsenable> geometries;
   {
     const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
     geometries = scene::worthCoarsening(root);
