@@ -77,7 +77,8 @@ std::uint32_t countOfPoints(const Cluster& cluster, const Culler& culler) {
   constexpr double Uneven = 2;  // as the points of a scan are, of which there are more here than there
   const double needed = Uneven * across * across;
   std::uint32_t count = cluster.count;
-  while (count > 1 && needed <= double((count + 1) / 2)) count = (count + 1) / 2;
+  for (std::uint32_t half = (count + 1) / 2; half < count && needed <= double(half); half = (count + 1) / 2)
+    count = half;
   return count;
 }
 
