@@ -439,6 +439,26 @@
         <translation>Einen Befehl anhalten</translation>
     </message>
     <message>
+        <source>Show in parallel</source>
+        <translation>Parallel zeigen</translation>
+    </message>
+    <message>
+        <source>Cut open</source>
+        <translation>Aufschneiden</translation>
+    </message>
+    <message>
+        <source>F7; then Ctrl and the left button</source>
+        <translation>F7; dann Strg und linke Taste</translation>
+    </message>
+    <message>
+        <source>Undo, redo</source>
+        <translation>Rückgängig, Wiederholen</translation>
+    </message>
+    <message>
+        <source>Copy the view</source>
+        <translation>Die Ansicht kopieren</translation>
+    </message>
+    <message>
         <source>Close a message</source>
         <translation>Eine Meldung schließen</translation>
     </message>

@@ -1,6 +1,7 @@
 // What a new user does first: a picture for paper, a video, and what is shown of them before and afterwards.
 #include <QClipboard>
 #include <QDesktopServices>
+#include <QDialogButtonBox>
 #include <QLineEdit>
 #include <QProcess>
 #include <QPushButton>
@@ -149,6 +150,13 @@ TEST_F(FirstMinute, ChangesTheSettingsOfItsGroupWhereAVideoIsAskedFor) {
   ASSERT_TRUE(waitForEndOfVideo());
   EXPECT_TRUE(text("resultFigures").startsWith("20 frames, 4.0 s, ")) << text("resultFigures").toStdString();
   EXPECT_EQ(main::nuboSettings()->value("settings/grabvideofps").toInt(), 5);
+}
+
+TEST_F(FirstMinute, KeepsTheButtonsOfADialogInSightInASmallWindow) {
+  window->resize(800, 500);
+  ASSERT_TRUE(openDialog("grabvideo"));
+  const auto* buttons = dialog()->findChild<QDialogButtonBox*>();
+  EXPECT_TRUE(waitUntil([&] { return buttons->visibleRegion().boundingRect() == buttons->rect(); }));
 }
 
 TEST_F(FirstMinute, ShowsTheFrameOfAVideoBeforeItIsRecorded) {

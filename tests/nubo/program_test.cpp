@@ -15,6 +15,7 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
   const Failure rows[] = {
       {"$nubo text.glb grabimage --filename a.png", 1, "it is damaged, or no glTF: parse error at line 1, column 1\n"},
       {"$nubo missing.glb grabimage --filename a.png", 2, "cannot read 'missing.glb': there is no such file"},
+      {"$nubo --environment none.hdr grabimage --filename a.png", 2, "'none.hdr': there is no such file"},
       {"$nubo \"two\nlines.glb\" grabimage --filename a.png", 2, "cannot read 'two\\x0alines.glb'"},
       {"$nubo garbage.glb grabimage --filename a.png", 1, "garbage.glb"},
       {"$nubo triangle.obj garbage.glb model.unknown grabimage --filename a.png", 1, "cannot read 'garbage.glb'"},
