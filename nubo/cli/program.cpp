@@ -128,8 +128,10 @@ int Program::runCommand() {
   RunSettings settings(registered, m_Arguments);
   StandardOutput output;
   QString error = output.redirect(registered, m_Arguments);
-  if (error.isEmpty() && output.isUsed() && m_Line.reportFile == StandardOutputName)
+  if (error.isEmpty() && output.isUsed() && m_Line.reportFile == StandardOutputName) {
+    m_Line.reportFile.clear();
     error = QStringLiteral("standard output takes one file, and there is --report -, too");
+  }
   if (error.isEmpty() && output.isUsed() && m_Line.view == AllViews)
     error = QStringLiteral("standard output takes one file, and --view all makes several");
   if (error.isEmpty()) error = settings.apply(m_Session.processor(), m_Report);
