@@ -57,6 +57,7 @@ class Decoder {
 
 qint64 joinAnimation(const Pieces& pieces, const Format& format, QIODevice* target) {
   std::optional<Pipeline> pipeline;
+  Picture picture{};
   qint64 total = 0;
   for (const Piece& piece : pieces) {
     QFile file;
@@ -65,8 +66,14 @@ qint64 joinAnimation(const Pieces& pieces, const Format& format, QIODevice* targ
     Decoder decoder(&file, action.constData());
     const AVCodecParameters& parameters = *decoder.stream().codecpar;
     const AVRational rate = decoder.stream().avg_frame_rate;
-    if (!pipeline)
-      pipeline.emplace(format, Picture{parameters.width, parameters.height, rate.num / rate.den, 0, false}, target);
+    if (rate.num < 1 || rate.den < 1) throw Error(QStringLiteral("%1: has no frame rate").arg(piece.file));
+    const Picture own{parameters.width, parameters.height, rate.num / rate.den, 0, false};
+    if (!pipeline) {
+      pipeline.emplace(format, own, target);
+      picture = own;
+    }
+    if (own.width != picture.width || own.height != picture.height || own.fps != picture.fps)
+      throw Error(QStringLiteral("%1: is encoded otherwise than %2").arg(piece.file, pieces.first().file));
     qint64 frames = 0;
     for (QByteArray raw = decoder.next(); !raw.isEmpty(); raw = decoder.next(), ++frames) {
       QBuffer buffer(&raw);

@@ -5,6 +5,7 @@ import os
 import re
 import subprocess
 import tempfile
+import urllib.parse
 
 
 class Refused(Exception):
@@ -32,6 +33,29 @@ def read_object(file):
     except (OSError, ValueError):
         return {}
     return data if isinstance(data, dict) else {}
+
+
+# Where the text of a model names the files that belong to it: glTF, COLLADA, URDF, and OBJ with its materials.
+NAMED_FILE = re.compile(r'"uri"\s*:\s*"(?!data:)([^"]+)|<init_from>([^<]+)|\bfilename="([^"]+)|'
+                        r"^(?:mtllib|map_\w+|bump|norm)[ \t]+([^\r\n]+)", re.MULTILINE)
+TEXTS_OF_MODELS = (".gltf", ".dae", ".urdf", ".obj", ".mtl")
+MOST_TEXT = 1 << 24  # of a larger one such names stand at its head
+
+
+def with_named_files(file):
+    """A model's file and those that it names, as far as they are there."""
+    found, left = set(), [os.path.abspath(file)]
+    while left:
+        file = left.pop()
+        if file in found or not os.path.isfile(file):
+            continue
+        found.add(file)
+        if suffix_of(file) in TEXTS_OF_MODELS:
+            with open(file, encoding="utf-8", errors="replace") as text:
+                names = ["".join(groups).strip() for groups in NAMED_FILE.findall(text.read(MOST_TEXT))]
+            left += [os.path.normpath(os.path.join(os.path.dirname(file), name)) for whole in names if whole
+                     for name in (whole, urllib.parse.unquote(whole), whole.split()[-1])]
+    return found
 
 
 def find_option(words, name):
@@ -127,9 +151,10 @@ class Call:
         return given[1] if given else os.path.join(configuration, "nubo", "nubo.ini")
 
     def inputs(self, scenes):
-        """Files that what is made depends on: models, and those that options name, such as points and panoramas."""
+        """Files that what is made depends on: models with what belongs to them, and those that options name, such as points
+        and panoramas."""
         values = [word.partition("=")[2] if word.startswith("--") else word for word in self.words]
-        files = {os.path.abspath(file) for file in (*scenes, *values) if os.path.isfile(file)}
+        files = {found for file in (*scenes, *values) for found in with_named_files(file)}
         return sorted(files - {self.target, os.path.abspath(self.settings_file())})
 
     def piece(self, first, last, options):

@@ -20,7 +20,7 @@ PROGRAM, BATCH, *REST = sys.argv[1:]
 ON_CLUSTER = "--cluster" in REST
 STEPS = 24
 QUICK = ["--look", "plain", "--samples", "0"]
-CUBE = "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\nf 1 3 2\nf 1 2 4\nf 2 3 4\nf 3 1 4\n"
+CUBE = "mtllib paint.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\nf 1 3 2\nf 1 2 4\nf 2 3 4\nf 3 1 4\n"
 
 
 class Recording(unittest.TestCase):
@@ -30,6 +30,8 @@ class Recording(unittest.TestCase):
         os.chdir(self.folder)
         with open("model.obj", "w", encoding="utf-8") as file:
             file.write(CUBE)
+        with open("paint.mtl", "w", encoding="utf-8") as file:
+            file.write("newmtl grey\n")
 
     def call(self, target, steps=STEPS, size=(64, 48), more=()):
         return [*self.settings(), *QUICK, "--turntable", str(steps), "model.obj", "grabvideo", "--filename", target,
@@ -221,14 +223,15 @@ class OnThisMachine(Recording):
         with open("model.obj", "a", encoding="utf-8") as file:
             file.write("# changed\n")
         self.assertIn("model.obj has changed", self.batch("--resume", "a.mkv", status=1))
-        while_made = ["--retries", "0", "--pieces", "1", "--program", self.program("echo '#' >> model.obj")]
-        self.assertIn("model.obj has changed", self.batch(*while_made, "--", *self.call("b.mkv"), status=1))
+        while_made = ["--retries", "0", "--pieces", "1", "--program", self.program("echo '#' >> paint.mtl")]
+        self.assertIn("paint.mtl has changed", self.batch(*while_made, "--", *self.call("b.mkv"), status=1))
         self.assertIn("0 of 1 pieces", self.batch("--status", "b.mkv"))
         with open("b.mkv.pieces/job.json", "w", encoding="utf-8") as file:
             file.write("{")
         self.assertIn("tells of no job any more", self.batch("--resume", "b.mkv", status=1))
-        for target, does, reason in (("c.mkv", 'set -- --duration 0.001 "$@"', "frames of 24"),
-                                     ("d.mkv", "rm -rf d.mkv.pieces", "No such file")):
+        fewer = f"exec {PROGRAM} $(echo $* | sed s/0:23/0:9/)"
+        for target, does, reason in (("c.mkv", fewer, "could not be made: has 10 frames of 24"),
+                                     ("d.mkv", "rm -rf d.mkv.pieces", "piece-00000.log: No such file")):
             odd = ["--retries", "1", "--pieces", "1", "--program", self.program(does)]
             self.assertIn(reason, self.batch(*odd, "--", *self.call(target), status=1))
 
@@ -328,7 +331,8 @@ class OnACluster(Recording):
         self.assertIn("queued nothing", self.batch("--slurm", "--sbatch=--help", "--", *self.call("c.mkv"), status=1))
         self.assertFalse(os.path.exists("c.mkv.pieces"))
         for option in ("odd", "--array=1"):
-            self.assertIn(f"{option}: ", self.batch("--slurm", f"--sbatch={option}", "--", *self.call("c.mkv"), status=2))
+            said = self.batch("--slurm", f"--sbatch={option}", "--", *self.call("c.mkv"), status=2)
+            self.assertIn(f"{option}: ", said)
 
 
 if __name__ == "__main__":

@@ -18,8 +18,8 @@ class JoinTest : public testing::Test {
 
   QString file(const QString& name) const { return m_Folder.filePath(name); }
 
-  void record(const QString& name, int first, int count) {
-    const auto encoder = open(file(name), 30, 8000000);
+  void record(const QString& name, int first, int count, int fps = 30) {
+    const auto encoder = open(file(name), fps, 8000000);
     ASSERT_TRUE(encoder && hand(*encoder, chunk(first, count), true));
     encoder->waitForFinish();
   }
@@ -104,6 +104,10 @@ TEST_F(JoinTest, NamesTheHoleAndLeavesTheTarget) {
     EXPECT_THAT(listed("b", "many").toStdString(), testing::HasSubstr("-:2: a line is"));
     EXPECT_EQ(bytes(named("target")), "old");
   }
+  ASSERT_NO_FATAL_FAILURE(record("slow.mkv", 8, 8, 15));
+  for (const char* target : {"x.mkv", "x.gif"})
+    EXPECT_EQ(join({target, "a.mkv", "slow.mkv"}).toStdString(),
+              "nubo-join: slow.mkv: is encoded otherwise than a.mkv");
   EXPECT_THAT(join({"x.mp4", "a.mp4", "a.mkv"}).toStdString(), testing::HasSubstr("a.mkv"));
   EXPECT_THAT(join({"a.mp4", "a.mp4", "b.mp4"}).toStdString(), testing::HasSubstr("a.mp4: is a piece itself"));
   EXPECT_THAT(join({"x.xyz", "a.mp4"}).toStdString(), testing::HasSubstr("no video or poster"));
