@@ -1,4 +1,4 @@
-"""Writes a bumpy sphere as PLY, GLB and OBJ: the one of make_meshes.py with its vertices joined.
+"""Writes a bumpy sphere as PLY, GLB and OBJ: the one of make_meshes.py with its vertices joined, and with normals.
 
 Files that are there are taken as they are.
 """
@@ -22,35 +22,46 @@ def joined(rings):
     return grid.reshape(-1, 3), np.concatenate([lower.reshape(-1, 3), upper.reshape(-1, 3)])
 
 
-def write_ply(file, points, faces):
-    file.write(f"ply\nformat binary_little_endian 1.0\nelement vertex {len(points)}\nproperty float x\n"
-               f"property float y\nproperty float z\nelement face {len(faces)}\n"
-               "property list uchar int vertex_indices\nend_header\n".encode())
-    file.write(points.tobytes())
+def normals(points, faces):
+    """Of vertices: the mean of their faces', by area."""
+    a, b, c = points[faces].transpose(1, 0, 2).astype("f8")
+    across = np.cross(b - a, c - a)
+    sums = np.stack([np.bincount(faces.ravel(), np.repeat(across[:, axis], 3), len(points)) for axis in range(3)], axis=1)
+    lengths = np.linalg.norm(sums, axis=1, keepdims=True)
+    return np.divide(sums, lengths, out=np.zeros_like(sums), where=lengths > 0).astype("<f4")
+
+
+def write_ply(file, points, directions, faces):
+    names = "".join(f"property float {name}\n" for name in ("x", "y", "z", "nx", "ny", "nz"))
+    file.write(f"ply\nformat binary_little_endian 1.0\nelement vertex {len(points)}\n{names}"
+               f"element face {len(faces)}\nproperty list uchar int vertex_indices\nend_header\n".encode())
+    file.write(np.hstack([points, directions]).tobytes())
     lists = np.zeros(len(faces), np.dtype([("count", "u1"), ("corners", "<i4", 3)]))
     lists["count"], lists["corners"] = 3, faces
     file.write(lists.tobytes())
 
 
-def write_glb(file, points, faces):
-    low, high = points.min(axis=0).tolist(), points.max(axis=0).tolist()
-    views = [{"buffer": 0, "byteOffset": 0, "byteLength": points.nbytes},
-             {"buffer": 0, "byteOffset": points.nbytes, "byteLength": faces.nbytes}]
-    accessors = [{"bufferView": 0, "componentType": 5126, "count": len(points), "type": "VEC3", "min": low, "max": high},
-                 {"bufferView": 1, "componentType": 5125, "count": faces.size, "type": "SCALAR"}]
+def write_glb(file, points, directions, faces):
+    views, accessors, size = [], [], 0
+    for values, component, kind in ((points, 5126, "VEC3"), (directions, 5126, "VEC3"), (faces, 5125, "SCALAR")):
+        accessors.append({"bufferView": len(views), "componentType": component, "type": kind,
+                          "count": values.size if kind == "SCALAR" else len(values)})
+        views.append({"buffer": 0, "byteOffset": size, "byteLength": values.nbytes})
+        size += values.nbytes
+    accessors[0].update(min=points.min(axis=0).tolist(), max=points.max(axis=0).tolist())
     content = {"asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0]}], "nodes": [{"mesh": 0}],
-               "meshes": [{"primitives": [{"attributes": {"POSITION": 0}, "indices": 1}]}],
-               "buffers": [{"byteLength": points.nbytes + faces.nbytes}], "bufferViews": views, "accessors": accessors}
+               "meshes": [{"primitives": [{"attributes": {"POSITION": 0, "NORMAL": 1}, "indices": 2}]}],
+               "buffers": [{"byteLength": size}], "bufferViews": views, "accessors": accessors}
     text = json.dumps(content).encode()
     text += b" " * (-len(text) % 4)
-    size = points.nbytes + faces.nbytes
     file.write(struct.pack("<4sIIII", b"glTF", 2, 28 + len(text) + size, len(text), 0x4E4F534A) + text)
-    file.write(struct.pack("<II", size, 0x004E4942) + points.tobytes() + faces.tobytes())
+    file.write(struct.pack("<II", size, 0x004E4942) + points.tobytes() + directions.tobytes() + faces.tobytes())
 
 
-def write_obj(file, points, faces):
+def write_obj(file, points, directions, faces):
     np.savetxt(file, points, "v %.7g %.7g %.7g")
-    np.savetxt(file, faces + 1, "f %d %d %d")
+    np.savetxt(file, directions, "vn %.4g %.4g %.4g")
+    np.savetxt(file, np.repeat(faces + 1, 2, axis=1), "f %d//%d %d//%d %d//%d")
 
 
 WRITERS = {"ply": write_ply, "glb": write_glb, "obj": write_obj}
@@ -59,8 +70,9 @@ WRITERS = {"ply": write_ply, "glb": write_glb, "obj": write_obj}
 def make(folder, name, suffix):
     path = os.path.join(folder, f"bumpy-sphere-{name}.{suffix}")
     if not os.path.exists(path):
+        points, faces = joined(make_meshes.RINGS[name])
         with open(path + ".part", "wb") as file:
-            WRITERS[suffix](file, *joined(make_meshes.RINGS[name]))
+            WRITERS[suffix](file, points, normals(points, faces), faces)
         os.replace(path + ".part", path)
     return path
 

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <QTextStream>
 #include <array>
 #include <cmath>
 
@@ -194,6 +195,45 @@ TEST_F(Import, ModelsStandUprightAndAreNotMirrored) {
       expected.add(math::Vector3{axis[0] * length, axis[1] * length, axis[2] * length});
     expectBox(expected.min, expected.max);
   }
+}
+
+TEST_F(Import, TextIsReadInAllItsCodings) {
+  const QString name = QString::fromUtf8("Fläche_€_𝄞");
+  const QString text = QStringLiteral("o %1\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n").arg(name);
+  const QTemporaryDir folder;
+  for (const char* coding : {"UTF-8", "UTF-16LE", "UTF-16BE"}) {
+    SCOPED_TRACE(coding);
+    QFile file(folder.filePath("text.obj"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    QTextStream stream(&file);
+    stream.setCodec(coding);
+    stream.setGenerateByteOrderMark(true);
+    stream << text;
+    stream.flush();
+    file.close();
+    m_Result = importFile(file.fileName());
+    ASSERT_TRUE(m_Result.root) << m_Result.error.toStdString();
+    EXPECT_TRUE(m_Result.root->find(name));
+  }
+}
+
+TEST_F(Import, ColoursThatNobodySeesAreNone) {
+  const QTemporaryDir folder;
+  QFile file(folder.filePath("plain.amf"));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  QByteArray vertices;
+  for (const char* place : {"<x>0</x><y>0</y><z>0</z>", "<x>1</x><y>0</y><z>0</z>", "<x>0</x><y>0</y><z>1</z>"})
+    vertices += QByteArray("<vertex><coordinates>") + place + "</coordinates></vertex>";
+  file.write("<?xml version=\"1.0\"?><amf><object id=\"1\"><mesh><vertices>" + vertices +
+             "</vertices><volume><triangle><v1>0</v1><v2>1</v2><v3>2</v3></triangle></volume></mesh></object></amf>");
+  file.close();
+  m_Result = importFile(file.fileName());
+  ASSERT_TRUE(m_Result.root) << m_Result.error.toStdString();
+  std::vector<Geometry*> meshes;
+  collect(m_Result.root.get(), meshes);
+  ASSERT_EQ(meshes.size(), 1u);
+  EXPECT_TRUE(meshes[0]->colors.empty());
+  EXPECT_FALSE(meshes[0]->transparent);
 }
 
 void expectRefusal(const QString& file, const char* cause) {

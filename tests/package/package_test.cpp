@@ -205,6 +205,19 @@ TEST_F(Package, TakesTheExampleModule) {
   EXPECT_EQ(outline(sheet.copy(320, 120, 160, 120)), outline(QImage(path("view.png")))) << "the last of six";
 }
 
+TEST_F(Package, TakesTheExampleReader) {
+  build(prefix("share/doc/nubo/examples/heightgrid"), own());
+  QFile grid(path("hill.grd"));
+  ASSERT_TRUE(grid.open(QIODevice::WriteOnly));
+  // Of six squares the one without a height is left out with its neighbour.
+  grid.write("NCOLS 4\nNROWS 3\nCELLSIZE 10\nNODATA_VALUE -1\n1 2 3 4\n1 2 3 4\n1 2 3 -1\n");
+  grid.close();
+  const std::string told = nubo("--info " + grid.fileName());
+  for (const char* line : {"format     Grid of heights (reader heightgrid)", "size       30 x 20 x 4", "faces      10",
+                           "message    1 heights are unknown"})
+    EXPECT_THAT(told, HasSubstr(line));
+}
+
 TEST_F(Package, TakesTheEncoderOfTheGuide) {
   buildGuide("encoder-plugins.md", "ppmencoder");
   nubo("--turntable 3 grabvideo --width 96 --height 64 --filename turn.ppms");

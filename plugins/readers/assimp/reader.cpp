@@ -17,10 +17,16 @@
 #include "plugins/readers/assimp/colladashapes.h"
 #include "plugins/readers/assimp/filesystem.h"
 #include "plugins/readers/assimp/sceneconverter.h"
+#include "plugins/readers/assimp/utf16.h"
 #include "plugins/readers/assimp/xfilecheck.h"
 
 namespace nubo::reader {
 namespace {
+
+/// What Assimp says of sound files, too: which field an older version did not write yet, that weights of shapes move no
+/// node, and what it thinks of meshes that stand in for shapes.
+constexpr const char* Noise[]{"BlendDNA: Did not find a field", "<add reason>",
+                              "failed to resolve target Model/NodeAttribute/Constraint", ShapeNode};
 
 /// Hands on Assimp's warnings while it lives.
 class WarningCollector {
@@ -37,8 +43,9 @@ class WarningCollector {
     void write(const char* message) override {
       // "Warn,  T0: the text"
       const char* text = std::strstr(message, ": ");
-      // Meshes that stand in for shapes are nothing that a user knows.
-      if (!std::strstr(message, ShapeNode)) m_Output.warning(text ? text + 2 : message);
+      const bool isNoise = std::any_of(std::begin(Noise), std::end(Noise),
+                                       [&](const char* words) { return std::strstr(message, words); });
+      if (!isNoise) m_Output.warning(text ? text + 2 : message);
     }
     Output& m_Output;
   };
@@ -121,7 +128,8 @@ NUBO_READER_ENTRY(file, format, output) {
   std::transform(suffix.begin(), suffix.end(), suffix.begin(), [](unsigned char c) { return std::tolower(c); });
   if (suffix != "." + format) name += "." + format;
   const ColladaDocument document = format == "dae" ? readColladaDocument(file) : ColladaDocument();
-  importer.SetIOHandler(new FileSystem(name.string(), file, document.text, output));
+  const std::string content = document.text.empty() ? contentOfUtf16(file) : document.text;
+  importer.SetIOHandler(new FileSystem(name.string(), file, content, output));
   importer.SetProgressHandler(new Progress(output));
   const std::unique_ptr<aiScene> scene = readScene(importer, name.string(), output);
   takeColladaShapes(document, *scene);

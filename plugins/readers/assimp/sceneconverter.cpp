@@ -82,6 +82,12 @@ bool isMadeUp(const aiMaterial& material) {
   return material.mNumProperties <= FewProperties && material.GetTextureCount(aiTextureType_DIFFUSE) == 0;
 }
 
+/// Some readers of Assimp's give vertices without a colour one that nobody sees.
+bool showsColors(const aiMesh& mesh) {
+  return mesh.HasVertexColors(0) && std::any_of(mesh.mColors[0], mesh.mColors[0] + mesh.mNumVertices,
+                                                [](const aiColor4D& color) { return color.a > 0; });
+}
+
 }  // namespace
 
 void SceneConverter::convert() {
@@ -106,7 +112,7 @@ void SceneConverter::convertMesh(const aiMesh& source) {
   mesh.normals = floatsOf(source.mNormals, source.mNumVertices, 3, m_Output);
   mesh.texCoords = floatsOf(source.mTextureCoords[0], source.mNumVertices, 2, m_Output);
   mesh.secondTexCoords = floatsOf(source.mTextureCoords[1], source.mNumVertices, 2, m_Output);
-  if (source.HasVertexColors(0)) convertColors(source, mesh);
+  if (showsColors(source)) convertColors(source, mesh);
   mesh.indices = indicesOf(source, mesh.primitive, m_Output);
   convertShapes(source, mesh);
   convertBones(source, mesh);
