@@ -16,8 +16,8 @@
 #include "module_scene/io/reader/reader.h"
 #include "plugins/readers/assimp/colladashapes.h"
 #include "plugins/readers/assimp/filesystem.h"
+#include "plugins/readers/assimp/markedtext.h"
 #include "plugins/readers/assimp/sceneconverter.h"
-#include "plugins/readers/assimp/utf16.h"
 #include "plugins/readers/assimp/xfilecheck.h"
 
 namespace nubo::reader {
@@ -128,7 +128,7 @@ NUBO_READER_ENTRY(file, format, output) {
   std::transform(suffix.begin(), suffix.end(), suffix.begin(), [](unsigned char c) { return std::tolower(c); });
   if (suffix != "." + format) name += "." + format;
   const ColladaDocument document = format == "dae" ? readColladaDocument(file) : ColladaDocument();
-  const std::string content = document.text.empty() ? contentOfUtf16(file) : document.text;
+  const std::string content = document.text.empty() ? contentOfMarkedText(file) : document.text;
   importer.SetIOHandler(new FileSystem(name.string(), file, content, output));
   importer.SetProgressHandler(new Progress(output));
   const std::unique_ptr<aiScene> scene = readScene(importer, name.string(), output);

@@ -1,4 +1,4 @@
-#include "plugins/readers/assimp/utf16.h"
+#include "plugins/readers/assimp/markedtext.h"
 
 #include <cstdint>
 #include <fstream>
@@ -18,28 +18,32 @@ void append(std::string& text, std::uint32_t code) {
   for (int i = further; i-- > 0;) text += char(0x80 | (code >> 6 * i & 0x3F));
 }
 
-}  // namespace
-
-std::string contentOfUtf16(const std::string& fileName) {
-  std::ifstream file(fileName, std::ios::binary);
-  unsigned char mark[2]{};
-  file.read(reinterpret_cast<char*>(mark), 2);
-  const bool isLittle = mark[0] == 0xFF && mark[1] == 0xFE;
-  if (!isLittle && !(mark[0] == 0xFE && mark[1] == 0xFF)) return {};
-  const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+std::string fromUtf16(const std::string& bytes, bool isLittle) {
   const auto unit = [&](std::size_t at) {
     const auto first = std::uint8_t(bytes[at]), second = std::uint8_t(bytes[at + 1]);
     return std::uint32_t(isLittle ? first | second << 8 : first << 8 | second);
   };
   std::string text;
   text.reserve(bytes.size() / 2);
-  for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
+  for (std::size_t at = 2; at + 1 < bytes.size(); at += 2) {
     std::uint32_t code = unit(at);
     const bool isPair = code >= 0xD800 && code < 0xDC00 && at + 3 < bytes.size();
     if (isPair) code = 0x10000 + ((code & 0x3FF) << 10) + (unit(at += 2) & 0x3FF);
     append(text, code);
   }
   return text;
+}
+
+}  // namespace
+
+std::string contentOfMarkedText(const std::string& fileName) {
+  std::ifstream file(fileName, std::ios::binary);
+  std::string mark(3, '\0');
+  file.read(mark.data(), std::streamsize(mark.size()));
+  const bool isUtf8 = mark == "\xEF\xBB\xBF", isLittle = mark.compare(0, 2, "\xFF\xFE") == 0;
+  if (!isUtf8 && !isLittle && mark.compare(0, 2, "\xFE\xFF") != 0) return {};
+  const std::string bytes = mark + std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  return isUtf8 ? bytes.substr(mark.size()) : fromUtf16(bytes, isLittle);
 }
 
 }  // namespace nubo::reader
