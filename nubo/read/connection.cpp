@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 namespace nubo::read {
 namespace {
@@ -89,14 +90,13 @@ void* Connection::allocate(std::size_t bytes) {
   // be only so many, which is why what counts as long grows with their number.
   const std::size_t poolSize = std::size_t(4 << 20) << m_Blocks.size() / 64;
   if (bytes >= poolSize / 2) return addBlock((bytes + Page - 1) / Page * Page).memory;
-  if (m_Blocks.empty() || m_Taken + bytes > m_Blocks[m_Pool].size) {
-    addBlock(poolSize);
-    m_Pool = m_Blocks.size() - 1;
-    m_Taken = 0;
+  bytes = (bytes + Alignment - 1) / Alignment * Alignment;
+  if (bytes > m_PoolLeft) {
+    mp_Pool = addBlock(poolSize).memory;
+    m_PoolLeft = poolSize;
   }
-  void* memory = m_Blocks[m_Pool].memory + m_Taken;
-  m_Taken += (bytes + Alignment - 1) / Alignment * Alignment;
-  return memory;
+  m_PoolLeft -= bytes;
+  return std::exchange(mp_Pool, mp_Pool + bytes);
 }
 
 void Connection::finish() {

@@ -39,8 +39,8 @@ class Connection : public reader::Output {
 
   std::vector<Block> m_Blocks;
   std::map<std::string, std::string> m_Options;
-  std::size_t m_Pool = 0;   ///< the block that small arrays are taken from
-  std::size_t m_Taken = 0;  ///< bytes of it that are taken
+  char* mp_Pool = nullptr;     ///< where the next short array goes, in a block that holds several
+  std::size_t m_PoolLeft = 0;  ///< bytes that are free there
 };
 
 }  // namespace nubo::read

@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QtEndian>
+#include <set>
 
 #include "module_scene/io/importer.h"
 
@@ -43,6 +44,40 @@ TEST(Gltf, FilesOfKnownContentBecomeWhatTheySay) {
     const math::Vector3 max = result.root->getBoundingBox().max;
     for (std::size_t axis = 0; axis < 3; ++axis) EXPECT_NEAR(max[axis], row.max[axis], 1e-5) << axis;
   }
+}
+
+// The first of a model's arrays has a block of memory of its own if it is long; none of the short ones may lie in it.
+TEST(Gltf, ShortArraysLieBesideLongOnes) {
+  constexpr int Vertices = 300000;
+  const QTemporaryDir folder;
+  QFile binary(folder.filePath("long.bin")), text(folder.filePath("long.gltf"));
+  ASSERT_TRUE(binary.open(QIODevice::WriteOnly) && text.open(QIODevice::WriteOnly));
+  std::vector<float> positions;
+  for (int i = 0; i < Vertices; ++i) positions.insert(positions.end(), {float(i), float(i % 7), float(i % 11)});
+  const quint32 indices[] = {0, 1, 2, 3, 4, 5};
+  const auto write = [&](const void* data, std::size_t size) {
+    return binary.write(static_cast<const char*>(data), qint64(size)) == qint64(size);
+  };
+  ASSERT_TRUE(write(positions.data(), positions.size() * sizeof(float)) && write(indices, sizeof indices));
+  binary.close();
+  text.write(QByteArray(R"({"asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0]}], "nodes": [{"mesh": 0}],
+      "meshes": [{"primitives": [{"attributes": {"POSITION": 0}, "indices": 1}]}],
+      "accessors": [{"bufferView": 0, "componentType": 5126, "count": 300000, "type": "VEC3"},
+                    {"bufferView": 1, "componentType": 5125, "count": 6, "type": "SCALAR"}],
+      "bufferViews": [{"buffer": 0, "byteLength": 3600000}, {"buffer": 0, "byteOffset": 3600000, "byteLength": 24}],
+      "buffers": [{"byteLength": 3600024, "uri": "long.bin"}]})"));
+  text.close();
+  const ImportResult result = importFile(text.fileName());
+  ASSERT_TRUE(result.root) << result.error.toStdString();
+  std::vector<const Geometry*> geometries;
+  collect(*result.root, geometries);
+  ASSERT_EQ(geometries.size(), 1u);
+  std::set<std::vector<float>> found;
+  for (std::size_t v = 0; v < geometries[0]->vertexCount(); ++v)
+    found.emplace(&geometries[0]->positions[v * 3], &geometries[0]->positions[v * 3] + 3);
+  std::set<std::vector<float>> expected;
+  for (int i = 0; i < 6; ++i) expected.insert({float(i), float(i % 7), float(i % 11)});
+  EXPECT_EQ(found, expected);
 }
 
 TEST(Gltf, ColoursOfThreeComponentsAreOpaque) {
