@@ -119,9 +119,10 @@ TEST(Framing, LeavesRoomForTurningAboutTheMiddle) {
 TEST(Framing, ManyPartsAreFramedAsTheWholeOfThemIs) {
   const util::YPointer<scene::SceneElement> parts(new scene::SceneElement), whole(new scene::SceneElement);
   std::vector<math::Vector3> all;
-  // In no order, and many at the same depth, so that most lie between those before them.
+  // In no order, and many at the same depth, so that most lie between those before them; but for the last, which are
+  // the lowest.
   for (int i = 0; i < 500; ++i) {
-    const double x = i * 37 % 101 * 0.2, y = i * 53 % 7 * 3.1, z = i * 29 % 11 * 1.7;
+    const double x = i * 37 % 101 * 0.2, y = i * 53 % 7 * 3.1, z = i < 490 ? i * 29 % 11 * 1.7 : -1 - i % 3;
     const std::vector<math::Vector3> points{{x, y, z}, {x + 0.3, y, z}};
     all.insert(all.end(), points.begin(), points.end());
     const util::YPointer<scene::SceneElement> part(new scene::SceneElement);
