@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <new>
 
 #include "module_scene/io/importerror.h"
@@ -44,9 +45,15 @@ int SharedBlocks::add(std::uint64_t size) {
 }
 
 void SharedBlocks::seal() {
+  // Who looks at the memory of processes, as system monitors do, keeps that of one that has ended until it has seen it.
+  constexpr int MostTries = 2000;  // a millisecond each
+  int tries = 0;
   for (const Block& block : m_Blocks)
-    if (fcntl(block.descriptor, F_ADD_SEALS, F_SEAL_WRITE | F_SEAL_SEAL) != 0)
-      throw ImportError(ImportError::tr("its reader does not let go of what it has read"));
+    while (fcntl(block.descriptor, F_ADD_SEALS, F_SEAL_WRITE | F_SEAL_SEAL) != 0) {
+      if (errno != EBUSY || ++tries > MostTries)
+        throw ImportError(ImportError::tr("its reader does not let go of what it has read"));
+      usleep(1000);
+    }
 }
 
 reader::Model SharedBlocks::readRecord(std::uint64_t size) {

@@ -197,6 +197,19 @@ TEST_F(Import, ModelsStandUprightAndAreNotMirrored) {
   }
 }
 
+TEST_F(Import, AnEmptySolidIsNoReasonToRefuseTheOthers) {
+  const QTemporaryDir folder;
+  QFile file(folder.filePath("two.stl"));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write(
+      "solid one\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 2 0 0\nvertex 0 3 0\nendloop\nendfacet\n"
+      "endsolid one\nsolid none\nendsolid none\n");
+  file.close();
+  m_Result = importFile(file.fileName());
+  ASSERT_TRUE(m_Result.root) << m_Result.error.toStdString();
+  expectBox({0, 0, 0}, {2, 3, 0});
+}
+
 TEST_F(Import, TextIsReadInAllItsCodings) {
   const QString name = QString::fromUtf8("Fläche_€_𝄞");
   const QString text = QStringLiteral("o %1\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n").arg(name);

@@ -86,6 +86,7 @@ void mendFaces(aiMesh& mesh) {
   if (hadFaces) mesh.mPrimitiveTypes = 0;
   for (unsigned f = 0; f < kept; ++f) mesh.mPrimitiveTypes |= typeOf(mesh.mFaces[f]);
   mesh.mNumFaces = kept;
+  if (mesh.mPrimitiveTypes == 0) mesh.mPrimitiveTypes = aiPrimitiveType_POINT;  // none at all would be refused
   if (hadFaces || mesh.mNumVertices == 0) return;
   delete[] mesh.mFaces;
   mesh.mFaces = new aiFace[mesh.mNumVertices];
