@@ -7,8 +7,10 @@
 #include "kernel/main/castclass.h"
 #include "module_scene/builtin/builtinscene.h"
 #include "module_scene/draw/scenedrawer.h"
+#include "module_scene/draw/viewpoint.h"
 #include "module_scene/gui/cameraview.h"
 #include "module_scene/gui/framing.h"
+#include "module_scene/gui/picking.h"
 #include "support/quad.h"
 
 namespace nubo::gui {
@@ -143,6 +145,30 @@ TEST(Framing, ManyPartsAreFramedAsTheWholeOfThemIs) {
       }
       EXPECT_EQ(cameras[0].transform(), cameras[1].transform());
     }
+}
+
+TEST(Picking, ClicksNearPointsPickTheNearestOfThem) {
+  scene::Scene scene;
+  const util::YPointer<scene::SceneElement> root(new scene::SceneElement);
+  root->setTransform(math::translation(1, 2, 3) * math::scaling(2, 2, 2));
+  root->addGeometry(test::dots({{0, 0, 0}, {0, 5, 0}, {0.5, 0, 0.25}}));  // the second lies behind the first
+  scene.setRootNode(root);
+  const QSize panel(400, 300);
+  Camera camera;
+  camera.azimuth = camera.elevation = 0;
+  camera.center = {1, 2, 3};
+  camera.scale = 0.2;
+  for (const bool orthographic : {false, true}) {
+    SCOPED_TRACE(orthographic);
+    camera.orthographic = orthographic;
+    const auto at = [&](double x, double y) { return pick(scene, rayThrough({200 + x, 150 + y}, panel, camera)); };
+    EXPECT_EQ(at(0, 0), (math::Vector3{1, 2, 3}));
+    EXPECT_EQ(at(2, -2), (math::Vector3{1, 2, 3}));
+    EXPECT_EQ(at(4, 0), std::nullopt);
+    const double pixels = 150 / (std::tan(scene::HalfOpening) * camera.distance) * camera.scale;  // of a unit
+    EXPECT_EQ(at(pixels, -0.5 * pixels), (math::Vector3{2, 2, 3.5}));
+    EXPECT_EQ(at(pixels + 4, -0.5 * pixels), std::nullopt);
+  }
 }
 
 TEST(Camera, NamedViewsLookFromWhereTheySay) {
