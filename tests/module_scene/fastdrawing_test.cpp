@@ -56,7 +56,7 @@ TEST_F(DrawerTest, CoarseVersionsLookLikeTheWholeAndChangeNoPictureOfIt) {
   const auto points = [] {
     const GeometryPointer sheet = texturedSheet(600);
     sheet->kind = KindPoints;
-    sheet->width = 3;
+    sheet->width = 2;
     sheet->indices.resize(sheet->vertexCount());
     std::iota(sheet->indices.begin(), sheet->indices.end(), 0u);
     sheet->clusters.clear();
@@ -70,7 +70,7 @@ TEST_F(DrawerTest, CoarseVersionsLookLikeTheWholeAndChangeNoPictureOfIt) {
   };
   const Row rows[] = {{"faces", bumpyBall(QColor(200, 90, 60), 360), bumpyBall(QColor(200, 90, 60), 360), 25},
                       {"texture", texturedSheet(340), texturedSheet(340), 25},
-                      {"points", points(), points(), 6}};
+                      {"points", points(), points(), 3}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     Shot shot;
