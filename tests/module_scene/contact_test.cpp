@@ -91,18 +91,25 @@ TEST_F(LooksTest, PointsShadeThePointsBehindThemAndNoSurface) {
 
 TEST_F(LooksTest, ContactIsTheSameInTilesAndAtAnySize) {
   Shot shot = boxOnAFloor();
-  for (const bool smooth : {false, true}) {
-    shot.samples = smooth ? 4 : 0;
-    const QImage whole = draw(shot);
-    for (const int edge : {100, 37}) {
-      const test::Difference difference = compare(drawTiled(shot, edge), whole);
-      EXPECT_LE(difference.changed, 3 + difference.edges / 256) << edge << ": " << difference;
+  gui::Camera parallel;
+  parallel.orthographic = true;
+  parallel.distance = 2.2;
+  for (const math::Matrix4& transform : {shot.transform, parallel.viewTransform()}) {
+    shot.transform = transform;
+    for (const bool smooth : {false, true}) {
+      shot.samples = smooth ? 4 : 0;
+      shot.ground = smooth;
+      const QImage whole = draw(shot);
+      for (const int edge : {100, 37}) {
+        const test::Difference difference = compare(drawTiled(shot, edge), whole);
+        EXPECT_LE(difference.changed, 3 + difference.edges / 256) << edge << ": " << difference;
+      }
     }
+    Shot large = shot;
+    large.width = large.height = 4 * shot.width;
+    const QImage small = draw(shot), reduced = test::quarter(draw(large));
+    EXPECT_LT(meanDistance(small, reduced), 3);
   }
-  Shot large = shot;
-  large.width = large.height = 4 * shot.width;
-  const QImage small = draw(shot), reduced = test::quarter(draw(large));
-  EXPECT_LT(meanDistance(small, reduced), 3);
 }
 
 TEST_F(LooksTest, AGroundIsNothingButAShadowThatComposesOverAnyPage) {
