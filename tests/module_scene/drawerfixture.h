@@ -76,7 +76,8 @@ inline GeometryPointer texturedSheet(int steps, float repeats = 1, bool repeat =
   sheet->material->texture = new Texture(squares, repeat);
   const auto row = std::uint32_t(steps) + 1;
   for (std::uint32_t i = 0; i < row * row; ++i) {
-    const float u = float(i % row) / float(steps), v = float(i / row) / float(steps);
+    const std::uint32_t column = i % row, line = i / row;
+    const float u = float(column) / float(steps), v = float(line) / float(steps);
     sheet->positions.insert(sheet->positions.end(), {2 * u - 1, 2 * v - 1, 0.3f * std::sin(7 * u) * std::cos(5 * v)});
     sheet->texCoords.insert(sheet->texCoords.end(), {u * repeats, v * repeats});
     if (i % row + 1 < row && i + row < row * row)
