@@ -23,6 +23,7 @@ class SideBySide : public testing::Test {
       enter();
       if (file.startsWith("meets")) waitUntil([this] { return m_Most >= m_Together; });
       if (file.startsWith("long")) m_IsGivenUp = waitUntil([&control] { return bool(control.cancelled); });
+      if (file.endsWith("alone")) waitUntil([this] { return m_Most > 1; }, 100);
       const std::lock_guard<std::mutex> lock(m_Mutex);
       --m_Now;
       ImportResult result;
@@ -59,7 +60,7 @@ TEST_F(SideBySide, OneAloneWhereTwoDoNotFitIntoMemory) {
   const QTemporaryDir folder;
   const qint64 memory = sysconf(_SC_PHYS_PAGES) * sysconf(_SC_PAGESIZE);
   QStringList files;
-  for (const char* name : {"one", "two", "three"}) {
+  for (const char* name : {"one alone", "two alone"}) {
     files << folder.filePath(name);
     QFile file(files.last());
     ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.resize(memory / 40));
