@@ -87,7 +87,7 @@ class ContactMap {
 
   int m_Width = 0, m_Height = 0;
   SharedName m_Directions;          // of what is seen
-  SharedName m_Raw, m_Half, m_Map;  // depth in red, green and blue, light in alpha
+  SharedName m_Raw, m_Half, m_Map;  // depth in red, green and blue; in alpha how dark it is, in the last how light
   Pass m_Direction, m_Occlusion, m_Smoothing;
 };
 

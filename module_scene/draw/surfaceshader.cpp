@@ -142,7 +142,12 @@ const char* SurfaceShader::whatIsMissing() {
   return size < Environment::Size ? "large enough textures" : nullptr;
 }
 
-bool SurfaceShader::isAvailable() { return !m_Failed && !whatIsMissing() && program(Lit | Opaque).name.name(); }
+bool SurfaceShader::isAvailable() {
+  const auto made = m_Programs.find(Lit | Opaque);
+  const bool isMade = made != m_Programs.end() && made->second.name.isUsable();
+  // Every tile asks, and where there is a program nothing can be missing.
+  return !m_Failed && (isMade || !whatIsMissing()) && program(Lit | Opaque).name.name();
+}
 
 bool SurfaceShader::makeNext() {
   if (m_Failed || whatIsMissing()) return false;
