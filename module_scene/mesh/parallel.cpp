@@ -8,6 +8,12 @@
 #include <exception>
 #include <memory>
 
+#ifdef Q_OS_LINUX
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#endif
+
 namespace nubo::scene {
 
 namespace {
@@ -56,7 +62,10 @@ class Loop {
   std::exception_ptr m_Failure;
 };
 
-/// One for all loops, since more threads than cores would only be in each other's way.
+thread_local bool t_LetsOthersGoFirst = false;
+
+/// One for all loops, since more threads than cores would only be in each other's way; but one more for those in the
+/// background, as nobody else is to wait for a thread that lets others go first.
 class Pool : public QThreadPool {
  public:
   Pool() { setMaxThreadCount(int(coreCount()) - 1); }  // the caller is one more
@@ -69,12 +78,27 @@ std::size_t coreCount() {
   return count;
 }
 
+void letOthersGoFirst() {
+  t_LetsOthersGoFirst = true;
+#ifdef Q_OS_LINUX
+  constexpr int Back = 10;  // which leaves it a tenth where somebody else has work
+  const auto thread = id_t(syscall(SYS_gettid));
+  setpriority(PRIO_PROCESS, thread, getpriority(PRIO_PROCESS, thread) + Back);
+#endif
+}
+
 void runOnCores(std::size_t count, const std::function<void(std::size_t)>& work) {
-  static Pool pool;
+  static Pool foreground, background;  // whose threads go as far back as those that start them
+  const bool isBehind = t_LetsOthersGoFirst;
+  Pool& pool = isBehind ? background : foreground;
   const std::size_t helpers = std::min(count, coreCount());
   // Helpers that come too late find the loop, though not its work, still there.
   const auto loop = std::make_shared<Loop>(count, work);
-  for (std::size_t helper = 1; helper < helpers; ++helper) pool.start([loop] { loop->help(); });
+  for (std::size_t helper = 1; helper < helpers; ++helper)
+    pool.start([loop, isBehind] {
+      t_LetsOthersGoFirst = isBehind;  // also for loops inside this one
+      loop->help();
+    });
   loop->help();
   loop->waitForOthers();
 }

@@ -17,9 +17,13 @@ NUBO_MODULE_SCENE_EXPORT std::size_t coreCount();
 
 /// Calls work(0) to work(count - 1), each once, at the same time as far as there are cores, and returns when all have
 /// ended. What a call throws is thrown here, after calls that had begun have ended; others are left out. The caller's
-/// thread works along with those of the program's one pool, and alone where these are busy: so calls may be nested, and
-/// come from any thread.
+/// thread works along with those of the program's pool (that of their own for callers that let others go first), and
+/// alone where these are busy: so calls may be nested, and come from any thread.
 NUBO_MODULE_SCENE_EXPORT void runOnCores(std::size_t count, const std::function<void(std::size_t)>& work);
+
+/// Lets others go first from now on: the calling thread, its loops, and the threads and programs that it starts. For a
+/// thread that ends with its work, since without rights there is no way back.
+NUBO_MODULE_SCENE_EXPORT void letOthersGoFirst();
 
 /// Into how many ranges parallelRanges cuts a loop: one per core, and one alone where a loop is short.
 inline std::size_t rangeCount(std::size_t count, std::size_t worthAThread = WorthAThread) {

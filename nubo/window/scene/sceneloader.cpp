@@ -8,6 +8,7 @@
 #include "module_scene/draw/sharedcontext.h"
 #include "module_scene/io/sidebyside.h"
 #include "module_scene/mesh/coarsening.h"
+#include "module_scene/mesh/parallel.h"
 #include "nubo/cli/scenefile.h"
 
 namespace nubo::window {
@@ -109,6 +110,7 @@ void SceneLoader::startNext() {
   emit started(files);
   if (!m_Uploader) m_Uploader = std::make_unique<Uploader>();
   m_Thread.reset(QThread::create([this, files = QStringList(files)]() mutable {
+    scene::letOthersGoFirst();
     QStringList failed;
     const auto result = std::make_shared<io::ImportResult>(readAll(files, failed, *m_Control));
     if (result->root)

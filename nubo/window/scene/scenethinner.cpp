@@ -2,6 +2,7 @@
 
 #include "module_scene/graph/scene.h"
 #include "module_scene/mesh/coarsening.h"
+#include "module_scene/mesh/parallel.h"
 
 namespace nubo::window {
 
@@ -14,9 +15,10 @@ void SceneThinner::thin(const scene::SceneElement& root) {
   }
   if (geometries.empty()) return;
   m_Thread.reset(QThread::create([this, geometries = std::move(geometries)] {
+    scene::letOthersGoFirst();
     scene::makeCoarseVersions(geometries, scene::Coarsening::Fine, m_Cancelled);
   }));
-  m_Thread->start(QThread::IdlePriority);  // the threads that it starts have it, too
+  m_Thread->start();
 }
 
 void SceneThinner::stop() {
