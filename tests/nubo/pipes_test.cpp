@@ -140,21 +140,11 @@ TEST_F(Program, WorksBetweenPipes) {
 
 TEST_F(Program, GivesAPictureUp) {
   write("old.bmp", "old");
-  // The line of that name in what the system tells of the process.
-  const auto told = [this](const QByteArray& name) {
-    QFile file(QStringLiteral("/proc/%1/status").arg(m_Process.processId()));
-    const QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    const int at = text.indexOf('\n' + name + ':') + name.size() + 2;
-    return text.mid(at, text.indexOf('\n', at) - at).simplified();
-  };
-  const auto waitFor = [this](const std::function<bool()>& isSo) {
-    while (!isSo() && m_Process.state() == QProcess::Running && !m_Process.waitForFinished(20)) continue;
-  };
   start("$nubo --report r.json triangle.obj grabimage --filename old.bmp --width 9000");
   // When it has a handler for the signal the command begins, and then the picture fills.
-  waitFor([&] { return told("Name") == "nubo" && told("SigCgt").toULongLong(nullptr, 16) & (1 << (SIGINT - 1)); });
+  waitUntilItCatches(SIGINT);
   const int before = told("VmRSS").split(' ').value(0).toInt();
-  waitFor([&] { return told("VmRSS").split(' ').value(0).toInt() > before + 60000; });
+  waitUntil([&] { return told("VmRSS").split(' ').value(0).toInt() > before + 60000; });
   kill(pid_t(m_Process.processId()), SIGINT);
   EXPECT_EQ(wait(), 128 + SIGINT);
   EXPECT_THAT(m_Errors.toStdString(), testing::EndsWith("stopped: nothing was written\n"));

@@ -13,6 +13,7 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <functional>
 #include <map>
 
 using testing::HasSubstr;
@@ -41,6 +42,20 @@ class Program : public testing::Test {
   void start(const QString& line) {
     m_Process.start("/bin/sh", {"-c", "exec " + line});
     EXPECT_TRUE(m_Process.waitForStarted(60000));
+  }
+  /// The line of that name in what the system tells of the process.
+  QByteArray told(const QByteArray& name) const {
+    QFile file(QStringLiteral("/proc/%1/status").arg(m_Process.processId()));
+    const QByteArray text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    const int at = text.indexOf('\n' + name + ':') + name.size() + 2;
+    return text.mid(at, text.indexOf('\n', at) - at).simplified();
+  }
+  void waitUntil(const std::function<bool()>& isSo) {
+    while (!isSo() && m_Process.state() == QProcess::Running && !m_Process.waitForFinished(20)) continue;
+  }
+  /// The shell, whose place the program takes, has handlers of its own.
+  void waitUntilItCatches(int signal) {
+    waitUntil([&] { return told("Name") == "nubo" && told("SigCgt").toULongLong(nullptr, 16) >> (signal - 1) & 1; });
   }
   /// The exit status; -1 where it crashed or does not end.
   int wait() {

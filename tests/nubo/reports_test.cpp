@@ -34,16 +34,7 @@ TEST_F(Program, TellsWhatIsInFiles) {
 
 TEST_F(Program, LeavesAReportOfWhatWasInterruptedWhileItRead) {
   start("$nubo - --report r.json grabimage --filename a.png");  // from an input that says nothing
-  const QString status = QStringLiteral("/proc/%1/status").arg(m_Process.processId());
-  const auto catches = [&status](int signal) {
-    QFile file(status);
-    if (!file.open(QIODevice::ReadOnly)) return false;
-    for (const QByteArray& line : file.readAll().split('\n'))
-      if (line.startsWith("SigCgt:")) return (line.mid(7).trimmed().toULongLong(nullptr, 16) >> (signal - 1) & 1) != 0;
-    return false;
-  };
-  for (int i = 0; i < 3000 && !catches(SIGINT); ++i)
-    ASSERT_FALSE(m_Process.waitForFinished(20)) << m_Process.readAllStandardError().toStdString();
+  waitUntilItCatches(SIGINT);
   kill(pid_t(m_Process.processId()), SIGINT);
   EXPECT_EQ(wait(), 128 + SIGINT);
   EXPECT_THAT(m_Errors.toStdString(), testing::EndsWith("interrupted while the scene was read\n"));
