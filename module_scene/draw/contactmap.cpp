@@ -17,10 +17,10 @@ namespace nubo::scene {
 
 namespace {
 
-constexpr double Area = 640000;    // texels
+constexpr double Area = 420000;    // texels
 constexpr int Longest = 4096;      // texels
 constexpr double TexelsOff = 0.5;  // by which a depth may differ from that of the pixel that looks for it
-constexpr int Places = 14, Around = 16;
+constexpr int Places = 12, Around = 16;
 constexpr int IndicesPerTexel = 2;  // that take as long
 
 QOpenGLExtraFunctions* extraFunctions() { return QOpenGLContext::currentContext()->extraFunctions(); }
