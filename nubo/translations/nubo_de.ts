@@ -2,53 +2,6 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE" sourcelanguage="en">
 <context>
-    <name>BackgroundMenu</name>
-    <message>
-        <source>&amp;Background</source>
-        <translation>&amp;Hintergrund</translation>
-    </message>
-    <message>
-        <source>&amp;Colour…</source>
-        <translation>&amp;Farbe…</translation>
-    </message>
-    <message>
-        <source>&amp;Gradient…</source>
-        <translation>&amp;Verlauf…</translation>
-    </message>
-    <message>
-        <source>&amp;Image…</source>
-        <translation>&amp;Bild…</translation>
-    </message>
-    <message>
-        <source>In &amp;Pictures, Too</source>
-        <translation>A&amp;uch in Bildern</translation>
-    </message>
-    <message>
-        <source>Background Colour</source>
-        <translation>Hintergrundfarbe</translation>
-    </message>
-    <message>
-        <source>Colour Above</source>
-        <translation>Farbe oben</translation>
-    </message>
-    <message>
-        <source>Colour Below</source>
-        <translation>Farbe unten</translation>
-    </message>
-    <message>
-        <source>Background Image</source>
-        <translation>Hintergrundbild</translation>
-    </message>
-    <message>
-        <source>Images (*.png *.jpg *.jpeg *.tif *.tiff *.webp *.bmp)</source>
-        <translation>Bilder (*.png *.jpg *.jpeg *.tif *.tiff *.webp *.bmp)</translation>
-    </message>
-    <message>
-        <source>“%1” could not be read: %2</source>
-        <translation>„%1“ konnte nicht gelesen werden: %2</translation>
-    </message>
-</context>
-<context>
     <name>AboutDialog</name>
     <message>
         <source>About nubo</source>
@@ -96,6 +49,57 @@
     <message>
         <source>&quot;%1&quot; does not fit</source>
         <translation>„%1“ passt nicht</translation>
+    </message>
+</context>
+<context>
+    <name>BackgroundMenu</name>
+    <message>
+        <source>&amp;Background</source>
+        <translation>&amp;Hintergrund</translation>
+    </message>
+    <message>
+        <source>&amp;Colour…</source>
+        <translation>&amp;Farbe…</translation>
+    </message>
+    <message>
+        <source>&amp;Gradient…</source>
+        <translation>&amp;Verlauf…</translation>
+    </message>
+    <message>
+        <source>&amp;Image…</source>
+        <translation>&amp;Bild…</translation>
+    </message>
+    <message>
+        <source>In &amp;Pictures, Too</source>
+        <translation>A&amp;uch in Bildern</translation>
+    </message>
+    <message>
+        <source>Background Colour</source>
+        <translation>Hintergrundfarbe</translation>
+    </message>
+    <message>
+        <source>Colour Above</source>
+        <translation>Farbe oben</translation>
+    </message>
+    <message>
+        <source>Colour Below</source>
+        <translation>Farbe unten</translation>
+    </message>
+    <message>
+        <source>Background Image</source>
+        <translation>Hintergrundbild</translation>
+    </message>
+    <message>
+        <source>Images (*.png *.jpg *.jpeg *.tif *.tiff *.webp *.bmp)</source>
+        <translation>Bilder (*.png *.jpg *.jpeg *.tif *.tiff *.webp *.bmp)</translation>
+    </message>
+    <message>
+        <source>“%1” could not be read: %2</source>
+        <translation>„%1“ konnte nicht gelesen werden: %2</translation>
+    </message>
+    <message>
+        <source>&amp;Default</source>
+        <translation>&amp;Standard</translation>
     </message>
 </context>
 <context>
@@ -1283,9 +1287,12 @@
 </context>
 <context>
     <name>SceneLoader</name>
-    <message>
-        <source>Scene</source>
-        <translation>Szene</translation>
+    <message numerus="yes">
+        <source>%1 and %n more</source>
+        <translation>
+            <numerusform>%1 und %n weitere</numerusform>
+            <numerusform>%1 und %n weitere</numerusform>
+        </translation>
     </message>
 </context>
 <context>
@@ -1417,6 +1424,15 @@
     <message>
         <source>Click three points of the model</source>
         <translation>Drei Punkte des Modells anklicken</translation>
+    </message>
+    <message>
+        <source> m</source>
+        <comment>metres</comment>
+        <translation> m</translation>
+    </message>
+    <message>
+        <source> units</source>
+        <translation> Einheiten</translation>
     </message>
 </context>
 <context>

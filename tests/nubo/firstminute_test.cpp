@@ -125,10 +125,11 @@ TEST_F(FirstMinute, RecordsTheSameVideoTwice) {
     EXPECT_TRUE(text("resultFigures").startsWith("20 frames, 10.0 s, 1,920 × 1,080 pixels, "));
   }
   writeFile("other.v2.obj", CubeFile);
-  drop({QUrl::fromLocalFile(host.file("other.v2.obj"))});
-  ASSERT_TRUE(waitUntil([this] { return window->windowTitle().startsWith("other.v2.obj"); }));
+  drop({QUrl::fromLocalFile(host.file("other.v2.obj")), QUrl::fromLocalFile(host.file("cube.obj"))});
+  ASSERT_TRUE(waitUntil([this] { return window->windowTitle().startsWith("other.v2.obj, cube.obj"); }));
   ASSERT_TRUE(openDialog("grabvideo"));
-  EXPECT_EQ(offeredName(), "other-v2.mp4") << "the name follows the model, and all behind its first dot is the format";
+  EXPECT_EQ(offeredName(), "other-v2.mp4")
+      << "the name follows the first model, and all behind its first dot is the format";
   EXPECT_EQ(qobject_cast<QSpinBox*>(field("width"))->value(), 1920);
 }
 

@@ -42,6 +42,7 @@ BackgroundMenu::BackgroundMenu(SceneChanger& changer, QWidget* parent)
   addAction(tr("&Colour…"), this, &BackgroundMenu::chooseColor);
   addAction(tr("&Gradient…"), this, &BackgroundMenu::chooseGradient);
   addAction(tr("&Image…"), this, &BackgroundMenu::chooseImage);
+  addAction(tr("&Default"), this, &BackgroundMenu::chooseDefault)->setObjectName(QStringLiteral("defaultBackground"));
   addSeparator();
   QAction* inPictures = addAction(tr("In &Pictures, Too"), this, &BackgroundMenu::setInPictures);
   inPictures->setCheckable(true);
@@ -89,6 +90,13 @@ void BackgroundMenu::chooseImage() {
     return;
   }
   choose({current().color, QColor(), image}, file);
+}
+
+void BackgroundMenu::chooseDefault() {
+  for (const QString& key : {ColorKey, TopKey, ImageKey}) main::nuboSettings()->remove(key);
+  scene::Background background;
+  background.inPictures = current().inPictures;
+  apply(background);
 }
 
 void BackgroundMenu::setInPictures(bool on) {

@@ -22,6 +22,7 @@ class BackgroundMenu : public QMenu {
   void chooseGradient();
   void chooseImage();
   void setInPictures(bool on);
+  void chooseDefault();
   /// Applies and keeps it; of an image its file's name.
   void choose(scene::Background background, const QString& image = QString());
 

@@ -1,6 +1,7 @@
 #include "nubo/window/scene/sceneloader.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 
@@ -14,6 +15,12 @@
 namespace nubo::window {
 
 namespace {
+
+/// Without its last dot and all behind it this is a name for what is made of them, as one file's is.
+QString nameOf(const QStringList& files) {
+  const QString first = QFileInfo(files.first()).fileName();
+  return files.size() == 1 ? first : SceneLoader::tr("%1 and %n more", "", int(files.size()) - 1).arg(first);
+}
 
 /// Files that cannot be read are moved from `files` to `failed`.
 io::ImportResult readAll(QStringList& files, QStringList& failed, io::ImportControl& control) {
@@ -29,7 +36,7 @@ io::ImportResult readAll(QStringList& files, QStringList& failed, io::ImportCont
   for (int i = 0; i < files.size(); ++i) {
     const io::ImportResult& one = results[std::size_t(i)];
     if (one.root) {
-      if (!all.root) all.root = new scene::SceneElement(SceneLoader::tr("Scene"));
+      if (!all.root) all.root = new scene::SceneElement;
       all.add(one);
       read << files[i];
     } else {
@@ -38,10 +45,12 @@ io::ImportResult readAll(QStringList& files, QStringList& failed, io::ImportCont
     }
   }
   files = read;
-  if (all.root)
+  if (all.root) {
+    all.root->setName(nameOf(read));
     all.warnings = errors + all.warnings;
-  else
+  } else {
     all.error = errors.join(QStringLiteral("; "));
+  }
   return all;
 }
 
