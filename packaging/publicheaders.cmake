@@ -29,6 +29,7 @@ set(NUBO_PUBLIC_HEADERS
   module_scene/gui/framing.h
   module_scene/gui/slabs.h
   module_scene/gui/scenepanel.h
+  module_scene/gui/subject.h
   module_scene/gui/viewer.h
   module_scene/io/importcontrol.h
   module_scene/io/importer.h

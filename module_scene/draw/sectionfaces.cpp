@@ -10,14 +10,9 @@ namespace nubo::scene {
 namespace {
 
 bool isMet(const Geometry& geometry, const Plane& plane) {
-  bool before = false, beyond = false;
-  for (int corner = 0; corner < 8; ++corner) {
-    const auto at = [&](int axis) {
-      return (corner & (1 << axis) ? geometry.box.max : geometry.box.min)[std::size_t(axis)];
-    };
-    (plane.beyond({at(0), at(1), at(2)}) > 0 ? beyond : before) = true;
-  }
-  return before && beyond;
+  if (geometry.box.isEmpty()) return false;
+  const auto [least, most] = plane.rangeOf(geometry.box);
+  return least <= 0 && most > 0;
 }
 
 }  // namespace

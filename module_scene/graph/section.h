@@ -1,6 +1,9 @@
 // A plane that cuts a scene open.
 #pragma once
 
+#include <algorithm>
+#include <utility>
+
 #include "module_scene/graph/copyslot.h"
 #include "module_scene/math/matrix.h"
 #include "module_scene/visibility.h"
@@ -15,6 +18,17 @@ struct Plane {
   /// How far beyond the plane a point lies, in lengths of the normal.
   double beyond(const math::Vector3& p) const {
     return normal[0] * p[0] + normal[1] * p[1] + normal[2] * p[2] - distance;
+  }
+  /// The same of all points of a box: the least and the most. Not of an empty one.
+  template <class Box>
+  std::pair<double, double> rangeOf(const Box& box) const {
+    std::pair<double, double> result(-distance, -distance);
+    for (std::size_t i = 0; i < 3; ++i) {
+      const double a = normal[i] * double(box.min[i]), b = normal[i] * double(box.max[i]);
+      result.first += std::min(a, b);
+      result.second += std::max(a, b);
+    }
+    return result;
   }
   /// The plane of those points that the affine matrix brings into this one.
   Plane before(const math::Matrix4& m) const {

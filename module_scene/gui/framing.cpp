@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "module_scene/gui/visiblepoints.h"
+
 namespace nubo::gui {
 
 namespace {
@@ -35,43 +37,28 @@ math::Matrix4 toViewOf(Camera camera, const math::Vector3& middle) {
   return camera.transform();
 }
 
-/// Calls take(point) with the points that decide how much room is taken by what is visible in and below the element,
-/// in the space that `toSpace` brings the element's parent to; but for geometries of which passes(box) tells that
-/// nothing in their box matters.
-template <class Passes, class Take>
-void forAllPoints(const scene::SceneElement& element, const math::Matrix4& toSpace, const Passes& passes,
-                  const Take& take) {
-  if (!element.isVisible()) return;
-  const math::Matrix4 own = toSpace * element.getTransform();
-  for (const auto& geometry : element.getGeometries()) {
-    if (passes(geometry->box.transformed(own))) continue;
-    const std::vector<float>& points = geometry->outline.empty() ? geometry->positions : geometry->outline;
-    for (std::size_t i = 0; i < points.size(); i += 3)
-      take(math::transformPoint(own, {points[i], points[i + 1], points[i + 2]}));
-  }
-  for (const auto& child : element.getChildren()) forAllPoints(*child, own, passes, take);
-}
-
 }  // namespace
 
-Framing::Framing(const Camera& direction, const scene::BoundingBox& box)
+Framing::Framing(const Camera& direction, const scene::BoundingBox& box, const std::optional<scene::Plane>& section)
     : m_Direction(withUsualLens(direction)),
+      m_Section(section),
       m_Middle(middleOf(box)),
       m_ToView(toViewOf(m_Direction, m_Middle)),
       m_Slices(sizeOf(box) / SlabsPerSize, Slice{{Infinity, Infinity}, {-Infinity, -Infinity}}) {}
 
 void Framing::add(const scene::SceneElement& element, const math::Matrix4& parent) {
-  forAllPoints(
-      element, m_ToView * parent, [this](const scene::BoundingBox& box) { return covers(box); },
-      [this](const math::Vector3& point) { add(point); });
+  VisiblePoints(
+      m_ToView, m_Section, [this](const scene::BoundingBox& box) { return covers(box); },
+      [this](const math::Vector3& point) { add(point); })
+      .visit(element, parent);
 }
 
 /// Of what turns, only how far from the axis it reaches at each height decides.
 void Framing::addTurning(const scene::SceneElement& element, const math::Matrix4& parent) {
   m_Turns = true;
   Slabs<double> radii(m_Slices.thickness(), -1);
-  forAllPoints(
-      element, math::translation(-m_Middle[0], -m_Middle[1], -m_Middle[2]) * parent,
+  VisiblePoints(
+      math::translation(-m_Middle[0], -m_Middle[1], -m_Middle[2]), m_Section,
       [&radii](const scene::BoundingBox& box) {
         const double farthest = std::hypot(std::max(-box.min[0], box.max[0]), std::max(-box.min[1], box.max[1]));
         return radii.all(box.min[2], box.max[2], [farthest](double radius) { return radius >= farthest; });
@@ -80,7 +67,8 @@ void Framing::addTurning(const scene::SceneElement& element, const math::Matrix4
         double& radius = radii.at(point[2]);
         const double square = point[0] * point[0] + point[1] * point[1];
         if (square > radius * radius || radius < 0) radius = std::sqrt(square);
-      });
+      })
+      .visit(element, parent);
   const math::Matrix4 toView = m_ToView * math::translation(m_Middle[0], m_Middle[1], m_Middle[2]);
   constexpr int Steps = 48;
   constexpr double Inside = 0.01;  // of a slab, so that rounding leaves all of a ring in the same slice
@@ -99,6 +87,10 @@ void Framing::add(const math::Vector3& point) {
     slice.least[axis] = std::min(slice.least[axis], point[std::size_t(axis)]);
     slice.most[axis] = std::max(slice.most[axis], point[std::size_t(axis)]);
   }
+}
+
+bool Framing::gatheredLike(const Framing& other) const {
+  return m_ToView == other.m_ToView && m_Turns == other.m_Turns && m_Slices == other.m_Slices;
 }
 
 /// Whether nothing in the box, which is in the view's own space, would change anything.

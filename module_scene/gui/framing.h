@@ -1,7 +1,10 @@
 // Finds the view that shows something centred and as large as it fits.
 #pragma once
 
+#include <optional>
+
 #include "module_scene/graph/sceneelement.h"
+#include "module_scene/graph/section.h"
 #include "module_scene/gui/camera.h"
 #include "module_scene/gui/slabs.h"
 
@@ -12,8 +15,8 @@ namespace nubo::gui {
 /// value without an owner's thread.
 class NUBO_MODULE_SCENE_EXPORT Framing {
  public:
-  /// `box` is that of the scene at some time.
-  Framing(const Camera& direction, const scene::BoundingBox& box);
+  /// `box` is that of the scene at some time. What lies beyond the plane of a section does not count.
+  Framing(const Camera& direction, const scene::BoundingBox& box, const std::optional<scene::Plane>& section = {});
   /// All that is visible in and below the element, where it stands now; `parent` is where its parent stands. The caller
   /// holds the scene's lock.
   void add(const scene::SceneElement& element, const math::Matrix4& parent = math::Matrix4());
@@ -23,11 +26,15 @@ class NUBO_MODULE_SCENE_EXPORT Framing {
   /// all that was added, or what was added to `centred`, a part of it that is seen from the same direction. `margin` is
   /// the part of the view that is left free at each of its sides, from 0 to 0.45.
   Camera camera(int width, int height, const Framing* centred = nullptr, double margin = Camera::UsualMargin) const;
+  /// Whether the same was gathered, from the same direction.
+  bool gatheredLike(const Framing& other) const;
 
  private:
   /// What lies between two planes across the line of sight.
   struct Slice {
-    double least[2], most[2];  ///< to the right and up; empty: least > most
+    std::array<double, 2> least, most;  ///< to the right and up; empty: least > most
+
+    bool operator==(const Slice& o) const { return least == o.least && most == o.most; }
   };
 
   void add(const math::Vector3& point);
@@ -39,6 +46,7 @@ class NUBO_MODULE_SCENE_EXPORT Framing {
   double middle(int axis, double eye) const;
 
   Camera m_Direction;
+  std::optional<scene::Plane> m_Section;
   bool m_Turns = false;
   math::Vector3 m_Middle;  ///< of the box
   math::Matrix4 m_ToView;  ///< moves that to the origin and turns it so that z points to the eye

@@ -9,7 +9,6 @@
 #include "module_scene/draw/environment.h"
 #include "module_scene/draw/scenedrawer.h"
 #include "module_scene/draw/viewpoint.h"
-#include "module_scene/gui/framing.h"
 #include "module_scene/gui/viewer.h"
 
 namespace nubo::gui {
@@ -54,15 +53,15 @@ void ScenePanel::setWidening(double factor) {
   update();
 }
 
-void ScenePanel::fit(const QSize& size) {
+std::shared_ptr<const Subject> ScenePanel::wholeScene() const {
   const auto scene = scene::_GlobalScene();
   const scene::SceneLocker locker(scene, scene::LockAll);
   const auto root = scene ? scene->getRootNode() : nullptr;
-  if (!root) return;
-  Framing still(m_Camera, root->getBoundingBox()), turning = still;
-  still.add(*root);
-  turning.addTurning(*root);
-  setCamera(turning.camera(size.width(), size.height(), &still, m_Margin));
+  return root ? std::make_shared<Subject>(m_Camera, *root, *scene) : nullptr;
+}
+
+void ScenePanel::fit() {
+  if (const auto whole = wholeScene()) setCamera(whole->camera(size(), m_Margin));
 }
 
 void ScenePanel::initializeGL() {

@@ -5,7 +5,7 @@
 #include <QOpenGLWidget>
 #include <memory>
 
-#include "module_scene/gui/camera.h"
+#include "module_scene/gui/subject.h"
 
 namespace nubo::scene {
 class SceneDrawer;
@@ -29,7 +29,7 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   const Camera& getCamera() const { return m_Camera; }
   void setCamera(const Camera& camera);
   /// Shows the whole scene from the direction as it is, with room for turning about the vertical axis.
-  void fit() { fit(size()); }
+  void fit();
   /// How much of a view's height is left free below and above of what is fitted, from 0 to 0.45.
   void setMargin(double margin) { m_Margin = margin; }
   double getMargin() const { return m_Margin; }
@@ -43,8 +43,8 @@ class NUBO_MODULE_SCENE_EXPORT ScenePanel : public QOpenGLWidget {
   void cameraChanged();
 
  protected:
-  /// The same into a part of the panel of this size.
-  void fit(const QSize& size);
+  /// The whole scene as it is now, from the camera's direction; null: there is none.
+  std::shared_ptr<const Subject> wholeScene() const;
   /// Shows so many times as much to all sides as pictures of the panel do; the view transform stays as it is.
   void setWidening(double factor);
   double getWidening() const { return m_Widening; }

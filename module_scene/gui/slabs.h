@@ -21,6 +21,10 @@ class Slabs {
   /// Where that one begins.
   double begin(std::size_t slab) const { return double(m_First + long(slab)) * m_Thickness; }
 
+  bool operator==(const Slabs& o) const {
+    return m_Thickness == o.m_Thickness && m_First == o.m_First && m_Values == o.m_Values;
+  }
+
   /// Of the slab in which `place` is.
   Value& at(double place) {
     const long wanted = numberOf(place);

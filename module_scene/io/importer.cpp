@@ -90,12 +90,12 @@ void readWithPlugin(const ReaderChoice& choice, const QString& fileName, ImportC
   }
 }
 
-QString formatOf(const ReaderChoice& choice) {
-  if (!choice.reader) return QString();
+ReaderFormat formatOf(const ReaderChoice& choice) {
+  if (!choice.reader) return {};
   const auto& formats = choice.reader->formats;
   const auto found = std::find_if(formats.begin(), formats.end(),
                                   [&](const ReaderFormat& format) { return format.suffixes.contains(choice.format); });
-  return found == formats.end() ? choice.format : found->description;
+  return found == formats.end() ? ReaderFormat{{}, choice.format, {}} : *found;
 }
 
 void readFile(const QString& fileName, ImportControl& control, Level level, ImportResult& result) {
@@ -111,8 +111,13 @@ void readFile(const QString& fileName, ImportControl& control, Level level, Impo
   else if (!choice.knownByContent && (suffix == QLatin1String("stl") || hasSizeOfBinaryStl(firstBytes, info.size())))
     geometry = readBinaryStl(fileName, control);
   result.reader = geometry ? QStringLiteral("nubo") : choice.reader ? choice.reader->name : QString();
-  result.format = geometry ? beginsAsPly(firstBytes) ? QStringLiteral("PLY") : QStringLiteral("STL") : formatOf(choice);
-  if (geometry) return addSingle(fileName, geometry, result);
+  if (geometry) {
+    result.format = beginsAsPly(firstBytes) ? QStringLiteral("PLY") : QStringLiteral("STL");
+    return addSingle(fileName, geometry, result);
+  }
+  const ReaderFormat format = formatOf(choice);
+  result.format = format.description;
+  result.inMetres = format.inMetres;
   if (!choice.reader) throw ImportError(ImportError::tr("its format is not known"));
   readWithPlugin(choice, fileName, control, level, result);
 }
@@ -138,6 +143,7 @@ ImportResult import(const QString& fileName, ImportControl& control, Level level
 }  // namespace
 
 void ImportResult::add(const ImportResult& other) {
+  inMetres = other.inMetres && (inMetres || root->getChildren().empty());
   root->addChild(other.root);
   animations.insert(animations.end(), other.animations.begin(), other.animations.end());
   cameras.insert(cameras.end(), other.cameras.begin(), other.cameras.end());

@@ -16,6 +16,7 @@ struct ImportResult {
   std::vector<scene::FileCamera> cameras;    ///< that stand below root, each with a name of its own
   QStringList variants;                      ///< names of the choices of materials that ImportSettings::variant has
   QString format, reader;                    ///< what the file holds, and which reader has read it
+  bool inMetres = false;                     ///< the file says how long its numbers are, and these are metres now
   QString error;                             ///< one line: file and cause; empty on success
   QStringList warnings;                      ///< one line each, such as a texture that is missing
 

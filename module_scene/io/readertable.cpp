@@ -39,6 +39,7 @@ ReaderFormat readFormat(const QJsonObject& source) {
   for (const QJsonValue& suffix : source[QStringLiteral("suffixes")].toArray())
     if (!suffix.toString().isEmpty()) format.suffixes << suffix.toString().toLower();
   format.contentOnly = source[QStringLiteral("contentOnly")].toBool();
+  format.inMetres = source[QStringLiteral("inMetres")].toBool();
   format.description = source[QStringLiteral("description")].toString();
   for (const QJsonValue& signature : source[QStringLiteral("begins")].toArray()) {
     format.signatures.push_back(readSignature(signature.toObject()));

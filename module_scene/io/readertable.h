@@ -27,6 +27,7 @@ struct ReaderFormat {
   QString description;
   std::vector<Signature> signatures;  ///< any of them; none: the format is known by suffixes only
   bool contentOnly = false;           ///< a suffix alone does not make a file one of this format
+  bool inMetres = false;              ///< files say how long their numbers are, and models come in metres
 };
 
 /// A reader plug-in, as the file beside its library tells.

@@ -35,12 +35,7 @@ class Cutter {
 
  private:
   bool isMet(const Cluster& cluster) const {
-    double least = -m_Plane.distance, most = least;
-    for (std::size_t i = 0; i < 3; ++i) {
-      const double a = m_Plane.normal[i] * double(cluster.min[i]), b = m_Plane.normal[i] * double(cluster.max[i]);
-      least += std::min(a, b);
-      most += std::max(a, b);
-    }
+    const auto [least, most] = m_Plane.rangeOf(cluster);
     return least <= 0 && most >= 0;
   }
 

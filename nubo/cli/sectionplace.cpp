@@ -33,13 +33,10 @@ std::optional<SectionPlace> throughPoints(const QStringList& texts) {
 
 /// Of the plane and the scene's box.
 QString whyNothingCut(const scene::Plane& plane, const scene::BoundingBox& box) {
-  bool before = false, beyond = false;
-  for (int corner = 0; corner < 8; ++corner) {
-    const auto at = [&](int axis) { return (corner & (1 << axis) ? box.max : box.min)[std::size_t(axis)]; };
-    (plane.beyond({at(0), at(1), at(2)}) > 0 ? beyond : before) = true;
-  }
-  if (!before && !box.isEmpty()) return QStringLiteral("the section takes away the whole scene");
-  return beyond ? QString() : QStringLiteral("the section lies outside of the scene and takes nothing away");
+  const auto [least, most] = plane.rangeOf(box);
+  if (!box.isEmpty() && least > 0) return QStringLiteral("the section takes away the whole scene");
+  return !box.isEmpty() && most > 0 ? QString()
+                                    : QStringLiteral("the section lies outside of the scene and takes nothing away");
 }
 
 QString whatIsOpen(const QStringList& names) {

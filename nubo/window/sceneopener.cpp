@@ -102,16 +102,16 @@ void SceneOpener::sceneRead(const QStringList& files, const QStringList& failed,
 void SceneOpener::install(const QStringList& files, const io::ImportResult& result) {
   m_Parts.trajectory.clear();
   m_Parts.panels.setSelection(nullptr);
-  m_Parts.section.setScene({});
+  m_Parts.section.setScene({}, false);
   scene::_GlobalScene()->setRootNode(result.root);
   const app::CommandLine line = std::exchange(m_Line, {});
   QStringList failures = {m_Parts.trajectory.setScene(result.animations, line),
                           app::whyNoVariant(line.variant, result.variants)};
-  m_Parts.section.setScene(line.section);
   m_Thinner.thin(*result.root);
   m_Parts.tree.rebuild();
   m_Parts.views.setScene(files, result.cameras);
   for (ViewPanel* panel : m_Parts.panels.panels()) panel->showAll();
+  m_Parts.section.setScene(line.section, result.inMetres);  // the first view is of the whole, as without a window
   if (const auto camera = trajectory::SelectedTrajectory().camera()) m_Parts.panels.activePanel()->setCamera(*camera);
   if (const auto name = app::cameraName(line.view)) {
     failures << QString();

@@ -11,6 +11,7 @@
 #include "module_scene/gui/cameraview.h"
 #include "module_scene/gui/framing.h"
 #include "module_scene/gui/picking.h"
+#include "module_scene/gui/subject.h"
 #include "support/quad.h"
 
 namespace nubo::gui {
@@ -145,6 +146,50 @@ TEST(Framing, ManyPartsAreFramedAsTheWholeOfThemIs) {
       }
       EXPECT_EQ(cameras[0].transform(), cameras[1].transform());
     }
+}
+
+/// A board that stands along x, of faces, lines or points.
+util::YPointer<scene::Geometry> board(scene::Kind kind, float length) {
+  const util::YPointer<scene::Geometry> geometry(new scene::Geometry);
+  geometry->kind = kind;
+  geometry->positions = {0, 0, 0, length, 0, 0, length, 0, 2, 0, 0, 2};
+  geometry->indices = {0, 1, 2, 3};
+  if (kind == scene::KindFaces) geometry->indices = {0, 1, 2, 0, 2, 3};
+  if (kind == scene::KindLines) geometry->indices = {0, 1, 1, 2, 2, 3, 3, 0};
+  scene::prepare(*geometry);
+  return geometry;
+}
+
+TEST(Subject, IsWhatASectionLeaves) {
+  const auto subject = [](scene::Kind kind, float length, const util::YPointer<scene::Section>& section) {
+    const util::YPointer<scene::Scene> scene(new scene::Scene);
+    const util::YPointer<scene::SceneElement> root(new scene::SceneElement), leaf(new scene::SceneElement);
+    leaf->setTransform(math::translation(3, 0, 0) * math::scaling(2, 1, 1));
+    leaf->addGeometry(board(kind, length));
+    root->addChild(leaf);
+    scene->setSection(section);
+    return Subject(Camera(), *leaf, *scene);
+  };
+  const auto at = [](double x) { return util::YPointer<scene::Section>(new scene::Section({{2, 0, 0}, 2 * x})); };
+  struct Row {
+    const char* name;
+    scene::Kind kind;
+    double place;
+    float left;
+  };
+  for (const Row& row : {Row{"faces", scene::KindFaces, 11, 4},
+                         {"lines", scene::KindLines, 11, 4},
+                         {"points", scene::KindPoints, 11, 0},
+                         {"nothing is cut", scene::KindFaces, 24, 10}}) {
+    SCOPED_TRACE(row.name);
+    const Subject cut = subject(row.kind, 10, at(row.place)), left = subject(row.kind, row.left, nullptr);
+    const math::Matrix4 seen = cut.camera({500, 400}, 0.1).transform(),
+                        wanted = left.camera({500, 400}, 0.1).transform();
+    for (std::size_t i = 0; i < 16; ++i) EXPECT_NEAR(seen.data()[i], wanted.data()[i], 1e-3) << i;
+    EXPECT_FALSE(cut == subject(row.kind, 9, nullptr));
+    EXPECT_TRUE(cut == subject(row.kind, 10, at(row.place)));
+  }
+  EXPECT_FALSE(subject(scene::KindFaces, 10, at(2.9)));
 }
 
 TEST(Picking, ClicksNearPointsPickTheNearestOfThem) {

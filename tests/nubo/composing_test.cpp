@@ -2,6 +2,7 @@
 // it.
 #include <QColorDialog>
 #include <QComboBox>
+#include <QDoubleSpinBox>
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QSlider>
@@ -43,6 +44,9 @@ class Composing : public WindowTest {
 
 TEST_F(Composing, CutsTheSceneOpen) {
   panel().setOrthographic(true);
+  panel().setSelection(scene::_GlobalScene()->getRootNode());
+  EXPECT_NEAR(columns(panel().grabFramebuffer()).second, columns(panel().picture()).second, 2) << "the frame around it";
+  panel().setSelection(nullptr);
   const int height = panel().height();
   useShortcut("F7");
   auto* slider = window->findChild<QSlider*>("sectionSlider");
@@ -73,6 +77,15 @@ TEST_F(Composing, CutsTheSceneOpen) {
   useShortcut("F7");
   const QImage whole = panel().picture();
   EXPECT_NEAR(columns(whole).first, whole.width() - 1 - columns(whole).second, 2);
+
+  useShortcut("F7");
+  EXPECT_EQ(window->findChild<QDoubleSpinBox*>("sectionPlace")->suffix(), " units");
+  slider->setValue(250);
+  useShortcut("Ctrl+0");
+  const auto fitted = columns(panel().picture());
+  EXPECT_NEAR(fitted.first, panel().width() - 1 - fitted.second, 2) << "what is left is in the middle";
+  useShortcut("F7");
+  EXPECT_NE(columns(panel().picture()), fitted) << "and the view is fitted to that still";
 }
 
 TEST_F(Composing, CutsThroughThreePoints) {

@@ -267,11 +267,41 @@ TEST_F(WindowTest, MovesTheJointsOfARobotWithSliders) {
   EXPECT_NEAR(tip()[0], length * std::cos(angle), 1e-9);
   EXPECT_TRUE(waitUntil([&] { return panels().activePanel()->grabFramebuffer() != before; }));
   number->setValue(-30);
-  EXPECT_TRUE(waitUntil([&] { return std::abs(tip()[1] / tip()[0] + std::tan(std::acos(-1.0) / 6)) < 1e-9; }));
+  const auto isMoved = [&] { return std::abs(tip()[1] / tip()[0] + std::tan(std::acos(-1.0) / 6)) < 1e-9; };
+  EXPECT_TRUE(waitUntil(isMoved));
+  useShortcut("Ctrl+Z");
+  useShortcut("Ctrl+Shift+Z");  // the movement has come to rest
+  EXPECT_TRUE(waitUntil(isMoved));
+  const Camera unmoved = panels().activePanel()->getCamera();
+  useShortcut("Ctrl+0");
+  const Camera fitted = panels().activePanel()->getCamera();
+  EXPECT_FALSE(looksAlike(fitted, unmoved)) << "the view is of how the robot stands now";
+  useShortcut("Ctrl+0");
+  useShortcut("Ctrl+Z");
+  EXPECT_TRUE(looksAlike(panels().activePanel()->getCamera(), unmoved)) << "one step, although both show all";
+  EXPECT_TRUE(isMoved());
+  useShortcut("Ctrl+Shift+Z");
+  EXPECT_TRUE(looksAlike(panels().activePanel()->getCamera(), fitted));
+  useShortcut("F7");
+  EXPECT_EQ(window->findChild<QDoubleSpinBox*>("sectionPlace")->suffix(), " m");
   for (auto* undo = window->findChild<QAction*>("undo"); undo->isEnabled();) undo->trigger();
   EXPECT_TRUE(waitUntil([&] { return std::abs(tip()[1]) < 1e-9; })) << "as it was read";
   for (auto* redo = window->findChild<QAction*>("redo"); redo->isEnabled();) redo->trigger();
-  EXPECT_TRUE(waitUntil([&] { return std::abs(tip()[1] / tip()[0] + std::tan(std::acos(-1.0) / 6)) < 1e-9; }));
+  EXPECT_TRUE(waitUntil(isMoved));
+}
+
+TEST_F(WindowTest, GoesBackToTheDefaultBackground) {
+  const auto color = [] { return scene::_GlobalScene()->getBackgroundColor().name(); };
+  const QString usual = color();
+  main::nuboSettings()->setValue("window/background", "#ff0000");
+  main::nuboSettings()->setValue("window/backgroundTop", "#00ff00");
+  for (const bool isSet : {true, false}) {
+    window.reset();
+    ASSERT_NO_FATAL_FAILURE(openWindow());
+    EXPECT_EQ(color(), isSet ? "#ff0000" : usual);
+    action("defaultBackground")->trigger();
+    EXPECT_TRUE(waitUntil([&] { return color() == usual && scene::_GlobalScene()->getBackground().isPlain(); }));
+  }
 }
 
 }  // namespace

@@ -13,9 +13,12 @@
 
 namespace nubo::window {
 
-std::optional<QPointF> project(const math::Vector3& eye, const QSize& size, double widening) {
-  if (eye[2] > -0.01) return std::nullopt;
-  const double unit = 0.5 * size.height() / (std::tan(scene::HalfOpening) * widening * -eye[2]);
+std::optional<QPointF> project(const math::Vector3& point, const gui::Camera& camera, const QSize& size,
+                               double widening) {
+  const math::Vector3 eye = math::transformPoint(camera.transform(), point);
+  const double depth = camera.orthographic ? camera.distance : -eye[2];
+  if (depth < 0.01) return std::nullopt;
+  const double unit = 0.5 * size.height() / (std::tan(scene::HalfOpening) * widening * depth);
   return QPointF(0.5 * size.width() + eye[0] * unit, 0.5 * size.height() - eye[1] * unit);
 }
 
@@ -55,18 +58,27 @@ void paintBox(QPainter& painter, const scene::SceneElement& element, const gui::
               double widening) {
   const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
   const scene::SceneElement* parent = element.getParent();
-  const math::Matrix4 view = camera.transform() * (parent ? parent->getGlobalTransform() : math::Matrix4());
+  const math::Matrix4 placed = parent ? parent->getGlobalTransform() : math::Matrix4();
   const scene::BoundingBox box = element.getBoundingBox();
   if (box.isEmpty()) return;
   std::array<std::optional<QPointF>, 8> corners;
   for (int i = 0; i < 8; ++i) {
     const math::Vector3 corner{i & 1 ? box.max[0] : box.min[0], i & 2 ? box.max[1] : box.min[1],
                                i & 4 ? box.max[2] : box.min[2]};
-    corners[i] = project(math::transformPoint(view, corner), size, widening);
+    corners[i] = project(math::transformPoint(placed, corner), camera, size, widening);
   }
   for (int i = 0; i < 8; ++i)
     for (const int bit : {1, 2, 4})
       if (!(i & bit) && corners[i] && corners[i | bit]) painter.drawLine(*corners[i], *corners[i | bit]);
+}
+
+void paintMark(QPainter& painter, const QPointF& place) {
+  const QPen pen = painter.pen();
+  for (const QPen& each : {QPen(Qt::black, 5), QPen(Qt::white, 3), QPen(pen.color(), 1.5)}) {
+    painter.setPen(each);
+    painter.drawEllipse(place, 5, 5);
+  }
+  painter.setPen(pen);
 }
 
 void paintFrame(QPainter& painter, const QRectF& frame, const QSize& size) {

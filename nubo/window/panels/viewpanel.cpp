@@ -7,7 +7,6 @@
 #include <cmath>
 
 #include "module_scene/draw/viewpoint.h"
-#include "module_scene/gui/framing.h"
 #include "module_scene/gui/picking.h"
 #include "module_scene/gui/viewer.h"
 #include "nubo/window/panels/overlay.h"
@@ -31,7 +30,12 @@ void ViewPanel::setSelection(const util::YPointer<scene::SceneElement>& element)
 }
 
 void ViewPanel::showAll() {
-  fit(fittedArea());
+  mp_Whole = wholeScene();
+  refit();
+}
+
+void ViewPanel::refit() {
+  if (mp_Whole) setCamera(mp_Whole->camera(fittedArea(), getMargin()));
   m_ShowsAll = true;
 }
 
@@ -39,18 +43,17 @@ bool ViewPanel::View::operator==(const View& other) const {
   const gui::Camera &a = camera, &b = other.camera;
   if (all != other.all || a.orthographic != b.orthographic) return false;
   if (!all) return a.transform() == b.transform();
-  return a.azimuth == b.azimuth && a.elevation == b.elevation && a.roll == b.roll;
+  return a.azimuth == b.azimuth && a.elevation == b.elevation && a.roll == b.roll &&
+         (whole == other.whole || (whole && other.whole && *whole == *other.whole));
 }
 
 void ViewPanel::setView(const View& view) {
   setCamera(view.camera);
-  if (view.all) showAll();
+  mp_Whole = view.whole;
+  if (view.all) refit();
 }
 
-void ViewPanel::lookLike(const ViewPanel& other) {
-  setCamera(other.getCamera());
-  m_ShowsAll = other.m_ShowsAll;
-}
+void ViewPanel::lookLike(const ViewPanel& other) { setView(other.view()); }
 
 void ViewPanel::showView(const QString& name) {
   gui::Camera camera = getCamera();
@@ -61,22 +64,19 @@ void ViewPanel::showView(const QString& name) {
 
 void ViewPanel::setOrthographic(bool orthographic) {
   gui::Camera camera = getCamera();
+  const bool showsAll = m_ShowsAll;
   camera.orthographic = orthographic;
   setCamera(camera);
-  if (m_ShowsAll) showAll();
+  if (showsAll) showAll();
 }
 
 void ViewPanel::fitSelection() {
-  const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
-  const scene::SceneElement* parent = m_Selection ? m_Selection->getParent() : nullptr;
-  const math::Matrix4 placed = parent ? parent->getGlobalTransform() : math::Matrix4();
-  const scene::BoundingBox box = m_Selection ? m_Selection->getBoundingBox().transformed(placed) : scene::BoundingBox();
-  if (box.isEmpty()) return showAll();
-  gui::Framing still(getCamera(), box), turning = still;
-  still.add(*m_Selection, placed);
-  turning.addTurning(*m_Selection, placed);
-  const QSize area = fittedArea();
-  setCamera(turning.camera(area.width(), area.height(), &still, getMargin()));
+  if (!m_Selection) return showAll();
+  const auto scene = scene::_GlobalScene();
+  const scene::SceneLocker locker(scene, scene::LockAll);
+  const gui::Subject selected(getCamera(), *m_Selection, *scene);
+  if (!selected) return showAll();
+  setCamera(selected.camera(fittedArea(), getMargin()));
 }
 
 void ViewPanel::zoom(double factor) {
@@ -89,7 +89,7 @@ void ViewPanel::setFrame(const main::ParameterSet::Frame& frame) {
   const bool isOther = frame.aspect != m_Frame.aspect || frame.opening != m_Frame.opening;
   m_Frame = frame;
   widen();
-  if (isOther && m_ShowsAll && !m_Held) showAll();
+  if (isOther && m_ShowsAll && !m_Held) refit();
 }
 
 void ViewPanel::widen() {
@@ -116,7 +116,7 @@ void ViewPanel::paintGL() {
 void ViewPanel::resizeEvent(QResizeEvent* event) {
   ProgressivePanel::resizeEvent(event);
   widen();
-  if (m_ShowsAll && !m_Held) showAll();
+  if (m_ShowsAll && !m_Held) mp_Whole ? refit() : showAll();
   emit resized();
 }
 
@@ -127,8 +127,7 @@ void ViewPanel::paintOver() {
   painter.setPen(QPen(palette().color(QPalette::Highlight), 1.5));
   if (m_Selection) paintBox(painter, *m_Selection, getCamera(), size(), getWidening());
   for (const math::Vector3& mark : m_Marks)
-    if (const auto place = project(math::transformPoint(getCamera().transform(), mark), size(), getWidening()))
-      painter.drawEllipse(*place, 4, 4);
+    if (const auto place = project(mark, getCamera(), size(), getWidening())) paintMark(painter, *place);
   paintAxes(painter, getCamera(), size());
   if (!scene->getRootNode()) paintInvitation(painter, scene->getBackgroundColor(), size());
   if (m_Frame.opening > 0) {
@@ -190,8 +189,8 @@ double ViewPanel::distanceAlong(const math::Vector3& normal, const QPoint& moved
   const double step = 0.01 / camera.scale;
   math::Vector3 ahead = camera.center;
   for (std::size_t i = 0; i < 3; ++i) ahead[i] += step * normal[i];
-  const auto from = project(math::transformPoint(camera.transform(), camera.center), size(), getWidening());
-  const auto to = project(math::transformPoint(camera.transform(), ahead), size(), getWidening());
+  const auto from = project(camera.center, camera, size(), getWidening());
+  const auto to = project(ahead, camera, size(), getWidening());
   if (!from || !to) return 0;
   const QPointF direction = (*to - *from) / step;
   const double square = QPointF::dotProduct(direction, direction);

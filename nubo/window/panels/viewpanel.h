@@ -16,16 +16,17 @@ class ViewPanel : public ProgressivePanel {
 
   /// Null: nothing is selected.
   void setSelection(const util::YPointer<scene::SceneElement>& element);
-  /// Shows the whole scene, and goes on doing so when the panel gets another size.
+  /// Shows the whole scene as it is now, and goes on showing as much when the panel gets another size.
   void showAll();
   /// What a panel shows.
   struct View {
     gui::Camera camera;
-    bool all;  ///< the whole scene from the camera's direction, in panels of any size
+    bool all;                                   ///< the whole scene from the camera's direction, in panels of any size
+    std::shared_ptr<const gui::Subject> whole;  ///< what that was; null: there was none
 
     bool operator==(const View& other) const;
   };
-  View view() const { return {getCamera(), m_ShowsAll}; }
+  View view() const { return {getCamera(), m_ShowsAll, mp_Whole}; }
   void setView(const View& view);
   /// Looks from where the other panel looks.
   void lookLike(const ViewPanel& other);
@@ -64,6 +65,7 @@ class ViewPanel : public ProgressivePanel {
   void focusOutEvent(QFocusEvent* event) override;
 
  private:
+  void refit();
   void paintOver();
   void widen();
   QSizeF frameSize() const;
@@ -73,6 +75,7 @@ class ViewPanel : public ProgressivePanel {
 
   util::YPointer<scene::SceneElement> m_Selection;
   bool m_ShowsAll = true;  ///< and nobody has moved the view since
+  std::shared_ptr<const gui::Subject> mp_Whole;
   bool m_Held = false;
   main::ParameterSet::Frame m_Frame;
   QPoint m_Pressed, m_Dragged;  ///< where the mouse was pressed, and seen last

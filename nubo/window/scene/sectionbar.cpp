@@ -77,7 +77,8 @@ void SectionBar::addWidgets() {
   addWidget(mp_Note);
 }
 
-void SectionBar::setScene(const std::optional<app::SectionPlace>& place) {
+void SectionBar::setScene(const std::optional<app::SectionPlace>& place, bool inMetres) {
+  mp_Place->setSuffix(inMetres ? tr(" m", "metres") : tr(" units"));
   SectionState state;
   setState(state);
   const auto root = scene::_GlobalScene()->getRootNode();
@@ -156,12 +157,7 @@ void SectionBar::look() {
   const scene::SceneLocker locker(scene, scene::LockAll);
   const auto root = m_State.on ? scene->getRootNode() : nullptr;
   const scene::BoundingBox box = root ? root->getBoundingBox() : scene::BoundingBox();
-  if (box.isEmpty()) return;
-  for (std::size_t i = 0; i < 3; ++i) {
-    const double a = m_State.normal[i] * box.min[i], b = m_State.normal[i] * box.max[i];
-    m_Least += std::min(a, b);
-    m_Most += std::max(a, b);
-  }
+  if (!box.isEmpty()) std::tie(m_Least, m_Most) = scene::Plane{m_State.normal, 0}.rangeOf(box);
 }
 
 void SectionBar::apply() {

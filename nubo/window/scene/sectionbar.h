@@ -39,7 +39,7 @@ class SectionBar : public QToolBar {
   /// Shows and hides the bar, and so the section.
   QAction* switchAction() const { return mp_Switch; }
   /// To be called when another scene is there; it is cut where `place` says, if at all.
-  void setScene(const std::optional<app::SectionPlace>& place);
+  void setScene(const std::optional<app::SectionPlace>& place, bool inMetres);
   const SectionState& state() const { return m_State; }
   void setState(const SectionState& state);
   /// Moves the plane along its normal, in the scene's units.
