@@ -150,10 +150,10 @@ void ContactMap::prepare() {
   if (isComplete()) return;
   const Framebuffer framebuffer;
   const Stage begun = m_Stage;
-  setUpState();
   for (const Stage stage :
        {Stage::Faces, Stage::Points, Stage::Directions, Stage::Occlusion, Stage::Smoothing, Stage::Finishing}) {
     m_Stage = stage;
+    setUpState();  // as for drawing, or the driver would make something else
     (void)bindTarget(framebuffer.name());
     Seen* seen = this->seen();
     if (!seen) {

@@ -76,7 +76,7 @@ void ProgressivePanel::makeReady() {
   beginFrame(wholeDrawer(), view.samples);
   wholeDrawer().prepare(0);
   m_Whole->release();
-  prepareThinned();
+  m_PreparesThinned = true;
   update();
 }
 
@@ -94,6 +94,8 @@ scene::SceneDrawer& ProgressivePanel::wholeDrawer() {
 void ProgressivePanel::paintGL() {
   const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
   const scene::DrawingTurn turn;
+  // Not before, since what enlarges its pixels would have to be made again for a frame.
+  if (std::exchange(m_PreparesThinned, false)) prepareThinned();
   const View view = currentView();
   if (isNewAndLarge()) {
     m_Slow = true;

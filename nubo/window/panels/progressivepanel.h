@@ -59,6 +59,7 @@ class ProgressivePanel : public gui::ScenePanel {
   util::YPointer<scene::SceneElement> m_Root;  ///< that was painted last
   std::optional<View> m_Begun;                 ///< what m_Whole shows, or will when it is complete
   std::optional<View> m_Thinned;               ///< that was painted last
+  bool m_PreparesThinned = false;
   bool m_Complete = false;
   qint64 m_WholeTime = 0;     ///< milliseconds that it has taken
   bool m_Slow = false;        ///< the last whole drawing took too long for a moving view
