@@ -2,6 +2,7 @@
 
 #include <QElapsedTimer>
 #include <QOpenGLFunctions>
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -24,6 +25,21 @@ util::YPointer<Environment> environmentOf(const Scene& scene) {
   const util::YPointer<util::YObject> environment = scene.getEnvironment();
   return static_cast<Environment*>(environment.get());
 }
+
+namespace {
+
+bool isPicture(int layers) { return !(layers & ~(LayerModel | LayerTransparent)); }
+
+/// In a picture, edges that are as thin as a pixel or two are smoother than others need be: so a small one looks like a
+/// large one from further away.
+int samplesFor(const ViewQuery& query) {
+  constexpr double Thin = 2;
+  constexpr int ForThin = 16;
+  const bool isThin = query.edges && query.widthScale < Thin && isPicture(query.layers);
+  return query.samples > 0 && isThin ? std::max(query.samples, ForThin) : query.samples;
+}
+
+}  // namespace
 
 const double SceneDrawer::ZNEAR = 0.05;
 const double SceneDrawer::ZFAR = 100.0;
@@ -55,6 +71,7 @@ struct SceneDrawer::Private {
   // Of a drawing that has begun:
   std::optional<Painter> painter;
   Viewpoint viewpoint;
+  int fineness = 1;  // pixels that are drawn, for one of the caller's, on each axis
   bool shaded = false;
   double facesBack = 1;    // pixels over which they fall
   bool inContact = false;  // the map of contact is looked up
@@ -87,6 +104,10 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
   query.sieved = atOnce;
   query.edges = drawsEdges || look == Look::Technical;
   query.scaleWidths(viewHeight, viewpoint.lens);
+  fineness = SmoothBuffer::fineness(width, height, samplesFor(query));
+  query.width *= fineness;
+  query.height *= fineness;
+  query.widthScale *= fineness;
   list.clear();
   if (query.edges && detail == 0 && scene) {
     outlines.begin(viewpoint, scene->changeCount());
@@ -108,14 +129,14 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
   setUpState();
   // What is opaque, unsmoothed and without a margin may go where it shall end up: the pixels are the same.
   direct = samples == 0 && list.transparent().empty() && list.margin() == 0 && !onGround;
-  if (!direct) direct = !buffer.begin(width, height, list.margin(), samples);
+  if (!direct) direct = !buffer.begin(width, height, fineness, list.margin(), samples);
   if (!direct) buffer.suspend();
 }
 
 /// Pictures have none, so that they can be laid over any.
 void SceneDrawer::Private::drawBackground(int layers) {
   edges = SmoothBuffer::Edges::KeepColor;
-  if (!(layers & ~(LayerModel | LayerTransparent))) return;
+  if (isPicture(layers)) return;
   edges = SmoothBuffer::Edges::Blend;
   const Background background = scene ? scene->getBackground() : Background();
   if (background.isPlain()) return;
@@ -149,8 +170,8 @@ void SceneDrawer::Private::bindTarget(const StateGuard& state) {
   setUpState();
   shaded ? shader->begin(viewpoint, look, environment) : setUpLight();
   if (inContact)
-    shader->setContact(contact.texture(),
-                       contact.lookup(viewpoint, {width, height, direct ? 0 : list.margin(), facesBack}));
+    shader->setContact(contact.texture(), contact.lookup(viewpoint, {fineness * width, fineness * height,
+                                                                     direct ? 0 : list.margin(), facesBack}));
   if (shaded || drawsEdges) setFacesBack(facesBack);
   if (direct) {
     QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
@@ -158,7 +179,7 @@ void SceneDrawer::Private::bindTarget(const StateGuard& state) {
     load(GL_PROJECTION, viewpoint.projection);
   } else {
     buffer.resume();
-    load(GL_PROJECTION, extended(viewpoint.projection, width, height, list.margin()));
+    load(GL_PROJECTION, extended(viewpoint.projection, fineness * width, fineness * height, list.margin()));
   }
 }
 

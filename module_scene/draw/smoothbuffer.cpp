@@ -13,15 +13,19 @@ const char* const VertexShader = R"(#version 120
 void main() { gl_Position = gl_Vertex; }
 )";
 
-// Each fragment reads the pixel that lies under it, so nothing is interpolated. The background's alpha says
+// Each fragment reads the pixels that lie under it, so nothing is interpolated. The background's alpha says
 // whether edges blend into it.
-const char* const FragmentShader = R"(#version 120
+const char* const FragmentShader = R"(
 uniform sampler2D source;
 uniform vec2 offset;
 uniform vec2 scale;
 uniform vec4 background;
 void main() {
-  vec4 pixel = texture2D(source, (gl_FragCoord.xy + offset) * scale);
+  vec2 first = floor(gl_FragCoord.xy) * float(FINENESS) + offset + 0.5;
+  vec4 pixel = vec4(0.0);
+  for (int x = 0; x < FINENESS; ++x)
+    for (int y = 0; y < FINENESS; ++y) pixel += texture2D(source, (first + vec2(x, y)) * scale);
+  pixel /= float(FINENESS * FINENESS);
   if (pixel.a == 0.0) discard;
   vec3 color = background.a > 0.0 ? pixel.rgb + (1.0 - pixel.a) * background.rgb : pixel.rgb / pixel.a;
   gl_FragColor = vec4(color, pixel.a);
@@ -30,11 +34,13 @@ void main() {
 
 QOpenGLExtraFunctions* functions() { return QOpenGLContext::currentContext()->extraFunctions(); }
 
-int boundedSamples(int samples) {
+int limitOf(GLenum name) {
   GLint limit = 0;
-  glGetIntegerv(GL_MAX_SAMPLES, &limit);
-  return std::clamp(samples, 0, int(limit));
+  glGetIntegerv(name, &limit);
+  return limit;
 }
+
+int boundedSamples(int samples) { return std::clamp(samples, 0, limitOf(GL_MAX_SAMPLES)); }
 
 SharedName makeRenderbuffer(int samples, GLenum format, int width, int height) {
   SharedName result = SharedName::renderbuffer();
@@ -54,19 +60,30 @@ SharedName makeTexture(int width, int height) {
 
 }  // namespace
 
-bool SmoothBuffer::begin(int width, int height, int margin, int samples) {
+int SmoothBuffer::fineness(int width, int height, int samples) {
+  constexpr int Finest = 4;
+  constexpr int RoomForMargins = 1024;
+  const int own = std::max(1, boundedSamples(samples));
+  const int most = limitOf(GL_MAX_RENDERBUFFER_SIZE) - RoomForMargins;
+  int result = 1;
+  while (result < Finest && result * result * own < samples && (result + 1) * std::max(width, height) <= most) ++result;
+  return result;
+}
+
+bool SmoothBuffer::begin(int width, int height, int fineness, int margin, int samples) {
   m_Width = width;
   m_Height = height;
   m_Margin = margin;
-  reserve(width + 2 * margin, height + 2 * margin, boundedSamples(samples));
-  if (!createProgram() || !attach()) {
+  const int allWidth = fineness * width + 2 * margin, allHeight = fineness * height + 2 * margin;
+  reserve(allWidth, allHeight, boundedSamples(samples));
+  if (!createProgram(fineness) || !attach()) {
     suspend();
     return false;
   }
-  glViewport(0, 0, width + 2 * margin, height + 2 * margin);
+  glViewport(0, 0, allWidth, allHeight);
   // Only the part in use is cleared.
   glEnable(GL_SCISSOR_TEST);
-  glScissor(0, 0, width + 2 * margin, height + 2 * margin);
+  glScissor(0, 0, allWidth, allHeight);
   glClearColor(0, 0, 0, 0);
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   glDisable(GL_SCISSOR_TEST);
@@ -80,7 +97,7 @@ void SmoothBuffer::suspend() {
 
 void SmoothBuffer::resume() {
   attach();
-  glViewport(0, 0, m_Width + 2 * m_Margin, m_Height + 2 * m_Margin);
+  glViewport(0, 0, m_Fineness * m_Width + 2 * m_Margin, m_Fineness * m_Height + 2 * m_Margin);
 }
 
 void SmoothBuffer::reserve(int width, int height, int samples) {
@@ -114,9 +131,11 @@ bool SmoothBuffer::attach() {
   return gl->glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
 }
 
-bool SmoothBuffer::createProgram() {
-  if (m_Program.isUsable()) return true;
-  m_Program = linkProgram(VertexShader, FragmentShader);
+bool SmoothBuffer::createProgram(int fineness) {
+  if (m_Program.isUsable() && m_Fineness == fineness) return true;
+  m_Fineness = fineness;
+  m_Program = linkProgram(VertexShader,
+                          "#version 120\n#define FINENESS " + QByteArray::number(fineness) + '\n' + FragmentShader);
   if (!m_Program.name()) return false;
   QOpenGLFunctions* gl = functions();
   m_OffsetLocation = gl->glGetUniformLocation(m_Program.name(), "offset");
@@ -129,7 +148,8 @@ void SmoothBuffer::finish(GLuint framebuffer, const QColor& background, Edges ed
   QOpenGLExtraFunctions* gl = functions();
   const int end = std::min(first + rows, m_Height);
   if (m_Samples) {
-    const int left = m_Margin, right = m_Margin + m_Width, bottom = m_Margin + first, top = m_Margin + end;
+    const int left = m_Margin, right = m_Margin + m_Fineness * m_Width;
+    const int bottom = m_Margin + m_Fineness * first, top = m_Margin + m_Fineness * end;
     gl->glBindFramebuffer(GL_READ_FRAMEBUFFER, m_SamplewiseFramebuffer->name());
     gl->glBindFramebuffer(GL_DRAW_FRAMEBUFFER, m_ResolvedFramebuffer->name());
     gl->glBlitFramebuffer(left, bottom, right, top, left, bottom, right, top, GL_COLOR_BUFFER_BIT, GL_NEAREST);

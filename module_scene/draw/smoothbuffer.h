@@ -11,8 +11,9 @@
 namespace nubo::scene {
 
 /// An off-screen buffer with premultiplied colours, cleared to nothing, that is larger than the area to
-/// be drawn by a margin on each side and may hold several samples per pixel. finish() brings its inner
-/// part into the caller's framebuffer. Keeps its memory, which fits all areas up to the largest so far.
+/// be drawn by a margin on each side and may hold several samples per pixel. Its pixels may be finer than the caller's,
+/// which have the means of them: so edges are smoother than OpenGL's samples make them. finish() brings its inner part
+/// into the caller's framebuffer. Keeps its memory, which fits all areas up to the largest so far.
 ///
 /// Used with one context at a time, between begin() and finish() with the same; may be destroyed without
 /// one.
@@ -25,10 +26,13 @@ class SmoothBuffer {
     BlendOver   ///< over what is drawn there
   };
 
-  /// Binds a cleared buffer and sets the viewport to `width` x `height` pixels with `margin` more on each
-  /// side. `samples` is bounded by what OpenGL can do. False if OpenGL cannot: the framebuffer that was bound
-  /// must then be bound anew.
-  [[nodiscard]] bool begin(int width, int height, int margin, int samples);
+  /// How many of its pixels on each axis one of an area of that size must have, for so many samples in it; as far as
+  /// OpenGL can hold them.
+  static int fineness(int width, int height, int samples);
+  /// Binds a cleared buffer and sets the viewport to `width` x `height` pixels, each of fineness x fineness of its own,
+  /// with `margin` more of these on each side. `samples`, of the caller's pixels, are bounded by what OpenGL can do.
+  /// False if OpenGL cannot: the framebuffer that was bound must then be bound anew.
+  [[nodiscard]] bool begin(int width, int height, int fineness, int margin, int samples);
   /// To be called before another context may become current, or none, between begin() and finish().
   void suspend();
   /// Binds the buffer again, as begin() and the drawing since then left it.
@@ -40,7 +44,7 @@ class SmoothBuffer {
 
  private:
   void reserve(int width, int height, int samples);
-  [[nodiscard]] bool createProgram();
+  [[nodiscard]] bool createProgram(int fineness);
   bool attach();
 
   std::array<int, 2> m_Capacity{0, 0};
@@ -48,10 +52,10 @@ class SmoothBuffer {
   SharedName m_Resolved;    // texture: one colour per pixel
   SharedName m_Samplewise;  // renderbuffer: all samples' colours, if there are several
   SharedName m_Depth;       // renderbuffer
-  SharedName m_Program;
+  SharedName m_Program;     // for m_Fineness
   GLint m_OffsetLocation = 0, m_ScaleLocation = 0, m_BackgroundLocation = 0;
 
-  int m_Width = 0, m_Height = 0, m_Margin = 0;
+  int m_Width = 0, m_Height = 0, m_Fineness = 0, m_Margin = 0;
   std::optional<Framebuffer> m_ResolvedFramebuffer, m_SamplewiseFramebuffer;
 };
 
