@@ -108,7 +108,9 @@ TEST_F(SideBySide, HowFarTheyAreIsToldOfAllBytes) {
   }
   static_cast<void>(readSideBySide(files, m_Control, Others::AreRead, [&](const QString& file, ImportControl& own) {
     own.percent = file.endsWith("small") ? 100 : 20;
-    if (file.endsWith("large")) EXPECT_TRUE(waitUntil([this] { return m_Control.percent == 40; }));
+    if (file.endsWith("large")) {
+      EXPECT_TRUE(waitUntil([this] { return m_Control.percent == 40; }));
+    }
     return ImportResult();
   }));
   EXPECT_EQ(m_Control.percent, 100);
