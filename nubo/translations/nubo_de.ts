@@ -1434,6 +1434,14 @@
         <source> units</source>
         <translation> Einheiten</translation>
     </message>
+    <message>
+        <source>Click two more points</source>
+        <translation>Noch zwei Punkte anklicken</translation>
+    </message>
+    <message>
+        <source>Click one more point</source>
+        <translation>Noch einen Punkt anklicken</translation>
+    </message>
 </context>
 <context>
     <name>SettingsFold</name>

@@ -47,6 +47,7 @@ CommandStarter::CommandStarter(CommandRunner& runner, PanelArea& panels, Message
 }
 
 void CommandStarter::watch(const RunningCommand* run) {
+  m_Messages.dismissNotice();
   connect(run, &RunningCommand::endedEarly, &m_Messages, [this, title = run->title()](const QString& extent) {
     m_Messages.showNotice(tr("%1 ended early: %2").arg(title, extent));
   });

@@ -69,6 +69,10 @@ void MessageBar::showNotice(const QString& text) {
   if (m_Failures == 0) display(text);
 }
 
+void MessageBar::dismissNotice() {
+  if (m_Failures == 0) dismiss();
+}
+
 QString MessageBar::text() const { return mp_Frame->isHidden() ? QString() : mp_Text->text(); }
 
 void MessageBar::display(const QString& text) {

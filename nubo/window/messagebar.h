@@ -26,6 +26,8 @@ class MessageBar : public QToolBar {
   /// Shows something worth knowing, unless a failure stands there.
   void showNotice(const QString& text);
   /// Empty: none is shown.
+  /// Something else goes on, of which an earlier notice says nothing; failures stay.
+  void dismissNotice();
   QString text() const;
   void dismiss();
 

@@ -100,6 +100,7 @@ void SceneOpener::sceneRead(const QStringList& files, const QStringList& failed,
 
 /// Nothing runs, so that nobody uses the old scene or its trajectory.
 void SceneOpener::install(const QStringList& files, const io::ImportResult& result) {
+  m_Parts.messages.dismissNotice();
   m_Parts.trajectory.clear();
   m_Parts.panels.setSelection(nullptr);
   m_Parts.section.setScene({}, false);

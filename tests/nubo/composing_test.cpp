@@ -95,7 +95,12 @@ TEST_F(Composing, CutsThroughThreePoints) {
   window->findChild<QSlider*>("sectionSlider")->setValue(1000);
   emit directions->activated(3);
   const std::vector<math::Vector3> points{{0.2, -1, 0.1}, {1, 0.3, -0.2}, {-0.1, 0.2, 1}};
-  for (const math::Vector3& point : points) QTest::mouseClick(&panel(), Qt::LeftButton, {}, pixelOf(point));
+  const auto* note = window->findChild<QLabel*>("sectionNote");
+  for (std::size_t i = 0; i < 3; ++i) {
+    const char* const wanted[] = {"Click three", "Click two more", "Click one more"};
+    EXPECT_TRUE(note->text().startsWith(wanted[i])) << note->text().toStdString();
+    QTest::mouseClick(&panel(), Qt::LeftButton, {}, pixelOf(points[i]));
+  }
   EXPECT_EQ(directions->currentIndex(), 3);
   const auto section = scene::_GlobalScene()->getSection();
   ASSERT_TRUE(section);
@@ -143,6 +148,8 @@ TEST_F(Composing, GrabsAllSavedViews) {
       << files();
   EXPECT_NE(QImage(host.file("all-Side-1.png")), QImage(host.file("all-Side-1-2.png")));
   EXPECT_TRUE(waitUntil([&] { return panel().getCamera().transform() == before.transform(); }));
+  ASSERT_TRUE(openDialog("grabimage"));
+  EXPECT_EQ(qobject_cast<QLineEdit*>(field("filename"))->text(), host.file("all.png")) << "for one picture";
 }
 
 TEST_F(Composing, UndoesViewsAndSections) {

@@ -21,7 +21,8 @@ constexpr double OrbitStep = 5, PanStep = 0.05, ZoomStep = 1.15;
 
 ViewPanel::ViewPanel(QWidget* parent) : ProgressivePanel(parent) {
   setAccessibleName(tr("3-D view"));
-  connect(this, &ScenePanel::cameraChanged, this, [this] { m_ShowsAll = false; });
+  // Before others hear of it, and ask for the view.
+  connect(this, &ScenePanel::cameraChanged, this, [this] { m_ShowsAll = m_Refits; });
 }
 
 void ViewPanel::setSelection(const util::YPointer<scene::SceneElement>& element) {
@@ -35,8 +36,9 @@ void ViewPanel::showAll() {
 }
 
 void ViewPanel::refit() {
+  m_ShowsAll = m_Refits = true;
   if (mp_Whole) setCamera(mp_Whole->camera(fittedArea(), getMargin()));
-  m_ShowsAll = true;
+  m_Refits = false;
 }
 
 bool ViewPanel::View::operator==(const View& other) const {

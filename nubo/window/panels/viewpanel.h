@@ -76,6 +76,7 @@ class ViewPanel : public ProgressivePanel {
   util::YPointer<scene::SceneElement> m_Selection;
   bool m_ShowsAll = true;  ///< and nobody has moved the view since
   std::shared_ptr<const gui::Subject> mp_Whole;
+  bool m_Refits = false;  ///< the camera is about to show all
   bool m_Held = false;
   main::ParameterSet::Frame m_Frame;
   QPoint m_Pressed, m_Dragged;  ///< where the mouse was pressed, and seen last

@@ -90,7 +90,9 @@ void ParameterDialog::createForm() {
 
 int ParameterDialog::wholeHeight(int width) const {
   const QMargins margins = layout()->contentsMargins();
-  const int form = mp_Form->layout()->heightForWidth(width - margins.left() - margins.right());
+  // While it is scrolled it is narrower, and so higher.
+  const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+  const int form = mp_Form->layout()->heightForWidth(width - margins.left() - margins.right() - bar);
   return margins.top() + form + layout()->spacing() + mp_Buttons->sizeHint().height() + margins.bottom();
 }
 

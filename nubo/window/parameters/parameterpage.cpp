@@ -25,6 +25,14 @@ bool isFile(const main::AbstractParameter& parameter) {
   return dynamic_cast<main::FileParameterPanelFactory*>(parameter.getParameterPanelFactory());
 }
 
+/// The file name with a place for each view's name, or without it.
+QString withPlaceForView(const QString& fileName, bool wanted) {
+  const QFileInfo file(fileName);
+  const QString place = QLatin1Char('-') + app::ViewPlace;
+  const QString base = wanted ? file.completeBaseName() + place : file.completeBaseName().remove(place);
+  return file.dir().filePath(base + QLatin1Char('.') + file.suffix());
+}
+
 }  // namespace
 
 ParameterPage::ParameterPage(main::Command& command, const main::ParameterSet& set, bool narrow, QWidget* parent)
@@ -104,10 +112,7 @@ void ParameterPage::setPlaceForView(bool wanted) {
   m_ForViews = wanted;
   for (const Line& line : m_Lines) {
     if (!isFile(*line.parameter) || line.editor->text().contains(app::ViewPlace) == wanted) continue;
-    const QFileInfo file(line.editor->text());
-    const QString place = QLatin1Char('-') + app::ViewPlace;
-    const QString base = wanted ? file.completeBaseName() + place : file.completeBaseName().remove(place);
-    line.editor->setText(file.dir().filePath(base + QLatin1Char('.') + file.suffix()));
+    line.editor->setText(withPlaceForView(line.editor->text(), wanted));
   }
   showRemarks();
 }
@@ -172,7 +177,10 @@ ParameterEditor* ParameterPage::check() {
 void ParameterPage::remember() const {
   if (m_StoresSettings) return;
   for (const Line& line : m_Lines) {
-    main::nuboSettings()->setValue(settingsKey("values", *line.parameter), line.editor->text());
+    const QString text = line.editor->text();
+    const bool isForViews = m_ForViews && isFile(*line.parameter);  // which the next call need not be
+    main::nuboSettings()->setValue(settingsKey("values", *line.parameter),
+                                   isForViews ? withPlaceForView(text, false) : text);
     if (isFile(*line.parameter)) main::nuboSettings()->setValue(settingsKey("scenes", *line.parameter), sceneName());
   }
 }

@@ -130,7 +130,8 @@ void SectionBar::addPoint(const math::Vector3& point) {
   if (!m_Picks) return;
   m_Points.push_back(point);
   emit pickingChanged(true, m_Points);
-  if (m_Points.size() < 3) return;
+  if (m_Points.size() < 3)
+    return mp_Note->setText(m_Points.size() < 2 ? tr("Click two more points") : tr("Click one more point"));
   const math::Vector3 across = scene::normalized(
       scene::cross(scene::difference(m_Points[1], m_Points[0]), scene::difference(m_Points[2], m_Points[0])));
   if (across == math::Vector3{}) return setPicking(true);  // they are on one line
