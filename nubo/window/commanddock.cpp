@@ -4,6 +4,7 @@
 #include <QMainWindow>
 #include <QStackedWidget>
 #include <QTimer>
+#include <algorithm>
 
 #include "nubo/window/commands/runningcommand.h"
 #include "nubo/window/parameters/parameterdialog.h"
@@ -50,8 +51,25 @@ void CommandDock::makeRoom() {
   if (!window || isFloating() || !mp_Dialog) return;
   const int title = height() - mp_Pages->height();
   const int form = mp_Dialog->wholeHeight(mp_Pages->width());
-  if (height() < form + title) window->resizeDocks({this}, {form + title}, Qt::Vertical);
+  if (height() < form + title) takeHeight(*window, form + title);
   if (width() < UsualWidth) window->resizeDocks({this}, {UsualWidth}, Qt::Horizontal);
+}
+
+/// The docks beside it give up as much, or Qt would take it from all of them, this one too.
+void CommandDock::takeHeight(QMainWindow& window, int wanted) {
+  QList<QDockWidget*> docks{this};
+  QList<int> heights{wanted};
+  int missing = wanted - height();
+  for (auto* other : window.findChildren<QDockWidget*>()) {
+    const bool isBeside = other != this && other->isVisible() && !other->isFloating() &&
+                          window.dockWidgetArea(other) == window.dockWidgetArea(this);
+    if (!isBeside) continue;
+    const int given = std::clamp(other->height() - other->minimumSizeHint().height(), 0, missing);
+    docks << other;
+    heights << other->height() - given;
+    missing -= given;
+  }
+  window.resizeDocks(docks, heights, Qt::Vertical);
 }
 
 void CommandDock::dialogEnded() {

@@ -5,6 +5,7 @@
 #include <QPointer>
 
 QT_BEGIN_NAMESPACE
+class QMainWindow;
 class QStackedWidget;
 QT_END_NAMESPACE
 
@@ -38,6 +39,7 @@ class CommandDock : public QDockWidget {
   void dialogEnded();
 
   void makeRoom();
+  void takeHeight(QMainWindow& window, int wanted);
 
   QStackedWidget* mp_Pages;
   ResultView* mp_Result;

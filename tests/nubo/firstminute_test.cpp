@@ -5,6 +5,8 @@
 #include <QLineEdit>
 #include <QProcess>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSpinBox>
 
 #include "nubo/window/panels/panelframe.h"
@@ -154,6 +156,12 @@ TEST_F(FirstMinute, ChangesTheSettingsOfItsGroupWhereAVideoIsAskedFor) {
 }
 
 TEST_F(FirstMinute, KeepsTheButtonsOfADialogInSightInASmallWindow) {
+  for (const char* command : {"grabimage", "grabvideo"}) {
+    ASSERT_TRUE(openDialog(command));
+    const auto* bar = dialog()->findChild<QScrollArea*>()->verticalScrollBar();
+    EXPECT_TRUE(waitUntil([&] { return bar->maximum() == 0; })) << command << " need not be scrolled in a larger one";
+    ASSERT_TRUE(cancel());
+  }
   window->resize(800, 500);
   ASSERT_TRUE(openDialog("grabvideo"));
   const auto* buttons = dialog()->findChild<QDialogButtonBox*>();
