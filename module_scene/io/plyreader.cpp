@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "kernel/util/largememory.h"
 #include "module_scene/io/filestream.h"
 #include "module_scene/mesh/parallel.h"
 
@@ -185,8 +186,12 @@ class PlyReader {
     };
     if (!has(place)) throw ImportError(ImportError::tr("PLY: the vertices have no x, y and z"));
     scene::Geometry& g = *m_Geometry;
+    g.positions = util::listWithRoom<float>(count * 3);
     g.positions.resize(count * 3);
-    if (has(normal)) g.normals.resize(count * 3);
+    if (has(normal)) {
+      g.normals = util::listWithRoom<float>(count * 3);
+      g.normals.resize(count * 3);
+    }
     if (has(color)) g.colors.resize(count * 4, 255);
     constexpr std::size_t AtOnce = 1 << 16;
     for (std::size_t first = 0; first < count; first += AtOnce) {
@@ -231,6 +236,11 @@ class PlyReader {
       const std::size_t stride = element.stride();
       for (std::uint64_t i = 0; i < element.count && stride > 0; ++i) m_File.take(stride);
       return;
+    }
+    if (element.name == "face") {
+      constexpr std::uint64_t LeastBytes = 4;  // of a triangle
+      const std::uint64_t most = std::min(element.count, m_File.left() / LeastBytes);
+      m_Geometry->indices = util::listWithRoom<std::uint32_t>(std::size_t(most) * 3);
     }
     for (std::uint64_t i = 0; i < element.count; ++i)
       for (const Property& property : element.properties) {

@@ -105,7 +105,8 @@ util::YPointer<Deformation> RigBuilder::take(const reader::Mesh& mesh, scene::Ge
   util::YPointer<Deformation> deformation(new Deformation);
   takeBones(mesh, vertices, *deformation);
   takeShapes(mesh, vertices, *deformation);
-  geometry.identities = scene::findRepresentatives(vertices, MovedItems(*deformation));
+  const auto identities = scene::findRepresentatives(vertices, MovedItems(*deformation));
+  geometry.identities.assign(identities.begin(), identities.end());
   return deformation;
 }
 
@@ -154,8 +155,10 @@ util::YPointer<scene::Geometry> RigBuilder::use(const reader::Instance& instance
     deformation->positions = geometry->positions;
     deformation->normals = geometry->normals;
     const bool hasNormals = !m_Model.meshes[std::size_t(instance.mesh)].normals.empty();
-    if (geometry->kind == scene::KindFaces && !hasNormals && !deformation->firstDisplacement.empty())
-      deformation->smoothGroups = scene::findRepresentatives(geometry->vertexCount(), LitItems(*geometry));
+    if (geometry->kind == scene::KindFaces && !hasNormals && !deformation->firstDisplacement.empty()) {
+      const auto groups = scene::findRepresentatives(geometry->vertexCount(), LitItems(*geometry));
+      deformation->smoothGroups.assign(groups.begin(), groups.end());
+    }
   }
   const util::YPointer<scene::Geometry> own(new scene::Geometry(*geometry));
   m_Meshes.push_back({element, own, deformation, nullptr, {}, {}});

@@ -137,7 +137,7 @@ bool hasColors(const char* triangles, std::size_t count) {
 }
 
 void append(scene::Geometry& geometry, Vertices& vertices, const StlCorners& corners, std::size_t count) {
-  const std::vector<std::uint32_t> representatives = scene::findRepresentatives(count, corners);
+  const auto representatives = scene::findRepresentatives(count, corners);
   std::vector<std::uint32_t> different, numbers(count);
   for (std::uint32_t corner = 0; corner < count; ++corner)
     if (representatives[corner] == corner) different.push_back(corner);

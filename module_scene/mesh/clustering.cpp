@@ -1,17 +1,17 @@
 #include "module_scene/mesh/clustering.h"
 
 #include <array>
+#include <numeric>
 
 #include "module_scene/graph/boundingbox.h"
 #include "module_scene/mesh/parallel.h"
+#include "module_scene/mesh/radixsort.h"
 
 namespace nubo::scene {
 namespace {
 
-/// A primitive's place on a space-filling curve (upper half) and its number (lower half).
-using Item = std::uint64_t;
-
-std::uint32_t code(Item item) { return std::uint32_t(item >> 32); }
+constexpr int DigitBits = 10, CodeBits = 3 * DigitBits;
+constexpr std::uint32_t Digits = 1 << DigitBits;
 
 /// Moves the lower 10 bits three apart.
 std::uint32_t spread(std::uint32_t x) {
@@ -21,80 +21,88 @@ std::uint32_t spread(std::uint32_t x) {
   return (x | (x << 2)) & 0x09249249u;
 }
 
-/// Sorts by code and keeps the order of equal ones.
-void sortByCode(std::vector<Item>& items) {
-  constexpr int Bits = 10, Digits = 1 << Bits, CodeBits = 30;
-  std::vector<Item> sorted(items.size());
-  std::vector<std::array<std::size_t, Digits>> places(rangeCount(items.size()));
-  for (int shift = 32; shift < 32 + CodeBits; shift += Bits) {
-    const auto digit = [shift](Item item) { return (item >> shift) & (Digits - 1); };
-    parallelRanges(items.size(), [&](std::size_t begin, std::size_t end, std::size_t range) {
-      places[range].fill(0);
-      for (std::size_t i = begin; i < end; ++i) ++places[range][digit(items[i])];
-    });
-    std::size_t place = 0;
-    for (int d = 0; d < Digits; ++d)
-      for (auto& range : places) {
-        const std::size_t here = range[d];
-        range[d] = place;
-        place += here;
-      }
-    parallelRanges(items.size(), [&](std::size_t begin, std::size_t end, std::size_t range) {
-      for (std::size_t i = begin; i < end; ++i) sorted[places[range][digit(items[i])]++] = items[i];
-    });
-    items.swap(sorted);
-  }
-}
-
+/// Keeps no more of each primitive than its code and its number: this is where loading takes the most memory.
+template <int Corners>
 class Clusterer {
  public:
-  Clusterer(const std::vector<float>& positions, const std::vector<std::uint32_t>& indices, int corners)
-      : m_Positions(positions), m_Indices(indices), m_Corners(corners) {}
+  Clusterer(const std::vector<float>& positions, const std::vector<std::uint32_t>& indices)
+      : m_Positions(positions), m_Indices(indices), m_Codes(indices.size() / Corners), m_Order(m_Codes.size()) {}
 
   Clustering run() {
-    m_Items.resize(m_Indices.size() / m_Corners);
-    for (std::size_t i = 0; i < m_Items.size(); ++i) m_Items[i] = i;
-    setCodes(0, m_Items.size());
-    sortByCode(m_Items);
-    split(0, m_Items.size());
-    Clustering result;
-    result.ends = joinedSmallOnes();
-    result.order.resize(m_Items.size());
-    for (std::size_t i = 0; i < m_Items.size(); ++i) result.order[i] = std::uint32_t(m_Items[i]);
-    return result;
+    std::iota(m_Order.begin(), m_Order.end(), 0u);
+    setCodes(0, m_Order.size());
+    sort();
+    split(0, m_Order.size());
+    return {std::move(m_Order), joinedSmallOnes()};
   }
 
  private:
-  math::Vector3 center(Item item) const {
+  std::uint32_t code(std::size_t place) const { return m_Codes[m_Order[place]]; }
+
+  /// Of the corners: so many times the centre.
+  math::Vector3 sumOf(std::uint32_t primitive) const {
     math::Vector3 sum{0, 0, 0};
-    const std::uint32_t* corner = &m_Indices[std::size_t(std::uint32_t(item)) * m_Corners];
-    for (int k = 0; k < m_Corners; ++k)
+    const std::uint32_t* corner = &m_Indices[std::size_t(primitive) * Corners];
+    for (int k = 0; k < Corners; ++k)
       for (int axis = 0; axis < 3; ++axis) sum[axis] += m_Positions[std::size_t(corner[k]) * 3 + axis];
-    for (double& value : sum) value /= m_Corners;
     return sum;
   }
 
-  /// Gives the items in a range codes on a curve that fills the box of their centres.
+  /// Gives what stands at these places of the order codes on a curve that fills the box of their centres.
   void setCodes(std::size_t begin, std::size_t end) {
     std::vector<BoundingBox> boxes(rangeCount(end - begin));
     parallelRanges(end - begin, [&](std::size_t first, std::size_t last, std::size_t range) {
       BoundingBox own;  // kept apart from its neighbours in memory while it grows
-      for (std::size_t i = first; i < last; ++i) own.add(center(m_Items[begin + i]));
+      for (std::size_t i = first; i < last; ++i) own.add(sumOf(m_Order[begin + i]));
       boxes[range] = own;
     });
     BoundingBox box;
     for (const BoundingBox& other : boxes) box.add(other);
     double extent = 0;
     for (int axis = 0; axis < 3; ++axis) extent = std::max(extent, box.max[axis] - box.min[axis]);
-    const double scale = extent > 0 ? 1023 / extent : 0;
+    const double scale = extent > 0 ? (Digits - 1) / extent : 0;
     parallelRanges(end - begin, [&](std::size_t first, std::size_t last, std::size_t) {
       for (std::size_t i = begin + first; i < begin + last; ++i) {
-        const math::Vector3 c = center(m_Items[i]);
+        const math::Vector3 sum = sumOf(m_Order[i]);
         std::uint32_t code = 0;
-        for (int axis = 0; axis < 3; ++axis) code |= spread(std::uint32_t((c[axis] - box.min[axis]) * scale)) << axis;
-        m_Items[i] = (Item(code) << 32) | std::uint32_t(m_Items[i]);
+        for (int axis = 0; axis < 3; ++axis) code |= spread(std::uint32_t((sum[axis] - box.min[axis]) * scale)) << axis;
+        m_Codes[m_Order[i]] = code;
       }
     });
+  }
+
+  /// Orders all by their codes, and those of equal codes by their numbers: by the codes' first digits, and then what
+  /// has the same first digit, which mostly is so little that the caches hold it.
+  void sort() {
+    constexpr int Shift = CodeBits - DigitBits;
+    std::vector<std::array<std::uint32_t, Digits>> places(rangeCount(m_Order.size()));
+    parallelRanges(m_Codes.size(), [&](std::size_t begin, std::size_t end, std::size_t range) {
+      places[range].fill(0);
+      for (std::size_t i = begin; i < end; ++i) ++places[range][m_Codes[i] >> Shift];
+    });
+    std::vector<std::uint32_t> ends;
+    std::uint32_t place = 0;
+    for (std::uint32_t digit = 0; digit < Digits; ++digit) {
+      for (auto& range : places) range[digit] = std::exchange(place, place + range[digit]);
+      ends.push_back(place);
+    }
+    parallelRanges(m_Codes.size(), [&](std::size_t begin, std::size_t end, std::size_t range) {
+      for (std::size_t i = begin; i < end; ++i) m_Order[places[range][m_Codes[i] >> Shift]++] = std::uint32_t(i);
+    });
+    const std::size_t groups = m_Order.size() < WorthAThread ? 1 : 64;
+    runOnCores(groups, [&](std::size_t group) {
+      util::Scratch<Keyed> pairs, scratch;
+      for (std::size_t digit = Digits * group / groups; digit < Digits * (group + 1) / groups; ++digit)
+        sort(digit == 0 ? 0 : ends[digit - 1], ends[digit], Shift, pairs, scratch);
+    });
+  }
+
+  /// Orders these places by the lower bits of the codes, and those of equal codes as they stand.
+  void sort(std::size_t begin, std::size_t end, int bits, util::Scratch<Keyed>& pairs, util::Scratch<Keyed>& scratch) {
+    pairs.clear();
+    for (std::size_t i = begin; i < end; ++i) pairs.push_back(keyed(code(i), m_Order[i]));
+    sortByKey(pairs, bits, scratch);
+    std::transform(pairs.begin(), pairs.end(), m_Order.begin() + std::ptrdiff_t(begin), itemOf);
   }
 
   /// Cuts a sorted range where the curve leaves one half of a box for the other, until the parts are small.
@@ -103,21 +111,23 @@ class Clusterer {
       if (end > begin) m_Ends.push_back(std::uint32_t(end));
       return;
     }
-    const std::uint32_t difference = code(m_Items[begin]) ^ code(m_Items[end - 1]);
+    const std::uint32_t difference = code(begin) ^ code(end - 1);
     if (difference == 0) return splitCell(begin, end);
-    std::uint32_t bit = 1u << 29;
+    std::uint32_t bit = 1u << (CodeBits - 1);
     while (!(difference & bit)) bit >>= 1;
-    const auto middle = std::partition_point(m_Items.begin() + begin, m_Items.begin() + end,
-                                             [bit](Item item) { return !(code(item) & bit); });
-    split(begin, middle - m_Items.begin());
-    split(middle - m_Items.begin(), end);
+    const auto middle =
+        std::partition_point(m_Order.begin() + std::ptrdiff_t(begin), m_Order.begin() + std::ptrdiff_t(end),
+                             [&](std::uint32_t primitive) { return !(m_Codes[primitive] & bit); });
+    split(begin, std::size_t(middle - m_Order.begin()));
+    split(std::size_t(middle - m_Order.begin()), end);
   }
 
-  /// Looks closer at a range whose items all fell into the same cell of the curve.
+  /// Looks closer at a range whose primitives all fell into the same cell of the curve.
   void splitCell(std::size_t begin, std::size_t end) {
     setCodes(begin, end);
-    std::sort(m_Items.begin() + begin, m_Items.begin() + end);
-    if (code(m_Items[begin]) != code(m_Items[end - 1])) return split(begin, end);
+    util::Scratch<Keyed> pairs, scratch;
+    sort(begin, end, CodeBits, pairs, scratch);
+    if (code(begin) != code(end - 1)) return split(begin, end);
     for (; begin < end; begin += std::min<std::size_t>(MaxClusterSize, end - begin))
       m_Ends.push_back(std::uint32_t(std::min<std::size_t>(begin + MaxClusterSize, end)));
   }
@@ -140,8 +150,8 @@ class Clusterer {
 
   const std::vector<float>& m_Positions;
   const std::vector<std::uint32_t>& m_Indices;
-  const int m_Corners;
-  std::vector<Item> m_Items;
+  util::Scratch<std::uint32_t> m_Codes;  ///< per primitive: its place on a space-filling curve
+  util::Scratch<std::uint32_t> m_Order;
   std::vector<std::uint32_t> m_Ends;
 };
 
@@ -149,7 +159,14 @@ class Clusterer {
 
 Clustering clusterPrimitives(const std::vector<float>& positions, const std::vector<std::uint32_t>& indices,
                              int corners) {
-  return Clusterer(positions, indices, corners).run();
+  switch (corners) {
+    case 1:
+      return Clusterer<1>(positions, indices).run();
+    case 2:
+      return Clusterer<2>(positions, indices).run();
+    default:
+      return Clusterer<3>(positions, indices).run();
+  }
 }
 
 }  // namespace nubo::scene

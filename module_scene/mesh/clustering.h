@@ -4,12 +4,14 @@
 #include <cstdint>
 #include <vector>
 
+#include "kernel/util/largememory.h"
+
 namespace nubo::scene {
 
 /// An order of primitives in which neighbours in space are neighbours in the list, and where it is cut.
 struct Clustering {
-  std::vector<std::uint32_t> order;  ///< each primitive once
-  std::vector<std::uint32_t> ends;   ///< one past each cluster's last place in `order`
+  util::Scratch<std::uint32_t> order;  ///< each primitive once
+  std::vector<std::uint32_t> ends;     ///< one past each cluster's last place in `order`
 };
 
 /// Most primitives of a cluster; few clusters have less than a quarter of it.

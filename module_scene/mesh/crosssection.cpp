@@ -123,7 +123,7 @@ Outline outlineOf(const std::vector<const Geometry*>& geometries, const Plane& p
     result.most = geometry;
   }
   const auto ends = std::uint32_t(result.points.size() / 3);
-  const std::vector<std::uint32_t> places = findRepresentatives(ends, PositionItems(result.points));
+  const auto places = findRepresentatives(ends, PositionItems(result.points));
   std::vector<Segment> segments;
   for (std::uint32_t end = 0; end < ends; end += 2) segments.push_back({places[end], places[end + 1]});
   result.contours = contoursOf(ends, segments);

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
-#include <limits>
 #include <numeric>
 
 #include "module_scene/mesh/clustering.h"
 #include "module_scene/mesh/parallel.h"
 #include "module_scene/mesh/vertexitems.h"
+#include "module_scene/mesh/vertexorder.h"
 
 namespace nubo::scene {
 namespace {
@@ -46,57 +45,11 @@ void spreadOut(std::uint32_t* vertices, std::size_t count) {
     for (std::size_t i = step / 2; i < count; i += step) *vertices++ = before[i];
 }
 
-/// Makes the values those of `sources`, `Each` of them for one.
-template <std::size_t Each, class T>
-void gather(std::vector<T>& values, const std::vector<std::uint32_t>& sources) {
-  if (values.empty()) return;
-  std::vector<T> gathered(sources.size() * Each);
-  parallelRanges(sources.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
-    constexpr std::size_t Ahead = 24;  // nearly every access misses the caches
-    for (std::size_t i = begin; i < end; ++i) {
-      if (i + Ahead < end) __builtin_prefetch(&values[sources[i + Ahead] * Each]);
-      std::memcpy(&gathered[i * Each], &values[sources[i] * Each], Each * sizeof(T));
-    }
-  });
-  values.swap(gathered);
-}
-
-void gatherVertices(Geometry& g, const std::vector<std::uint32_t>& sources) {
-  gather<3>(g.positions, sources);
-  gather<3>(g.normals, sources);
-  gather<4>(g.colors, sources);
-  gather<2>(g.texCoords, sources);
-  gather<2>(g.secondTexCoords, sources);
-}
-
-void setBounds(Geometry& g) {
-  parallelRanges(
-      g.clusters.size(),
-      [&](std::size_t begin, std::size_t end, std::size_t) {
-        for (std::size_t i = begin; i < end; ++i) {
-          Cluster& cluster = g.clusters[i];
-          cluster.min.fill(std::numeric_limits<float>::infinity());
-          cluster.max.fill(-std::numeric_limits<float>::infinity());
-          const float* place = &g.positions[std::size_t(cluster.firstVertex) * 3];
-          for (std::uint32_t v = 0; v < cluster.vertexCount; ++v, place += 3)
-            for (std::size_t axis = 0; axis < 3; ++axis) {
-              cluster.min[axis] = std::min(cluster.min[axis], place[axis]);
-              cluster.max[axis] = std::max(cluster.max[axis], place[axis]);
-            }
-        }
-      },
-      ClustersWorthAThread);
-  for (const Cluster& cluster : g.clusters) {
-    g.box.add(math::Vector3{cluster.min[0], cluster.min[1], cluster.min[2]});
-    g.box.add(math::Vector3{cluster.max[0], cluster.max[1], cluster.max[2]});
-  }
-}
-
 }  // namespace
 
 void preparePoints(Geometry& g) {
   Clustering clustering = clusterPrimitives(g.positions, g.indices, 1);
-  std::vector<std::uint32_t>& vertices = clustering.order;
+  util::Scratch<std::uint32_t>& vertices = clustering.order;
   const auto beginOf = [&](std::size_t cluster) { return cluster == 0 ? 0 : clustering.ends[cluster - 1]; };
   parallelRanges(
       clustering.ends.size(),
@@ -107,7 +60,7 @@ void preparePoints(Geometry& g) {
   parallelRanges(vertices.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
     for (std::size_t i = begin; i < end; ++i) vertices[i] = g.indices[vertices[i]];
   });
-  gatherVertices(g, vertices);
+  pickVertices(g, vertices);
   std::iota(vertices.begin(), vertices.end(), 0u);
 
   std::vector<std::size_t> kept(clustering.ends.size());
@@ -131,7 +84,7 @@ void preparePoints(Geometry& g) {
   }
   if (place < vertices.size()) {
     vertices.resize(place);
-    gatherVertices(g, vertices);
+    pickVertices(g, vertices);
   }
   g.indices.resize(place);
   std::iota(g.indices.begin(), g.indices.end(), 0u);

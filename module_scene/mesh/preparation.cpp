@@ -1,13 +1,15 @@
 #include "module_scene/mesh/preparation.h"
 
+#include <algorithm>
 #include <cmath>
-#include <cstring>
 
+#include "module_scene/mesh/arrangement.h"
 #include "module_scene/mesh/clustering.h"
 #include "module_scene/mesh/outline.h"
+#include "module_scene/mesh/parallel.h"
 #include "module_scene/mesh/pointpreparation.h"
 #include "module_scene/mesh/surface.h"
-#include "module_scene/mesh/vertexitems.h"
+#include "module_scene/mesh/vertexorder.h"
 
 namespace nubo::scene {
 namespace {
@@ -39,7 +41,7 @@ void dropUndrawable(Geometry& g) {
   std::size_t kept = 0;
   for (std::size_t i = 0; i < g.indices.size(); i += corners) {
     if (!drawable(&g.indices[i])) continue;
-    std::copy_n(g.indices.begin() + i, corners, g.indices.begin() + kept);
+    if (kept < i) std::copy_n(g.indices.begin() + i, corners, g.indices.begin() + kept);
     kept += corners;
   }
   g.indices.resize(kept);
@@ -71,124 +73,16 @@ void repairNormals(Geometry& g) {
     if (broken(v)) g.normals[std::size_t(v) * 3 + 2] = 1.0f;
 }
 
-/// How many vertices a list of so many should have room for without being moved: clusters will have some of their own.
-std::size_t roomFor(std::size_t vertices) { return vertices + vertices / 4; }
-
-/// Makes the values those of `sources`, in place: none of these comes later than where it goes.
-template <class T>
-void spreadOut(std::vector<T>& values, int each, const std::vector<std::uint32_t>& sources) {
-  values.resize(sources.size() * each);
-  for (std::size_t v = sources.size(); v-- > 0;)
-    if (sources[v] != v) std::copy_n(values.begin() + std::size_t(sources[v]) * each, each, values.begin() + v * each);
-}
-
-template <class T>
-void pick(std::vector<T>& values, int each, const std::vector<std::uint32_t>& sources) {
-  if (values.empty()) return;
-  std::vector<T> picked;
-  picked.reserve(roomFor(sources.size()) * each);
-  picked.resize(sources.size() * each);
-  parallelRanges(sources.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
-    for (std::size_t v = begin; v < end; ++v)
-      std::copy_n(values.begin() + std::size_t(sources[v]) * each, each, picked.begin() + v * each);
-  });
-  values.swap(picked);
-}
-
-/// Makes the vertices those of `sources`; normals are left to the caller.
-void pickVertices(Geometry& g, const std::vector<std::uint32_t>& sources) {
-  pick(g.positions, 3, sources);
-  pick(g.colors, 4, sources);
-  pick(g.texCoords, 2, sources);
-  pick(g.secondTexCoords, 2, sources);
-  pick(g.identities, 1, sources);
-}
-
-void spreadVertices(Geometry& g, const std::vector<std::uint32_t>& sources) {
-  const auto spread = [&](auto& values, int each) {
-    if (!values.empty()) spreadOut(values, each, sources);
-  };
-  spread(g.positions, 3);
-  spread(g.normals, 3);
-  spread(g.colors, 4);
-  spread(g.texCoords, 2);
-  spread(g.secondTexCoords, 2);
-  spread(g.identities, 1);
-}
-
-/// Puts the vertices in the order in which the indices first use them, equal ones once and unused ones not
-/// at all.
-void joinVertices(Geometry& g) {
-  constexpr std::uint32_t None = 0xFFFFFFFFu;
-  const std::vector<std::uint32_t> representatives = findRepresentatives(g.vertexCount(), VertexItems(g));
-  std::vector<std::uint32_t> numbers(g.vertexCount(), None), sources;
-  sources.reserve(g.vertexCount());
-  for (std::uint32_t& index : g.indices) {
-    const std::uint32_t source = representatives[index];
-    if (numbers[source] == None) {
-      numbers[source] = std::uint32_t(sources.size());
-      sources.push_back(source);
-    }
-    index = numbers[source];
-  }
-  pickVertices(g, sources);
-  pick(g.normals, 3, sources);
-}
-
-/// Gives each cluster vertices of its own, in the order in which its indices use them.
-void separateClusters(Geometry& g) {
-  std::vector<std::uint32_t> numbers(g.vertexCount()), sources;
-  sources.reserve(g.vertexCount() + g.vertexCount() / 4);
-  for (Cluster& cluster : g.clusters) {
-    cluster.firstVertex = std::uint32_t(sources.size());
-    for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; ++i) {
-      const std::uint32_t source = g.indices[i];
-      // What another cluster numbered, or nobody yet.
-      if (numbers[source] <= cluster.firstVertex) {
-        sources.push_back(source);
-        numbers[source] = std::uint32_t(sources.size());
-      }
-      g.indices[i] = numbers[source] - 1;
-    }
-    cluster.vertexCount = std::uint32_t(sources.size()) - cluster.firstVertex;
-  }
-  std::vector<std::uint32_t>().swap(numbers);
-  // Mostly each vertex comes first where it was, or later.
-  std::size_t place = 0;
-  if (!std::all_of(sources.begin(), sources.end(), [&](std::uint32_t source) { return source <= place++; })) {
-    pickVertices(g, sources);
-    pick(g.normals, 3, sources);
-    return;
-  }
-  spreadVertices(g, sources);
-}
-
-/// Sorts the indices into clusters, with their boxes.
+/// Sorts the indices into clusters.
 void makeClusters(Geometry& g) {
-  const int corners = cornersOf(g.kind);
-  const Clustering clustering = clusterPrimitives(g.positions, g.indices, corners);
-  std::vector<std::uint32_t> sorted(g.indices.size());
-  parallelRanges(clustering.order.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
-    for (std::size_t i = begin; i < end; ++i)
-      std::copy_n(&g.indices[std::size_t(clustering.order[i]) * corners], corners, &sorted[i * corners]);
-  });
-  g.indices.swap(sorted);
-
+  const auto corners = std::uint32_t(cornersOf(g.kind));
+  const Clustering clustering = clusterPrimitives(g.positions, g.indices, int(corners));
+  arrange(g.indices, corners, clustering.order);
   std::uint32_t first = 0;
   for (const std::uint32_t end : clustering.ends) {
     Cluster cluster;
     cluster.first = first * corners;
     cluster.count = (end - first) * corners;
-    cluster.min.fill(std::numeric_limits<float>::infinity());
-    cluster.max.fill(-std::numeric_limits<float>::infinity());
-    for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; ++i)
-      for (int axis = 0; axis < 3; ++axis) {
-        const float value = g.positions[std::size_t(g.indices[i]) * 3 + axis];
-        cluster.min[axis] = std::min(cluster.min[axis], value);
-        cluster.max[axis] = std::max(cluster.max[axis], value);
-      }
-    g.box.add(math::Vector3{cluster.min[0], cluster.min[1], cluster.min[2]});
-    g.box.add(math::Vector3{cluster.max[0], cluster.max[1], cluster.max[2]});
     g.clusters.push_back(cluster);
     first = end;
   }
@@ -242,11 +136,10 @@ void setNormals(Geometry& g, const Surface& surface) {
     g.normals.insert(g.normals.end(), vertex.normal.begin(), vertex.normal.end());
 }
 
-void prepareFaces(Geometry& g) {
+/// `places`: see joinVertices().
+void prepareFaces(Geometry& g, util::Scratch<std::uint32_t> places) {
   if (g.indices.empty()) return;
-  const Surface surface(g.positions, g.indices,
-                        g.normals.empty() && g.colors.empty() && g.texCoords.empty() && g.secondTexCoords.empty() &&
-                            g.identities.empty());
+  const Surface surface(g.positions, g.indices, g.clusters, std::move(places));
   g.closed = !g.transparent && g.identities.empty() && surface.isClosed();
   if (g.normals.empty()) setNormals(g, surface);
   if (g.closed) setCones(g);
@@ -277,10 +170,11 @@ void prepare(Geometry& g) {
     g.transparent = isTransparent(g);
   } else {
     makeClusters(g);
-    joinVertices(g);
+    util::Scratch<std::uint32_t> places = joinVertices(g);
     g.transparent = isTransparent(g);
-    if (g.kind == KindFaces) prepareFaces(g);
+    if (g.kind == KindFaces) prepareFaces(g, std::move(places));
     separateClusters(g);
+    setBounds(g);
   }
   constexpr std::size_t Many = 20000;
   if (g.vertexCount() > Many && g.identities.empty()) g.outline = outlineOf(g.positions, g.clusters);

@@ -15,7 +15,7 @@ constexpr float CosineOfCrease = 0.9f;  // of about 26 degrees; steps of round s
 }  // namespace
 
 std::vector<Side> sidesOf(const Geometry& faces) {
-  const std::vector<std::uint32_t> places = findRepresentatives(faces.vertexCount(), PositionItems(faces.positions));
+  const auto places = findRepresentatives(faces.vertexCount(), PositionItems(faces.positions));
   std::vector<Side> sides;
   sides.reserve(faces.indices.size());
   for (std::size_t i = 0; i < faces.indices.size(); i += 3)

@@ -1,12 +1,16 @@
 #include "module_scene/mesh/surface.h"
 
 #include <algorithm>
+#include <atomic>
 #include <numeric>
 
-#include "module_scene/mesh/positionitems.h"
+#include "module_scene/mesh/parallel.h"
 
 namespace nubo::scene {
 namespace {
+
+/// Clusters that one thread works on in one go.
+constexpr std::size_t ClustersWorthAThread = 8;
 
 const double CreaseCosine = std::cos(40 * std::acos(-1.0) / 180);
 
@@ -16,9 +20,33 @@ std::uint32_t previousCorner(std::uint32_t corner) { return corner % 3 == 0 ? co
 /// Sets that are united by several threads at a time; the lowest member stands for its set.
 class DisjointSets {
  public:
-  explicit DisjointSets(std::size_t count) : m_Parents(new std::atomic<std::uint32_t>[count]) {
+  explicit DisjointSets(std::size_t count) : m_Parents(count) {
     for (std::size_t i = 0; i < count; ++i) m_Parents[i].store(std::uint32_t(i), std::memory_order_relaxed);
   }
+  void unite(std::uint32_t a, std::uint32_t b) {
+    // Mostly they are known to be in one set.
+    if (m_Parents[a].load(std::memory_order_relaxed) == m_Parents[b].load(std::memory_order_relaxed)) return;
+    while ((a = find(a)) != (b = find(b))) {
+      if (a < b) std::swap(a, b);
+      std::uint32_t root = a;
+      if (m_Parents[a].compare_exchange_strong(root, b, std::memory_order_relaxed)) return;
+    }
+  }
+  /// Numbers the sets when all are united, and returns how many there are.
+  std::uint32_t number() {
+    std::uint32_t sets = 0;
+    for (std::size_t i = 0; i < m_Parents.size(); ++i) {
+      // Its parent has a lower number, or is itself.
+      const std::uint32_t parent = m_Parents[i].load(std::memory_order_relaxed);
+      m_Parents[i].store(parent == i ? sets++ : m_Parents[parent].load(std::memory_order_relaxed),
+                         std::memory_order_relaxed);
+    }
+    return sets;
+  }
+  /// Of a member's set, after number().
+  std::uint32_t numberOf(std::uint32_t member) const { return m_Parents[member].load(std::memory_order_relaxed); }
+
+ private:
   std::uint32_t find(std::uint32_t x) {
     for (;;) {
       std::uint32_t parent = m_Parents[x].load(std::memory_order_relaxed);
@@ -29,16 +57,8 @@ class DisjointSets {
       x = above;
     }
   }
-  void unite(std::uint32_t a, std::uint32_t b) {
-    while ((a = find(a)) != (b = find(b))) {
-      if (a < b) std::swap(a, b);
-      std::uint32_t root = a;
-      if (m_Parents[a].compare_exchange_strong(root, b, std::memory_order_relaxed)) return;
-    }
-  }
 
- private:
-  const std::unique_ptr<std::atomic<std::uint32_t>[]> m_Parents;
+  util::Scratch<std::atomic<std::uint32_t>> m_Parents;
 };
 
 /// Divides the corners at one point into groups with a common normal.
@@ -148,35 +168,81 @@ class CornerGroups {
 
 }  // namespace
 
-Surface::Surface(const std::vector<float>& positions, const std::vector<std::uint32_t>& indices, bool distinct)
-    : m_Positions(positions), m_Indices(indices) {
-  if (!distinct) m_PointOfVertex = findRepresentatives(pointCount(), PositionItems(positions));
+Surface::Surface(const std::vector<float>& positions, const std::vector<std::uint32_t>& indices,
+                 const std::vector<Cluster>& clusters, util::Scratch<std::uint32_t> pointOfVertex)
+    : m_Positions(positions), m_Indices(indices), m_Clusters(clusters), m_PointOfVertex(std::move(pointOfVertex)) {
+  std::uint32_t first = 0;
+  m_FirstPoints.reserve(clusters.size() + 1);
+  for (const Cluster& cluster : clusters) {
+    m_FirstPoints.push_back(first);
+    std::uint32_t end = first;
+    forCorners(cluster, [&](std::uint32_t corner) {
+      const std::uint32_t point = pointOf(corner);
+      m_Strays += point < first;
+      end = std::max(end, point + 1);
+    });
+    first = end;
+  }
+  m_FirstPoints.push_back(first);
 }
 
-Surface::CornerLists Surface::listCorners(std::size_t begin, std::size_t end) const {
-  CornerLists lists{begin, std::vector<std::uint32_t>(end - begin + 1), {}};
-  const auto corners = std::uint32_t(m_Indices.size());
-  for (std::uint32_t corner = 0; corner < corners; ++corner)
-    if (const std::size_t point = pointOf(corner); point >= begin && point < end) ++lists.first[point - begin];
-  std::partial_sum(lists.first.begin(), lists.first.end(), lists.first.begin());
-  lists.corners.resize(lists.first.back());
+util::Scratch<Keyed> Surface::strayCorners(std::uint32_t begin, std::uint32_t end) const {
+  std::vector<util::Scratch<Keyed>> found(rangeCount(m_Clusters.size(), ClustersWorthAThread));
+  parallelRanges(
+      m_Clusters.size(),
+      [&](std::size_t firstCluster, std::size_t lastCluster, std::size_t range) {
+        for (std::size_t i = firstCluster; i < lastCluster; ++i)
+          forCorners(m_Clusters[i], [&, last = std::min(end, m_FirstPoints[i])](std::uint32_t corner) {
+            const std::uint32_t point = pointOf(corner);
+            if (point >= begin && point < last) found[range].push_back(keyed(point, corner));
+          });
+      },
+      ClustersWorthAThread);
+  util::Scratch<Keyed> strays, scratch;
+  for (const util::Scratch<Keyed>& some : found) strays.insert(strays.end(), some.begin(), some.end());
+  found.clear();
+  sortByKey(strays, 32, scratch);
+  return strays;
+}
+
+void Surface::listCorners(std::size_t cluster, const util::Scratch<Keyed>& strays, CornerLists& lists) const {
+  const std::uint32_t first = m_FirstPoints[cluster], end = m_FirstPoints[cluster + 1];
+  const auto here = std::lower_bound(strays.begin(), strays.end(), keyed(first, 0));
+  const auto hereEnd = std::lower_bound(here, strays.end(), keyed(end, 0));
+  std::vector<std::uint32_t>& begins = lists.begins;
+  begins.assign(end - first + 1, 0);
+  lists.firstPoint = first;
+  const Cluster& own = m_Clusters[cluster];
+  forCorners(own, [&](std::uint32_t corner) {
+    if (const std::uint32_t point = pointOf(corner); point >= first) ++begins[point - first];
+  });
+  for (auto stray = here; stray != hereEnd; ++stray) ++begins[keyOf(*stray) - first];
+  std::partial_sum(begins.begin(), begins.end(), begins.begin());
+  lists.corners.resize(begins.back());
   // Filled from behind, so that each point's place moves down to where its corners begin.
-  for (std::uint32_t corner = corners; corner-- > 0;)
-    if (const std::size_t point = pointOf(corner); point >= begin && point < end)
-      lists.corners[--lists.first[point - begin]] = corner;
-  return lists;
+  for (auto stray = hereEnd; stray-- != here;) lists.corners[--begins[keyOf(*stray) - first]] = itemOf(*stray);
+  for (std::uint32_t corner = own.first + own.count; corner-- > own.first;)
+    if (const std::uint32_t point = pointOf(corner); point >= first) lists.corners[--begins[point - first]] = corner;
 }
 
 template <class Work>
 void Surface::forPoints(const Work& work) const {
-  constexpr std::size_t CornersAtOnce = std::size_t(1) << 22;
-  const std::size_t parts = m_Indices.size() / CornersAtOnce + 1;
+  // Of meshes whose clusters share nearly all they have strays would take more memory than the indices.
+  constexpr std::size_t StraysAtOnce = std::size_t(1) << 20;
+  const std::size_t parts = m_Strays / StraysAtOnce + 1, clusters = m_Clusters.size();
   for (std::size_t part = 0; part < parts; ++part) {
-    const std::size_t first = pointCount() * part / parts, last = pointCount() * (part + 1) / parts;
-    const CornerLists lists = listCorners(first, last);
-    parallelRanges(last - first, [&](std::size_t begin, std::size_t end, std::size_t range) {
-      work(lists, first + begin, first + end, range);
-    });
+    const std::size_t first = clusters * part / parts, last = clusters * (part + 1) / parts;
+    const util::Scratch<Keyed> strays = strayCorners(m_FirstPoints[first], m_FirstPoints[last]);
+    parallelRanges(
+        last - first,
+        [&](std::size_t begin, std::size_t end, std::size_t range) {
+          CornerLists lists;
+          for (std::size_t cluster = first + begin; cluster < first + end; ++cluster) {
+            listCorners(cluster, strays, lists);
+            work(lists, range);
+          }
+        },
+        ClustersWorthAThread);
   }
 }
 
@@ -184,14 +250,18 @@ bool Surface::isClosed() const { return isManifold() && enclosesVolume(); }
 
 bool Surface::isManifold() const {
   std::atomic<bool> manifold{true};
-  forPoints([&](const CornerLists& lists, std::size_t begin, std::size_t end, std::size_t) {
+  forPoints([&](const CornerLists& lists, std::size_t) {
+    // Each edge is looked at from that of its ends which has the lower number.
     std::vector<std::uint32_t> leaving, arriving;
-    for (std::size_t point = begin; point < end && manifold.load(std::memory_order_relaxed); ++point) {
+    for (std::size_t i = 0; i + 1 < lists.begins.size() && manifold.load(std::memory_order_relaxed); ++i) {
+      const std::uint32_t point = lists.firstPoint + std::uint32_t(i);
       leaving.clear();
       arriving.clear();
-      for (std::uint32_t k = lists.first[point - lists.begin]; k < lists.first[point - lists.begin + 1]; ++k) {
-        leaving.push_back(pointOf(nextCorner(lists.corners[k])));
-        arriving.push_back(pointOf(previousCorner(lists.corners[k])));
+      for (std::uint32_t k = lists.begins[i]; k < lists.begins[i + 1]; ++k) {
+        const std::uint32_t next = pointOf(nextCorner(lists.corners[k]));
+        const std::uint32_t previous = pointOf(previousCorner(lists.corners[k]));
+        if (next > point) leaving.push_back(next);
+        if (previous > point) arriving.push_back(previous);
       }
       std::sort(leaving.begin(), leaving.end());
       std::sort(arriving.begin(), arriving.end());
@@ -202,28 +272,29 @@ bool Surface::isManifold() const {
 }
 
 bool Surface::enclosesVolume() const {
-  DisjointSets parts(pointCount());
+  DisjointSets sets(m_FirstPoints.back());
   parallelRanges(m_Indices.size() / 3, [&](std::size_t begin, std::size_t end, std::size_t) {
     for (std::size_t face = begin; face < end; ++face) {
       const auto corner = std::uint32_t(face * 3);
-      parts.unite(pointOf(corner), pointOf(corner + 1));
-      parts.unite(pointOf(corner), pointOf(corner + 2));
+      sets.unite(pointOf(corner), pointOf(corner + 1));
+      sets.unite(pointOf(corner), pointOf(corner + 2));
     }
   });
-  std::vector<double> volumes(pointCount());
-  std::vector<bool> used(pointCount());
+  struct Part {
+    std::uint32_t corner;  ///< one of its own
+    double volume;
+  };
+  constexpr std::uint32_t None = 0xFFFFFFFFu;
+  std::vector<Part> parts(sets.number(), Part{None, 0});
   for (std::uint32_t corner = 0; corner < m_Indices.size(); corner += 3) {
-    const std::uint32_t part = parts.find(pointOf(corner));
-    used[part] = true;
+    Part& part = parts[sets.numberOf(pointOf(corner))];
+    if (part.corner == None) part.corner = corner;
     // Relative to a point of the part, so that distance from the origin costs no digits.
-    const float* p = &m_Positions[std::size_t(part) * 3];
-    const math::Vector3 origin{p[0], p[1], p[2]};
-    volumes[part] += dot(difference(position(corner), origin),
-                         cross(difference(position(corner + 1), origin), difference(position(corner + 2), origin)));
+    const math::Vector3 origin = position(part.corner);
+    part.volume += dot(difference(position(corner), origin),
+                       cross(difference(position(corner + 1), origin), difference(position(corner + 2), origin)));
   }
-  for (std::size_t part = 0; part < pointCount(); ++part)
-    if (used[part] && !(volumes[part] > 0)) return false;
-  return true;
+  return std::all_of(parts.begin(), parts.end(), [](const Part& part) { return part.volume > 0; });
 }
 
 /// Smooths the points of one range at a time, and keeps what is there once more for later.
@@ -231,9 +302,10 @@ class Surface::Smoother {
  public:
   Smoother(const Surface& surface, std::vector<float>& normals) : m_Surface(surface), m_Normals(normals) {}
 
-  void smooth(const CornerLists& lists, std::size_t point) {
+  /// The corners from `begin` to before `end` in the lists, which are those at a point.
+  void smooth(const CornerLists& lists, std::uint32_t begin, std::uint32_t end) {
     m_Groups.clear();
-    for (std::uint32_t k = lists.first[point - lists.begin]; k < lists.first[point - lists.begin + 1]; ++k) {
+    for (std::uint32_t k = begin; k < end; ++k) {
       const std::uint32_t corner = lists.corners[k], next = nextCorner(corner), previous = previousCorner(corner);
       const math::Vector3 here = m_Surface.position(corner);
       m_Groups.add(corner, m_Surface.pointOf(next), m_Surface.pointOf(previous),
@@ -288,12 +360,13 @@ SmoothNormals Surface::smooth() const {
   SmoothNormals result;
   result.first.reserve(m_Positions.capacity());  // as many more may come as of positions
   result.first.resize(m_Positions.size());
-  std::vector<Smoother> smoothers(rangeCount(m_Indices.size()), Smoother(*this, result.first));
-  forPoints([&](const CornerLists& lists, std::size_t begin, std::size_t end, std::size_t range) {
-    for (std::size_t point = begin; point < end; ++point) smoothers[range].smooth(lists, point);
+  std::vector<Smoother> smoothers(coreCount(), Smoother(*this, result.first));
+  forPoints([&](const CornerLists& lists, std::size_t range) {
+    for (std::size_t i = 0; i + 1 < lists.begins.size(); ++i)
+      smoothers[range].smooth(lists, lists.begins[i], lists.begins[i + 1]);
   });
   for (Smoother& smoother : smoothers) {
-    const auto offset = std::uint32_t(pointCount() + result.more.size());
+    const auto offset = std::uint32_t(m_Positions.size() / 3 + result.more.size());
     for (auto& use : smoother.usesOfMore) use.second += offset;
     result.more.insert(result.more.end(), smoother.more.begin(), smoother.more.end());
     result.usesOfMore.insert(result.usesOfMore.end(), smoother.usesOfMore.begin(), smoother.usesOfMore.end());

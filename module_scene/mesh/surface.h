@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "module_scene/graph/geometry.h"
 #include "module_scene/math/matrix.h"
+#include "module_scene/mesh/radixsort.h"
 
 namespace nubo::scene {
 
@@ -22,12 +24,15 @@ struct SmoothNormals {
 };
 
 /// What is told by the corners (places in the index list) at each point of a triangle mesh. Vertices of equal position
-/// are one point, whatever their colours or texture coordinates. Keeps references to what it was made of. The corners
-/// are listed for some of the points at a time, since for all they would take as much memory as the index list.
+/// are one point, whatever their colours or texture coordinates. Keeps references to what it was made of. Clusters make
+/// this quick and small: nearly all corners at a point are in the first cluster that has it, whose points are numbered
+/// one after the other, so that the corners are listed for one cluster after the other.
 class Surface {
  public:
-  /// `distinct`: no two vertices have the same position.
-  Surface(const std::vector<float>& positions, const std::vector<std::uint32_t>& indices, bool distinct);
+  /// The clusters' vertices are numbered in the order in which the indices first name them; so are the points of
+  /// vertices. `pointOfVertex` is empty where each vertex is a point of its own.
+  Surface(const std::vector<float>& positions, const std::vector<std::uint32_t>& indices,
+          const std::vector<Cluster>& clusters, util::Scratch<std::uint32_t> pointOfVertex);
 
   /// Whether each edge belongs to exactly two faces that pass it in opposite directions, and each connected
   /// part of the mesh encloses a positive volume, so that its faces look outwards.
@@ -38,18 +43,26 @@ class Surface {
   SmoothNormals smooth() const;
 
  private:
-  /// The corners at the points from `begin` on.
+  /// The corners at points that follow each other.
   struct CornerLists {
-    std::size_t begin = 0;
-    std::vector<std::uint32_t> first;  ///< per point, and one more: into corners
+    std::uint32_t firstPoint = 0;
+    std::vector<std::uint32_t> begins;  ///< per point, and one more: into corners
     std::vector<std::uint32_t> corners;
   };
   class Smoother;
 
-  CornerLists listCorners(std::size_t begin, std::size_t end) const;
-  /// Calls work(lists, begin, end, range) for all points, as parallelRanges does for some after the other.
+  /// Those that lie in later clusters than the first that has their point: by points, one of these from `begin` to
+  /// before `end`.
+  util::Scratch<Keyed> strayCorners(std::uint32_t begin, std::uint32_t end) const;
+  /// Those at the points that a cluster is the first to have.
+  void listCorners(std::size_t cluster, const util::Scratch<Keyed>& strays, CornerLists& lists) const;
+  /// Calls work(lists, range) for the points of each cluster, as parallelRanges does.
   template <class Work>
   void forPoints(const Work& work) const;
+  template <class Take>
+  void forCorners(const Cluster& cluster, const Take& take) const {
+    for (std::uint32_t corner = cluster.first; corner < cluster.first + cluster.count; ++corner) take(corner);
+  }
   math::Vector3 position(std::uint32_t corner) const {
     const float* p = &m_Positions[std::size_t(m_Indices[corner]) * 3];
     return {p[0], p[1], p[2]};
@@ -59,11 +72,13 @@ class Surface {
   }
   bool isManifold() const;
   bool enclosesVolume() const;
-  std::size_t pointCount() const { return m_Positions.size() / 3; }
 
   const std::vector<float>& m_Positions;
   const std::vector<std::uint32_t>& m_Indices;
-  std::vector<std::uint32_t> m_PointOfVertex;  ///< empty: each vertex is a point of its own
+  const std::vector<Cluster>& m_Clusters;
+  const util::Scratch<std::uint32_t> m_PointOfVertex;
+  std::vector<std::uint32_t> m_FirstPoints;  ///< per cluster, and one more: of those that no earlier one has
+  std::size_t m_Strays = 0;                  ///< corners in later clusters than the first that has their point
 };
 
 inline math::Vector3 difference(const math::Vector3& a, const math::Vector3& b) {

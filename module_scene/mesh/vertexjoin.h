@@ -4,9 +4,8 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <memory>
-#include <vector>
 
+#include "kernel/util/largememory.h"
 #include "module_scene/mesh/parallel.h"
 
 namespace nubo::scene {
@@ -28,11 +27,11 @@ class WordHash {
 /// left to chance. `Items` has, for item numbers, std::uint32_t hash(i), bool equal(i, j) and
 /// const void* address(i), where comparing begins to read. Uses all cores; for fewer than 2^31 items.
 template <class Items>
-std::vector<std::uint32_t> findRepresentatives(std::size_t count, const Items& items) {
+util::Scratch<std::uint32_t> findRepresentatives(std::size_t count, const Items& items) {
   constexpr std::uint32_t Free = 0xFFFFFFFFu;
   std::size_t size = 64;
   while (size < count + count / 3) size *= 2;
-  const std::unique_ptr<std::atomic<std::uint32_t>[]> table(new std::atomic<std::uint32_t>[size]);
+  util::Scratch<std::atomic<std::uint32_t>> table(size);
   parallelRanges(size, [&](std::size_t begin, std::size_t end, std::size_t) {
     for (std::size_t i = begin; i < end; ++i) table[i].store(Free, std::memory_order_relaxed);
   });
@@ -44,7 +43,7 @@ std::vector<std::uint32_t> findRepresentatives(std::size_t count, const Items& i
       if (items.equal(found, item)) return found;
     }
   };
-  std::vector<std::uint32_t> representatives(count);
+  util::Scratch<std::uint32_t> representatives(count);
   parallelRanges(count, [&](std::size_t begin, std::size_t end, std::size_t) {
     // Nearly every access misses the caches, so a batch of them is under way at a time.
     constexpr std::size_t Batch = 16;

@@ -100,6 +100,8 @@ TEST(Geometry, KnowsWhichMeshesAreClosed) {
   };
   auto twice = CubePoints;
   for (const auto& p : CubePoints) twice.push_back({p[0] * 0.5 + 3, p[1] * 0.5, p[2] * 0.5});
+  auto touching = CubePoints;
+  for (const auto& p : CubePoints) touching.push_back({p[0] + 1, p[1] + 1, p[2]});
   const Mesh creased = soup(CubePoints, CubeFaces), glass = soup(CubePoints, CubeFaces);
   prepare(*creased);  // gives the sides normals of their own
   creased->clusters.clear();
@@ -110,15 +112,17 @@ TEST(Geometry, KnowsWhichMeshesAreClosed) {
     bool closed;
     Mesh mesh;
   };
-  for (const Row& row : {Row{"cube", true, soup(CubePoints, CubeFaces)}, Row{"sphere", true, sphere(20)},
-                         Row{"with a face without area", true, soup(CubePoints, plus(CubeFaces, {{0, 1, 1}}))},
-                         Row{"cut along seams of normals only", true, creased}, Row{"seen through", false, glass},
-                         Row{"open", false, soup(CubePoints, Faces(CubeFaces.begin(), CubeFaces.end() - 1))},
-                         Row{"with a face twice", false, soup(CubePoints, plus(CubeFaces, {CubeFaces[0]}))},
-                         Row{"with one face turned", false, soup(CubePoints, turned(CubeFaces, 4, 5))},
-                         Row{"inside out", false, soup(CubePoints, turned(CubeFaces, 0, 12))},
-                         Row{"a cube and another that is inside out", false,
-                             soup(twice, plus(CubeFaces, turned(CubeFaces, 0, 12, 8)))}}) {
+  for (const Row& row :
+       {Row{"cube", true, soup(CubePoints, CubeFaces)}, Row{"sphere", true, sphere(20)},
+        Row{"with a face without area", true, soup(CubePoints, plus(CubeFaces, {{0, 1, 1}}))},
+        Row{"cut along seams of normals only", true, creased}, Row{"seen through", false, glass},
+        Row{"open", false, soup(CubePoints, Faces(CubeFaces.begin(), CubeFaces.end() - 1))},
+        Row{"with a face twice", false, soup(CubePoints, plus(CubeFaces, {CubeFaces[0]}))},
+        Row{"with one face turned", false, soup(CubePoints, turned(CubeFaces, 4, 5))},
+        Row{"inside out", false, soup(CubePoints, turned(CubeFaces, 0, 12))},
+        Row{"cubes with an edge in common", false, soup(touching, plus(CubeFaces, turned(CubeFaces, 0, 0, 8)))},
+        Row{"a cube and another that is inside out", false,
+            soup(twice, plus(CubeFaces, turned(CubeFaces, 0, 12, 8)))}}) {
     prepare(*row.mesh);
     EXPECT_EQ(row.mesh->closed, row.closed) << row.name;
   }

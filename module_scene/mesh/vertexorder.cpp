@@ -1,0 +1,174 @@
+#include "module_scene/mesh/vertexorder.h"
+
+#include <cstring>
+#include <limits>
+#include <numeric>
+
+#include "module_scene/mesh/arrangement.h"
+#include "module_scene/mesh/parallel.h"
+#include "module_scene/mesh/positionitems.h"
+#include "module_scene/mesh/vertexitems.h"
+
+namespace nubo::scene {
+namespace {
+
+/// Clusters that one thread works on in one go.
+constexpr std::size_t ClustersWorthAThread = 8;
+
+/// How many vertices a list of so many should have room for without being moved: clusters will have some of their own.
+std::size_t roomFor(std::size_t vertices) { return vertices + vertices / 4; }
+
+/// Makes the values those of `sources`, `Each` of them for one.
+template <std::size_t Each, class T>
+void gather(std::vector<T>& values, const util::Scratch<std::uint32_t>& sources, std::size_t room) {
+  if (values.empty()) return;
+  std::vector<T> gathered = util::listWithRoom<T>(room * Each);
+  gathered.resize(sources.size() * Each);
+  parallelRanges(sources.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
+    constexpr std::size_t Ahead = 24;  // nearly every access misses the caches
+    for (std::size_t i = begin; i < end; ++i) {
+      if (i + Ahead < end) __builtin_prefetch(&values[sources[i + Ahead] * Each]);
+      std::memcpy(&gathered[i * Each], &values[sources[i] * Each], Each * sizeof(T));
+    }
+  });
+  values.swap(gathered);
+}
+
+void gatherVertices(Geometry& g, const util::Scratch<std::uint32_t>& sources, std::size_t room) {
+  gather<3>(g.positions, sources, room);
+  gather<3>(g.normals, sources, room);
+  gather<4>(g.colors, sources, room);
+  gather<2>(g.texCoords, sources, room);
+  gather<2>(g.secondTexCoords, sources, room);
+  gather<1>(g.identities, sources, room);
+}
+
+/// Replaces items by their representatives' numbers, which count these in the order in which they first occur. Returns
+/// the representatives in this order. There are fewer than 2^31.
+template <class Items>
+util::Scratch<std::uint32_t> number(Items& items, util::Scratch<std::uint32_t> representatives) {
+  // Numbers take the representatives' places, so that mostly one access finds one.
+  constexpr std::uint32_t IsNumber = 0x80000000u;
+  util::Scratch<std::uint32_t> firsts;
+  firsts.reserve(representatives.size());
+  for (std::uint32_t& item : items) {
+    std::uint32_t& known = representatives[item];
+    if (!(known & IsNumber)) {
+      const std::uint32_t representative = known;
+      if (!(representatives[representative] & IsNumber)) {
+        representatives[representative] = IsNumber | std::uint32_t(firsts.size());
+        firsts.push_back(representative);
+      }
+      known = representatives[representative];
+    }
+    item = known & ~IsNumber;
+  }
+  return firsts;
+}
+
+bool hasOnlyPlaces(const Geometry& g) {
+  return g.normals.empty() && g.colors.empty() && g.texCoords.empty() && g.secondTexCoords.empty() &&
+         g.identities.empty();
+}
+
+/// Some of all items, for findRepresentatives.
+template <class Items>
+class Some {
+ public:
+  Some(const Items& items, const util::Scratch<std::uint32_t>& numbers) : m_Items(items), m_Numbers(numbers) {}
+  const void* address(std::uint32_t i) const { return m_Items.address(m_Numbers[i]); }
+  bool equal(std::uint32_t a, std::uint32_t b) const { return m_Items.equal(m_Numbers[a], m_Numbers[b]); }
+  std::uint32_t hash(std::uint32_t i) const { return m_Items.hash(m_Numbers[i]); }
+
+ private:
+  const Items m_Items;
+  const util::Scratch<std::uint32_t>& m_Numbers;
+};
+
+/// As findRepresentatives, where only these numbers have equals.
+template <class Items>
+util::Scratch<std::uint32_t> findAmong(const util::Scratch<std::uint32_t>& numbers, std::size_t count,
+                                       const Items& items) {
+  util::Scratch<std::uint32_t> representatives(count);
+  std::iota(representatives.begin(), representatives.end(), 0u);
+  const auto found = findRepresentatives(numbers.size(), Some<Items>(items, numbers));
+  for (std::size_t i = 0; i < numbers.size(); ++i) representatives[numbers[i]] = numbers[found[i]];
+  return representatives;
+}
+
+}  // namespace
+
+util::Scratch<std::uint32_t> joinVertices(Geometry& g) {
+  // Mostly few vertices have the same place as another, and only of these the rest is compared.
+  util::Scratch<std::uint32_t> places = findRepresentatives(g.vertexCount(), PositionItems(g.positions)), sharing;
+  std::vector<bool> shares(hasOnlyPlaces(g) ? 0 : places.size());
+  for (std::uint32_t v = 0; v < shares.size(); ++v)
+    if (places[v] != v) shares[v] = shares[places[v]] = true;
+  for (std::uint32_t v = 0; v < shares.size(); ++v)
+    if (shares[v]) sharing.push_back(v);
+  if (!shares.empty()) places = findAmong(sharing, places.size(), VertexItems(g));
+  const util::Scratch<std::uint32_t> sources = number(g.indices, std::move(places));
+  sharing.clear();
+  for (std::uint32_t v = 0; v < sources.size() && !shares.empty(); ++v)
+    if (shares[sources[v]]) sharing.push_back(v);
+  gatherVertices(g, sources, roomFor(sources.size()));
+  if (sharing.empty() || g.kind != KindFaces) return {};
+  util::Scratch<std::uint32_t> placeOfVertex(g.vertexCount());
+  std::iota(placeOfVertex.begin(), placeOfVertex.end(), 0u);
+  number(placeOfVertex, findAmong(sharing, g.vertexCount(), PositionItems(g.positions)));
+  return placeOfVertex;
+}
+
+void separateClusters(Geometry& g) {
+  util::Scratch<std::uint32_t> numbers(g.vertexCount(), 0), sources;
+  sources.reserve(roomFor(g.vertexCount()));
+  for (Cluster& cluster : g.clusters) {
+    cluster.firstVertex = std::uint32_t(sources.size());
+    for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; ++i) {
+      const std::uint32_t source = g.indices[i];
+      // What another cluster numbered, or nobody yet.
+      if (numbers[source] <= cluster.firstVertex) {
+        sources.push_back(source);
+        numbers[source] = std::uint32_t(sources.size());
+      }
+      g.indices[i] = numbers[source] - 1;
+    }
+    cluster.vertexCount = std::uint32_t(sources.size()) - cluster.firstVertex;
+  }
+  numbers = {};
+  arrange(g.positions, 3, sources);
+  arrange(g.normals, 3, sources);
+  arrange(g.colors, 4, sources);
+  arrange(g.texCoords, 2, sources);
+  arrange(g.secondTexCoords, 2, sources);
+  arrange(g.identities, 1, sources);
+}
+
+void pickVertices(Geometry& g, const util::Scratch<std::uint32_t>& sources) {
+  gatherVertices(g, sources, sources.size());
+}
+
+void setBounds(Geometry& g) {
+  parallelRanges(
+      g.clusters.size(),
+      [&](std::size_t begin, std::size_t end, std::size_t) {
+        for (std::size_t i = begin; i < end; ++i) {
+          Cluster& cluster = g.clusters[i];
+          cluster.min.fill(std::numeric_limits<float>::infinity());
+          cluster.max.fill(-std::numeric_limits<float>::infinity());
+          const float* place = &g.positions[std::size_t(cluster.firstVertex) * 3];
+          for (std::uint32_t v = 0; v < cluster.vertexCount; ++v, place += 3)
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+              cluster.min[axis] = std::min(cluster.min[axis], place[axis]);
+              cluster.max[axis] = std::max(cluster.max[axis], place[axis]);
+            }
+        }
+      },
+      ClustersWorthAThread);
+  for (const Cluster& cluster : g.clusters) {
+    g.box.add(math::Vector3{cluster.min[0], cluster.min[1], cluster.min[2]});
+    g.box.add(math::Vector3{cluster.max[0], cluster.max[1], cluster.max[2]});
+  }
+}
+
+}  // namespace nubo::scene
