@@ -78,7 +78,8 @@ void readWithPlugin(const ReaderChoice& choice, const QString& fileName, ImportC
     model = process.run(blocks, control, result.warnings);
   }
   try {
-    ModelBuilder builder(model, blocks, result);
+    StoredNumbers stored(fileName, memory);
+    ModelBuilder builder(model, blocks, stored, result);
     builder.build(QFileInfo(fileName).fileName(), control.variant);
     if (level == Level::File)
       addParts(

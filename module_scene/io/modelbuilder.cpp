@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "kernel/util/largememory.h"
 #include "module_scene/io/animationbuilder.h"
 #include "module_scene/io/importerror.h"
 #include "module_scene/io/materialbuilder.h"
@@ -29,6 +30,19 @@ bool usesCoordinates(const scene::Material* material, int set) {
       &p.baseColorTexture, &p.metallicRoughnessTexture, &p.normalTexture, &p.occlusionTexture, &p.emissiveTexture};
   return std::any_of(uses.begin(), uses.end(),
                      [set](const scene::TextureUse* use) { return use->texture && use->coordinates == set; });
+}
+
+/// Leaves out primitives that name vertices which are not there, and what is left over at the end.
+void dropBroken(std::vector<std::uint32_t>& indices, std::size_t corners, std::size_t vertices) {
+  const auto isThere = [vertices](std::uint32_t index) { return index < vertices; };
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i + corners <= indices.size(); i += corners) {
+    const auto first = indices.begin() + std::ptrdiff_t(i);
+    if (!std::all_of(first, first + std::ptrdiff_t(corners), isThere)) continue;
+    if (kept < i) std::copy_n(first, corners, indices.begin() + std::ptrdiff_t(kept));
+    kept += corners;
+  }
+  indices.resize(kept);
 }
 
 }  // namespace
@@ -107,11 +121,16 @@ void ModelBuilder::giveEdges() {
   }
 }
 
-/// A copy of an array that must be empty or of that size; the memory behind it is let go.
+/// A copy of an array that must be empty or of that size, whose memory is let go; or of what is stored in its place.
 template <class T>
-std::vector<T> ModelBuilder::take(const reader::Array<T>& array, std::size_t size) {
-  require(array.empty() || array.size() == size);
-  std::vector<T> result(array.begin(), array.end());
+std::vector<T> ModelBuilder::take(const reader::Array<T>& array, const reader::Stored& stored, std::uint64_t size) {
+  require(array.empty() || (array.size() == size && stored.count == 0));
+  require(stored.count == 0 || stored.count == size);
+  if (stored.count > 0) {
+    if constexpr (sizeof(T) == sizeof(float)) return m_Stored.read<T>(stored);
+  }
+  std::vector<T> result = util::listWithRoom<T>(array.size());
+  result.assign(array.begin(), array.end());
   m_Blocks.release(array.data());
   return result;
 }
@@ -124,19 +143,20 @@ util::YPointer<scene::Geometry> ModelBuilder::buildGeometry(const reader::Mesh& 
                                                                   : scene::KindPoints;
   if (std::isfinite(mesh.width)) geometry->width = std::clamp(mesh.width, 0.1f, 100.0f);
   if (material != None) geometry->material = named(m_Materials, material);
-  const std::size_t vertices = mesh.positions.size() / 3;
+  const std::uint64_t vertices = std::max<std::uint64_t>(mesh.positions.size(), mesh.storedPositions.count) / 3;
   if (vertices >= MostVertices) throw ImportError(ImportError::tr("it has too many vertices"));
-  geometry->positions = take(mesh.positions, vertices * 3);
-  geometry->normals = take(mesh.normals, vertices * 3);
-  geometry->colors = take(mesh.colors, vertices * 4);
-  if (usesCoordinates(geometry->material.get(), 0)) geometry->texCoords = take(mesh.texCoords, vertices * 2);
+  geometry->positions = take(mesh.positions, mesh.storedPositions, vertices * 3);
+  geometry->normals = take(mesh.normals, mesh.storedNormals, vertices * 3);
+  geometry->colors = take(mesh.colors, {}, vertices * 4);
+  if (usesCoordinates(geometry->material.get(), 0)) geometry->texCoords = take(mesh.texCoords, {}, vertices * 2);
   if (usesCoordinates(geometry->material.get(), 1))
-    geometry->secondTexCoords = take(mesh.secondTexCoords, vertices * 2);
-  if (mesh.indices.size() >= MostVertices) throw ImportError(ImportError::tr("it has too many faces"));
-  require(mesh.indices.size() % cornersOf(mesh.primitive) == 0);
-  geometry->indices = take(mesh.indices, mesh.indices.size());
-  require(std::all_of(geometry->indices.begin(), geometry->indices.end(),
-                      [vertices](std::uint32_t index) { return index < vertices; }));
+    geometry->secondTexCoords = take(mesh.secondTexCoords, {}, vertices * 2);
+  const std::uint64_t indices = std::max<std::uint64_t>(mesh.indices.size(), mesh.storedIndices.count);
+  if (indices >= MostVertices) throw ImportError(ImportError::tr("it has too many faces"));
+  geometry->indices = take(mesh.indices, mesh.storedIndices, indices);
+  const std::size_t there = geometry->indices.size();
+  dropBroken(geometry->indices, cornersOf(mesh.primitive), vertices);
+  require(mesh.storedIndices.count > 0 || geometry->indices.size() == there);
   return geometry;
 }
 

@@ -6,15 +6,16 @@
 #include "module_scene/io/importer.h"
 #include "module_scene/io/rigbuilder.h"
 #include "module_scene/io/sharedblocks.h"
+#include "module_scene/io/storednumbers.h"
 
 namespace nubo::io {
 
 /// Trusts nothing that the model says. Used once, on one thread.
 class ModelBuilder {
  public:
-  /// All must outlive the builder. What is done with is released from `blocks`.
-  ModelBuilder(const reader::Model& model, SharedBlocks& blocks, ImportResult& result)
-      : m_Model(model), m_Blocks(blocks), m_Result(result), m_Rig(model, blocks) {}
+  /// All must outlive the builder. What is done with is released from `blocks`; `stored` are those of the model's file.
+  ModelBuilder(const reader::Model& model, SharedBlocks& blocks, StoredNumbers& stored, ImportResult& result)
+      : m_Model(model), m_Blocks(blocks), m_Stored(stored), m_Result(result), m_Rig(model, blocks) {}
   /// Fills in the root, of that name, and the animations. Throws ImportError where there is nothing to show, and
   /// reader::BadRecord for what no reader should have handed over.
   /// `variant`: the name of the materials that are chosen, or empty.
@@ -35,7 +36,7 @@ class ModelBuilder {
   util::YPointer<scene::Geometry> buildGeometry(const reader::Mesh& mesh, std::int32_t material);
   void giveEdges();
   template <class T>
-  std::vector<T> take(const reader::Array<T>& array, std::size_t size);
+  std::vector<T> take(const reader::Array<T>& array, const reader::Stored& stored, std::uint64_t size);
   void buildNodes(scene::SceneElement& root);
   void setJoints();
   void addInstance(const reader::Node& node, const reader::Instance& instance,
@@ -45,6 +46,7 @@ class ModelBuilder {
 
   const reader::Model& m_Model;
   SharedBlocks& m_Blocks;
+  StoredNumbers& m_Stored;
   ImportResult& m_Result;
   RigBuilder m_Rig;
   bool m_Dropped = false;  ///< something was left out because of its coordinates

@@ -34,6 +34,12 @@ class Array {
   std::size_t m_Size = 0;
 };
 
+/// Numbers that stand in the model's own file as they are in memory, one after the other: the program reads them there.
+struct Stored {
+  std::uint64_t offset = 0;  ///< bytes
+  std::uint64_t count = 0;   ///< numbers; 0: there are none
+};
+
 /// An index that names nothing.
 constexpr std::int32_t None = -1;
 
@@ -105,6 +111,9 @@ struct Mesh {
   Array<float> texCoords;        ///< u v per vertex, v counting upwards, or empty
   Array<float> secondTexCoords;  ///< the same
   Array<std::uint32_t> indices;  ///< 3 per triangle, 2 per line, 1 per point
+  /// In the place of the arrays that are called so. Primitives whose indices name vertices that are not there are left
+  /// out.
+  Stored storedPositions, storedNormals, storedIndices;
   std::int32_t material = None;
   float width = 1;            ///< pixels: size of points, width of lines
   std::int32_t edges = None;  ///< of triangles: a mesh of lines, drawn only where edges are, and in the place of others

@@ -61,9 +61,14 @@ void describe(A& a, Shape& x) {
   a(x.name, x.positions, x.normals);
 }
 template <class A>
+void describe(A& a, Stored& x) {
+  a(x.offset, x.count);
+}
+template <class A>
 void describe(A& a, Mesh& x) {
-  a(x.primitive, x.positions, x.normals, x.colors, x.texCoords, x.secondTexCoords, x.indices, x.material, x.width,
-    x.edges, x.shapes, x.shapeWeights, x.influences, x.bones, x.boneWeights);
+  a(x.primitive, x.positions, x.normals, x.colors, x.texCoords, x.secondTexCoords, x.indices, x.storedPositions,
+    x.storedNormals, x.storedIndices, x.material, x.width, x.edges, x.shapes, x.shapeWeights, x.influences, x.bones,
+    x.boneWeights);
 }
 template <class A>
 void describe(A& a, Bone& x) {

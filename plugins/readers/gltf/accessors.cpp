@@ -2,6 +2,7 @@
 
 #include <meshoptimizer.h>
 
+#include <QtEndian>
 #include <algorithm>
 
 #include "plugins/readers/gltf/mending.h"
@@ -190,6 +191,22 @@ Array<std::uint32_t> Accessors::integers(int number) {
     result[i] = std::uint32_t(std::clamp(componentAt(bytes, accessor.componentType, false), 0.0, Most));
   });
   return result;
+}
+
+Stored Accessors::stored(int number, int each, int componentType) {
+  constexpr std::size_t Many = 1 << 16;
+  const tinygltf::Accessor& accessor = elementOf(m_Source.accessors, number);
+  if (Q_BYTE_ORDER != Q_LITTLE_ENDIAN || accessor.componentType != componentType || components(number) != each ||
+      accessor.normalized || accessor.sparse.isSparse || accessor.bufferView < 0 || accessor.count < Many)
+    return {};
+  const tinygltf::BufferView& view = elementOf(m_Source.bufferViews, accessor.bufferView);
+  const std::size_t size = sizeOfComponent(componentType) * std::size_t(each);
+  if ((view.byteStride != 0 && view.byteStride != size) || packingOf(view) || !isInContainer(view.buffer)) return {};
+  const std::size_t all = m_Container.contentSize();
+  if (view.byteOffset > all || view.byteLength > all - view.byteOffset ||
+      !fits(view.byteLength, accessor.byteOffset, accessor.count, size, size))
+    throwDamaged();
+  return {m_Container.contentOffset() + view.byteOffset + accessor.byteOffset, accessor.count * std::size_t(each)};
 }
 
 }  // namespace nubo::reader

@@ -33,6 +33,9 @@ class Accessors {
   Array<float> floats(int accessor, int each, float missing = 0);
   /// Whole numbers, one of each value.
   Array<std::uint32_t> integers(int accessor);
+  /// Where an accessor's numbers are in the file as a program has them in memory, if there are `each` of this type in a
+  /// value, and so many that they are worth it.
+  Stored stored(int accessor, int each, int componentType);
   struct Bytes {
     const unsigned char* data = nullptr;
     std::size_t size = 0;

@@ -25,6 +25,8 @@ class Container {
   std::vector<unsigned char> text;
   /// How many bytes a binary file has for its first buffer.
   std::size_t contentSize() const { return m_ContentSize; }
+  /// Where they begin in the file.
+  std::size_t contentOffset() const { return m_ContentOffset; }
   /// Some of those bytes, which must be among them. Throws Refusal where the file was cut short meanwhile.
   std::vector<unsigned char> content(std::size_t offset, std::size_t size);
 

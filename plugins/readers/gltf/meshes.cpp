@@ -68,6 +68,13 @@ class Meshes::Attributes {
   }
 
   bool has(const std::string& name) const { return m_Primitive.attributes.count(name) > 0; }
+  /// Where three numbers each are in the file; nothing where the numbers are needed here.
+  Stored stored(const std::string& name) const { return stays() ? storedAt(name) : Stored(); }
+  Stored storedIndices() const {
+    return stays() && m_Primitive.indices >= 0
+               ? m_Accessors.stored(m_Primitive.indices, 1, TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT)
+               : Stored();
+  }
   Array<float> floats(const std::string& name, int each, float missing = 0) const {
     const auto found = m_Primitive.attributes.find(name);
     if (found == m_Primitive.attributes.end()) return {};
@@ -87,6 +94,18 @@ class Meshes::Attributes {
   }
 
  private:
+  /// Whether neither bones nor shapes move it, and it has no strips to be taken apart.
+  bool stays() const {
+    const bool isSingle = m_Primitive.mode < 0 || m_Primitive.mode == TINYGLTF_MODE_POINTS ||
+                          m_Primitive.mode == TINYGLTF_MODE_LINE || m_Primitive.mode == TINYGLTF_MODE_TRIANGLES;
+    return !m_Draco && isSingle && m_Primitive.targets.empty() && !has("JOINTS_0");
+  }
+  Stored storedAt(const std::string& name) const {
+    const auto found = m_Primitive.attributes.find(name);
+    return found == m_Primitive.attributes.end() ? Stored()
+                                                 : m_Accessors.stored(found->second, 3, TINYGLTF_COMPONENT_TYPE_FLOAT);
+  }
+
   const tinygltf::Model& m_Source;
   const tinygltf::Primitive& m_Primitive;
   Accessors& m_Accessors;
@@ -122,15 +141,21 @@ void Meshes::convertPrimitive(const tinygltf::Mesh& owner, const tinygltf::Primi
   mesh.primitive = primitiveOf(mode);
   if (mesh.primitive == Primitive::Points) mesh.width = PointSize;
   if (source.material >= 0 && std::size_t(source.material) < m_Source.materials.size()) mesh.material = source.material;
-  mesh.positions = attributes.floats("POSITION", 3);
-  mesh.normals = attributes.floats("NORMAL", 3);
+  mesh.storedPositions = attributes.stored("POSITION");
+  mesh.storedNormals = attributes.stored("NORMAL");
+  mesh.storedIndices = attributes.storedIndices();
+  if (mesh.storedPositions.count == 0) mesh.positions = attributes.floats("POSITION", 3);
+  if (mesh.storedNormals.count == 0) mesh.normals = attributes.floats("NORMAL", 3);
+  const std::size_t vertices = std::max(mesh.positions.size(), std::size_t(mesh.storedPositions.count)) / 3;
   mesh.texCoords = attributes.floats("TEXCOORD_0", 2);
   mesh.secondTexCoords = attributes.floats("TEXCOORD_1", 2);
   for (const Array<float>& coordinates : {mesh.texCoords, mesh.secondTexCoords})
     for (std::size_t i = 1; i < coordinates.size(); i += 2) coordinates[i] = 1 - coordinates[i];
   convertColors(attributes, mesh);
-  mesh.indices = singles(attributes.indices(mesh.positions.size() / 3), mode, m_Output);
-  dropBroken(mesh.indices, std::size_t(mesh.primitive) + 1, mesh.positions.size() / 3);
+  if (mesh.storedIndices.count == 0) {
+    mesh.indices = singles(attributes.indices(vertices), mode, m_Output);
+    dropBroken(mesh.indices, std::size_t(mesh.primitive) + 1, vertices);
+  }
   convertInfluences(attributes, mesh);
   convertShapes(owner, source, mesh);
   m_Output.model.meshes.push_back(std::move(mesh));
