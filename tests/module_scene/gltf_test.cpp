@@ -113,6 +113,16 @@ TEST(Gltf, WhatCannotBeReadIsALine) {
   }
 }
 
+QByteArray binary(QByteArray json, const QByteArray& content) {
+  json += QByteArray((4 - json.size() % 4) % 4, ' ');
+  const auto word = [](int value) {
+    const auto bytes = qToLittleEndian(quint32(value));
+    return QByteArray(reinterpret_cast<const char*>(&bytes), 4);
+  };
+  return "glTF" + word(2) + word(28 + json.size() + content.size()) + word(json.size()) + "JSON" + json +
+         word(content.size()) + QByteArray("BIN\0", 4) + content;
+}
+
 /// A binary file of one triangle with a picture of one red pixel, all of which lies in the file.
 QByteArray binaryTriangle() {
   QByteArray content, picture;
@@ -131,13 +141,7 @@ QByteArray binaryTriangle() {
       "type":"VEC3"},{"bufferView":1,"componentType":5126,"count":3,"type":"VEC2"}],"images":[{"bufferView":2,
       "mimeType":"image/png"}],"textures":[{"source":0}],"materials":[{"pbrMetallicRoughness":{"baseColorTexture":
       {"index":0}}}],"meshes":[{"primitives":[{"attributes":{"POSITION":0,"TEXCOORD_0":1},"material":0}]}]})";
-  json += QByteArray((4 - json.size() % 4) % 4, ' ');
-  const auto word = [](int value) {
-    const auto bytes = qToLittleEndian(quint32(value));
-    return QByteArray(reinterpret_cast<const char*>(&bytes), 4);
-  };
-  return "glTF" + word(2) + word(28 + json.size() + content.size()) + word(json.size()) + "JSON" + json +
-         word(content.size()) + QByteArray("BIN\0", 4) + content;
+  return binary(json, content);
 }
 
 TEST(Gltf, BinaryFilesAreReadWholeOrRefused) {
@@ -167,6 +171,49 @@ TEST(Gltf, BinaryFilesAreReadWholeOrRefused) {
     const QString error = read(bytes).error;
     EXPECT_TRUE(error.contains(cause)) << name << ": " << error.toStdString();
   }
+}
+
+// The program reads them in the file itself, while those of a file beside it come by shared memory.
+TEST(Gltf, LongArraysAreThoseOfTheSameFileInTwo) {
+  constexpr quint32 Side = 300;
+  const QTemporaryDir folder;
+  std::vector<float> numbers(1, 7.0f);  // what comes before
+  std::vector<quint32> indices{0, 1, Side * Side};
+  for (quint32 i = 0; i < Side * Side; ++i)
+    numbers.insert(numbers.end(), {float(i % Side), float(i / Side), float(i % 7)});
+  for (quint32 i = 0; i < Side * Side; ++i) numbers.insert(numbers.end(), {float(i % 3), 1, float(i % 5)});
+  for (quint32 i = 0; i + Side + 1 < Side * Side; ++i) indices.insert(indices.end(), {i, i + 1, i + Side});
+  QByteArray content(reinterpret_cast<const char*>(numbers.data()), int(numbers.size() * sizeof(float)));
+  content.append(reinterpret_cast<const char*>(indices.data()), int(indices.size() * sizeof(quint32)));
+  const auto textWith = [&](const char* uri) {
+    return QByteArray(R"({"asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0]}], "nodes": [{"mesh": 0}],
+        "meshes": [{"primitives": [{"attributes": {"POSITION": 0, "NORMAL": 1}, "indices": 2}]}], "accessors": [
+        {"bufferView": 0, "componentType": 5126, "count": 90000, "type": "VEC3"},
+        {"bufferView": 0, "byteOffset": 1080000, "componentType": 5126, "count": 90000, "type": "VEC3"},
+        {"bufferView": 1, "componentType": 5125, "count": 269100, "type": "SCALAR"}], "bufferViews": [
+        {"buffer": 0, "byteOffset": 4, "byteLength": 2160000, "byteStride": 12},
+        {"buffer": 0, "byteOffset": 2160004, "byteLength": 1076400}], "buffers": [{)") +
+           uri + R"("byteLength": 3236404}]})";
+  };
+  const auto read = [&](const char* name, const QByteArray& bytes) {
+    QFile file(folder.filePath(name));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+    file.close();
+    return importFile(file.fileName());
+  };
+  read("long.bin", content);
+  std::vector<const Geometry*> found;
+  const ImportResult two = read("long.gltf", textWith(R"("uri": "long.bin", )")),
+                     one = read("long.glb", binary(textWith(""), content));
+  for (const ImportResult* result : {&two, &one}) {
+    ASSERT_TRUE(result->root) << result->error.toStdString();
+    collect(*result->root, found);
+  }
+  ASSERT_EQ(found.size(), 2u);
+  EXPECT_EQ(found[1]->primitiveCount(), indices.size() / 3 - 1) << "one names a vertex that is not there";
+  EXPECT_EQ(found[1]->positions, found[0]->positions);
+  EXPECT_EQ(found[1]->normals, found[0]->normals);
+  EXPECT_EQ(found[1]->indices, found[0]->indices);
 }
 
 TEST(Gltf, DracosMeshIsThePlainOne) {

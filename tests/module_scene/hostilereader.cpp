@@ -132,6 +132,23 @@ const std::map<std::string, std::function<void(Output&)>> Faults{
        track.values = output.array<float>(4);
        output.model.animations.push_back({"", {track}});
      }},
+    {"stored",
+     [](Output& output) {
+       readWell(output), output.model.meshes[0].storedNormals = {1 << 20, 9};
+     }},
+    {"wraps",
+     [](Output& output) {
+       readWell(output), output.model.meshes[0].storedNormals = {~std::uint64_t(7), 9};
+     }},
+    {"twice",
+     [](Output& output) {
+       readWell(output), output.model.meshes[0].storedPositions = {0, 9};
+     }},
+    {"endless",
+     [](Output& output) {
+       readWell(output), output.model.meshes[0].positions = {};
+       output.model.meshes[0].storedPositions.count = std::uint64_t(3) << 29;
+     }},
     {"private",
      [](Output& output) {
        static float own[9];
