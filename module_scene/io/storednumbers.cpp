@@ -21,8 +21,8 @@ std::vector<T> StoredNumbers::read(const reader::Stored& place) {
   m_File.seek(qint64(place.offset));
   while (done < place.count) {
     numbers.resize(std::min(done + AtOnce, std::size_t(place.count)));
-    const auto some = qint64((numbers.size() - done) * sizeof(T));
-    if (m_File.read(reinterpret_cast<char*>(&numbers[done]), some) != some) throwShort();
+    const std::size_t some = (numbers.size() - done) * sizeof(T);
+    if (m_File.read(reinterpret_cast<char*>(&numbers[done]), qint64(some)) != qint64(some)) throwShort();
     done = numbers.size();
   }
   return numbers;

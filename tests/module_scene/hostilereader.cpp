@@ -136,10 +136,6 @@ const std::map<std::string, std::function<void(Output&)>> Faults{
      [](Output& output) {
        readWell(output), output.model.meshes[0].storedNormals = {1 << 20, 9};
      }},
-    {"wraps",
-     [](Output& output) {
-       readWell(output), output.model.meshes[0].storedNormals = {~std::uint64_t(7), 9};
-     }},
     {"twice",
      [](Output& output) {
        readWell(output), output.model.meshes[0].storedPositions = {0, 9};

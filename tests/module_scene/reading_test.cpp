@@ -32,7 +32,7 @@ class Reading : public testing::Test {
           "hides",   "allocates",  "shares",  "sleeps",   "turns",    "crashes",    "leaves", "throws", "lies",
           "talks",   "index",      "corners", "normals",  "material", "mesh",       "parent", "enum",   "private",
           "picture", "track",      "warns",   "bones",    "weights",  "influences", "skin",   "bone",   "shape",
-          "behaves", "bends",      "dawdles", "brings",   "stored",   "wraps",      "twice",  "endless"})
+          "behaves", "bends",      "dawdles", "brings",   "stored",   "twice",      "endless"})
       suffixes += QByteArray(suffixes.isEmpty() ? "" : ", ") + '"' + misdeed + '"';
     write(folder + "/hostile.json", "{\"library\": \"" NUBO_HOSTILE_READER "\", \"formats\": [{\"suffixes\": [" +
                                         suffixes + "], \"begins\": [{\"text\": \"HOSTILE\"}]}]}");
@@ -73,8 +73,8 @@ TEST_F(Reading, NoReaderTakesTheProgramDownOrReachesBeyondIt) {
              {"mesh", "makes no sense"}, {"parent", "makes no sense"}, {"enum", "makes no sense"},
              {"bones", "makes no sense"}, {"weights", "makes no sense"}, {"influences", "makes no sense"},
              {"skin", "makes no sense"}, {"bone", "makes no sense"}, {"shape", "makes no sense"},
-             {"stored", "cut short"}, {"wraps", "cut short"}, {"twice", "makes no sense"},
-             {"endless", "makes no sense"}, {"private", "memory of its own"}, {"picture", "makes no sense"}, {
+             {"stored", "cut short"}, {"twice", "makes no sense"}, {"endless", "makes no sense"},
+             {"private", "memory of its own"}, {"picture", "makes no sense"}, {
            "track", "makes no sense"
          }
        }) {
