@@ -112,6 +112,10 @@ TEST_F(Composing, CutsThroughThreePoints) {
   QTest::mouseClick(&panel(), Qt::LeftButton, {}, pixelOf({1, -1, 1}));
   QTest::mouseClick(&panel(), Qt::LeftButton, {}, QPoint(2, 2));
   EXPECT_EQ(scene::_GlobalScene()->getSection(), section);
+  emit directions->activated(0);
+  emit directions->activated(3);
+  window->findChild<QSlider*>("sectionSlider")->setValue(400);  // while points are waited for
+  EXPECT_EQ(directions->currentIndex(), 3);
 }
 
 TEST_F(Composing, AnotherModelIsWhole) {

@@ -175,7 +175,7 @@ void SectionBar::apply() {
 
 void SectionBar::show() {
   const QSignalBlocker directions(mp_Directions), slider(mp_Slider), place(mp_Place);
-  mp_Directions->setCurrentIndex(m_State.direction);
+  mp_Directions->setCurrentIndex(m_Picks ? ThroughPoints : m_State.direction);
   mp_Slider->setValue(int(std::lround(m_State.share * Steps)));
   const double extent = m_Most - m_Least;
   constexpr int Digits = 4, MostDecimals = 9;
