@@ -58,11 +58,12 @@ struct PageAllocator {
 template <class T>
 using Scratch = std::vector<T, PageAllocator<T>>;
 
-/// An empty list with room for so many values.
+/// An empty list with room for so many values, and for a quarter more: the clusters of a mesh will have vertices of
+/// their own.
 template <class T>
 std::vector<T> listWithRoom(std::size_t size) {
   std::vector<T> list;
-  list.reserve(size);
+  list.reserve(size + size / 4);
   preferLargePages(list.data(), list.capacity() * sizeof(T));
   return list;
 }

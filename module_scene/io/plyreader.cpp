@@ -242,15 +242,19 @@ class PlyReader {
       const std::uint64_t most = std::min(element.count, m_File.left() / LeastBytes);
       m_Geometry->indices = util::listWithRoom<std::uint32_t>(std::size_t(most) * 3);
     }
+    std::vector<bool> areCorners;
+    for (const Property& property : element.properties)
+      areCorners.push_back(element.name == "face" &&
+                           (property.name == "vertex_indices" || property.name == "vertex_index"));
     for (std::uint64_t i = 0; i < element.count; ++i)
-      for (const Property& property : element.properties) {
+      for (std::size_t k = 0; k < element.properties.size(); ++k) {
+        const Property& property = element.properties[k];
         const auto count =
             property.countType == Type::None
                 ? 1u
                 : std::uint32_t(std::max(0.0, value(property.countType, m_File.take(sizeOf(property.countType)))));
         const char* items = m_File.take(std::uint64_t(count) * sizeOf(property.type));
-        const bool corners = property.name == "vertex_indices" || property.name == "vertex_index";
-        if (element.name == "face" && corners) addFace(items, property.type, count);
+        if (areCorners[k]) addFace(items, property.type, count);
       }
   }
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 
+#include "kernel/util/largememory.h"
 #include "module_scene/io/filestream.h"
 #include "module_scene/mesh/vertexjoin.h"
 
@@ -159,6 +160,7 @@ util::YPointer<scene::Geometry> readBinaryStl(const QString& fileName, ImportCon
   if (triangles * 3 >= 0x7FFFFFFF) throw ImportError(ImportError::tr("it has too many triangles"));
   util::YPointer<scene::Geometry> geometry(new scene::Geometry);
   geometry->indices.reserve(std::size_t(triangles) * 3);
+  geometry->positions = util::listWithRoom<float>(std::size_t(triangles) / 2 * 3);  // what closed meshes have
   Vertices vertices(geometry->positions);
   constexpr std::uint64_t AtOnce = 1 << 18;
   for (std::uint64_t first = 0; first < triangles; first += AtOnce) {

@@ -166,6 +166,21 @@ class CornerGroups {
   std::vector<std::array<float, 3>> m_Normals;
 };
 
+/// Whether the numbers of both are the same, and each is there once.
+bool arePaired(std::vector<std::uint32_t>& leaving, std::vector<std::uint32_t>& arriving) {
+  constexpr std::size_t Few = 8;  // which are compared sooner than sorted
+  if (leaving.size() != arriving.size()) return false;
+  if (leaving.size() > Few) {
+    std::sort(leaving.begin(), leaving.end());
+    std::sort(arriving.begin(), arriving.end());
+    return leaving == arriving && std::adjacent_find(leaving.begin(), leaving.end()) == leaving.end();
+  }
+  for (auto i = leaving.begin(); i != leaving.end(); ++i)
+    if (std::find(leaving.begin(), i, *i) != i || std::find(arriving.begin(), arriving.end(), *i) == arriving.end())
+      return false;
+  return true;
+}
+
 }  // namespace
 
 Surface::Surface(const std::vector<float>& positions, const std::vector<std::uint32_t>& indices,
@@ -263,9 +278,7 @@ bool Surface::isManifold() const {
         if (next > point) leaving.push_back(next);
         if (previous > point) arriving.push_back(previous);
       }
-      std::sort(leaving.begin(), leaving.end());
-      std::sort(arriving.begin(), arriving.end());
-      if (leaving != arriving || std::adjacent_find(leaving.begin(), leaving.end()) != leaving.end()) manifold = false;
+      if (!arePaired(leaving, arriving)) manifold = false;
     }
   });
   return manifold;

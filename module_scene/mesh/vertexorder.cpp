@@ -1,6 +1,5 @@
 #include "module_scene/mesh/vertexorder.h"
 
-#include <cstring>
 #include <limits>
 #include <numeric>
 
@@ -15,32 +14,14 @@ namespace {
 /// Clusters that one thread works on in one go.
 constexpr std::size_t ClustersWorthAThread = 8;
 
-/// How many vertices a list of so many should have room for without being moved: clusters will have some of their own.
-std::size_t roomFor(std::size_t vertices) { return vertices + vertices / 4; }
-
-/// Makes the values those of `sources`, `Each` of them for one.
-template <std::size_t Each, class T>
-void gather(std::vector<T>& values, const util::Scratch<std::uint32_t>& sources, std::size_t room) {
-  if (values.empty()) return;
-  std::vector<T> gathered = util::listWithRoom<T>(room * Each);
-  gathered.resize(sources.size() * Each);
-  parallelRanges(sources.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
-    constexpr std::size_t Ahead = 24;  // nearly every access misses the caches
-    for (std::size_t i = begin; i < end; ++i) {
-      if (i + Ahead < end) __builtin_prefetch(&values[sources[i + Ahead] * Each]);
-      std::memcpy(&gathered[i * Each], &values[sources[i] * Each], Each * sizeof(T));
-    }
-  });
-  values.swap(gathered);
-}
-
-void gatherVertices(Geometry& g, const util::Scratch<std::uint32_t>& sources, std::size_t room) {
-  gather<3>(g.positions, sources, room);
-  gather<3>(g.normals, sources, room);
-  gather<4>(g.colors, sources, room);
-  gather<2>(g.texCoords, sources, room);
-  gather<2>(g.secondTexCoords, sources, room);
-  gather<1>(g.identities, sources, room);
+/// Makes the vertices those of `sources`, in place.
+void arrangeVertices(Geometry& g, const util::Scratch<std::uint32_t>& sources) {
+  arrange(g.positions, 3, sources);
+  arrange(g.normals, 3, sources);
+  arrange(g.colors, 4, sources);
+  arrange(g.texCoords, 2, sources);
+  arrange(g.secondTexCoords, 2, sources);
+  arrange(g.identities, 1, sources);
 }
 
 /// Replaces items by their representatives' numbers, which count these in the order in which they first occur. Returns
@@ -111,7 +92,7 @@ util::Scratch<std::uint32_t> joinVertices(Geometry& g) {
   sharing.clear();
   for (std::uint32_t v = 0; v < sources.size() && !shares.empty(); ++v)
     if (shares[sources[v]]) sharing.push_back(v);
-  gatherVertices(g, sources, roomFor(sources.size()));
+  arrangeVertices(g, sources);
   if (sharing.empty() || g.kind != KindFaces) return {};
   util::Scratch<std::uint32_t> placeOfVertex(g.vertexCount());
   std::iota(placeOfVertex.begin(), placeOfVertex.end(), 0u);
@@ -121,7 +102,7 @@ util::Scratch<std::uint32_t> joinVertices(Geometry& g) {
 
 void separateClusters(Geometry& g) {
   util::Scratch<std::uint32_t> numbers(g.vertexCount(), 0), sources;
-  sources.reserve(roomFor(g.vertexCount()));
+  sources.reserve(g.vertexCount() + g.vertexCount() / 4);
   for (Cluster& cluster : g.clusters) {
     cluster.firstVertex = std::uint32_t(sources.size());
     for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; ++i) {
@@ -136,16 +117,7 @@ void separateClusters(Geometry& g) {
     cluster.vertexCount = std::uint32_t(sources.size()) - cluster.firstVertex;
   }
   numbers = {};
-  arrange(g.positions, 3, sources);
-  arrange(g.normals, 3, sources);
-  arrange(g.colors, 4, sources);
-  arrange(g.texCoords, 2, sources);
-  arrange(g.secondTexCoords, 2, sources);
-  arrange(g.identities, 1, sources);
-}
-
-void pickVertices(Geometry& g, const util::Scratch<std::uint32_t>& sources) {
-  gatherVertices(g, sources, sources.size());
+  arrangeVertices(g, sources);
 }
 
 void setBounds(Geometry& g) {

@@ -16,9 +16,6 @@ util::Scratch<std::uint32_t> joinVertices(Geometry& g);
 /// Gives each cluster vertices of its own, in the order in which its indices use them.
 void separateClusters(Geometry& g);
 
-/// Makes the vertices those of `sources`, without room for more.
-void pickVertices(Geometry& g, const util::Scratch<std::uint32_t>& sources);
-
 /// Sets the boxes of the clusters, which have their vertices, and of all.
 void setBounds(Geometry& g);
 
