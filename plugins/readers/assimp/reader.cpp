@@ -18,6 +18,7 @@
 #include "plugins/readers/assimp/filesystem.h"
 #include "plugins/readers/assimp/markedtext.h"
 #include "plugins/readers/assimp/sceneconverter.h"
+#include "plugins/readers/assimp/smoothinggroups.h"
 #include "plugins/readers/assimp/xfilecheck.h"
 
 namespace nubo::reader {
@@ -98,6 +99,14 @@ void mendFaces(aiMesh& mesh) {
   mesh.mPrimitiveTypes = aiPrimitiveType_POINT;
 }
 
+/// The program finds better ones, with creases, for meshes that have none.
+void dropNormals(const aiScene& scene) {
+  for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
+    delete[] scene.mMeshes[i]->mNormals;
+    scene.mMeshes[i]->mNormals = nullptr;
+  }
+}
+
 std::unique_ptr<aiScene> readScene(Assimp::Importer& importer, const std::string& name, Output& output) {
   importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
   const aiScene* scene = importer.ReadFile(name, 0);
@@ -134,5 +143,6 @@ NUBO_READER_ENTRY(file, format, output) {
   importer.SetProgressHandler(new Progress(output));
   const std::unique_ptr<aiScene> scene = readScene(importer, name.string(), output);
   takeColladaShapes(document, *scene);
+  if (format == "3ds" && !hasSmoothingGroups(file)) dropNormals(*scene);
   SceneConverter(*scene, format, output).convert();
 }
