@@ -1,10 +1,16 @@
 #include "module_scene/draw/drawingstate.h"
 
 #include <QOpenGLExtraFunctions>
+#include <cstring>
 
 namespace nubo::scene {
 
 QOpenGLFunctions_2_0* functions() { return QOpenGLContext::currentContext()->versionFunctions<QOpenGLFunctions_2_0>(); }
+
+bool isSoftware() {
+  const auto* name = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
+  return name && (std::strstr(name, "llvmpipe") || std::strstr(name, "softpipe"));
+}
 
 StateGuard::StateGuard() {
   glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &m_DrawFramebuffer);

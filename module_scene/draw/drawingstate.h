@@ -11,6 +11,9 @@ namespace nubo::scene {
 /// Of the current context.
 QOpenGLFunctions_2_0* functions();
 
+/// Whether the current context's OpenGL has no hardware of its own.
+bool isSoftware();
+
 /// Puts back, at the end of a drawing, everything of OpenGL's state that it may touch.
 class StateGuard {
  public:

@@ -112,6 +112,13 @@ bool facesAway(const Cluster& cluster, const math::Vector3& eye) {
 
 }  // namespace
 
+int ViewQuery::samplesNeeded() const {
+  constexpr double Thin = 2;
+  constexpr int ForThin = 16;
+  const bool isThin = edges && widthScale < Thin && isPicture(layers);
+  return samples > 0 && isThin ? std::max(samples, ForThin) : samples;
+}
+
 // A tile shows a part of the frustum as large as the whole picture does, so that its scale is the picture's.
 void ViewQuery::scaleWidths(int viewHeight, double lens) {
   if (viewHeight > 0) {
@@ -177,7 +184,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
 
   Batch batch;
   batch.geometry = &geometry;
-  batch.buffer = BufferCache::buffer(geometry);
+  if (!query.plotted) batch.buffer = BufferCache::buffer(geometry);
   batch.modelView = modelView;
   batch.width = width;
   const double volume = determinant(modelView);
@@ -197,6 +204,14 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
     else
       addRange(batch.firstRange, range);
   };
+  if (query.plotted) {
+    addClusters(geometry, overlap, culler);
+    batch.rangeCount = m_Ranges.size() - batch.firstRange;
+    if (batch.rangeCount == 0) return;
+    m_Margin = std::max(m_Margin, margin);
+    m_Opaque.push_back(std::move(batch));
+    return;
+  }
   batch.fine = query.detail == 0 && geometry.kind == KindFaces && isFine(*batch.buffer, culler);
   const auto coarse = query.detail > 0 ? coarseVersion(geometry) : nullptr;
   batch.coarse = coarse;
@@ -233,6 +248,11 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
   if (batch.rangeCount == 0 && m_Sortables.size() == sortable) return;
   m_Margin = std::max(m_Margin, margin);
   (geometry.transparent ? m_Unsorted : m_Opaque).push_back(std::move(batch));
+}
+
+void DrawList::addClusters(const Geometry& geometry, Overlap overlap, const Culler& culler) {
+  for (const Cluster& cluster : geometry.clusters)
+    if (overlap == Overlap::Whole || culler.overlap(cluster) != Overlap::None) m_Ranges.push_back(whole(cluster));
 }
 
 // Adds to the batch whose ranges begin at `firstRange`; coarse ones that follow each other become one.

@@ -11,6 +11,8 @@
 
 namespace nubo::scene {
 
+class Culler;
+
 /// What to look for, and through which window.
 struct ViewQuery {
   math::Matrix4 projection;
@@ -20,12 +22,18 @@ struct ViewQuery {
   int kinds = 0;                           ///< Kind bits
   int samples = 0;                         ///< per pixel
   bool sieved = false;                     ///< leaves out points that others hide, which takes time, before drawing
+  bool plotted = false;                    ///< points are drawn without OpenGL, which then needs no copies of them
   bool edges = false;                      ///< faces get lines where their surface has an edge
   Outlines* outlines = nullptr;            ///< and these, where it turns away; null: not
   std::optional<Plane> cut = {};           ///< beyond which, in eye space, nothing is drawn
   double widthScale = 1;                   ///< of what has a width in pixels
   double widestPoint = 1, widestLine = 1;  ///< that can be drawn
 
+  /// Whether no more is drawn than a picture shows.
+  static bool isPicture(int layers) { return !(layers & ~(LayerModel | LayerTransparent)); }
+  /// Of samples. In a picture, edges that are as thin as a pixel or two are smoother than others need be: so a small
+  /// one looks like a large one from further away.
+  int samplesNeeded() const;
   /// Sets the last three for widths in pixels of a view of that height, seen without the lens; 0: in pixels of this
   /// one. Needs a context.
   void scaleWidths(int viewHeight, double lens);
@@ -34,8 +42,8 @@ struct ViewQuery {
 /// One geometry with the index ranges of it that are to be drawn.
 struct Batch {
   const Geometry* geometry = nullptr;
-  util::YPointer<GeometryBuffer> buffer;
-  util::YPointer<CoarseVersion> coarse;  ///< of those ranges that are a coarse version's
+  util::YPointer<GeometryBuffer> buffer;  ///< null: it is drawn without OpenGL
+  util::YPointer<CoarseVersion> coarse;   ///< of those ranges that are a coarse version's
   math::Matrix4 modelView;
   bool mirrored = false;  ///< the transform turns counter-clockwise into clockwise
   bool cullBack = false;  ///< back faces cannot be seen
@@ -78,6 +86,7 @@ class DrawList {
 
   void add(const ScenePart& part, const math::Matrix4& transform, Overlap overlap, const ViewQuery& query);
   void add(const Geometry& geometry, const math::Matrix4& modelView, Overlap overlap, const ViewQuery& query);
+  void addClusters(const Geometry& geometry, Overlap overlap, const Culler& culler);
   void addRange(std::size_t firstRange, const Range& range);
   void sieve(Batch& batch, const ViewQuery& query);
   void choose(Batch& batch);

@@ -15,6 +15,7 @@
 #include "module_scene/draw/environment.h"
 #include "module_scene/draw/groundshadow.h"
 #include "module_scene/draw/painter.h"
+#include "module_scene/draw/pointplotter.h"
 #include "module_scene/draw/smoothbuffer.h"
 #include "module_scene/draw/viewpoint.h"
 #include "module_scene/mesh/meshbuilder.h"
@@ -25,21 +26,6 @@ util::YPointer<Environment> environmentOf(const Scene& scene) {
   const util::YPointer<util::YObject> environment = scene.getEnvironment();
   return static_cast<Environment*>(environment.get());
 }
-
-namespace {
-
-bool isPicture(int layers) { return !(layers & ~(LayerModel | LayerTransparent)); }
-
-/// In a picture, edges that are as thin as a pixel or two are smoother than others need be: so a small one looks like a
-/// large one from further away.
-int samplesFor(const ViewQuery& query) {
-  constexpr double Thin = 2;
-  constexpr int ForThin = 16;
-  const bool isThin = query.edges && query.widthScale < Thin && isPicture(query.layers);
-  return query.samples > 0 && isThin ? std::max(query.samples, ForThin) : query.samples;
-}
-
-}  // namespace
 
 const double SceneDrawer::ZNEAR = 0.05;
 const double SceneDrawer::ZFAR = 100.0;
@@ -62,6 +48,7 @@ struct SceneDrawer::Private {
   ContactMap contact;
   GroundShadow ground;
   SmoothBuffer buffer;
+  PointPlotter plotter;
   util::YPointer<SceneElement> sample;  // that prepare() draws with
   double indicesPerMs = 1000;           // that a part has drawn
 
@@ -77,13 +64,16 @@ struct SceneDrawer::Private {
   bool inContact = false;  // the map of contact is looked up
   bool onGround = false;
   bool direct = false;
+  bool plotted = false;  // and waits to be brought into the buffer
   int finishedRows = 0;
   SmoothBuffer::Edges edges = SmoothBuffer::Edges::Blend;
   BackdropPainter backdrop;
 
   void begin(const StateGuard& state, bool atOnce, double detail, int layers, int kinds, const math::Matrix4& transform,
              std::initializer_list<const SceneElement*> elements);
-  bool isEmpty() const { return list.isEmpty() && !onGround; }
+  bool isEmpty() const { return list.isEmpty() && !onGround && !plotted; }
+  bool mayPlot(bool atOnce, double detail);
+  void plot();
   void drawBackground(int layers);
   void beginGround(const StateGuard& state, int kinds, std::initializer_list<const SceneElement*> elements);
   void beginContact(const StateGuard& state, int kinds, std::initializer_list<const SceneElement*> elements);
@@ -104,7 +94,7 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
   query.sieved = atOnce;
   query.edges = drawsEdges || look == Look::Technical;
   query.scaleWidths(viewHeight, viewpoint.lens);
-  fineness = SmoothBuffer::fineness(width, height, samplesFor(query));
+  fineness = SmoothBuffer::fineness(width, height, query.samplesNeeded());
   query.width *= fineness;
   query.height *= fineness;
   query.widthScale *= fineness;
@@ -116,14 +106,17 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
   std::array<const SceneElement*, 2> roots{};
   std::copy(elements.begin(), elements.end(), roots.begin());
   scene ? parts.update({roots, scene->changeCount(), section}) : parts.reset({roots, 0, section});
+  query.plotted = mayPlot(atOnce, detail);
   list.collect(parts, viewpoint.view, query);
   list.sortTransparent();
   facesBack = query.edges ? 1 + 0.75 * query.widthScale : 1;  // half of an edge's width
   shaded = look != Look::Plain && !list.isEmpty() && shader->isAvailable();
   beginContact(state, kinds, elements);
   beginGround(state, kinds, elements);
-  painter.emplace(list, shaded ? shader.get() : nullptr);
   finishedRows = 0;
+  plotted = query.plotted && !list.isEmpty();
+  if (plotted) return plot();
+  painter.emplace(list, shaded ? shader.get() : nullptr);
   if (isEmpty()) return;
 
   setUpState();
@@ -133,10 +126,28 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
   if (!direct) buffer.suspend();
 }
 
+/// Whether OpenGL need not draw, which takes longer where it is software.
+bool SceneDrawer::Private::mayPlot(bool atOnce, double detail) {
+  const bool isPlain = (look == Look::Plain || !shader->isAvailable()) && !drawsGround && !section;
+  return atOnce && detail == 0 && isPlain && parts.arePlainPoints() && isSoftware() && buffer.isAvailable(fineness);
+}
+
+void SceneDrawer::Private::plot() {
+  setUpState();
+  const int margin = list.margin(), fineWidth = fineness * width, fineHeight = fineness * height;
+  plotter.plot(list, extended(viewpoint.projection, fineWidth, fineHeight, margin), fineWidth + 2 * margin,
+               fineHeight + 2 * margin, samples);
+  plotted = buffer.begin(width, height, fineness, margin, plotter.pixels().data());
+  buffer.suspend();
+  direct = false;
+  list.clear();
+  painter.emplace(list, nullptr);
+}
+
 /// Pictures have none, so that they can be laid over any.
 void SceneDrawer::Private::drawBackground(int layers) {
   edges = SmoothBuffer::Edges::KeepColor;
-  if (isPicture(layers)) return;
+  if (ViewQuery::isPicture(layers)) return;
   edges = SmoothBuffer::Edges::Blend;
   const Background background = scene ? scene->getBackground() : Background();
   if (background.isPlain()) return;
@@ -186,7 +197,7 @@ void SceneDrawer::Private::bindTarget(const StateGuard& state) {
 /// Has the driver make what it needs for this drawing, its shaders above all. That can take long, happens when they
 /// are used first, and keeps nobody else from drawing.
 void SceneDrawer::Private::prepare(const StateGuard& state) {
-  if (isEmpty()) return;
+  if (isEmpty() || plotted) return;
   if (inContact) contact.prepare();
   bindTarget(state);
   if (!direct && !finishPrepared) {

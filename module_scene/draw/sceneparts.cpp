@@ -10,6 +10,17 @@
 
 namespace nubo::scene {
 
+namespace {
+
+bool isPlainPoints(const Geometry& geometry) {
+  const Material* material = geometry.material.get();
+  const bool isLit = !geometry.normals.empty() && (!material || material->lit);
+  const bool isTextured = !geometry.texCoords.empty() && material && material->texture;
+  return geometry.kind == KindPoints && !geometry.transparent && !isLit && !isTextured;
+}
+
+}  // namespace
+
 void SceneParts::update(const Subject& subject) {
   if (m_IsKnown && m_Subject == subject) return;
   reset(subject);
@@ -90,6 +101,8 @@ bool SceneParts::isArranged() const {
 void SceneParts::arrange() {
   m_Arranged.clear();
   m_WidestPoint = m_WidestLine = 0;
+  m_ArePlainPoints =
+      std::all_of(m_Found.begin(), m_Found.end(), [](const ScenePart& part) { return isPlainPoints(*part.geometry); });
   std::map<const Material*, std::uint32_t> ranks;  // by first use, so that every run has the same
   std::vector<std::uint32_t> rankOf;
   for (const ScenePart& part : m_Found) {

@@ -46,6 +46,8 @@ class SceneParts {
   const BoxTree& tree() const { return m_Tree; }
   /// Pixels: of all points or lines, 0 if there are none.
   float widest(Kind kind) const { return kind == KindPoints ? m_WidestPoint : m_WidestLine; }
+  /// Whether there are only opaque points without light and textures.
+  bool arePlainPoints() const { return m_ArePlainPoints; }
   /// What cuts them; null: nothing does.
   const Section* section() const { return m_Subject.section.get(); }
   /// Elements that the section cuts where they have a border, so that they are not closed there.
@@ -68,6 +70,7 @@ class SceneParts {
   std::vector<ScenePart> m_Parts;
   BoxTree m_Tree;
   float m_WidestPoint = 0, m_WidestLine = 0;
+  bool m_ArePlainPoints = false;
 };
 
 }  // namespace nubo::scene

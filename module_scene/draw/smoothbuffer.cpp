@@ -71,15 +71,8 @@ int SmoothBuffer::fineness(int width, int height, int samples) {
 }
 
 bool SmoothBuffer::begin(int width, int height, int fineness, int margin, int samples) {
-  m_Width = width;
-  m_Height = height;
-  m_Margin = margin;
+  if (!set(width, height, fineness, margin, boundedSamples(samples))) return false;
   const int allWidth = fineness * width + 2 * margin, allHeight = fineness * height + 2 * margin;
-  reserve(allWidth, allHeight, boundedSamples(samples));
-  if (!createProgram(fineness) || !attach()) {
-    suspend();
-    return false;
-  }
   glViewport(0, 0, allWidth, allHeight);
   // Only the part in use is cleared.
   glEnable(GL_SCISSOR_TEST);
@@ -88,6 +81,24 @@ bool SmoothBuffer::begin(int width, int height, int fineness, int margin, int sa
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   glDisable(GL_SCISSOR_TEST);
   return true;
+}
+
+bool SmoothBuffer::begin(int width, int height, int fineness, int margin, const std::uint32_t* pixels) {
+  if (!set(width, height, fineness, margin, 0)) return false;
+  functions()->glBindTexture(GL_TEXTURE_2D, m_Resolved.name());
+  glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, fineness * width + 2 * margin, fineness * height + 2 * margin, GL_RGBA,
+                  GL_UNSIGNED_BYTE, pixels);
+  return true;
+}
+
+bool SmoothBuffer::set(int width, int height, int fineness, int margin, int samples) {
+  m_Width = width;
+  m_Height = height;
+  m_Margin = margin;
+  reserve(fineness * width + 2 * margin, fineness * height + 2 * margin, samples);
+  const bool isReady = createProgram(fineness) && attach();
+  if (!isReady) suspend();
+  return isReady;
 }
 
 void SmoothBuffer::suspend() {
@@ -115,6 +126,14 @@ void SmoothBuffer::reserve(int width, int height, int samples) {
   functions()->glBindRenderbuffer(GL_RENDERBUFFER, GLuint(bound));
   m_Capacity = {width, height};
   m_Samples = samples;
+}
+
+std::vector<std::array<float, 2>> SmoothBuffer::samplePlaces() const {
+  GLint count = 0;
+  glGetIntegerv(GL_SAMPLES, &count);
+  std::vector<std::array<float, 2>> places{std::size_t(count)};
+  for (GLuint i = 0; i < places.size(); ++i) functions()->glGetMultisamplefv(GL_SAMPLE_POSITION, i, places[i].data());
+  return places;
 }
 
 bool SmoothBuffer::attach() {

@@ -3,7 +3,9 @@
 
 #include <QColor>
 #include <array>
+#include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "module_scene/draw/framebuffer.h"
 #include "module_scene/draw/sharedname.h"
@@ -33,6 +35,13 @@ class SmoothBuffer {
   /// with `margin` more of these on each side. `samples`, of the caller's pixels, are bounded by what OpenGL can do.
   /// False if OpenGL cannot: the framebuffer that was bound must then be bound anew.
   [[nodiscard]] bool begin(int width, int height, int fineness, int margin, int samples);
+  /// Begins with what was drawn without OpenGL: `pixels` of the area and its margin, of premultiplied colours, from the
+  /// lower left one on. False as above.
+  [[nodiscard]] bool begin(int width, int height, int fineness, int margin, const std::uint32_t* pixels);
+  /// Whether OpenGL can do what it takes, as far as that does not depend on sizes.
+  [[nodiscard]] bool isAvailable(int fineness) { return createProgram(fineness); }
+  /// Where the samples of the buffer's pixels are, between its lower left corner and (1, 1), if it has several.
+  std::vector<std::array<float, 2>> samplePlaces() const;
   /// To be called before another context may become current, or none, between begin() and finish().
   void suspend();
   /// Binds the buffer again, as begin() and the drawing since then left it.
@@ -43,6 +52,7 @@ class SmoothBuffer {
   void finish(GLuint framebuffer, const QColor& background, Edges edges, int first, int rows);
 
  private:
+  [[nodiscard]] bool set(int width, int height, int fineness, int margin, int samples);
   void reserve(int width, int height, int samples);
   [[nodiscard]] bool createProgram(int fineness);
   bool attach();

@@ -1,5 +1,6 @@
 // Many parts show what each of them alone would, whatever becomes of them.
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 #include "drawerfixture.h"
@@ -93,13 +94,22 @@ GeometryPointer shells(int count, float width) {
   return points;
 }
 
-TEST_F(DrawerTest, PointsThatOthersHideAreLeftOutAndChangeNoPixel) {
+TEST_F(DrawerTest, PointsShowWhatOpenGLAloneShowsOfThem) {
   constexpr int Count = 150000;
   const math::Matrix4 transform = math::translation(0.1, 0, -2.2) * math::rotation(0.7, {0.6, 0.8, 0});
-  for (const auto& [width, samples] : {std::pair(1.0f, 0), {2.5f, 0}, {3.0f, 0}, {4.0f, 0}, {15.6f, 0}, {3.0f, 4}}) {
+  // Points of one colour each are plotted where they are alone; else those are left out that others hide.
+  const GeometryPointer face = square(Qt::white, 0.1), plain = strokes(KindPoints, 9, 40, 1),
+                        lit = strokes(KindPoints, 60, 40, 2);
+  plain->material = paint(QColor(230, 120, 40));
+  lit->material = paint(QColor(230, 120, 40), true);
+  lit->normals = lit->positions;
+  const std::tuple<float, int, GeometryPointer> cases[]{
+      {1.0f, 0, face},  {2.5f, 0, face},  {3.0f, 0, face},   {4.0f, 0, face},  {15.6f, 0, face}, {3.0f, 4, face},
+      {1.0f, 0, plain}, {2.5f, 0, plain}, {15.6f, 0, plain}, {1.0f, 4, plain}, {3.3f, 4, plain}, {1.0f, 0, lit}};
+  for (const auto& [width, samples, other] : cases) {
     SCOPED_TRACE(testing::Message() << width << " pixels, " << samples << " samples");
     Shot shot;
-    shot.root = element({shells(Count, width)});
+    shot.root = element({shells(Count, width), other});
     shot.transform = transform;
     shot.samples = samples;
     SceneDrawer drawer(viewer.getGlobalScene());
@@ -108,10 +118,10 @@ TEST_F(DrawerTest, PointsThatOthersHideAreLeftOutAndChangeNoPixel) {
       drawer.beginParts(shot.root, shot.transform, shot.layers, shot.kinds);
       while (drawer.drawPart(1000)) continue;
     });
-    const QImage sieved = drawPart(fbo, drawer, shot, 30, 40);
-    const auto difference = compare(sieved, all);
+    const QImage fast = drawPart(fbo, drawer, shot, 30, 40);
+    const auto difference = compare(fast, all);
     ASSERT_GT(difference.covered, 10000);
-    EXPECT_LE(difference.changed + difference.rounded, 3) << difference;
+    EXPECT_LE(difference.changed + difference.rounded, 9) << difference;
   }
 }
 

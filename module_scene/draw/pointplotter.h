@@ -1,0 +1,60 @@
+// Draws points without OpenGL.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <vector>
+
+#include "module_scene/draw/drawlist.h"
+
+namespace nubo::scene {
+
+/// Draws opaque points of one colour each as squares, as OpenGL does, on all cores. OpenGL in software sets up each
+/// point as if it were a face, which takes many times as long as to fill its few pixels. Keeps its memory from one view
+/// to the next; for one thread at a time.
+class PointPlotter {
+ public:
+  /// Steps into which a pixel is divided, as most OpenGLs do it, by which points are placed and samples are counted.
+  static constexpr int Steps = 256;
+  /// Where colours are taken in a pixel, in steps from its lower left corner.
+  using Sample = std::array<int, 2>;
+  /// The one that there is in each pixel if there are no more: what begins in the middle of a pixel leaves it out.
+  static constexpr Sample Middle{Steps / 2 - 1, Steps / 2 - 1};
+
+  PointPlotter();
+  ~PointPlotter();
+  PointPlotter(const PointPlotter&) = delete;
+  PointPlotter& operator=(const PointPlotter&) = delete;
+
+  /// Draws all opaque batches of a list, which are points without light and textures, into a view of that many pixels.
+  /// Asks the current context where so many samples of a pixel are.
+  void plot(const DrawList& list, const math::Matrix4& projection, int width, int height, int samples);
+  /// Of all pixels, from the lower left one: R G B A of one byte each in memory, premultiplied; 0 where there is no
+  /// point.
+  const std::vector<std::uint32_t>& pixels() const { return m_Pixels; }
+
+ private:
+  struct Square {
+    std::int32_t left, low, size;  ///< steps
+    std::int32_t depth;
+    std::uint32_t color;
+  };
+  struct Stroke;
+  class Band;
+
+  void place(const Stroke* strokes, std::size_t count, const math::Matrix4& projection, bool sampled,
+             std::vector<Square>* bands) const;
+
+  void draw(const Stroke* strokes, std::size_t count, const math::Matrix4& projection, bool sampled);
+
+  const std::vector<Sample>& placesOf(int samples);
+
+  std::map<int, std::vector<Sample>> m_Samples;  ///< by how many were asked for
+  int m_Width = 0, m_Height = 0;
+  std::vector<Band> m_Bands;                   ///< from the lowest one
+  std::vector<std::vector<Square>> m_Squares;  ///< of the strokes in work, by the core that placed them and the band
+  std::vector<std::uint32_t> m_Pixels;
+};
+
+}  // namespace nubo::scene
