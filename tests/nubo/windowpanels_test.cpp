@@ -240,7 +240,7 @@ TEST_F(WindowTest, MovesTheJointsOfARobotWithSliders) {
     <link name="base"><visual><geometry><box size="1 1 0.2"/></geometry></visual></link>
     <link name="upper"><visual><origin xyz="0.75 0 0"/><geometry><box size="1.5 0.3 0.2"/></geometry></visual></link>
     <link name="tip"><visual><origin xyz="0.5 0 0"/><geometry><box size="1 0.2 0.4"/></geometry></visual></link>
-    <joint name="elbow" type="revolute"><parent link="base"/><child link="upper"/><origin xyz="0 0 0.2"/>
+    <joint name="elbow" type="revolute"><parent link="base"/><child link="upper"/><origin xyz="0 0 0.2" rpy="0 0 0.4"/>
       <axis xyz="0 0 1"/><limit lower="-1" upper="3" effort="1" velocity="1"/></joint>
     <joint name="reach" type="prismatic"><parent link="upper"/><child link="tip"/><origin xyz="1.5 0 0"/>
       <axis xyz="1 0 0"/><limit lower="0" upper="2" effort="1" velocity="1"/>
@@ -255,7 +255,7 @@ TEST_F(WindowTest, MovesTheJointsOfARobotWithSliders) {
   EXPECT_EQ(slider->value() * 4, slider->maximum());
   const QImage before = panels().activePanel()->grabFramebuffer();
   slider->setValue(slider->maximum() * 5 / 8);
-  const double angle = 1.5;
+  const double angle = 1.5, yaw = 0.4;
   EXPECT_NEAR(number->value(), angle * 180 / std::acos(-1.0), 0.06);
   const auto tip = [] {
     const auto scene = scene::_GlobalScene();
@@ -263,11 +263,11 @@ TEST_F(WindowTest, MovesTheJointsOfARobotWithSliders) {
     return math::transformPoint(scene->getRootNode()->find("tip")->getGlobalTransform(), {0, 0, 0});
   };
   const double length = 1.5 + 0.5 * angle;
-  ASSERT_TRUE(waitUntil([&] { return std::abs(tip()[1] - length * std::sin(angle)) < 1e-9; }));
-  EXPECT_NEAR(tip()[0], length * std::cos(angle), 1e-9);
+  ASSERT_TRUE(waitUntil([&] { return std::abs(tip()[1] - length * std::sin(yaw + angle)) < 1e-9; }));
+  EXPECT_NEAR(tip()[0], length * std::cos(yaw + angle), 1e-9);
   EXPECT_TRUE(waitUntil([&] { return panels().activePanel()->grabFramebuffer() != before; }));
   number->setValue(-30);
-  const auto isMoved = [&] { return std::abs(tip()[1] / tip()[0] + std::tan(std::acos(-1.0) / 6)) < 1e-9; };
+  const auto isMoved = [&] { return std::abs(tip()[1] / tip()[0] - std::tan(yaw - std::acos(-1.0) / 6)) < 1e-9; };
   EXPECT_TRUE(waitUntil(isMoved));
   useShortcut("Ctrl+Z");
   useShortcut("Ctrl+Shift+Z");  // the movement has come to rest
@@ -285,7 +285,7 @@ TEST_F(WindowTest, MovesTheJointsOfARobotWithSliders) {
   useShortcut("F7");
   EXPECT_EQ(window->findChild<QDoubleSpinBox*>("sectionPlace")->suffix(), " m");
   for (auto* undo = window->findChild<QAction*>("undo"); undo->isEnabled();) undo->trigger();
-  EXPECT_TRUE(waitUntil([&] { return std::abs(tip()[1]) < 1e-9; })) << "as it was read";
+  EXPECT_TRUE(waitUntil([&] { return std::abs(tip()[1] - 1.5 * std::sin(yaw)) < 1e-9; })) << "as it was read";
   for (auto* redo = window->findChild<QAction*>("redo"); redo->isEnabled();) redo->trigger();
   EXPECT_TRUE(waitUntil(isMoved));
 }
