@@ -40,17 +40,31 @@ TEST_F(LooksTest, SurfacesThatMeetTakeEachOtherLight) {
 }
 
 // The map's texels are some pixels wide in a large picture, and at an edge some of those around a pixel are another
-// surface's: of the floor beside the box, which is darker.
+// surface's: of the floor beside a box, which is darker, or of the bottom of a groove far behind, which is darkest.
 TEST_F(LooksTest, SurfacesTakeNoLightFromBesideTheirEdges) {
-  Shot shot = boxOnAFloor(0.1), without = shot;
-  shot.width = shot.height = without.width = without.height = 1600;
-  without.contact = false;
-  const QImage picture = draw(shot), open = draw(without);
-  for (int i = -35; i <= 35; ++i)
-    for (const math::Vector3& edge : {math::Vector3{i * 0.01, 0.398, 0.1}, {i * 0.01, -0.398, 0.1}}) {
-      const QPoint pixel = pixelOf(shot, edge);
-      EXPECT_NEAR(qRed(picture.pixel(pixel)), qRed(open.pixel(pixel)), 2) << i << ' ' << edge[1];
+  const Shot box = boxOnAFloor(0.1);
+  Shot groove = shotFromFront(element({MeshBuilder(nullptr).box({-1, 0.5, -1}, {1, 1, 0.365}).finish(),
+                                       MeshBuilder(nullptr).box({-1, 0.5, 0.49}, {1, 1, 1}).finish(),
+                                       MeshBuilder(nullptr).box({-1, 0.8, -1}, {1, 1, 1}).finish(),
+                                       MeshBuilder(nullptr).box({-0.4, -0.6, -0.3}, {0.4, -0.5, 0.3}).finish()}));
+  groove.contact = true;
+  groove.transform = math::rotation(0.1, {0, 0, 1}) * groove.transform;  // so that texels lie in many ways at the edge
+  std::vector<math::Vector3> onTop, inFront;
+  for (int i = -35; i <= 35; ++i) {
+    for (const double y : {0.398, -0.398}) onTop.push_back({i * 0.01, y, 0.1});
+    inFront.push_back({i * 0.01, -0.6, 0.299});
+  }
+  for (const auto& [scene, points] : {std::pair(box, onTop), {groove, inFront}}) {
+    Shot shot = scene;
+    shot.width = shot.height = 1600;
+    const QImage picture = draw(shot);
+    shot.contact = false;
+    const QImage open = draw(shot);
+    for (const math::Vector3& point : points) {
+      const QPoint pixel = pixelOf(shot, point);
+      EXPECT_NEAR(qRed(picture.pixel(pixel)), qRed(open.pixel(pixel)), 2) << point[0] << ' ' << point[1];
     }
+  }
 }
 
 /// Points of a plane from the left to `right`, of which the left half lies higher.

@@ -318,8 +318,10 @@ TEST_F(LooksTest, MapsFactorsAndModesCount) {
   EXPECT_EQ(middle(oneSided, M_PI).alpha(), 0);
   EXPECT_EQ(middle({}, M_PI), without) << "a back face is lit from its own side";
   const auto glowing = [](Material& m) { m.physical->emissive = {1, 1, 1}; };
+  const auto polished = [](Material& m) { m.physical->roughness = 0.1f; };
   for (const Look look : {Look::Clay, Look::Technical})
-    EXPECT_EQ(middle(glowing, 0, look), middle({}, 0, look)) << nameOf(look).toStdString();
+    for (const std::function<void(Material&)>& change : {std::function<void(Material&)>(glowing), {polished}})
+      EXPECT_EQ(middle(change, 0, look), middle({}, 0, look)) << nameOf(look).toStdString();
 }
 
 TEST_F(LooksTest, SecondCoordinatesAndTransformsPlaceATexture) {
