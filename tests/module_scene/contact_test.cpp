@@ -168,5 +168,21 @@ TEST_F(LooksTest, AGroundIsNothingButAShadowThatComposesOverAnyPage) {
   EXPECT_EQ(compare(below, draw(shot)).greatest, 0) << "from below";
 }
 
+TEST_F(LooksTest, WhatWasFoundForAViewIsNotUsedForAnother) {
+  Shot before = boxOnAFloor(), after = before;
+  before.root->addGeometry(MeshBuilder(nullptr).sphere({0.7, 0.7, 0.2}, 0.2).finish());
+  gui::Camera camera;
+  camera.azimuth = 120;
+  camera.elevation = 35;
+  after.transform = camera.transform();
+  SceneDrawer drawer(viewer.getGlobalScene());
+  for (const Look look : {Look::Studio, Look::Technical}) {
+    before.look = after.look = look;
+    drawPart(drawer, before, 0, 0, before.width, before.height);
+    const test::Difference difference = compare(drawPart(drawer, after, 0, 0, after.width, after.height), draw(after));
+    EXPECT_EQ(difference.greatest, 0) << nameOf(look).toStdString() << ": " << difference;
+  }
+}
+
 }  // namespace
 }  // namespace nubo::scene

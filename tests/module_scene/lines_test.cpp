@@ -103,7 +103,5 @@ TEST_F(LooksTest, SmoothShapesHaveAnOutlineInAnyTilesAndAtAnySize) {
   }
 }
 
-/// A box on a floor; from above, so that the floor's depth hardly changes.
-
 }  // namespace
 }  // namespace nubo::scene
