@@ -157,7 +157,8 @@ TEST(Deforming, ArmAndShapeFollowTheFormulaAtEachStep) {
 
 // A triangle hangs on a bone that moves by 1 along x; or the bone stays, and the body moves without its skin.
 TEST(Deforming, BonesOfOtherFormatsMoveTheirMeshes) {
-  for (const auto& [name, moved] : {std::pair("skinned.x", 1), {"moved.x", 0}, {"skinned.dae", 1}}) {
+  for (const auto& [name, moved] :
+       {std::pair("skinned.x", 1), {"moved.x", 0}, {"skinned.dae", 1}, {"unbound.dae", 1}}) {
     SCOPED_TRACE(name);
     const io::ImportResult result = io::importFile(QStringLiteral(NUBO_TEST_DATA "/models/") + name);
     ASSERT_TRUE(result.root) << result.error.toStdString();
@@ -167,6 +168,7 @@ TEST(Deforming, BonesOfOtherFormatsMoveTheirMeshes) {
     const auto trajectory = createAnimationTrajectory(result.animations, 25, error);
     ASSERT_TRUE(trajectory) << error.toStdString();
     const math::Vector3 before = result.root->getBoundingBox().min;
+    EXPECT_GT(distance(before, result.root->getBoundingBox().max), 1) << "it is no point";
     trajectory->setPosition(trajectory->getMatrixMapList()->size() - 1);
     EXPECT_NEAR(distance(result.root->getBoundingBox().min, {before[0] + moved, before[1], before[2]}), 0, 1e-6);
     scene::_GlobalScene()->setRootNode(nullptr);

@@ -194,16 +194,30 @@ class Mender {
   int m_Copies = 0;
 };
 
+std::size_t countOf(const std::string& text, const char* part) {
+  std::size_t count = 0;
+  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
+/// Assimp takes what is missing for zeros, by which a mesh becomes a point.
+void bindSkins(const pugi::xml_document& document) {
+  for (const pugi::xpath_node& skin : document.select_nodes("//skin[not(bind_shape_matrix)]"))
+    skin.node().prepend_child("bind_shape_matrix").text().set("1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1");
+}
+
 }  // namespace
 
 ColladaDocument readColladaDocument(const std::string& fileName) {
   ColladaDocument result;
   std::ifstream file(fileName, std::ios::binary);
   std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  if (text.find("<morph") == std::string::npos) return result;
+  const bool isBound = countOf(text, "<skin ") == countOf(text, "<bind_shape_matrix>");
+  if (isBound && text.find("<morph") == std::string::npos) return result;
   pugi::xml_document document;
   // What makes no sense is left to who reads it next.
   if (!document.load_buffer_inplace(text.data(), text.size())) return result;
+  bindSkins(document);
   Mender(document, result.morphs).mend();
   std::ostringstream mended;
   document.save(mended, "", pugi::format_raw);

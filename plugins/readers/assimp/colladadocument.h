@@ -1,4 +1,4 @@
-// COLLADA documents with morphs, which Assimp refuses, as it can read them.
+// COLLADA documents that Assimp refuses or takes wrongly, as it can read them.
 #pragma once
 
 #include <string>
@@ -26,10 +26,11 @@ struct ColladaMorph {
   std::vector<ColladaCurve> curves;
 };
 
-/// What stands in for morphs: each node that used one has the plain mesh, and below it a node for each shape, with the
-/// mesh in that form and the name of `shapeNode`.
+/// A skin without a matrix for the mesh at rest, which is the same as identity, has that. What stands in for morphs:
+/// each node that used one has the plain mesh, and below it a node for each shape, with the mesh in that form and the
+/// name of `shapeNode`.
 struct ColladaDocument {
-  std::string text;  ///< empty where there are no morphs: the file is good as it is
+  std::string text;  ///< empty where there is nothing to mend: the file is good as it is
   std::vector<ColladaMorph> morphs;
 };
 
