@@ -187,16 +187,14 @@ class PlyReader {
     if (!has(place)) throw ImportError(ImportError::tr("PLY: the vertices have no x, y and z"));
     scene::Geometry& g = *m_Geometry;
     g.positions = util::listWithRoom<float>(count * 3);
-    g.positions.resize(count * 3);
-    if (has(normal)) {
-      g.normals = util::listWithRoom<float>(count * 3);
-      g.normals.resize(count * 3);
-    }
+    if (has(normal)) g.normals = util::listWithRoom<float>(count * 3);
     if (has(color)) g.colors.resize(count * 4, 255);
     constexpr std::size_t AtOnce = 1 << 16;
     for (std::size_t first = 0; first < count; first += AtOnce) {
       const std::size_t some = std::min(AtOnce, count - first);
       const char* records = m_File.take(some * stride);
+      g.positions.resize((first + some) * 3);
+      if (has(normal)) g.normals.resize((first + some) * 3);
       scene::parallelRanges(some, [&](std::size_t begin, std::size_t end, std::size_t) {
         for (std::size_t i = begin; i < end; ++i) {
           const char* record = records + i * stride;
@@ -263,7 +261,10 @@ class PlyReader {
     std::uint32_t corners[4];
     m_HasFaces = true;
     for (std::uint32_t k = 0; k < count; ++k) {
-      const double corner = value(type, items + k * sizeOf(type));
+      const char* item = items + k * sizeOf(type);
+      // A negative number is as large as no vertex'.
+      const bool isUsual = type == Type::Int32 || type == Type::UInt32;
+      const double corner = isUsual ? double(load<std::uint32_t>(item)) : value(type, item);
       if (!(corner >= 0 && corner < double(m_Geometry->vertexCount())))
         throw ImportError(ImportError::tr("PLY: a face has a vertex that is not there"));
       corners[k] = std::uint32_t(corner);

@@ -12,10 +12,17 @@ namespace nubo::scene {
 
 /// Makes items of `each` values those of `sources`, of which there may be more than items, in place: one column of the
 /// values after the other, since a second list of all would be more than anything else of loading takes. Where no item
-/// comes from behind, which is usual, from the last one to the first.
+/// comes from behind, which is usual, from the last one to the first. Where far fewer are left they get a list of their
+/// own, since this one would keep its memory.
 template <class T>
 void arrange(std::vector<T>& values, std::size_t each, const util::Scratch<std::uint32_t>& sources) {
   if (values.empty()) return;
+  if (sources.size() * each * 4 < values.size() * 3) {
+    std::vector<T> fewer = util::listWithRoom<T>(sources.size() * each);
+    for (const std::uint32_t source : sources)
+      fewer.insert(fewer.end(), values.begin() + source * each, values.begin() + (source + 1) * each);
+    return values.swap(fewer);
+  }
   values.resize(std::max(values.size(), sources.size() * each));
   std::size_t place = 0;
   if (std::all_of(sources.begin(), sources.end(), [&](std::uint32_t source) { return source <= place++; })) {
