@@ -18,8 +18,8 @@ GLsizeiptr bytesOf(const std::vector<T>& values) {
 }
 
 template <class T>
-void append(QOpenGLFunctions* gl, GLintptr& offset, const std::vector<T>& values, GLenum target = GL_ARRAY_BUFFER) {
-  if (!values.empty()) gl->glBufferSubData(target, offset, bytesOf(values), values.data());
+void append(QOpenGLFunctions* gl, GLintptr& offset, const std::vector<T>& values) {
+  if (!values.empty()) gl->glBufferSubData(GL_ARRAY_BUFFER, offset, bytesOf(values), values.data());
   offset += bytesOf(values);
 }
 
@@ -86,23 +86,23 @@ util::YPointer<Buffer> upToDate(const Source& source) {
 }  // namespace
 
 GeometryBuffer::GeometryBuffer(const Geometry& geometry)
-    : m_Vertices(SharedName::buffer()), m_Indices(SharedName::buffer()), m_LongestEdge(longestEdgeOf(geometry)) {
+    : m_Name(SharedName::buffer()), m_LongestEdge(longestEdgeOf(geometry)) {
   QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
-  gl->glBindBuffer(GL_ARRAY_BUFFER, m_Vertices.name());
-  gl->glBufferData(GL_ARRAY_BUFFER,
-                   bytesOf(geometry.positions) + bytesOf(geometry.normals) + bytesOf(geometry.texCoords) +
-                       bytesOf(geometry.secondTexCoords) + bytesOf(geometry.colors),
-                   nullptr, GL_STATIC_DRAW);
+  const bool isShort = std::all_of(geometry.clusters.begin(), geometry.clusters.end(), [](const Cluster& cluster) {
+    return cluster.vertexCount <= std::numeric_limits<GLushort>::max();
+  });
+  m_IndexType = isShort ? GL_UNSIGNED_SHORT : GL_UNSIGNED_INT;
+  m_FirstIndex = std::size_t(bytesOf(geometry.positions) + bytesOf(geometry.normals) + bytesOf(geometry.texCoords) +
+                             bytesOf(geometry.secondTexCoords) + bytesOf(geometry.colors));
+  gl->glBindBuffer(GL_ARRAY_BUFFER, m_Name.name());
+  gl->glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(m_FirstIndex + geometry.indices.size() * indexSize()), nullptr,
+                   GL_STATIC_DRAW);
   GLintptr offset = 0;
   append(gl, offset, geometry.positions);
   append(gl, offset, geometry.normals);
   append(gl, offset, geometry.secondTexCoords);
   append(gl, offset, geometry.texCoords);
   append(gl, offset, geometry.colors);
-  const bool isShort = std::all_of(geometry.clusters.begin(), geometry.clusters.end(), [](const Cluster& cluster) {
-    return cluster.vertexCount <= std::numeric_limits<GLushort>::max();
-  });
-  m_IndexType = isShort ? GL_UNSIGNED_SHORT : GL_UNSIGNED_INT;
   isShort ? copyIndices<GLushort>(geometry) : copyIndices<GLuint>(geometry);
 
   for (std::size_t i = 0; i < geometry.clusters.size(); ++i) {
@@ -125,24 +125,20 @@ GeometryBuffer::~GeometryBuffer() = default;
 template <class Index>
 void GeometryBuffer::copyIndices(const Geometry& geometry) {
   QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
-  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
-  gl->glBufferData(GL_ELEMENT_ARRAY_BUFFER, GLsizeiptr(geometry.indices.size() * sizeof(Index)), nullptr,
-                   GL_STATIC_DRAW);
   std::vector<Index> own;
   for (const Cluster& cluster : geometry.clusters) {
     own.clear();
     for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; ++i)
       own.push_back(Index(geometry.indices[i] - cluster.firstVertex));
-    auto offset = GLintptr(cluster.first * sizeof(Index));
-    append(gl, offset, own, GL_ELEMENT_ARRAY_BUFFER);
+    auto offset = GLintptr(m_FirstIndex + cluster.first * sizeof(Index));
+    append(gl, offset, own);
   }
 }
 
 void GeometryBuffer::draw(GLenum mode, const Range& range) const {
   QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
-  const std::size_t size = m_IndexType == GL_UNSIGNED_SHORT ? sizeof(GLushort) : sizeof(GLuint);
   gl->glDrawRangeElementsBaseVertex(mode, 0, range.vertexCount - 1, GLsizei(range.count), m_IndexType,
-                                    at(range.first * size), GLint(range.firstVertex));
+                                    at(m_FirstIndex + range.first * indexSize()), GLint(range.firstVertex));
 }
 
 void GeometryBuffer::draw(GLenum mode, const std::uint32_t* vertices, std::size_t count) const {
@@ -153,12 +149,12 @@ void GeometryBuffer::draw(GLenum mode, const std::uint32_t* vertices, std::size_
 }
 
 void GeometryBuffer::bindIndices() const {
-  QOpenGLContext::currentContext()->functions()->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Indices.name());
+  QOpenGLContext::currentContext()->functions()->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Name.name());
 }
 
 void GeometryBuffer::bind(const Geometry& geometry) const {
   QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
-  gl->glBindBuffer(GL_ARRAY_BUFFER, m_Vertices.name());
+  gl->glBindBuffer(GL_ARRAY_BUFFER, m_Name.name());
   bindIndices();
 
   const char* offset = nullptr;

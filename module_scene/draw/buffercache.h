@@ -22,8 +22,8 @@ class GeometryBuffer : public util::YObject {
   explicit GeometryBuffer(const Geometry& geometry);
   ~GeometryBuffer() override;
 
-  bool isUsable() const { return m_Vertices.isUsable() && m_Indices.isUsable(); }
-  /// Binds both buffers and points the arrays of the current context at them.
+  bool isUsable() const { return m_Name.isUsable(); }
+  /// Binds the buffer for both and points the arrays of the current context at them.
   void bind(const Geometry& geometry) const;
   void bindIndices() const;
   /// Draws a range of the geometry that is bound.
@@ -39,8 +39,12 @@ class GeometryBuffer : public util::YObject {
   template <class Index>
   void copyIndices(const Geometry& geometry);
 
-  SharedName m_Vertices;  // positions, normals, texture coordinates and colours, one array after the other
-  SharedName m_Indices;   // counted from each cluster's first vertex
+  std::size_t indexSize() const { return m_IndexType == GL_UNSIGNED_SHORT ? sizeof(GLushort) : sizeof(GLuint); }
+
+  // Positions, normals, texture coordinates and colours, one array after the other, and behind them the indices,
+  // counted from each cluster's first vertex: one buffer, since to drop one takes longer the more there are.
+  SharedName m_Name;
+  std::size_t m_FirstIndex = 0;  // bytes before it
   GLenum m_IndexType = GL_UNSIGNED_SHORT;
   std::vector<Cluster> m_Groups;
   double m_LongestEdge;
