@@ -70,10 +70,17 @@ TEST(Parallel, EachCallIsMadeOnceHoweverDeepTheyAreNestedAndFailuresArrive) {
 
 TEST(Geometry, JoinsASoupAndKeepsTheCreasesOfACube) {
   const Mesh cube = soup(CubePoints, CubeFaces);
+  const auto shadeOf = [](float place) { return std::uint8_t(place > 0 ? 255 : 0); };
+  for (std::size_t i = 0; i < cube->positions.size(); ++i) {
+    cube->colors.push_back(shadeOf(cube->positions[i]));
+    if (i % 3 == 2) cube->colors.push_back(255);
+  }
   cube->positions[0] = -0.0f;  // the same place as 0
   prepare(*cube);
   EXPECT_EQ(cube->indices.size(), 36u);
   EXPECT_EQ(cube->vertexCount(), 24u);  // three normals at each of 8 corners
+  ASSERT_EQ(cube->colors.size(), 96u);
+  for (std::size_t i = 0; i < 72; ++i) EXPECT_EQ(cube->colors[i / 3 * 4 + i % 3], shadeOf(cube->positions[i]));
   for (std::size_t i = 0; i < 36; i += 3)
     for (int k = 0; k < 3; ++k) EXPECT_EQ(vertex(cube->normals, cube->indices[i + k]), faceNormal(*cube, i));
 }
