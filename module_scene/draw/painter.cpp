@@ -60,6 +60,13 @@ void setUpMaterial(const Geometry& geometry) {
   glColor4f(material.diffuse[0], material.diffuse[1], material.diffuse[2], isOpaque ? 1.0f : material.diffuse[3]);
 }
 
+// Whether what is set up for one geometry is what another needs: OpenGL computes its light anew for each material that
+// it is told, though it be the same. Colours of vertices leave none behind that is known.
+bool looksAlike(const Geometry& a, const Geometry& b) {
+  return a.material == b.material && a.normals.empty() == b.normals.empty() &&
+         a.texCoords.empty() == b.texCoords.empty() && a.colors.empty() && b.colors.empty();
+}
+
 // What is there only in parts leaves out the others.
 void setUpBare(const Geometry& geometry) {
   const Material& material = materialOf(geometry);
@@ -180,13 +187,14 @@ void Painter::setUp(const Step& step) {
   glLightModeli(GL_LIGHT_MODEL_TWO_SIDE, batch.cullBack ? GL_FALSE : GL_TRUE);
   const SurfaceShader::Shading shading = shadingOf(step);
   if (batch.geometry == mp_Current && shading == m_CurrentShading && batch.clipped == m_CurrentClipped) return;
+  const bool isSetUp = !mp_Shader && !m_Bare && mp_Current && looksAlike(*mp_Current, *batch.geometry);
   mp_Current = batch.geometry;
   m_CurrentShading = shading;
   m_CurrentClipped = batch.clipped;
   batch.buffer->bind(*batch.geometry);
   if (m_Bare)
     setUpBare(*batch.geometry);
-  else
+  else if (!isSetUp)
     mp_Shader ? mp_Shader->use(*batch.geometry, shading, batch.clipped) : setUpMaterial(*batch.geometry);
   glPointSize(batch.width);
   glLineWidth(batch.width);
