@@ -192,7 +192,10 @@ void Surface::listCorners(std::size_t cluster, const util::Scratch<Keyed>& stray
   std::partial_sum(begins.begin(), begins.end(), begins.begin());
   lists.corners.resize(begins.back());
   // Filled from behind, so that each point's place moves down to where its corners begin.
-  for (auto stray = hereEnd; stray-- != here;) lists.corners[--begins[keyOf(*stray) - first]] = itemOf(*stray);
+  for (auto stray = hereEnd; stray != here;) {
+    --stray;
+    lists.corners[--begins[keyOf(*stray) - first]] = itemOf(*stray);
+  }
   for (std::uint32_t corner = own.first + own.count; corner-- > own.first;)
     if (const std::uint32_t point = pointOf(corner); point >= first) lists.corners[--begins[point - first]] = corner;
 }
