@@ -179,8 +179,10 @@ TEST(Gltf, LongArraysAreThoseOfTheSameFileInTwo) {
   const QTemporaryDir folder;
   std::vector<float> numbers(1, 7.0f);  // what comes before
   std::vector<quint32> indices{0, 1, Side * Side};
-  for (quint32 i = 0; i < Side * Side; ++i)
-    numbers.insert(numbers.end(), {float(i % Side), float(i / Side), float(i % 7)});
+  for (quint32 i = 0; i < Side * Side; ++i) {
+    const quint32 row = i / Side;
+    numbers.insert(numbers.end(), {float(i % Side), float(row), float(i % 7)});
+  }
   for (quint32 i = 0; i < Side * Side; ++i) numbers.insert(numbers.end(), {float(i % 3), 1, float(i % 5)});
   for (quint32 i = 0; i + Side + 1 < Side * Side; ++i) indices.insert(indices.end(), {i, i + 1, i + Side});
   QByteArray content(reinterpret_cast<const char*>(numbers.data()), int(numbers.size() * sizeof(float)));
