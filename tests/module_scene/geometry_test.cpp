@@ -38,7 +38,8 @@ const std::vector<std::array<int, 3>> CubeFaces{{0, 2, 1}, {0, 3, 2}, {4, 5, 6},
 using Faces = std::vector<std::array<int, 3>>;
 
 math::Vector3 vertex(const std::vector<float>& values, std::uint32_t index) {
-  return {values[index * 3], values[index * 3 + 1], values[index * 3 + 2]};
+  const float* at = &values[std::size_t(index) * 3];
+  return {at[0], at[1], at[2]};
 }
 
 /// Of the face whose corners begin there in the index list; its length is twice the area.
@@ -51,14 +52,15 @@ math::Vector3 faceNormal(const Geometry& mesh, std::size_t i) {
 Mesh sphere(int rings) {
   const Mesh built = MeshBuilder(nullptr).sphere({0, 0, 0}, 1, 2 * rings, rings).finish(), mesh(new Geometry);
   for (const std::uint32_t index : built->indices) {
-    mesh->positions.insert(mesh->positions.end(), &built->positions[index * 3], &built->positions[index * 3] + 3);
+    const float* at = &built->positions[std::size_t(index) * 3];
+    mesh->positions.insert(mesh->positions.end(), at, at + 3);
     mesh->indices.push_back(std::uint32_t(mesh->indices.size()));
   }
   return mesh;
 }
 
 TEST(Parallel, EachCallIsMadeOnceHoweverDeepTheyAreNestedAndFailuresArrive) {
-  std::vector<std::atomic<int>> calls(7 * 5000);
+  std::vector<std::atomic<int>> calls(std::size_t(7) * 5000);
   runOnCores(7, [&](std::size_t outer) { runOnCores(5000, [&](std::size_t i) { ++calls[outer * 5000 + i]; }); });
   EXPECT_TRUE(std::all_of(calls.begin(), calls.end(), [](const auto& count) { return count == 1; }));
   EXPECT_THROW(runOnCores(100,

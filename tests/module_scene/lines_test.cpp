@@ -1,3 +1,5 @@
+#include <set>
+
 #include "looksfixture.h"
 #include "module_scene/mesh/featureedges.h"
 #include "module_scene/mesh/preparation.h"
@@ -81,6 +83,10 @@ TEST_F(LooksTest, SmoothShapesHaveAnOutlineInAnyTilesAndAtAnySize) {
     shot.width = shot.height = size;
     const QImage picture = draw(shot);
     SCOPED_TRACE(size);
+    std::set<int> shares;
+    for (int y = 0; y < size; ++y)
+      for (int x = 0; x < size; ++x) shares.insert(qAlpha(picture.pixel(x, y)));
+    EXPECT_GT(shares.size(), 8u) << "so thin a line has more than 4 samples";
     const double distance = -shot.transform(2, 3);
     const double radius = size / 2.0 * std::tan(std::asin(0.8 / distance)) / std::tan(0.40391905546154483);
     int broken = 0;
