@@ -43,8 +43,8 @@ QByteArray bytesOf(const std::vector<T>& values) {
 QByteArray file(const Sheet& sheet, const QByteArray& first, const QByteArray& second, const QByteArray& views,
                 const QByteArray& position, const QByteArray& more, const QByteArray& primitive = {}) {
   const QByteArray content = first + second;
-  QByteArray text = R"({"asset":{"version":"2.0"},"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],"materials":[
-    {"doubleSided":true}],"buffers":[{"byteLength":%1,"uri":"data:application/octet-stream;base64,%2"}%3],
+  QByteArray text = R"({"asset":{"version":"2.0"},"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],"materials":[{}],
+    "buffers":[{"byteLength":%1,"uri":"data:application/octet-stream;base64,%2"}%3],
     "bufferViews":[%4],"accessors":[{%5"count":%6,"type":"VEC3","min":[-1,-1,-1],"max":[1,1,1]},
     {%7"componentType":5125,"count":%8,"type":"SCALAR"}],
     "meshes":[{"primitives":[{"attributes":{"POSITION":0},"indices":1,"material":0%9}]}])";
