@@ -7,7 +7,8 @@
 namespace nubo::util {
 namespace {
 
-constexpr std::uintptr_t LargePage = std::uintptr_t(2) << 20, Page = 4096;
+constexpr std::uintptr_t LargePage = std::uintptr_t(2) << 20;
+constexpr std::uintptr_t Page = std::uintptr_t(1) << 16;  // a multiple of what any system has
 
 std::uintptr_t roundUp(std::uintptr_t value, std::uintptr_t to) { return (value + to - 1) & ~(to - 1); }
 

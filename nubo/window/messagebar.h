@@ -25,9 +25,9 @@ class MessageBar : public QToolBar {
   void addReason(const QString& reason);
   /// Shows something worth knowing, unless a failure stands there.
   void showNotice(const QString& text);
-  /// Empty: none is shown.
   /// Something else goes on, of which an earlier notice says nothing; failures stay.
   void dismissNotice();
+  /// Empty: none is shown.
   QString text() const;
   void dismiss();
 
