@@ -1,6 +1,7 @@
 // The program nubo.
 #include <QApplication>
 #include <QLocale>
+#include <QScopeGuard>
 #include <cstdio>
 
 #include "nubo/cli/filecheck.h"
@@ -30,6 +31,8 @@ int refuse(const QStringList& words, const app::CommandLine& line, const QString
 int main(int argc, char** argv) {
   app::prepareProcess();
   app::logQtMessages();
+  // What Qt says while it is unloaded comes when the log is gone.
+  const auto unlog = qScopeGuard([] { qInstallMessageHandler(nullptr); });
   QString error;
   const QStringList words = app::wordsOf(argc, argv, error);
   const app::CommandLine line = app::parseCommandLine(words);

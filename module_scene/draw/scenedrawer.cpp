@@ -59,6 +59,7 @@ struct SceneDrawer::Private {
   std::optional<Painter> painter;
   Viewpoint viewpoint;
   int fineness = 1;  // pixels that are drawn, for one of the caller's, on each axis
+  int finest = std::numeric_limits<int>::max();
   bool shaded = false;
   double facesBack = 1;    // pixels over which they fall
   bool inContact = false;  // the map of contact is looked up
@@ -94,7 +95,8 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
   query.sieved = atOnce;
   query.edges = drawsEdges || look == Look::Technical;
   query.scaleWidths(viewHeight, viewpoint.lens);
-  fineness = SmoothBuffer::fineness(width, height, query.samplesNeeded());
+  const int samplesNeeded = query.samplesNeeded();
+  fineness = std::min(finest, SmoothBuffer::fineness(width, height, samplesNeeded));
   query.width *= fineness;
   query.height *= fineness;
   query.widthScale *= fineness;
@@ -122,8 +124,14 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
   setUpState();
   // What is opaque, unsmoothed and without a margin may go where it shall end up: the pixels are the same.
   direct = samples == 0 && list.transparent().empty() && list.margin() == 0 && !onGround;
-  if (!direct) direct = !buffer.begin(width, height, fineness, list.margin(), samples);
-  if (!direct) buffer.suspend();
+  if (direct) return;
+  if (buffer.begin(width, height, fineness, list.margin(), samplesNeeded)) return buffer.suspend();
+  if (fineness == 1) {
+    direct = true;
+    return;
+  }
+  finest = 1;  // which the driver has memory for, perhaps
+  begin(state, atOnce, detail, layers, kinds, transform, elements);
 }
 
 /// Whether OpenGL need not draw, which takes longer where it is software.

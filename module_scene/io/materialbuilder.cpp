@@ -110,6 +110,12 @@ scene::PhysicalMaterial MaterialBuilder::buildPhysical(const reader::PhysicalMat
   physical.normalTexture = buildTexture(source.normalTexture, nullptr);
   physical.occlusionTexture = buildTexture(source.occlusionTexture, nullptr);
   physical.emissiveTexture = buildTexture(source.emissiveTexture, nullptr);
+  // The factor of a texture that cannot be read is mostly 1, with which all of it would glow or be metal.
+  const auto isLost = [](const reader::TextureUse& use, const scene::TextureUse& built) {
+    return use.texture != reader::None && !built.texture;
+  };
+  if (isLost(source.emissiveTexture, physical.emissiveTexture)) physical.emissive = {0, 0, 0};
+  if (isLost(source.metallicRoughnessTexture, physical.metallicRoughnessTexture)) physical.metallic = 0;
   return physical;
 }
 

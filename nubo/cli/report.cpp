@@ -117,7 +117,7 @@ void logQtMessages() {
     if (QGuiApplication::platformName().isEmpty()) {
       static QStringList reasons;
       if (type == QtWarningMsg) reasons << message.simplified();
-      if (type == QtFatalMsg) endWithoutPlatform(reasons);
+      if (type == QtFatalMsg) endWithoutPlatform(reasons.isEmpty() ? QStringList(message.simplified()) : reasons);
     }
     if (type == QtFatalMsg) return before(type, context, message);
     const int level = type == QtCriticalMsg ? log::Failure : type == QtWarningMsg ? log::Note : log::Debug;

@@ -77,9 +77,11 @@ void readEncoded(reader::Image& image, reader::Output& output) {
 
 void readImages(const std::string& modelFile, reader::Output& output) {
   const QString fileName = QString::fromStdString(modelFile);
+  std::size_t number = 0;
   for (reader::Image& image : output.model.images) {
+    ++number;
     if (!image.pixels.empty()) continue;
-    if (image.name.empty()) image.name = image.file;
+    if (image.name.empty()) image.name = image.file.empty() ? std::to_string(number) : image.file;
     if (!image.encoded.empty())
       readEncoded(image, output);
     else

@@ -140,7 +140,7 @@ QByteArray binaryTriangle() {
       QByteArray::number(picture.size()) + R"(}],"accessors":[{"bufferView":0,"componentType":5126,"count":3,
       "type":"VEC3"},{"bufferView":1,"componentType":5126,"count":3,"type":"VEC2"}],"images":[{"bufferView":2,
       "mimeType":"image/png"}],"textures":[{"source":0}],"materials":[{"pbrMetallicRoughness":{"baseColorTexture":
-      {"index":0}}}],"meshes":[{"primitives":[{"attributes":{"POSITION":0,"TEXCOORD_0":1},"material":0}]}]})";
+      {"index":0},"metallicRoughnessTexture":{"index":0}},"emissiveFactor":[1,1,1],"emissiveTexture":{"index":0}}],"meshes":[{"primitives":[{"attributes":{"POSITION":0,"TEXCOORD_0":1},"material":0}]}]})";
   return binary(json, content);
 }
 
@@ -159,10 +159,17 @@ TEST(Gltf, BinaryFilesAreReadWholeOrRefused) {
   EXPECT_EQ(result.root->getBoundingBox().max, (math::Vector3{1, 0, 2}));
   std::vector<const Geometry*> geometries;
   collect(*result.root, geometries);
-  const auto& texture = geometries.at(0)->material->physical->baseColorTexture.texture;
-  ASSERT_TRUE(texture);
-  EXPECT_EQ(texture->getImage().pixelColor(0, 0), QColor(Qt::red));
+  const PhysicalMaterial& physical = *geometries.at(0)->material->physical;
+  ASSERT_TRUE(physical.baseColorTexture.texture);
+  EXPECT_EQ(physical.baseColorTexture.texture->getImage().pixelColor(0, 0), QColor(Qt::red));
+  EXPECT_EQ(physical.emissive[0] + physical.metallic, 2);
   QByteArray other = sound;
+  const ImportResult textureless = read(other.replace("\x89PNG", "nPNG"));
+  EXPECT_EQ(textureless.warnings.filter("the embedded texture '1' cannot be read").size(), 1);
+  collect(*textureless.root, geometries);
+  EXPECT_EQ(geometries.at(1)->material->physical->emissive[0], 0) << "glows as a whole";
+  EXPECT_EQ(geometries.at(1)->material->physical->metallic, 0);
+  other = sound;
   for (const auto& [name, bytes, cause] :
        {std::tuple("cut in its content", sound.left(sound.size() - 8), "truncated"),
         {"cut in its text", sound.left(100), "truncated"},

@@ -14,7 +14,10 @@ class HeadlessPlugin : public QPlatformIntegrationPlugin {
   QPlatformIntegration* create(const QString&, const QStringList& parameters, int& argc, char** argv) override {
     std::unique_ptr<QPlatformIntegration> offscreen(
         QPlatformIntegrationFactory::create(QStringLiteral("offscreen"), parameters, argc, argv));
-    if (!offscreen) return nullptr;
+    if (!offscreen) {
+      qWarning("the platform headless needs Qt's platform offscreen, whose plug-in is missing");
+      return nullptr;
+    }
     return new nubo::headless::Integration(std::move(offscreen));
   }
 };
