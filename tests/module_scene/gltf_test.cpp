@@ -159,7 +159,7 @@ TEST(Gltf, BinaryFilesAreReadWholeOrRefused) {
   EXPECT_EQ(result.root->getBoundingBox().max, (math::Vector3{1, 0, 2}));
   std::vector<const Geometry*> geometries;
   collect(*result.root, geometries);
-  const PhysicalMaterial& physical = *geometries.at(0)->material->physical;
+  const scene::PhysicalMaterial& physical = *geometries.at(0)->material->physical;
   ASSERT_TRUE(physical.baseColorTexture.texture);
   EXPECT_EQ(physical.baseColorTexture.texture->getImage().pixelColor(0, 0), QColor(Qt::red));
   EXPECT_EQ(physical.emissive[0] + physical.metallic, 2);
