@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "module_scene/draw/drawingstate.h"
+#include "module_scene/draw/miplevels.h"
 #include "module_scene/mesh/parallel.h"
 
 namespace nubo::scene {
@@ -202,9 +203,15 @@ TextureBuffer::TextureBuffer(const Texture& texture) : m_Name(SharedName::textur
   gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, wrapOf(sampling.up));
   gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
   gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, sampling.smooth ? GL_LINEAR : GL_NEAREST);
-  gl->glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, image.width(), image.height(), 0, GL_RGBA, GL_UNSIGNED_BYTE,
-                   image.constBits());
-  gl->glGenerateMipmap(GL_TEXTURE_2D);
+  const auto copyLevel = [gl](int level, const QImage& pixels) {
+    gl->glTexImage2D(GL_TEXTURE_2D, level, GL_RGBA8, pixels.width(), pixels.height(), 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                     pixels.constBits());
+  };
+  copyLevel(0, image);
+  if (!isSoftware() || !halvesEvenly(image.size()))
+    gl->glGenerateMipmap(GL_TEXTURE_2D);
+  else
+    for (int level = 1; image.size() != QSize(1, 1); ++level) copyLevel(level, image = halved(image));
 }
 
 TextureBuffer::~TextureBuffer() = default;

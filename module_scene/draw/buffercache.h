@@ -87,8 +87,7 @@ class BufferCache {
   static util::YPointer<EnvironmentBuffer> buffer(const Environment& environment);
   /// Makes the copies of all in and below an element, so that no drawing has to wait for them.
   static void fill(const SceneElement& root);
-
- private:
+  /// Makes the copies of all textures of a material.
   static void fill(const Material& material);
 };
 

@@ -1,6 +1,7 @@
 #include "module_scene/draw/painter.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "module_scene/draw/drawingstate.h"
 
@@ -101,6 +102,7 @@ Painter::Painter(const DrawList& list, SurfaceShader* shader, bool bare)
   for (const Batch& batch : list.transparent())
     if (isMask(batch)) m_Steps.push_back({&batch, false, GL_NONE});
   if (bare) return;
+  copyTextures();
   for (const Batch& batch : list.transparent()) {
     if (isMask(batch)) continue;
     // The far side of a body is drawn before its near side.
@@ -111,6 +113,20 @@ Painter::Painter(const DrawList& list, SurfaceShader* shader, bool bare)
     }
     for (const GLenum hidden : {GL_FRONT, GL_BACK}) m_Steps.push_back({&batch, true, hidden});
   }
+}
+
+/// Before anything is drawn, since OpenGL would have to draw it to the end for each copy.
+void Painter::copyTextures() const {
+  const Material* last = nullptr;
+  for (const auto* batches : {&m_List.opaque(), &m_List.transparent()})
+    for (const Batch& batch : *batches) {
+      const Material& material = materialOf(*batch.geometry);
+      if (&material == std::exchange(last, &material)) continue;
+      if (mp_Shader)
+        BufferCache::fill(material);
+      else if (material.texture && !batch.geometry->texCoords.empty())
+        BufferCache::buffer(*material.texture);
+    }
 }
 
 /// Clipping is left as it is where nothing is cut: it is off where drawing begins.

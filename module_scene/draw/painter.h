@@ -43,6 +43,7 @@ class Painter {
   GLenum hiddenBy(const Step& step) const;
   SurfaceShader::Shading shadingOf(const Step& step) const;
   unsigned variantFor(const Step& step) const;
+  void copyTextures() const;
   void setUpCut();
   void setUp(const Step& step);
   void drawRange(const Batch& batch, const Range& range) const;

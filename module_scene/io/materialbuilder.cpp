@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
+
+#include "module_scene/mesh/parallel.h"
 
 namespace nubo::io {
 namespace {
@@ -18,7 +21,7 @@ std::array<float, N> unit(std::array<float, N> values) {
 
 /// Alpha as a cutoff leaves it, for drawing that knows nothing of cutoffs.
 QImage cutOff(const QImage& image, float cutoff) {
-  QImage result = image;
+  QImage result = image.convertToFormat(QImage::Format_ARGB32);
   for (int y = 0; y < result.height(); ++y) {
     auto* line = reinterpret_cast<QRgb*>(result.scanLine(y));
     for (int x = 0; x < result.width(); ++x)
@@ -57,25 +60,32 @@ void setFixedValues(scene::Material& material) {
 }  // namespace
 
 std::vector<util::YPointer<scene::Material>> MaterialBuilder::build() {
-  for (const reader::Image& image : m_Model.images) m_Images.push_back(buildImage(image));
+  m_Images.resize(m_Model.images.size());
+  scene::runOnCores(m_Images.size(), [this](std::size_t i) { m_Images[i] = buildImage(m_Model.images[i]); });
+  for (const reader::Image& image : m_Model.images) m_Blocks.release(image.pixels.data());
   std::vector<util::YPointer<scene::Material>> materials;
   for (const reader::Material& material : m_Model.materials) materials.push_back(buildMaterial(material));
   return materials;
 }
 
-QImage MaterialBuilder::buildImage(const reader::Image& image) {
+/// The reader's pixels, which stay where they are.
+QImage MaterialBuilder::buildImage(const reader::Image& image) const {
   constexpr std::uint32_t MaxSide = 16384;
   if (image.pixels.empty()) return QImage();
   if (image.width > MaxSide || image.height > MaxSide ||
       image.pixels.size() != std::size_t(image.width) * image.height * 4)
     throw reader::BadRecord();
-  const QImage pixels(image.pixels.data(), int(image.width), int(image.height), int(image.width) * 4,
-                      QImage::Format_RGBA8888);
   bool opaque = true;
   for (std::size_t i = 3; i < image.pixels.size() && opaque; i += 4) opaque = image.pixels[i] == 255;
-  QImage result = pixels.convertToFormat(opaque ? QImage::Format_RGB32 : QImage::Format_ARGB32);
+  using Kept = std::shared_ptr<const char>;
+  auto kept = std::make_unique<Kept>(m_Blocks.keep(image.pixels.data()));
+  const uchar* pixels = image.pixels.data();
+  QImage result(
+      pixels, int(image.width), int(image.height), int(image.width) * 4,
+      opaque ? QImage::Format_RGBX8888 : QImage::Format_RGBA8888, [](void* own) { delete static_cast<Kept*>(own); },
+      kept.get());
   if (result.isNull()) throw std::bad_alloc();
-  m_Blocks.release(image.pixels.data());
+  static_cast<void>(kept.release());  // the image deletes it
   return result;
 }
 

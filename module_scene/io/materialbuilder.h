@@ -18,7 +18,7 @@ class MaterialBuilder {
   std::vector<util::YPointer<scene::Material>> build();
 
  private:
-  QImage buildImage(const reader::Image& image);
+  QImage buildImage(const reader::Image& image) const;
   /// `cutoff`: of alpha, null where it stays as it is.
   scene::TextureUse buildTexture(const reader::TextureUse& use, const float* cutoff);
   scene::PhysicalMaterial buildPhysical(const reader::PhysicalMaterial& source, const float* cutoff);

@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <new>
 
@@ -22,7 +23,6 @@ SharedBlocks::~SharedBlocks() {
 }
 
 void SharedBlocks::free(Block& block) {
-  if (block.memory) munmap(block.memory, block.size);
   if (block.descriptor >= 0) close(block.descriptor);
   block = {};
 }
@@ -78,19 +78,25 @@ void* SharedBlocks::find(const reader::Place& place, std::size_t size, std::size
   if (!block.memory) {
     void* memory = mmap(nullptr, block.size, PROT_READ, MAP_SHARED, block.descriptor, 0);
     if (memory == MAP_FAILED) throw std::bad_alloc();
-    block.memory = static_cast<char*>(memory);
+    block.memory = {static_cast<char*>(memory), [size = block.size](char* mapped) { munmap(mapped, size); }};
   }
   m_Readable -= size;
   ++block.users;
-  return block.memory + place.offset;
+  return block.memory.get() + place.offset;
 }
 
 void SharedBlocks::release(const void* array) {
   for (Block& block : m_Blocks) {
-    if (!block.memory || array < block.memory || array >= block.memory + block.size) continue;
+    if (!block.holds(array)) continue;
     if (--block.users == 0) free(block);
     return;
   }
+}
+
+std::shared_ptr<const char> SharedBlocks::keep(const void* array) const {
+  const auto found =
+      std::find_if(m_Blocks.begin(), m_Blocks.end(), [array](const Block& block) { return block.holds(array); });
+  return found == m_Blocks.end() ? nullptr : found->memory;
 }
 
 }  // namespace nubo::io

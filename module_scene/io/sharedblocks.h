@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "module_scene/io/reader/record.h"
@@ -27,13 +28,18 @@ class SharedBlocks {
   void* find(const reader::Place& place, std::size_t size, std::size_t alignment);
   /// Called once for each array of the record when it is done with: memory that no other needs is freed.
   void release(const void* array);
+  /// Keeps the memory of an array where it is for as long as the returned pointer or a copy of it lives, even beyond
+  /// this object; from any thread. It is never written again.
+  std::shared_ptr<const char> keep(const void* array) const;
 
  private:
   struct Block {
     int descriptor = -1;
     std::uint64_t size = 0;
-    char* memory = nullptr;  ///< mapped when it is first asked for
-    std::size_t users = 0;   ///< arrays that lie here
+    std::shared_ptr<char> memory;  ///< mapped when it is first asked for
+    std::size_t users = 0;         ///< arrays that lie here
+
+    bool holds(const void* array) const { return memory && array >= memory.get() && array < memory.get() + size; }
   };
   static void free(Block& block);
 

@@ -5,6 +5,13 @@
 #include <QFileInfo>
 #include <QImageReader>
 #include <QUrl>
+#include <atomic>
+#include <future>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+#include "nubo/read/pngpixels.h"
 
 namespace nubo::read {
 namespace {
@@ -37,58 +44,103 @@ QString findFile(const QString& modelFile, const QString& name) {
   return QString();
 }
 
-void readPixels(QImageReader& reader, reader::Image& image, const std::string& cannotBeRead, reader::Output& output) {
-  const QSize size = reader.size();
-  if (size.width() > MaxSide || size.height() > MaxSide) {
-    output.warning(
-        reader::text(cannotBeRead, {image.name, "it is larger than " + std::to_string(MaxSide) + " pixels"}));
-    return;
-  }
-  const QImage read = reader.read().convertToFormat(QImage::Format_RGBA8888);
-  if (read.isNull() || read.width() > MaxSide || read.height() > MaxSide) {
-    output.warning(reader::text(cannotBeRead, {image.name, reader.errorString().toStdString()}));
-    return;
-  }
-  image.width = std::uint32_t(read.width());
-  image.height = std::uint32_t(read.height());
-  const std::size_t line = std::size_t(image.width) * 4;
-  image.pixels = output.array<std::uint8_t>(line * image.height);
-  for (int y = 0; y < read.height(); ++y)
-    std::memcpy(image.pixels.data() + line * std::size_t(y), read.constScanLine(y), line);
-}
+/// Reads pictures, on several threads, of which one at a time talks with the program.
+class ImageReading {
+ public:
+  ImageReading(const std::string& modelFile, reader::Output& output)
+      : m_ModelFile(QString::fromStdString(modelFile)), m_Output(output), m_Warnings(output.model.images.size()) {}
 
-void readFile(const QString& modelFile, reader::Image& image, reader::Output& output) {
-  const QString found = findFile(modelFile, QString::fromStdString(image.file));
-  if (found.isEmpty()) return output.warning(reader::text("the texture '%1' is missing", {image.name}));
-  QImageReader reader(found);
-  readPixels(reader, image, "the texture '%1' cannot be read: %2", output);
-}
+  /// Throws what a thread has thrown.
+  void run() {
+    const std::size_t threads = std::min<std::size_t>(std::thread::hardware_concurrency(), m_Warnings.size());
+    std::vector<std::future<void>> others;
+    try {
+      while (others.size() + 1 < threads) others.push_back(std::async(std::launch::async, [this] { work(); }));
+    } catch (const std::system_error&) {
+      // Fewer threads do as well.
+    }
+    work();
+    for (std::future<void>& other : others) other.get();
+    for (const std::string& warning : m_Warnings)
+      if (!warning.empty()) m_Output.warning(warning);
+  }
 
-void readEncoded(reader::Image& image, reader::Output& output) {
-  if (image.encoded.size() > std::size_t(std::numeric_limits<int>::max())) return;
-  QByteArray bytes =
-      QByteArray::fromRawData(reinterpret_cast<const char*>(image.encoded.data()), int(image.encoded.size()));
-  QBuffer buffer(&bytes);
-  QImageReader reader(&buffer);
-  readPixels(reader, image, "the embedded texture '%1' cannot be read: %2", output);
-}
+ private:
+  void work() {
+    for (std::size_t number = m_Next++; number < m_Warnings.size(); number = m_Next++) {
+      reader::Image& image = m_Output.model.images[number];
+      if (!image.pixels.empty()) continue;
+      if (image.name.empty()) image.name = image.file.empty() ? std::to_string(number + 1) : image.file;
+      m_Warnings[number] = image.encoded.empty() ? readFile(image) : readEncoded(image);
+      image.encoded = {};
+      const std::lock_guard<std::mutex> lock(m_Talk);
+      m_Output.progress(-1);
+    }
+  }
+
+  // These return what is to be said about a picture.
+
+  std::string readFile(reader::Image& image) {
+    const QString found = findFile(m_ModelFile, QString::fromStdString(image.file));
+    if (found.isEmpty()) return reader::text("the texture '%1' is missing", {image.name});
+    QFile file(found);
+    if (file.open(QIODevice::ReadOnly) && file.peek(4) == "\x89PNG") {
+      const QByteArray bytes = file.readAll();
+      if (readPng(reinterpret_cast<const std::uint8_t*>(bytes.data()), std::size_t(bytes.size()), image))
+        return std::string();
+    }
+    QImageReader reader(found);
+    return readPixels(reader, image, "the texture '%1' cannot be read: %2");
+  }
+
+  std::string readEncoded(reader::Image& image) {
+    if (image.encoded.size() > std::size_t(std::numeric_limits<int>::max())) return std::string();
+    if (readPng(image.encoded.data(), image.encoded.size(), image)) return std::string();
+    QByteArray bytes =
+        QByteArray::fromRawData(reinterpret_cast<const char*>(image.encoded.data()), int(image.encoded.size()));
+    QBuffer buffer(&bytes);
+    QImageReader reader(&buffer);
+    return readPixels(reader, image, "the embedded texture '%1' cannot be read: %2");
+  }
+
+  bool readPng(const std::uint8_t* bytes, std::size_t size, reader::Image& image) {
+    std::optional<PngPixels> png = PngPixels::of(bytes, size);
+    if (!png) return false;
+    takeRoom(image, png->width(), png->height());
+    png->write(image.pixels.data());
+    return true;
+  }
+
+  std::string readPixels(QImageReader& reader, reader::Image& image, const std::string& cannotBeRead) {
+    const QSize size = reader.size();
+    if (size.width() > MaxSide || size.height() > MaxSide)
+      return reader::text(cannotBeRead, {image.name, "it is larger than " + std::to_string(MaxSide) + " pixels"});
+    const QImage read = reader.read().convertToFormat(QImage::Format_RGBA8888);
+    if (read.isNull() || read.width() > MaxSide || read.height() > MaxSide)
+      return reader::text(cannotBeRead, {image.name, reader.errorString().toStdString()});
+    takeRoom(image, std::uint32_t(read.width()), std::uint32_t(read.height()));
+    const std::size_t line = std::size_t(image.width) * 4;
+    for (int y = 0; y < read.height(); ++y)
+      std::memcpy(image.pixels.data() + line * std::size_t(y), read.constScanLine(y), line);
+    return std::string();
+  }
+
+  void takeRoom(reader::Image& image, std::uint32_t width, std::uint32_t height) {
+    image.width = width;
+    image.height = height;
+    const std::lock_guard<std::mutex> lock(m_Talk);
+    image.pixels = m_Output.array<std::uint8_t>(std::size_t(width) * height * 4);
+  }
+
+  const QString m_ModelFile;
+  reader::Output& m_Output;
+  std::mutex m_Talk;
+  std::atomic<std::size_t> m_Next{0};
+  std::vector<std::string> m_Warnings;  ///< per picture
+};
 
 }  // namespace
 
-void readImages(const std::string& modelFile, reader::Output& output) {
-  const QString fileName = QString::fromStdString(modelFile);
-  std::size_t number = 0;
-  for (reader::Image& image : output.model.images) {
-    ++number;
-    if (!image.pixels.empty()) continue;
-    if (image.name.empty()) image.name = image.file.empty() ? std::to_string(number) : image.file;
-    if (!image.encoded.empty())
-      readEncoded(image, output);
-    else
-      readFile(fileName, image, output);
-    image.encoded = {};
-    output.progress(-1);
-  }
-}
+void readImages(const std::string& modelFile, reader::Output& output) { ImageReading(modelFile, output).run(); }
 
 }  // namespace nubo::read

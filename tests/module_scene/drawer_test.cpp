@@ -142,6 +142,32 @@ TEST_F(DrawerTest, GradientsAndImagesLieBehindFramesWhoseAlphaStays) {
     }
 }
 
+TEST_F(DrawerTest, TexturesThatAreMadeSmallerShowTheMeansOfTheirPixels) {
+  constexpr int Shown = 8, Together = 8;  // pixels along an edge, and those of the texture that become one
+  QImage noise(Shown * Together, Shown * Together, QImage::Format_RGB32);
+  int sums[Shown][Shown]{};
+  for (int y = 0; y < noise.height(); ++y)
+    for (int x = 0; x < noise.width(); ++x) {
+      const int value = (x * 7919 + y * 104729 + x * y * 31) % 160 + x + y / 2;
+      noise.setPixel(x, y, qRgb(value, 255 - value, value / 2));
+      sums[y / Together][x / Together] += value;
+    }
+  const auto size = float(3 * std::tan(0.40391905546154483));  // of what fills the view
+  const GeometryPointer wall = square(Qt::white, double(size));
+  wall->material->texture = new Texture(noise);
+  for (std::size_t i = 0; i < wall->positions.size(); i += 3)
+    for (std::size_t axis = 0; axis < 2; ++axis) wall->texCoords.push_back(wall->positions[i + axis] > 0 ? 1 : 0);
+  Shot shot;
+  shot.root = element({wall});
+  shot.width = shot.height = Shown;
+  const QImage picture = draw(shot);
+  for (int y = 0; y < Shown; ++y)
+    for (int x = 0; x < Shown; ++x) {
+      const int mean = sums[y][x] / (Together * Together);
+      ASSERT_LE(test::distance(picture.pixel(x, y), qRgb(mean, 255 - mean, mean / 2)), 3) << x << ", " << y;
+    }
+}
+
 TEST_F(DrawerTest, TransparencyIsSortedAndCarriedInAlpha) {
   const auto red = square(QColor(255, 0, 0, 128), 0.5, 0.2), blue = square(QColor(0, 0, 255, 128), 0.5, -0.2);
   const auto green = square(QColor(0, 255, 0), 0.7, -0.6), hidden = square(QColor(9, 9, 9, 200), 0.5, -0.9);
