@@ -30,11 +30,10 @@ class Egl {
   EGLSurface createSurface() const;
   void destroy(EGLContext context, EGLSurface surface) const;
   bool makeCurrent(EGLContext context, EGLSurface surface) const;
-  /// Leaves nothing to be freed when the thread ends: the library's own exit handler may have freed it before.
-  void doneCurrent() const {
-    makeCurrent(EGL_NO_CONTEXT, EGL_NO_SURFACE);
-    m_ReleaseThread();
-  }
+  void doneCurrent() const { makeCurrent(EGL_NO_CONTEXT, EGL_NO_SURFACE); }
+  /// Frees what the library keeps for the calling thread. To be called as the thread ends, and not for each context:
+  /// the driver of a graphics card takes tens of milliseconds to make it anew.
+  void releaseThread() const { m_ReleaseThread(); }
   EGLint attribute(EGLint name) const;
   QFunctionPointer function(const char* name) const;
 

@@ -1,6 +1,8 @@
 #include "plugins/platforms/headless/eglcontext.h"
 
+#include <QCoreApplication>
 #include <QOpenGLContext>
+#include <QThread>
 
 namespace nubo::headless {
 
@@ -13,6 +15,18 @@ EglContext::EglContext(const Egl& egl, const EglContext* share)
 }
 
 EglContext::~EglContext() { m_Egl.destroy(m_Context, m_Surface); }
+
+bool EglContext::makeCurrent(QPlatformSurface*) {
+  // Who waits for a thread may end the program before the thread's own destructors have run, and EGL's exit handler
+  // would free what these free. The application's thread needs none: it runs that handler.
+  thread_local bool isReleasedAtEnd = false;
+  if (QThread* const thread = QThread::currentThread(); !isReleasedAtEnd && thread != qApp->thread()) {
+    isReleasedAtEnd = true;
+    QObject::connect(
+        thread, &QThread::finished, qApp, [&egl = m_Egl] { egl.releaseThread(); }, Qt::DirectConnection);
+  }
+  return isValid() && m_Egl.makeCurrent(m_Context, m_Surface);
+}
 
 void EglContext::readFormat() {
   m_Format.setRenderableType(QSurfaceFormat::OpenGL);

@@ -17,7 +17,7 @@ class EglContext final : public QPlatformOpenGLContext {
 
   QSurfaceFormat format() const override { return m_Format; }
   void swapBuffers(QPlatformSurface*) override {}
-  bool makeCurrent(QPlatformSurface*) override { return isValid() && m_Egl.makeCurrent(m_Context, m_Surface); }
+  bool makeCurrent(QPlatformSurface*) override;
   void doneCurrent() override { m_Egl.doneCurrent(); }
   bool isSharing() const override { return m_Sharing; }
   bool isValid() const override { return m_Context != EGL_NO_CONTEXT; }
