@@ -177,13 +177,14 @@ void ContactMap::draw(std::size_t indices) {
     setUpState();
     bindTarget(framebuffer.name());
     if (Seen* seen = this->seen()) {
-      if (m_Row == 0) {
+      const bool isPlotted = indices == std::numeric_limits<std::size_t>::max() && plot(*seen);
+      if (!isPlotted && m_Row == 0) {
         glClear(GL_DEPTH_BUFFER_BIT);
         m_Row = 1;
       }
       load(GL_PROJECTION, m_Viewpoint.projection);
-      seen->painter->draw(indices);
-      if (seen->painter->isDone()) {
+      if (!isPlotted) seen->painter->draw(indices);
+      if (isPlotted || seen->painter->isDone()) {
         m_Stage = Stage(int(m_Stage) + 1);
         m_Row = 0;
         seen->painter.reset();
@@ -198,6 +199,17 @@ void ContactMap::draw(std::size_t indices) {
     }
     if (indices < std::numeric_limits<std::size_t>::max()) return;
   }
+}
+
+/// Draws at once without OpenGL; false where that is not faster or cannot be done.
+bool ContactMap::plot(const Seen& seen) {
+  if (m_Row > 0 || !isSoftware() || !DepthPlotter::canPlot(seen.list, m_Width, m_Height) ||
+      !m_Plotter.plot(seen.list, m_Viewpoint.projection, m_Width, m_Height))
+    return false;
+  glBindTexture(GL_TEXTURE_2D, seen.depths.name());
+  glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, m_Width, m_Height, GL_DEPTH_COMPONENT, GL_UNSIGNED_INT,
+                  m_Plotter.depths().data());
+  return true;
 }
 
 /// The next rows of what the pass makes of the one before it.

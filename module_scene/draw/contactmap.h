@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "module_scene/draw/contactlookup.h"
+#include "module_scene/draw/depthplotter.h"
 #include "module_scene/draw/drawlist.h"
 #include "module_scene/draw/painter.h"
 #include "module_scene/draw/sharedname.h"
@@ -76,6 +77,7 @@ class ContactMap {
   Work work() const;
   Seen* seen();
   bool bindTarget(GLuint framebuffer);
+  bool plot(const Seen& seen);
   void compute(int rows);
 
   Viewpoint m_Viewpoint;  ///< of the whole view
@@ -83,6 +85,7 @@ class ContactMap {
   std::optional<Subject> m_Subject;
   Stage m_Stage = Stage::Complete;
   Seen m_Faces, m_Points;
+  DepthPlotter m_Plotter;
   int m_Row = 0;
 
   int m_Width = 0, m_Height = 0;

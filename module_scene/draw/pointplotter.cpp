@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "module_scene/draw/projector.h"
 #include "module_scene/draw/smoothbuffer.h"
 #include "module_scene/mesh/parallel.h"
 
@@ -39,38 +40,14 @@ std::uint32_t colorOf(const Geometry& geometry) {
   return packed(bytes);
 }
 
-/// To where vertices are in a view, in single precision and in OpenGL's order of steps, so that what is rounded is
-/// rounded alike.
-class Projector {
- public:
-  Projector(const math::Matrix4& projection, const math::Matrix4& modelView, int width, int height)
-      : m_HalfWidth(float(width) / 2), m_HalfHeight(float(height) / 2) {
-    for (int row = 0; row < 4; ++row)
-      for (int column = 0; column < 4; ++column) {
-        float sum = 0;
-        for (int k = 0; k < 4; ++k) sum += float(projection(row, k)) * float(modelView(k, column));
-        m_Rows[row][column] = sum;
-      }
-  }
-
-  /// Pixels, and the depth from 0 to 1; false where there is none.
-  bool project(const float* position, std::array<float, 3>& place) const {
-    float clip[4];
-    for (int row = 0; row < 4; ++row)
-      clip[row] =
-          m_Rows[row][0] * position[0] + m_Rows[row][1] * position[1] + m_Rows[row][2] * position[2] + m_Rows[row][3];
-    const float w = clip[3];
-    if (!(w > 0 && std::abs(clip[0]) <= w && std::abs(clip[1]) <= w && std::abs(clip[2]) <= w)) return false;
-    const float inverse = 1 / w;
-    place = {clip[0] * inverse * m_HalfWidth + m_HalfWidth, clip[1] * inverse * m_HalfHeight + m_HalfHeight,
-             clip[2] * inverse * 0.5f + 0.5f};
-    return true;
-  }
-
- private:
-  float m_Rows[4][4];
-  float m_HalfWidth, m_HalfHeight;
-};
+/// False where there is none.
+bool project(const Projector& projector, const float* position, std::array<float, 3>& place) {
+  const std::array<float, 4> clip = projector.clip(position);
+  const float w = clip[3];
+  if (!(w > 0 && std::abs(clip[0]) <= w && std::abs(clip[1]) <= w && std::abs(clip[2]) <= w)) return false;
+  place = projector.place(clip);
+  return true;
+}
 
 }  // namespace
 
@@ -165,7 +142,7 @@ void PointPlotter::place(const Stroke* strokes, std::size_t count, const math::M
     std::array<float, 3> place{};
     for (std::uint32_t vertex = stroke->range->firstVertex, end = vertex + stroke->range->vertexCount; vertex < end;
          ++vertex) {
-      if (!projector.project(&geometry.positions[std::size_t(vertex) * 3], place)) continue;
+      if (!project(projector, &geometry.positions[std::size_t(vertex) * 3], place)) continue;
       Square square{std::int32_t(std::lrint(place[0] * Steps)) - steps / 2,
                     std::int32_t(std::lrint(place[1] * Steps)) - steps / 2, steps,
                     std::int32_t(place[2] * float(Farthest)),

@@ -142,5 +142,32 @@ TEST_F(DrawerTest, PartsGiveThePictureThatIsDrawnAtOnce) {
     }
 }
 
+TEST_F(DrawerTest, ContactIsThatOfFacesWhicheverWayTheirDepthsAreDrawn) {
+  const GeometryPointer sheet = texturedSheet(300);
+  sheet->material->doubleSided = true;
+  const math::Matrix4 mirrored = math::translation(0.5, 0, -0.2) * math::scaling(-1, 1, 1);
+  const Element root = element({sheet}, math::scaling(1, -1, -1));
+  root->addChild(element({bumpyBall(QColor(200, 90, 60), 220, 0.5)}, math::translation(-0.4, 0, -0.1)));
+  root->addChild(element({bumpyBall(QColor(200, 90, 60), 220, 0.4)}, mirrored));
+  gui::Camera parallel;
+  parallel.orthographic = true;
+  Shot shot;
+  shot.root = root;
+  shot.look = Look::Clay;
+  shot.contact = true;
+  for (const math::Matrix4& transform : {shot.transform, parallel.viewTransform(), math::translation(0, 0, -0.2)}) {
+    shot.transform = transform;
+    const QImage plotted = draw(shot);
+    SceneDrawer drawer(viewer.getGlobalScene());
+    QOpenGLFramebufferObject fbo(shot.width, shot.height, QOpenGLFramebufferObject::CombinedDepthStencil);
+    const QImage byOpenGl = drawPart(fbo, drawer, shot, 0, 0, [&] {
+      drawer.beginParts(shot.root, shot.transform, shot.layers, shot.kinds);
+      while (drawer.drawPart(1)) continue;
+    });
+    const test::Difference difference = compare(byOpenGl, plotted);
+    EXPECT_LE(difference.changed, difference.covered / 1000) << difference;
+  }
+}
+
 }  // namespace
 }  // namespace nubo::scene
