@@ -44,7 +44,7 @@ std::int64_t side(const A& a, const B& b, std::int64_t x, std::int64_t y) {
 
 /// Of 24 bits, as OpenGL rounds it, in those of a whole number that stand for the same share of it.
 std::uint32_t kept(double depth) {
-  const auto bits = std::uint32_t(std::clamp(depth, 0.0, 1.0) * ((1 << 24) - 1) + 0.5);
+  const auto bits = std::uint32_t(std::lrint(std::clamp(depth, 0.0, 1.0) * ((1 << 24) - 1)));
   return bits << 8 | bits >> 16;
 }
 
@@ -109,7 +109,7 @@ bool DepthPlotter::draw(Layer& layer, const Job& job, const math::Matrix4& proje
     if (corner.out & Before) continue;
     const auto [x, y, depth] = projector.place(clip);
     if (std::abs(x) < Farthest && std::abs(y) < Farthest)
-      corner = {std::int32_t(x * Steps + 0.5f), std::int32_t(y * Steps + 0.5f), depth, corner.out};
+      corner = {std::int32_t(std::lrint(x * Steps)), std::int32_t(std::lrint(y * Steps)), depth, corner.out};
     else
       corner.out |= FarOut;
   }

@@ -16,8 +16,8 @@ class Projector;
 /// time.
 class DepthPlotter {
  public:
-  /// Whether the list's faces are worth it, in a view of so many pixels, and drawn as OpenGL does it: nothing of them is
-  /// cut away, or left out by a texture, or a coarse version.
+  /// Whether the list's faces are worth it, in a view of so many pixels, and drawn as OpenGL does it: nothing of them
+  /// is cut away, or left out by a texture, or a coarse version.
   static bool canPlot(const DrawList& list, int width, int height);
   /// Draws all that canPlot() allowed. False: it could not, since some of it reaches before the view or far out of it.
   [[nodiscard]] bool plot(const DrawList& list, const math::Matrix4& projection, int width, int height);
