@@ -4,7 +4,8 @@
 
 namespace nubo::scene {
 
-void BackdropPainter::draw(const Background& background, const QSize& size) {
+bool BackdropPainter::draw(const Background& background, const QSize& size) {
+  if (background.isPlain()) return false;
   const Key key{background.color.rgb(), background.top.rgb(), background.image.cacheKey(), size};
   if (!(m_Key == key)) {
     m_Pixels = Backdrop(background, size).part(QRect(QPoint(), size)).mirrored();
@@ -18,6 +19,7 @@ void BackdropPainter::draw(const Background& background, const QSize& size) {
   glDepthMask(GL_FALSE);
   glRasterPos2f(-1, -1);
   glDrawPixels(size.width(), size.height(), GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, m_Pixels.constBits());
+  return true;
 }
 
 }  // namespace nubo::scene

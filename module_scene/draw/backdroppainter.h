@@ -11,7 +11,8 @@ namespace nubo::scene {
 class BackdropPainter {
  public:
   /// Fills the colours of the bound framebuffer's lower left part; alpha and depths stay. Changes OpenGL's state.
-  void draw(const Background& background, const QSize& size);
+  /// False: the background is but a colour, and nothing was drawn.
+  bool draw(const Background& background, const QSize& size);
 
  private:
   /// What the pixels depend on.

@@ -56,6 +56,8 @@ void setUpState() {
   glDepthFunc(GL_LEQUAL);
   glDepthMask(GL_TRUE);
   glClearDepth(1.0);
+  glClearStencil(0);
+  glStencilMask(~0u);
   glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
   glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
   glShadeModel(GL_SMOOTH);

@@ -153,7 +153,10 @@ void DrawList::collect(const SceneParts& parts, const math::Matrix4& transform, 
   parts.tree().visit([&](const BoundingBox& box) { return culler.overlap(box); },
                      [&](std::uint32_t part, Overlap overlap) { m_Met.emplace_back(part, overlap); });
   std::sort(m_Met.begin(), m_Met.end());
-  for (const auto& [part, overlap] : m_Met) add(parts.all()[part], transform, overlap, query);
+  for (const auto& [part, overlap] : m_Met) {
+    m_Part = part;
+    add(parts.all()[part], transform, overlap, query);
+  }
 }
 
 void DrawList::add(const ScenePart& part, const math::Matrix4& transform, Overlap overlap, const ViewQuery& query) {
@@ -184,6 +187,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
 
   Batch batch;
   batch.geometry = &geometry;
+  batch.part = m_Part;
   if (!query.plotted) batch.buffer = BufferCache::buffer(geometry);
   batch.modelView = modelView;
   batch.width = width;

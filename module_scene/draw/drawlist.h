@@ -42,6 +42,7 @@ struct ViewQuery {
 /// One geometry with the index ranges of it that are to be drawn.
 struct Batch {
   const Geometry* geometry = nullptr;
+  std::uint32_t part = 0;                 ///< its place in SceneParts::all()
   util::YPointer<GeometryBuffer> buffer;  ///< null: it is drawn without OpenGL
   util::YPointer<CoarseVersion> coarse;   ///< of those ranges that are a coarse version's
   math::Matrix4 modelView;
@@ -98,6 +99,7 @@ class DrawList {
   std::vector<Range> m_Ranges;
   PointSieve m_Sieve;
   std::vector<std::uint32_t> m_Chosen;
+  std::uint32_t m_Part = 0;  // that is being added
   int m_Margin = 0;
   std::optional<Plane> m_Cut;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "module_scene/graph/scene.h"
 #include "module_scene/mesh/parallel.h"
 
 namespace nubo::scene {
@@ -192,5 +193,10 @@ void Environment::addLevel(const Source& source) {
 }
 
 Environment::~Environment() = default;
+
+util::YPointer<Environment> environmentOf(const Scene& scene) {
+  const util::YPointer<util::YObject> environment = scene.getEnvironment();
+  return static_cast<Environment*>(environment.get());
+}
 
 }  // namespace nubo::scene

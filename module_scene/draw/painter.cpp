@@ -92,9 +92,17 @@ void blend() {
 
 }  // namespace
 
-Painter::Painter(const DrawList& list, SurfaceShader* shader, bool bare)
-    : m_List(list), mp_Shader(shader), m_Bare(bare) {
-  for (const Batch& batch : list.opaque()) m_Steps.push_back({&batch, false, GL_NONE});
+Painter::Painter(const DrawList& list, SurfaceShader* shader, bool bare, const StillParts* still, Share share)
+    : m_List(list), mp_Shader(shader), m_Bare(bare), mp_Still(still) {
+  for (const Batch& batch : list.opaque()) {
+    const bool isStill = share != Share::All && still->isStill(batch.part);
+    if (share == Share::All) m_Steps.push_back({&batch, false, GL_NONE});
+    if (share == Share::Still && isStill) m_Steps.push_back({&batch, false, GL_NONE, Order::Marked});
+    if (share == Share::Moving && !isStill)
+      for (const Order order : {Order::Before, Order::BeforeOrLater})
+        m_Steps.push_back({&batch, false, GL_NONE, order});
+  }
+  if (share == Share::Still) return;
   // With a shader, what is there only in parts is opaque where it is.
   const auto isMask = [shader, bare](const Batch& batch) {
     return (shader || bare) && materialOf(*batch.geometry).alphaMode == AlphaMode::Mask;
@@ -151,6 +159,9 @@ void Painter::draw(std::size_t indices) {
     m_Range = 0;
   }
   glDisable(GL_CLIP_PLANE0);
+  if (!mp_Still) return;
+  glDisable(GL_STENCIL_TEST);
+  glDepthFunc(GL_LEQUAL);
 }
 
 void Painter::drawSamples(Kinds* known) {
@@ -158,7 +169,7 @@ void Painter::drawSamples(Kinds* known) {
   for (const Step& step : m_Steps) {
     const Geometry& geometry = *step.batch->geometry;
     const GLenum hidden = hiddenBy(step);
-    if (!known->insert({geometry.kind, variantFor(step), hidden}).second) continue;
+    if (!known->insert({geometry.kind, variantFor(step), hidden, step.order}).second) continue;
     setUp(step);
     drawRange(*step.batch, m_List.ranges()[step.batch->firstRange]);
   }
@@ -187,8 +198,20 @@ unsigned Painter::variantFor(const Step& step) const {
   return unsigned(isLit(geometry)) | unsigned(textured) << 1 | unsigned(geometry.colors.empty()) << 2;
 }
 
+/// Of what moves all that lies before the rest is drawn, which is then its own, and again what lies as far away as
+/// that, if it is later in the order.
+void Painter::setUpOrder(const Step& step) const {
+  if (!mp_Still) return;
+  glDepthFunc(step.order == Order::Before ? GL_LESS : GL_LEQUAL);
+  if (step.order == Order::Drawn) return glDisable(GL_STENCIL_TEST);
+  glEnable(GL_STENCIL_TEST);
+  glStencilFunc(step.order == Order::BeforeOrLater ? GL_GEQUAL : GL_ALWAYS, mp_Still->runOf(step.batch->part), ~0u);
+  glStencilOp(GL_KEEP, GL_KEEP, GL_REPLACE);
+}
+
 void Painter::setUp(const Step& step) {
   const Batch& batch = *step.batch;
+  setUpOrder(step);
   load(GL_MODELVIEW, batch.modelView);
   glFrontFace(batch.mirrored ? GL_CW : GL_CCW);
   if (step.transparent) blend();

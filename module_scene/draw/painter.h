@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "module_scene/draw/drawlist.h"
+#include "module_scene/draw/stillparts.h"
 #include "module_scene/draw/surfaceshader.h"
 
 namespace nubo::scene {
@@ -18,13 +19,23 @@ class Painter {
  public:
   enum Purpose { ForDepth };
 
-  /// Without a shader, which may be null, light and materials are fixed-function. It lives as long as the painter.
-  Painter(const DrawList& list, SurfaceShader* shader) : Painter(list, shader, false) {}
-  /// Draws the depths of what is opaque, without a program and no colours.
-  Painter(const DrawList& list, Purpose) : Painter(list, nullptr, true) {}
+  enum class Share { All, Still, Moving };
 
-  /// Kinds of drawing for which a driver must make itself ready: what is drawn, with what, and what is left out of it.
-  using Kinds = std::set<std::tuple<Kind, unsigned, GLenum>>;
+  /// Without a shader, which may be null, light and materials are fixed-function. It lives as long as the painter.
+  Painter(const DrawList& list, SurfaceShader* shader) : Painter(list, shader, false, nullptr, Share::All) {}
+  /// Draws the share of them, into a buffer with a stencil that has been cleared: first what stands still, then, over
+  /// it, what moves and all that is transparent. Together they give what All gives.
+  Painter(const DrawList& list, SurfaceShader* shader, const StillParts& still, Share share)
+      : Painter(list, shader, false, &still, share) {}
+  /// Draws the depths of what is opaque, without a program and no colours.
+  Painter(const DrawList& list, Purpose) : Painter(list, nullptr, true, nullptr, Share::All) {}
+
+  /// What shows where depths are equal: what is drawn later, or what is later by the marks that are left in the
+  /// stencil.
+  enum class Order { Drawn, Marked, Before, BeforeOrLater };
+  /// Kinds of drawing for which a driver must make itself ready: what is drawn, with what, what is left out of it, and
+  /// how it is ordered.
+  using Kinds = std::set<std::tuple<Kind, unsigned, GLenum, Order>>;
 
   bool isDone() const { return m_Step == m_Steps.size(); }
   /// Draws on, from the state that all drawing starts from, until about so many indices are drawn.
@@ -37,9 +48,11 @@ class Painter {
     const Batch* batch;
     bool transparent;
     GLenum hidden;
+    Order order = Order::Drawn;
   };
 
-  Painter(const DrawList& list, SurfaceShader* shader, bool bare);
+  Painter(const DrawList& list, SurfaceShader* shader, bool bare, const StillParts* still, Share share);
+  void setUpOrder(const Step& step) const;
   GLenum hiddenBy(const Step& step) const;
   SurfaceShader::Shading shadingOf(const Step& step) const;
   unsigned variantFor(const Step& step) const;
@@ -52,6 +65,7 @@ class Painter {
   const DrawList& m_List;
   SurfaceShader* const mp_Shader;
   const bool m_Bare;  // without light and colours
+  const StillParts* const mp_Still;
   std::vector<Step> m_Steps;
   std::size_t m_Step = 0, m_Range = 0;  // the next
   const Geometry* mp_Current = nullptr;

@@ -17,28 +17,23 @@
 #include "module_scene/draw/painter.h"
 #include "module_scene/draw/pointplotter.h"
 #include "module_scene/draw/smoothbuffer.h"
+#include "module_scene/draw/stillparts.h"
 #include "module_scene/draw/viewpoint.h"
 #include "module_scene/mesh/meshbuilder.h"
 
 namespace nubo::scene {
 
-util::YPointer<Environment> environmentOf(const Scene& scene) {
-  const util::YPointer<util::YObject> environment = scene.getEnvironment();
-  return static_cast<Environment*>(environment.get());
-}
-
 const double SceneDrawer::ZNEAR = 0.05;
 const double SceneDrawer::ZFAR = 100.0;
 
 struct SceneDrawer::Private {
+  using Roots = std::array<const SceneElement*, 2>;  // of which either may be null
+
   util::YPointer<Scene> scene;
   int width = 1, height = 1;
-  int samples = 0;
-  int viewHeight = 0;
+  int samples = 0, viewHeight = 0;
   Look look = Look::Studio;
-  bool drawsEdges = false;
-  bool drawsContact = false;
-  bool drawsGround = false;
+  bool drawsEdges = false, drawsContact = false, drawsGround = false;
   util::YPointer<Environment> environment;
   util::YPointer<Section> section;
   SceneParts parts;
@@ -49,6 +44,7 @@ struct SceneDrawer::Private {
   GroundShadow ground;
   SmoothBuffer buffer;
   PointPlotter plotter;
+  StillParts still;
   util::YPointer<SceneElement> sample;  // that prepare() draws with
   double indicesPerMs = 1000;           // that a part has drawn
 
@@ -63,33 +59,38 @@ struct SceneDrawer::Private {
   bool shaded = false;
   double facesBack = 1;    // pixels over which they fall
   bool inContact = false;  // the map of contact is looked up
-  bool onGround = false;
-  bool direct = false;
+  bool onGround = false, direct = false;
+  Painter::Share share = Painter::Share::All;
   bool plotted = false;  // and waits to be brought into the buffer
+  bool painted = false;  // and waits to be finished
   int finishedRows = 0;
   SmoothBuffer::Edges edges = SmoothBuffer::Edges::Blend;
   BackdropPainter backdrop;
 
   void begin(const StateGuard& state, bool atOnce, double detail, int layers, int kinds, const math::Matrix4& transform,
-             std::initializer_list<const SceneElement*> elements);
+             const Roots& roots);
   bool isEmpty() const { return list.isEmpty() && !onGround && !plotted; }
   bool mayPlot(bool atOnce, double detail);
   void plot();
-  void drawBackground(int layers);
-  void beginGround(const StateGuard& state, int kinds, std::initializer_list<const SceneElement*> elements);
-  void beginContact(const StateGuard& state, int kinds, std::initializer_list<const SceneElement*> elements);
+  bool beginContact(int kinds, const Roots& roots);
   void bindTarget(const StateGuard& state);
   void prepare(const StateGuard& state);
   void finish(const StateGuard& state, int rows);
+  bool beginDrawing(const ViewQuery& query, int samplesNeeded);
+  void paint(std::size_t indices);
   void drawAll(const StateGuard& state);
   bool drawContact(double milliseconds);
   bool drawPart(const StateGuard& state, double milliseconds);
 };
 
 void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double detail, int layers, int kinds,
-                                 const math::Matrix4& transform, std::initializer_list<const SceneElement*> elements) {
+                                 const math::Matrix4& transform, const Roots& roots) {
   viewpoint = Viewpoint::of(state.projection(), state.modelView() * transform);
-  drawBackground(layers);
+  // Pictures have no background, so that they can be laid over any.
+  const bool isBehind = !ViewQuery::isPicture(layers);
+  const bool isBackdrop = isBehind && scene && backdrop.draw(scene->getBackground(), QSize(width, height));
+  using Edges = SmoothBuffer::Edges;
+  edges = isBackdrop ? Edges::BlendOver : isBehind ? Edges::Blend : Edges::KeepColor;
   ViewQuery query{viewpoint.projection, width, height, detail, layers, kinds};
   query.samples = samples;
   query.sieved = atOnce;
@@ -105,33 +106,49 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
     outlines.begin(viewpoint, scene->changeCount());
     query.outlines = &outlines;
   }
-  std::array<const SceneElement*, 2> roots{};
-  std::copy(elements.begin(), elements.end(), roots.begin());
   scene ? parts.update({roots, scene->changeCount(), section}) : parts.reset({roots, 0, section});
   query.plotted = mayPlot(atOnce, detail);
   list.collect(parts, viewpoint.view, query);
   list.sortTransparent();
   facesBack = query.edges ? 1 + 0.75 * query.widthScale : 1;  // half of an edge's width
   shaded = look != Look::Plain && !list.isEmpty() && shader->isAvailable();
-  beginContact(state, kinds, elements);
-  beginGround(state, kinds, elements);
+  inContact = beginContact(kinds, roots);
+  onGround = drawsGround && ground.begin(roots, parts.version(), kinds, parts) && ground.isSeen(viewpoint);
+  QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
   finishedRows = 0;
+  painted = false;
+  share = Painter::Share::All;
   plotted = query.plotted && !list.isEmpty();
   if (plotted) return plot();
+  if (beginDrawing(query, samplesNeeded)) return;
+  finest = 1;  // which the driver has memory for, perhaps
+  begin(state, atOnce, detail, layers, kinds, transform, roots);
+}
+
+/// Decides where to draw, and whether all of it. False: there is no memory for so many pixels.
+bool SceneDrawer::Private::beginDrawing(const ViewQuery& query, int samplesNeeded) {
   painter.emplace(list, shaded ? shader.get() : nullptr);
-  if (isEmpty()) return;
+  if (isEmpty()) return true;
 
   setUpState();
+  // What is in contact looks otherwise when something else moves.
+  auto found = StillParts::Found::Other;
+  if (scene && !inContact && buffer.isAvailable(fineness))
+    found = still.compare(parts, {viewpoint, query, look, environment, section});
+  if (found != StillParts::Found::Same) buffer.dropKept();
   // What is opaque, unsmoothed and without a margin may go where it shall end up: the pixels are the same.
-  direct = samples == 0 && list.transparent().empty() && list.margin() == 0 && !onGround;
-  if (direct) return;
-  if (buffer.begin(width, height, fineness, list.margin(), samplesNeeded)) return buffer.suspend();
-  if (fineness == 1) {
-    direct = true;
-    return;
+  direct = samples == 0 && list.transparent().empty() && list.margin() == 0 && !onGround &&
+           found == StillParts::Found::Other;
+  if (direct) return true;
+  direct = !buffer.begin(width, height, fineness, list.margin(), samplesNeeded);
+  if (direct) return fineness == 1;
+  if (found != StillParts::Found::Other) {
+    share = buffer.hasKept() ? Painter::Share::Moving : Painter::Share::Still;
+    painter.emplace(list, shaded ? shader.get() : nullptr, still, share);
+    if (share == Painter::Share::Moving) buffer.bringBack();
   }
-  finest = 1;  // which the driver has memory for, perhaps
-  begin(state, atOnce, detail, layers, kinds, transform, elements);
+  buffer.suspend();
+  return true;
 }
 
 /// Whether OpenGL need not draw, which takes longer where it is software.
@@ -152,36 +169,11 @@ void SceneDrawer::Private::plot() {
   painter.emplace(list, nullptr);
 }
 
-/// Pictures have none, so that they can be laid over any.
-void SceneDrawer::Private::drawBackground(int layers) {
-  edges = SmoothBuffer::Edges::KeepColor;
-  if (ViewQuery::isPicture(layers)) return;
-  edges = SmoothBuffer::Edges::Blend;
-  const Background background = scene ? scene->getBackground() : Background();
-  if (background.isPlain()) return;
-  edges = SmoothBuffer::Edges::BlendOver;
-  backdrop.draw(background, QSize(width, height));
-}
-
-void SceneDrawer::Private::beginGround(const StateGuard& state, int kinds,
-                                       std::initializer_list<const SceneElement*> elements) {
-  onGround = false;
-  if (!drawsGround) return;
-  std::array<const SceneElement*, 2> both{};
-  std::copy(elements.begin(), elements.end(), both.begin());
-  onGround = ground.begin(both, parts.version(), kinds, parts) && ground.isSeen(viewpoint);
-  QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
-}
-
-void SceneDrawer::Private::beginContact(const StateGuard& state, int kinds,
-                                        std::initializer_list<const SceneElement*> elements) {
-  inContact = false;
-  if (!drawsContact || (look != Look::Studio && look != Look::Clay) || !shader->isAvailable()) return;
-  ContactMap::Subject subject{{}, parts.version(), kinds, viewHeight};
-  std::copy(elements.begin(), elements.end(), subject.elements.begin());
+/// Whether surfaces take each other light here.
+bool SceneDrawer::Private::beginContact(int kinds, const Roots& roots) {
+  if (!drawsContact || (look != Look::Studio && look != Look::Clay) || !shader->isAvailable()) return false;
   // Also where this tile shows nothing: the map learns the whole view from the first.
-  inContact = contact.begin(viewpoint, subject, parts) && shaded;
-  QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
+  return contact.begin(viewpoint, {roots, parts.version(), kinds, viewHeight}, parts) && shaded;
 }
 
 /// Sets up everything for drawing on: the state, the light and where to draw.
@@ -208,7 +200,7 @@ void SceneDrawer::Private::prepare(const StateGuard& state) {
   if (isEmpty() || plotted) return;
   if (inContact) contact.prepare();
   bindTarget(state);
-  if (!direct && !finishPrepared) {
+  if (!direct && !finishPrepared && share != Painter::Share::Moving) {
     finish(state, 1);  // of the empty buffer, which leaves the caller's as it is
     bindTarget(state);
     finishedRows = 0;
@@ -230,10 +222,25 @@ void SceneDrawer::Private::finish(const StateGuard& state, int rows) {
 void SceneDrawer::Private::drawAll(const StateGuard& state) {
   if (isEmpty()) return;
   if (inContact) contact.draw(std::numeric_limits<std::size_t>::max());
-  bindTarget(state);
-  painter->draw(std::numeric_limits<std::size_t>::max());
-  if (onGround) ground.draw(viewpoint);
+  while (!painted) {
+    bindTarget(state);
+    paint(std::numeric_limits<std::size_t>::max());
+  }
   if (!direct) finish(state, height);
+}
+
+/// Draws about so many indices, and then what is behind all.
+void SceneDrawer::Private::paint(std::size_t indices) {
+  painter->draw(indices);
+  if (!painter->isDone()) return;
+  if (share == Painter::Share::Still) {
+    buffer.keep();
+    share = Painter::Share::Moving;
+    painter.emplace(list, shaded ? shader.get() : nullptr, still, share);
+    return;
+  }
+  if (onGround) ground.draw(viewpoint);
+  painted = true;
 }
 
 /// Draws on what all tiles look up, for about so long; whether it did.
@@ -249,7 +256,7 @@ bool SceneDrawer::Private::drawPart(const StateGuard& state, double milliseconds
   if (isEmpty()) return false;
   if (drawContact(milliseconds)) return true;
   bindTarget(state);
-  if (painter->isDone()) {
+  if (painted) {
     constexpr double PixelsPerMs = 80000;  // of software OpenGL on two processors
     finish(state, std::max(16, int(milliseconds * PixelsPerMs / width)));
     glFinish();
@@ -258,14 +265,13 @@ bool SceneDrawer::Private::drawPart(const StateGuard& state, double milliseconds
   QElapsedTimer timer;
   timer.start();
   const std::size_t indices = std::size_t(std::max(1000.0, indicesPerMs * milliseconds));
-  painter->draw(indices);
-  if (painter->isDone() && onGround) ground.draw(viewpoint);
+  paint(indices);
   glFinish();  // or only the asking for it would be measured
   const double rate = double(indices) / std::max(0.01, double(timer.nsecsElapsed()) * 1e-6);
   // What is hidden or small takes little; what comes next may not.
   if (!painter->isDone()) indicesPerMs = std::clamp(rate, indicesPerMs / 8, indicesPerMs * 1.1);
   if (!direct) buffer.suspend();
-  return !direct || !painter->isDone();
+  return !direct || !painted;
 }
 
 SceneDrawer::SceneDrawer(const util::YPointer<Scene>& scene, const SceneDrawer* other)
@@ -292,31 +298,20 @@ void SceneDrawer::resize(int width, int height) {
 }
 
 QColor SceneDrawer::getBackgroundColor() const { return d->scene->getBackgroundColor(); }
-
 void SceneDrawer::setViewHeight(int pixels) { d->viewHeight = pixels; }
-
 void SceneDrawer::setSamples(int samples) { d->samples = samples; }
-
 void SceneDrawer::setLook(Look look) { d->look = look; }
-
 void SceneDrawer::setEdges(bool drawn) { d->drawsEdges = drawn; }
-
 void SceneDrawer::setContact(bool drawn) { d->drawsContact = drawn; }
-
 void SceneDrawer::setGround(bool drawn) { d->drawsGround = drawn; }
-
 void SceneDrawer::setEnvironment(const util::YPointer<Environment>& environment) { d->environment = environment; }
-
 void SceneDrawer::setSection(const util::YPointer<Section>& section) { d->section = section; }
 
 void SceneDrawer::glDraw(const util::YPointer<SceneElement>& root, const util::YPointer<SceneElement>& second,
                          const math::Matrix4& transform, double detail, int layers, int kinds) {
   const StateGuard state;
   d->begin(state, true, detail, layers, kinds, transform, {root.get(), second.get()});
-  if (!DrawingTurn::mustBeTaken()) {
-    d->drawAll(state);
-    return;
-  }
+  if (!DrawingTurn::mustBeTaken()) return d->drawAll(state);
   constexpr double PartMs = 3;
   d->prepare(state);
   for (bool more = true; more;) {

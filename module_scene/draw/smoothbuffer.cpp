@@ -78,7 +78,7 @@ bool SmoothBuffer::begin(int width, int height, int fineness, int margin, int sa
   glEnable(GL_SCISSOR_TEST);
   glScissor(0, 0, allWidth, allHeight);
   glClearColor(0, 0, 0, 0);
-  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
   glDisable(GL_SCISSOR_TEST);
   return true;
 }
@@ -146,7 +146,7 @@ bool SmoothBuffer::attach() {
     gl->glBindFramebuffer(GL_FRAMEBUFFER, m_SamplewiseFramebuffer->name());
     gl->glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, m_Samplewise.name());
   }
-  gl->glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, m_Depth.name());
+  gl->glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER, m_Depth.name());
   return gl->glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
 }
 
@@ -161,6 +161,41 @@ bool SmoothBuffer::createProgram(int fineness) {
   m_ScaleLocation = gl->glGetUniformLocation(m_Program.name(), "scale");
   m_BackgroundLocation = gl->glGetUniformLocation(m_Program.name(), "background");
   return true;
+}
+
+void SmoothBuffer::keep() {
+  GLint bound = 0;
+  glGetIntegerv(GL_RENDERBUFFER_BINDING, &bound);
+  m_KeptExtent = extent();
+  const auto [width, height, samples] = m_KeptExtent;
+  m_KeptColor = makeRenderbuffer(samples, GL_RGBA8, width, height);
+  m_KeptDepth = makeRenderbuffer(samples, GL_DEPTH24_STENCIL8, width, height);
+  functions()->glBindRenderbuffer(GL_RENDERBUFFER, GLuint(bound));
+  copy(true);
+}
+
+void SmoothBuffer::dropKept() {
+  m_KeptColor.reset();
+  m_KeptDepth.reset();
+}
+
+bool SmoothBuffer::hasKept() const {
+  return m_KeptColor.isUsable() && m_KeptDepth.isUsable() && m_KeptExtent == extent();
+}
+
+void SmoothBuffer::bringBack() { copy(false); }
+
+void SmoothBuffer::copy(bool toKept) {
+  QOpenGLExtraFunctions* gl = functions();
+  const Framebuffer kept;
+  gl->glBindFramebuffer(GL_FRAMEBUFFER, kept.name());
+  gl->glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, m_KeptColor.name());
+  gl->glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER, m_KeptDepth.name());
+  gl->glBindFramebuffer(toKept ? GL_READ_FRAMEBUFFER : GL_DRAW_FRAMEBUFFER, drawn());
+  const auto [width, height, samples] = m_KeptExtent;
+  gl->glBlitFramebuffer(0, 0, width, height, 0, 0, width, height,
+                        GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT, GL_NEAREST);
+  gl->glBindFramebuffer(GL_FRAMEBUFFER, drawn());
 }
 
 void SmoothBuffer::finish(GLuint framebuffer, const QColor& background, Edges edges, int first, int rows) {

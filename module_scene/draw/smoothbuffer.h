@@ -31,9 +31,9 @@ class SmoothBuffer {
   /// How many of its pixels on each axis one of an area of that size must have, for so many samples in it; as far as
   /// OpenGL can hold them.
   static int fineness(int width, int height, int samples);
-  /// Binds a cleared buffer and sets the viewport to `width` x `height` pixels, each of fineness x fineness of its own,
-  /// with `margin` more of these on each side. `samples`, of the caller's pixels, are bounded by what OpenGL can do.
-  /// False if OpenGL cannot: the framebuffer that was bound must then be bound anew.
+  /// Binds a cleared buffer, with a stencil, and sets the viewport to `width` x `height` pixels, each of fineness x
+  /// fineness of its own, with `margin` more of these on each side. `samples`, of the caller's pixels, are bounded by
+  /// what OpenGL can do. False if OpenGL cannot: the framebuffer that was bound must then be bound anew.
   [[nodiscard]] bool begin(int width, int height, int fineness, int margin, int samples);
   /// Begins with what was drawn without OpenGL: `pixels` of the area and its margin, of premultiplied colours, from the
   /// lower left one on. False as above.
@@ -46,6 +46,13 @@ class SmoothBuffer {
   void suspend();
   /// Binds the buffer again, as begin() and the drawing since then left it.
   void resume();
+  /// Keeps what is drawn so far, beside the buffer, which stays bound.
+  void keep();
+  void dropKept();
+  /// Whether what is kept has the size and the samples of the buffer that was begun.
+  bool hasKept() const;
+  /// Has the buffer, which is bound, be again as it was when keep() was called.
+  void bringBack();
   /// Writes `rows` rows of colours with straight alpha into `framebuffer`, which is bound afterwards, from the row
   /// `first` on, counted from below; those beyond the area are left out. Changes attributes, matrices and the program.
   /// For more rows resume() comes first.
@@ -56,13 +63,20 @@ class SmoothBuffer {
   void reserve(int width, int height, int samples);
   [[nodiscard]] bool createProgram(int fineness);
   bool attach();
+  void copy(bool toKept);
+  GLuint drawn() const { return (m_Samples ? m_SamplewiseFramebuffer : m_ResolvedFramebuffer)->name(); }
+  std::array<int, 3> extent() const {
+    return {m_Fineness * m_Width + 2 * m_Margin, m_Fineness * m_Height + 2 * m_Margin, m_Samples};
+  }
 
   std::array<int, 2> m_Capacity{0, 0};
   int m_Samples = 0;
-  SharedName m_Resolved;    // texture: one colour per pixel
-  SharedName m_Samplewise;  // renderbuffer: all samples' colours, if there are several
-  SharedName m_Depth;       // renderbuffer
-  SharedName m_Program;     // for m_Fineness
+  SharedName m_Resolved;                // texture: one colour per pixel
+  SharedName m_Samplewise;              // renderbuffer: all samples' colours, if there are several
+  SharedName m_Depth;                   // renderbuffer
+  SharedName m_KeptColor, m_KeptDepth;  // renderbuffers of what is kept
+  std::array<int, 3> m_KeptExtent{};
+  SharedName m_Program;  // for m_Fineness
   GLint m_OffsetLocation = 0, m_ScaleLocation = 0, m_BackgroundLocation = 0;
 
   int m_Width = 0, m_Height = 0, m_Fineness = 0, m_Margin = 0;

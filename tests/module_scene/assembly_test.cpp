@@ -1,5 +1,6 @@
 // Many parts show what each of them alone would, whatever becomes of them.
 #include <algorithm>
+#include <functional>
 #include <tuple>
 #include <utility>
 
@@ -71,6 +72,89 @@ TEST_F(DrawerTest, PartsOfAnAssemblyAreDrawnAsIfEachWereAsked) {
       EXPECT_EQ(drawn, expected) << compare(drawn, expected);
       if (amidst) continue;
       EXPECT_NE(std::exchange(before, drawn), drawn);
+    }
+  }
+}
+
+/// Squares in one plane, each of a colour of its own, that lie one on the other, so that what is drawn last shows.
+Element layers() {
+  const Element root(new SceneElement);
+  for (int i = 0; i < 600; ++i)
+    root->addChild(element({square(QColor::fromHsv(i * 7 % 360, 200, 250), 0.1, 1.2)},
+                           math::translation(0.4 * std::sin(i * 1.7), 0.4 * std::cos(i * 2.3), 0)));
+  return root;
+}
+
+TEST_F(DrawerTest, WhatStandsStillIsSeenAsIfAllWereDrawnAgain) {
+  struct Step {
+    const char* what;
+    int every;  // so many layers are one that moves; 0: none does
+    std::function<void(SceneElement& parts, Shot& shot)> change;
+  };
+  const auto bend = [](SceneElement& parts, Shot&) {
+    Geometry& bent = *parts.getGeometries().back();
+    bent.positions[2] += 0.3f;
+    bent.dropCopies();
+  };
+  const auto exchange = [](SceneElement& parts, Shot&) { parts.setGeometry(0, square(Qt::red, 0.4, 1.1)); };
+  const Step steps[] = {
+      {"as it was made", 0, [](SceneElement&, Shot&) {}},
+      {"the first time that some move", 20, [](SceneElement&, Shot&) {}},
+      {"they move again", 20, [](SceneElement&, Shot&) {}},
+      {"one bends, too", 20, bend},
+      {"and again", 20, bend},
+      {"others move", 11,
+       [](SceneElement& parts, Shot&) { parts.getChildren()[3]->setTransform(math::translation(0, 0.3, 0.8)); }},
+      {"the same", 11, [](SceneElement&, Shot&) {}},
+      {"one is another", 11, exchange},
+      {"and stays it", 11, [](SceneElement&, Shot&) {}},
+      {"one of the overlays", 11, [](SceneElement& parts, Shot&) { parts.getChildren()[8]->setLayer(LayerMarkers); }},
+      {"nothing moves", 0, [](SceneElement&, Shot&) {}},
+      {"seen from elsewhere", 0, [](SceneElement&, Shot& shot) { shot.transform = math::translation(0.1, 0, -3); }},
+      {"with a cut", 0,
+       [](SceneElement&, Shot& shot) {
+         shot.section = new Section({{0.6, 0.8, 0}, 0.1});
+       }},
+      {"so that all do", 7, [](SceneElement&, Shot&) {}},
+      {"with another cut", 0,
+       [](SceneElement&, Shot& shot) {
+         shot.section = new Section({{0, 1, 0}, 0.2});
+       }},
+      {"half of them", 2, [](SceneElement&, Shot&) {}},
+      {"again", 2, [](SceneElement&, Shot&) {}}};
+  const std::tuple<int, Look, bool, bool> rows[]{{0, Look::Plain, false, false},
+                                                 {4, Look::Plain, false, true},
+                                                 {0, Look::Technical, false, false},
+                                                 {0, Look::Studio, true, false}};
+  for (const auto& [samples, look, contact, inParts] : rows) {
+    const Element root(new SceneElement), parts = assembly(false), moving = layers();
+    parts->addGeometry(square(Qt::green, 0.3, 1));
+    parts->addGeometry(square(Qt::white, 0.2, 1.3));
+    parts->getGeometries().back()->identities.assign(4, 0);
+    root->addChild(parts);
+    root->addChild(moving);
+    Shot shot;
+    shot.root = root;
+    std::tie(shot.samples, shot.look, shot.contact) = std::tie(samples, look, contact);
+    SceneDrawer drawer(viewer.getGlobalScene());
+    QOpenGLFramebufferObject fbo(shot.width, shot.height, QOpenGLFramebufferObject::CombinedDepthStencil);
+    for (const Step& step : steps) {
+      SCOPED_TRACE(testing::Message() << samples << " samples, " << nameOf(look).toStdString() << ", " << step.what);
+      {
+        const SceneChange change(viewer.getGlobalScene(), LockAll);
+        step.change(*parts, shot);
+        for (std::size_t i = 0; step.every && i < moving->getChildren().size(); i += std::size_t(step.every)) {
+          SceneElement& part = *moving->getChildren()[i];
+          part.setTransform(math::translation(0.03, -0.02, 0) * part.getTransform());
+        }
+      }
+      const QImage drawn = drawPart(fbo, drawer, shot, 0, 0, [&, inParts = inParts] {
+        if (!inParts) return drawer.glDraw(shot.root, nullptr, shot.transform, 0, shot.layers, shot.kinds);
+        drawer.beginParts(shot.root, shot.transform, shot.layers, shot.kinds);
+        while (drawer.drawPart(3)) continue;
+      });
+      const QImage expected = draw(shot);
+      ASSERT_EQ(drawn, expected) << compare(drawn, expected);
     }
   }
 }
