@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <tuple>
+#include <utility>
 
 namespace nubo::scene {
 
@@ -36,14 +37,13 @@ StillParts::Found StillParts::compare(const SceneParts& parts, const Setting& se
 
 void StillParts::start(const SceneParts& parts, const Setting& setting) {
   m_Setting = setting;
-  m_Version = parts.version();
-  m_Seen.clear();
-  m_Still.clear();
   m_Runs.clear();
-  for (const ScenePart& part : parts.all()) {
-    m_Seen.push_back({part.geometry, part.layer, part.place});
-    m_Still.push_back(!part.geometry->transparent && part.geometry->identities.empty());
+  if (std::exchange(m_Version, parts.version()) != parts.version()) {
+    m_Seen.clear();
+    for (const ScenePart& part : parts.all()) m_Seen.push_back({part.geometry, part.layer, part.place});
   }
+  m_Still.clear();
+  for (const Seen& seen : m_Seen) m_Still.push_back(!seen.geometry->transparent && seen.geometry->identities.empty());
 }
 
 bool StillParts::hasSeen(const SceneParts& parts) const {

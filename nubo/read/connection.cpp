@@ -51,7 +51,12 @@ void Connection::send(Message::Kind kind, std::uint64_t value, const std::string
   if (size < 0) _exit(1);
 }
 
+/// A reader may tell of each of many thousand meshes, and each message wakes the program.
 void Connection::progress(double fraction) {
+  constexpr std::chrono::milliseconds Often(5);
+  const auto now = std::chrono::steady_clock::now();
+  if (now - m_LastProgress < Often) return;
+  m_LastProgress = now;
   constexpr std::uint64_t Unknown = 1001;
   send(Message::Progress, fraction >= 0 && fraction <= 1 ? std::uint64_t(fraction * 1000) : Unknown);
 }

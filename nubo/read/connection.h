@@ -1,6 +1,7 @@
 // The reading process's end of the talk with the program.
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <vector>
 
@@ -37,6 +38,7 @@ class Connection : public reader::Output {
   void send(reader::Message::Kind kind, std::uint64_t value, const std::string& text = std::string());
   Block addBlock(std::size_t size);
 
+  std::chrono::steady_clock::time_point m_LastProgress;  ///< that was told
   std::vector<Block> m_Blocks;
   std::map<std::string, std::string> m_Options;
   char* mp_Pool = nullptr;     ///< where the next short array goes, in a block that holds several

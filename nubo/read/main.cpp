@@ -89,6 +89,14 @@ int main(int argc, char** argv) {
   dup2(STDOUT_FILENO, STDERR_FILENO);  // what libraries have to say helps nobody
 #endif
   std::setlocale(LC_CTYPE, "C.UTF-8");  // numbers stay those of files
+#ifdef __GLIBC__
+  // Many small blocks come and go, which need not go back to the system each time; large ones do, since the program
+  // needs memory, too.
+  constexpr int Kept = 40 << 20, More = 4 << 20, LargeBlock = 4 << 20;
+  mallopt(M_MMAP_THRESHOLD, LargeBlock);
+  mallopt(M_TRIM_THRESHOLD, Kept);
+  mallopt(M_TOP_PAD, More);
+#endif
   int noArguments = 1;
   const QCoreApplication application(noArguments, argv);
   std::vector<std::string> folders = libraryFolders();

@@ -96,7 +96,7 @@ TEST_F(DrawerTest, WhatStandsStillIsSeenAsIfAllWereDrawnAgain) {
     bent.positions[2] += 0.3f;
     bent.dropCopies();
   };
-  const auto exchange = [](SceneElement& parts, Shot&) { parts.setGeometry(0, square(Qt::red, 0.4, 1.1)); };
+  const auto exchange = [](SceneElement& parts, Shot&) { parts.setGeometry(0, square(Qt::red, 0.1, 1.4)); };
   const Step steps[] = {
       {"as it was made", 0, [](SceneElement&, Shot&) {}},
       {"the first time that some move", 20, [](SceneElement&, Shot&) {}},
@@ -116,9 +116,14 @@ TEST_F(DrawerTest, WhatStandsStillIsSeenAsIfAllWereDrawnAgain) {
          shot.section = new Section({{0.6, 0.8, 0}, 0.1});
        }},
       {"so that all do", 7, [](SceneElement&, Shot&) {}},
-      {"with another cut", 0,
+      {"with one that only layers reach", 0,
        [](SceneElement&, Shot& shot) {
-         shot.section = new Section({{0, 1, 0}, 0.2});
+         shot.section = new Section({{1, 0, 20}, 24});
+       }},
+      {"again", 0, [](SceneElement&, Shot&) {}},
+      {"with another", 0,
+       [](SceneElement&, Shot& shot) {
+         shot.section = new Section({{1, 0, 20}, 24.2});
        }},
       {"half of them", 2, [](SceneElement&, Shot&) {}},
       {"again", 2, [](SceneElement&, Shot&) {}}};

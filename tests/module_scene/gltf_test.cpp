@@ -134,7 +134,8 @@ QByteArray binaryTriangle() {
     content.append(reinterpret_cast<const char*>(&value), sizeof value);
   content += picture + QByteArray((4 - picture.size() % 4) % 4, 0);
   QByteArray json =
-      R"({"asset":{"version":"2.0"},"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0}],"buffers":[{"byteLength":)" +
+      R"({"asset":{"version":"2.0"},"scenes":[{"nodes":[0]}],"nodes":[{"mesh":0,"name":"a \"}] {"}],
+      "buffers" : [{"byteLength":)" +
       QByteArray::number(content.size()) + R"(}],"bufferViews":[{"buffer":0,"byteLength":36},
       {"buffer":0,"byteOffset":36,"byteLength":24},{"buffer":0,"byteOffset":60,"byteLength":)" +
       QByteArray::number(picture.size()) + R"(}],"accessors":[{"bufferView":0,"componentType":5126,"count":3,

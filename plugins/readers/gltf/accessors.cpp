@@ -32,6 +32,18 @@ double number(const unsigned char* bytes, double greatest) {
   return greatest > 0 ? std::max(double(value) / greatest, -1.0) : double(value);
 }
 
+/// Of the types that indices have; any other number is made a whole one.
+std::uint32_t indexAt(const unsigned char* bytes, int componentType) {
+  const auto as = [bytes](auto value) {
+    std::memcpy(&value, bytes, sizeof value);
+    return std::uint32_t(value);
+  };
+  if (componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT) return as(std::uint16_t());
+  if (componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT) return as(std::uint32_t());
+  constexpr double Most = 0xFFFFFFFF;
+  return std::uint32_t(std::clamp(componentAt(bytes, componentType, false), 0.0, Most));
+}
+
 double numberOf(const tinygltf::Value& value, const char* key) {
   const tinygltf::Value& member = value.Get(key);
   return member.IsNumber() ? member.GetNumberAsDouble() : -1;
@@ -172,8 +184,10 @@ Array<float> Accessors::floats(int number, int each, float missing) {
   const std::size_t width = sizeOfComponent(accessor.componentType);
   const Array<float> result = m_Output.array<float>(accessor.count * std::size_t(each));
   if (there < each && missing != 0) std::fill(result.begin(), result.end(), missing);
+  const bool isPlain = accessor.componentType == TINYGLTF_COMPONENT_TYPE_FLOAT && there == each;
   visit(number, [&](std::size_t i, const unsigned char* bytes) {
-    for (int k = 0; k < there; ++k)
+    if (isPlain) std::memcpy(&result[i * std::size_t(each)], bytes, std::size_t(each) * sizeof(float));
+    for (int k = 0; k < there && !isPlain; ++k)
       result[i * std::size_t(each) + std::size_t(k)] =
           float(componentAt(bytes + std::size_t(k) * width, accessor.componentType, accessor.normalized));
   });
@@ -183,13 +197,10 @@ Array<float> Accessors::floats(int number, int each, float missing) {
 
 Array<std::uint32_t> Accessors::integers(int number) {
   const tinygltf::Accessor& accessor = elementOf(m_Source.accessors, number);
-  constexpr double Most = 0xFFFFFFFF;
   constexpr std::size_t MostValues = std::size_t(1) << 32;
   if (accessor.count > MostValues) throwDamaged();
   const Array<std::uint32_t> result = m_Output.array<std::uint32_t>(accessor.count);
-  visit(number, [&](std::size_t i, const unsigned char* bytes) {
-    result[i] = std::uint32_t(std::clamp(componentAt(bytes, accessor.componentType, false), 0.0, Most));
-  });
+  visit(number, [&](std::size_t i, const unsigned char* bytes) { result[i] = indexAt(bytes, accessor.componentType); });
   return result;
 }
 

@@ -67,7 +67,15 @@ void Container::openBinary() {
 }
 
 std::vector<unsigned char> Container::content(std::size_t offset, std::size_t size) {
-  return read(m_ContentOffset + offset, size);
+  // What short arrays of many parts lie beside is what is wanted next.
+  constexpr std::size_t Ahead = 1 << 16;
+  if (size > Ahead / 4) return read(m_ContentOffset + offset, size);
+  if (offset < m_AheadOffset || offset - m_AheadOffset + size > m_Ahead.size()) {
+    m_Ahead = read(m_ContentOffset + offset, std::min(Ahead, m_ContentSize - offset));
+    m_AheadOffset = offset;
+  }
+  const auto first = m_Ahead.begin() + std::ptrdiff_t(offset - m_AheadOffset);
+  return {first, first + std::ptrdiff_t(size)};
 }
 
 std::vector<unsigned char> Container::read(std::size_t offset, std::size_t size) {

@@ -37,6 +37,8 @@ class Container {
   std::ifstream m_File;
   std::size_t m_FileSize = 0, m_ContentOffset = 0, m_ContentSize = 0;
   bool m_IsBinary = false;
+  std::vector<unsigned char> m_Ahead;  ///< content that was read with some other
+  std::size_t m_AheadOffset = 0;
 };
 
 }  // namespace nubo::reader
