@@ -1,14 +1,32 @@
 // Memory for very large pictures.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
+#include <thread>
 
 #include "picture/visibility.h"
 
 namespace nubo::picture {
 
-/// Has the system give that memory, which is not in use yet, in pieces of some megabytes where it can: page by page it
-/// takes longer to get a large picture's memory than to fill it. Without an effect elsewhere.
-NUBO_PICTURE_EXPORT void preferHugePages(void* memory, std::size_t bytes);
+/// Has the system give a picture's memory, which is not in use yet, while the picture is drawn into it: in pieces of
+/// some megabytes where it can, and from the end on, where the first tiles go, on a thread of its own. To get it page
+/// by page when it is written takes longer than to fill it. What is there already stays as it is. The memory must
+/// outlive the object. Without an effect where the system cannot do that.
+class NUBO_PICTURE_EXPORT PagesAhead {
+ public:
+  PagesAhead(void* memory, std::size_t bytes);
+  ~PagesAhead();
+  PagesAhead(const PagesAhead&) = delete;
+  PagesAhead& operator=(const PagesAhead&) = delete;
+
+ private:
+  void run() const;
+
+  std::uintptr_t m_Begin = 0, m_End = 0;
+  std::atomic<bool> m_IsOver{false};
+  std::thread m_Thread;
+};
 
 }  // namespace nubo::picture

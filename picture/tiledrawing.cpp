@@ -53,10 +53,17 @@ class TileBuffers {
     }
     return framebuffer->bind();
   }
-  /// The tile is drawn, as far as that is up to the caller.
-  void end(const Tile& tile) {
+  /// The tile is drawn, as far as that is up to the caller; an empty one has nothing but the background.
+  void end(const Tile& tile, bool isEmpty) {
+    // Large pictures have many that need neither be filled nor be read, since they are all the same.
+    if (isEmpty && m_Empty.size() == QSize(tile.width, tile.height)) {
+      const QImage same = m_Empty;  // the one that is read now may be of another size
+      finish();
+      m_Framebuffers[m_Current]->release();
+      return m_Receiver.take(tile, same);
+    }
     glFlush();
-    const std::optional<Drawn> before = std::exchange(m_Drawn, Drawn{tile, m_Current});
+    const std::optional<Drawn> before = std::exchange(m_Drawn, Drawn{tile, m_Current, isEmpty});
     if (before) read(*before);
   }
   /// Reads the last one.
@@ -69,11 +76,13 @@ class TileBuffers {
   struct Drawn {
     Tile tile;
     int buffer;
+    bool isEmpty;
   };
 
   void read(const Drawn& drawn) {
     const QImage pixels = m_Framebuffers[drawn.buffer]->toImage();
     m_Framebuffers[drawn.buffer]->release();
+    if (drawn.isEmpty) m_Empty = pixels;
     m_Receiver.take(drawn.tile, pixels);
   }
 
@@ -81,6 +90,7 @@ class TileBuffers {
   std::unique_ptr<QOpenGLFramebufferObject> m_Framebuffers[2];
   int m_Current = 0;
   std::optional<Drawn> m_Drawn;  // and not read yet
+  QImage m_Empty;                // the last empty one that was read
 };
 
 /// False if a tile has no framebuffer to be drawn into.
@@ -102,7 +112,7 @@ bool renderTiles(const Picture& picture, const TileRange& range, int edge, util:
     progress.setValue(int(double(i) / range.count * 100.0));
     const Tile tile = grid.tile(range.first + i);
     isBound = render(tile);
-    if (isBound) buffers.end(tile);
+    if (isBound) buffers.end(tile, picture.drawer.isEmpty());
   }
   buffers.finish();
   if (!isBound) receiver.fail("Couldn't bind framebuffer object!");

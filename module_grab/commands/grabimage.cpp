@@ -283,14 +283,16 @@ void GrabImage::grabToFile(const QString& fileName, int width, int height, const
     NUBO_LOG(log::Failure, Execute, "Couldn't create image buffer with size (%d x %d)", width, height);
     return;
   }
-  picture::preferHugePages(image.bits(), std::size_t(image.sizeInBytes()));
   updateProcessed(-1);
   updateText(QObject::tr("Building tiles"));
   if (const double dotsPerInch = mp_CurrentParameterSet->parameters()[1]->getDotsPerInch(); dotsPerInch > 0) {
     image.setDotsPerMeterX(qRound(dotsPerInch / MetersPerInch));
     image.setDotsPerMeterY(image.dotsPerMeterX());
   }
-  saveImage(&image, transform);
+  {
+    const picture::PagesAhead pages(image.bits(), std::size_t(image.sizeInBytes()));
+    saveImage(&image, transform);
+  }
   if (m_Aborted) return updateEndedEarly(QObject::tr("nothing was written"));
   givePreview(image);
   updateText(QObject::tr("Saving image"));

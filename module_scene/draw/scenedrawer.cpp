@@ -320,6 +320,8 @@ void SceneDrawer::glDraw(const util::YPointer<SceneElement>& root, const util::Y
   }
 }
 
+bool SceneDrawer::isEmpty() const { return d->isEmpty(); }
+
 void SceneDrawer::beginParts(const util::YPointer<SceneElement>& root, const math::Matrix4& transform, int layers,
                              int kinds) {
   d->begin(StateGuard(), false, 0.0, layers, kinds, transform, {root.get()});

@@ -39,6 +39,8 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   /// Points and lines, which have a width, are drawn whole where they only reach into the area.
   void glDraw(const util::YPointer<SceneElement>& root, const util::YPointer<SceneElement>& second,
               const math::Matrix4& transform, double detail, int layers, int kinds);
+  /// Whether the last drawing left the framebuffer as it was, because nothing is to be seen there.
+  bool isEmpty() const;
 
   /// Begins to draw all of `root` as glDraw would. drawPart() does it, with the same context, matrices and framebuffer,
   /// for as long as the scene is found unchanged (Scene::changeCount()); its lock may be given up in between.

@@ -130,7 +130,8 @@ TEST_F(GrabImageTest, ShowsTheSameViewAtEverySizeWhateverTheTexturesAllow) {
     int panelWidth, panelHeight, width, height, largestTexture;
   };
   for (const Row& row : {Row{1000, 600, 1000, 600, -1}, Row{512, 512, 1024, 1024, -1}, Row{500, 600, 1000, 1200, -1},
-                         Row{641, 479, 777, 580, 256}, Row{1600, 900, 801, 450, 0}, Row{200, 200, 2, 2, -1}}) {
+                         Row{641, 479, 777, 580, 256}, Row{1600, 400, 2000, 500, 128}, Row{1600, 900, 801, 450, 0},
+                         Row{200, 200, 2, 2, -1}}) {
     SCOPED_TRACE(row.width);
     m_Panel->resize(row.panelWidth, row.panelHeight);
     g_LargestTexture = row.largestTexture;

@@ -1,7 +1,11 @@
-// Tiles and their frusta: pure arithmetic.
+// Tiles and their frusta, which are pure arithmetic, and the memory of pictures.
 #include "picture/tiling.h"
 
 #include <gtest/gtest.h>
+
+#include <vector>
+
+#include "picture/hugepages.h"
 
 namespace nubo::picture {
 namespace {
@@ -45,6 +49,20 @@ TEST(Tiling, OpensLessThanFortySevenDegrees) {
 TEST(Tiling, TilesAreAsLargeAsTexturesMayBe) {
   for (const auto& [largest, edge] : {std::pair{16384, 512}, {512, 512}, {256, 256}, {0, 512}, {-1, 512}})
     EXPECT_EQ(tileEdge(largest), edge) << largest;
+}
+
+TEST(PagesAhead, LeavesWhatIsThereAsItIs) {
+  std::vector<std::uint32_t> memory(std::size_t(10) << 20);
+  const auto fill = [&](std::size_t from) {
+    for (std::size_t i = from; i < memory.size(); i += 2) memory[i] = std::uint32_t(i * i + 1);
+  };
+  fill(0);
+  {
+    const PagesAhead pages(memory.data(), memory.size() * sizeof memory[0]);
+    fill(1);
+  }
+  for (std::size_t i = 0; i < memory.size(); ++i) ASSERT_EQ(memory[i], std::uint32_t(i * i + 1));
+  const PagesAhead none(memory.data(), 1);
 }
 
 }  // namespace

@@ -21,13 +21,24 @@ class RowFilter {
   void apply(const uint8_t* row, const uint8_t* previous, uint8_t* out);
 
  private:
-  void filter(uint8_t type, const uint8_t* row, const uint8_t* previous, uint8_t* out) const;
+  // What lies between the first pixel and the last ones that are background: outside of it, every pixel is as the one
+  // beside it and the one above it.
+  struct Middle {
+    size_t begin, end;  // bytes
+  };
+
+  Middle findMiddle(const uint8_t* row, const uint8_t* previous) const;
+  // Writes the first pixel and the middle.
+  void filter(uint8_t type, const uint8_t* row, const uint8_t* previous, const Middle& middle, uint8_t* out) const;
+  uint64_t cost(uint8_t type, const uint8_t* row, const Middle& middle, const uint8_t* filtered) const;
+  // Writes what was best.
+  void write(const Middle& middle, uint8_t* out) const;
 
   size_t m_rowBytes;
   size_t m_pixelBytes;
   bool m_isAdaptive;
   uint8_t m_lastType;
-  std::vector<uint8_t> m_candidate;
+  std::vector<uint8_t> m_candidate, m_best;
 };
 
 }  // namespace nubo::png
