@@ -72,12 +72,12 @@ void shine(vec3 position, vec3 n, vec3 base, float metallic, float roughness, ou
 
 // Matrices, colours and texture coordinates are those of fixed-function drawing, so that callers need not care.
 const char SurfaceVertexShader[] = R"(
-varying vec4 color;
+centroid varying vec4 color;
 varying vec4 coordinates;
 #ifdef PER_VERTEX
-varying vec3 around, key;
+centroid varying vec3 around, key;
 #ifdef TWO_SIDED
-varying vec3 aroundBack, keyBack;
+centroid varying vec3 aroundBack, keyBack;
 #endif
 #elif defined(LIT)
 varying vec3 position;
@@ -110,7 +110,7 @@ void main() {
 
 // Unlit colours pass through as they are.
 const char SurfaceFragmentShader[] = R"(
-varying vec4 color;
+centroid varying vec4 color;
 varying vec4 coordinates;
 uniform float alphaCutoff;
 uniform vec4 places[10];   // of each texture: what u and v are made of
@@ -174,9 +174,9 @@ float contact() {
 
 #ifdef LIT
 #ifdef PER_VERTEX
-varying vec3 around, key;
+centroid varying vec3 around, key;
 #ifdef TWO_SIDED
-varying vec3 aroundBack, keyBack;
+centroid varying vec3 aroundBack, keyBack;
 #endif
 #else
 varying vec3 position;

@@ -83,5 +83,19 @@ TEST_F(LooksTest, APlaneIsLitTheSameHoweverSmallItsFacesAre) {
   EXPECT_LE(difference.greatest, 3) << difference;
 }
 
+TEST_F(LooksTest, PartsOfAFewPixelsAreNoDarkerAtTheirEdges) {
+  MeshBuilder parts(nullptr);
+  for (int i = 0; i < 400; ++i)
+    parts.sphere({i % 20 / 10.0 - 0.95, 0.03 * std::sin(i), i / 20 / 10.0 - 0.95}, 0.035 + 1e-4 * (i % 7), 24, 12);
+  Shot shot = shotFromFront(element({parts.finish()}));
+  shot.samples = 4;
+  const QImage picture = draw(shot);
+  int darkest = 255;
+  for (int y = 0; y < shot.height; ++y)
+    for (int x = 0; x < shot.width; ++x)
+      if (const QRgb pixel = picture.pixel(x, y); qAlpha(pixel) > 0) darkest = std::min(darkest, qRed(pixel));
+  EXPECT_GE(darkest, 40) << "as it is anywhere on the default material";
+}
+
 }  // namespace
 }  // namespace nubo::scene
