@@ -35,4 +35,12 @@ void preferLargePages(void* memory, std::size_t bytes) noexcept {
   if (end > first) madvise(static_cast<char*>(memory) + (first - begin), end - first, MADV_HUGEPAGE);
 }
 
+void populate(void* memory, std::size_t bytes) noexcept {
+#ifdef MADV_POPULATE_WRITE
+  const auto begin = reinterpret_cast<std::uintptr_t>(memory);
+  const std::uintptr_t first = roundUp(begin, Page), end = (begin + bytes) & ~(Page - 1);
+  if (end > first) madvise(static_cast<char*>(memory) + (first - begin), end - first, MADV_POPULATE_WRITE);
+#endif
+}
+
 }  // namespace nubo::util

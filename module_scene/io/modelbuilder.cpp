@@ -4,7 +4,6 @@
 #include <cmath>
 #include <utility>
 
-#include "kernel/util/largememory.h"
 #include "module_scene/io/animationbuilder.h"
 #include "module_scene/io/importerror.h"
 #include "module_scene/io/materialbuilder.h"
@@ -12,6 +11,7 @@
 #include "module_scene/mesh/featureedges.h"
 #include "module_scene/mesh/parallel.h"
 #include "module_scene/mesh/preparation.h"
+#include "module_scene/mesh/readylist.h"
 
 namespace nubo::io {
 namespace {
@@ -35,8 +35,10 @@ bool usesCoordinates(const scene::Material* material, int set) {
 /// Leaves out primitives that name vertices which are not there, and what is left over at the end.
 void dropBroken(std::vector<std::uint32_t>& indices, std::size_t corners, std::size_t vertices) {
   const auto isThere = [vertices](std::uint32_t index) { return index < vertices; };
+  indices.resize(indices.size() / corners * corners);
+  if (!scene::isAny(indices.size(), [&](std::size_t i) { return !isThere(indices[i]); })) return;
   std::size_t kept = 0;
-  for (std::size_t i = 0; i + corners <= indices.size(); i += corners) {
+  for (std::size_t i = 0; i < indices.size(); i += corners) {
     const auto first = indices.begin() + std::ptrdiff_t(i);
     if (!std::all_of(first, first + std::ptrdiff_t(corners), isThere)) continue;
     if (kept < i) std::copy_n(first, corners, indices.begin() + std::ptrdiff_t(kept));
@@ -129,7 +131,7 @@ std::vector<T> ModelBuilder::take(const reader::Array<T>& array, const reader::S
   if (stored.count > 0) {
     if constexpr (sizeof(T) == sizeof(float)) return m_Stored.read<T>(stored);
   }
-  std::vector<T> result = util::listWithRoom<T>(array.size());
+  std::vector<T> result = scene::readyList<T>(array.size());
   result.assign(array.begin(), array.end());
   m_Blocks.release(array.data());
   return result;

@@ -5,9 +5,9 @@
 #include <cmath>
 #include <cstring>
 
-#include "kernel/util/largememory.h"
 #include "module_scene/io/filestream.h"
 #include "module_scene/mesh/parallel.h"
+#include "module_scene/mesh/readylist.h"
 
 namespace nubo::io {
 namespace {
@@ -186,8 +186,8 @@ class PlyReader {
     };
     if (!has(place)) throw ImportError(ImportError::tr("PLY: the vertices have no x, y and z"));
     scene::Geometry& g = *m_Geometry;
-    g.positions = util::listWithRoom<float>(count * 3);
-    if (has(normal)) g.normals = util::listWithRoom<float>(count * 3);
+    g.positions = scene::readyList<float>(count * 3);
+    if (has(normal)) g.normals = scene::readyList<float>(count * 3);
     if (has(color)) g.colors.resize(count * 4, 255);
     constexpr std::size_t AtOnce = 1 << 16;
     for (std::size_t first = 0; first < count; first += AtOnce) {
@@ -238,7 +238,7 @@ class PlyReader {
     if (element.name == "face") {
       constexpr std::uint64_t LeastBytes = 4;  // of a triangle
       const std::uint64_t most = std::min(element.count, m_File.left() / LeastBytes);
-      m_Geometry->indices = util::listWithRoom<std::uint32_t>(std::size_t(most) * 3);
+      m_Geometry->indices = scene::readyList<std::uint32_t>(std::size_t(most) * 3);
     }
     std::vector<bool> areCorners;
     for (const Property& property : element.properties)

@@ -1,7 +1,11 @@
 #include "module_scene/io/storednumbers.h"
 
-#include "kernel/util/largememory.h"
+#include <unistd.h>
+
+#include <cerrno>
+
 #include "module_scene/io/importerror.h"
+#include "module_scene/mesh/readylist.h"
 
 namespace nubo::io {
 
@@ -15,16 +19,21 @@ std::vector<T> StoredNumbers::read(const reader::Stored& place) {
   const auto whole = std::uint64_t(m_File.size());
   // Before memory is taken for what is not there.
   if (place.offset > whole || size > whole - place.offset) throwShort();
-  std::vector<T> numbers = util::listWithRoom<T>(std::size_t(place.count));
-  constexpr std::size_t AtOnce = 1 << 16;
-  std::size_t done = 0;
-  m_File.seek(qint64(place.offset));
-  while (done < place.count) {
-    numbers.resize(std::min(done + AtOnce, std::size_t(place.count)));
-    const std::size_t some = (numbers.size() - done) * sizeof(T);
-    if (m_File.read(reinterpret_cast<char*>(&numbers[done]), qint64(some)) != qint64(some)) throwShort();
-    done = numbers.size();
-  }
+  std::vector<T> numbers = scene::readyList<T>(std::size_t(place.count));
+  numbers.resize(std::size_t(place.count));
+  char* const bytes = reinterpret_cast<char*>(numbers.data());
+  constexpr std::size_t WorthAThread = 1 << 20;
+  scene::parallelRanges(
+      std::size_t(size),
+      [&](std::size_t begin, std::size_t end, std::size_t) {
+        while (begin < end) {
+          const ssize_t some = pread(m_File.handle(), bytes + begin, end - begin, off_t(place.offset + begin));
+          if (some < 0 && errno == EINTR) continue;
+          if (some <= 0) throwShort();
+          begin += std::size_t(some);
+        }
+      },
+      WorthAThread);
   return numbers;
 }
 

@@ -8,7 +8,7 @@
 
 namespace nubo::io {
 
-/// Reads them piece by piece: a mapping of a file that gets shorter would end the program. Used on one thread.
+/// Reads them, on all cores: a mapping of a file that gets shorter would end the program. Used on one thread.
 class StoredNumbers {
  public:
   /// No more than `limit` bytes are read in all.

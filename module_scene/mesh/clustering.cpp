@@ -29,7 +29,9 @@ class Clusterer {
       : m_Positions(positions), m_Indices(indices), m_Codes(indices.size() / Corners), m_Order(m_Codes.size()) {}
 
   Clustering run() {
-    std::iota(m_Order.begin(), m_Order.end(), 0u);
+    parallelRanges(m_Order.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
+      std::iota(m_Order.begin() + std::ptrdiff_t(begin), m_Order.begin() + std::ptrdiff_t(end), std::uint32_t(begin));
+    });
     setCodes(0, m_Order.size());
     sort();
     split(0, m_Order.size());

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <functional>
 
@@ -36,6 +37,19 @@ void parallelRanges(std::size_t count, const Work& work, std::size_t worthAThrea
   const std::size_t ranges = rangeCount(count, worthAThread);
   if (ranges == 1) return work(std::size_t(0), count, std::size_t(0));
   runOnCores(ranges, [&](std::size_t range) { work(count * range / ranges, count * (range + 1) / ranges, range); });
+}
+
+/// Whether holds(i) for any i below `count`.
+template <class Condition>
+bool isAny(std::size_t count, const Condition& holds) {
+  std::atomic<bool> found{false};
+  parallelRanges(count, [&](std::size_t begin, std::size_t end, std::size_t) {
+    constexpr std::size_t AtOnce = 4096;  // between looks at what others have found
+    for (std::size_t first = begin; first < end && !found.load(std::memory_order_relaxed); first += AtOnce)
+      for (std::size_t i = first; i < std::min(first + AtOnce, end); ++i)
+        if (holds(i)) found.store(true, std::memory_order_relaxed);
+  });
+  return found;
 }
 
 }  // namespace nubo::scene

@@ -38,6 +38,7 @@ void dropUndrawable(Geometry& g) {
             !std::equal(at[2], at[2] + 3, at[0]));
   };
   g.indices.resize(g.indices.size() / corners * corners);
+  if (!isAny(g.indices.size() / corners, [&](std::size_t i) { return !drawable(&g.indices[i * corners]); })) return;
   std::size_t kept = 0;
   for (std::size_t i = 0; i < g.indices.size(); i += corners) {
     if (!drawable(&g.indices[i])) continue;
@@ -55,12 +56,13 @@ void repairNormals(Geometry& g) {
     const float length = n[0] * n[0] + n[1] * n[1] + n[2] * n[2];
     return !(length > 0) || !std::isfinite(length);
   };
+  if (!isAny(g.vertexCount(), [&](std::size_t v) { return broken(std::uint32_t(v)); })) return;
   std::vector<bool> repaired(g.vertexCount());
   for (std::uint32_t v = 0; v < repaired.size(); ++v) {
     repaired[v] = broken(v);
     if (repaired[v]) std::fill_n(&g.normals[std::size_t(v) * 3], 3, 0.0f);
   }
-  if (g.kind != KindFaces || std::find(repaired.begin(), repaired.end(), true) == repaired.end()) return;
+  if (g.kind != KindFaces) return;
   for (std::size_t i = 0; i < g.indices.size(); i += 3) {
     math::Vector3 p[3];
     for (int k = 0; k < 3; ++k) std::copy_n(&g.positions[std::size_t(g.indices[i + k]) * 3], 3, p[k].begin());
@@ -77,7 +79,9 @@ void repairNormals(Geometry& g) {
 void makeClusters(Geometry& g) {
   const auto corners = std::uint32_t(cornersOf(g.kind));
   const Clustering clustering = clusterPrimitives(g.positions, g.indices, int(corners));
-  arrange(g.indices, corners, clustering.order);
+  corners == 3   ? arrange<3>(g.indices, clustering.order)
+  : corners == 2 ? arrange<2>(g.indices, clustering.order)
+                 : arrange<1>(g.indices, clustering.order);
   std::uint32_t first = 0;
   for (const std::uint32_t end : clustering.ends) {
     Cluster cluster;

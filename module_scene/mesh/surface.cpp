@@ -4,7 +4,6 @@
 #include <atomic>
 #include <numeric>
 
-#include "module_scene/mesh/disjointsets.h"
 #include "module_scene/mesh/parallel.h"
 
 namespace nubo::scene {
@@ -123,39 +122,38 @@ class CornerGroups {
   std::vector<std::array<float, 3>> m_Normals;
 };
 
-/// Whether the numbers of both are the same, and each is there once.
-bool arePaired(std::vector<std::uint32_t>& leaving, std::vector<std::uint32_t>& arriving) {
-  constexpr std::size_t Few = 8;  // which are compared sooner than sorted
-  if (leaving.size() != arriving.size()) return false;
-  if (leaving.size() > Few) {
-    std::sort(leaving.begin(), leaving.end());
-    std::sort(arriving.begin(), arriving.end());
-    return leaving == arriving && std::adjacent_find(leaving.begin(), leaving.end()) == leaving.end();
-  }
-  for (auto i = leaving.begin(); i != leaving.end(); ++i)
-    if (std::find(leaving.begin(), i, *i) != i || std::find(arriving.begin(), arriving.end(), *i) == arriving.end())
-      return false;
-  return true;
-}
-
 }  // namespace
 
 Surface::Surface(const std::vector<float>& positions, const std::vector<std::uint32_t>& indices,
                  const std::vector<Cluster>& clusters, util::Scratch<std::uint32_t> pointOfVertex)
     : m_Positions(positions), m_Indices(indices), m_Clusters(clusters), m_PointOfVertex(std::move(pointOfVertex)) {
-  std::uint32_t first = 0;
-  m_FirstPoints.reserve(clusters.size() + 1);
-  for (const Cluster& cluster : clusters) {
-    m_FirstPoints.push_back(first);
-    std::uint32_t end = first;
-    forCorners(cluster, [&](std::uint32_t corner) {
-      const std::uint32_t point = pointOf(corner);
-      m_Strays += point < first;
-      end = std::max(end, point + 1);
-    });
-    first = end;
-  }
-  m_FirstPoints.push_back(first);
+  m_FirstPoints.assign(clusters.size() + 1, 0);
+  parallelRanges(
+      clusters.size(),
+      [this](std::size_t begin, std::size_t end, std::size_t) {
+        for (std::size_t i = begin; i < end; ++i) {
+          std::uint32_t last = 0;
+          forCorners(m_Clusters[i], [&](std::uint32_t corner) { last = std::max(last, pointOf(corner) + 1); });
+          m_FirstPoints[i + 1] = last;
+        }
+      },
+      ClustersWorthAThread);
+  for (std::size_t i = 0; i < clusters.size(); ++i)
+    m_FirstPoints[i + 1] = std::max(m_FirstPoints[i], m_FirstPoints[i + 1]);
+}
+
+std::size_t Surface::strayCount() const {
+  std::atomic<std::size_t> count{0};
+  parallelRanges(
+      m_Clusters.size(),
+      [&](std::size_t begin, std::size_t end, std::size_t) {
+        std::size_t own = 0;
+        for (std::size_t i = begin; i < end; ++i)
+          forCorners(m_Clusters[i], [&](std::uint32_t corner) { own += pointOf(corner) < m_FirstPoints[i]; });
+        count += own;
+      },
+      ClustersWorthAThread);
+  return count;
 }
 
 util::Scratch<Keyed> Surface::strayCorners(std::uint32_t begin, std::uint32_t end) const {
@@ -204,7 +202,7 @@ template <class Work>
 void Surface::forPoints(const Work& work) const {
   // Of meshes whose clusters share nearly all they have strays would take more memory than the indices.
   constexpr std::size_t StraysAtOnce = std::size_t(1) << 20;
-  const std::size_t parts = m_Strays / StraysAtOnce + 1, clusters = m_Clusters.size();
+  const std::size_t parts = strayCount() / StraysAtOnce + 1, clusters = m_Clusters.size();
   for (std::size_t part = 0; part < parts; ++part) {
     const std::size_t first = clusters * part / parts, last = clusters * (part + 1) / parts;
     const util::Scratch<Keyed> strays = strayCorners(m_FirstPoints[first], m_FirstPoints[last]);
@@ -219,55 +217,6 @@ void Surface::forPoints(const Work& work) const {
         },
         ClustersWorthAThread);
   }
-}
-
-bool Surface::isClosed() const { return isManifold() && enclosesVolume(); }
-
-bool Surface::isManifold() const {
-  std::atomic<bool> manifold{true};
-  forPoints([&](const CornerLists& lists, std::size_t) {
-    // Each edge is looked at from that of its ends which has the lower number.
-    std::vector<std::uint32_t> leaving, arriving;
-    for (std::size_t i = 0; i + 1 < lists.begins.size() && manifold.load(std::memory_order_relaxed); ++i) {
-      const std::uint32_t point = lists.firstPoint + std::uint32_t(i);
-      leaving.clear();
-      arriving.clear();
-      for (std::uint32_t k = lists.begins[i]; k < lists.begins[i + 1]; ++k) {
-        const std::uint32_t next = pointOf(nextCorner(lists.corners[k]));
-        const std::uint32_t previous = pointOf(previousCorner(lists.corners[k]));
-        if (next > point) leaving.push_back(next);
-        if (previous > point) arriving.push_back(previous);
-      }
-      if (!arePaired(leaving, arriving)) manifold = false;
-    }
-  });
-  return manifold;
-}
-
-bool Surface::enclosesVolume() const {
-  DisjointSets sets(m_FirstPoints.back());
-  parallelRanges(m_Indices.size() / 3, [&](std::size_t begin, std::size_t end, std::size_t) {
-    for (std::size_t face = begin; face < end; ++face) {
-      const auto corner = std::uint32_t(face * 3);
-      sets.unite(pointOf(corner), pointOf(corner + 1));
-      sets.unite(pointOf(corner), pointOf(corner + 2));
-    }
-  });
-  struct Part {
-    std::uint32_t corner;  ///< one of its own
-    double volume;
-  };
-  constexpr std::uint32_t None = 0xFFFFFFFFu;
-  std::vector<Part> parts(sets.number(), Part{None, 0});
-  for (std::uint32_t corner = 0; corner < m_Indices.size(); corner += 3) {
-    Part& part = parts[sets.numberOf(pointOf(corner))];
-    if (part.corner == None) part.corner = corner;
-    // Relative to a point of the part, so that distance from the origin costs no digits.
-    const math::Vector3 origin = position(part.corner);
-    part.volume += dot(difference(position(corner), origin),
-                       cross(difference(position(corner + 1), origin), difference(position(corner + 2), origin)));
-  }
-  return std::all_of(parts.begin(), parts.end(), [](const Part& part) { return part.volume > 0; });
 }
 
 /// Smooths the points of one range at a time, and keeps what is there once more for later.

@@ -49,8 +49,18 @@ class Surface {
     std::vector<std::uint32_t> begins;  ///< per point, and one more: into corners
     std::vector<std::uint32_t> corners;
   };
+  /// Of some faces of a connected part.
+  struct PartVolume {
+    static constexpr std::uint32_t None = 0xFFFFFFFFu;
+    std::uint32_t corner = None;  ///< one of theirs
+    double volume = 0;            ///< six times what they enclose with it, where they look away from it
+    math::Vector3 area{0, 0, 0};  ///< twice theirs, as a vector
+  };
   class Smoother;
+  class EdgePairs;
 
+  /// Corners in later clusters than the first that has their point.
+  std::size_t strayCount() const;
   /// Those that lie in later clusters than the first that has their point: by points, one of these from `begin` to
   /// before `end`.
   util::Scratch<Keyed> strayCorners(std::uint32_t begin, std::uint32_t end) const;
@@ -72,13 +82,14 @@ class Surface {
   }
   bool isManifold() const;
   bool enclosesVolume() const;
+  void addFace(PartVolume& part, std::uint32_t corner) const;
+  void join(PartVolume& whole, const PartVolume& some) const;
 
   const std::vector<float>& m_Positions;
   const std::vector<std::uint32_t>& m_Indices;
   const std::vector<Cluster>& m_Clusters;
   const util::Scratch<std::uint32_t> m_PointOfVertex;
   std::vector<std::uint32_t> m_FirstPoints;  ///< per cluster, and one more: of those that no earlier one has
-  std::size_t m_Strays = 0;                  ///< corners in later clusters than the first that has their point
 };
 
 inline math::Vector3 difference(const math::Vector3& a, const math::Vector3& b) {

@@ -1,9 +1,13 @@
 #include "module_scene/mesh/vertexorder.h"
 
+#include <array>
+#include <functional>
+#include <iterator>
 #include <limits>
 #include <numeric>
 
 #include "module_scene/mesh/arrangement.h"
+#include "module_scene/mesh/clustering.h"
 #include "module_scene/mesh/parallel.h"
 #include "module_scene/mesh/positionitems.h"
 #include "module_scene/mesh/vertexitems.h"
@@ -16,12 +20,12 @@ constexpr std::size_t ClustersWorthAThread = 8;
 
 /// Makes the vertices those of `sources`, in place.
 void arrangeVertices(Geometry& g, const util::Scratch<std::uint32_t>& sources) {
-  arrange(g.positions, 3, sources);
-  arrange(g.normals, 3, sources);
-  arrange(g.colors, 4, sources);
-  arrange(g.texCoords, 2, sources);
-  arrange(g.secondTexCoords, 2, sources);
-  arrange(g.identities, 1, sources);
+  const std::function<void()> parts[]{
+      [&] { arrange<3>(g.positions, sources); },       [&] { arrange<3>(g.normals, sources); },
+      [&] { arrange<4>(g.colors, sources); },          [&] { arrange<2>(g.texCoords, sources); },
+      [&] { arrange<2>(g.secondTexCoords, sources); }, [&] { arrange<1>(g.identities, sources); }};
+  if (sources.size() >= WorthAThread) return runOnCores(std::size(parts), [&](std::size_t part) { parts[part](); });
+  for (const auto& part : parts) part();
 }
 
 /// Replaces items by their representatives' numbers, which count these in the order in which they first occur. Returns
@@ -77,12 +81,53 @@ util::Scratch<std::uint32_t> findAmong(const util::Scratch<std::uint32_t>& numbe
   return representatives;
 }
 
+/// Numbers the vertices of one cluster after the other. What a table of all vertices would miss the caches for is found
+/// in one that they hold.
+class ClusterNumbers {
+ public:
+  /// Gives the cluster vertices of its own, which are appended to `sources`: each as its indices first name it.
+  void separate(Cluster& cluster, std::vector<std::uint32_t>& indices, util::Scratch<std::uint32_t>& sources) {
+    m_Table.fill({});
+    cluster.firstVertex = std::uint32_t(sources.size());
+    for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; ++i) {
+      const std::uint32_t source = indices[i];
+      std::uint32_t slot = (source * 0x9E3779B1u) >> (32 - Bits);
+      while (m_Table[slot].number != 0 && m_Table[slot].source != source) slot = (slot + 1) % m_Table.size();
+      if (m_Table[slot].number == 0) {
+        sources.push_back(source);
+        m_Table[slot] = {source, std::uint32_t(sources.size())};
+      }
+      indices[i] = m_Table[slot].number - 1;
+    }
+    cluster.vertexCount = std::uint32_t(sources.size()) - cluster.firstVertex;
+  }
+
+ private:
+  struct Entry {
+    std::uint32_t source, number;  ///< counted from 1; 0: there is none
+  };
+  static constexpr int Bits = 12;
+  static_assert((1 << Bits) > 3 * MaxClusterSize, "a cluster may have as many vertices as corners");
+  std::array<Entry, 1 << Bits> m_Table;
+};
+
+/// Those of clusters that have been numbered by themselves come behind those of the clusters before them.
+void moveVertices(Geometry& g, std::size_t firstCluster, std::size_t lastCluster, std::uint32_t before) {
+  for (std::size_t i = firstCluster; i < lastCluster; ++i) g.clusters[i].firstVertex += before;
+  const std::size_t first = g.clusters[firstCluster].first;
+  const std::size_t count = g.clusters[lastCluster - 1].first + g.clusters[lastCluster - 1].count - first;
+  parallelRanges(count, [&](std::size_t begin, std::size_t end, std::size_t) {
+    for (std::size_t i = first + begin; i < first + end; ++i) g.indices[i] += before;
+  });
+}
+
 }  // namespace
 
 util::Scratch<std::uint32_t> joinVertices(Geometry& g) {
   // Mostly few vertices have the same place as another, and only of these the rest is compared.
   util::Scratch<std::uint32_t> places = findRepresentatives(g.vertexCount(), PositionItems(g.positions)), sharing;
-  std::vector<bool> shares(hasOnlyPlaces(g) ? 0 : places.size());
+  const bool areShared = !hasOnlyPlaces(g) && isAny(places.size(), [&](std::size_t v) { return places[v] != v; });
+  std::vector<bool> shares(areShared ? places.size() : 0);
   for (std::uint32_t v = 0; v < shares.size(); ++v)
     if (places[v] != v) shares[v] = shares[places[v]] = true;
   for (std::uint32_t v = 0; v < shares.size(); ++v)
@@ -101,22 +146,24 @@ util::Scratch<std::uint32_t> joinVertices(Geometry& g) {
 }
 
 void separateClusters(Geometry& g) {
-  util::Scratch<std::uint32_t> numbers(g.vertexCount(), 0), sources;
-  sources.reserve(g.vertexCount() + g.vertexCount() / 4);
-  for (Cluster& cluster : g.clusters) {
-    cluster.firstVertex = std::uint32_t(sources.size());
-    for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; ++i) {
-      const std::uint32_t source = g.indices[i];
-      // What another cluster numbered, or nobody yet.
-      if (numbers[source] <= cluster.firstVertex) {
-        sources.push_back(source);
-        numbers[source] = std::uint32_t(sources.size());
-      }
-      g.indices[i] = numbers[source] - 1;
-    }
-    cluster.vertexCount = std::uint32_t(sources.size()) - cluster.firstVertex;
+  std::vector<util::Scratch<std::uint32_t>> found(rangeCount(g.clusters.size(), ClustersWorthAThread));
+  const std::size_t count = g.vertexCount() + g.vertexCount() / 4;
+  for (auto& some : found) some.reserve(count / found.size());
+  util::Scratch<std::uint32_t>& sources = found.front();
+  sources.reserve(count);  // to which the others are appended
+  parallelRanges(
+      g.clusters.size(),
+      [&](std::size_t begin, std::size_t end, std::size_t range) {
+        ClusterNumbers numbers;
+        for (std::size_t i = begin; i < end; ++i) numbers.separate(g.clusters[i], g.indices, found[range]);
+      },
+      ClustersWorthAThread);
+  for (std::size_t range = 1; range < found.size(); ++range) {
+    moveVertices(g, g.clusters.size() * range / found.size(), g.clusters.size() * (range + 1) / found.size(),
+                 std::uint32_t(sources.size()));
+    sources.insert(sources.end(), found[range].begin(), found[range].end());
+    found[range] = {};
   }
-  numbers = {};
   arrangeVertices(g, sources);
 }
 

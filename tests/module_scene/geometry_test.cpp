@@ -137,6 +137,55 @@ TEST(Geometry, KnowsWhichMeshesAreClosed) {
   }
 }
 
+/// Another mesh's faces, as large as `size`, about a point of the z axis; the inside out where it is negative.
+void add(Mesh& mesh, const Geometry& faces, float size, float z) {
+  for (std::size_t i = 0; i < faces.positions.size(); i += 3) {
+    const float* at = &faces.positions[size < 0 ? i / 9 * 9 + (9 - i % 9 - 3) : i];
+    const float by = std::abs(size);
+    mesh->positions.insert(mesh->positions.end(), {by * at[0], by * at[1], by * at[2] + z});
+    mesh->indices.push_back(std::uint32_t(mesh->indices.size()));
+  }
+}
+
+// Whose edges mostly lie within a cluster, and some between two; on several threads.
+TEST(Geometry, KnowsWhichLargeMeshesAreClosed) {
+  const auto closed = [](const Mesh& mesh) {
+    prepare(*mesh);
+    return mesh->closed;
+  };
+  const Mesh ball = sphere(72), fine = sphere(80);
+  ASSERT_GT(ball->primitiveCount(), 2 * WorthAThread);
+  const auto balls = [&](std::initializer_list<std::tuple<const Geometry*, float, float>> parts) {
+    Mesh mesh(new Geometry);
+    for (const auto& [faces, size, z] : parts) add(mesh, *faces, size, z);
+    return closed(mesh);
+  };
+  EXPECT_TRUE(balls({{ball.get(), 1, 0}}));
+  EXPECT_FALSE(balls({{ball.get(), -1, 0}}));
+  EXPECT_TRUE(balls({{ball.get(), 1, 1e4f}, {fine.get(), 2, -1e4f}}));
+  EXPECT_FALSE(balls({{ball.get(), 1, 0}, {fine.get(), -1, 4}}));
+  // One part, that touches itself in a point and encloses what is left of the larger ball.
+  EXPECT_TRUE(balls({{ball.get(), -0.9375f, -0.9375f}, {fine.get(), 1, 1}}));
+  EXPECT_FALSE(balls({{ball.get(), 0.9375f, -0.9375f}, {fine.get(), -1, 1}}));
+
+  for (std::size_t face = 0; face < ball->primitiveCount(); face += 997) {
+    SCOPED_TRACE(face);
+    const auto changed = [&](const auto& change) {
+      Mesh mesh(new Geometry);
+      add(mesh, *ball, 1, 0);
+      change(*mesh, &mesh->indices[face * 3]);
+      return closed(mesh);
+    };
+    EXPECT_FALSE(changed([](Geometry&, std::uint32_t* corners) { corners[1] = corners[0]; })) << "a hole";
+    EXPECT_FALSE(changed([](Geometry&, std::uint32_t* corners) { std::swap(corners[1], corners[0]); })) << "turned";
+    EXPECT_FALSE(changed([](Geometry& mesh, const std::uint32_t* corners) {
+      const std::uint32_t a = corners[0], b = corners[1], far = std::uint32_t(mesh.vertexCount());
+      mesh.positions.insert(mesh.positions.end(), {0, 0, 1000});
+      mesh.indices.insert(mesh.indices.end(), {a, b, far, b, a, far});
+    })) << "a fin that has both its sides";
+  }
+}
+
 TEST(Geometry, ClustersHoldEachFaceOnceWithinTheirBoxesAndCones) {
   const Mesh mesh = sphere(150);
   std::mt19937 random(1);
