@@ -10,4 +10,7 @@ namespace nubo::picture {
 /// Any thread.
 NUBO_PICTURE_EXPORT QImage laidOver(const scene::Background& background, QImage picture);
 
+/// Those pixels of a picture, from that corner on.
+NUBO_PICTURE_EXPORT QImage laidOver(const scene::Backdrop& backdrop, const QPoint& corner, const QImage& pixels);
+
 }  // namespace nubo::picture

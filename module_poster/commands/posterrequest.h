@@ -24,7 +24,7 @@ struct PosterRequest {
   std::optional<picture::TileRows> band;
 
   /// Nothing while a value is missing, and for those that are refused, with the reason. `panel` is the size of the
-  /// panel whose view is to be shown; `background` lies behind tiles without alpha. Any thread.
+  /// panel whose view is to be shown; `background` lies around the poster where a page shows it. Any thread.
   static std::optional<PosterRequest> of(const main::TypeSolver& solver, const main::ParameterSet& values, QSize panel,
                                          const QColor& background, main::ParameterSet::Refusal& refusal);
 

@@ -4,6 +4,8 @@
 
 #include "module_poster/files/bandfile.h"
 #include "module_poster/files/error.h"
+#include "module_scene/gui/viewer.h"
+#include "picture/background.h"
 #include "picture/composetile.h"
 
 namespace nubo::commands::poster {
@@ -30,6 +32,9 @@ PosterRun::~PosterRun() = default;
 
 void PosterRun::draw(const math::Matrix4& transform, const std::function<void(const QString&)>& tell) {
   m_Tell = tell;
+  const scene::Background background = gui::Viewer::getInstance()->getGlobalScene()->getBackground();
+  const bool isOpaque = background.inPictures || m_Request.description.format.coding == nubo::poster::Coding::Jpeg;
+  if (isOpaque) m_Backdrop.emplace(background, m_Request.description.size);
   picture::drawTiles(m_Request.description.size, transform, *this, m_Request.band.value_or(picture::TileRows()));
   if (!m_Failure.isEmpty()) throw Error(m_Failure);
 }
@@ -40,8 +45,10 @@ void PosterRun::take(const picture::Tile& tile, const QImage& pixels) {
   if (tile.x0 == 0) m_Tell(PosterRequest::tr("row %L1").arg(tile.y0 / picture::LargestTile + 1));
   QImage straight(pixels.size(), QImage::Format_ARGB32);
   picture::composeTile(&straight, pixels, 0, 0, [](int, int) {});
+  const QPoint corner(tile.x0, tile.targetRow);
+  if (m_Backdrop) straight = picture::laidOver(*m_Backdrop, corner, straight).convertToFormat(straight.format());
   try {
-    m_Builder.add(0, {tile.x0, tile.targetRow}, straight);
+    m_Builder.add(0, corner, straight);
   } catch (const Error& error) {  // which must not pass through the drawing
     m_Failure = error.text();
   }

@@ -6,6 +6,7 @@
 
 #include "module_poster/commands/posterrequest.h"
 #include "module_poster/files/posterbuilder.h"
+#include "module_scene/graph/background.h"
 #include "picture/tiledrawing.h"
 
 namespace nubo::commands::poster {
@@ -29,6 +30,7 @@ class PosterRun : private picture::TileReceiver {
   void fail(const char* reason) override;
 
   PosterRequest m_Request;
+  std::optional<scene::Backdrop> m_Backdrop;  ///< that shall be in the poster
   const std::atomic<bool>& m_Stop;
   std::unique_ptr<nubo::poster::TileSink> mp_Sink;
   nubo::poster::PosterBuilder m_Builder;

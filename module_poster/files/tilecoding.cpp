@@ -9,7 +9,6 @@
 #include <memory>
 
 #include "module_poster/files/error.h"
-#include "picture/background.h"
 
 namespace nubo::poster {
 
@@ -78,7 +77,7 @@ QByteArray encoded(const QImage& tile, const TileFormat& format, int edge) {
     case Coding::Png:
       return written(tile, "png", 0);
     case Coding::Jpeg:
-      return written(picture::laidOver({format.background}, tile), "jpeg", format.quality);
+      return written(tile, "jpeg", format.quality);
   }
   return {};
 }

@@ -117,6 +117,7 @@ TEST_F(PosterTest, EqualsThePictureOfThatViewAndItsSmallerVersionsFollow) {
                          Row{{"b.dzi", 1101, "", 256}, 0, 640, 12}, Row{{"b.dzi", 3}, 4, 640, 3}}) {
     SCOPED_TRACE(row.call.width);
     scene::_GlobalScene()->setSamples(row.samples);
+    scene::_GlobalScene()->setBackground({Qt::blue, row.samples ? QColor() : Qt::yellow, QImage(), row.samples == 0});
     m_Panel.resize(640, row.panelHeight);
     const QImage expected = picture(row.call.width);
     ASSERT_NO_FATAL_FAILURE(grab(row.call));
