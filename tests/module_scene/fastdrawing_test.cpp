@@ -146,16 +146,19 @@ TEST_F(DrawerTest, ContactIsThatOfFacesWhicheverWayTheirDepthsAreDrawn) {
   const GeometryPointer sheet = texturedSheet(300);
   sheet->material->doubleSided = true;
   const math::Matrix4 mirrored = math::translation(0.5, 0, -0.2) * math::scaling(-1, 1, 1);
-  const Element root = element({sheet}, math::scaling(1, -1, -1));
+  const GeometryPointer floor = MeshBuilder(nullptr).box({-2, -2, 0.1}, {2, 2, 0.5}).finish();
+  const Element root = element({sheet, floor}, math::scaling(1, -1, -1));
   root->addChild(element({bumpyBall(QColor(200, 90, 60), 220, 0.5)}, math::translation(-0.4, 0, -0.1)));
   root->addChild(element({bumpyBall(QColor(200, 90, 60), 220, 0.4)}, mirrored));
-  gui::Camera parallel;
+  gui::Camera parallel, amongIt;
   parallel.orthographic = true;
+  ASSERT_TRUE(amongIt.setView("front"));
+  amongIt.distance = 0.8;
   Shot shot;
   shot.root = root;
   shot.look = Look::Clay;
   shot.contact = true;
-  for (const math::Matrix4& transform : {shot.transform, parallel.viewTransform(), math::translation(0, 0, -0.2)}) {
+  for (const math::Matrix4& transform : {shot.transform, parallel.viewTransform(), amongIt.viewTransform()}) {
     shot.transform = transform;
     const QImage plotted = draw(shot);
     SceneDrawer drawer(viewer.getGlobalScene());
