@@ -149,8 +149,10 @@ void add(Mesh& mesh, const Geometry& faces, float size, float z) {
 
 // Whose edges mostly lie within a cluster, and some between two; on several threads.
 TEST(Geometry, KnowsWhichLargeMeshesAreClosed) {
-  const auto closed = [](const Mesh& mesh) {
+  std::size_t kept = 0;
+  const auto closed = [&](const Mesh& mesh) {
     prepare(*mesh);
+    kept = mesh->primitiveCount();
     return mesh->closed;
   };
   const Mesh ball = sphere(72), fine = sphere(80), coarse = sphere(20);
@@ -177,6 +179,7 @@ TEST(Geometry, KnowsWhichLargeMeshesAreClosed) {
       return closed(mesh);
     };
     EXPECT_FALSE(changed([](Geometry&, std::uint32_t* corners) { corners[1] = corners[0]; })) << "a hole";
+    EXPECT_EQ(kept, ball->primitiveCount() - 1);
     EXPECT_FALSE(changed([](Geometry&, std::uint32_t* corners) { std::swap(corners[1], corners[0]); })) << "turned";
     EXPECT_FALSE(changed([](Geometry& mesh, const std::uint32_t* corners) {
       const std::uint32_t a = corners[0], b = corners[1], far = std::uint32_t(mesh.vertexCount());

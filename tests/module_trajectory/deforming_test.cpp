@@ -175,7 +175,25 @@ TEST(Deforming, BonesOfOtherFormatsMoveTheirMeshes) {
   }
 }
 
-// A triangle becomes taller by 2 with the first weight, and wider by 3 with the second.
+/// What makes a COLLADA sampler bent: the tangents before and after both keys, which are those at 0 and 2 seconds.
+QByteArray bent(const char* kind, const QByteArray& before, const QByteArray& after) {
+  QByteArray text = R"(<input semantic="INTERPOLATION" source="#bent"/><input semantic="IN_TANGENT" source="#before"/>
+      <input semantic="OUT_TANGENT" source="#after"/></sampler><channel source="#sampler" target="Body/place.Z"/>)";
+  const auto add = [&](const char* name, const char* array, const QByteArray& values) {
+    text += QByteArray(R"(<source id="NAME"><ARRAY id="NAME-a" count="0">VALUES</ARRAY><technique_common>
+        <accessor source="#NAME-a" count="2"/></technique_common></source>)")
+                .replace("NAME", name)
+                .replace("ARRAY", array)
+                .replace("VALUES", values);
+  };
+  add("bent", "Name_array", QByteArray(kind) + ' ' + kind);
+  add("before", "float_array", before);
+  add("after", "float_array", after);
+  return text;
+}
+
+// A triangle becomes taller by 2 with the first weight, and wider by 3 with the second; where its curve is bent it
+// moves up by 1, too.
 TEST(Deforming, MorphsOfColladaFilesFollowTheirWeights) {
   struct Row {
     QByteArray place, text;   ///< what stands elsewhere in the file
@@ -185,7 +203,16 @@ TEST(Deforming, MorphsOfColladaFilesFollowTheirWeights) {
   ASSERT_TRUE(model.open(QIODevice::ReadOnly));
   const QByteArray plain = model.readAll();
   const QTemporaryDir folder;
+  const char* const Zipped = "the same in an archive, with another document";
+  const char* const Straight = R"(<input semantic="INTERPOLATION" source="#kind"/></sampler>)";
+  // Whose points in the middle are (2, 0) and (2, 1): 1 = 2 (1 - s^3) at half of the time.
+  const double s = std::cbrt(0.5), t = 1 - s, bezier = 3 * s * t * t + t * t * t;
   const Row rows[]{{"", "", 3, 2.5, 2},
+                   {Straight, bent("BEZIER", "9 9 2 1", "2 0 9 9"), 4, 2.5, 1 + 3 * bezier},
+                   {Straight, bent("HERMITE", "9 9 0 0", "6 0 9 9"), 4, 2.5, 1 + 3 * bezier},
+                   {Straight, bent("BEZIER", "9 0", "0 9"), 4, 2.5, 1 + 3 * 0.125},  // times at thirds
+                   {Straight, bent("STEP", "", ""), 4, 2.5, 1},
+                   {Straight, bent("BEZIER", "1 2 3", "1 2 3"), 4, 2.5, 1 + 3 * 0.5},
                    {"weights(0)", "morph/weights(1)", 1, 4, 1},
                    {"weights(0)", "weights-a(0)", 3, 2.5, 2},
                    {"LINEAR LINEAR", "STEP STEP", 3, 2.5, 1},
@@ -193,14 +220,16 @@ TEST(Deforming, MorphsOfColladaFilesFollowTheirWeights) {
                    {"instance_controller url=\"#morph\"", "instance_geometry url=\"#base\"", 3, 2.5, 2},
                    {"instance_controller url=\"#morph\"", "instance_controller url=\"#skin\"", 3, 3.5, 2},
                    {"0 0.5<", "0 0<", 3, 1, 2},
-                   {"tall wide", "tall tall", 4, 1, 3}};
+                   {"tall wide", "tall tall", 4, 1, 3},
+                   {Zipped, "", 3, 2.5, 2}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.text.toStdString());
     QFile file(folder.filePath("model.dae"));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write(row.place.isEmpty() ? plain : QByteArray(plain).replace(row.place, row.text));
     file.close();
-    const io::ImportResult result = io::importFile(file.fileName());
+    const io::ImportResult result =
+        io::importFile(row.place == Zipped ? NUBO_TEST_DATA "/models/morph.zae" : file.fileName());
     ASSERT_TRUE(result.root) << result.error.toStdString();
     gui::Viewer viewer;
     scene::_GlobalScene()->setRootNode(result.root);

@@ -7,6 +7,10 @@
 #include <map>
 #include <pugixml.hpp>
 #include <sstream>
+#include <utility>
+
+#include "plugins/readers/assimp/colladaarchive.h"
+#include "plugins/readers/assimp/colladacurves.h"
 
 namespace nubo::reader {
 namespace {
@@ -150,14 +154,13 @@ class Mender {
     const auto arrayOf = [&](const char* semantic) { return find(named(inputOf(sampler, semantic), "source")); };
     const auto times = valuesOf<float>(arrayOf("INPUT").child("float_array"));
     const auto all = valuesOf<float>(arrayOf("OUTPUT").child("float_array"));
-    const auto kinds = valuesOf<std::string>(namesOf(arrayOf("INTERPOLATION")));
     ColladaMorph& changed = m_Morphs[morph->second];
     const std::size_t first = bracket == std::string::npos ? 0 : std::strtoul(&target[bracket + 1], nullptr, 10);
     const std::size_t each = bracket == std::string::npos ? changed.shapes.size() : 1;
     const bool isSound =
         !times.empty() && all.size() == times.size() * each && std::is_sorted(times.begin(), times.end());
     for (std::size_t i = 0; isSound && i < each && first + i < changed.shapes.size(); ++i) {
-      ColladaCurve curve{first + i, !kinds.empty() && kinds[0] == "STEP", times, {}};
+      ColladaCurve curve{first + i, times, {}};
       for (std::size_t key = 0; key < times.size(); ++key) curve.weights.push_back(all[key * each + i]);
       changed.curves.push_back(std::move(curve));
     }
@@ -206,22 +209,32 @@ void bindSkins(const pugi::xml_document& document) {
     skin.node().prepend_child("bind_shape_matrix").text().set("1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1");
 }
 
-}  // namespace
-
-ColladaDocument readColladaDocument(const std::string& fileName) {
+ColladaDocument mended(std::string text) {
   ColladaDocument result;
-  std::ifstream file(fileName, std::ios::binary);
-  std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   const bool isBound = countOf(text, "<skin ") == countOf(text, "<bind_shape_matrix>");
-  if (isBound && text.find("<morph") == std::string::npos) return result;
+  const auto has = [&](const char* words) { return text.find(words) != std::string::npos; };
+  if (isBound && !has("<morph") && !has("BEZIER") && !has("HERMITE") && !has("STEP")) return result;
   pugi::xml_document document;
   // What makes no sense is left to who reads it next.
   if (!document.load_buffer_inplace(text.data(), text.size())) return result;
   bindSkins(document);
+  straightenCurves(document);
   Mender(document, result.morphs).mend();
-  std::ostringstream mended;
-  document.save(mended, "", pugi::format_raw);
-  result.text = mended.str();
+  std::ostringstream written;
+  document.save(written, "", pugi::format_raw);
+  result.text = written.str();
+  return result;
+}
+
+}  // namespace
+
+ColladaDocument readColladaDocument(const std::string& fileName) {
+  std::ifstream file(fileName, std::ios::binary);
+  std::string content{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  if (content.compare(0, 2, "PK") != 0) return mended(std::move(content));
+  ColladaArchive archive(std::move(content));
+  ColladaDocument result = mended(archive.document());
+  if (!result.text.empty()) result.text = archive.with(result.text);
   return result;
 }
 

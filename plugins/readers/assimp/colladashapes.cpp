@@ -44,20 +44,15 @@ void append(Item**& array, unsigned& count, Item* item) {
 
 float weightAt(const ColladaCurve& curve, float time) {
   const auto next = std::size_t(std::upper_bound(curve.times.begin(), curve.times.end(), time) - curve.times.begin());
-  if (next == 0 || next == curve.times.size() || curve.steps) return curve.weights[next == 0 ? 0 : next - 1];
+  if (next == 0 || next == curve.times.size()) return curve.weights[next == 0 ? 0 : next - 1];
   const float before = curve.times[next - 1], share = (time - before) / (curve.times[next] - before);
   return curve.weights[next - 1] + share * (curve.weights[next] - curve.weights[next - 1]);
 }
 
 /// The times at which any of the weights bends.
 std::vector<float> timesOf(const ColladaMorph& morph) {
-  constexpr float Jump = 1e-4f;  // seconds that a step takes
   std::vector<float> times;
-  for (const ColladaCurve& curve : morph.curves)
-    for (const float time : curve.times) {
-      if (curve.steps && time > curve.times[0]) times.push_back(time - Jump);
-      times.push_back(time);
-    }
+  for (const ColladaCurve& curve : morph.curves) times.insert(times.end(), curve.times.begin(), curve.times.end());
   std::sort(times.begin(), times.end());
   times.erase(std::unique(times.begin(), times.end()), times.end());
   return times;

@@ -137,7 +137,7 @@ NUBO_READER_ENTRY(file, format, output) {
   std::string suffix = name.extension().string();
   std::transform(suffix.begin(), suffix.end(), suffix.begin(), [](unsigned char c) { return std::tolower(c); });
   if (suffix != "." + format) name += "." + format;
-  const ColladaDocument document = format == "dae" ? readColladaDocument(file) : ColladaDocument();
+  const ColladaDocument document = format == "dae" || format == "zae" ? readColladaDocument(file) : ColladaDocument();
   const std::string content = document.text.empty() ? contentOfMarkedText(file) : document.text;
   importer.SetIOHandler(new FileSystem(name.string(), file, content, output));
   importer.SetProgressHandler(new Progress(output));
