@@ -13,6 +13,7 @@ namespace nubo::scene {
 struct Range {
   std::uint32_t first, count;              ///< into the indices of the geometry, or of its coarse version
   std::uint32_t firstVertex, vertexCount;  ///< as the cluster's; none: a coarse version's
+  float width = 0;                         ///< pixels, of points that close gaps; 0: the batch's
 };
 
 /// A geometry's vertices and indices in OpenGL's memory, and what the drawer needs to cull it fast.

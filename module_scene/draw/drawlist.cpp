@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <optional>
 
 #include "module_scene/draw/culler.h"
+#include "module_scene/draw/gapfilling.h"
 #include "module_scene/draw/viewpoint.h"
 #include "module_scene/mesh/coarsening.h"
 #include "module_scene/mesh/featureedges.h"
@@ -42,7 +44,9 @@ int widestMargin(const SceneParts& parts, const ViewQuery& query) {
   int margin = 0;
   for (const Kind kind : {KindPoints, KindLines}) {
     const float width = std::max(parts.widest(kind), kind == KindLines && query.edges ? EdgeWidth : 0);
-    if (width > 0) margin = std::max(margin, marginFor(std::max(drawnWidth(kind, width, query), float(MostError))));
+    const float filling = kind == KindPoints ? GapFilling::widest(query) : 0;
+    if (width > 0)
+      margin = std::max(margin, marginFor(std::max({drawnWidth(kind, width, query), float(MostError), filling})));
   }
   return margin;
 }
@@ -74,8 +78,7 @@ bool isFine(const GeometryBuffer& buffer, const Culler& culler) {
 // them, so that they are spread evenly.
 std::uint32_t countOfPoints(const Cluster& cluster, const Culler& culler) {
   const double across = culler.pixelsOf(2 * Culler::radius(cluster), cluster) / MostError;
-  constexpr double Uneven = 2;  // as the points of a scan are, of which there are more here than there
-  const double needed = Uneven * across * across;
+  const double needed = UnevenPoints * across * across;
   std::uint32_t count = cluster.count;
   for (std::uint32_t half = (count + 1) / 2; half < count && needed <= double(half); half = (count + 1) / 2)
     count = half;
@@ -180,7 +183,9 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
   const float width = drawnWidth(geometry.kind, geometry.width, query);
   const float coarseWidth = std::max(width, float(MostError));  // of points, which lie so far apart
   const int margin = geometry.kind == KindFaces ? 0 : marginFor(query.detail > 0 ? coarseWidth : width);
-  const Culler culler(query, modelView, margin);
+  std::optional<GapFilling> gaps;
+  if (GapFilling::isFor(geometry)) gaps.emplace(geometry, modelView, width, query);
+  const Culler culler(query, modelView, gaps ? std::max(margin, marginFor(GapFilling::widest(query))) : margin);
   if (overlap == Overlap::Part || query.cut) overlap = culler.overlap(geometry.box);
   if (geometry.clusters.empty() || overlap == Overlap::None) return;
   if (query.detail > 0 && culler.isUnseen(geometry.box)) return;
@@ -209,7 +214,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
       addRange(batch.firstRange, range);
   };
   if (query.plotted) {
-    addClusters(geometry, overlap, culler);
+    addClusters(geometry, overlap, culler, gaps ? &*gaps : nullptr);
     batch.rangeCount = m_Ranges.size() - batch.firstRange;
     if (batch.rangeCount == 0) return;
     m_Margin = std::max(m_Margin, margin);
@@ -237,6 +242,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
       if (groupOverlap == Overlap::Part && culler.overlap(cluster) == Overlap::None) continue;
       if (useCones && facesAway(cluster, eye)) continue;
       Range range = whole(cluster);
+      if (gaps && !closeGaps(*gaps, cluster, culler, range)) continue;
       if (mayBeThinned) range.count = countOfPoints(cluster, culler);
       isThinned = isThinned || range.count < cluster.count;
       addPart(range, cluster);
@@ -246,7 +252,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
   if (isThinned && !geometry.transparent) choose(batch);
 
   // Points before the cut hide none.
-  const bool isSieved = query.sieved && !batch.clipped && query.detail == 0;
+  const bool isSieved = query.sieved && !batch.clipped && query.detail == 0 && !hasFilling(batch);
   if (isSieved && geometry.kind == KindPoints && !geometry.transparent) sieve(batch, query);
   batch.rangeCount = m_Ranges.size() - batch.firstRange;
   if (batch.rangeCount == 0 && m_Sortables.size() == sortable) return;
@@ -254,9 +260,25 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
   (geometry.transparent ? m_Unsorted : m_Opaque).push_back(std::move(batch));
 }
 
-void DrawList::addClusters(const Geometry& geometry, Overlap overlap, const Culler& culler) {
-  for (const Cluster& cluster : geometry.clusters)
-    if (overlap == Overlap::Whole || culler.overlap(cluster) != Overlap::None) m_Ranges.push_back(whole(cluster));
+void DrawList::addClusters(const Geometry& geometry, Overlap overlap, const Culler& culler, const GapFilling* gaps) {
+  for (const Cluster& cluster : geometry.clusters) {
+    if (overlap != Overlap::Whole && culler.overlap(cluster) == Overlap::None) continue;
+    Range range = whole(cluster);
+    if (!gaps || closeGaps(*gaps, cluster, culler, range)) m_Ranges.push_back(range);
+  }
+}
+
+// Has a cluster's points be as wide as they need to be; false where they do not reach into the view.
+bool DrawList::closeGaps(const GapFilling& gaps, const Cluster& cluster, const Culler& culler, Range& range) {
+  range.width = gaps.widthOf(cluster, culler);
+  if (range.width == 0) return gaps.isUsuallySeen(cluster);
+  m_Margin = std::max(m_Margin, marginFor(range.width));
+  return true;
+}
+
+bool DrawList::hasFilling(const Batch& batch) const {
+  return std::any_of(m_Ranges.begin() + std::ptrdiff_t(batch.firstRange), m_Ranges.end(),
+                     [](const Range& range) { return range.width > 0; });
 }
 
 // Adds to the batch whose ranges begin at `firstRange`; coarse ones that follow each other become one.

@@ -12,6 +12,7 @@
 namespace nubo::scene {
 
 class Culler;
+class GapFilling;
 
 /// What to look for, and through which window.
 struct ViewQuery {
@@ -87,7 +88,9 @@ class DrawList {
 
   void add(const ScenePart& part, const math::Matrix4& transform, Overlap overlap, const ViewQuery& query);
   void add(const Geometry& geometry, const math::Matrix4& modelView, Overlap overlap, const ViewQuery& query);
-  void addClusters(const Geometry& geometry, Overlap overlap, const Culler& culler);
+  void addClusters(const Geometry& geometry, Overlap overlap, const Culler& culler, const GapFilling* gaps);
+  bool closeGaps(const GapFilling& gaps, const Cluster& cluster, const Culler& culler, Range& range);
+  bool hasFilling(const Batch& batch) const;
   void addRange(std::size_t firstRange, const Range& range);
   void sieve(Batch& batch, const ViewQuery& query);
   void choose(Batch& batch);

@@ -241,6 +241,7 @@ void Painter::setUp(const Step& step) {
 
 void Painter::drawRange(const Batch& batch, const Range& range) const {
   const GLenum mode = modeOf(batch.geometry->kind);
+  if (batch.geometry->kind == KindPoints) glPointSize(range.width > 0 ? range.width : batch.width);
   if (batch.chosen)
     batch.buffer->draw(mode, &m_List.chosen()[range.first], range.count);
   else if (range.vertexCount == 0)

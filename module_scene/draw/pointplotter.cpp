@@ -18,8 +18,9 @@ constexpr int BandRows = 64;
 constexpr std::int32_t Farthest = (1 << 24) - 1;
 
 /// Steps. OpenGL rounds the size of what it does not smooth.
-std::int32_t sizeOf(const Batch& batch, bool sampled) {
-  const float pixels = sampled ? batch.width : std::ceil(batch.width - 0.5f);
+std::int32_t sizeOf(const Batch& batch, const Range& range, bool sampled) {
+  const float width = range.width > 0 ? range.width : batch.width;
+  const float pixels = sampled ? width : std::ceil(width - 0.5f);
   return std::int32_t(std::lrint(std::max(1.0f, pixels) * PointPlotter::Steps));
 }
 
@@ -137,7 +138,7 @@ void PointPlotter::place(const Stroke* strokes, std::size_t count, const math::M
     const Batch& batch = *stroke->batch;
     const Geometry& geometry = *batch.geometry;
     const Projector projector(projection, batch.modelView, m_Width, m_Height);
-    const std::int32_t steps = sizeOf(batch, sampled);
+    const std::int32_t steps = sizeOf(batch, *stroke->range, sampled);
     const std::uint32_t color = colorOf(geometry);
     std::array<float, 3> place{};
     for (std::uint32_t vertex = stroke->range->firstVertex, end = vertex + stroke->range->vertexCount; vertex < end;

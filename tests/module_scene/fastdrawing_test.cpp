@@ -172,5 +172,44 @@ TEST_F(DrawerTest, ContactIsThatOfFacesWhicheverWayTheirDepthsAreDrawn) {
   }
 }
 
+TEST_F(DrawerTest, PointsOfScansCloseTheirSurfaceWhereOneIsNear) {
+  const auto scan = [](std::size_t count) {
+    std::vector<math::Vector3> places(count);
+    unsigned seed = 5;
+    for (math::Vector3& place : places)
+      for (const int axis : {0, 1}) {
+        seed = seed * 1664525u + 1013904223u;
+        place[axis] = double(seed >> 8) / (1 << 23) - 1;
+      }
+    places.back() = {40, 40, 0};  // which takes no other with it
+    return test::dots(places, 1);
+  };
+  struct Row {
+    const char* name;
+    std::size_t count;
+    double distance;
+    int least, most;  // per cent of its middle that are covered
+  };
+  for (const Row& row : {Row{"near", 16000, 2.6, 90, 100}, Row{"too near", 16000, 0.5, 10, 40},
+                         Row{"few points, which are no scan", 9000, 2.6, 1, 8}})
+    for (const auto& [look, samples] : {std::pair(Look::Plain, 0), {Look::Plain, 4}, {Look::Studio, 0}}) {
+      SCOPED_TRACE(testing::Message() << row.name << ", " << samples << " samples, " << nameOf(look).toStdString());
+      Shot shot;
+      shot.root = element({scan(row.count)});
+      shot.transform = math::translation(0, 0, -row.distance);
+      shot.width = shot.height = 512;
+      shot.look = look;
+      shot.samples = samples;
+      const QImage whole = draw(shot);
+      int covered = 0;
+      for (int y = 156; y < 356; ++y)
+        for (int x = 156; x < 356; ++x) covered += qAlpha(whole.pixel(x, y)) > 127;
+      EXPECT_GE(covered, row.least * 400);
+      EXPECT_LE(covered, row.most * 400);
+      const test::Difference difference = compare(whole, drawTiled(shot, 100));
+      EXPECT_LE(difference.changed, 20) << difference;
+    }
+}
+
 }  // namespace
 }  // namespace nubo::scene
