@@ -55,6 +55,7 @@ bool ContactMap::begin(const Viewpoint& viewpoint, const Subject& subject, const
   m_Subject = subject;
   m_Stage = Stage::Faces;
   m_Row = 0;
+  m_Covered = QRect(0, 0, m_Width, m_Height);
   return true;
 }
 
@@ -192,7 +193,7 @@ void ContactMap::draw(std::size_t indices) {
       }
     } else {
       compute(rows);
-      if (m_Row >= m_Height) {
+      if (m_Row >= m_Covered.height()) {
         m_Stage = Stage(int(m_Stage) + 1);
         m_Row = 0;
       }
@@ -209,6 +210,9 @@ bool ContactMap::plot(const Seen& seen) {
   glBindTexture(GL_TEXTURE_2D, seen.depths.name());
   glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, m_Width, m_Height, GL_DEPTH_COMPONENT, GL_UNSIGNED_INT,
                   m_Plotter.depths().data());
+  constexpr int Reach = 8;  // further than what is beside a texel counts for it
+  const QRect covered = m_Plotter.covered().adjusted(-Reach, -Reach, Reach, Reach);
+  if (m_Points.list.isEmpty()) m_Covered &= covered;
   return true;
 }
 
@@ -218,8 +222,13 @@ void ContactMap::compute(int rows) {
   const Pass& pass = work.pass;
   QOpenGLExtraFunctions* gl = extraFunctions();
   glDisable(GL_DEPTH_TEST);
+  if (m_Row == 0) {
+    // Elsewhere nothing is seen, and nothing takes its light.
+    glClearColor(1, 1, 1, m_Stage == Stage::Finishing ? 1 : 0);
+    glClear(GL_COLOR_BUFFER_BIT);
+  }
   glEnable(GL_SCISSOR_TEST);
-  glScissor(0, m_Row, m_Width, std::min(rows, m_Height - m_Row));
+  glScissor(m_Covered.left(), m_Covered.top() + m_Row, m_Covered.width(), std::min(rows, m_Covered.height() - m_Row));
   gl->glUseProgram(pass.program.name());
   gl->glActiveTexture(GL_TEXTURE2);
   gl->glBindTexture(GL_TEXTURE_2D, m_Points.depths.name());

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QOpenGLFunctions>
+#include <QRect>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -86,7 +87,8 @@ class ContactMap {
   Stage m_Stage = Stage::Complete;
   Seen m_Faces, m_Points;
   DepthPlotter m_Plotter;
-  int m_Row = 0;
+  QRect m_Covered;  // texels beyond which there is nothing, from the lower left one
+  int m_Row = 0;    // of those, or begun
 
   int m_Width = 0, m_Height = 0;
   SharedName m_Directions;          // of what is seen

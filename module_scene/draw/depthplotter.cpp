@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -161,6 +162,22 @@ void DepthPlotter::merge() {
       for (std::size_t i = begin; i < end; ++i) nearest[i] = std::min(nearest[i], depths[i]);
     }
   });
+}
+
+QRect DepthPlotter::covered() const {
+  int left = m_Width, right = -1, low = m_Height, high = -1;
+  for (int row = 0; row < m_Height; ++row) {
+    const auto begin = depths().begin() + std::ptrdiff_t(row) * m_Width, end = begin + m_Width;
+    const auto isSeen = [](std::uint32_t depth) { return depth != Nothing; };
+    const auto first = std::find_if(begin, end, isSeen);
+    if (first == end) continue;
+    const auto last = std::find_if(std::make_reverse_iterator(end), std::make_reverse_iterator(first), isSeen);
+    left = std::min(left, int(first - begin));
+    right = std::max(right, int(last.base() - begin) - 1);
+    low = std::min(low, row);
+    high = row;
+  }
+  return {QPoint(left, low), QPoint(right, high)};
 }
 
 }  // namespace nubo::scene

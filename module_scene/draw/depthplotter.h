@@ -1,6 +1,7 @@
 // Draws how far away faces are without OpenGL.
 #pragma once
 
+#include <QRect>
 #include <array>
 #include <cstdint>
 #include <vector>
@@ -23,6 +24,8 @@ class DepthPlotter {
   [[nodiscard]] bool plot(const DrawList& list, const math::Matrix4& projection, int width, int height);
   /// Of all pixels, from the lower left one: shares of the greatest number, which is where there is nothing.
   const std::vector<std::uint32_t>& depths() const { return m_Layers.front().depths; }
+  /// The pixels that faces reach into, rows counted from the lowest one.
+  QRect covered() const;
 
  private:
   /// Where a vertex is, in steps of a pixel, and on which sides of the view it lies out of it.
