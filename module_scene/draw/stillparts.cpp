@@ -22,7 +22,12 @@ StillParts::Found StillParts::compare(const SceneParts& parts, const Setting& se
     start(parts, setting);
     return Found::Other;
   }
-  Found found = m_Runs.empty() ? Found::Moved : Found::Same;
+  Found found = Found::Same;
+  if (m_Runs.empty()) {
+    m_Still.clear();
+    for (const Seen& seen : m_Seen) m_Still.push_back(!seen.geometry->transparent && seen.geometry->identities.empty());
+    found = Found::Moved;
+  }
   if (parts.version() != m_Version)
     for (std::size_t i = 0; i < m_Seen.size(); ++i)
       if (m_Still[i] && m_Seen[i].place != parts.all()[i].place) {
@@ -38,12 +43,9 @@ StillParts::Found StillParts::compare(const SceneParts& parts, const Setting& se
 void StillParts::start(const SceneParts& parts, const Setting& setting) {
   m_Setting = setting;
   m_Runs.clear();
-  if (std::exchange(m_Version, parts.version()) != parts.version()) {
-    m_Seen.clear();
-    for (const ScenePart& part : parts.all()) m_Seen.push_back({part.geometry, part.layer, part.place});
-  }
-  m_Still.clear();
-  for (const Seen& seen : m_Seen) m_Still.push_back(!seen.geometry->transparent && seen.geometry->identities.empty());
+  if (std::exchange(m_Version, parts.version()) == parts.version()) return;
+  m_Seen.clear();
+  for (const ScenePart& part : parts.all()) m_Seen.push_back({part.geometry, part.layer, part.place});
 }
 
 bool StillParts::hasSeen(const SceneParts& parts) const {

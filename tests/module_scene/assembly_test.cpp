@@ -96,7 +96,7 @@ TEST_F(DrawerTest, WhatStandsStillIsSeenAsIfAllWereDrawnAgain) {
     bent.positions[2] += 0.3f;
     bent.dropCopies();
   };
-  const auto exchange = [](SceneElement& parts, Shot&) { parts.setGeometry(0, square(Qt::red, 0.1, 1.4)); };
+  const auto exchange = [](SceneElement& parts, Shot&) { parts.setGeometry(0, square(Qt::red, 0.05, 2)); };
   const Step steps[] = {
       {"as it was made", 0, [](SceneElement&, Shot&) {}},
       {"the first time that some move", 20, [](SceneElement&, Shot&) {}},
@@ -117,13 +117,14 @@ TEST_F(DrawerTest, WhatStandsStillIsSeenAsIfAllWereDrawnAgain) {
        }},
       {"so that all do", 7, [](SceneElement&, Shot&) {}},
       {"with one that only layers reach", 0,
-       [](SceneElement&, Shot& shot) {
-         shot.section = new Section({{1, 0, 20}, 24});
+       [](SceneElement& parts, Shot& shot) {
+         parts.getChildren()[3]->setVisible(false);
+         shot.section = new Section({{1, 0, 200}, 240});
        }},
       {"again", 0, [](SceneElement&, Shot&) {}},
       {"with another", 0,
        [](SceneElement&, Shot& shot) {
-         shot.section = new Section({{1, 0, 20}, 24.2});
+         shot.section = new Section({{1, 0, 200}, 240.2});
        }},
       {"half of them", 2, [](SceneElement&, Shot&) {}},
       {"again", 2, [](SceneElement&, Shot&) {}}};

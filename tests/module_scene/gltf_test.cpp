@@ -160,6 +160,8 @@ TEST(Gltf, BinaryFilesAreReadWholeOrRefused) {
   EXPECT_EQ(result.root->getBoundingBox().max, (math::Vector3{1, 0, 2}));
   std::vector<const Geometry*> geometries;
   collect(*result.root, geometries);
+  const std::vector<float>& texCoords = geometries.at(0)->texCoords;
+  EXPECT_EQ(std::count(texCoords.begin(), texCoords.end(), 1.0f), 3);
   const scene::PhysicalMaterial& physical = *geometries.at(0)->material->physical;
   ASSERT_TRUE(physical.baseColorTexture.texture);
   EXPECT_EQ(physical.baseColorTexture.texture->getImage().pixelColor(0, 0), QColor(Qt::red));
