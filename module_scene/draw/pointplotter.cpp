@@ -12,8 +12,6 @@ namespace nubo::scene {
 
 namespace {
 
-/// Rows that one core fills in one go: what they need fits into its cache.
-constexpr int BandRows = 64;
 /// Of depths, as they are kept.
 constexpr std::int32_t Farthest = (1 << 24) - 1;
 
@@ -52,27 +50,38 @@ bool project(const Projector& projector, const float* position, std::array<float
 
 }  // namespace
 
-/// Rows of a view, which one core fills at a time.
-class PointPlotter::Band {
+/// The pixels of a view as one core sees them, which draws some of the points.
+class PointPlotter::Sheet {
  public:
-  /// Anew, with the rows from `first` to before `end`.
-  void begin(int width, int first, int end, const std::vector<Sample>& samples) {
+  /// Anew, with nothing on it.
+  void begin(int width, int height, const std::vector<Sample>& samples) {
     m_Width = width;
-    m_First = first;
-    m_End = end;
+    m_Height = height;
     m_Samples = samples;
     m_Depths.assign(samples.size() * pixelCount(), Farthest);
     m_Colors.assign(m_Depths.size(), 0);
+    m_Begun.assign(samples.size() == 1 ? pixelCount() : 0, {});
   }
 
-  void draw(const std::vector<Square>& squares) {
-    for (std::size_t sample = 0; sample < m_Samples.size(); ++sample)
-      for (const Square& square : squares) draw(square, sample);
+  void draw(const Square& square) {
+    for (std::size_t sample = 0; sample < m_Samples.size(); ++sample) {
+      const auto [across, up] = m_Samples[sample];
+      const int left = pixelAt(square.left, across), right = pixelAt(square.left + square.size, across);
+      const int low = pixelAt(square.low, up), high = pixelAt(square.low + square.size, up);
+      if (isHidden(square, left, low)) continue;
+      fill(sample, std::max(left, 0), std::min(right, m_Width), std::max(low, 0), std::min(high, m_Height), square);
+    }
   }
 
-  /// To the first row's first one and following: of each pixel the mean of its samples.
-  void write(std::uint32_t* pixels) const {
-    for (std::size_t pixel = 0; pixel < pixelCount(); ++pixel) {
+  /// Lays some pixels of one with later points over this one's.
+  void add(const Sheet& later, std::size_t first, std::size_t end) {
+    for (std::size_t plane = 0; plane < m_Colors.size(); plane += pixelCount())
+      for (std::size_t at = plane + first; at < plane + end; ++at) put(at, later.m_Depths[at], later.m_Colors[at]);
+  }
+
+  /// Of each pixel the mean of its samples.
+  void write(std::size_t first, std::size_t end, std::uint32_t* pixels) const {
+    for (std::size_t pixel = first; pixel < end; ++pixel) {
       pixels[pixel] = m_Colors[pixel];
       for (std::size_t at = pixel; at < m_Colors.size(); at += pixelCount())
         if (m_Colors[at] != m_Colors[pixel]) {
@@ -83,7 +92,7 @@ class PointPlotter::Band {
   }
 
  private:
-  std::size_t pixelCount() const { return std::size_t(m_Width) * std::size_t(m_End - m_First); }
+  std::size_t pixelCount() const { return std::size_t(m_Width) * std::size_t(m_Height); }
 
   /// Rounded as OpenGL does it.
   std::uint32_t meanOf(std::size_t pixel) const {
@@ -98,28 +107,38 @@ class PointPlotter::Band {
   }
 
   /// What is as far away as what was there before lies before it.
-  void draw(const Square& square, std::size_t sample) {
-    const auto [across, up] = m_Samples[sample];
-    const int left = std::max(pixelAt(square.left, across), 0);
-    const int right = std::min(pixelAt(square.left + square.size, across), m_Width);
-    const int low = std::max(pixelAt(square.low, up), m_First);
-    const int high = std::min(pixelAt(square.low + square.size, up), m_End);
+  void put(std::size_t at, std::int32_t depth, std::uint32_t color) {
+    const bool isNearer = depth <= m_Depths[at];
+    m_Depths[at] = isNearer ? depth : m_Depths[at];
+    m_Colors[at] = isNearer ? color : m_Colors[at];
+  }
+
+  /// Whether a square that is drawn begins in the same pixel, is as large and lies before it: where there are many
+  /// points in a pixel, most are hidden so. Else it is noted.
+  bool isHidden(const Square& square, int left, int low) {
+    if (m_Begun.empty() || left < 0 || low < 0 || left >= m_Width || low >= m_Height) return false;
+    Begun& begun = m_Begun[std::size_t(low) * std::size_t(m_Width) + std::size_t(left)];
+    if (begun.size >= square.size && begun.depth < square.depth) return true;
+    begun = {square.size, square.depth};
+    return false;
+  }
+
+  void fill(std::size_t sample, int left, int right, int low, int high, const Square& square) {
     for (int y = low; y < high; ++y) {
-      const std::size_t row = sample * pixelCount() + std::size_t(y - m_First) * std::size_t(m_Width);
-      std::int32_t* depths = &m_Depths[row];
-      std::uint32_t* colors = &m_Colors[row];
-      for (int x = left; x < right; ++x) {
-        const bool isNearer = square.depth <= depths[x];
-        depths[x] = isNearer ? square.depth : depths[x];
-        colors[x] = isNearer ? square.color : colors[x];
-      }
+      const std::size_t row = sample * pixelCount() + std::size_t(y) * std::size_t(m_Width);
+      for (int x = left; x < right; ++x) put(row + std::size_t(x), square.depth, square.color);
     }
   }
 
-  int m_Width = 0, m_First = 0, m_End = 0;
+  struct Begun {
+    std::int32_t size = 0, depth = 0;  // of a square
+  };
+
+  int m_Width = 0, m_Height = 0;
   std::vector<Sample> m_Samples;
   std::vector<std::int32_t> m_Depths;  ///< of all pixels' first sample, then of the next
   std::vector<std::uint32_t> m_Colors;
+  std::vector<Begun> m_Begun;  ///< in each pixel, where it has one sample
 };
 
 PointPlotter::PointPlotter() = default;
@@ -131,9 +150,8 @@ struct PointPlotter::Stroke {
   const Range* range;
 };
 
-/// Adds squares to those of each band that they reach into.
-void PointPlotter::place(const Stroke* strokes, std::size_t count, const math::Matrix4& projection, bool sampled,
-                         std::vector<Square>* bands) const {
+void PointPlotter::draw(const Stroke* strokes, std::size_t count, const math::Matrix4& projection, bool sampled,
+                        Sheet& sheet) const {
   for (const Stroke* stroke = strokes; stroke != strokes + count; ++stroke) {
     const Batch& batch = *stroke->batch;
     const Geometry& geometry = *batch.geometry;
@@ -144,13 +162,10 @@ void PointPlotter::place(const Stroke* strokes, std::size_t count, const math::M
     for (std::uint32_t vertex = stroke->range->firstVertex, end = vertex + stroke->range->vertexCount; vertex < end;
          ++vertex) {
       if (!project(projector, &geometry.positions[std::size_t(vertex) * 3], place)) continue;
-      Square square{std::int32_t(std::lrint(place[0] * Steps)) - steps / 2,
-                    std::int32_t(std::lrint(place[1] * Steps)) - steps / 2, steps,
-                    std::int32_t(place[2] * float(Farthest)),
-                    geometry.colors.empty() ? color : packed(&geometry.colors[std::size_t(vertex) * 4])};
-      const int first = std::max(pixelAt(square.low, Steps - 1), 0) / BandRows;
-      const int last = std::min(pixelAt(square.low + steps, 0), m_Height) - 1;
-      for (int band = first; band * BandRows <= last; ++band) bands[band].push_back(square);
+      sheet.draw({std::int32_t(std::lrint(place[0] * Steps)) - steps / 2,
+                  std::int32_t(std::lrint(place[1] * Steps)) - steps / 2, steps,
+                  std::int32_t(place[2] * float(Farthest)),
+                  geometry.colors.empty() ? color : packed(&geometry.colors[std::size_t(vertex) * 4])});
     }
   }
 }
@@ -169,38 +184,32 @@ void PointPlotter::plot(const DrawList& list, const math::Matrix4& projection, i
   const std::vector<Sample>& places = placesOf(samples);
   m_Width = width;
   m_Height = height;
-  m_Bands.resize(std::size_t((height + BandRows - 1) / BandRows));
-  runOnCores(m_Bands.size(), [&](std::size_t band) {
-    const int first = int(band) * BandRows;
-    m_Bands[band].begin(width, first, std::min(first + BandRows, height), places);
-  });
   std::vector<Stroke> strokes;
   for (const Batch& batch : list.opaque())
     for (std::size_t range = 0; range < batch.rangeCount; ++range)
       strokes.push_back({&batch, &list.ranges()[batch.firstRange + range]});
-  // So that what is placed takes little room, however many there are.
-  constexpr std::size_t StrokesAtOnce = 512;
-  for (std::size_t first = 0; first < strokes.size(); first += StrokesAtOnce)
-    draw(&strokes[first], std::min(StrokesAtOnce, strokes.size() - first), projection, places.size() > 1);
-  m_Pixels.resize(std::size_t(width) * std::size_t(height));
-  runOnCores(m_Bands.size(),
-             [&](std::size_t band) { m_Bands[band].write(&m_Pixels[band * BandRows * std::size_t(width)]); });
+  const std::size_t pixels = std::size_t(width) * std::size_t(height), values = pixels * places.size();
+  const std::size_t sheets = sheetsFor(strokes, values);
+  m_Sheets.resize(std::max(m_Sheets.size(), sheets));
+  runOnCores(sheets, [&](std::size_t i) {
+    const std::size_t first = strokes.size() * i / sheets, end = strokes.size() * (i + 1) / sheets;
+    m_Sheets[i].begin(width, height, places);
+    draw(strokes.data() + first, end - first, projection, places.size() > 1, m_Sheets[i]);
+  });
+  m_Pixels.resize(pixels);
+  parallelRanges(pixels, [&](std::size_t begin, std::size_t end, std::size_t) {
+    for (std::size_t i = 1; i < sheets; ++i) m_Sheets[0].add(m_Sheets[i], begin, end);
+    m_Sheets[0].write(begin, end, m_Pixels.data());
+  });
 }
 
-void PointPlotter::draw(const Stroke* strokes, std::size_t count, const math::Matrix4& projection, bool sampled) {
-  constexpr std::size_t StrokesWorthAThread = 8;
-  const std::size_t placers = rangeCount(count, StrokesWorthAThread), bands = m_Bands.size();
-  m_Squares.resize(std::max(m_Squares.size(), placers * bands));
-  for (std::vector<Square>& squares : m_Squares) squares.clear();
-  parallelRanges(
-      count,
-      [&](std::size_t begin, std::size_t end, std::size_t placer) {
-        place(strokes + begin, end - begin, projection, sampled, &m_Squares[placer * bands]);
-      },
-      StrokesWorthAThread);
-  runOnCores(bands, [&](std::size_t band) {
-    for (std::size_t placer = 0; placer < placers; ++placer) m_Bands[band].draw(m_Squares[placer * bands + band]);
-  });
+/// How many cores may have a sheet of so many values: to begin one and to lay it over another takes as long as to draw
+/// a fourth as many points.
+std::size_t PointPlotter::sheetsFor(const std::vector<Stroke>& strokes, std::size_t values) {
+  constexpr std::size_t Most = std::size_t(1) << 26;  // values, of 8 bytes each
+  std::size_t points = 0;
+  for (const Stroke& stroke : strokes) points += stroke.range->vertexCount;
+  return std::clamp<std::size_t>(std::min(4 * points, Most) / std::max<std::size_t>(values, 1), 1, coreCount());
 }
 
 }  // namespace nubo::scene

@@ -41,19 +41,16 @@ class PointPlotter {
     std::uint32_t color;
   };
   struct Stroke;
-  class Band;
+  class Sheet;
 
-  void place(const Stroke* strokes, std::size_t count, const math::Matrix4& projection, bool sampled,
-             std::vector<Square>* bands) const;
-
-  void draw(const Stroke* strokes, std::size_t count, const math::Matrix4& projection, bool sampled);
-
+  void draw(const Stroke* strokes, std::size_t count, const math::Matrix4& projection, bool sampled,
+            Sheet& sheet) const;
+  static std::size_t sheetsFor(const std::vector<Stroke>& strokes, std::size_t values);
   const std::vector<Sample>& placesOf(int samples);
 
   std::map<int, std::vector<Sample>> m_Samples;  ///< by how many were asked for
   int m_Width = 0, m_Height = 0;
-  std::vector<Band> m_Bands;                   ///< from the lowest one
-  std::vector<std::vector<Square>> m_Squares;  ///< of the strokes in work, by the core that placed them and the band
+  std::vector<Sheet> m_Sheets;  ///< with later points on later ones
   std::vector<std::uint32_t> m_Pixels;
 };
 
