@@ -226,7 +226,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
   batch.coarse = coarse;
   // The first points of a cluster are spread over it.
   const bool mayBeThinned = query.detail > 0 && geometry.kind == KindPoints && geometry.identities.empty();
-  bool isThinned = false;
+  bool isThinned = false, isWidened = false;
   const auto& groups = batch.buffer->groups();
   const std::size_t perGroup = geometry.clustersPerGroup();
   for (std::size_t group = 0; group < groups.size(); ++group) {
@@ -243,6 +243,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
       if (useCones && facesAway(cluster, eye)) continue;
       Range range = whole(cluster);
       if (gaps && !closeGaps(*gaps, cluster, culler, range)) continue;
+      isWidened = isWidened || range.width > 0;
       if (mayBeThinned) range.count = countOfPoints(cluster, culler);
       isThinned = isThinned || range.count < cluster.count;
       addPart(range, cluster);
@@ -252,7 +253,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
   if (isThinned && !geometry.transparent) choose(batch);
 
   // Points before the cut hide none.
-  const bool isSieved = query.sieved && !batch.clipped && query.detail == 0 && !hasFilling(batch);
+  const bool isSieved = query.sieved && !batch.clipped && query.detail == 0 && !isWidened;
   if (isSieved && geometry.kind == KindPoints && !geometry.transparent) sieve(batch, query);
   batch.rangeCount = m_Ranges.size() - batch.firstRange;
   if (batch.rangeCount == 0 && m_Sortables.size() == sortable) return;
@@ -274,11 +275,6 @@ bool DrawList::closeGaps(const GapFilling& gaps, const Cluster& cluster, const C
   if (range.width == 0) return gaps.isUsuallySeen(cluster);
   m_Margin = std::max(m_Margin, marginFor(range.width));
   return true;
-}
-
-bool DrawList::hasFilling(const Batch& batch) const {
-  return std::any_of(m_Ranges.begin() + std::ptrdiff_t(batch.firstRange), m_Ranges.end(),
-                     [](const Range& range) { return range.width > 0; });
 }
 
 // Adds to the batch whose ranges begin at `firstRange`; coarse ones that follow each other become one.

@@ -90,7 +90,6 @@ class DrawList {
   void add(const Geometry& geometry, const math::Matrix4& modelView, Overlap overlap, const ViewQuery& query);
   void addClusters(const Geometry& geometry, Overlap overlap, const Culler& culler, const GapFilling* gaps);
   bool closeGaps(const GapFilling& gaps, const Cluster& cluster, const Culler& culler, Range& range);
-  bool hasFilling(const Batch& batch) const;
   void addRange(std::size_t firstRange, const Range& range);
   void sieve(Batch& batch, const ViewQuery& query);
   void choose(Batch& batch);
