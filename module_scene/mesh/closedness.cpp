@@ -116,15 +116,27 @@ class Surface::EdgePairs {
     });
   }
 
+  /// Of small meshes, of which there may be many, all parts at once: the others' threads have meshes of their own.
   void pairShared() {
-    runOnCores(Parts, [this](std::size_t part) {
-      std::size_t count = 0;
-      for (const auto& parts : m_Shared) count += parts[part].size();
-      EdgeTable table;
-      table.begin(count);
-      for (const auto& parts : m_Shared) table.add(parts[part]);
-      if (!table.arePaired()) m_ArePaired = false;
-    });
+    if (sharedIn(0, Parts) < WorthAThread) return pairParts(0, Parts);
+    runOnCores(Parts, [this](std::size_t part) { pairParts(part, part + 1); });
+  }
+
+  std::size_t sharedIn(std::size_t first, std::size_t end) const {
+    std::size_t count = 0;
+    for (const auto& parts : m_Shared)
+      for (std::size_t part = first; part < end; ++part) count += parts[part].size();
+    return count;
+  }
+
+  void pairParts(std::size_t first, std::size_t end) {
+    const std::size_t count = sharedIn(first, end);
+    if (count == 0) return;
+    EdgeTable table;
+    table.begin(count);
+    for (const auto& parts : m_Shared)
+      for (std::size_t part = first; part < end; ++part) table.add(parts[part]);
+    if (!table.arePaired()) m_ArePaired = false;
   }
 
   /// Without a branch for each edge, which could not be guessed.
