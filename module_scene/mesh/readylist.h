@@ -13,6 +13,7 @@ namespace nubo::scene {
 template <class T>
 std::vector<T> readyList(std::size_t size) {
   constexpr std::size_t Piece = std::size_t(4) << 20;  // bytes
+  constexpr std::size_t PiecesWorthAThread = 2;        // so that short lists, of which there may be many, wake no other
   std::vector<T> list = util::listWithRoom<T>(size);
   const std::size_t bytes = size * sizeof(T);
   parallelRanges((bytes + Piece - 1) / Piece,
@@ -20,7 +21,7 @@ std::vector<T> readyList(std::size_t size) {
                    char* const memory = reinterpret_cast<char*>(list.data());
                    util::populate(memory + first * Piece, std::min(last * Piece, bytes) - first * Piece);
                  },
-                 1);
+                 PiecesWorthAThread);
   return list;
 }
 
