@@ -31,6 +31,12 @@ class FileStream {
     return taken;
   }
 
+  /// Has the next call take what the last one took once more, or the last bytes of that.
+  void giveBack(std::uint64_t size) {
+    m_Begin -= std::size_t(size);
+    m_Taken -= size;
+  }
+
  private:
   void fill(std::uint64_t size);
 

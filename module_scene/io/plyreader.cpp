@@ -244,7 +244,12 @@ class PlyReader {
     for (const Property& property : element.properties)
       areCorners.push_back(element.name == "face" &&
                            (property.name == "vertex_indices" || property.name == "vertex_index"));
-    for (std::uint64_t i = 0; i < element.count; ++i)
+    const bool isUsual = element.properties.size() == 1 && areCorners[0] && areTriangles(element.properties[0]);
+    for (std::uint64_t i = 0; i < element.count; ++i) {
+      if (isUsual && i % TrianglesAtOnce == 0 && addTriangles(element.count - i)) {
+        i += TrianglesAtOnce - 1;
+        continue;
+      }
       for (std::size_t k = 0; k < element.properties.size(); ++k) {
         const Property& property = element.properties[k];
         const auto count =
@@ -254,6 +259,44 @@ class PlyReader {
         const char* items = m_File.take(std::uint64_t(count) * sizeOf(property.type));
         if (areCorners[k]) addFace(items, property.type, count);
       }
+    }
+  }
+
+  static constexpr std::size_t TrianglesAtOnce = 1 << 16, TriangleSize = 13;
+
+  /// Whether they are so if there are three corners each: a byte that says so, and their numbers of four bytes.
+  static bool areTriangles(const Property& property) {
+    return sizeOf(property.countType) == 1 && (property.type == Type::Int32 || property.type == Type::UInt32);
+  }
+
+  /// Takes the next faces on all cores if they are triangles.
+  bool addTriangles(std::uint64_t left) {
+    constexpr std::size_t Size = TrianglesAtOnce * TriangleSize;
+    if (left < TrianglesAtOnce || m_File.left() < Size) return false;
+    const char* const records = m_File.take(Size);
+    if (scene::isAny(TrianglesAtOnce, [&](std::size_t i) { return records[i * TriangleSize] != 3; })) {
+      m_File.giveBack(Size);
+      return false;
+    }
+    std::vector<std::uint32_t>& indices = m_Geometry->indices;
+    const std::size_t first = indices.size(), vertices = m_Geometry->vertexCount();
+    indices.resize(first + TrianglesAtOnce * 3);
+    const auto isBroken = [&](std::size_t i) {
+      bool broken = false;
+      for (std::size_t k = 0; k < 3; ++k) {
+        std::uint32_t& corner = indices[first + i * 3 + k];
+        corner = load<std::uint32_t>(records + i * TriangleSize + 1 + k * sizeof corner);
+        broken |= corner >= vertices;
+      }
+      return broken;
+    };
+    if (scene::isAny(TrianglesAtOnce, isBroken)) throwNoVertex();
+    m_HasFaces = true;
+    return true;
+  }
+
+  [[noreturn]] static void throwNoVertex() {
+    throw ImportError(ImportError::tr("PLY: a face has a vertex that is not there"));
   }
 
   void addFace(const char* items, Type type, std::uint32_t count) {
@@ -265,8 +308,7 @@ class PlyReader {
       // A negative number is as large as no vertex'.
       const bool isUsual = type == Type::Int32 || type == Type::UInt32;
       const double corner = isUsual ? double(load<std::uint32_t>(item)) : value(type, item);
-      if (!(corner >= 0 && corner < double(m_Geometry->vertexCount())))
-        throw ImportError(ImportError::tr("PLY: a face has a vertex that is not there"));
+      if (!(corner >= 0 && corner < double(m_Geometry->vertexCount()))) throwNoVertex();
       corners[k] = std::uint32_t(corner);
     }
     for (std::uint32_t k = 2; k < count; ++k)

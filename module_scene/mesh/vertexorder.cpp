@@ -4,7 +4,6 @@
 #include <functional>
 #include <iterator>
 #include <limits>
-#include <numeric>
 
 #include "module_scene/mesh/arrangement.h"
 #include "module_scene/mesh/clustering.h"
@@ -28,12 +27,13 @@ void arrangeVertices(Geometry& g, const util::Scratch<std::uint32_t>& sources) {
   for (const auto& part : parts) part();
 }
 
+constexpr std::uint32_t IsNumber = 0x80000000u;
+
 /// Replaces items by their representatives' numbers, which count these in the order in which they first occur. Returns
 /// the representatives in this order. There are fewer than 2^31.
 template <class Items>
 util::Scratch<std::uint32_t> number(Items& items, util::Scratch<std::uint32_t> representatives) {
   // Numbers take the representatives' places, so that mostly one access finds one.
-  constexpr std::uint32_t IsNumber = 0x80000000u;
   util::Scratch<std::uint32_t> firsts;
   firsts.reserve(representatives.size());
   for (std::uint32_t& item : items) {
@@ -49,6 +49,19 @@ util::Scratch<std::uint32_t> number(Items& items, util::Scratch<std::uint32_t> r
     item = known & ~IsNumber;
   }
   return firsts;
+}
+
+/// The same for items that are all there are, each once, in their order: the numbers take their representatives'
+/// places.
+void numberInPlace(util::Scratch<std::uint32_t>& representatives) {
+  std::uint32_t count = 0;
+  for (std::uint32_t& known : representatives) {
+    if (known & IsNumber) continue;
+    std::uint32_t& first = representatives[known];
+    if (!(first & IsNumber)) first = IsNumber | count++;
+    known = first;
+  }
+  for (std::uint32_t& known : representatives) known &= ~IsNumber;
 }
 
 bool hasOnlyPlaces(const Geometry& g) {
@@ -70,15 +83,15 @@ class Some {
   const util::Scratch<std::uint32_t>& m_Numbers;
 };
 
-/// As findRepresentatives, where only these numbers have equals.
+/// As findRepresentatives, where only these numbers have equals, in memory that there is.
 template <class Items>
-util::Scratch<std::uint32_t> findAmong(const util::Scratch<std::uint32_t>& numbers, std::size_t count,
-                                       const Items& items) {
-  util::Scratch<std::uint32_t> representatives(count);
-  std::iota(representatives.begin(), representatives.end(), 0u);
+void findAmong(const util::Scratch<std::uint32_t>& numbers, const Items& items,
+               util::Scratch<std::uint32_t>& representatives) {
+  parallelRanges(representatives.size(), [&](std::size_t begin, std::size_t end, std::size_t) {
+    for (std::size_t i = begin; i < end; ++i) representatives[i] = std::uint32_t(i);
+  });
   const auto found = findRepresentatives(numbers.size(), Some<Items>(items, numbers));
   for (std::size_t i = 0; i < numbers.size(); ++i) representatives[numbers[i]] = numbers[found[i]];
-  return representatives;
 }
 
 /// Numbers the vertices of one cluster after the other. What a table of all vertices would miss the caches for is found
@@ -132,7 +145,7 @@ util::Scratch<std::uint32_t> joinVertices(Geometry& g) {
     if (places[v] != v) shares[v] = shares[places[v]] = true;
   for (std::uint32_t v = 0; v < shares.size(); ++v)
     if (shares[v]) sharing.push_back(v);
-  if (!shares.empty()) places = findAmong(sharing, places.size(), VertexItems(g));
+  if (!shares.empty()) findAmong(sharing, VertexItems(g), places);
   const util::Scratch<std::uint32_t> sources = number(g.indices, std::move(places));
   sharing.clear();
   for (std::uint32_t v = 0; v < sources.size() && !shares.empty(); ++v)
@@ -140,8 +153,8 @@ util::Scratch<std::uint32_t> joinVertices(Geometry& g) {
   arrangeVertices(g, sources);
   if (sharing.empty() || g.kind != KindFaces) return {};
   util::Scratch<std::uint32_t> placeOfVertex(g.vertexCount());
-  std::iota(placeOfVertex.begin(), placeOfVertex.end(), 0u);
-  number(placeOfVertex, findAmong(sharing, g.vertexCount(), PositionItems(g.positions)));
+  findAmong(sharing, PositionItems(g.positions), placeOfVertex);
+  numberInPlace(placeOfVertex);
   return placeOfVertex;
 }
 
