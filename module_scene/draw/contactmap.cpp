@@ -65,6 +65,7 @@ void ContactMap::collect(const Viewpoint& viewpoint, const Subject& subject, con
     ViewQuery query{m_Viewpoint.projection, m_Width, m_Height, 0.0, LayerModel | LayerTransparent,
                     subject.kinds & kind};
     query.scaleWidths(subject.viewHeight, viewpoint.lens);
+    query.even = true;  // or a step in their width would be shaded as one of the surface
     seen->list.clear();
     seen->list.collect(parts, viewpoint.view, query);
     seen->list.sortTransparent();

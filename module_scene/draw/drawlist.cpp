@@ -249,6 +249,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
       addPart(range, cluster);
     }
   }
+  if (query.even) evenOut(m_Ranges.begin() + std::ptrdiff_t(batch.firstRange), m_Ranges.end());
   if (isThinned) batch.width = coarseWidth;
   if (isThinned && !geometry.transparent) choose(batch);
 

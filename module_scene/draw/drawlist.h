@@ -24,6 +24,7 @@ struct ViewQuery {
   int samples = 0;                         ///< per pixel
   bool sieved = false;                     ///< leaves out points that others hide, which takes time, before drawing
   bool plotted = false;                    ///< points are drawn without OpenGL, which then needs no copies of them
+  bool even = false;                       ///< points of one geometry are all as wide as each other
   bool edges = false;                      ///< faces get lines where their surface has an edge
   Outlines* outlines = nullptr;            ///< and these, where it turns away; null: not
   std::optional<Plane> cut = {};           ///< beyond which, in eye space, nothing is drawn

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <vector>
 
+#include "module_scene/draw/buffercache.h"
 #include "module_scene/draw/culler.h"
 #include "module_scene/graph/geometry.h"
 
@@ -61,5 +63,15 @@ class GapFilling {
   double m_Width, m_Widest;
   Culler m_Usual;
 };
+
+/// Gives points one width for all, which all but a tenth of the ranges need at most.
+inline void evenOut(std::vector<Range>::iterator begin, std::vector<Range>::iterator end) {
+  std::vector<float> widths;
+  std::transform(begin, end, std::back_inserter(widths), [](const Range& range) { return range.width; });
+  if (widths.empty()) return;
+  const auto most = widths.begin() + std::ptrdiff_t(widths.size() * 9 / 10);
+  std::nth_element(widths.begin(), most, widths.end());
+  std::for_each(begin, end, [&](Range& range) { range.width = *most; });
+}
 
 }  // namespace nubo::scene
