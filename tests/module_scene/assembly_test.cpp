@@ -185,21 +185,22 @@ GeometryPointer shells(int count, float width) {
 }
 
 TEST_F(DrawerTest, PointsShowWhatOpenGLAloneShowsOfThem) {
-  constexpr int Count = 150000;
+  constexpr int Count = 150000, Sparse = 20000;
   const math::Matrix4 transform = math::translation(0.1, 0, -2.2) * math::rotation(0.7, {0.6, 0.8, 0});
   // Points of one colour each are plotted where they are alone; else those are left out that others hide.
   const GeometryPointer face = square(Qt::white, 0.1), plain = strokes(KindPoints, 9, 40, 1),
-                        lit = strokes(KindPoints, 60, 40, 2);
-  plain->material = paint(QColor(230, 120, 40));
+                        large = strokes(KindPoints, 15, 1500, 3), lit = strokes(KindPoints, 60, 40, 2);
+  large->material = plain->material = paint(QColor(230, 120, 40));
   lit->material = paint(QColor(230, 120, 40), true);
   lit->normals = lit->positions;
   const std::tuple<float, int, GeometryPointer> cases[]{
-      {1.0f, 0, face},  {2.5f, 0, face},  {3.0f, 0, face},   {4.0f, 0, face},  {15.6f, 0, face}, {3.0f, 4, face},
-      {1.0f, 0, plain}, {2.5f, 0, plain}, {15.6f, 0, plain}, {1.0f, 4, plain}, {3.3f, 4, plain}, {1.0f, 0, lit}};
+      {1.0f, 0, face},  {2.5f, 0, face},  {3.0f, 0, face},  {4.0f, 0, face},   {15.6f, 0, face},
+      {3.0f, 4, face},  {1.0f, 0, plain}, {2.5f, 0, plain}, {15.6f, 0, plain}, {1.0f, 4, plain},
+      {3.3f, 4, plain}, {1.0f, 0, large}, {1.0f, 0, lit}};
   for (const auto& [width, samples, other] : cases) {
     SCOPED_TRACE(testing::Message() << width << " pixels, " << samples << " samples");
     Shot shot;
-    shot.root = element({shells(Count, width), other});
+    shot.root = element({shells(other == large ? Sparse : Count, width), other});
     shot.transform = transform;
     shot.samples = samples;
     SceneDrawer drawer(viewer.getGlobalScene());
