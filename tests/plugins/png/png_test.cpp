@@ -31,9 +31,10 @@ QImage picture(int width, int height, QImage::Format format = QImage::Format_ARG
   for (int y = 0; y < height; ++y) {
     auto* line = reinterpret_cast<QRgba64*>(image.scanLine(y));
     for (int x = 0; x < width; ++x) {
-      const bool isGround = x < 150 || x >= width - 100 || (x / 50 + y / 30) % 3 == 0;
+      const bool isGround = x < 150 || (x >= width - 140 && y % 40 != 7) || (x / 50 + y / 30) % 3 == 0;
+      const bool isStriped = x >= width - 140 && x < width - 70;
       const auto noise = quint16(y % 7 == 0 ? random() % 4096 : 0);
-      line[x] = isGround ? qRgba64(0, quint16(y / 30 % 2 * 9000), 0, 0)
+      line[x] = isGround ? qRgba64(quint16(isStriped ? x * 211 : 0), quint16(y / 30 % 2 * 9000), 0, 0)
                          : qRgba64(quint16(x * 211 + noise), quint16(y * 307), quint16((x ^ y) * 97 + noise),
                                    quint16(x % 11 == 0 ? x * 523 : 65535));
     }
