@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "module_scene/mesh/positionitems.h"
 #include "module_scene/mesh/preparation.h"
@@ -12,10 +13,24 @@ namespace {
 
 constexpr float CosineOfCrease = 0.9f;  // of about 26 degrees; steps of round shapes are finer
 
+/// For each vertex the first one that lies where it does: which of them stands for all is left to chance otherwise, and
+/// lines that run the other way have other pixels.
+util::Scratch<std::uint32_t> placesOf(const Geometry& faces) {
+  constexpr std::uint32_t None = std::numeric_limits<std::uint32_t>::max();
+  auto places = findRepresentatives(faces.vertexCount(), PositionItems(faces.positions));
+  std::vector<std::uint32_t> first(places.size(), None);
+  for (std::uint32_t vertex = 0; vertex < first.size(); ++vertex) {
+    std::uint32_t& found = first[places[vertex]];
+    found = std::min(found, vertex);
+    places[vertex] = found;
+  }
+  return places;
+}
+
 }  // namespace
 
 std::vector<Side> sidesOf(const Geometry& faces) {
-  const auto places = findRepresentatives(faces.vertexCount(), PositionItems(faces.positions));
+  const auto places = placesOf(faces);
   std::vector<Side> sides;
   sides.reserve(faces.indices.size());
   for (std::size_t i = 0; i < faces.indices.size(); i += 3)
