@@ -50,16 +50,14 @@ struct SceneDrawer::Private {
 
   Painter::Kinds prepared;
   bool finishPrepared = false;
-
   // Of a drawing that has begun:
   std::optional<Painter> painter;
   Viewpoint viewpoint;
   int fineness = 1;  // pixels that are drawn, for one of the caller's, on each axis
   int finest = std::numeric_limits<int>::max();
-  bool shaded = false;
+  bool shaded = false, onGround = false, direct = false;
   double facesBack = 1;    // pixels over which they fall
   bool inContact = false;  // the map of contact is looked up
-  bool onGround = false, direct = false;
   Painter::Share share = Painter::Share::All;
   bool plotted = false;  // and waits to be brought into the buffer
   bool painted = false;  // and waits to be finished
