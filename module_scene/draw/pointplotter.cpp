@@ -31,12 +31,12 @@ std::uint32_t packed(const std::uint8_t* color) {
   return result;
 }
 
-std::uint32_t colorOf(const Geometry& geometry) {
-  std::uint8_t bytes[]{255, 255, 255, 255};
+std::array<std::uint8_t, 4> colorOf(const Geometry& geometry) {
+  std::array<std::uint8_t, 4> bytes{255, 255, 255, 255};
   if (geometry.material)
     for (std::size_t i = 0; i < 3; ++i)
       bytes[i] = std::uint8_t(std::lround(255 * std::clamp(geometry.material->diffuse[i], 0.0f, 1.0f)));
-  return packed(bytes);
+  return bytes;
 }
 
 /// False where there is none.
@@ -124,9 +124,10 @@ class PointPlotter::Sheet {
   }
 
   void fill(std::size_t sample, int left, int right, int low, int high, const Square& square) {
+    const std::uint32_t color = packed(square.color);
     for (int y = low; y < high; ++y) {
       const std::size_t row = sample * pixelCount() + std::size_t(y) * std::size_t(m_Width);
-      for (int x = left; x < right; ++x) put(row + std::size_t(x), square.depth, square.color);
+      for (int x = left; x < right; ++x) put(row + std::size_t(x), square.depth, color);
     }
   }
 
@@ -157,7 +158,7 @@ void PointPlotter::draw(const Stroke* strokes, std::size_t count, const math::Ma
     const Geometry& geometry = *batch.geometry;
     const Projector projector(projection, batch.modelView, m_Width, m_Height);
     const std::int32_t steps = sizeOf(batch, *stroke->range, sampled);
-    const std::uint32_t color = colorOf(geometry);
+    const std::array<std::uint8_t, 4> color = colorOf(geometry);
     std::array<float, 3> place{};
     for (std::uint32_t vertex = stroke->range->firstVertex, end = vertex + stroke->range->vertexCount; vertex < end;
          ++vertex) {
@@ -165,7 +166,7 @@ void PointPlotter::draw(const Stroke* strokes, std::size_t count, const math::Ma
       sheet.draw({std::int32_t(std::lrint(place[0] * Steps)) - steps / 2,
                   std::int32_t(std::lrint(place[1] * Steps)) - steps / 2, steps,
                   std::int32_t(place[2] * float(Farthest)),
-                  geometry.colors.empty() ? color : packed(&geometry.colors[std::size_t(vertex) * 4])});
+                  geometry.colors.empty() ? color.data() : &geometry.colors[std::size_t(vertex) * 4]});
     }
   }
 }

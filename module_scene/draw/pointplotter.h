@@ -38,7 +38,7 @@ class PointPlotter {
   struct Square {
     std::int32_t left, low, size;  ///< steps
     std::int32_t depth;
-    std::uint32_t color;
+    const std::uint8_t* color;  ///< r g b a; looked at only where the square is seen
   };
   struct Stroke;
   class Sheet;
