@@ -18,8 +18,7 @@ QImage content(QImage::Format format) {
   QImage image(Side, Side, format);
   for (int y = 0; y < Side; ++y)
     for (int x = 0; x < Side; ++x)
-      image.setPixel(x, y,
-                     qRgba(x * y % 251, (7 * x + 242 * y) % 256, (x * x + 11 * y) % 256, y < 8 ? 255 : 6 * x));
+      image.setPixel(x, y, qRgba(x * y % 251, (7 * x + 242 * y) % 256, (x * x + 11 * y) % 256, y < 8 ? 255 : 6 * x));
   return image;
 }
 
