@@ -85,8 +85,10 @@ TEST_F(LooksTest, APlaneIsLitTheSameHoweverSmallItsFacesAre) {
 
 TEST_F(LooksTest, PartsOfAFewPixelsAreNoDarkerAtTheirEdges) {
   MeshBuilder parts(nullptr);
-  for (int i = 0; i < 400; ++i)
-    parts.sphere({i % 20 / 10.0 - 0.95, 0.03 * std::sin(i), i / 20 / 10.0 - 0.95}, 0.035 + 1e-4 * (i % 7), 24, 12);
+  for (int i = 0; i < 400; ++i) {
+    const int column = i % 20, row = i / 20;
+    parts.sphere({0.1 * column - 0.95, 0.03 * std::sin(i), 0.1 * row - 0.95}, 0.035 + 1e-4 * (i % 7), 24, 12);
+  }
   Shot shot = shotFromFront(element({parts.finish()}));
   shot.samples = 4;
   const QImage picture = draw(shot);
