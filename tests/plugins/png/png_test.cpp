@@ -12,6 +12,7 @@
 #include <QPluginLoader>
 #include <QTemporaryFile>
 #include <QtEndian>
+#include <array>
 #include <atomic>
 #include <cstring>
 #include <map>
@@ -201,9 +202,9 @@ TEST(PngWriter, WhatBecomesOfRowsDependsOnNothingButThem) {
   ASSERT_GT(chunks.size(), 20u);
   for (std::size_t i = 2; i + 1 < chunks.size(); ++i) EXPECT_TRUE(chunks[i] == chunks[1]) << i;
 
-  std::vector<std::thread> threads;
+  std::array<std::thread, 6> threads;
   std::atomic<int> same{0};
-  for (int i = 0; i < 6; ++i) threads.emplace_back([&] { same += written(image) == first; });
+  for (std::thread& thread : threads) thread = std::thread([&] { same += written(image) == first; });
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(same, 6);
 }
