@@ -33,10 +33,6 @@ bool isMask(const Batch& batch) {
 
 bool isWhole(const Batch& batch) { return batch.geometry->kind == KindFaces && !batch.clipped && !batch.coarse; }
 
-bool hidesBack(const Batch& batch) {
-  return batch.cullBack || !batch.geometry->material || !batch.geometry->material->doubleSided;
-}
-
 /// On which side of the line from a to b it lies, times its distance and the line's length: positive on the left.
 template <class A, class B>
 std::int64_t side(const A& a, const B& b, std::int64_t x, std::int64_t y) {
@@ -84,15 +80,15 @@ bool DepthPlotter::plot(const DrawList& list, const math::Matrix4& projection, i
   constexpr std::size_t JobsAtOnce = 8;
   m_Layers.resize(std::clamp<std::size_t>(m_Jobs.size() / JobsAtOnce, 1, coreCount()));
   std::atomic<std::size_t> next{0};
-  std::atomic<bool> isWhole{true};
+  std::atomic<bool> isPlotted{true};
   runOnCores(m_Layers.size(), [&](std::size_t layer) {
     m_Layers[layer].depths.assign(std::size_t(width) * std::size_t(height), Nothing);
-    for (std::size_t job; isWhole && (job = next.fetch_add(JobsAtOnce)) < m_Jobs.size();)
+    for (std::size_t job; isPlotted && (job = next.fetch_add(JobsAtOnce)) < m_Jobs.size();)
       for (const std::size_t end = std::min(job + JobsAtOnce, m_Jobs.size()); job < end; ++job)
-        if (!draw(m_Layers[layer], m_Jobs[job], projection)) isWhole = false;
+        if (!draw(m_Layers[layer], m_Jobs[job], projection)) isPlotted = false;
   });
-  if (isWhole) merge();
-  return isWhole;
+  if (isPlotted) merge();
+  return isPlotted;
 }
 
 /// False where a face has a corner that cannot be placed.
@@ -114,7 +110,7 @@ bool DepthPlotter::draw(Layer& layer, const Job& job, const math::Matrix4& proje
     else
       corner.out |= FarOut;
   }
-  const bool culled = hidesBack(batch);
+  const bool culled = batch.cullBack || batch.isOneSided();
   const std::uint32_t* index = &geometry.indices[cluster.first];
   for (const std::uint32_t* const end = index + cluster.count; index != end; index += 3) {
     const Corner* const a = &layer.corners[index[0] - cluster.firstVertex];

@@ -55,6 +55,12 @@ struct Batch {
   bool fine = false;      ///< each of its faces takes some pixels at most
   bool chosen = false;    ///< its ranges are of DrawList::chosen()
   std::size_t firstRange = 0, rangeCount = 0;
+
+  /// Whether its faces are seen from the front only, by drawing that knows of that: what is cut open is from both
+  /// sides.
+  bool isOneSided() const {
+    return geometry->kind == KindFaces && !clipped && geometry->material && !geometry->material->doubleSided;
+  }
 };
 
 /// Collects the clusters that a view's frustum meets, in the order in which they are drawn. A list is

@@ -114,8 +114,7 @@ Painter::Painter(const DrawList& list, SurfaceShader* shader, bool bare, const S
   for (const Batch& batch : list.transparent()) {
     if (isMask(batch)) continue;
     // The far side of a body is drawn before its near side.
-    const bool isOneSided = shader && !batch.clipped && !materialOf(*batch.geometry).doubleSided;
-    if (batch.geometry->kind != KindFaces || isOneSided) {
+    if (batch.geometry->kind != KindFaces || (shader && batch.isOneSided())) {
       m_Steps.push_back({&batch, true, GL_NONE});
       continue;
     }
@@ -178,11 +177,7 @@ void Painter::drawSamples(Kinds* known) {
 
 GLenum Painter::hiddenBy(const Step& step) const {
   if (step.hidden != GL_NONE) return step.hidden;
-  const Geometry& geometry = *step.batch->geometry;
-  // Where a surface is cut that is not closed its other side is seen.
-  const bool isOneSided =
-      (mp_Shader || m_Bare) && !step.batch->clipped && geometry.kind == KindFaces && !materialOf(geometry).doubleSided;
-  return step.batch->cullBack || isOneSided ? GL_BACK : GL_NONE;
+  return step.batch->cullBack || ((mp_Shader || m_Bare) && step.batch->isOneSided()) ? GL_BACK : GL_NONE;
 }
 
 SurfaceShader::Shading Painter::shadingOf(const Step& step) const {
