@@ -39,18 +39,23 @@ Interrupt::Interrupt() : mp_Notifier(nullptr) {
 }
 
 void Interrupt::read() {
-  constexpr int SameWishMs = 1000;
   char signal = 0;
   while (::read(pipeEnds[0], &signal, 1) == 1) {
-    if (m_SinceLast.isValid() && m_SinceLast.elapsed() < SameWishMs) continue;
+    if (isSameWish()) continue;
     m_SinceLast.start();
     emit interrupted(signal);
   }
 }
 
+bool Interrupt::isSameWish() const {
+  constexpr int SameWishMs = 1000;
+  return m_SinceLast.isValid() && m_SinceLast.elapsed() < SameWishMs;
+}
+
 Interrupt::~Interrupt() {
   if (!mp_Notifier) return;
-  handle(SIG_DFL);
+  // A program that has ended well so soon must not be killed on its last steps by the rest of the wish.
+  handle(isSameWish() ? SIG_IGN : SIG_DFL);
   delete mp_Notifier;
   close(pipeEnds[0]);
   close(pipeEnds[1]);

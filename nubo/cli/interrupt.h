@@ -25,6 +25,7 @@ class Interrupt : public QObject {
 
  private:
   void read();
+  bool isSameWish() const;
 
   QSocketNotifier* mp_Notifier;
   QElapsedTimer m_SinceLast;  ///< invalid until there has been a signal
