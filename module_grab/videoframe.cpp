@@ -51,6 +51,14 @@ VideoFrame::~VideoFrame() {
   glPopAttrib();
 }
 
+QString whyTooLarge(QSize frame, int largestTexture) {
+  if (frame.width() <= largestTexture && frame.height() <= largestTexture) return QString();
+  return QObject::tr("You can not grab videos with size %1 x %2 because your max. texture size is %3")
+      .arg(frame.width())
+      .arg(frame.height())
+      .arg(largestTexture);
+}
+
 bool appendFrame(const QImage& picture, QIODevice& device) {
   if (picture.isNull()) {
     NUBO_LOG(log::Failure, "nubo::grab::VideoHandler::grabPicture", QObject::tr("Picture couldn't be grabbed by FBO"));

@@ -1,7 +1,8 @@
 // Draws one frame of a video and writes it raw.
 #pragma once
 
-#include <QtGlobal>
+#include <QSize>
+#include <QString>
 
 #include "module_grab/visibility.h"
 #include "module_scene/math/matrix.h"
@@ -34,6 +35,9 @@ class VideoFrame {
   double m_Projection[16];
   double m_ModelView[16];
 };
+
+/// Empty, or why frames of this size in pixels cannot be drawn where OpenGL's textures have at most so many a side.
+QString whyTooLarge(QSize frame, int largestTexture);
 
 /// Appends the picture to the device as a raw frame. False, with the reason in the log, if the frame or its rest is
 /// missing.

@@ -118,11 +118,7 @@ bool VideoHandler::initStart(const QString& fileName, int width, int height, gui
   if (width < 0 || height < 0 || m_Width <= 0 || m_Height <= 0)
     return refuse(QObject::tr("Selected width or height is to small (min. 16)"));
   if (!initGL()) return false;
-  if (m_MaxTextureSize < m_Width || m_MaxTextureSize < m_Height)
-    return refuse(QObject::tr("You can not grab videos with size %1 x %2 because your max. texture size is %3")
-                      .arg(m_Width)
-                      .arg(m_Height)
-                      .arg(m_MaxTextureSize));
+  if (const QString reason = whyTooLarge(frameSize(), m_MaxTextureSize); !reason.isEmpty()) return refuse(reason);
   mp_Encoder.reset(video::VideoEncoder::getInstance()->getEncoder(fileName));
   if (!mp_Encoder) return refuse(QObject::tr("No encoder for file '%1' found").arg(fileName));
   readSettings();

@@ -20,6 +20,7 @@
 #include "module_grab/videoframe.h"
 #include "module_grab/videohandler.h"
 #include "module_grab/videosettings.h"
+#include "module_scene/draw/sharedcontext.h"
 #include "module_trajectory/trajectory.h"
 #include "picture/savedialog.h"
 
@@ -112,6 +113,7 @@ void GrabVideo::addParameters() {
 main::ParameterSet::Refusal GrabVideo::checkValues(const main::ParameterSet& values) const {
   for (const std::size_t size : {1, 2})
     if (isTooSmall(solveParameter<int>(m_TypeSolver, values, size).value_or(0))) return {size, sizeRefusal()};
+  if (const auto refusal = checkLargest(values); !refusal.text.isEmpty()) return refusal;
   const QString fileName = solveParameter<QString>(m_TypeSolver, values, 0).value_or(QString());
   if (const QString refusal = whyNoEncoder(fileName); !refusal.isEmpty()) return {0, refusal};
   const int fps = nubo::grab::readVideoSettings().fps;
@@ -122,6 +124,16 @@ main::ParameterSet::Refusal GrabVideo::checkValues(const main::ParameterSet& val
       trajectory::SelectedTrajectory().count() == 0)
     return {3, tr("There is no trajectory with steps to record")};
   return {};
+}
+
+/// The run asks its own context, which is of the same OpenGL.
+main::ParameterSet::Refusal GrabVideo::checkLargest(const main::ParameterSet& values) const {
+  const int largest = scene::_GlobalContext()->largestTexture();
+  const QSize size = VideoHandler::frameSize(solveParameter<int>(m_TypeSolver, values, 1).value_or(0),
+                                             solveParameter<int>(m_TypeSolver, values, 2).value_or(0),
+                                             mp_ActivePanel ? mp_ActivePanel->size() : QSize());
+  if (largest == 0) return {};
+  return {size.width() > largest ? 1u : 2u, nubo::grab::whyTooLarge(size, largest)};
 }
 
 QString GrabVideo::summarize(const main::ParameterSet& values) const {

@@ -66,6 +66,7 @@ class NUBO_MODULE_GRAB_EXPORT GrabVideo : public QObject, public main::Command {
   static QString sizeRefusal();
   /// Refuses what a run would fail at, and a recording in step of nothing. Application thread.
   main::ParameterSet::Refusal checkValues(const main::ParameterSet& values) const;
+  main::ParameterSet::Refusal checkLargest(const main::ParameterSet& values) const;
   /// Of a recording as the trajectory stands. Application thread.
   QString summarize(const main::ParameterSet& values) const;
   main::ParameterSet::Frame frameOf(const main::ParameterSet& values) const;

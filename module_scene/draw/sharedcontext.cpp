@@ -4,6 +4,7 @@
 
 #include <QOffscreenSurface>
 #include <QOpenGLFramebufferObject>
+#include <QOpenGLFunctions>
 #include <atomic>
 
 #include "kernel/log/logger.h"
@@ -51,6 +52,7 @@ SharedContext::SharedContext() {
                "This OpenGL lacks %s, scenes are drawn in the look \"plain\"", missing);
     // What cannot be drawn is not to be grabbed, either.
     m_HasFramebufferObjects = !needed && QOpenGLFramebufferObject::hasOpenGLFramebufferObjects();
+    mp_Context->functions()->glGetIntegerv(GL_MAX_TEXTURE_SIZE, &m_LargestTexture);
     mp_Context->doneCurrent();
   }
   // Widgets share with the context that Qt knows as the global one.

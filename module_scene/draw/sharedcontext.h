@@ -22,6 +22,8 @@ class NUBO_MODULE_SCENE_EXPORT SharedContext {
   /// Null if OpenGL is not to be had (logged once).
   QOpenGLContext* glContext() const { return mp_Context.get(); }
   bool hasFramebufferObjects() const { return m_HasFramebufferObjects; }
+  /// How many pixels a side of a texture may have, and so a side of what is drawn at once; 0 without OpenGL.
+  int largestTexture() const { return m_LargestTexture; }
   /// Exclusive use; recursive. Taken before the scene's lock and released after it.
   void lock() { m_Mutex.lock(); }
   void unlock() { m_Mutex.unlock(); }
@@ -30,6 +32,7 @@ class NUBO_MODULE_SCENE_EXPORT SharedContext {
   std::unique_ptr<QOffscreenSurface> mp_Surface;
   std::unique_ptr<QOpenGLContext> mp_Context;  // goes before its surface
   bool m_HasFramebufferObjects = false;
+  int m_LargestTexture = 0;
   QRecursiveMutex m_Mutex;
 };
 

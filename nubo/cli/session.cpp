@@ -91,9 +91,11 @@ void Session::waitForQueuedWork() {
 }
 
 void Session::reportWarnings(const QStringList& warnings) {
+  // A line that tells of one more takes as much room as that one.
   constexpr int Most = 3;
-  for (const QString& warning : warnings.mid(0, Most)) m_Report.note(warning);
-  if (warnings.size() > Most) m_Report.note(QStringLiteral("%1 more warnings").arg(warnings.size() - Most));
+  const int shown = warnings.size() == Most + 1 ? Most + 1 : Most;
+  for (const QString& warning : warnings.mid(0, shown)) m_Report.note(warning);
+  if (warnings.size() > shown) m_Report.note(QStringLiteral("%1 more warnings").arg(warnings.size() - shown));
 }
 
 QString Session::showScene(const CommandLine& line, bool takesTime) {

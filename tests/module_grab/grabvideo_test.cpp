@@ -84,7 +84,7 @@ TEST_F(RecordingTest, EncodesByItsSettingsWhatWasRecordedUntilTheAbort) {
     for (const EncodedChunk& chunk : chunks) {
       EXPECT_EQ(chunk.last, &chunk == &chunks.back());
       EXPECT_EQ(chunk.isMemory, row.inMemory);
-      EXPECT_TRUE(chunk.last || chunk.size == BigSize * BigSize * 4);
+      EXPECT_TRUE(chunk.last || chunk.size == qint64(BigSize) * BigSize * 4);
       times += std::size_t(chunk.times.size());
     }
     EXPECT_EQ(chunks.size() > 1, row.oneFrameAChunk);
@@ -129,7 +129,7 @@ TEST_F(RecordingTest, TakesSizesMadeEvenAndRefusesWhatItCannotRecord) {
       {"a.fake", 480, -1, TooSmall, 2},
       {"a.other", 16, 16, noEncoder.arg(m_Host.file("a.other")), 0},
       {"a", 16, 16, noEncoder.arg(m_Host.file("a")), 0},
-      {"a.fake", 16, limit + 1, tooLarge.arg(limit + 2 - limit % 2).arg(limit), None},
+      {"a.fake", 16, limit + 1, tooLarge.arg(limit + 2 - limit % 2).arg(limit), 2},
       {"a.fake", 16, 17, {}, None, {16, 18}},
       {"a.fake", 0, 480, {}, None, {90, 70}},
       {"a.fake", 480, 0, {}, None, {90, 70}},
