@@ -3,6 +3,7 @@
 #include <meshoptimizer.h>
 
 #include <cmath>
+#include <limits>
 #include <unordered_map>
 
 #include "module_scene/mesh/parallel.h"
@@ -102,19 +103,36 @@ auto simplifyFine(double most) {
   };
 }
 
-auto simplifyQuick(std::size_t share) {
-  return [share](std::uint32_t* result, const std::uint32_t* indices, std::size_t count, const float* positions,
-                 std::size_t vertexCount, std::size_t stride, float* error) {
-    return meshopt_simplifySloppy(result, indices, count, positions, vertexCount, stride, count / share, 1, error);
+/// So many faces give one, unless that would lie off by more than `most`.
+auto simplifyQuick(std::size_t share, double most = std::numeric_limits<double>::infinity()) {
+  return [share, most](std::uint32_t* result, const std::uint32_t* indices, std::size_t count, const float* positions,
+                       std::size_t vertexCount, std::size_t stride, float* error) {
+    const double extent = double(meshopt_simplifyScale(positions, vertexCount, stride));
+    const double mostShare = std::min(1.0, most / std::max(extent, 1e-30));
+    return meshopt_simplifySloppy(result, indices, count, positions, vertexCount, stride, count / share,
+                                  float(mostShare), error);
   };
+}
+
+/// Whether it is worth drawing in the place of the whole.
+bool isMuchFewer(const Job& job) { return job.indices.size() <= (job.end() - job.first().first) * 3 / 4; }
+
+/// What consists of seams and borders, such as a street of boxes, cannot keep them. Of what is torn, the error that is
+/// found is that of planes; what is smaller than twice the most that it may lie off can be lost.
+void coarsenFinely(Job& job, double most) {
+  coarsenFaces(job, simplifyFine(most));
+  if (isMuchFewer(job)) return;
+  constexpr std::size_t Share = 20;
+  const double mostTorn = 3 * most;
+  coarsenFaces(job, simplifyQuick(Share, mostTorn));
+  job.error = std::max(job.error, 2 * mostTorn);
 }
 
 void append(CoarseVersion& version, const Job& job) {
   CoarseGroup group;
   group.first = std::uint32_t(version.indices.size());
   group.error = float(job.error);
-  const std::size_t wholeCount = job.end() - job.first().first;
-  if (job.indices.size() <= wholeCount * 3 / 4) {
+  if (isMuchFewer(job)) {
     group.count = std::uint32_t(job.indices.size());
     version.indices.insert(version.indices.end(), job.indices.begin(), job.indices.end());
   }
@@ -129,7 +147,7 @@ util::YPointer<CoarseVersion> coarsened(const Coarsenable& of, Coarsening coarse
   for (std::size_t i = 0; i < geometry.clusters.size(); i += geometry.clustersPerGroup())
     jobs.push_back({&geometry, i});
   const auto coarsen = [&](Job& job) {
-    if (coarsening == Coarsening::Fine) return coarsenFaces(job, simplifyFine(of.error));
+    if (coarsening == Coarsening::Fine) return coarsenFinely(job, of.error);
     coarsenFaces(job, simplifyQuick(quickShare));
     // To answer at once matters more, for the moment until there is a better one.
     job.error = 0;

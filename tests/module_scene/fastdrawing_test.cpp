@@ -109,6 +109,39 @@ TEST(Coarsening, PartsMayLieOffByWhatIsHardlySeenInTheWhole) {
   EXPECT_NEAR(found[0].error, 0.001 * (box.max[0] - box.min[0]) / 10, 1e-9);
 }
 
+// A street of boxes, none of whose edges may be moved.
+TEST(Coarsening, WhatConsistsOfSeamsIsTornAndLosesOnlyWhatIsSmall) {
+  MeshBuilder builder(nullptr);
+  constexpr int Boxes = 140;
+  const auto half = [](int x, int z) { return x % 40 == 20 && z % 40 == 20 ? 2.0 : 0.1; };
+  for (int x = 0; x < Boxes; ++x)
+    for (int z = 0; z < Boxes; ++z) {
+      const double size = half(x, z);
+      builder.box({x - size, -size, z - size}, {x + size, size, z + size});
+    }
+  const GeometryPointer street = builder.finish();
+  const std::vector<Coarsenable> found = worthCoarsening(*element({street}));
+  ASSERT_EQ(found.size(), 1u);
+  makeCoarseVersions(found, Coarsening::Fine, false);
+  const auto made = coarseVersion(*street);
+  ASSERT_TRUE(made);
+  EXPECT_LT(made->indices.size(), street->indices.size() / 2);
+  double worst = 0;
+  for (const CoarseGroup& group : made->groups) worst = std::max(worst, double(group.error));
+  EXPECT_LT(worst, 1.5);
+  for (int x = 0; x < Boxes; ++x)
+    for (int z = 0; z < Boxes; ++z) {
+      const double size = half(x, z);
+      if (2 * size < worst) continue;
+      EXPECT_TRUE(std::any_of(made->indices.begin(), made->indices.end(),
+                              [&](std::uint32_t vertex) {
+                                const float* place = &street->positions[3 * std::size_t(vertex)];
+                                return std::hypot(place[0] - x - size, place[1] - size, place[2] - z - size) < worst;
+                              }))
+          << x << ", " << z;
+    }
+}
+
 TEST_F(DrawerTest, PartsGiveThePictureThatIsDrawnAtOnce) {
   for (const auto& [samples, look] : {std::pair{0, Look::Plain}, {4, Look::Plain}, {0, Look::Studio}})
     for (const Element& root :
