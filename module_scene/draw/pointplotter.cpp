@@ -1,8 +1,11 @@
 #include "module_scene/draw/pointplotter.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstring>
+#include <numeric>
+#include <tuple>
 
 #include "module_scene/draw/projector.h"
 #include "module_scene/draw/smoothbuffer.h"
@@ -15,6 +18,33 @@ namespace {
 /// Of depths, as they are kept.
 constexpr std::int32_t Farthest = (1 << 24) - 1;
 
+/// The bits of keys, which are ordered as the numbers are that they stand for: a bit that keeps these from being
+/// smaller than all that processors compute fast; the depth; and, as of what is as far away as other points the last in
+/// order is seen, how many might follow.
+using Bits = std::uint64_t;
+constexpr int OrderBits = 37;
+constexpr Bits Least = Bits(1) << 61, LastInOrder = (Bits(1) << OrderBits) - 1;
+/// A point's place in order is its stroke's, counted from 1, and behind that its own in the stroke.
+constexpr int PointBits = 12;
+constexpr std::uint32_t MostOfStroke = 1u << PointBits;
+
+template <class To, class From>
+To sameBits(const From& from) {
+  static_assert(sizeof(To) == sizeof(From));
+  To to;
+  std::memcpy(&to, &from, sizeof to);
+  return to;
+}
+
+Bits depthBits(float depth) { return Least | Bits(std::int32_t(depth * float(Farthest))) << OrderBits; }
+
+/// At most that of any point that lies there or behind.
+SquarePlane::Key leastKey(float depth) { return sameBits<SquarePlane::Key>(depthBits(depth)); }
+SquarePlane::Key keyOf(float depth, Bits stroke, Bits point) {
+  return sameBits<SquarePlane::Key>(depthBits(depth) | (LastInOrder - ((stroke + 1) << PointBits | point)));
+}
+Bits orderOf(SquarePlane::Key key) { return LastInOrder - (sameBits<Bits>(key) & LastInOrder); }
+
 /// Steps. OpenGL rounds the size of what it does not smooth.
 std::int32_t sizeOf(const Batch& batch, const Range& range, bool sampled) {
   const float width = range.width > 0 ? range.width : batch.width;
@@ -22,14 +52,10 @@ std::int32_t sizeOf(const Batch& batch, const Range& range, bool sampled) {
   return std::int32_t(std::lrint(std::max(1.0f, pixels) * PointPlotter::Steps));
 }
 
-/// The first pixel whose sample does not lie before that place.
-int pixelAt(int steps, int sample) { return (steps - sample + PointPlotter::Steps - 1) >> 8; }
+/// The first pixel whose sample does not lie before a place, in steps from the first pixel's.
+int pixelAt(int steps) { return (steps + PointPlotter::Steps - 1) >> 8; }
 
-std::uint32_t packed(const std::uint8_t* color) {
-  std::uint32_t result;
-  std::memcpy(&result, color, sizeof result);
-  return result;
-}
+std::int32_t stepsOf(float pixels) { return std::int32_t(std::lrint(pixels * PointPlotter::Steps)); }
 
 std::array<std::uint8_t, 4> colorOf(const Geometry& geometry) {
   std::array<std::uint8_t, 4> bytes{255, 255, 255, 255};
@@ -39,140 +65,114 @@ std::array<std::uint8_t, 4> colorOf(const Geometry& geometry) {
   return bytes;
 }
 
-/// False where there is none.
-bool project(const Projector& projector, const float* position, std::array<float, 3>& place) {
-  const std::array<float, 4> clip = projector.clip(position);
-  const float w = clip[3];
-  if (!(w > 0 && std::abs(clip[0]) <= w && std::abs(clip[1]) <= w && std::abs(clip[2]) <= w)) return false;
-  place = projector.place(clip);
-  return true;
+const Cluster& clusterOf(const Geometry& geometry, const Range& range) {
+  return *std::lower_bound(geometry.clusters.begin(), geometry.clusters.end(), range.first,
+                           [](const Cluster& cluster, std::uint32_t first) { return cluster.first < first; });
 }
+
+/// Rounded as OpenGL does it.
+std::uint32_t meanOf(const std::vector<std::uint32_t>& colors) {
+  if (std::all_of(colors.begin(), colors.end(), [&](std::uint32_t color) { return color == colors[0]; }))
+    return colors[0];
+  std::uint32_t mean = 0;
+  for (int shift = 0; shift < 32; shift += 8) {
+    float sum = 0;
+    for (const std::uint32_t color : colors) sum += float(color >> shift & 255) * (1 / 255.0f);
+    mean |= std::uint32_t(std::lrint(sum * (1 / float(colors.size())) * 255)) << shift;
+  }
+  return mean;
+}
+
+/// Some points of a stroke.
+struct Spots {
+  static constexpr std::uint32_t Most = 256;
+  std::array<std::int32_t, Most> across, up;  ///< steps
+  std::array<SquarePlane::Key, Most> keys;
+  std::uint32_t count = 0;  ///< of those that are seen
+
+  /// Those of a stroke from one of its points on. Loops of their own for what the processor can compute of several at
+  /// once, and what not.
+  void find(const Projector& projector, const float* positions, std::uint32_t points, Bits stroke, Bits first) {
+    std::array<float, Most> x, y, z;
+    for (std::uint32_t i = 0; i < points; ++i) {
+      x[i] = positions[std::size_t(i) * 3];
+      y[i] = positions[std::size_t(i) * 3 + 1];
+      z[i] = positions[std::size_t(i) * 3 + 2];
+    }
+    for (std::uint32_t i = 0; i < points; ++i) {
+      const auto clip = projector.clip(x[i], y[i], z[i]);
+      const auto place = projector.place(clip);
+      const float w = clip[3];
+      const bool isSeen = (w > 0) & (std::abs(clip[0]) <= w) & (std::abs(clip[1]) <= w) & (std::abs(clip[2]) <= w);
+      x[i] = place[0];
+      y[i] = place[1];
+      z[i] = isSeen ? place[2] : -1;
+    }
+    count = 0;
+    for (std::uint32_t i = 0; i < points; ++i) {
+      if (z[i] < 0) continue;
+      across[count] = stepsOf(x[i]);
+      up[count] = stepsOf(y[i]);
+      keys[count] = keyOf(z[i], stroke, first + i);
+      ++count;
+    }
+  }
+
+  /// As squares of that size, in steps. They cover as many whole pixels as it has, and one more on an axis where what
+  /// is left of it reaches the next one's sample: so they are two squares there that begin one after the other.
+  void put(SquarePlane& plane, const PointPlotter::Sample& sample, std::int32_t size) const {
+    const std::int32_t rest = size % PointPlotter::Steps;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      const std::int32_t left = across[i] - size / 2 - sample[0], low = up[i] - size / 2 - sample[1];
+      const int x = pixelAt(left), y = pixelAt(low);
+      const bool isWide = x * PointPlotter::Steps - left < rest, isHigh = y * PointPlotter::Steps - low < rest;
+      plane.put(x, y, keys[i]);
+      if (isWide) plane.put(x + 1, y, keys[i]);
+      if (isHigh) plane.put(x, y + 1, keys[i]);
+      if (isWide && isHigh) plane.put(x + 1, y + 1, keys[i]);
+    }
+  }
+};
 
 }  // namespace
 
-/// The pixels of a view as one core sees them, which draws some of the points.
-class PointPlotter::Sheet {
- public:
-  /// Anew, with nothing on it.
-  void begin(int width, int height, const std::vector<Sample>& samples) {
-    m_Width = width;
-    m_Height = height;
-    m_Samples = samples;
-    m_Depths.assign(samples.size() * pixelCount(), Farthest);
-    m_Colors.assign(m_Depths.size(), 0);
-    m_Begun.assign(samples.size() == 1 ? pixelCount() : 0, {});
-  }
-
-  void draw(const Square& square) {
-    for (std::size_t sample = 0; sample < m_Samples.size(); ++sample) {
-      const auto [across, up] = m_Samples[sample];
-      const int left = pixelAt(square.left, across), right = pixelAt(square.left + square.size, across);
-      const int low = pixelAt(square.low, up), high = pixelAt(square.low + square.size, up);
-      if (isHidden(square, left, low)) continue;
-      fill(sample, std::max(left, 0), std::min(right, m_Width), std::max(low, 0), std::min(high, m_Height), square);
-    }
-  }
-
-  /// Lays some pixels of one with later points over this one's.
-  void add(const Sheet& later, std::size_t first, std::size_t end) {
-    for (std::size_t plane = 0; plane < m_Colors.size(); plane += pixelCount())
-      for (std::size_t at = plane + first; at < plane + end; ++at) put(at, later.m_Depths[at], later.m_Colors[at]);
-  }
-
-  /// Of each pixel the mean of its samples.
-  void write(std::size_t first, std::size_t end, std::uint32_t* pixels) const {
-    for (std::size_t pixel = first; pixel < end; ++pixel) {
-      pixels[pixel] = m_Colors[pixel];
-      for (std::size_t at = pixel; at < m_Colors.size(); at += pixelCount())
-        if (m_Colors[at] != m_Colors[pixel]) {
-          pixels[pixel] = meanOf(pixel);
-          break;
-        }
-    }
-  }
-
- private:
-  std::size_t pixelCount() const { return std::size_t(m_Width) * std::size_t(m_Height); }
-
-  /// Rounded as OpenGL does it.
-  std::uint32_t meanOf(std::size_t pixel) const {
-    std::uint32_t mean = 0;
-    for (int shift = 0; shift < 32; shift += 8) {
-      float sum = 0;
-      for (std::size_t at = pixel; at < m_Colors.size(); at += pixelCount())
-        sum += float(m_Colors[at] >> shift & 255) * (1 / 255.0f);
-      mean |= std::uint32_t(std::lrint(sum * (1 / float(m_Samples.size())) * 255)) << shift;
-    }
-    return mean;
-  }
-
-  /// What is as far away as what was there before lies before it.
-  void put(std::size_t at, std::int32_t depth, std::uint32_t color) {
-    const bool isNearer = depth <= m_Depths[at];
-    m_Depths[at] = isNearer ? depth : m_Depths[at];
-    m_Colors[at] = isNearer ? color : m_Colors[at];
-  }
-
-  /// Whether a square that is drawn begins in the same pixel, is as large and lies before it: where there are many
-  /// points in a pixel, most are hidden so. Else it is noted.
-  bool isHidden(const Square& square, int left, int low) {
-    if (m_Begun.empty() || left < 0 || low < 0 || left >= m_Width || low >= m_Height) return false;
-    Begun& begun = m_Begun[std::size_t(low) * std::size_t(m_Width) + std::size_t(left)];
-    if (begun.size >= square.size && begun.depth < square.depth) return true;
-    begun = {square.size, square.depth};
-    return false;
-  }
-
-  void fill(std::size_t sample, int left, int right, int low, int high, const Square& square) {
-    const std::uint32_t color = packed(square.color);
-    for (int y = low; y < high; ++y) {
-      const std::size_t row = sample * pixelCount() + std::size_t(y) * std::size_t(m_Width);
-      for (int x = left; x < right; ++x) put(row + std::size_t(x), square.depth, color);
-    }
-  }
-
-  struct Begun {
-    std::int32_t size = 0, depth = 0;  // of a square
-  };
-
-  int m_Width = 0, m_Height = 0;
-  std::vector<Sample> m_Samples;
-  std::vector<std::int32_t> m_Depths;  ///< of all pixels' first sample, then of the next
-  std::vector<std::uint32_t> m_Colors;
-  std::vector<Begun> m_Begun;  ///< in each pixel, where it has one sample
+/// What the points of a batch are drawn with.
+struct PointPlotter::Brush {
+  const Geometry* geometry;
+  Projector projector;
+  std::array<std::uint8_t, 4> color;  ///< of all, if they have none of their own
 };
+
+/// Vertices that follow each other.
+struct PointPlotter::Stroke {
+  const Brush* brush;
+  const Range* range;
+  std::uint32_t firstVertex, count;
+  std::int32_t size;             ///< steps
+  SquarePlane::Key nearest = 0;  ///< at most the key of any of its points
+  PixelBounds begun{};           ///< steps, between which all of its squares begin
+
+  int pixels() const { return size / Steps; }
+  void place(int width, int height);
+};
+
+void PointPlotter::Stroke::place(int width, int height) {
+  const Cluster& cluster = clusterOf(*brush->geometry, *range);
+  const auto bounds = brush->projector.bounds(cluster.min, cluster.max);
+  if (!bounds) return;  // so that nothing is before it
+  const auto beginOf = [this](float middle, int end) {
+    return stepsOf(std::clamp(middle, -1.0f, float(end + 1))) - size / 2;
+  };
+  begun = {beginOf(bounds->low[0], width), beginOf(bounds->high[0], width), beginOf(bounds->low[1], height),
+           beginOf(bounds->high[1], height)};
+  nearest = leastKey(std::clamp(bounds->low[2], 0.0f, 1.0f));
+}
 
 PointPlotter::PointPlotter() = default;
 PointPlotter::~PointPlotter() = default;
 
-/// Vertices that follow each other, and what they are drawn with.
-struct PointPlotter::Stroke {
-  const Batch* batch;
-  const Range* range;
-};
-
-void PointPlotter::draw(const Stroke* strokes, std::size_t count, const math::Matrix4& projection, bool sampled,
-                        Sheet& sheet) const {
-  for (const Stroke* stroke = strokes; stroke != strokes + count; ++stroke) {
-    const Batch& batch = *stroke->batch;
-    const Geometry& geometry = *batch.geometry;
-    const Projector projector(projection, batch.modelView, m_Width, m_Height);
-    const std::int32_t steps = sizeOf(batch, *stroke->range, sampled);
-    const std::array<std::uint8_t, 4> color = colorOf(geometry);
-    std::array<float, 3> place{};
-    for (std::uint32_t vertex = stroke->range->firstVertex, end = vertex + stroke->range->vertexCount; vertex < end;
-         ++vertex) {
-      if (!project(projector, &geometry.positions[std::size_t(vertex) * 3], place)) continue;
-      sheet.draw({std::int32_t(std::lrint(place[0] * Steps)) - steps / 2,
-                  std::int32_t(std::lrint(place[1] * Steps)) - steps / 2, steps,
-                  std::int32_t(place[2] * float(Farthest)),
-                  geometry.colors.empty() ? color.data() : &geometry.colors[std::size_t(vertex) * 4]});
-    }
-  }
-}
-
 const std::vector<PointPlotter::Sample>& PointPlotter::placesOf(int samples) {
-  std::vector<Sample>& places = m_Samples[samples];
+  std::vector<Sample>& places = m_Places[samples];
   if (!places.empty()) return places;
   SmoothBuffer one;
   if (samples > 0 && one.begin(1, 1, 1, 0, samples))
@@ -182,35 +182,129 @@ const std::vector<PointPlotter::Sample>& PointPlotter::placesOf(int samples) {
 }
 
 void PointPlotter::plot(const DrawList& list, const math::Matrix4& projection, int width, int height, int samples) {
-  const std::vector<Sample>& places = placesOf(samples);
+  m_Samples = placesOf(samples);
   m_Width = width;
   m_Height = height;
-  std::vector<Stroke> strokes;
-  for (const Batch& batch : list.opaque())
-    for (std::size_t range = 0; range < batch.rangeCount; ++range)
-      strokes.push_back({&batch, &list.ranges()[batch.firstRange + range]});
-  const std::size_t pixels = std::size_t(width) * std::size_t(height), values = pixels * places.size();
-  const std::size_t sheets = sheetsFor(strokes, values);
-  m_Sheets.resize(std::max(m_Sheets.size(), sheets));
-  runOnCores(sheets, [&](std::size_t i) {
-    const std::size_t first = strokes.size() * i / sheets, end = strokes.size() * (i + 1) / sheets;
-    m_Sheets[i].begin(width, height, places);
-    draw(strokes.data() + first, end - first, projection, places.size() > 1, m_Sheets[i]);
-  });
-  m_Pixels.resize(pixels);
-  parallelRanges(pixels, [&](std::size_t begin, std::size_t end, std::size_t) {
-    for (std::size_t i = 1; i < sheets; ++i) m_Sheets[0].add(m_Sheets[i], begin, end);
-    m_Sheets[0].write(begin, end, m_Pixels.data());
+  collect(list, projection);
+  arrange();
+  m_Planes.resize(std::max(m_Planes.size(), m_Samples.size()));
+  const auto pixelsOf = [this](std::size_t place) { return m_Strokes[m_Order[place]].pixels(); };
+  for (std::size_t i = 0; i < m_Samples.size(); ++i)
+    m_Planes[i].begin(width, height, m_Order.empty() ? 1 : pixelsOf(0));
+  for (std::size_t first = 0, end = 0; first < m_Order.size(); first = end) {
+    while (end < m_Order.size() && pixelsOf(end) == pixelsOf(first)) ++end;
+    cutInto(pixelsOf(first));
+    draw(first, end);
+  }
+  cutInto(1);
+  m_Pixels.resize(std::size_t(width) * std::size_t(height));
+  parallelRanges(
+      std::size_t(height),
+      [this](std::size_t row, std::size_t end, std::size_t) {
+        for (; row < end; ++row) write(int(row));
+      },
+      WorthAThread / std::size_t(width) + 1);
+}
+
+void PointPlotter::collect(const DrawList& list, const math::Matrix4& projection) {
+  m_Brushes.clear();
+  m_Brushes.reserve(list.opaque().size());  // which strokes point at
+  m_Strokes.clear();
+  for (const Batch& batch : list.opaque()) {
+    const Geometry& geometry = *batch.geometry;
+    m_Brushes.push_back({&geometry, {projection, batch.modelView, m_Width, m_Height}, scene::colorOf(geometry)});
+    for (std::size_t i = 0; i < batch.rangeCount; ++i) {
+      const Range& range = list.ranges()[batch.firstRange + i];
+      const std::int32_t size = sizeOf(batch, range, m_Samples.size() > 1);
+      for (std::uint32_t first = 0; first < range.vertexCount; first += MostOfStroke)
+        m_Strokes.push_back({&m_Brushes.back(), &range, range.firstVertex + first,
+                             std::min(range.vertexCount - first, MostOfStroke), size});
+    }
+  }
+}
+
+/// Finds out where strokes are, and the order in which to draw them.
+void PointPlotter::arrange() {
+  constexpr std::size_t WorthSharing = 256;
+  parallelRanges(
+      m_Strokes.size(),
+      [this](std::size_t stroke, std::size_t end, std::size_t) {
+        for (; stroke < end; ++stroke) m_Strokes[stroke].place(m_Width, m_Height);
+      },
+      WorthSharing);
+  m_Order.resize(m_Strokes.size());
+  std::iota(m_Order.begin(), m_Order.end(), 0u);
+  std::sort(m_Order.begin(), m_Order.end(), [this](std::uint32_t a, std::uint32_t b) {
+    return std::tuple(-m_Strokes[a].pixels(), m_Strokes[a].nearest, a) <
+           std::tuple(-m_Strokes[b].pixels(), m_Strokes[b].nearest, b);
   });
 }
 
-/// How many cores may have a sheet of so many values: to begin one and to lay it over another takes as long as to draw
-/// a fourth as many points.
-std::size_t PointPlotter::sheetsFor(const std::vector<Stroke>& strokes, std::size_t values) {
-  constexpr std::size_t Most = std::size_t(1) << 26;  // values, of 8 bytes each
-  std::size_t points = 0;
-  for (const Stroke& stroke : strokes) points += stroke.range->vertexCount;
-  return std::clamp<std::size_t>(std::min(4 * points, Most) / std::max<std::size_t>(values, 1), 1, coreCount());
+void PointPlotter::cutInto(int size) {
+  for (std::size_t i = 0; i < m_Samples.size(); ++i) m_Planes[i].cutInto(size);
+}
+
+/// Strokes of one size, from m_Order, on all cores.
+void PointPlotter::draw(std::size_t first, std::size_t end) {
+  constexpr std::size_t AtOnce = 4;
+  std::atomic<std::size_t> next{first};
+  runOnCores(std::min(coreCount(), (end - first + AtOnce - 1) / AtOnce), [&](std::size_t) {
+    for (std::size_t place; (place = next.fetch_add(AtOnce)) < end;)
+      for (const std::size_t last = std::min(place + AtOnce, end); place < last; ++place)
+        if (!isHidden(m_Strokes[m_Order[place]])) draw(m_Order[place]);
+  });
+}
+
+bool PointPlotter::isHidden(const Stroke& stroke) const {
+  const PixelBounds& steps = stroke.begun;
+  const int more = stroke.size % Steps ? 1 : 0;  // pixels, as Spots::put has it
+  for (std::size_t i = 0; i < m_Samples.size(); ++i) {
+    const auto [across, up] = m_Samples[i];
+    const PixelBounds begun{pixelAt(steps.left - across), pixelAt(steps.right - across) + more, pixelAt(steps.low - up),
+                            pixelAt(steps.high - up) + more};
+    if (!m_Planes[i].isBefore(begun, stroke.nearest)) return false;
+  }
+  return true;
+}
+
+void PointPlotter::draw(std::uint32_t number) {
+  const Stroke& stroke = m_Strokes[number];
+  const float* const positions = &stroke.brush->geometry->positions[std::size_t(stroke.firstVertex) * 3];
+  Spots spots;
+  for (std::uint32_t first = 0; first < stroke.count; first += Spots::Most) {
+    spots.find(stroke.brush->projector, positions + std::size_t(first) * 3, std::min(stroke.count - first, Spots::Most),
+               number, first);
+    for (std::size_t i = 0; i < m_Samples.size(); ++i) spots.put(m_Planes[i], m_Samples[i], stroke.size);
+  }
+}
+
+/// Of each pixel of a row the mean of its samples.
+void PointPlotter::write(int y) {
+  std::vector<const SquarePlane::Key*> keys;
+  for (std::size_t i = 0; i < m_Samples.size(); ++i) keys.push_back(m_Planes[i].row(y));
+  std::vector<std::uint32_t> colors(keys.size());
+  std::uint32_t* const pixels = &m_Pixels[std::size_t(y) * std::size_t(m_Width)];
+  for (int x = 0; x < m_Width; ++x) {
+    const auto isAsBefore = [x](const SquarePlane::Key* key) { return key[x] == key[x - 1]; };
+    if (x > 0 && std::all_of(keys.begin(), keys.end(), isAsBefore)) {
+      pixels[x] = pixels[x - 1];
+      continue;
+    }
+    for (std::size_t i = 0; i < keys.size(); ++i)
+      colors[i] = i > 0 && keys[i][x] == keys[i - 1][x] ? colors[i - 1] : colorOf(keys[i][x]);
+    pixels[x] = meanOf(colors);
+  }
+}
+
+std::uint32_t PointPlotter::colorOf(SquarePlane::Key key) const {
+  if (key == SquarePlane::Nothing) return 0;
+  const Bits order = orderOf(key);
+  const Stroke& stroke = m_Strokes[(order >> PointBits) - 1];
+  const std::size_t vertex = stroke.firstVertex + (order & (MostOfStroke - 1));
+  const std::vector<std::uint8_t>& colors = stroke.brush->geometry->colors;
+  std::uint32_t color;
+  std::memcpy(&color, colors.empty() ? stroke.brush->color.data() : &colors[vertex * 4], sizeof color);
+  return color;
 }
 
 }  // namespace nubo::scene

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "module_scene/draw/drawlist.h"
+#include "module_scene/draw/squareplane.h"
 
 namespace nubo::scene {
 
@@ -35,22 +36,26 @@ class PointPlotter {
   const std::vector<std::uint32_t>& pixels() const { return m_Pixels; }
 
  private:
-  struct Square {
-    std::int32_t left, low, size;  ///< steps
-    std::int32_t depth;
-    const std::uint8_t* color;  ///< r g b a; looked at only where the square is seen
-  };
+  struct Brush;
   struct Stroke;
-  class Sheet;
 
-  void draw(const Stroke* strokes, std::size_t count, const math::Matrix4& projection, bool sampled,
-            Sheet& sheet) const;
-  static std::size_t sheetsFor(const std::vector<Stroke>& strokes, std::size_t values);
+  void collect(const DrawList& list, const math::Matrix4& projection);
+  void arrange();
+  void cutInto(int size);
+  void draw(std::size_t first, std::size_t end);
+  void draw(std::uint32_t stroke);
+  bool isHidden(const Stroke& stroke) const;
+  void write(int row);
+  std::uint32_t colorOf(SquarePlane::Key key) const;
   const std::vector<Sample>& placesOf(int samples);
 
-  std::map<int, std::vector<Sample>> m_Samples;  ///< by how many were asked for
+  std::map<int, std::vector<Sample>> m_Places;  ///< by how many were asked for
   int m_Width = 0, m_Height = 0;
-  std::vector<Sheet> m_Sheets;  ///< with later points on later ones
+  std::vector<Sample> m_Samples;
+  std::vector<Brush> m_Brushes;
+  std::vector<Stroke> m_Strokes;       ///< in the order of the list
+  std::vector<std::uint32_t> m_Order;  ///< in which these are drawn: the largest first, and of them the nearest
+  std::vector<SquarePlane> m_Planes;   ///< one for each sample
   std::vector<std::uint32_t> m_Pixels;
 };
 

@@ -184,7 +184,24 @@ GeometryPointer shells(int count, float width) {
   return points;
 }
 
-TEST_F(DrawerTest, PointsShowWhatOpenGLAloneShowsOfThem) {
+class PointsTest : public DrawerTest {
+ protected:
+  /// A part of a shot, drawn at once, beside all of its points drawn by OpenGL.
+  void expectAsOpenGLAlone(const Shot& shot) {
+    SceneDrawer drawer(viewer.getGlobalScene());
+    QOpenGLFramebufferObject fbo(201, 177, QOpenGLFramebufferObject::CombinedDepthStencil);
+    const QImage all = drawPart(fbo, drawer, shot, 30, 40, [&] {
+      drawer.beginParts(shot.root, shot.transform, shot.layers, shot.kinds);
+      while (drawer.drawPart(1000)) continue;
+    });
+    const QImage fast = drawPart(fbo, drawer, shot, 30, 40);
+    const auto difference = compare(fast, all);
+    ASSERT_GT(difference.covered, 10000);
+    EXPECT_LE(difference.changed + difference.rounded, 9) << difference;
+  }
+};
+
+TEST_F(PointsTest, ShowWhatOpenGLAloneShowsOfThem) {
   constexpr int Count = 150000, Sparse = 20000;
   const math::Matrix4 transform = math::translation(0.1, 0, -2.2) * math::rotation(0.7, {0.6, 0.8, 0});
   // Points of one colour each are plotted where they are alone; else those are left out that others hide.
@@ -203,16 +220,31 @@ TEST_F(DrawerTest, PointsShowWhatOpenGLAloneShowsOfThem) {
     shot.root = element({shells(other == large ? Sparse : Count, width), other});
     shot.transform = transform;
     shot.samples = samples;
-    SceneDrawer drawer(viewer.getGlobalScene());
-    QOpenGLFramebufferObject fbo(201, 177, QOpenGLFramebufferObject::CombinedDepthStencil);
-    const QImage all = drawPart(fbo, drawer, shot, 30, 40, [&] {
-      drawer.beginParts(shot.root, shot.transform, shot.layers, shot.kinds);
-      while (drawer.drawPart(1000)) continue;
-    });
-    const QImage fast = drawPart(fbo, drawer, shot, 30, 40);
-    const auto difference = compare(fast, all);
-    ASSERT_GT(difference.covered, 10000);
-    EXPECT_LE(difference.changed + difference.rounded, 9) << difference;
+    expectAsOpenGLAlone(shot);
+  }
+}
+
+/// A square of points, twice as many on a side as it has pixels there from the front, that rises to the right by so
+/// much of its width.
+GeometryPointer slope(double half, double rise, float width, const QColor& color) {
+  constexpr int Across = 200;
+  std::vector<math::Vector3> places = grid(Across, -half, -half, 2 * half / (Across - 1));
+  for (math::Vector3& place : places) place[2] = rise * place[0];
+  const GeometryPointer points = test::dots(places, width);
+  points->material = paint(color);
+  return points;
+}
+
+TEST_F(PointsTest, BehindAWallAreSeenWhereTheyReachBeyondItOrThroughIt) {
+  for (const auto& [width, samples] : {std::pair(1.0f, 0), {3.0f, 0}, {15.6f, 0}, {2.5f, 4}, {7.3f, 4}}) {
+    SCOPED_TRACE(testing::Message() << width << " pixels, " << samples << " samples");
+    Shot shot;
+    // On the wall lie points of another size, which are seen as they come later.
+    shot.root = element(
+        {slope(0.5, 0, width, Qt::red), slope(0.7, 0.4, width, Qt::green), slope(0.2, 0, 1.6f * width, Qt::blue)});
+    shot.transform = math::translation(0, 0, -2.9);
+    shot.samples = samples;
+    expectAsOpenGLAlone(shot);
   }
 }
 

@@ -53,6 +53,15 @@ inline GeometryPointer strokes(Kind kind, float width, int count, unsigned seed)
   return geometry;
 }
 
+// Of so many places on a side, at z = 0.
+inline std::vector<math::Vector3> grid(int side, double left, double low, double step) {
+  std::vector<math::Vector3> places;
+  places.reserve(std::size_t(side * side));
+  for (int row = 0; row < side; ++row)
+    for (int column = 0; column < side; ++column) places.push_back({left + step * column, low + step * row, 0});
+  return places;
+}
+
 // A closed, bumpy ball that hides parts of itself, lit.
 inline GeometryPointer bumpyBall(const QColor& color = QColor(200, 90, 60), int steps = 160, double radius = 1.0,
                                  double bumps = 0.12) {
