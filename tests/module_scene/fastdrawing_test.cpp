@@ -1,6 +1,7 @@
 // What is left out, coarse, or drawn in parts shows what the whole shows.
 #include <future>
 #include <numeric>
+#include <tuple>
 
 #include "drawerfixture.h"
 #include "module_scene/draw/drawingturn.h"
@@ -205,6 +206,16 @@ TEST_F(DrawerTest, ContactIsThatOfFacesWhicheverWayTheirDepthsAreDrawn) {
   }
 }
 
+/// Pixels of a rectangle that are covered.
+int coveredOf(const QImage& image, const QRect& part) {
+  int covered = 0;
+  for (int y = part.top(); y <= part.bottom(); ++y)
+    for (int x = part.left(); x <= part.right(); ++x) covered += qAlpha(image.pixel(x, y)) > 127;
+  return covered;
+}
+
+constexpr std::pair<Look, int> WaysToDraw[]{{Look::Plain, 0}, {Look::Plain, 4}, {Look::Studio, 0}};
+
 TEST_F(DrawerTest, PointsOfScansCloseTheirSurfaceWhereOneIsNear) {
   const auto scan = [](std::size_t count) {
     std::vector<math::Vector3> places(count);
@@ -225,7 +236,7 @@ TEST_F(DrawerTest, PointsOfScansCloseTheirSurfaceWhereOneIsNear) {
   };
   for (const Row& row : {Row{"near", 16000, 2.6, 90, 100}, Row{"too near", 16000, 0.5, 10, 40},
                          Row{"few points, which are no scan", 9000, 2.6, 1, 8}})
-    for (const auto& [look, samples] : {std::pair(Look::Plain, 0), {Look::Plain, 4}, {Look::Studio, 0}}) {
+    for (const auto& [look, samples] : WaysToDraw) {
       SCOPED_TRACE(testing::Message() << row.name << ", " << samples << " samples, " << nameOf(look).toStdString());
       Shot shot;
       shot.root = element({scan(row.count)});
@@ -234,14 +245,70 @@ TEST_F(DrawerTest, PointsOfScansCloseTheirSurfaceWhereOneIsNear) {
       shot.look = look;
       shot.samples = samples;
       const QImage whole = draw(shot);
-      int covered = 0;
-      for (int y = 156; y < 356; ++y)
-        for (int x = 156; x < 356; ++x) covered += qAlpha(whole.pixel(x, y)) > 127;
+      const int covered = coveredOf(whole, {156, 156, 200, 200});
       EXPECT_GE(covered, row.least * 400);
       EXPECT_LE(covered, row.most * 400);
       const test::Difference difference = compare(whole, drawTiled(shot, 40));
       EXPECT_LE(difference.changed, 60) << difference;
     }
+}
+
+/// A view whose middle is (0, 0), with 10 pixels for 1.
+Shot scaleView(const GeometryPointer& geometry) {
+  Shot shot;
+  shot.root = element({geometry});
+  shot.transform = math::translation(0, 0, -0.05 * shot.height / std::tan(0.40391905546154483));
+  return shot;
+}
+
+TEST_F(DrawerTest, PointsOfScansReachIntoAViewAsFarAsTheyAreWidened) {
+  // 8 pixels wide, which is the most, with their middles 3.3 pixels to the right of the view.
+  Shot shot = scaleView(test::dots(grid(128, 12.8 + 0.33, -38, 0.6)));
+  for (const auto& [look, samples] : WaysToDraw) {
+    std::tie(shot.look, shot.samples) = std::tie(look, samples);
+    const QImage image = draw(shot);
+    EXPECT_EQ(coveredOf(image, {255, 0, 1, 256}), 256) << samples << nameOf(look).toStdString();
+    EXPECT_EQ(coveredOf(image, {0, 0, 255, 256}), 0) << samples << nameOf(look).toStdString();
+  }
+}
+
+/// Points of which each of these arrays is a cluster.
+GeometryPointer clustersOf(const std::vector<std::vector<math::Vector3>>& clusters) {
+  std::vector<math::Vector3> all;
+  for (const auto& places : clusters) all.insert(all.end(), places.begin(), places.end());
+  const GeometryPointer points = test::dots(all);
+  points->positions.clear();
+  points->clusters.clear();
+  for (const auto& places : clusters) {
+    BoundingBox box;
+    for (const math::Vector3& place : places) box.add(place);
+    const auto first = std::uint32_t(points->positions.size() / 3), count = std::uint32_t(places.size());
+    Cluster cluster{first, count, first, count};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      cluster.min[axis] = float(box.min[int(axis)]);
+      cluster.max[axis] = float(box.max[int(axis)]);
+    }
+    points->clusters.push_back(cluster);
+    for (const math::Vector3& place : places)
+      for (const double value : place) points->positions.push_back(float(value));
+  }
+  return points;
+}
+
+TEST_F(DrawerTest, ClustersThatReachFromOneSurfaceToAnotherTakeTheWidthOfTheirNeighbours) {
+  // One pixel apart, for which those of the large grid are two wide. Some next to it, in a cluster with others that lie
+  // far to the right, would be eight.
+  const std::vector<math::Vector3> dense = grid(101, -11, -5, 0.1), sparse{{-12, 12, 0}, {12, 12, 0}, {0, -12, 0}};
+  std::vector<math::Vector3> both = grid(10, -0.9, 0, 0.1), right = grid(10, 8, 0, 0.1);
+  both.insert(both.end(), right.begin(), right.end());
+  for (const auto& clusters : {std::vector{dense, both, sparse}, {sparse, both, dense}}) {
+    Shot shot = scaleView(clustersOf(clusters));
+    for (const auto& [look, samples] : WaysToDraw) {
+      std::tie(shot.look, shot.samples) = std::tie(look, samples);
+      const int covered = coveredOf(draw(shot), {190, 90, 50, 50});
+      EXPECT_NEAR(covered, 11 * 11, 22) << samples << nameOf(look).toStdString();
+    }
+  }
 }
 
 }  // namespace
