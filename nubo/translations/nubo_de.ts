@@ -661,6 +661,10 @@
         <translation>sie ist beschädigt oder kein glTF: %1</translation>
     </message>
     <message>
+        <source>its text is nested too deeply</source>
+        <translation>ihr Text ist zu tief verschachtelt</translation>
+    </message>
+    <message>
         <source>what Draco packed is damaged: %1</source>
         <translation>was Draco gepackt hat, ist beschädigt: %1</translation>
     </message>

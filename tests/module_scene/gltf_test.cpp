@@ -113,6 +113,52 @@ TEST(Gltf, WhatCannotBeReadIsALine) {
   }
 }
 
+/// What is read of a text that is written into a file.
+ImportResult readText(const QByteArray& text) {
+  const QTemporaryDir folder;
+  QFile file(folder.filePath("text.gltf"));
+  EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
+  file.close();
+  return importFile(file.fileName());
+}
+
+TEST(Gltf, WhatIsWrongInATextIsToldByItsPlace) {
+  const QByteArray begin = "{\n \"asset\": {\"version\": \"2.0\"},\n \"extras\": ";  // the value follows in column 12
+  const auto nested = [](int depth) { return QByteArray(depth, '[') + QByteArray(depth, ']'); };
+  for (const auto& [name, text, cause] :
+       {std::tuple("a value that is none", begin + "maybe}", "line 3, column 12"),
+        {"of a text with a mark of its byte order", "\xef\xbb\xbf" + begin + "maybe}", "line 3, column 12"},
+        {"of a text in one line", QByteArray("{\"asset\": maybe}"), "line 1, column 11"},
+        {"no number", begin + "NaN}", "line 3, column 12"},
+        {"a number that is too great", begin + "1e999}", "line 3, column 12"},
+        {"no UTF-8", begin + "\"\xc0\xaf\"}", "line 3, column 13"},
+        {"more than one text", begin + "0}\n{}", "line 4, column 1"},
+        {"a zero byte at the end", begin + "0}" + QByteArray(1, '\0') + "}", "line 3, column 14"},
+        {"an end too soon", begin.left(20), "line 2, column 19"},
+        {"nested more deeply than any stack", begin + nested(1000000) + "}", "nested too deeply"}}) {
+    const QString error = readText(text).error;
+    EXPECT_TRUE(error.contains(cause)) << name << ": " << error.toStdString();
+  }
+}
+
+// As most programs have it, and whatever stands between them.
+TEST(Gltf, OfMembersOfOneNameTheLastCounts) {
+  QByteArray between;
+  for (int i = 0; i < 40; ++i) between += "\"name " + QByteArray::number(i % 30) + "\":0,";
+  const ImportResult result = readText(R"({"asset":{"version":"2.0"},"nodes":[{"mesh":7}],"scenes":[{"nodes":[0]}],
+      "accessors":[{"componentType":5126,"count":9,"count":1,"count":3,"type":"VEC3"},
+                   {"componentType":5126,"count":1,"type":"VEC3"}],
+      "meshes":[{"primitives":[{"attributes":{"POSITION":1,)" +
+                                       between + R"("POSITION":0}}]}],
+      "nodes":[{"translation":[9,9,9],"mesh":0,"translation":[1,2,3]}]})");
+  ASSERT_TRUE(result.root) << result.error.toStdString();
+  std::vector<const Geometry*> geometries;
+  collect(*result.root, geometries);
+  ASSERT_EQ(geometries.size(), 1u);
+  EXPECT_EQ(geometries[0]->vertexCount(), 3u);
+  EXPECT_EQ(result.root->getBoundingBox().max, (math::Vector3{1, -3, 2})) << "y of the file is z here";
+}
+
 QByteArray binary(QByteArray json, const QByteArray& content) {
   json += QByteArray((4 - json.size() % 4) % 4, ' ');
   const auto word = [](int value) {

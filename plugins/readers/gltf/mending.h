@@ -1,8 +1,7 @@
-// What tinygltf cannot read of files that extensions pack, and is not to read of binary ones.
+// What tinygltf cannot read, or is not to read, and is told otherwise.
 #pragma once
 
-#include <string>
-#include <vector>
+#include "plugins/readers/gltf/json.h"
 
 namespace nubo::reader {
 
@@ -11,8 +10,7 @@ namespace nubo::reader {
 constexpr const char* NoContent = "nubo-no-content";
 
 /// Takes the indices from primitives that Draco has packed, which bring their own, and gives that file to buffers that
-/// lie in a binary file, or stand only for what is packed elsewhere, and to images in views. Text files in which
-/// nothing is packed stay as they are. `json`: the text of a glTF file.
-void mend(std::vector<unsigned char>& json, bool isBinary);
+/// lie in a binary file, or stand only for what is packed elsewhere, and to images in views.
+void mend(rapidjson::Document& gltf);
 
 }  // namespace nubo::reader

@@ -1,8 +1,10 @@
-// Reads glTF 2.0 with tinygltf; what Draco and meshopt have packed is unpacked here.
+// Reads glTF 2.0 with RapidJSON and tinygltf; what Draco and meshopt have packed is unpacked here.
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <utility>
 
+#include "plugins/readers/gltf/loading.h"
 #include "plugins/readers/gltf/materials.h"
 #include "plugins/readers/gltf/mending.h"
 #include "plugins/readers/gltf/nodes.h"
@@ -39,33 +41,16 @@ bool readOther(std::vector<unsigned char>* bytes, std::string*, const std::strin
   return !bytes->empty();
 }
 
-/// The one line that matters of what tinygltf says.
-std::string firstLine(std::string text) {
-  text.erase(0, text.find_first_not_of(" \n"));
-  return text.substr(0, text.find('\n'));
-}
-
-/// What is no JSON is told by its place alone: what stands there is of no use to anybody but programmers.
-Refusal refusal(const std::string& error) {
-  const std::string line = firstLine(error);
-  if (line.empty()) return Refusal("its content is not understood");
-  const std::size_t place = line.find("parse error at "), end = line.find(':', place);
-  if (place == std::string::npos || end == std::string::npos) return Refusal(line);
-  return Refusal("it is damaged, or no glTF: %1", {line.substr(place, end - place)});
-}
-
-void load(const std::string& file, Container& container, tinygltf::Model& model, Output& output) {
-  std::vector<unsigned char> json = std::move(container.text);
-  mend(json, container.isBinary());
+tinygltf::Model modelOf(const std::string& file, Container& container, Output& output) {
+  rapidjson::Document gltf = parsed(std::exchange(container.text, {}));
+  mend(gltf);
   tinygltf::TinyGLTF loader;
   loader.SetImageLoader(keepImage, nullptr);
   const auto asItIs = [](const std::string& path, void*) { return path; };
   loader.SetFsCallbacks({exists, asItIs, readOther, nullptr, &output});
-  std::string error, warning;
-  const std::string folder = std::filesystem::path(file).parent_path().string();
-  if (!loader.LoadASCIIFromString(&model, &error, &warning, reinterpret_cast<const char*>(json.data()),
-                                  unsigned(json.size()), folder))
-    throw refusal(error);
+  tinygltf::Model model;
+  load(std::move(gltf), std::filesystem::path(file).parent_path().string(), loader, model);
+  return model;
 }
 
 void checkExtensions(const tinygltf::Model& model, Output& output) {
@@ -82,8 +67,7 @@ NUBO_READER_ENTRY(file, format, output) {
   using namespace nubo::reader;
   static_cast<void>(format);  // the file's first bytes tell text from binary
   Container container(file, output);
-  tinygltf::Model source;
-  load(file, container, source, output);
+  const tinygltf::Model source = modelOf(file, container, output);
   checkExtensions(source, output);
   Accessors accessors(source, container, output);
   convertMaterials(source, accessors, output);
