@@ -7,7 +7,7 @@
 namespace nubo::reader::parsedalready {
 namespace {
 
-rapidjson::Document* s_Next = nullptr;
+rapidjson::Document s_Next;
 
 }  // namespace
 
@@ -16,7 +16,7 @@ using namespace rapidjson;
 /// Stands for the document into which tinygltf parses its text.
 class Document : public rapidjson::Document {
  public:
-  void Parse(const char*, std::size_t) { Swap(*s_Next); }
+  void Parse(const char*, std::size_t) { Swap(s_Next); }
 };
 
 }  // namespace nubo::reader::parsedalready
@@ -41,7 +41,7 @@ std::string firstLine(std::string text) {
 void load(rapidjson::Document gltf, const std::string& folder, tinygltf::TinyGLTF& loader, tinygltf::Model& model) {
   const std::string text = "parsed already";  // an empty one would be refused
   std::string error, warning;
-  parsedalready::s_Next = &gltf;
+  parsedalready::s_Next = std::move(gltf);
   if (loader.LoadASCIIFromString(&model, &error, &warning, text.data(), unsigned(text.size()), folder)) return;
   const std::string line = firstLine(error);
   throw Refusal(line.empty() ? "its content is not understood" : line);
