@@ -38,6 +38,8 @@ class NUBO_MODULE_GRAB_EXPORT FrameFlow {
   virtual void tellProgress(int percent) = 0;
   /// No frame will be asked for any more.
   virtual void cleanUpGL() = 0;
+  /// Comes last where there was no first chunk to be had: the recording stands still until others end it.
+  virtual void tellStuck() = 0;
   /// Comes last, after a recording that handed its last chunk over.
   virtual void tellFinished() = 0;
 };

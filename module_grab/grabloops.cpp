@@ -15,6 +15,7 @@ constexpr std::int64_t FramePeriod = 40;  ///< milliseconds
 bool openFirstChunk(FrameFlow& flow, ChunkWriter& writer) {
   if (writer.makeRoom()) return true;
   flow.cleanUpGL();
+  flow.tellStuck();
   return false;
 }
 

@@ -274,6 +274,10 @@ void VideoHandler::tellPlan(int frames) { m_FramesPlanned = frames; }
 
 void VideoHandler::tellProgress(int percent) { emit progressChanged(percent); }
 
+void VideoHandler::tellStuck() {
+  if (m_StuckObserver) m_StuckObserver();
+}
+
 void VideoHandler::tellFinished() { emit grabbingFinished(); }
 
 void VideoHandler::countFrames(int grabbed, int encoded) {

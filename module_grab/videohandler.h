@@ -61,6 +61,9 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject, private FrameFlow {
   void observeFrames(std::function<void(int grabbed, int encoded)> observer) { m_FrameObserver = std::move(observer); }
   /// Calls `observer` with the first frame, on the grabbing thread. Before the start.
   void observeFirstFrame(std::function<void(const QImage&)> observer) { m_FirstObserver = std::move(observer); }
+  /// Calls `observer` where nothing will be recorded, but grabbingFinished() does not follow either, on the grabbing
+  /// thread. Before the start.
+  void observeStandstill(std::function<void()> observer) { m_StuckObserver = std::move(observer); }
   /// The frames' size in pixels for a panel of that size.
   static QSize frameSize(int width, int height, QSize panel);
   /// The same, of the recording that was started.
@@ -101,6 +104,7 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject, private FrameFlow {
   void lookFrom(const std::optional<gui::Camera>& camera) override;
   void tellPlan(int frames) override;
   void tellProgress(int percent) override;
+  void tellStuck() override;
   void tellFinished() override;
 
   bool launch(QThread::Priority priority, const QString& fileName, int width, int height, gui::ScenePanel* panel);
@@ -147,6 +151,7 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject, private FrameFlow {
 
   std::function<void(int, int)> m_FrameObserver;
   std::function<void(const QImage&)> m_FirstObserver;
+  std::function<void()> m_StuckObserver;
   std::atomic<int> m_FramesGrabbed{0};
   std::atomic<int> m_FramesEncoded{0};
   std::atomic<int> m_FramesPlanned{0};

@@ -118,6 +118,8 @@ void Command::updateProcessed(int percent) { emit mp_Monitor->processedChanged(p
 void Command::giveReason(const QString& reason) { emit mp_Monitor->reasonGiven(reason); }
 void Command::updateEndedEarly(const QString& extent) { emit mp_Monitor->endedEarly(extent); }
 
+void Command::updateStuck() { emit mp_Monitor->stuck(); }
+
 void Command::giveFact(const QString& name, const QVariant& value) { emit mp_Monitor->factGiven(name, value); }
 
 /// Averaging each small pixel over all of a large picture would take as long as writing it; four of its pixels each way

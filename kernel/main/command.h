@@ -32,6 +32,8 @@ class NUBO_KERNEL_EXPORT CommandMonitor : public QObject {
   void reasonGiven(const QString& reason);
   /// The run was asked to end, and did so before all was done. `extent` says how far it came: "14 of 2,000 frames".
   void endedEarly(const QString& extent);
+  /// Nothing will come of the run any more, which goes on until it is asked to end.
+  void stuck();
   /// A figure of what the run has made, for programs to read: "frames", "width". A later one of that name replaces it.
   void factGiven(const QString& name, const QVariant& value);
   /// A small picture of what the run has made.
@@ -73,6 +75,7 @@ class NUBO_KERNEL_EXPORT Command {
   void updateProcessed(int percent);
   void giveReason(const QString& reason);
   void updateEndedEarly(const QString& extent);
+  void updateStuck();
   void giveFact(const QString& name, const QVariant& value);
   /// Of any size; user interfaces get a small one.
   void givePreview(const QImage& picture);

@@ -268,6 +268,7 @@ bool GrabVideo::startHandler(const Request& request, gui::ScenePanel* panel) {
           Qt::DirectConnection);
   mp_VideoHandler->observeFrames(
       [this](int grabbed, int encoded) { updateDetail(tr("%1 frames, %2 encoded").arg(grabbed).arg(encoded)); });
+  mp_VideoHandler->observeStandstill([this] { updateStuck(); });
   mp_VideoHandler->observeFirstFrame([this](const QImage& frame) { givePreview(frame); });
   updateProcessed(-1);
   updateText(tr("RAW-Video grabbing started"));

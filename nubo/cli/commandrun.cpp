@@ -46,6 +46,8 @@ void CommandRun::observe() {
   observe(&CommandMonitor::processedChanged, [this](int percent) { m_Progress.setPercent(percent); });
   observe(&CommandMonitor::reasonGiven, [this](const QString& reason) { m_Reason = reason; });
   observe(&CommandMonitor::endedEarly, [this](const QString& extent) { m_EndedEarly = extent; });
+  // A script has nobody who would see that, and end it.
+  observe(&CommandMonitor::stuck, [this] { m_Command.abort(); });
   observe(&CommandMonitor::factGiven,
           [this](const QString& name, const QVariant& value) { m_Facts[name] = QJsonValue::fromVariant(value); });
 }

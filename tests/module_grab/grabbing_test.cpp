@@ -77,6 +77,7 @@ class FakeRecording : public FrameFlow, public GrabbingClock {
   void tellPlan(int steps) override { planned = steps; }
   void tellProgress(int percent) override { calls.push_back(std::to_string(percent) + " %"); }
   void cleanUpGL() override { calls.emplace_back("clean up"); }
+  void tellStuck() override { calls.emplace_back("stuck"); }
   void tellFinished() override { calls.emplace_back("finished"); }
   std::int64_t microseconds() override { return now; }
   void sleep(std::int64_t milliseconds) override { pass(milliseconds); }
@@ -189,7 +190,7 @@ TEST_F(Grabbing, EndsWithoutFurtherChunksAndDeletesWhatIsRefused) {
     recording.run();
     return recording.calls;
   };
-  EXPECT_THAT(run(false), ElementsAre("clean up"));
+  EXPECT_THAT(run(false), ElementsAre("clean up", "stuck"));
   EXPECT_EQ(run(true), ended({"frame", "file 1", "frame", "file 1", "nothing, last"}));
   EXPECT_EQ(failures(), Texts(2, "Couldn't open temporary file"));
   FakeRecording recording;

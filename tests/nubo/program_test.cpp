@@ -304,6 +304,8 @@ TEST_F(Program, EndsARecordingAndKeepsIt) {
     const std::string count = "ended early: " + std::to_string(frames()) + " of ";
     EXPECT_EQ(m_Errors.contains(count.c_str()), row.status > 128) << m_Errors.toStdString();
   }
+  EXPECT_EQ(run("TMPDIR=/nowhere " + record + "--use-memory-buffer 0"), 1) << "it has nowhere to begin";
+  EXPECT_THAT(m_Errors.toStdString(), testing::EndsWith(": Couldn't open temporary file\n"));
 }
 
 TEST_F(Program, AimsAtAQualityUntilABitRateIsChosen) {
