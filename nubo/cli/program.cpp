@@ -108,7 +108,8 @@ int Program::refuse(const QString& error) {
 int Program::answer() {
   if (m_Line.info) {
     const SceneInfo info = describeScenes(m_Line.scenes, readingSettings(m_Line), m_Line.json);
-    return m_Report.print(info.text) && info.complete ? Done : Failed;
+    for (const QString& error : info.errors) m_Report.error(error);
+    return m_Report.print(info.text) && info.errors.isEmpty() ? Done : Failed;
   }
   const QString text = m_Line.help           ? helpText()
                        : m_Line.version      ? versionText()

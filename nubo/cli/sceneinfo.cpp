@@ -121,7 +121,7 @@ QString vectorText(const QJsonValue& vector) {
 
 /// The same for people; what there is none of is left out.
 QString toText(const QJsonObject& object) {
-  if (object.contains("error")) return object["error"].toString() + '\n';
+  if (object.contains("error")) return QString();
   QString text = object["file"].toString() + '\n';
   text +=
       line("format", QStringLiteral("%1 (reader %2)").arg(object["format"].toString(), object["reader"].toString()));
@@ -159,7 +159,7 @@ SceneInfo describeScenes(const QStringList& files, const io::ImportSettings& set
   static_cast<void>(io::readSideBySide(files, control, io::Others::AreRead, read));
   for (const QString& file : files) {
     all << described[file];
-    if (described[file].contains("error")) info.complete = false;
+    if (described[file].contains("error")) info.errors << described[file]["error"].toString();
     info.text += toText(described[file]);
   }
   if (json) info.text = QString::fromUtf8(QJsonDocument(all).toJson());

@@ -9,7 +9,7 @@ namespace nubo::app {
 
 struct SceneInfo {
   QString text;
-  bool complete = true;  ///< false: a file could not be read, as the text says
+  QStringList errors;  ///< of the files that could not be read; JSON has them, too
 };
 
 /// Reads the files, and tells of each what --info promises: in words, or as a JSON list of an object each.

@@ -28,7 +28,6 @@ namespace nubo::grab {
 namespace {
 
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using trajectory::TrajectoryHandler;
 using Texts = std::vector<std::string>;
 

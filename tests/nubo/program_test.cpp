@@ -35,6 +35,7 @@ TEST_F(Program, SaysInOneLineWhatIsWrong) {
       {"$nubo --variant dusk " NUBO_TEST_DATA "/gltf/variants.gltf grabimage --filename a.png", 2,
        "no such variant; the scene has \"day\", \"night\""},
       {"$nubo --info", 2, "a model file is missing"},
+      {"$nubo --info missing.stl", 1, "cannot read 'missing.stl': there is no such file"},
       {"$nubo --json triangle.obj grabimage --filename a.png", 2, "--info FILE is missing"},
       {"$nubo builtin", 2, "a window needs a display"},
       {"$nubo --view all grabimage --filename a.png", 2, "--view all: {view} is missing in the name of a file"},

@@ -19,6 +19,7 @@ TEST_F(Program, TellsWhatIsInFiles) {
   EXPECT_EQ(deformed["animations"].toArray()[1], (QJsonObject{{"name", "LINEAR"}, {"seconds", 1}}));
   EXPECT_TRUE(files[2].toObject()["error"].toString().contains("no such file"));
   EXPECT_EQ(deformed["cameras"].toArray()[0].toObject()["name"], "side");
+  EXPECT_EQ(m_Errors, "nubo: cannot read 'missing.stl': there is no such file\n");
 
   write("door.urdf",
         "<robot name='door'><link name='wall'><visual><geometry><box size='1 1 1'/></geometry></visual></link>"
