@@ -84,8 +84,10 @@ class Batch:
 
     def resume(self, target):
         options = self._options
-        if self._words or options.slurm or options.pieces or options.piece_steps or options.program:
-            raise WrongCall("--resume goes on with the call and the pieces that there were, in the same place")
+        settled = {"--": self._words, "--slurm": options.slurm, "--pieces": options.pieces,
+                   "--piece-steps": options.piece_steps, "--program": options.program}
+        for name in filter(settled.get, settled):
+            raise WrongCall(f"--resume takes no {name}: it goes on with what the job began with")
         job = Job(folder_of(target))
         if (options.detach or options.sbatch) and not job.data["options"]["slurm"]:
             raise WrongCall("--sbatch and --detach go with --slurm")

@@ -211,7 +211,7 @@ class OnThisMachine(Recording):
                 (["--pieces", "2", "--piece-steps", "2", "--", *self.call("a.mkv")], 2, "say the same"),
                 (self.call("a.mkv"), 2, "what nubo is called with stands after --"),
                 (["--resume", "a.mkv"], 1, "there is no job"),
-                (["--pieces", "3", "--resume", "a.mkv"], 2, "the pieces that there were"),
+                (["--pieces", "3", "--resume", "a.mkv"], 2, "--resume takes no --pieces"),
                 ([], 2, "a call of nubo is needed")):
             with self.subTest(reason=reason):
                 said = self.batch(*words, status=status)
