@@ -6,8 +6,24 @@
 #include <QThread>
 
 #include "kernel/log/logger.h"
+#include "kernel/util/exceptiontext.h"
 
 namespace nubo::grab::video {
+namespace {
+
+/// What a function of the concrete encoder answers. An exception of a plug-in's would end the program, and whatever its
+/// user has not saved; so it is a failure like any other.
+template <class Function>
+bool answerOf(const char* name, const Function& function) {
+  try {
+    return function();
+  } catch (...) {
+    NUBO_LOG(log::Failure, name, util::exceptionText());
+    return false;
+  }
+}
+
+}  // namespace
 
 /// Feeds the chunks to the concrete encoder, one at a time.
 class Encoder::Runner : public QThread {
@@ -57,7 +73,8 @@ bool Encoder::Runner::encodeNext(QMutexLocker* lock) {
 
   if (percent >= 0) Q_EMIT mp_Encoder->progressChanged(percent);
   const qint64 bytes = chunk ? chunk->size() : 0;
-  if (!mp_Encoder->encodeChunk(chunk.get(), last)) {
+  if (!answerOf("nubo::grab::video::Encoder::encodeChunk",
+                [&] { return mp_Encoder->encodeChunk(chunk.get(), last); })) {
     NUBO_LOG(log::Failure, "nubo::grab::video::Encoder::Runner::run", "Couldn't encode chunk!");
     return false;
   }
@@ -104,7 +121,7 @@ bool Encoder::setOutputParameters(const QString& fileName, int width, int height
 bool Encoder::encodeVideoChunk(QIODevice* chunk, bool last) {
   if (m_State == Failed) return false;
   if (m_State == Idle) {
-    if (!initEncoding()) {
+    if (!answerOf("nubo::grab::video::Encoder::initEncoding", [this] { return initEncoding(); })) {
       m_State = Failed;
       NUBO_LOG(log::Failure, "nubo::grab::video::Encoder::encodeVideoChunk", "Couldn't initialize video encoding");
       return false;
@@ -158,7 +175,10 @@ void Encoder::abortEncoding() {
 }
 
 void Encoder::cleanUp() {
-  finishEncoding();
+  answerOf("nubo::grab::video::Encoder::finishEncoding", [this] {
+    finishEncoding();
+    return true;
+  });
   m_State = Idle;
   mp_Runner.reset();
   mp_Semaphore.reset();

@@ -31,8 +31,8 @@ namespace nubo::grab::video {
 /// video's and chunks have neither.
 ///
 /// An encoder serves one recording: setOutputParameters, encodeVideoChunk for every chunk, then waitForFinish or
-/// abortEncoding, then deletion. Its owner calls one of these two before it deletes an encoder whose output
-/// parameters were set.
+/// abortEncoding, then deletion. An exception of the concrete encoder's three functions is logged, and is a failure.
+/// Its owner calls one of these two before it deletes an encoder whose output parameters were set.
 class NUBO_MODULE_GRAB_EXPORT Encoder : public QObject {
   Q_OBJECT
 

@@ -96,8 +96,15 @@ QString VideoEncoder::loadPlugin(const QString& fileName, QList<ThirdPartyInfos>
   const auto getInfos = reinterpret_cast<ThirdPartyInfos (*)()>(library->resolve("getInfos"));
   const auto encoders = m_Encoders;
   const auto loadableFiles = m_LoadableFiles;
+  const auto frameRates = m_FrameRates;
+  const auto ranks = m_Ranks;
   try {
     const bool isRegistered = doRegister && doRegister();
+    if (!isRegistered)
+      NUBO_LOG(nubo::log::Note, RefreshPlugins,
+               (doRegister ? QStringLiteral("doRegister() of '%1' returned false")
+                           : QStringLiteral("'%1' has no function doRegister() with C linkage, and brings no format"))
+                   .arg(fileName));
     if (getInfos && infos) {
       const ThirdPartyInfos record = getInfos();
       infos->append({detached(record.name), detached(record.version), detached(record.licence), detached(record.url)});
@@ -108,6 +115,8 @@ QString VideoEncoder::loadPlugin(const QString& fileName, QList<ThirdPartyInfos>
   } catch (...) {
     m_Encoders = encoders;
     m_LoadableFiles = loadableFiles;
+    m_FrameRates = frameRates;
+    m_Ranks = ranks;
     return nubo::util::exceptionText();
   }
 }
@@ -118,6 +127,9 @@ bool VideoEncoder::registerEncoder(EncoderFactory factory, const QString& extens
   if (m_Encoders.count(key) != 0) {
     NUBO_LOG(nubo::log::Failure, "nubo::grab::video::VideoEncoder::registerEncoder",
              "You could not register the same file extension twice!");
+    NUBO_LOG(nubo::log::Note, "nubo::grab::video::VideoEncoder::registerEncoder",
+             QStringLiteral("'%1' stays with \"%2\", and \"%3\" does not get it")
+                 .arg(extension.toLower(), m_LoadableFiles[key], description));
     return false;
   }
   m_Encoders[key] = {factory, userData};

@@ -11,6 +11,7 @@
 #include <QVariant>
 #include <QVector>
 #include <atomic>
+#include <stdexcept>
 #include <vector>
 
 #include "module_grab/video/encoder.h"
@@ -38,6 +39,7 @@ class FakeEncoding {
 
   std::atomic<bool> refuse{false};         ///< initEncoding fails
   std::atomic<int> failAtChunk{-1};        ///< encodeChunk fails at the chunk of this number
+  std::atomic<bool> throws{false};         ///< where they fail, they throw "thrown", and finishEncoding does always
   std::atomic<QSemaphore*> gate{nullptr};  ///< a permit is taken for each chunk, so that a test can hold them up
 
   std::atomic<int> width{0}, height{0}, fps{0}, bitrate{0};
@@ -79,14 +81,14 @@ class FakeEncoding {
       ++m_Encoding.started;
       m_Encoding.startThread = QThread::currentThread();
       m_Encoding.contextAtStart = QOpenGLContext::currentContext() != nullptr;
-      return !m_Encoding.refuse;
+      return answer(!m_Encoding.refuse);
     }
     bool encodeChunk(QIODevice* chunk, bool last) override {
       m_Encoding.encodingThread = QThread::currentThread();
       const int number = m_Encoding.add(chunk, last);
       constexpr int Patience = 60000;
       if (QSemaphore* gate = m_Encoding.gate) gate->tryAcquire(1, Patience);
-      return number != m_Encoding.failAtChunk;
+      return answer(number != m_Encoding.failAtChunk);
     }
     void finishEncoding() override {
       ++m_Encoding.finished;
@@ -97,9 +99,15 @@ class FakeEncoding {
       m_Encoding.height = m_Height;
       m_Encoding.fps = m_Fps;
       m_Encoding.bitrate = m_Bitrate;
+      answer(false);
     }
 
    private:
+    bool answer(bool isDone) const {
+      if (!isDone && m_Encoding.throws) throw std::runtime_error("thrown");
+      return isDone;
+    }
+
     FakeEncoding& m_Encoding;
   };
 

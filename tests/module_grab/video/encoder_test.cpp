@@ -85,6 +85,7 @@ class EncoderTest : public testing::Test {
 };
 
 enum Way { Plain, Unopened, RefusesToStart, FailsAtSecond, FileIsGone };
+constexpr bool Throws = true;
 
 struct Scenario {
   const char* name;
@@ -93,6 +94,7 @@ struct Scenario {
   bool aborts;
   Sizes encoded;
   Texts failures = {};
+  bool throws = false;
 };
 
 TEST_F(EncoderTest, EncodesInOrderOnAThreadOfItsOwnAndEndsWell) {
@@ -106,11 +108,26 @@ TEST_F(EncoderTest, EncodesInOrderOnAThreadOfItsOwnAndEndsWell) {
       {"refused, aborted", RefusesToStart, {1, 2}, true, {}, {"encodeVideoChunk: Couldn't initialize video encoding"}},
       {"failed", FailsAtSecond, {1, 2, 3, 4}, false, {1, 2}, {"run: Couldn't encode chunk!"}},
       {"failed, aborted", FailsAtSecond, {1, 2, 3, 4}, true, {1, 2}, {"run: Couldn't encode chunk!"}},
+      {"thrown at the start",
+       RefusesToStart,
+       {1},
+       false,
+       {},
+       {"initEncoding: thrown", "encodeVideoChunk: Couldn't initialize video encoding", "finishEncoding: thrown"},
+       Throws},
+      {"thrown at a chunk",
+       FailsAtSecond,
+       {1, 2, 3},
+       false,
+       {1, 2},
+       {"encodeChunk: thrown", "run: Couldn't encode chunk!", "finishEncoding: thrown"},
+       Throws},
       {"gone", FileIsGone, {}, true, {}, {"abortEncoding: Couldn't remove file '" + name().toStdString() + "'"}},
   };
   for (const Scenario& row : Scenarios) {
     SCOPED_TRACE(row.name);
     makeEncoder();
+    m_Encoding.throws = row.throws;
     m_Encoding.refuse = row.way == RefusesToStart;
     m_Encoding.failAtChunk = row.way == FailsAtSecond ? 1 : -1;
     QFile::remove(name());

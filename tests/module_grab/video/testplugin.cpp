@@ -38,6 +38,7 @@ extern "C" Q_DECL_EXPORT bool doRegister() {
   for (const QString& extension : QStringLiteral(PLUGIN_EXTENSIONS).split(QLatin1Char(','))) {
     const auto create = [](void* text) -> Encoder* { return new NullEncoder(static_cast<const char*>(text)); };
     VideoEncoder::getInstance()->registerEncoder(create, extension, QStringLiteral(PLUGIN_NAME), name);
+    VideoEncoder::getInstance()->limitFrameRate(extension, 10, 0);
   }
   return PLUGIN_RESULT;
 }

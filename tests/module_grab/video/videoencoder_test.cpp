@@ -18,6 +18,7 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
 using testing::StartsWith;
 
 /// Whom the encoder for a file name comes from; empty if there is none.
@@ -85,6 +86,14 @@ TEST_F(Registry, LoadsWhatIsAPluginAndReportsWhatOnlyLooksLikeOne) {
               ElementsAre("You could not register the same file extension twice!", failed("broken", ""),
                           failed("cut", "the file is not complete"), failed("e_throwing", "refused"),
                           failed("f_mute", "refused"), failed("g_lacking", "nobodyHasIt")));
+  EXPECT_THAT(m_Log.texts(log::Note),
+              IsSupersetOf(std::vector<std::string>{
+                  "'avi' stays with \"a_first\", and \"B_second\" does not get it",
+                  "doRegister() of '" + file("c_refusing.so").toStdString() + "' returned false",
+                  "'" + file("d_bare.so").toStdString() +
+                      "' has no function doRegister() with C linkage, and brings no format"}));
+  EXPECT_EQ(VideoEncoder::getInstance()->writtenFrameRate("clip.first", 25), 0);
+  EXPECT_EQ(VideoEncoder::getInstance()->writtenFrameRate("clip.lost", 25), 25);
   for (const char* name : {"clip.avi", "CLIP.Avi", "in.a.folder/clip.AVI"}) EXPECT_EQ(encoderFor(name), "a_first");
   for (const char* name : {"my.clip.avi", "avi", "clip.ogv", "clip.lost", ""}) EXPECT_EQ(encoderFor(name), "");
 }
