@@ -2,6 +2,7 @@
 
 #include <QRegularExpression>
 #include <QStringList>
+#include <algorithm>
 #include <cmath>
 
 #include "module_scene/draw/sectionfaces.h"
@@ -39,14 +40,18 @@ QString whyNothingCut(const scene::Plane& plane, const scene::BoundingBox& box) 
                                     : QStringLiteral("the section lies outside of the scene and takes nothing away");
 }
 
-QString whatIsOpen(const QStringList& names) {
-  if (names.isEmpty()) return QString();
+/// Parts without a name are counted, not listed.
+QString whatIsOpen(QStringList names) {
   constexpr int Most = 3;
-  const QString listed = QStringList(names.mid(0, Most)).join(", ") + (names.size() > Most ? ", …" : "");
-  return names.size() == 1 ? QStringLiteral("%1 has a border where it is cut, and cannot be closed there").arg(listed)
-                           : QStringLiteral("%1 parts have borders where they are cut, and cannot be closed there: %2")
-                                 .arg(names.size())
-                                 .arg(listed);
+  const int count = names.size();
+  names.removeAll(QString());
+  if (count == 0) return QString();
+  if (count == 1)
+    return QStringLiteral("%1 has a border where it is cut, and cannot be closed there")
+        .arg(names.value(0, QStringLiteral("a part")));
+  const QString all = QStringLiteral("%1 parts have borders where they are cut, and cannot be closed there").arg(count);
+  if (names.isEmpty()) return all;
+  return all + ": " + QStringList(names.mid(0, Most)).join(", ") + (count > std::min(names.size(), Most) ? ", …" : "");
 }
 
 }  // namespace

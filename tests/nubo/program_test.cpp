@@ -187,6 +187,15 @@ TEST_F(Program, CutsTheSceneOpen) {
   ASSERT_EQ(run(ends + "--section x=9.5 grabvideo --filename a.y4m"), 0);
   EXPECT_THAT(m_Errors.toStdString(), HasSubstr(" has a border where it is cut, and cannot be closed there\n"));
   const QByteArray cut = video();
+  write("nameless.gltf",
+        R"({"asset": {"version": "2.0"}, "nodes": [{"mesh": 0}, {"mesh": 0}], "scenes": [{"nodes": [0, 1]}], "scene": 0,
+        "meshes": [{"primitives": [{"attributes": {"POSITION": 0}}]}],
+        "accessors": [{"bufferView": 0, "componentType": 5126, "count": 3, "type": "VEC3"}],
+        "bufferViews": [{"buffer": 0, "byteLength": 36}], "buffers": [{"byteLength": 36, "uri":
+        "data:application/octet-stream;base64,AAAAAAAAAAAAAAAAAACAPwAAAAAAAAAAAAAAAAAAgD8AAAAA"}]})");
+  ASSERT_EQ(run("$nubo --section x=50% nameless.gltf grabimage --filename a.png --width 20"), 0);
+  EXPECT_THAT(m_Errors.toStdString(),
+              HasSubstr("2 parts have borders where they are cut, and cannot be closed there\n"));
   ASSERT_EQ(cut.size(), whole.size());
   const auto lit = [](const QByteArray& bytes, int first) {  // of the first plane
     int count = 0;
