@@ -43,7 +43,7 @@ scene::Curve<Value> curveOf(const reader::Track& track, std::size_t each, const 
                             const Tangent& tangent) {
   const bool isCubic = track.interpolation == reader::Interpolation::Cubic;
   const std::size_t stride = isCubic ? each * 3 : each;
-  require(track.times.size() <= track.values.size() / stride);
+  require(track.times.size() <= track.values.size() / stride, "a track has fewer values than its times need");
   scene::Curve<Value> curve;
   curve.interpolation = scene::Interpolation(track.interpolation);
   for (std::size_t i = 0; i < track.times.size(); ++i) {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <new>
 
+#include "kernel/log/logger.h"
 #include "module_scene/io/importerror.h"
 #include "module_scene/io/modelbuilder.h"
 #include "module_scene/io/parts.h"
@@ -86,7 +87,9 @@ void readWithPlugin(const ReaderChoice& choice, const QString& fileName, ImportC
           builder.parts(), [&](const QString& part) { return import(part, control, Level::Part); }, result);
     if (control.cancelled) throw ImportError(ImportError::tr("reading was cancelled"));
     if (result.root->getBoundingBox().isEmpty()) throw ImportError(ImportError::tr("it holds no geometry"));
-  } catch (const reader::BadRecord&) {
+  } catch (const reader::BadRecord& bad) {
+    NUBO_LOG(log::Note, "nubo::io::readWithPlugin",
+             QStringLiteral("of '%1', reader '%2': %3").arg(fileName, choice.reader->name, QLatin1String(bad.what())));
     throw ImportError(ImportError::tr("its reader '%1' hands over what makes no sense").arg(choice.reader->name));
   }
 }

@@ -74,7 +74,7 @@ QImage MaterialBuilder::buildImage(const reader::Image& image) const {
   if (image.pixels.empty()) return QImage();
   if (image.width > MaxSide || image.height > MaxSide ||
       image.pixels.size() != std::size_t(image.width) * image.height * 4)
-    throw reader::BadRecord();
+    throw reader::BadRecord("a picture has more or fewer pixels than its size needs");
   bool opaque = true;
   for (std::size_t i = 3; i < image.pixels.size() && opaque; i += 4) opaque = image.pixels[i] == 255;
   using Kept = std::shared_ptr<const char>;

@@ -91,7 +91,8 @@ void ModelBuilder::buildMeshes() {
   std::vector<bool> isEdges(m_Model.meshes.size());
   for (const reader::Mesh& mesh : m_Model.meshes) {
     if (mesh.edges == None) continue;
-    require(named(m_Model.meshes, mesh.edges).primitive == reader::Primitive::Lines);
+    require(named(m_Model.meshes, mesh.edges).primitive == reader::Primitive::Lines,
+            "a mesh has edges that are no lines");
     isEdges[std::size_t(mesh.edges)] = true;
   }
   std::vector<bool> hadPrimitives;
@@ -117,7 +118,7 @@ void ModelBuilder::giveEdges() {
   for (std::size_t i = 0; i < m_Geometries.size(); ++i) {
     const reader::Mesh& mesh = m_Model.meshes[i];
     if (mesh.edges == None) continue;
-    require(mesh.primitive == reader::Primitive::Triangles);
+    require(mesh.primitive == reader::Primitive::Triangles, "a mesh has edges, but no triangles");
     const auto lines = std::exchange(m_Geometries[std::size_t(mesh.edges)], nullptr);
     if (m_Geometries[i] && lines) setFeatureEdges(*m_Geometries[i], lines);
   }
@@ -126,8 +127,8 @@ void ModelBuilder::giveEdges() {
 /// A copy of an array that must be empty or of that size, whose memory is let go; or of what is stored in its place.
 template <class T>
 std::vector<T> ModelBuilder::take(const reader::Array<T>& array, const reader::Stored& stored, std::uint64_t size) {
-  require(array.empty() || (array.size() == size && stored.count == 0));
-  require(stored.count == 0 || stored.count == size);
+  require((array.empty() || (array.size() == size && stored.count == 0)) && (stored.count == 0 || stored.count == size),
+          "a mesh has an array that is longer or shorter than its vertices need");
   if (stored.count > 0) {
     if constexpr (sizeof(T) == sizeof(float)) return m_Stored.read<T>(stored);
   }
@@ -158,7 +159,8 @@ util::YPointer<scene::Geometry> ModelBuilder::buildGeometry(const reader::Mesh& 
   geometry->indices = take(mesh.indices, mesh.storedIndices, indices);
   const std::size_t there = geometry->indices.size();
   dropBroken(geometry->indices, cornersOf(mesh.primitive), vertices);
-  require(mesh.storedIndices.count > 0 || geometry->indices.size() == there);
+  require(mesh.storedIndices.count > 0 || geometry->indices.size() == there,
+          "indices of a mesh name vertices that are not there, or end within a primitive");
   return geometry;
 }
 
@@ -166,7 +168,7 @@ void ModelBuilder::buildNodes(scene::SceneElement& root) {
   constexpr int MaxDepth = 500;  // elements are visited recursively
   std::vector<int> depths;
   for (const reader::Node& node : m_Model.nodes) {
-    require(node.parent >= None && node.parent < std::int32_t(m_Elements.size()));
+    require(node.parent >= None && node.parent < std::int32_t(m_Elements.size()), "a parent stands behind its child");
     depths.push_back(node.parent == None ? 0 : depths[std::size_t(node.parent)] + 1);
     if (depths.back() > MaxDepth) throw ImportError(ImportError::tr("its nodes are nested too deeply"));
     const util::YPointer<scene::SceneElement> element(
@@ -196,7 +198,7 @@ void ModelBuilder::setJoints() {
 
 std::vector<ModelBuilder::Part> ModelBuilder::parts() const {
   constexpr std::size_t Most = 10000;
-  require(m_Model.references.size() <= Most);
+  require(m_Model.references.size() <= Most, "there are too many references");
   std::vector<Part> parts;
   for (const reader::Reference& source : m_Model.references) {
     Part part{named(m_Elements, source.node), QString::fromStdString(source.file), nullptr};

@@ -8,9 +8,9 @@
 
 namespace nubo::io {
 
-/// Throws reader::BadRecord where that is not so.
-inline void require(bool holds) {
-  if (!holds) throw reader::BadRecord();
+/// Throws reader::BadRecord where that is not so; `otherwise` tells the reader's writer what is wrong then.
+inline void require(bool holds, const char* otherwise) {
+  if (!holds) throw reader::BadRecord(otherwise);
 }
 
 /// A transform by columns; identity where one of them is no number.

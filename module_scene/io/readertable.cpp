@@ -36,12 +36,12 @@ Signature readSignature(const QJsonObject& source) {
 
 ReaderFormat readFormat(const QJsonObject& source) {
   ReaderFormat format;
-  for (const QJsonValue& suffix : source[QStringLiteral("suffixes")].toArray())
+  for (const auto& suffix : source[QStringLiteral("suffixes")].toArray())
     if (!suffix.toString().isEmpty()) format.suffixes << suffix.toString().toLower();
   format.contentOnly = source[QStringLiteral("contentOnly")].toBool();
   format.inMetres = source[QStringLiteral("inMetres")].toBool();
   format.description = source[QStringLiteral("description")].toString();
-  for (const QJsonValue& signature : source[QStringLiteral("begins")].toArray()) {
+  for (const auto& signature : source[QStringLiteral("begins")].toArray()) {
     format.signatures.push_back(readSignature(signature.toObject()));
     if (format.signatures.back().bytes.isEmpty()) format.signatures.pop_back();
   }
@@ -53,20 +53,29 @@ ReaderLicence readLicence(const QJsonObject& source) {
   return {text("name"), text("version"), text("licence"), text("url")};
 }
 
-/// Without formats where the file makes no sense.
-ReaderEntry readEntry(const QFileInfo& description) {
+/// `fault` tells what is wrong with a description that makes no sense.
+ReaderEntry readEntry(const QFileInfo& description, QString& fault) {
   ReaderEntry entry;
   QFile file(description.filePath());
-  if (!file.open(QIODevice::ReadOnly)) return entry;
-  const QJsonObject source = QJsonDocument::fromJson(file.readAll()).object();
+  QJsonParseError error{};
+  const bool isOpen = file.open(QIODevice::ReadOnly);
+  const QJsonObject source = QJsonDocument::fromJson(isOpen ? file.readAll() : QByteArray(), &error).object();
   entry.name = description.completeBaseName();
   entry.library = description.dir().filePath(source[QStringLiteral("library")].toString());
-  for (const QJsonValue& format : source[QStringLiteral("formats")].toArray()) {
+  for (const auto& format : source[QStringLiteral("formats")].toArray()) {
     entry.formats.push_back(readFormat(format.toObject()));
     if (entry.formats.back().suffixes.isEmpty()) entry.formats.pop_back();
   }
-  for (const QJsonValue& licence : source[QStringLiteral("licences")].toArray())
+  for (const auto& licence : source[QStringLiteral("licences")].toArray())
     entry.licences.push_back(readLicence(licence.toObject()));
+  if (!isOpen)
+    fault = file.errorString();
+  else if (error.error != QJsonParseError::NoError)
+    fault = QStringLiteral("%1 at byte %2").arg(error.errorString()).arg(error.offset);
+  else if (!QFileInfo(entry.library).isFile())
+    fault = QStringLiteral("there is no file '%1', its \"library\"").arg(entry.library);
+  else if (entry.formats.empty())
+    fault = QStringLiteral("none of its \"formats\" has \"suffixes\"");
   return entry;
 }
 
@@ -86,12 +95,13 @@ std::vector<ReaderEntry> readReaderTable(const QStringList& folders) {
   std::vector<ReaderEntry> readers;
   for (const QString& folder : folders)
     for (const QFileInfo& description : QDir(folder).entryInfoList({QStringLiteral("*.json")}, QDir::Files)) {
-      ReaderEntry entry = readEntry(description);
-      if (!entry.formats.empty() && QFileInfo(entry.library).isFile())
+      QString fault;
+      ReaderEntry entry = readEntry(description, fault);
+      if (fault.isEmpty())
         readers.push_back(std::move(entry));
       else
         NUBO_LOG(log::Failure, "nubo::io::readReaderTable",
-                 QStringLiteral("%1 describes no reader that is there").arg(description.filePath()));
+                 QStringLiteral("%1 describes no reader that is there: %2").arg(description.filePath(), fault));
     }
   return readers;
 }

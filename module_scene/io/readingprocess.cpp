@@ -159,7 +159,8 @@ bool ReadingProcess::handle(const Message& message, const QString& text, SharedB
       m_RecordSize = message.value;
       return false;
     case Message::Refused:
-      throw ImportError(shown(text));
+      throw ImportError(text.trimmed().isEmpty() ? ImportError::tr("its reader '%1' does not say why").arg(m_ReaderName)
+                                                 : shown(text));
   }
   throw ImportError(ImportError::tr("its reader '%1' hands over what makes no sense").arg(m_ReaderName));
 }

@@ -94,7 +94,7 @@ std::array<float, 3> differenceAt(const reader::Array<float>& values, std::size_
 
 template <class T>
 std::vector<T> RigBuilder::take(const reader::Array<T>& array, std::size_t size) {
-  require(array.size() == size);
+  require(array.size() == size, "a mesh has other numbers of bones or weights than its vertices need");
   std::vector<T> result(array.begin(), array.end());
   m_Blocks.release(array.data());
   return result;
@@ -112,7 +112,7 @@ util::YPointer<Deformation> RigBuilder::take(const reader::Mesh& mesh, scene::Ge
 
 void RigBuilder::takeBones(const reader::Mesh& mesh, std::size_t vertices, Deformation& deformation) {
   constexpr std::uint32_t Most = 1024;
-  require(mesh.influences <= Most);
+  require(mesh.influences <= Most, "a mesh has too many influences");
   deformation.influences = mesh.influences;
   deformation.bones = take(mesh.bones, vertices * mesh.influences);
   deformation.weights = take(mesh.boneWeights, vertices * mesh.influences);
@@ -123,7 +123,8 @@ void RigBuilder::takeShapes(const reader::Mesh& mesh, std::size_t vertices, Defo
   if (mesh.shapes.empty()) return;
   constexpr std::size_t Most = 0x7FFFFFFF;
   for (const reader::Shape& shape : mesh.shapes)
-    require(shape.positions.size() == vertices * 3 && (shape.normals.empty() || shape.normals.size() == vertices * 3));
+    require(shape.positions.size() == vertices * 3 && (shape.normals.empty() || shape.normals.size() == vertices * 3),
+            "a shape has more or fewer vertices than its mesh");
   constexpr std::array<float, 3> Nothing{};
   for (std::size_t vertex = 0; vertex < vertices; ++vertex) {
     deformation.firstDisplacement.push_back(std::uint32_t(deformation.displacements.size()));
@@ -181,7 +182,8 @@ void RigBuilder::finish(scene::SceneElement& owner, const std::vector<util::YPoi
     m_Meshes[i].skin = reader::named(skins, m_Skins[i]);
     const std::vector<std::uint16_t>& bones = m_Meshes[i].deformation->bones;
     require(
-        std::all_of(bones.begin(), bones.end(), [&](std::uint16_t bone) { return bone < m_Meshes[i].skin->size(); }));
+        std::all_of(bones.begin(), bones.end(), [&](std::uint16_t bone) { return bone < m_Meshes[i].skin->size(); }),
+        "a mesh names a bone that its skin has not");
     for (const reader::Bone& bone : m_Model.skins[std::size_t(m_Skins[i])].bones)
       m_Bones[std::size_t(bone.node)] = true;
   }

@@ -11,7 +11,7 @@ namespace nubo::io {
 
 template <class T>
 std::vector<T> StoredNumbers::read(const reader::Stored& place) {
-  if (place.count > m_Left / sizeof(T)) throw reader::BadRecord();
+  if (place.count > m_Left / sizeof(T)) throw reader::BadRecord("far more stored numbers are named than there are");
   const std::uint64_t size = place.count * sizeof(T);
   m_Left -= size;
   if (!m_File.isOpen() && !m_File.open(QIODevice::ReadOnly | QIODevice::Unbuffered))

@@ -58,7 +58,8 @@ Entry loadReader(const char* library) {
   if (!loaded) throw reader::Refusal("the library that reads it cannot be loaded: %1", {dlerror()});
   const auto* version = static_cast<const int*>(dlsym(loaded, "nuboReaderInterface"));
   const auto entry = reinterpret_cast<Entry>(dlsym(loaded, "nuboRead"));
-  if (!version || !entry || *version != reader::InterfaceVersion)
+  if (!version || !entry) throw reader::Refusal("the library that reads it is no reader");
+  if (*version != reader::InterfaceVersion)
     throw reader::Refusal("the library that reads it is for another version of nubo");
   return entry;
 }

@@ -629,6 +629,10 @@
         <translation>sie hat zu viele Flächen</translation>
     </message>
     <message>
+        <source>the library that reads it is no reader</source>
+        <translation>die Bibliothek, die sie lesen soll, ist kein Leser</translation>
+    </message>
+    <message>
         <source>the library that reads it is for another version of nubo</source>
         <translation>die Bibliothek, die sie liest, gehört zu einer anderen Fassung von nubo</translation>
     </message>
@@ -683,6 +687,10 @@
     <message>
         <source>its reader &apos;%1&apos; was not done after %2 s, and was ended</source>
         <translation>ihr Leser „%1“ war nach %2 s nicht fertig und wurde beendet</translation>
+    </message>
+    <message>
+        <source>its reader &apos;%1&apos; does not say why</source>
+        <translation>ihr Leser „%1“ sagt nicht, warum</translation>
     </message>
     <message>
         <source>its reader &apos;%1&apos; ended unexpectedly</source>

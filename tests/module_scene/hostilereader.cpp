@@ -106,6 +106,7 @@ const std::map<std::string, std::function<void(Output&)>> Faults{
      [](Output&) {
        throw Refusal("'%1' is\nno %2", {"it", "file"});
      }},
+    {"keeps still", [](Output&) { throw Refusal(""); }},
     {"lies",
      [](Output& output) {
        output.array<char>(9);  // in a block that is shorter than what is announced

@@ -1,5 +1,5 @@
 // Readers that misbehave, and what is known of readers before they are loaded.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <QDir>
 #include <QFile>
@@ -10,9 +10,16 @@
 
 #include "module_scene/io/importer.h"
 #include "module_scene/io/readertable.h"
+#include "support/logcollector.h"
 
 namespace nubo::io {
 namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
 
 void write(const QString& name, const QByteArray& content) {
   QFile file(name);
@@ -28,11 +35,11 @@ class Reading : public testing::Test {
     ASSERT_TRUE(QDir().mkpath(folder));
     QByteArray suffixes;
     for (const char* misdeed :
-         {"writes",  "overwrites", "removes", "connects", "runs",     "forks",      "rings",  "kills",  "peeks",
-          "hides",   "allocates",  "shares",  "sleeps",   "turns",    "crashes",    "leaves", "throws", "lies",
-          "talks",   "index",      "corners", "normals",  "material", "mesh",       "parent", "enum",   "private",
-          "picture", "track",      "warns",   "bones",    "weights",  "influences", "skin",   "bone",   "shape",
-          "behaves", "bends",      "dawdles", "brings",   "stored",   "twice",      "endless"})
+         {"writes",      "overwrites", "removes", "connects", "runs",    "forks",    "rings",      "kills",  "peeks",
+          "hides",       "allocates",  "shares",  "sleeps",   "turns",   "crashes",  "leaves",     "throws", "lies",
+          "keeps still", "talks",      "index",   "corners",  "normals", "material", "mesh",       "parent", "enum",
+          "private",     "picture",    "track",   "warns",    "bones",   "weights",  "influences", "skin",   "bone",
+          "shape",       "behaves",    "bends",   "dawdles",  "brings",  "stored",   "twice",      "endless"})
       suffixes += QByteArray(suffixes.isEmpty() ? "" : ", ") + '"' + misdeed + '"';
     write(folder + "/hostile.json", "{\"library\": \"" NUBO_HOSTILE_READER "\", \"formats\": [{\"suffixes\": [" +
                                         suffixes + "], \"begins\": [{\"text\": \"HOSTILE\"}]}]}");
@@ -68,13 +75,14 @@ TEST_F(Reading, NoReaderTakesTheProgramDownOrReachesBeyondIt) {
              {"warns", "its reader 'hostile' got no further for 1 s"},
              {"crashes", "its reader 'hostile' ended unexpectedly"},
              {"leaves", "its reader 'hostile' ended unexpectedly"}, {"throws", "'it' is no file"},
-             {"lies", "makes no sense"}, {"talks", "makes no sense"}, {"index", "makes no sense"},
-             {"corners", "makes no sense"}, {"normals", "makes no sense"}, {"material", "makes no sense"},
-             {"mesh", "makes no sense"}, {"parent", "makes no sense"}, {"enum", "makes no sense"},
-             {"bones", "makes no sense"}, {"weights", "makes no sense"}, {"influences", "makes no sense"},
-             {"skin", "makes no sense"}, {"bone", "makes no sense"}, {"shape", "makes no sense"},
-             {"stored", "cut short"}, {"twice", "makes no sense"}, {"endless", "makes no sense"},
-             {"private", "memory of its own"}, {"picture", "makes no sense"}, {
+             {"keeps still", "its reader 'hostile' does not say why"}, {"lies", "makes no sense"},
+             {"talks", "makes no sense"}, {"index", "makes no sense"}, {"corners", "makes no sense"},
+             {"normals", "makes no sense"}, {"material", "makes no sense"}, {"mesh", "makes no sense"},
+             {"parent", "makes no sense"}, {"enum", "makes no sense"}, {"bones", "makes no sense"},
+             {"weights", "makes no sense"}, {"influences", "makes no sense"}, {"skin", "makes no sense"},
+             {"bone", "makes no sense"}, {"shape", "makes no sense"}, {"stored", "cut short"},
+             {"twice", "makes no sense"}, {"endless", "makes no sense"}, {"private", "memory of its own"},
+             {"picture", "makes no sense"}, {
            "track", "makes no sense"
          }
        }) {
@@ -88,6 +96,21 @@ TEST_F(Reading, NoReaderTakesTheProgramDownOrReachesBeyondIt) {
     EXPECT_TRUE(QFile::exists(name));
   }
   for (const char* format : {"behaves", "bends", "dawdles", "brings"}) EXPECT_EQ(importFile(file(format)).error, "");
+}
+
+TEST_F(Reading, TellsTheWritersOfReadersWhatMakesNoSense) {
+  struct Row {
+    const char *format, *what;
+  };
+  for (const Row& row : {Row{"index", "indices of a mesh name vertices that are not there"},
+                         {"normals", "a mesh has an array that is longer or shorter than its vertices need"},
+                         {"material", "an index names a mesh, material or the like that is not there"},
+                         {"parent", "a parent stands behind its child"},
+                         {"weights", "a mesh has other numbers of bones or weights than its vertices need"}}) {
+    const test::LogCollector log;
+    EXPECT_NE(importFile(file(row.format)).error, "");
+    EXPECT_THAT(log.texts(log::Note), Contains(HasSubstr("reader 'hostile': " + std::string(row.what))));
+  }
 }
 
 TEST_F(Reading, TakesTimeForWhatThereIsToReadOnly) {
@@ -154,9 +177,17 @@ TEST_F(Reading, DescriptionsThatMakeNoSenseAreLeftOut) {
   write(m_Folder.filePath("lost.json"), R"({"library": "lost.so", "formats": [{"suffixes": ["a"]}]})");
   write(m_Folder.filePath("bare.json"), R"({"library": "bare.json", "formats": [{"suffixes": []}]})");
   write(m_Folder.filePath("good.json"), R"({"library": "good.json", "formats": [{"suffixes": ["A"]}]})");
+  const test::LogCollector log;
   const std::vector<ReaderEntry> readers = readReaderTable({m_Folder.path()});
   ASSERT_EQ(readers.size(), 1u);
   EXPECT_EQ(readers[0].formats[0].suffixes, QStringList("a"));
+  const auto left = [this](const char* name, const char* why) {
+    const QString begin = QStringLiteral("%1 describes no reader that is there: ").arg(m_Folder.filePath(name));
+    return AllOf(StartsWith(begin.toStdString()), HasSubstr(why));
+  };
+  EXPECT_THAT(log.texts(log::Failure),
+              ElementsAre(left("bare.json", "none of its \"formats\" has \"suffixes\""),
+                          left("lost.json", "/lost.so', its \"library\""), left("text.json", " at byte ")));
 }
 
 }  // namespace

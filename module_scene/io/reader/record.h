@@ -204,15 +204,16 @@ class RecordWriter : public Visitor<RecordWriter<Places>> {
   std::string m_Bytes;
 };
 
-/// Thrown for a record that cannot have been written by a RecordWriter.
+/// Thrown for a record that cannot have been written by a RecordWriter, or whose parts do not go together.
 struct BadRecord : std::runtime_error {
-  BadRecord() : std::runtime_error("bad record") {}
+  explicit BadRecord(const char* what = "the record is damaged") : std::runtime_error(what) {}
 };
 
 /// What an index of a record names; throws BadRecord where that is not there.
 template <class T>
 const T& named(const std::vector<T>& list, std::int32_t index) {
-  if (index < 0 || std::size_t(index) >= list.size()) throw BadRecord();
+  if (index < 0 || std::size_t(index) >= list.size())
+    throw BadRecord("an index names a mesh, material or the like that is not there");
   return list[std::size_t(index)];
 }
 
