@@ -224,24 +224,28 @@ TEST_F(PointsTest, ShowWhatOpenGLAloneShowsOfThem) {
   }
 }
 
-/// A square of points, twice as many on a side as it has pixels there from the front, that rises to the right by so
-/// much of its width.
-GeometryPointer slope(double half, double rise, float width, const QColor& color) {
+/// A square of points, a bit turned, with about two for a pixel on each axis from the front. It rises by so much of its
+/// width, through z = 0 right of the middle.
+GeometryPointer slope(double half, double turn, double rise, float width, const QColor& color) {
   constexpr int Across = 200;
   std::vector<math::Vector3> places = grid(Across, -half, -half, 2 * half / (Across - 1));
-  for (math::Vector3& place : places) place[2] = rise * place[0];
+  for (math::Vector3& place : places) {
+    place = math::transformPoint(math::rotation(turn, {0, 0, 1}), place);
+    place[2] = rise * (place[0] - 0.1);
+  }
   const GeometryPointer points = test::dots(places, width);
   points->material = paint(color);
   return points;
 }
 
 TEST_F(PointsTest, BehindAWallAreSeenWhereTheyReachBeyondItOrThroughIt) {
-  for (const auto& [width, samples] : {std::pair(1.0f, 0), {3.0f, 0}, {15.6f, 0}, {2.5f, 4}, {7.3f, 4}}) {
+  // So wide that gaps are none, which would have points be larger.
+  for (const auto& [width, samples] : {std::pair(3.0f, 0), {15.6f, 0}, {3.4f, 4}, {7.3f, 4}}) {
     SCOPED_TRACE(testing::Message() << width << " pixels, " << samples << " samples");
     Shot shot;
     // On the wall lie points of another size, which are seen as they come later.
-    shot.root = element(
-        {slope(0.5, 0, width, Qt::red), slope(0.7, 0.4, width, Qt::green), slope(0.2, 0, 1.6f * width, Qt::blue)});
+    shot.root = element({slope(0.5, 0, 0, width, Qt::red), slope(0.7, 0.3, 0.4, width, Qt::green),
+                         slope(0.2, 0, 0, 1.6f * width, Qt::blue)});
     shot.transform = math::translation(0, 0, -2.9);
     shot.samples = samples;
     expectAsOpenGLAlone(shot);

@@ -56,7 +56,7 @@ inline GeometryPointer strokes(Kind kind, float width, int count, unsigned seed)
 // Of so many places on a side, at z = 0.
 inline std::vector<math::Vector3> grid(int side, double left, double low, double step) {
   std::vector<math::Vector3> places;
-  places.reserve(std::size_t(side * side));
+  places.reserve(std::size_t(side) * std::size_t(side));
   for (int row = 0; row < side; ++row)
     for (int column = 0; column < side; ++column) places.push_back({left + step * column, low + step * row, 0});
   return places;
