@@ -71,12 +71,14 @@ class SmoothBuffer {
 
   std::array<int, 2> m_Capacity{0, 0};
   int m_Samples = 0;
+  int m_SamplesRead = 0;                // of a pixel, by the program itself; 0: OpenGL takes means of them before
   SharedName m_Resolved;                // texture: one colour per pixel
-  SharedName m_Samplewise;              // renderbuffer: all samples' colours, if there are several
+  SharedName m_Samplewise;              // renderbuffer or texture: all samples' colours, if there are several
   SharedName m_Depth;                   // renderbuffer
   SharedName m_KeptColor, m_KeptDepth;  // renderbuffers of what is kept
   std::array<int, 3> m_KeptExtent{};
-  SharedName m_Program;  // for m_Fineness
+  SharedName m_Program;
+  std::array<int, 2> m_ProgramFor{};  // m_Fineness and m_SamplesRead
   GLint m_OffsetLocation = 0, m_ScaleLocation = 0, m_BackgroundLocation = 0;
 
   int m_Width = 0, m_Height = 0, m_Fineness = 0, m_Margin = 0;
