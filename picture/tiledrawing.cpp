@@ -3,6 +3,7 @@
 #include <QImage>
 #include <QObject>
 #include <QOpenGLFramebufferObject>
+#include <algorithm>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -32,6 +33,14 @@ void setUpTile(scene::SceneDrawer& drawer, const Tile& tile, const Frustum& part
   glMatrixMode(GL_MODELVIEW);
   glLoadIdentity();
   glEnable(GL_LIGHT0);
+}
+
+/// Has the lowest row be the first one.
+void turnOver(QImage& image) {
+  const std::ptrdiff_t bytes = image.bytesPerLine();
+  uchar* const rows = image.bits();
+  for (int low = 0, high = image.height() - 1; low < high; ++low, --high)
+    std::swap_ranges(rows + low * bytes, rows + (low + 1) * bytes, rows + high * bytes);
 }
 
 /// Where tiles are drawn to. While one is drawn the one before it is read back, which would otherwise have to wait
@@ -80,16 +89,21 @@ class TileBuffers {
   };
 
   void read(const Drawn& drawn) {
-    const QImage pixels = m_Framebuffers[drawn.buffer]->toImage();
+    const QSize size(drawn.tile.width, drawn.tile.height);
+    if (m_Pixels.size() != size) m_Pixels = QImage(size, QImage::Format_ARGB32_Premultiplied);
+    m_Framebuffers[drawn.buffer]->bind();
+    glReadPixels(0, 0, size.width(), size.height(), GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, m_Pixels.bits());
     m_Framebuffers[drawn.buffer]->release();
-    if (drawn.isEmpty) m_Empty = pixels;
-    m_Receiver.take(drawn.tile, pixels);
+    turnOver(m_Pixels);
+    if (drawn.isEmpty) m_Empty = m_Pixels;
+    m_Receiver.take(drawn.tile, m_Pixels);
   }
 
   TileReceiver& m_Receiver;
   std::unique_ptr<QOpenGLFramebufferObject> m_Framebuffers[2];
   int m_Current = 0;
   std::optional<Drawn> m_Drawn;  // and not read yet
+  QImage m_Pixels;               // of the last one that was read, whose memory the next one takes
   QImage m_Empty;                // the last empty one that was read
 };
 
