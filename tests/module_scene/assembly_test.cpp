@@ -244,8 +244,8 @@ TEST_F(PointsTest, BehindAWallAreSeenWhereTheyReachBeyondItOrThroughIt) {
     SCOPED_TRACE(testing::Message() << width << " pixels, " << samples << " samples");
     Shot shot;
     // On the wall lie points of another size, which are seen as they come later.
-    shot.root = element({slope(0.5, 0, 0, width, Qt::red), slope(0.7, 0.3, 0.4, width, Qt::green),
-                         slope(0.2, 0, 0, 1.6f * width, Qt::blue)});
+    shot.root = element({slope(0.5, 0, 0, width, {230, 120, 40}), slope(0.7, 0.3, 0.4, width, {60, 170, 110}),
+                         slope(0.7, 0.3, -0.4, width, {210, 200, 70}), slope(0.2, 0, 0, 1.6f * width, {90, 80, 210})});
     shot.transform = math::translation(0, 0, -2.9);
     shot.samples = samples;
     expectAsOpenGLAlone(shot);
