@@ -61,10 +61,12 @@ function(nubo_shared_library name build_folder install_folder)
   install(TARGETS ${name} EXPORT nubo LIBRARY DESTINATION ${install_folder} COMPONENT nubo)
 endfunction()
 
-# nubo_library(NAME sources...): a host library, exported through NUBO_<NAME>_EXPORT.
+# nubo_library(NAME sources...): a host library, exported through NUBO_<NAME>_EXPORT. Its file bears the version, so that
+# what was built against the interfaces of another one is not loaded, instead of calling what is not there.
 function(nubo_library name)
   nubo_shared_library(${name} ${NUBO_LIB_DIR} ${NUBO_INSTALL_TREE}/lib ${ARGN})
-  set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN")
+  set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN"
+    OUTPUT_NAME ${name}-${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 endfunction()
 
 # nubo_module(NAME sources...): a library that the host loads at start, and that plug-ins link against.

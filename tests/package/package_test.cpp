@@ -227,6 +227,15 @@ TEST_F(Package, TakesTheEncoderOfTheGuide) {
   const QByteArray frame = frames.right(frames.size() / 3);
   EXPECT_TRUE(frame.startsWith(header));
   EXPECT_GT(std::set<char>(frame.begin(), frame.end()).size(), 20U) << "a picture, not one colour";
+
+  // The same as if it had been built for another version.
+  QFile plugin(own("lib/nubo/bin/plugins/video/libppmencoder.so"));
+  const QByteArray built = contentOf(plugin.fileName());
+  ASSERT_TRUE(plugin.open(QIODevice::WriteOnly));
+  plugin.write(QByteArray(built).replace("libkernel-", "libkernel+"));
+  plugin.close();
+  EXPECT_THAT(nubo("--version"), HasSubstr("'libppmencoder' failed with error: "));
+  EXPECT_TRUE(plugin.remove());
 }
 
 TEST_F(Package, TakesTheModuleOfTheGuide) {
