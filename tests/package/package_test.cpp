@@ -231,6 +231,7 @@ TEST_F(Package, TakesTheEncoderOfTheGuide) {
   // The same as if it had been built for another version.
   QFile plugin(own("lib/nubo/bin/plugins/video/libppmencoder.so"));
   const QByteArray built = contentOf(plugin.fileName());
+  EXPECT_TRUE(built.contains("libpicture-")) << "what it does not use itself counts, too";
   ASSERT_TRUE(plugin.open(QIODevice::WriteOnly));
   plugin.write(QByteArray(built).replace("libkernel-", "libkernel+"));
   plugin.close();
