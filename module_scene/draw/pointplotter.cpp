@@ -18,32 +18,21 @@ namespace {
 /// Of depths, as they are kept.
 constexpr std::int32_t Farthest = (1 << 24) - 1;
 
-/// The bits of keys, which are ordered as the numbers are that they stand for: a bit that keeps these from being
-/// smaller than all that processors compute fast; the depth; and, as of what is as far away as other points the last in
-/// order is seen, how many might follow.
-using Bits = std::uint64_t;
+/// Keys begin with the depth, behind a bit that they all have; of what is as far away as other points the last in order
+/// is seen, so that the rest says how many might follow.
+using Key = SquarePlane::Key;
 constexpr int OrderBits = 37;
-constexpr Bits Least = Bits(1) << 61, LastInOrder = (Bits(1) << OrderBits) - 1;
+constexpr Key Least = Key(1) << 61, LastInOrder = (Key(1) << OrderBits) - 1;
 /// A point's place in order is its stroke's, counted from 1, and behind that its own in the stroke.
 constexpr int PointBits = 12;
 constexpr std::uint32_t MostOfStroke = 1u << PointBits;
 
-template <class To, class From>
-To sameBits(const From& from) {
-  static_assert(sizeof(To) == sizeof(From));
-  To to;
-  std::memcpy(&to, &from, sizeof to);
-  return to;
-}
-
-Bits depthBits(float depth) { return Least | Bits(std::int32_t(depth * float(Farthest))) << OrderBits; }
-
 /// At most that of any point that lies there or behind.
-SquarePlane::Key leastKey(float depth) { return sameBits<SquarePlane::Key>(depthBits(depth)); }
-SquarePlane::Key keyOf(float depth, Bits stroke, Bits point) {
-  return sameBits<SquarePlane::Key>(depthBits(depth) | (LastInOrder - ((stroke + 1) << PointBits | point)));
+Key leastKey(std::int32_t depth) { return Least | Key(depth) << OrderBits; }
+Key keyOf(std::int32_t depth, Key stroke, Key point) {
+  return leastKey(depth) | (LastInOrder - ((stroke + 1) << PointBits | point));
 }
-Bits orderOf(SquarePlane::Key key) { return LastInOrder - (sameBits<Bits>(key) & LastInOrder); }
+Key orderOf(Key key) { return LastInOrder - (key & LastInOrder); }
 
 /// Steps. OpenGL rounds the size of what it does not smooth.
 std::int32_t sizeOf(const Batch& batch, const Range& range, bool sampled) {
@@ -55,7 +44,18 @@ std::int32_t sizeOf(const Batch& batch, const Range& range, bool sampled) {
 /// The first pixel whose sample does not lie before a place, in steps from the first pixel's.
 int pixelAt(int steps) { return (steps + PointPlotter::Steps - 1) >> 8; }
 
-std::int32_t stepsOf(float pixels) { return std::int32_t(std::lrint(pixels * PointPlotter::Steps)); }
+/// Of at most 2^14 pixels, rounded as lrint() does it, which processors do not for several numbers at once: beside one
+/// so large, a number has no place for its fraction.
+std::int32_t stepsOf(float pixels) {
+  constexpr float Large = 3 << 22;
+  const float sum = pixels * PointPlotter::Steps + Large;
+  std::int32_t bits;
+  std::memcpy(&bits, &sum, sizeof bits);
+  constexpr std::int32_t BitsOfLarge = 0x4B400000;
+  return bits - BitsOfLarge;
+}
+
+std::int32_t keptDepth(float depth) { return std::int32_t(depth * float(Farthest)); }
 
 std::array<std::uint8_t, 4> colorOf(const Geometry& geometry) {
   std::array<std::uint8_t, 4> bytes{255, 255, 255, 255};
@@ -83,16 +83,14 @@ std::uint32_t meanOf(const std::vector<std::uint32_t>& colors) {
   return mean;
 }
 
-/// Some points of a stroke.
+/// Some points of a stroke, in loops that have the processor compute several at once, as far as that can be.
 struct Spots {
   static constexpr std::uint32_t Most = 256;
+  std::uint32_t count = 0;
   std::array<std::int32_t, Most> across, up;  ///< steps
-  std::array<SquarePlane::Key, Most> keys;
-  std::uint32_t count = 0;  ///< of those that are seen
+  std::array<std::int32_t, Most> depth;       ///< as it is kept; negative: the point is not seen
 
-  /// Those of a stroke from one of its points on. Loops of their own for what the processor can compute of several at
-  /// once, and what not.
-  void find(const Projector& projector, const float* positions, std::uint32_t points, Bits stroke, Bits first) {
+  void find(const Projector& projector, const float* positions, std::uint32_t points) {
     std::array<float, Most> x, y, z;
     for (std::uint32_t i = 0; i < points; ++i) {
       x[i] = positions[std::size_t(i) * 3];
@@ -104,32 +102,33 @@ struct Spots {
       const auto place = projector.place(clip);
       const float w = clip[3];
       const bool isSeen = (w > 0) & (std::abs(clip[0]) <= w) & (std::abs(clip[1]) <= w) & (std::abs(clip[2]) <= w);
-      x[i] = place[0];
-      y[i] = place[1];
-      z[i] = isSeen ? place[2] : -1;
+      across[i] = stepsOf(isSeen ? place[0] : 0);
+      up[i] = stepsOf(isSeen ? place[1] : 0);
+      depth[i] = keptDepth(isSeen ? place[2] : -1);
     }
-    count = 0;
-    for (std::uint32_t i = 0; i < points; ++i) {
-      if (z[i] < 0) continue;
-      across[count] = stepsOf(x[i]);
-      up[count] = stepsOf(y[i]);
-      keys[count] = keyOf(z[i], stroke, first + i);
-      ++count;
-    }
+    count = points;
   }
 
   /// As squares of that size, in steps. They cover as many whole pixels as it has, and one more on an axis where what
   /// is left of it reaches the next one's sample: so they are two squares there that begin one after the other.
-  void put(SquarePlane& plane, const PointPlotter::Sample& sample, std::int32_t size) const {
-    const std::int32_t rest = size % PointPlotter::Steps;
+  /// `number`: the stroke's, of which these are the points from `first` on.
+  void put(SquarePlane& plane, const PointPlotter::Sample& sample, std::int32_t size, Key number, Key first) const {
+    constexpr std::int32_t Wide = 1, High = 2;
+    const std::int32_t half = size / 2, rest = size % PointPlotter::Steps;
+    std::array<std::int32_t, Most> begin, more;
     for (std::uint32_t i = 0; i < count; ++i) {
-      const std::int32_t left = across[i] - size / 2 - sample[0], low = up[i] - size / 2 - sample[1];
-      const int x = pixelAt(left), y = pixelAt(low);
-      const bool isWide = x * PointPlotter::Steps - left < rest, isHigh = y * PointPlotter::Steps - low < rest;
-      plane.put(x, y, keys[i]);
-      if (isWide) plane.put(x + 1, y, keys[i]);
-      if (isHigh) plane.put(x, y + 1, keys[i]);
-      if (isWide && isHigh) plane.put(x + 1, y + 1, keys[i]);
+      const std::int32_t left = across[i] - half - sample[0], low = up[i] - half - sample[1];
+      const std::int32_t x = pixelAt(left), y = pixelAt(low);
+      begin[i] = plane.place(x, y);
+      more[i] = (x * PointPlotter::Steps - left < rest ? Wide : 0) | (y * PointPlotter::Steps - low < rest ? High : 0);
+    }
+    for (std::uint32_t i = 0; i < count; ++i) {
+      if (depth[i] < 0) continue;
+      const Key key = keyOf(depth[i], number, first + i);
+      plane.put(begin[i], key);
+      if (more[i] & Wide) plane.put(begin[i] + 1, key);
+      if (more[i] & High) plane.put(begin[i] + plane.columns(), key);
+      if (more[i] == (Wide | High)) plane.put(begin[i] + plane.columns() + 1, key);
     }
   }
 };
@@ -165,7 +164,7 @@ void PointPlotter::Stroke::place(int width, int height) {
   };
   begun = {beginOf(bounds->low[0], width), beginOf(bounds->high[0], width), beginOf(bounds->low[1], height),
            beginOf(bounds->high[1], height)};
-  nearest = leastKey(std::clamp(bounds->low[2], 0.0f, 1.0f));
+  nearest = leastKey(keptDepth(std::clamp(bounds->low[2], 0.0f, 1.0f)));
 }
 
 PointPlotter::PointPlotter() = default;
@@ -272,9 +271,9 @@ void PointPlotter::draw(std::uint32_t number) {
   const float* const positions = &stroke.brush->geometry->positions[std::size_t(stroke.firstVertex) * 3];
   Spots spots;
   for (std::uint32_t first = 0; first < stroke.count; first += Spots::Most) {
-    spots.find(stroke.brush->projector, positions + std::size_t(first) * 3, std::min(stroke.count - first, Spots::Most),
-               number, first);
-    for (std::size_t i = 0; i < m_Samples.size(); ++i) spots.put(m_Planes[i], m_Samples[i], stroke.size);
+    spots.find(stroke.brush->projector, positions + std::size_t(first) * 3,
+               std::min(stroke.count - first, Spots::Most));
+    for (std::size_t i = 0; i < m_Samples.size(); ++i) spots.put(m_Planes[i], m_Samples[i], stroke.size, number, first);
   }
 }
 
@@ -298,7 +297,7 @@ void PointPlotter::write(int y) {
 
 std::uint32_t PointPlotter::colorOf(SquarePlane::Key key) const {
   if (key == SquarePlane::Nothing) return 0;
-  const Bits order = orderOf(key);
+  const Key order = orderOf(key);
   const Stroke& stroke = m_Strokes[(order >> PointBits) - 1];
   const std::size_t vertex = stroke.firstVertex + (order & (MostOfStroke - 1));
   const std::vector<std::uint8_t>& colors = stroke.brush->geometry->colors;

@@ -28,7 +28,8 @@ class PointPlotter {
   PointPlotter(const PointPlotter&) = delete;
   PointPlotter& operator=(const PointPlotter&) = delete;
 
-  /// Draws all opaque batches of a list, which are points without light and textures, into a view of that many pixels.
+  /// Draws all opaque batches of a list, which are points without light and textures, into a view of that many pixels,
+  /// up to 2^14 on an axis.
   /// Asks the current context where so many samples of a pixel are.
   void plot(const DrawList& list, const math::Matrix4& projection, int width, int height, int samples);
   /// Of all pixels, from the lower left one: R G B A of one byte each in memory, premultiplied; 0 where there is no

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <vector>
 
 #include "module_scene/mesh/parallel.h"
@@ -24,12 +25,20 @@ void spread(int places, const Step& step) {
   }
 }
 
+/// As the processor finds it of several at once.
+Key lesser(Key a, Key b) {
+  double one, other;
+  std::memcpy(&one, &a, sizeof one);
+  std::memcpy(&other, &b, sizeof other);
+  const double least = one < other ? one : other;
+  Key result;
+  std::memcpy(&result, &least, sizeof result);
+  return result;
+}
+
 /// Has each of so many keys be the least of itself and those at its place in three other rows.
 void lower(Key* keys, const Key* a, const Key* b, const Key* c, std::ptrdiff_t count) {
-  for (std::ptrdiff_t i = 0; i < count; ++i) {
-    const Key one = a[i] < keys[i] ? a[i] : keys[i], other = b[i] < c[i] ? b[i] : c[i];
-    keys[i] = one < other ? one : other;
-  }
+  for (std::ptrdiff_t i = 0; i < count; ++i) keys[i] = lesser(lesser(a[i], keys[i]), lesser(b[i], c[i]));
 }
 
 }  // namespace

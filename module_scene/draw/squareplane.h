@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -17,19 +18,23 @@ struct PixelBounds {
 /// one view to the next.
 class SquarePlane {
  public:
-  /// At least 0. Of these numbers every processor finds the lesser of several at once.
-  using Key = double;
+  /// The bits of a number of double precision that is not negative: of these every processor finds the lesser of
+  /// several at once, and they are ordered as the numbers are. From 2^61, for what is far smaller takes long.
+  using Key = std::uint64_t;
   /// Where there is no square, and so more than any key.
-  static constexpr Key Nothing = 2;
+  static constexpr Key Nothing = Key(1) << 62;
 
   /// A view of that many pixels with no square in it; `size`: pixels, of the first squares that will be put, which may
   /// reach into the view from outside, with their middles on its edge at most.
   void begin(int width, int height, int size);
-  /// A square whose lower left pixel this is. Any number of threads at once; what comes of it has no order.
-  void put(int x, int y, Key key) {
-    Key* const least = at(x, y);
+  /// Of a pixel among all: the next one in its row is one further, and that in the next row columns() further.
+  std::int32_t place(std::int32_t x, std::int32_t y) const { return (y + m_Border) * m_Columns + x + m_Border; }
+  std::int32_t columns() const { return m_Columns; }
+  /// A square whose lower left pixel is at that place. Any number of threads at once; what comes of it has no order.
+  void put(std::int32_t place, Key key) {
+    Key* const least = &m_Keys[std::size_t(place)];
     Key found = load(least);
-    while (key < found && !__atomic_compare_exchange(least, &found, &key, true, __ATOMIC_RELAXED, __ATOMIC_RELAXED))
+    while (key < found && !__atomic_compare_exchange_n(least, &found, key, true, __ATOMIC_RELAXED, __ATOMIC_RELAXED))
       continue;
   }
   /// Whether no square with that key or a larger one shows that begins in one of these pixels, as far as they belong to
@@ -43,14 +48,8 @@ class SquarePlane {
 
  private:
   // C++ has nothing of its own for numbers that are at times but not always shared, before C++20.
-  static Key load(const Key* key) {
-    Key found;
-    __atomic_load(key, &found, __ATOMIC_RELAXED);
-    return found;
-  }
-  Key* at(int x, int y) const {
-    return &m_Keys[std::size_t(y + m_Border) * std::size_t(m_Columns) + std::size_t(x + m_Border)];
-  }
+  static Key load(const Key* key) { return __atomic_load_n(key, __ATOMIC_RELAXED); }
+  Key* at(int x, int y) const { return &m_Keys[std::size_t(place(x, y))]; }
   void spreadAlong(Key* row, int places, std::vector<Key>& before) const;
   void spreadUp(Key* columns, int count, int places) const;
 
