@@ -95,19 +95,28 @@ void ModelBuilder::buildMeshes() {
             "a mesh has edges that are no lines");
     isEdges[std::size_t(mesh.edges)] = true;
   }
-  std::vector<bool> hadPrimitives;
-  for (std::size_t i = 0; i < m_Model.meshes.size(); ++i) {
-    const reader::Mesh& mesh = m_Model.meshes[i];
-    m_Geometries.push_back(buildGeometry(mesh, m_Chosen[i]));
-    hadPrimitives.push_back(!m_Geometries[i]->indices.empty());
-    m_Deformations.push_back(RigBuilder::isDeformed(mesh) ? m_Rig.take(mesh, *m_Geometries[i]) : nullptr);
-  }
-  scene::runOnCores(m_Geometries.size(), [&](std::size_t i) {
+  const std::size_t count = m_Model.meshes.size();
+  for (std::size_t i = 0; i < count; ++i) m_Geometries.push_back(newGeometry(m_Model.meshes[i], m_Chosen[i]));
+  m_Deformations.resize(count);
+  std::vector<char> hadPrimitives(count);  // no bits: each is written on another thread
+  const auto isDeformed = [this](std::size_t i) { return RigBuilder::isDeformed(m_Model.meshes[i]); };
+  const auto prepareShown = [&](std::size_t i) {
     if (!isEdges[i]) prepare(*m_Geometries[i]);
+  };
+  scene::runOnCores(count, [&](std::size_t i) {
+    takeArrays(m_Model.meshes[i], *m_Geometries[i]);
+    hadPrimitives[i] = !m_Geometries[i]->indices.empty();
+    if (!isDeformed(i)) prepareShown(i);
+  });
+  // What deforms vertices goes by the order in which the file has them, which preparing them changes.
+  for (std::size_t i = 0; i < count; ++i)
+    if (isDeformed(i)) m_Deformations[i] = m_Rig.take(m_Model.meshes[i], *m_Geometries[i]);
+  scene::runOnCores(count, [&](std::size_t i) {
+    if (isDeformed(i)) prepareShown(i);
   });
   for (std::size_t i = 0; i < m_Geometries.size(); ++i) {
     if (!m_Geometries[i]->indices.empty() || isEdges[i]) continue;
-    m_Dropped = m_Dropped || hadPrimitives[i];
+    m_Dropped = m_Dropped || hadPrimitives[i] != 0;
     m_Geometries[i] = nullptr;
   }
   giveEdges();
@@ -138,30 +147,35 @@ std::vector<T> ModelBuilder::take(const reader::Array<T>& array, const reader::S
   return result;
 }
 
-util::YPointer<scene::Geometry> ModelBuilder::buildGeometry(const reader::Mesh& mesh, std::int32_t material) {
-  constexpr std::size_t MostVertices = 0x7FFFFFFF;
+/// Without its arrays.
+util::YPointer<scene::Geometry> ModelBuilder::newGeometry(const reader::Mesh& mesh, std::int32_t material) const {
   util::YPointer<scene::Geometry> geometry(new scene::Geometry);
   geometry->kind = mesh.primitive == reader::Primitive::Triangles ? scene::KindFaces
                    : mesh.primitive == reader::Primitive::Lines   ? scene::KindLines
                                                                   : scene::KindPoints;
   if (std::isfinite(mesh.width)) geometry->width = std::clamp(mesh.width, 0.1f, 100.0f);
   if (material != None) geometry->material = named(m_Materials, material);
+  return geometry;
+}
+
+/// Called for several meshes at once.
+void ModelBuilder::takeArrays(const reader::Mesh& mesh, scene::Geometry& geometry) {
+  constexpr std::size_t MostVertices = 0x7FFFFFFF;
   const std::uint64_t vertices = std::max<std::uint64_t>(mesh.positions.size(), mesh.storedPositions.count) / 3;
   if (vertices >= MostVertices) throw ImportError(ImportError::tr("it has too many vertices"));
-  geometry->positions = take(mesh.positions, mesh.storedPositions, vertices * 3);
-  geometry->normals = take(mesh.normals, mesh.storedNormals, vertices * 3);
-  geometry->colors = take(mesh.colors, {}, vertices * 4);
-  if (usesCoordinates(geometry->material.get(), 0)) geometry->texCoords = take(mesh.texCoords, {}, vertices * 2);
-  if (usesCoordinates(geometry->material.get(), 1))
-    geometry->secondTexCoords = take(mesh.secondTexCoords, {}, vertices * 2);
+  geometry.positions = take(mesh.positions, mesh.storedPositions, vertices * 3);
+  geometry.normals = take(mesh.normals, mesh.storedNormals, vertices * 3);
+  geometry.colors = take(mesh.colors, {}, vertices * 4);
+  if (usesCoordinates(geometry.material.get(), 0)) geometry.texCoords = take(mesh.texCoords, {}, vertices * 2);
+  if (usesCoordinates(geometry.material.get(), 1))
+    geometry.secondTexCoords = take(mesh.secondTexCoords, {}, vertices * 2);
   const std::uint64_t indices = std::max<std::uint64_t>(mesh.indices.size(), mesh.storedIndices.count);
   if (indices >= MostVertices) throw ImportError(ImportError::tr("it has too many faces"));
-  geometry->indices = take(mesh.indices, mesh.storedIndices, indices);
-  const std::size_t there = geometry->indices.size();
-  dropBroken(geometry->indices, cornersOf(mesh.primitive), vertices);
-  require(mesh.storedIndices.count > 0 || geometry->indices.size() == there,
+  geometry.indices = take(mesh.indices, mesh.storedIndices, indices);
+  const std::size_t there = geometry.indices.size();
+  dropBroken(geometry.indices, cornersOf(mesh.primitive), vertices);
+  require(mesh.storedIndices.count > 0 || geometry.indices.size() == there,
           "indices of a mesh name vertices that are not there, or end within a primitive");
-  return geometry;
 }
 
 void ModelBuilder::buildNodes(scene::SceneElement& root) {

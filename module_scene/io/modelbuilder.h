@@ -33,7 +33,8 @@ class ModelBuilder {
  private:
   void chooseMaterials(const QString& variant);
   void buildMeshes();
-  util::YPointer<scene::Geometry> buildGeometry(const reader::Mesh& mesh, std::int32_t material);
+  util::YPointer<scene::Geometry> newGeometry(const reader::Mesh& mesh, std::int32_t material) const;
+  void takeArrays(const reader::Mesh& mesh, scene::Geometry& geometry);
   void giveEdges();
   template <class T>
   std::vector<T> take(const reader::Array<T>& array, const reader::Stored& stored, std::uint64_t size);

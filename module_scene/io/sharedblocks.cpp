@@ -86,6 +86,7 @@ void* SharedBlocks::find(const reader::Place& place, std::size_t size, std::size
 }
 
 void SharedBlocks::release(const void* array) {
+  const std::lock_guard<std::mutex> lock(m_Mutex);
   for (Block& block : m_Blocks) {
     if (!block.holds(array)) continue;
     if (--block.users == 0) free(block);
@@ -94,6 +95,7 @@ void SharedBlocks::release(const void* array) {
 }
 
 std::shared_ptr<const char> SharedBlocks::keep(const void* array) const {
+  const std::lock_guard<std::mutex> lock(m_Mutex);
   const auto found =
       std::find_if(m_Blocks.begin(), m_Blocks.end(), [array](const Block& block) { return block.holds(array); });
   return found == m_Blocks.end() ? nullptr : found->memory;

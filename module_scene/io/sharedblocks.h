@@ -4,13 +4,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "module_scene/io/reader/record.h"
 
 namespace nubo::io {
 
-/// Blocks of memory that this process makes and the other one fills. Their sizes can never change. Used on one thread.
+/// Blocks of memory that this process makes and the other one fills. Their sizes can never change. Used on one
+/// thread, but for release() and keep().
 class SharedBlocks {
  public:
   explicit SharedBlocks(std::uint64_t limit) : m_Left(limit) {}
@@ -26,7 +28,7 @@ class SharedBlocks {
   reader::Model readRecord(std::uint64_t size);
   /// The memory behind an array of the record. Throws reader::BadRecord for what is not there.
   void* find(const reader::Place& place, std::size_t size, std::size_t alignment);
-  /// Called once for each array of the record when it is done with: memory that no other needs is freed.
+  /// Called once for each array of the record when it is done with: memory that no other needs is freed. On any thread.
   void release(const void* array);
   /// Keeps the memory of an array where it is for as long as the returned pointer or a copy of it lives, even beyond
   /// this object; from any thread. It is never written again.
@@ -46,6 +48,7 @@ class SharedBlocks {
   std::uint64_t m_Left;  ///< bytes that may still be asked for
   std::uint64_t m_Readable = 0;
   std::vector<Block> m_Blocks;
+  mutable std::mutex m_Mutex;  ///< guards who uses the blocks, once the record is read
 };
 
 }  // namespace nubo::io

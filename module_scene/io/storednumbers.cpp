@@ -11,14 +11,14 @@ namespace nubo::io {
 
 template <class T>
 std::vector<T> StoredNumbers::read(const reader::Stored& place) {
-  if (place.count > m_Left / sizeof(T)) throw reader::BadRecord("far more stored numbers are named than there are");
+  std::uint64_t left = m_Left;
+  do
+    if (place.count > left / sizeof(T)) throw reader::BadRecord("far more stored numbers are named than there are");
+  while (!m_Left.compare_exchange_weak(left, left - place.count * sizeof(T)));
   const std::uint64_t size = place.count * sizeof(T);
-  m_Left -= size;
-  if (!m_File.isOpen() && !m_File.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-    throw ImportError(m_File.errorString());
-  const auto whole = std::uint64_t(m_File.size());
+  std::call_once(m_Opened, [this] { open(); });
   // Before memory is taken for what is not there.
-  if (place.offset > whole || size > whole - place.offset) throwShort();
+  if (place.offset > m_FileSize || size > m_FileSize - place.offset) throwShort();
   std::vector<T> numbers = scene::readyList<T>(std::size_t(place.count));
   numbers.resize(std::size_t(place.count));
   char* const bytes = reinterpret_cast<char*>(numbers.data());
@@ -35,6 +35,11 @@ std::vector<T> StoredNumbers::read(const reader::Stored& place) {
       },
       WorthAThread);
   return numbers;
+}
+
+void StoredNumbers::open() {
+  if (!m_File.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) throw ImportError(m_File.errorString());
+  m_FileSize = std::uint64_t(m_File.size());
 }
 
 void StoredNumbers::throwShort() { throw ImportError(ImportError::tr("the file was cut short while it was read")); }

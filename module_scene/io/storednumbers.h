@@ -2,13 +2,15 @@
 #pragma once
 
 #include <QFile>
+#include <atomic>
+#include <mutex>
 #include <vector>
 
 #include "module_scene/io/reader/record.h"
 
 namespace nubo::io {
 
-/// Reads them, on all cores: a mapping of a file that gets shorter would end the program. Used on one thread.
+/// Reads them, long ones on all cores: a mapping of a file that gets shorter would end the program. On any thread.
 class StoredNumbers {
  public:
   /// No more than `limit` bytes are read in all.
@@ -20,9 +22,12 @@ class StoredNumbers {
 
  private:
   [[noreturn]] static void throwShort();
+  void open();
 
   QFile m_File;
-  std::uint64_t m_Left;
+  std::once_flag m_Opened;
+  std::uint64_t m_FileSize = 0;
+  std::atomic<std::uint64_t> m_Left;
 };
 
 }  // namespace nubo::io

@@ -32,14 +32,8 @@ double number(const unsigned char* bytes, double greatest) {
   return greatest > 0 ? std::max(double(value) / greatest, -1.0) : double(value);
 }
 
-/// Of the types that indices have; any other number is made a whole one.
+/// Any number is made a whole one.
 std::uint32_t indexAt(const unsigned char* bytes, int componentType) {
-  const auto as = [bytes](auto value) {
-    std::memcpy(&value, bytes, sizeof value);
-    return std::uint32_t(value);
-  };
-  if (componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT) return as(std::uint16_t());
-  if (componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT) return as(std::uint32_t());
   constexpr double Most = 0xFFFFFFFF;
   return std::uint32_t(std::clamp(componentAt(bytes, componentType, false), 0.0, Most));
 }
@@ -200,15 +194,27 @@ Array<std::uint32_t> Accessors::integers(int number) {
   constexpr std::size_t MostValues = std::size_t(1) << 32;
   if (accessor.count > MostValues) throwDamaged();
   const Array<std::uint32_t> result = m_Output.array<std::uint32_t>(accessor.count);
-  visit(number, [&](std::size_t i, const unsigned char* bytes) { result[i] = indexAt(bytes, accessor.componentType); });
+  // A loop of its own for each of the types that indices have nearly always.
+  const auto take = [&](auto value) {
+    visit(number, [&](std::size_t i, const unsigned char* bytes) {
+      std::memcpy(&value, bytes, sizeof value);
+      result[i] = value;
+    });
+  };
+  const int type = accessor.componentType;
+  if (type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT)
+    take(std::uint16_t());
+  else if (type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT)
+    take(std::uint32_t());
+  else
+    visit(number, [&](std::size_t i, const unsigned char* bytes) { result[i] = indexAt(bytes, type); });
   return result;
 }
 
 Stored Accessors::stored(int number, int each, int componentType) {
-  constexpr std::size_t Many = 1 << 16;
   const tinygltf::Accessor& accessor = elementOf(m_Source.accessors, number);
   if (Q_BYTE_ORDER != Q_LITTLE_ENDIAN || accessor.componentType != componentType || components(number) != each ||
-      accessor.normalized || accessor.sparse.isSparse || accessor.bufferView < 0 || accessor.count < Many)
+      accessor.normalized || accessor.sparse.isSparse || accessor.bufferView < 0)
     return {};
   const tinygltf::BufferView& view = elementOf(m_Source.bufferViews, accessor.bufferView);
   const std::size_t size = sizeOfComponent(componentType) * std::size_t(each);

@@ -34,7 +34,7 @@ class Accessors {
   /// Whole numbers, one of each value.
   Array<std::uint32_t> integers(int accessor);
   /// Where an accessor's numbers are in the file as a program has them in memory, if there are `each` of this type in a
-  /// value, and so many that they are worth it.
+  /// value.
   Stored stored(int accessor, int each, int componentType);
   struct Bytes {
     const unsigned char* data = nullptr;
