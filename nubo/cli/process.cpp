@@ -20,17 +20,17 @@ void occupyClosedStreams() {
 }
 
 /// Models and pictures are large blocks that come and go. Left to itself, the C library soon keeps freed blocks of up
-/// to 32 MB for later, which the next large picture then finds missing; a tile still comes from what it keeps. And what
-/// one thread frees is there for the next, so that loading, drawing and writing share their memory. Software OpenGL
-/// takes and frees a megabyte with each call that draws: to give that back to the system and have it again took longer
-/// than a tenth of drawing.
+/// to 32 MB for later, which the next large picture then finds missing; a tile still comes from what it keeps. Software
+/// OpenGL takes and frees a megabyte with each call that draws: to give that back to the system and have it again took
+/// longer than a tenth of drawing. Threads that prepare many small meshes at once must not wait for each other to have
+/// memory, so that there is some for each of a few; no more, as what one frees is not there for others then.
 void tuneAllocator() {
 #ifdef __GLIBC__
-  constexpr int LargeBlock = 4 << 20, Kept = 40 << 20, More = 1 << 20;
+  constexpr int LargeBlock = 4 << 20, Kept = 40 << 20, More = 1 << 20, Arenas = 8;
   mallopt(M_MMAP_THRESHOLD, LargeBlock);
   mallopt(M_TRIM_THRESHOLD, Kept);
   mallopt(M_TOP_PAD, More);
-  mallopt(M_ARENA_MAX, 1);
+  mallopt(M_ARENA_MAX, Arenas);
 #endif
 }
 
