@@ -103,16 +103,17 @@ class Surface::EdgePairs {
   /// since where clusters share nearly all they have a list of all would take more memory than the mesh.
   void collect(std::size_t round) {
     m_Shared.assign(rangeCount(m_Surface.m_Clusters.size(), ClustersWorthAThread), std::vector<EdgeList>(Parts));
-    std::vector<ClusterEdges> edges(m_Shared.size());
-    std::vector<EdgeTable> tables(m_Shared.size());
     forClusters([&](std::size_t cluster, std::size_t range) {
-      list(cluster, edges[range]);
-      for (const Edge edge : edges[range].shared)
+      // Kept for the next cluster, be it one of another mesh: of many small ones, memory would take longer than edges.
+      static thread_local ClusterEdges edges;
+      static thread_local EdgeTable table;
+      list(cluster, edges);
+      for (const Edge edge : edges.shared)
         if (const std::size_t part = partOf(edge); part % m_Rounds == round) m_Shared[range][part].push_back(edge);
       if (round > 0) return;
-      tables[range].begin(edges[range].own.size());
-      tables[range].add(edges[range].own);
-      if (!tables[range].arePaired()) m_ArePaired = false;
+      table.begin(edges.own.size());
+      table.add(edges.own);
+      if (!table.arePaired()) m_ArePaired = false;
     });
   }
 
