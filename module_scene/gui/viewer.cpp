@@ -26,7 +26,9 @@ Viewer::~Viewer() {
   s_Viewer = nullptr;
   scene::setGlobalScene(nullptr);
   scene::setGlobalContext(nullptr);
-  m_Scene = nullptr;  // before the context, which frees what OpenGL holds of it
+  // Before the scene: with the last context goes all that OpenGL holds. One by one, the buffers of many parts are each
+  // looked for in a list of all.
+  m_Context = nullptr;
 }
 
 Viewer* Viewer::getInstance() { return s_Viewer; }
