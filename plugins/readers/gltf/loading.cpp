@@ -36,9 +36,21 @@ std::string firstLine(std::string text) {
   return text.substr(0, text.find('\n'));
 }
 
+/// Makes room for as many as there will be: to move them takes as long as to read them.
+template <class T>
+void reserve(std::vector<T>& list, const rapidjson::Document& gltf, const char* name) {
+  if (!gltf.IsObject()) return;
+  const auto found = gltf.FindMember(name);
+  if (found != gltf.MemberEnd() && found->value.IsArray()) list.reserve(found->value.Size());
+}
+
 }  // namespace
 
 void load(rapidjson::Document gltf, const std::string& folder, tinygltf::TinyGLTF& loader, tinygltf::Model& model) {
+  reserve(model.accessors, gltf, "accessors");
+  reserve(model.bufferViews, gltf, "bufferViews");
+  reserve(model.meshes, gltf, "meshes");
+  reserve(model.nodes, gltf, "nodes");
   const std::string text = "parsed already";  // an empty one would be refused
   std::string error, warning;
   parsedalready::s_Next = std::move(gltf);
