@@ -71,6 +71,8 @@ class NUBO_MODULE_GRAB_EXPORT VideoHandler : public QObject, private FrameFlow {
   int framesPerSecond() const { return m_Fps; }
   /// How many frames there are so far. Any thread.
   int framesGrabbed() const { return m_FramesGrabbed; }
+  /// How many of them the encoder has taken in without a failure. Any thread.
+  int framesEncoded() const { return m_FramesEncoded; }
   /// How many there will be if nobody ends the recording: those of a recording in step, else 0. Any thread.
   int framesPlanned() const { return m_FramesPlanned; }
   /// Ends the recording and returns when everything grabbed is encoded.

@@ -283,12 +283,15 @@ void GrabVideo::finishVideo(const QString& fileName) {
   const int grabbed = mp_VideoHandler->framesGrabbed(), planned = mp_VideoHandler->framesPlanned();
   if (grabbed < planned) updateEndedEarly(tr("%L1 of %L2 frames").arg(grabbed).arg(planned));
   NUBO_LOG(log::Milestone, "nubo::commands::grab::GrabVideo::execute", tr("Video '%1' encoding done").arg(fileName));
-  giveFact(QStringLiteral("frames"), grabbed);
+  // Where the encoder has failed, the file has not got all that was grabbed.
+  const int encoded = mp_VideoHandler->framesEncoded();
+  if (encoded < grabbed) giveFact(QStringLiteral("complete"), false);
+  giveFact(QStringLiteral("frames"), encoded);
   giveFact(QStringLiteral("width"), mp_VideoHandler->frameSize().width());
   giveFact(QStringLiteral("height"), mp_VideoHandler->frameSize().height());
   const int fps = VideoEncoder::getInstance()->writtenFrameRate(fileName, mp_VideoHandler->framesPerSecond());
   giveFact(QStringLiteral("framesPerSecond"), fps);
-  if (planned > 0 && fps > 0) giveFact(QStringLiteral("seconds"), double(grabbed) / fps);
+  if (planned > 0 && fps > 0) giveFact(QStringLiteral("seconds"), double(encoded) / fps);
 }
 
 void GrabVideo::abandonVideo() {

@@ -1211,6 +1211,10 @@
         <translation>%1 s</translation>
     </message>
     <message>
+        <source>Not complete: %1</source>
+        <translation>Nicht vollständig: %1</translation>
+    </message>
+    <message>
         <source>%1 × %2 pixels</source>
         <translation>%1 × %2 Pixel</translation>
     </message>

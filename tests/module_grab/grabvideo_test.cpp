@@ -287,11 +287,17 @@ TEST_F(RecordingTest, AnEncoderThatFailsEndsNothingButItself) {
     gui::ScenePanel* panel = makePanel(BigSize, BigSize);
     main::Command& command = makeCommand(m_Host.file("a.fake"));
     const CommandWatch watch(command);
+    QVariantMap facts;
+    QObject::connect(
+        command.monitor(), &main::CommandMonitor::factGiven, command.monitor(),
+        [&facts](const QString& name, const QVariant& value) { facts[name] = value; }, Qt::DirectConnection);
     ASSERT_TRUE(record(
         command, [&] { return watch.grabbed() > 4 && !m_Log.messages(log::Failure).empty(); },
         [&] { row.closes ? closePanel(panel) : command.abort(); }));
     EXPECT_EQ(m_Log.messages(log::Failure), Texts{row.failure});
     EXPECT_EQ(watch.detail(), QStringLiteral("%1 frames, %2 encoded").arg(watch.grabbed()).arg(row.encoded));
+    EXPECT_EQ(facts.value("complete"), row.closes ? QVariant() : QVariant(false));
+    EXPECT_EQ(facts.value("frames"), row.closes ? QVariant() : QVariant(row.encoded));
     EXPECT_EQ(m_Encoding.finished, 1);
     EXPECT_EQ(m_Encoding.alive, 0);
     EXPECT_EQ(QFile::exists(m_Host.file("a.fake")), !row.closes);

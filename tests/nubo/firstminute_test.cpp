@@ -10,6 +10,7 @@
 #include <QSpinBox>
 
 #include "nubo/window/panels/panelframe.h"
+#include "nubo/window/results/resultview.h"
 #include "nubo/windowfixture.h"
 
 namespace nubo::test {
@@ -83,6 +84,8 @@ TEST_F(FirstMinute, TakesAPictureForPaper) {
   EXPECT_EQ(picture.dotsPerMeterX(), qRound(300 / 0.0254));
   EXPECT_EQ(text("resultName"), "cube.png");
   EXPECT_TRUE(text("resultFigures").startsWith("3,508 × 2,480 pixels, ")) << text("resultFigures").toStdString();
+  EXPECT_EQ(window::figuresOf({{"complete", false}, {"width", 96}, {"height", 64}}, 12),
+            "Not complete: 96 × 64 pixels, 12 bytes");
   EXPECT_EQ(window->findChild<QLabel*>("resultPicture")->pixmap(Qt::ReturnByValue).width(), 256);
 
   press("resultOpen");

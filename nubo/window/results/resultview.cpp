@@ -40,7 +40,8 @@ QString figuresOf(const QVariantMap& facts, qint64 bytes) {
   if (width > 0 && height > 0)
     figures << ResultView::tr("%1 × %2 pixels").arg(QLocale().toString(width), QLocale().toString(height));
   figures << QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
-  return figures.join(QStringLiteral(", "));
+  const QString all = figures.join(QStringLiteral(", "));
+  return facts.value(QStringLiteral("complete"), true).toBool() ? all : ResultView::tr("Not complete: %1").arg(all);
 }
 
 ResultView::ResultView(QWidget* parent)

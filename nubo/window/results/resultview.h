@@ -48,6 +48,7 @@ class ResultView : public QWidget {
 };
 
 /// "4,000 × 3,000 pixels, 2.3 MB" or "250 frames, 10.0 s, 1,280 × 720 pixels, 2.3 MB": as much of it as is told.
+/// Behind "Not complete: " where that is told, too.
 QString figuresOf(const QVariantMap& facts, qint64 bytes);
 
 }  // namespace nubo::window
