@@ -3,6 +3,7 @@
 #include <QImage>
 #include <QObject>
 #include <QOpenGLFramebufferObject>
+#include <QOpenGLFunctions>
 #include <algorithm>
 #include <limits>
 #include <memory>
@@ -43,37 +44,36 @@ void turnOver(QImage& image) {
     std::swap_ranges(rows + low * bytes, rows + (low + 1) * bytes, rows + high * bytes);
 }
 
-/// Where tiles are drawn to. While one is drawn the one before it is read back, which would otherwise have to wait
-/// until it is drawn to the end.
-class TileBuffers {
+/// Where tiles are drawn to: a framebuffer with two pages of colours, which neighbours of one size share. While one
+/// page is drawn the other is read back, which would otherwise have to wait until its own tile is drawn to the end.
+class TileBuffer {
  public:
-  explicit TileBuffers(TileReceiver& receiver) : m_Receiver(receiver) {}
+  explicit TileBuffer(TileReceiver& receiver) : m_Receiver(receiver) {}
 
-  /// Binds a framebuffer for the next tile; false if it has none.
+  /// Binds the framebuffer for the next tile; false if it has none.
   bool begin(const Tile& tile) {
-    m_Current = 1 - m_Current;
-    auto& framebuffer = m_Framebuffers[m_Current];
     const QSize size(tile.width, tile.height);
-    // Neighbours of one size share a framebuffer.
-    if (!framebuffer || framebuffer->size() != size) {
-      framebuffer.reset();
-      framebuffer = std::make_unique<QOpenGLFramebufferObject>(size, QOpenGLFramebufferObject::CombinedDepthStencil,
-                                                               GL_TEXTURE_2D, GL_RGBA8);
+    if (!m_Framebuffer || m_Framebuffer->size() != size) {
+      finish();
+      create(size);
     }
-    return framebuffer->bind();
+    m_Page = (m_Page + 1) % m_Framebuffer->sizes().size();
+    if (!m_Framebuffer->bind()) return false;
+    glDrawBuffer(GLenum(GL_COLOR_ATTACHMENT0 + m_Page));
+    return true;
   }
   /// The tile is drawn, as far as that is up to the caller; an empty one has nothing but the background.
   void end(const Tile& tile, bool isEmpty) {
     // Large pictures have many that need neither be filled nor be read, since they are all the same.
-    if (isEmpty && m_Empty.size() == QSize(tile.width, tile.height)) {
-      const QImage same = m_Empty;  // the one that is read now may be of another size
+    if (isEmpty && m_Empty.size() == m_Framebuffer->size()) {
       finish();
-      m_Framebuffers[m_Current]->release();
-      return m_Receiver.take(tile, same);
+      m_Framebuffer->release();
+      return m_Receiver.take(tile, m_Empty);
     }
     glFlush();
-    const std::optional<Drawn> before = std::exchange(m_Drawn, Drawn{tile, m_Current, isEmpty});
+    const std::optional<Drawn> before = std::exchange(m_Drawn, Drawn{tile, m_Page, isEmpty});
     if (before) read(*before);
+    if (m_Framebuffer->sizes().size() == 1) finish();
   }
   /// Reads the last one.
   void finish() {
@@ -84,24 +84,34 @@ class TileBuffers {
  private:
   struct Drawn {
     Tile tile;
-    int buffer;
+    int page;
     bool isEmpty;
   };
+
+  void create(QSize size) {
+    m_Framebuffer.reset();
+    m_Framebuffer = std::make_unique<QOpenGLFramebufferObject>(size, QOpenGLFramebufferObject::CombinedDepthStencil,
+                                                               GL_TEXTURE_2D, GL_RGBA8);
+    const auto* functions = QOpenGLContext::currentContext()->functions();
+    if (functions->hasOpenGLFeature(QOpenGLFunctions::MultipleRenderTargets))
+      m_Framebuffer->addColorAttachment(size, GL_RGBA8);
+  }
 
   void read(const Drawn& drawn) {
     const QSize size(drawn.tile.width, drawn.tile.height);
     if (m_Pixels.size() != size) m_Pixels = QImage(size, QImage::Format_ARGB32_Premultiplied);
-    m_Framebuffers[drawn.buffer]->bind();
+    m_Framebuffer->bind();
+    glReadBuffer(GLenum(GL_COLOR_ATTACHMENT0 + drawn.page));
     glReadPixels(0, 0, size.width(), size.height(), GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, m_Pixels.bits());
-    m_Framebuffers[drawn.buffer]->release();
+    m_Framebuffer->release();
     turnOver(m_Pixels);
     if (drawn.isEmpty) m_Empty = m_Pixels;
     m_Receiver.take(drawn.tile, m_Pixels);
   }
 
   TileReceiver& m_Receiver;
-  std::unique_ptr<QOpenGLFramebufferObject> m_Framebuffers[2];
-  int m_Current = 0;
+  std::unique_ptr<QOpenGLFramebufferObject> m_Framebuffer;
+  int m_Page = 0;
   std::optional<Drawn> m_Drawn;  // and not read yet
   QImage m_Pixels;               // of the last one that was read, whose memory the next one takes
   QImage m_Empty;                // the last empty one that was read
@@ -113,9 +123,9 @@ bool renderTiles(const Picture& picture, const TileRange& range, int edge, util:
   const int width = picture.size.width(), height = picture.size.height();
   const TileGrid grid(width, height, edge);
   const Frustum whole = pictureFrustum(width, height, scene::SceneDrawer::ZNEAR);
-  TileBuffers buffers(receiver);
+  TileBuffer buffer(receiver);
   const auto render = [&](const Tile& tile) {
-    if (!buffers.begin(tile)) return false;
+    if (!buffer.begin(tile)) return false;
     setUpTile(picture.drawer, tile, tileFrustum(tile, whole, width, height));
     picture.drawer.glDraw(picture.root, nullptr, picture.transform, 0.0, 3, 7);
     return true;
@@ -126,9 +136,9 @@ bool renderTiles(const Picture& picture, const TileRange& range, int edge, util:
     progress.setValue(int(double(i) / range.count * 100.0));
     const Tile tile = grid.tile(range.first + i);
     isBound = render(tile);
-    if (isBound) buffers.end(tile, picture.drawer.isEmpty());
+    if (isBound) buffer.end(tile, picture.drawer.isEmpty());
   }
-  buffers.finish();
+  buffer.finish();
   if (!isBound) receiver.fail("Couldn't bind framebuffer object!");
   return isBound;
 }
