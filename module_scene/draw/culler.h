@@ -5,7 +5,8 @@
 #include <cmath>
 #include <limits>
 
-#include "module_scene/draw/drawlist.h"
+#include "module_scene/draw/viewquery.h"
+#include "module_scene/mesh/boxtree.h"
 
 namespace nubo::scene {
 

@@ -7,7 +7,7 @@
 
 #include "module_scene/draw/culler.h"
 #include "module_scene/draw/gapfilling.h"
-#include "module_scene/draw/viewpoint.h"
+#include "module_scene/draw/joinedparts.h"
 #include "module_scene/mesh/coarsening.h"
 #include "module_scene/mesh/featureedges.h"
 #include "module_scene/mesh/sides.h"
@@ -51,13 +51,6 @@ int widestMargin(const SceneParts& parts, const ViewQuery& query) {
   return margin;
 }
 
-double widest(GLenum smooth, GLenum plain) {
-  GLfloat ranges[2][2]{};
-  glGetFloatv(smooth, ranges[0]);
-  glGetFloatv(plain, ranges[1]);
-  return double(std::max(1.0f, std::min(ranges[0][1], ranges[1][1])));
-}
-
 math::Vector3 centerOf(const Cluster& cluster) {
   math::Vector3 center;
   for (int i = 0; i < 3; ++i) center[i] = 0.5 * (double(cluster.min[i]) + cluster.max[i]);
@@ -85,9 +78,10 @@ std::uint32_t countOfPoints(const Cluster& cluster, const Culler& culler) {
   return count;
 }
 
-// Whether a group's coarse version may stand for it.
-bool mayBeDrawn(const CoarseGroup& coarse, const Cluster& bounds, const Culler& culler) {
-  return coarse.count > 0 && culler.isSmaller(double(coarse.error), bounds, std::min(culler.detail(), MostError));
+// Whether what lies off by that, anywhere in the box, may stand for what is there.
+template <class Box>
+bool mayBeDrawn(double error, const Box& bounds, const Culler& culler) {
+  return culler.isSmaller(error, bounds, std::min(culler.detail(), MostError));
 }
 
 // Whether no face of the cluster looks towards the eye, for which both are seen from one space. All
@@ -115,29 +109,6 @@ bool facesAway(const Cluster& cluster, const math::Vector3& eye) {
 
 }  // namespace
 
-int ViewQuery::samplesNeeded() const {
-  constexpr double Thin = 2;
-  constexpr int ForThin = 16;
-  const bool isThin = edges && widthScale < Thin && isPicture(layers);
-  return samples > 0 && isThin ? std::max(samples, ForThin) : samples;
-}
-
-// A tile shows a part of the frustum as large as the whole picture does, so that its scale is the picture's.
-void ViewQuery::scaleWidths(int viewHeight, double lens) {
-  if (viewHeight > 0) {
-    widthScale = height * std::abs(projection(1, 1)) / lens * std::tan(HalfOpening) / viewHeight;
-  }
-  widestPoint = widest(GL_SMOOTH_POINT_SIZE_RANGE, GL_ALIASED_POINT_SIZE_RANGE);
-  widestLine = widest(GL_SMOOTH_LINE_WIDTH_RANGE, GL_ALIASED_LINE_WIDTH_RANGE);
-}
-
-int marginFor(float width) { return int(std::ceil(std::max(width, 1.0f) / 2)) + 1; }
-
-math::Matrix4 extended(const math::Matrix4& projection, int width, int height, int margin) {
-  if (margin == 0) return projection;
-  return math::scaling(double(width) / (width + 2 * margin), double(height) / (height + 2 * margin), 1) * projection;
-}
-
 void DrawList::clear() {
   m_Opaque.clear();
   m_Transparent.clear();
@@ -151,14 +122,37 @@ void DrawList::clear() {
 
 void DrawList::collect(const SceneParts& parts, const math::Matrix4& transform, const ViewQuery& query) {
   m_Met.clear();
+  m_Joined.assign(parts.all().size(), false);
   if (parts.section()) m_Cut = parts.section()->plane().before(math::affineInverse(transform));
+  if (query.joined && (query.layers & LayerModel) && (query.kinds & KindFaces))
+    addJoined(*query.joined, transform, query);
   const Culler culler(query, transform, widestMargin(parts, query));
   parts.tree().visit([&](const BoundingBox& box) { return culler.overlap(box); },
-                     [&](std::uint32_t part, Overlap overlap) { m_Met.emplace_back(part, overlap); });
+                     [&](std::uint32_t part, Overlap overlap) {
+                       if (!m_Joined[part]) m_Met.emplace_back(part, overlap);
+                     });
   std::sort(m_Met.begin(), m_Met.end());
   for (const auto& [part, overlap] : m_Met) {
     m_Part = part;
     add(parts.all()[part], transform, overlap, query);
+  }
+}
+
+void DrawList::addJoined(const JoinedParts& joined, const math::Matrix4& transform, const ViewQuery& query) {
+  ViewQuery own = query;
+  own.cut = m_Cut;
+  for (const JoinedParts::Group& group : joined.groups()) {
+    if (group.levels.empty()) continue;
+    const math::Matrix4 modelView = transform * group.place;
+    const Culler culler(own, modelView, 0);
+    for (const JoinedParts::Level& level : group.levels) {
+      const BoundingBox& box = level.geometry->box;
+      const Overlap overlap = culler.overlap(box);
+      if (overlap == Overlap::None || !mayBeDrawn(level.error, box, culler)) continue;
+      add(*level.geometry, modelView, overlap, own);
+      for (const JoinedParts::Member& member : group.members) m_Joined[member.part] = true;
+      break;
+    }
   }
 }
 
@@ -221,8 +215,8 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
     m_Opaque.push_back(std::move(batch));
     return;
   }
-  batch.fine = query.detail == 0 && geometry.kind == KindFaces && isFine(*batch.buffer, culler);
   const auto coarse = query.detail > 0 ? coarseVersion(geometry) : nullptr;
+  batch.fine = !coarse && geometry.kind == KindFaces && isFine(*batch.buffer, culler);
   batch.coarse = coarse;
   // The first points of a cluster are spread over it.
   const bool mayBeThinned = query.detail > 0 && geometry.kind == KindPoints && geometry.identities.empty();
@@ -232,7 +226,8 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
   for (std::size_t group = 0; group < groups.size(); ++group) {
     const Overlap groupOverlap = overlap == Overlap::Whole ? overlap : culler.overlap(groups[group]);
     if (groupOverlap == Overlap::None) continue;
-    if (coarse && mayBeDrawn(coarse->groups[group], groups[group], culler)) {
+    if (coarse && coarse->groups[group].count > 0 &&
+        mayBeDrawn(double(coarse->groups[group].error), groups[group], culler)) {
       addPart({coarse->groups[group].first, coarse->groups[group].count, 0, 0}, groups[group]);
       continue;
     }

@@ -5,41 +5,14 @@
 #include <vector>
 
 #include "module_scene/draw/buffercache.h"
-#include "module_scene/draw/outlines.h"
 #include "module_scene/draw/pointsieve.h"
 #include "module_scene/draw/sceneparts.h"
+#include "module_scene/draw/viewquery.h"
 
 namespace nubo::scene {
 
 class Culler;
 class GapFilling;
-
-/// What to look for, and through which window.
-struct ViewQuery {
-  math::Matrix4 projection;
-  int width = 1, height = 1;               ///< pixels
-  double detail = 0.0;                     ///< pixels by which shapes may lie off; 0: draws everything as it is
-  int layers = 0;                          ///< Layer bits
-  int kinds = 0;                           ///< Kind bits
-  int samples = 0;                         ///< per pixel
-  bool sieved = false;                     ///< leaves out points that others hide, which takes time, before drawing
-  bool plotted = false;                    ///< points are drawn without OpenGL, which then needs no copies of them
-  bool even = false;                       ///< points of one geometry are all as wide as each other
-  bool edges = false;                      ///< faces get lines where their surface has an edge
-  Outlines* outlines = nullptr;            ///< and these, where it turns away; null: not
-  std::optional<Plane> cut = {};           ///< beyond which, in eye space, nothing is drawn
-  double widthScale = 1;                   ///< of what has a width in pixels
-  double widestPoint = 1, widestLine = 1;  ///< that can be drawn
-
-  /// Whether no more is drawn than a picture shows.
-  static bool isPicture(int layers) { return !(layers & ~(LayerModel | LayerTransparent)); }
-  /// Of samples. In a picture, edges that are as thin as a pixel or two are smoother than others need be: so a small
-  /// one looks like a large one from further away.
-  int samplesNeeded() const;
-  /// Sets the last three for widths in pixels of a view of that height, seen without the lens; 0: in pixels of this
-  /// one. Needs a context.
-  void scaleWidths(int viewHeight, double lens);
-};
 
 /// One geometry with the index ranges of it that are to be drawn.
 struct Batch {
@@ -93,6 +66,7 @@ class DrawList {
     Range range;
   };
 
+  void addJoined(const JoinedParts& joined, const math::Matrix4& transform, const ViewQuery& query);
   void add(const ScenePart& part, const math::Matrix4& transform, Overlap overlap, const ViewQuery& query);
   void add(const Geometry& geometry, const math::Matrix4& modelView, Overlap overlap, const ViewQuery& query);
   void addClusters(const Geometry& geometry, Overlap overlap, const Culler& culler, const GapFilling* gaps);
@@ -102,7 +76,9 @@ class DrawList {
   void choose(Batch& batch);
   void drawChosen(Batch& batch, std::size_t first);
 
-  std::vector<std::pair<std::uint32_t, Overlap>> m_Met;  // of the parts, by the present collect()
+  // Of the parts, by the present collect():
+  std::vector<std::pair<std::uint32_t, Overlap>> m_Met;
+  std::vector<bool> m_Joined;  // those that are drawn together, or seen to be too small together
   std::vector<Batch> m_Opaque, m_Transparent, m_Unsorted;
   std::vector<Sortable> m_Sortables;  // clusters of the batches in m_Unsorted
   std::vector<Range> m_Ranges;
@@ -112,10 +88,5 @@ class DrawList {
   int m_Margin = 0;
   std::optional<Plane> m_Cut;
 };
-
-/// Pixels by which an area must be extended for points or lines of that width.
-int marginFor(float width);
-/// The projection that shows `margin` pixels more on each side of a view, with pixels where they were.
-math::Matrix4 extended(const math::Matrix4& projection, int width, int height, int margin);
 
 }  // namespace nubo::scene

@@ -30,11 +30,6 @@ void setUpTexture(const Geometry& geometry, const Material& material) {
   glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, material.alphaMode == AlphaMode::Opaque ? GL_COMBINE : GL_MODULATE);
 }
 
-const Material& materialOf(const Geometry& geometry) {
-  static const Material DefaultMaterial;
-  return geometry.material ? *geometry.material : DefaultMaterial;
-}
-
 bool isLit(const Geometry& geometry) { return materialOf(geometry).lit && !geometry.normals.empty(); }
 
 GLenum modeOf(Kind kind) { return kind == KindFaces ? GL_TRIANGLES : kind == KindLines ? GL_LINES : GL_POINTS; }

@@ -9,11 +9,13 @@
 
 #include "module_scene/draw/backdroppainter.h"
 #include "module_scene/draw/contactmap.h"
+#include "module_scene/draw/drawingsettings.h"
 #include "module_scene/draw/drawingstate.h"
 #include "module_scene/draw/drawingturn.h"
 #include "module_scene/draw/drawlist.h"
-#include "module_scene/draw/environment.h"
 #include "module_scene/draw/groundshadow.h"
+#include "module_scene/draw/joinedparts.h"
+#include "module_scene/draw/pace.h"
 #include "module_scene/draw/painter.h"
 #include "module_scene/draw/pointplotter.h"
 #include "module_scene/draw/smoothbuffer.h"
@@ -26,17 +28,16 @@ namespace nubo::scene {
 const double SceneDrawer::ZNEAR = 0.05;
 const double SceneDrawer::ZFAR = 100.0;
 
-struct SceneDrawer::Private {
+struct SceneDrawer::Private : DrawingSettings {
   using Roots = std::array<const SceneElement*, 2>;  // of which either may be null
+
+  explicit Private(const util::YPointer<Scene>& of)
+      : DrawingSettings(of ? DrawingSettings(*of) : DrawingSettings()), scene(of) {}
 
   util::YPointer<Scene> scene;
   int width = 1, height = 1;
-  int samples = 0, viewHeight = 0;
-  Look look = Look::Studio;
-  bool drawsEdges = false, drawsContact = false, drawsGround = false;
-  util::YPointer<Environment> environment;
-  util::YPointer<Section> section;
   SceneParts parts;
+  JoinedParts joined;
   Outlines outlines;
   DrawList list;  // of which some may be there
   std::shared_ptr<SurfaceShader> shader = std::make_shared<SurfaceShader>();
@@ -46,7 +47,7 @@ struct SceneDrawer::Private {
   PointPlotter plotter;
   StillParts still;
   util::YPointer<SceneElement> sample;  // that prepare() draws with
-  double indicesPerMs = 1000;           // that a part has drawn
+  Pace pace;                            // of parts
 
   Painter::Kinds prepared;
   bool finishPrepared = false;
@@ -68,6 +69,7 @@ struct SceneDrawer::Private {
   void begin(const StateGuard& state, bool atOnce, double detail, int layers, int kinds, const math::Matrix4& transform,
              const Roots& roots);
   bool isEmpty() const { return list.isEmpty() && !onGround && !plotted; }
+  bool mayShade() { return look != Look::Plain && shader->isAvailable(); }
   bool mayPlot(bool atOnce, double detail);
   void plot();
   bool beginContact(int kinds, const Roots& roots);
@@ -106,10 +108,12 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
   }
   scene ? parts.update({roots, scene->changeCount(), section}) : parts.reset({roots, 0, section});
   query.plotted = mayPlot(atOnce, detail);
+  const bool mayJoin = atOnce && detail > 0 && !query.edges && !joined.groups().empty();
+  if (mayJoin && joined.begin(parts, mayShade(), viewpoint)) query.joined = &joined;
   list.collect(parts, viewpoint.view, query);
   list.sortTransparent();
   facesBack = query.edges ? 1 + 0.75 * query.widthScale : 1;  // half of an edge's width
-  shaded = look != Look::Plain && !list.isEmpty() && shader->isAvailable();
+  shaded = !list.isEmpty() && mayShade();
   inContact = beginContact(kinds, roots);
   onGround = drawsGround && ground.begin(roots, parts.version(), kinds, parts) && ground.isSeen(viewpoint);
   QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
@@ -131,7 +135,7 @@ bool SceneDrawer::Private::beginDrawing(const ViewQuery& query, int samplesNeede
   setUpState();
   // What is in contact looks otherwise when something else moves.
   auto found = StillParts::Found::Other;
-  if (scene && !inContact && buffer.isAvailable(fineness))
+  if (scene && !inContact && !query.joined && buffer.isAvailable(fineness))
     found = still.compare(parts, {viewpoint, query, look, environment, section});
   if (found != StillParts::Found::Same) buffer.dropKept();
   // What is opaque, unsmoothed and without a margin may go where it shall end up: the pixels are the same.
@@ -151,7 +155,7 @@ bool SceneDrawer::Private::beginDrawing(const ViewQuery& query, int samplesNeede
 
 /// Whether OpenGL need not draw, which takes longer where it is software.
 bool SceneDrawer::Private::mayPlot(bool atOnce, double detail) {
-  const bool isPlain = (look == Look::Plain || !shader->isAvailable()) && !drawsGround && !section;
+  const bool isPlain = !mayShade() && !drawsGround && !section;
   return atOnce && detail == 0 && isPlain && parts.arePlainPoints() && isSoftware() && buffer.isAvailable(fineness);
 }
 
@@ -244,7 +248,7 @@ void SceneDrawer::Private::paint(std::size_t indices) {
 /// Draws on what all tiles look up, for about so long; whether it did.
 bool SceneDrawer::Private::drawContact(double milliseconds) {
   if (!inContact || contact.isComplete()) return false;
-  contact.draw(std::size_t(std::max(1000.0, indicesPerMs * milliseconds)));
+  contact.draw(pace.indicesFor(milliseconds));
   glFinish();
   return true;
 }
@@ -262,29 +266,17 @@ bool SceneDrawer::Private::drawPart(const StateGuard& state, double milliseconds
   }
   QElapsedTimer timer;
   timer.start();
-  const std::size_t indices = std::size_t(std::max(1000.0, indicesPerMs * milliseconds));
+  const std::size_t indices = pace.indicesFor(milliseconds);
   paint(indices);
   glFinish();  // or only the asking for it would be measured
-  const double rate = double(indices) / std::max(0.01, double(timer.nsecsElapsed()) * 1e-6);
-  // What is hidden or small takes little; what comes next may not.
-  if (!painter->isDone()) indicesPerMs = std::clamp(rate, indicesPerMs / 8, indicesPerMs * 1.1);
+  if (!painter->isDone()) pace.learn(indices, timer.nsecsElapsed());
   if (!direct) buffer.suspend();
   return !direct || !painted;
 }
 
 SceneDrawer::SceneDrawer(const util::YPointer<Scene>& scene, const SceneDrawer* other)
-    : d(std::make_unique<Private>()) {
+    : d(std::make_unique<Private>(scene)) {
   if (other) d->shader = other->d->shader;
-  d->scene = scene;
-  if (!scene) return;
-  d->samples = scene->getSamples();
-  d->viewHeight = scene->getViewHeight();
-  d->look = scene->getLook();
-  d->drawsEdges = scene->hasEdges();
-  d->drawsContact = scene->hasContact();
-  setEnvironment(environmentOf(*scene));
-  d->drawsGround = scene->hasGround();
-  setSection(scene->getSection());
 }
 
 SceneDrawer::~SceneDrawer() = default;
@@ -328,6 +320,11 @@ void SceneDrawer::beginParts(const util::YPointer<SceneElement>& root, const mat
 void SceneDrawer::upload(const SceneElement& root) {
   BufferCache::fill(root);
   BufferCache::buffer(studio());
+}
+
+bool SceneDrawer::join(const SceneElement& root, double milliseconds) {
+  d->parts.update({{&root}, d->scene->changeCount(), d->section});
+  return d->joined.join(d->parts, d->mayShade(), milliseconds);
 }
 
 bool SceneDrawer::makeReady() {

@@ -52,6 +52,11 @@ class NUBO_MODULE_SCENE_EXPORT SceneDrawer {
   /// current context that shares with the viewer's.
   static void upload(const SceneElement& root);
 
+  /// Joins small parts of `root`, for about so long, so that drawings of it in motion take less from then on: until it
+  /// changes, which then holds for what has changed. The scene's lock is held, and the context current. False: all is
+  /// joined.
+  [[nodiscard]] bool join(const SceneElement& root, double milliseconds);
+
   /// Has the driver make one of the programs that most drawings need, so that the first of them does not have to wait.
   /// False: all are there, or the look needs none.
   [[nodiscard]] bool makeReady();

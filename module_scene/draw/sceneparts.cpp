@@ -94,11 +94,13 @@ void SceneParts::cut() {
 }
 
 bool SceneParts::isArranged() const {
-  return std::equal(m_Found.begin(), m_Found.end(), m_Arranged.begin(), m_Arranged.end(),
-                    [](const ScenePart& part, const Geometry* geometry) { return part.geometry == geometry; });
+  return std::equal(
+      m_Found.begin(), m_Found.end(), m_Arranged.begin(), m_Arranged.end(),
+      [](const ScenePart& part, const auto& known) { return std::pair(part.geometry, part.layer) == known; });
 }
 
 void SceneParts::arrange() {
+  ++m_Arrangement;
   m_Arranged.clear();
   m_WidestPoint = m_WidestLine = 0;
   m_ArePlainPoints =
@@ -107,7 +109,7 @@ void SceneParts::arrange() {
   std::vector<std::uint32_t> rankOf;
   for (const ScenePart& part : m_Found) {
     const Geometry& geometry = *part.geometry;
-    m_Arranged.push_back(&geometry);
+    m_Arranged.emplace_back(&geometry, part.layer);
     const auto rank = ranks.emplace(geometry.material.get(), std::uint32_t(ranks.size())).first->second;
     rankOf.push_back(geometry.transparent ? 0xFFFFFFFFu : rank);
     if (geometry.kind == KindPoints) m_WidestPoint = std::max(m_WidestPoint, geometry.width);

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "module_scene/graph/sceneelement.h"
@@ -40,6 +41,8 @@ class SceneParts {
   void reset(const Subject& subject);
   /// While it is the same, so are the parts.
   std::uint64_t version() const { return m_Version; }
+  /// While it is the same, so are the parts but for their places.
+  std::uint64_t arrangement() const { return m_Arrangement; }
 
   const std::vector<ScenePart>& all() const { return m_Parts; }
   /// Over their boxes, in the space that the roots are in.
@@ -61,12 +64,12 @@ class SceneParts {
 
   bool m_IsKnown = false;
   Subject m_Subject{};
-  std::uint64_t m_Version = 0;
+  std::uint64_t m_Version = 0, m_Arrangement = 0;
   std::vector<ScenePart> m_Found;               ///< as they stand in the scene
   std::vector<util::YPointer<Geometry>> m_Own;  ///< those that close
   std::vector<const SceneElement*> m_Open;
-  std::vector<const Geometry*> m_Arranged;  ///< those of m_Found for which m_Places was made
-  std::vector<std::uint32_t> m_Places;      ///< of each of m_Found: where in m_Parts
+  std::vector<std::pair<const Geometry*, Layer>> m_Arranged;  ///< those of m_Found for which m_Places was made
+  std::vector<std::uint32_t> m_Places;                        ///< of each of m_Found: where in m_Parts
   std::vector<ScenePart> m_Parts;
   BoxTree m_Tree;
   float m_WidestPoint = 0, m_WidestLine = 0;

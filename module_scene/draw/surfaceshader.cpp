@@ -72,11 +72,6 @@ std::array<const TextureUse*, MapCount> mapsOf(const PhysicalMaterial& material)
           &material.occlusionTexture, &material.emissiveTexture};
 }
 
-const Material& materialOf(const Geometry& geometry) {
-  static const Material DefaultMaterial;
-  return geometry.material ? *geometry.material : DefaultMaterial;
-}
-
 float linear(float shown) { return shown <= 0.04045f ? shown / 12.92f : std::pow((shown + 0.055f) / 1.055f, 2.4f); }
 
 QOpenGLExtraFunctions* extraFunctions() { return QOpenGLContext::currentContext()->extraFunctions(); }

@@ -91,4 +91,10 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   mutable CopySlot m_CopySlot, m_EdgeSlot, m_FoldSlot, m_CoarseSlot;
 };
 
+/// The geometry's material, or the default one.
+inline const Material& materialOf(const Geometry& geometry) {
+  static const Material DefaultMaterial;
+  return geometry.material ? *geometry.material : DefaultMaterial;
+}
+
 }  // namespace nubo::scene

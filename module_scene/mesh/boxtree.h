@@ -34,6 +34,18 @@ class NUBO_MODULE_SCENE_EXPORT BoxTree {
     }
   }
 
+  /// Calls take(numbers, count) for boxes that lie together, as many as possible but no more than `most`, which are
+  /// not fewer than eight: each box once.
+  template <class Take>
+  void visitTogether(std::uint32_t most, const Take& take) const {
+    for (std::uint32_t n = 0; n < m_Nodes.size();) {
+      const Node& node = m_Nodes[n];
+      const bool isTaken = node.count <= most;
+      if (isTaken) take(&m_Numbers[node.first], node.count);
+      n = isTaken ? node.next : n + 1;
+    }
+  }
+
  private:
   struct Node {
     BoundingBox box;

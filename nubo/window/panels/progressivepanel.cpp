@@ -161,6 +161,9 @@ void ProgressivePanel::drawOn() {
   {
     const scene::SceneLocker locker(scene::_GlobalScene(), scene::LockAll);
     const scene::DrawingTurn turn;
+    // First, since the view may begin to move again at any time.
+    const auto root = scene::_GlobalScene()->getRootNode();
+    if (root && drawer().join(*root, PartMs)) return;
     if (!drawPart(currentView())) return;
   }
   m_Parts.stop();
