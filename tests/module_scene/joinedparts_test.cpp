@@ -10,13 +10,8 @@ class JoinedPartsTest : public DrawerTest {
  protected:
   // Of the scene's root, by what was joined of it, in motion.
   QImage drawMoving(Shot shot) {
-    shot.root = root;
     shot.detail = 8;
     return drawPart(drawer, shot, 0, 0, shot.width, shot.height);
-  }
-  QImage drawWhole(Shot shot) {
-    shot.root = root;
-    return draw(shot);
   }
   void join(const Shot& shot) {
     drawMoving(shot);  // which tells the drawer how
@@ -40,10 +35,13 @@ class JoinedPartsTest : public DrawerTest {
 TEST_F(JoinedPartsTest, PartsAreShownWhereTheyAreWhateverHappensToThem) {
   for (int i = 0; i < Side * Side; ++i) {
     const auto plate = MeshBuilder(paint(color(i), true)).box({-0.5, -0.5, -0.0005}, {0.5, 0.5, 0.0005}).finish();
+    PhysicalMaterial& physical = plate->material->physical.emplace();
+    std::copy_n(paint(color(i + 5))->diffuse.begin(), 3, physical.baseColor.begin());
     const math::Matrix4 stretched = math::scaling(i % 3 ? 0.024 : -0.024, 0.024, 0.04) * math::rotation(0.5, {1, 0, 0});
     add(plate, i, 0.05, math::rotation(0.04 * (i % 20), {0.6, 0.8, 0}) * stretched);
   }
   Shot shot;
+  shot.root = root;
   const auto change = [&](const std::function<void()>& what) {
     const SceneChange change(viewer.getGlobalScene(), LockAll);
     what();
@@ -84,11 +82,12 @@ TEST_F(JoinedPartsTest, PartsAreShownWhereTheyAreWhateverHappensToThem) {
       {"joined where it is cut", [&] { join(shot); }},
       {"in another look", [&] { shot.look = Look::Studio; }},
       {"joined in that", [&] { join(shot); }},
+      {"with edges", [&] { shot.look = Look::Technical; }},
   };
   join(shot);
   for (const Row& row : rows) {
     row.happens();
-    const test::Difference difference = compare(drawMoving(shot), drawWhole(shot));
+    const test::Difference difference = compare(drawMoving(shot), draw(shot));
     EXPECT_GT(difference.covered, 500) << row.name;
     EXPECT_LE(difference.clear, 7) << row.name << ": " << difference;
   }
@@ -100,16 +99,18 @@ TEST_F(JoinedPartsTest, PartsThatAreTooSmallToBeSeenAreSeenTogether) {
   for (int i = 0; i < Side * Side; ++i) add(balls[i % 2], i, 0.01, math::scaling(2.8e-3, 2.8e-3, 2.8e-3));
   for (const Look look : {Look::Plain, Look::Studio}) {
     Shot shot;
+    shot.root = root;
     shot.look = look;
     shot.transform = shot.transform * math::rotation(0.4, {0, 0, 1});
     const auto mean = [&](const QImage& picture) {
       return picture.copy(122, 122, 12, 12).scaled(1, 1, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).pixel(0, 0);
     };
-    EXPECT_EQ(compare(drawMoving(shot), drawMoving(Shot())).covered, 0);
+    EXPECT_EQ(compare(drawMoving(shot), draw(shot)).covered, 0);
     join(shot);
     const QImage together = drawMoving(shot);
+    EXPECT_EQ(drawPart(drawer, shot, 0, 0, shot.width, shot.height), draw(shot)) << "at rest all is as it is";
     shot.samples = 16;
-    const QRgb expected = mean(drawWhole(shot)), found = mean(together);
+    const QRgb expected = mean(draw(shot)), found = mean(together);
     EXPECT_LE(test::distance(found | 0xff000000, expected | 0xff000000), 24) << nameOf(look).toStdString();
     EXPECT_GT(qAlpha(expected), 50);
     EXPECT_NEAR(std::log2(qAlpha(found) / double(qAlpha(expected))), 0, 0.7);
