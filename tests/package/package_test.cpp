@@ -136,6 +136,20 @@ TEST_F(Package, KnowsNothingOfWhereItWasBuilt) {
   EXPECT_GT(count, 60);
 }
 
+TEST_F(Package, HasWhatItsPagesLinkTo) {
+  static const QRegularExpression Link(QStringLiteral("\\]\\(([^):#]+)[)#]"));
+  int count = 0;
+  for (QDirIterator page(prefix("share/doc/nubo"), {"*.md"}, QDir::Files); page.hasNext();) {
+    const QString text = QString::fromUtf8(contentOf(page.next()));
+    for (auto link = Link.globalMatch(text); link.hasNext(); ++count) {
+      const QString target = link.next().captured(1);
+      EXPECT_TRUE(QFile::exists(page.fileInfo().dir().filePath(target)))
+          << page.fileName().toStdString() << ": " << target.toStdString();
+    }
+  }
+  EXPECT_GT(count, 2);
+}
+
 TEST_F(Package, IsOfferedForModelFiles) {
   qputenv("XDG_DATA_DIRS", QFile::encodeName(prefix("share")) + ":/usr/local/share:/usr/share");
   const QByteArray entry = contentOf(prefix("share/applications/nubo.desktop"));
