@@ -22,9 +22,9 @@ struct Offer {
 
 /// The codecs' library has settings for each. An FFmpeg that lacks one of them says so when it is to record.
 constexpr Offer Offers[] = {
-    {"mp4", "MPEG-4 video (H.264)", 0, 0, 100}, {"mkv", "Matroska video (FFV1, lossless with alpha)"},
-    {"webm", "WebM video (VP9 with alpha)"},    {"mov", "QuickTime video (ProRes 4444 with alpha)"},
-    {"avi", "AVI video (MPEG-4 part 2)"},       {"gif", "Animated GIF", 100, 50},
+    {"mp4", "MPEG-4 video (H.264)", 0, 0, 100},  {"mkv", "Matroska video (FFV1, lossless with alpha)"},
+    {"webm", "WebM video (VP9 with alpha)"},     {"mov", "QuickTime video (ProRes 4444 with alpha)"},
+    {"avi", "AVI video (MPEG-4 part 2)", 65535}, {"gif", "Animated GIF", 100, 50},
 };
 
 /// The library of codecs, in the folder "av" beside this one, and unloaded before it.
