@@ -17,8 +17,6 @@ namespace {
 constexpr std::uint32_t MostTogether = 128;
 /// Parts that one box may stand for.
 constexpr std::uint32_t MostInBody[]{32, 8};
-/// What has more faces is seldom small, nor one of many.
-constexpr std::size_t MostFaces = 100'000;
 
 bool isTextured(const Material& material) {
   if (material.texture) return true;
@@ -33,8 +31,8 @@ bool isJoinable(const ScenePart& part) {
   const Material& material = materialOf(geometry);
   const double volume = math::determinant(part.place);
   return part.layer == LayerModel && !part.closes && geometry.kind == KindFaces && !geometry.transparent &&
-         geometry.identities.empty() && geometry.primitiveCount() <= MostFaces &&
-         material.alphaMode != AlphaMode::Mask && !isTextured(material) && std::isfinite(volume) && volume != 0;
+         geometry.identities.empty() && material.alphaMode != AlphaMode::Mask && !isTextured(material) &&
+         std::isfinite(volume) && volume != 0;
 }
 
 /// All that counts of an untextured, opaque material but its colour.
@@ -202,6 +200,7 @@ void JoinedParts::addBodies(Group& group, const std::vector<double>& areas, std:
   addLevel(group, bodies);
 }
 
+/// Where vertices have colours, the first one's.
 Bodies::Color JoinedParts::colorOf(const Geometry& geometry) const {
   const Material& material = materialOf(geometry);
   Bodies::Color color = m_Physical ? material.toPhysical().baseColor : material.diffuse;

@@ -7,7 +7,7 @@
 
 namespace nubo::scene {
 
-/// Of all faces, in the geometry's own units.
+/// Of all faces, in the geometry's own units: as some of them tell, if there are thousands.
 double areaOf(const Geometry& geometry);
 
 /// Makes one geometry of boxes, each with a colour. Any thread.
