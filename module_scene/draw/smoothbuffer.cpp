@@ -129,7 +129,8 @@ bool SmoothBuffer::set(int width, int height, int fineness, int margin, int samp
   m_Width = width;
   m_Height = height;
   m_Margin = margin;
-  reserve(fineness * width + 2 * margin, fineness * height + 2 * margin, samples);
+  // Of finer pixels means are taken once more, and a program that takes both at once rounds them otherwise.
+  reserve(fineness * width + 2 * margin, fineness * height + 2 * margin, samples, fineness == 1);
   const bool isReady = createProgram(fineness) && attach();
   if (!isReady) suspend();
   return isReady;
@@ -145,8 +146,9 @@ void SmoothBuffer::resume() {
   glViewport(0, 0, m_Fineness * m_Width + 2 * m_Margin, m_Fineness * m_Height + 2 * m_Margin);
 }
 
-void SmoothBuffer::reserve(int width, int height, int samples) {
-  const bool usable = m_Resolved.isUsable() && m_Depth.isUsable() && samples == m_Samples;
+void SmoothBuffer::reserve(int width, int height, int samples, bool mayBeRead) {
+  const MakeSamples make = samples && mayBeRead ? makerOfSamples() : nullptr;
+  const bool usable = m_Resolved.isUsable() && m_Depth.isUsable() && samples == m_Samples && !make == !m_SamplesRead;
   if (usable && width <= m_Capacity[0] && height <= m_Capacity[1]) return;
   if (usable) {
     width = std::max(width, m_Capacity[0]);
@@ -155,7 +157,6 @@ void SmoothBuffer::reserve(int width, int height, int samples) {
   GLint bound = 0;
   glGetIntegerv(GL_RENDERBUFFER_BINDING, &bound);
   m_Resolved = makeTexture(width, height);
-  const MakeSamples make = samples ? makerOfSamples() : nullptr;
   m_Samplewise = make      ? makeSampleTexture(make, samples, width, height)
                  : samples ? makeRenderbuffer(samples, GL_RGBA8, width, height)
                            : SharedName();

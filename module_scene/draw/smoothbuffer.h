@@ -60,7 +60,7 @@ class SmoothBuffer {
 
  private:
   [[nodiscard]] bool set(int width, int height, int fineness, int margin, int samples);
-  void reserve(int width, int height, int samples);
+  void reserve(int width, int height, int samples, bool mayBeRead);
   [[nodiscard]] bool createProgram(int fineness);
   bool attach();
   void copy(bool toKept);
