@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <memory>
 #include <utility>
 
 #include "plugins/readers/gltf/loading.h"
@@ -41,16 +42,18 @@ bool readOther(std::vector<unsigned char>* bytes, std::string*, const std::strin
   return !bytes->empty();
 }
 
-tinygltf::Model modelOf(const std::string& file, Container& container, Output& output) {
+/// Stays until the process ends, which is when the file is read: the program waits for that, and taking a model of many
+/// parts apart takes time.
+const tinygltf::Model& modelOf(const std::string& file, Container& container, Output& output) {
   rapidjson::Document gltf = parsed(std::exchange(container.text, {}));
   mend(gltf);
   tinygltf::TinyGLTF loader;
   loader.SetImageLoader(keepImage, nullptr);
   const auto asItIs = [](const std::string& path, void*) { return path; };
   loader.SetFsCallbacks({exists, asItIs, readOther, nullptr, &output});
-  tinygltf::Model model;
-  load(std::move(gltf), std::filesystem::path(file).parent_path().string(), loader, model);
-  return model;
+  auto model = std::make_unique<tinygltf::Model>();
+  load(std::move(gltf), std::filesystem::path(file).parent_path().string(), loader, *model);
+  return *model.release();
 }
 
 void checkExtensions(const tinygltf::Model& model, Output& output) {
@@ -67,7 +70,7 @@ NUBO_READER_ENTRY(file, format, output) {
   using namespace nubo::reader;
   static_cast<void>(format);  // the file's first bytes tell text from binary
   Container container(file, output);
-  const tinygltf::Model source = modelOf(file, container, output);
+  const tinygltf::Model& source = modelOf(file, container, output);
   checkExtensions(source, output);
   Accessors accessors(source, container, output);
   convertMaterials(source, accessors, output);
