@@ -19,9 +19,9 @@ class JoinedPartsTest : public DrawerTest {
     while (drawer.join(*root, 0)) continue;
   }
   void add(const GeometryPointer& geometry, int number, double way, const math::Matrix4& turn) {
-    if (number % Side == 0) root->addChild(element({}, math::translation(0, way * (number / Side - 7.5), 0)));
-    root->getChildren().back()->addChild(
-        element({geometry}, math::translation(way * (number % Side - 7.5), 0, 0) * turn));
+    const int row = number / Side, column = number % Side;
+    if (column == 0) root->addChild(element({}, math::translation(0, way * (row - 7.5), 0)));
+    root->getChildren().back()->addChild(element({geometry}, math::translation(way * (column - 7.5), 0, 0) * turn));
   }
   SceneElement& part(int row, int column) { return *root->getChildren()[row]->getChildren()[column]; }
   static QColor color(int number) { return QColor::fromHsv(number * 47 % 360, 200, 120 + number * 31 % 130); }
