@@ -81,8 +81,8 @@ Bodies bodiesFor(const JoinedParts::Group& group) {
   return {first.material, !first.normals.empty(), {group.place(0, 3), group.place(1, 3), group.place(2, 3)}};
 }
 
-void addLevel(JoinedParts::Group& group, Bodies& bodies) {
-  group.levels.push_back({bodies.finish(), bodies.error()});
+void addLevel(JoinedParts::Group& group, Bodies& bodies, double error) {
+  group.levels.push_back({bodies.finish(), error});
   BufferCache::buffer(*group.levels.back().geometry);
 }
 
@@ -177,7 +177,7 @@ void JoinedParts::addBodies(Group& group, const std::vector<double>& areas) cons
     const Member& member = group.members[i];
     bodies.add(member.geometry->box, areas[i], member.place, colorOf(*member.geometry));
   }
-  addLevel(group, bodies);
+  addLevel(group, bodies, bodies.reach());
 }
 
 /// A level with a box for each so many parts.
@@ -197,7 +197,7 @@ void JoinedParts::addBodies(Group& group, const std::vector<double>& areas, std:
     }
     bodies.add(box, area, math::Matrix4(), color);
   }
-  addLevel(group, bodies);
+  addLevel(group, bodies, 2 * bodies.reach());  // the gaps between them are lost, too
 }
 
 /// Where vertices have colours, the first one's.

@@ -76,8 +76,8 @@ void Bodies::add(const BoundingBox& box, double area, const math::Matrix4& place
     m_Result->indices.push_back(first + Corners[volume < 0 ? std::size(Corners) - 1 - i : i]);
   double square = 0;
   for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j) square += std::pow(2 * half[i] * place(j, i), 2);
-  m_Error = std::max(m_Error, std::sqrt(square));
+    for (int j = 0; j < 3; ++j) square += std::pow(half[i] * place(j, i), 2);
+  m_Reach = std::max(m_Reach, std::sqrt(square));
 }
 
 util::YPointer<Geometry> Bodies::finish() {

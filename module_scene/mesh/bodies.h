@@ -24,14 +24,14 @@ class Bodies {
   void add(const BoundingBox& box, double area, const math::Matrix4& place, const Color& color);
   /// What was added, ready to be drawn as one cluster.
   util::YPointer<Geometry> finish();
-  /// By how much that may lie off: as much as the largest box is large.
-  double error() const { return m_Error; }
+  /// How far anything that a box stands for lies from the box's middle, at most.
+  double reach() const { return m_Reach; }
 
  private:
   const util::YPointer<Geometry> m_Result{new Geometry};
   const bool m_Lit;
   const math::Matrix4 m_FromOrigin;
-  double m_Error = 0;
+  double m_Reach = 0;
 };
 
 }  // namespace nubo::scene

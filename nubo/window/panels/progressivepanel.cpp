@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QOpenGLFunctions>
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 #include "module_scene/draw/drawingturn.h"
@@ -15,7 +16,7 @@ namespace {
 
 constexpr int RestMs = 250;
 constexpr int SmoothMs = 20;  // a drawing that takes longer makes turning jerky
-constexpr double PartMs = 10;
+constexpr double PartMs = 10, JoinMs = 3;
 constexpr double LeastDetail = 4, MostDetail = 16;
 constexpr int RoomForMore = 5;  // times as much; twice the resolution has four times as many pixels
 
@@ -110,6 +111,8 @@ void ProgressivePanel::paintGL() {
     return;
   }
   paintThinned();
+  // A little for each frame, since what is too slow to be turned may not come to rest while it is.
+  if (m_Root) std::ignore = drawer().join(*m_Root, JoinMs);
   if (m_Thinned == view) return;
   m_Thinned = view;
   m_Parts.stop();
