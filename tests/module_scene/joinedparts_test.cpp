@@ -74,7 +74,11 @@ TEST_F(JoinedPartsTest, PartsAreShownWhereTheyAreWhateverHappensToThem) {
          change([&] { part(7, 7).setGeometry(0, part(12, 3).getGeometries()[0]); });
          join(shot);
        }},
-      {"marked, which is shown before the rest", [&] { change([&] { part(5, 5).setLayer(LayerMarkers); }); }},
+      {"a row is of markers, which this shows none of",
+       [&] {
+         change([&] { root->getChildren()[5]->setLayer(LayerMarkers); });
+         shot.transform = shot.transform * math::rotation(0.05, {1, 0, 0});
+       }},
       {"cut",
        [&] {
          shot.section = new Section({{1, 0.3, 0}, 0.06});
