@@ -12,8 +12,10 @@ class Deflater {
  public:
   virtual ~Deflater() = default;
 
-  // A piece of a raw deflate stream: its end, or one that ends on a byte and that another may be appended to. It
-  // depends on nothing but the bytes. Throws std::bad_alloc, and std::runtime_error if they can't be deflated.
+  // A piece of a raw deflate stream: its end, or one that ends on a byte and that another may be appended to. What
+  // comes before or after has no part in it. At FastLevel one piece of some thousands has been seen to be another one
+  // in another run, on busy processors, for reasons that are not known; inflated it is the same. Throws std::bad_alloc,
+  // and std::runtime_error if they can't be deflated.
   virtual std::vector<uint8_t> deflate(const std::vector<uint8_t>& bytes, bool isEnd) = 0;
 };
 
