@@ -189,17 +189,17 @@ TEST_F(RecordingTest, OutlivesWhatOpenGLFailsAt) {
   const QString noContext = "Could not create OpenGL context!", notBound = "Couldn't bind FBO to OpenGL context";
   struct Row {
     Fails what;
-    Texts failures;
     bool starts;
+    Texts failures;
   };
   const Row Rows[] = {
-      {Fails::Create, {noContext}, false},
-      {Fails::Current, {"Current OpenGL context is invalid!"}, false},
-      {Fails::Framebuffers, {"Your OpenGL implementation doesn't support framebuffer objects"}, false},
-      {Fails::FrameCurrent, {"Could not make OpenGL context current!"}, true},
-      {Fails::Bind, {notBound, notBound}, true},
-      {Fails::Image, {"Picture couldn't be grabbed by FBO", "Picture couldn't be grabbed by FBO"}, true},
-      {Fails::Nothing, {}, true},
+      {Fails::Create, false, {noContext}},
+      {Fails::Current, false, {"Current OpenGL context is invalid!"}},
+      {Fails::Framebuffers, false, {"Your OpenGL implementation doesn't support framebuffer objects"}},
+      {Fails::FrameCurrent, true, {"Could not make OpenGL context current!"}},
+      {Fails::Bind, true, {notBound, notBound}},
+      {Fails::Image, true, {"Picture couldn't be grabbed by FBO", "Picture couldn't be grabbed by FBO"}},
+      {Fails::Nothing, true, {}},
   };
   const SteppedScene scene(2);
   makePanel();

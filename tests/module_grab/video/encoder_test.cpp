@@ -85,44 +85,61 @@ class EncoderTest : public testing::Test {
 };
 
 enum Way { Plain, Unopened, RefusesToStart, FailsAtSecond, FileIsGone };
-constexpr bool Throws = true;
+constexpr bool Aborts = true, Throws = true;
 
 struct Scenario {
   const char* name;
   Way way;
+  bool aborts, throws;
   Sizes handed;  // the last of them as the last
-  bool aborts;
   Sizes encoded;
   Texts failures = {};
-  bool throws = false;
 };
 
 TEST_F(EncoderTest, EncodesInOrderOnAThreadOfItsOwnAndEndsWell) {
   const Scenario Scenarios[] = {
-      {"all", Plain, {1, 2, 3, 4, 5, 6, Null}, false, {1, 2, 3, 4, 5, 6, Null}},
-      {"nothing", Plain, {}, false, {}},
-      {"nothing, aborted", Plain, {}, true, {}},
-      {"no file", Unopened, {1}, false, {1}},
-      {"no file, aborted", Unopened, {}, true, {}},
-      {"refused", RefusesToStart, {1, 2}, false, {}, {"encodeVideoChunk: Couldn't initialize video encoding"}},
-      {"refused, aborted", RefusesToStart, {1, 2}, true, {}, {"encodeVideoChunk: Couldn't initialize video encoding"}},
-      {"failed", FailsAtSecond, {1, 2, 3, 4}, false, {1, 2}, {"run: Couldn't encode chunk!"}},
-      {"failed, aborted", FailsAtSecond, {1, 2, 3, 4}, true, {1, 2}, {"run: Couldn't encode chunk!"}},
+      {"all", Plain, !Aborts, !Throws, {1, 2, 3, 4, 5, 6, Null}, {1, 2, 3, 4, 5, 6, Null}},
+      {"nothing", Plain, !Aborts, !Throws, {}, {}},
+      {"nothing, aborted", Plain, Aborts, !Throws, {}, {}},
+      {"no file", Unopened, !Aborts, !Throws, {1}, {1}},
+      {"no file, aborted", Unopened, Aborts, !Throws, {}, {}},
+      {"refused",
+       RefusesToStart,
+       !Aborts,
+       !Throws,
+       {1, 2},
+       {},
+       {"encodeVideoChunk: Couldn't initialize video encoding"}},
+      {"refused, aborted",
+       RefusesToStart,
+       Aborts,
+       !Throws,
+       {1, 2},
+       {},
+       {"encodeVideoChunk: Couldn't initialize video encoding"}},
+      {"failed", FailsAtSecond, !Aborts, !Throws, {1, 2, 3, 4}, {1, 2}, {"run: Couldn't encode chunk!"}},
+      {"failed, aborted", FailsAtSecond, Aborts, !Throws, {1, 2, 3, 4}, {1, 2}, {"run: Couldn't encode chunk!"}},
       {"thrown at the start",
        RefusesToStart,
+       !Aborts,
+       Throws,
        {1},
-       false,
        {},
-       {"initEncoding: thrown", "encodeVideoChunk: Couldn't initialize video encoding", "finishEncoding: thrown"},
-       Throws},
+       {"initEncoding: thrown", "encodeVideoChunk: Couldn't initialize video encoding", "finishEncoding: thrown"}},
       {"thrown at a chunk",
        FailsAtSecond,
+       !Aborts,
+       Throws,
        {1, 2, 3},
-       false,
        {1, 2},
-       {"encodeChunk: thrown", "run: Couldn't encode chunk!", "finishEncoding: thrown"},
-       Throws},
-      {"gone", FileIsGone, {}, true, {}, {"abortEncoding: Couldn't remove file '" + name().toStdString() + "'"}},
+       {"encodeChunk: thrown", "run: Couldn't encode chunk!", "finishEncoding: thrown"}},
+      {"gone",
+       FileIsGone,
+       Aborts,
+       !Throws,
+       {},
+       {},
+       {"abortEncoding: Couldn't remove file '" + name().toStdString() + "'"}},
   };
   for (const Scenario& row : Scenarios) {
     SCOPED_TRACE(row.name);
