@@ -19,11 +19,11 @@ EglContext::~EglContext() { m_Egl.destroy(m_Context, m_Surface); }
 bool EglContext::makeCurrent(QPlatformSurface*) {
   // Who waits for a thread may end the program before the thread's own destructors have run, and EGL's exit handler
   // would free what these free. The application's thread needs none: it runs that handler.
-  thread_local bool isReleasedAtEnd = false;
-  if (QThread* const thread = QThread::currentThread(); !isReleasedAtEnd && thread != qApp->thread()) {
-    isReleasedAtEnd = true;
+  thread_local const Egl* used = nullptr;
+  if (QThread* const thread = QThread::currentThread(); !used && thread != qApp->thread()) {
+    used = &m_Egl;
     QObject::connect(
-        thread, &QThread::finished, qApp, [&egl = m_Egl] { egl.releaseThread(); }, Qt::DirectConnection);
+        thread, &QThread::finished, qApp, [] { used->releaseThread(); }, Qt::DirectConnection);
   }
   return isValid() && m_Egl.makeCurrent(m_Context, m_Surface);
 }
