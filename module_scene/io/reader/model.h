@@ -38,6 +38,7 @@ class Array {
 struct Stored {
   std::uint64_t offset = 0;  ///< bytes
   std::uint64_t count = 0;   ///< numbers; 0: there are none
+  std::uint8_t width = 4;    ///< bytes of a number: 4, or 2 for indices
 };
 
 /// An index that names nothing.

@@ -56,7 +56,7 @@ class Output {
 };
 
 /// The version of all this. A plug-in of another one is not loaded.
-constexpr int InterfaceVersion = 3;
+constexpr int InterfaceVersion = 4;
 
 }  // namespace nubo::reader
 

@@ -62,7 +62,7 @@ void describe(A& a, Shape& x) {
 }
 template <class A>
 void describe(A& a, Stored& x) {
-  a(x.offset, x.count);
+  a(x.offset, x.count, x.width);
 }
 template <class A>
 void describe(A& a, Mesh& x) {

@@ -223,7 +223,14 @@ Stored Accessors::stored(int number, int each, int componentType) {
   if (view.byteOffset > all || view.byteLength > all - view.byteOffset ||
       !fits(view.byteLength, accessor.byteOffset, accessor.count, size, size))
     throwDamaged();
-  return {m_Container.contentOffset() + view.byteOffset + accessor.byteOffset, accessor.count * std::size_t(each)};
+  return {m_Container.contentOffset() + view.byteOffset + accessor.byteOffset, accessor.count * std::size_t(each),
+          std::uint8_t(sizeOfComponent(componentType))};
+}
+
+Stored Accessors::storedIndices(int number) {
+  const int type = elementOf(m_Source.accessors, number).componentType;
+  const bool isShort = type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT;
+  return stored(number, 1, isShort ? type : TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT);
 }
 
 }  // namespace nubo::reader

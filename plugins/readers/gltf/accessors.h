@@ -36,6 +36,8 @@ class Accessors {
   /// Where an accessor's numbers are in the file as a program has them in memory, if there are `each` of this type in a
   /// value.
   Stored stored(int accessor, int each, int componentType);
+  /// The same of whole numbers, which may be short.
+  Stored storedIndices(int accessor);
   struct Bytes {
     const unsigned char* data = nullptr;
     std::size_t size = 0;

@@ -71,9 +71,7 @@ class Meshes::Attributes {
   /// Where three numbers each are in the file; nothing where the numbers are needed here.
   Stored stored(const std::string& name) const { return stays() ? storedAt(name) : Stored(); }
   Stored storedIndices() const {
-    return stays() && m_Primitive.indices >= 0
-               ? m_Accessors.stored(m_Primitive.indices, 1, TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT)
-               : Stored();
+    return stays() && m_Primitive.indices >= 0 ? m_Accessors.storedIndices(m_Primitive.indices) : Stored();
   }
   Array<float> floats(const std::string& name, int each, float missing = 0) const {
     const auto found = m_Primitive.attributes.find(name);
