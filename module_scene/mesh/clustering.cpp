@@ -77,6 +77,11 @@ class Clusterer {
   /// has the same first digit, which mostly is so little that the caches hold it.
   void sort() {
     constexpr int Shift = CodeBits - DigitBits;
+    constexpr std::size_t Few = 2048;  // of which each digit would have one or two
+    if (m_Order.size() < Few) {
+      util::Scratch<Keyed> pairs, scratch;
+      return sort(0, m_Order.size(), CodeBits, pairs, scratch);
+    }
     std::vector<std::array<std::uint32_t, Digits>> places(rangeCount(m_Order.size()));
     parallelRanges(m_Codes.size(), [&](std::size_t begin, std::size_t end, std::size_t range) {
       places[range].fill(0);
@@ -102,6 +107,7 @@ class Clusterer {
   /// Orders these places by the lower bits of the codes, and those of equal codes as they stand.
   void sort(std::size_t begin, std::size_t end, int bits, util::Scratch<Keyed>& pairs, util::Scratch<Keyed>& scratch) {
     pairs.clear();
+    pairs.reserve(end - begin);
     for (std::size_t i = begin; i < end; ++i) pairs.push_back(keyed(code(i), m_Order[i]));
     sortByKey(pairs, bits, scratch);
     std::transform(pairs.begin(), pairs.end(), m_Order.begin() + std::ptrdiff_t(begin), itemOf);

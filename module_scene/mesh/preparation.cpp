@@ -94,6 +94,7 @@ void makeClusters(Geometry& g) {
 
 std::array<float, 4> normalCone(const Geometry& g, const Cluster& cluster) {
   std::vector<math::Vector3> normals;
+  normals.reserve(cluster.count / 3);
   math::Vector3 axis{0, 0, 0};
   for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; i += 3) {
     math::Vector3 p[3];
