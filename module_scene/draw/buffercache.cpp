@@ -2,12 +2,10 @@
 
 #include <QOpenGLExtraFunctions>
 #include <algorithm>
-#include <cmath>
 #include <limits>
 
 #include "module_scene/draw/drawingstate.h"
 #include "module_scene/draw/miplevels.h"
-#include "module_scene/mesh/parallel.h"
 
 namespace nubo::scene {
 
@@ -51,26 +49,6 @@ GLint wrapOf(Wrap wrap) {
   return wrap == Wrap::Repeat ? GL_REPEAT : wrap == Wrap::Mirror ? GL_MIRRORED_REPEAT : GL_CLAMP_TO_EDGE;
 }
 
-double longestEdgeOf(const Geometry& geometry) {
-  if (geometry.kind != KindFaces || !geometry.identities.empty()) return std::numeric_limits<double>::infinity();
-  std::vector<float> squares(rangeCount(geometry.primitiveCount()), 0.0f);
-  parallelRanges(geometry.primitiveCount(), [&](std::size_t begin, std::size_t end, std::size_t range) {
-    float longest = 0;
-    for (std::size_t face = begin; face < end; ++face) {
-      const float* corners[3];
-      for (std::size_t i = 0; i < 3; ++i)
-        corners[i] = &geometry.positions[std::size_t(geometry.indices[3 * face + i]) * 3];
-      for (std::size_t i = 0; i < 3; ++i) {
-        const float *a = corners[i], *b = corners[(i + 1) % 3];
-        const float d[]{a[0] - b[0], a[1] - b[1], a[2] - b[2]};
-        longest = std::max(longest, d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
-      }
-    }
-    squares[range] = longest;
-  });
-  return std::sqrt(double(*std::max_element(squares.begin(), squares.end())));
-}
-
 template <class Buffer, class Source>
 util::YPointer<Buffer> upToDate(const Source& source) {
   CopySlot& slot = source.copySlot();
@@ -86,8 +64,7 @@ util::YPointer<Buffer> upToDate(const Source& source) {
 
 }  // namespace
 
-GeometryBuffer::GeometryBuffer(const Geometry& geometry)
-    : m_Name(SharedName::buffer()), m_LongestEdge(longestEdgeOf(geometry)) {
+GeometryBuffer::GeometryBuffer(const Geometry& geometry) : m_Name(SharedName::buffer()) {
   QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
   const bool isShort = std::all_of(geometry.clusters.begin(), geometry.clusters.end(), [](const Cluster& cluster) {
     return cluster.vertexCount <= std::numeric_limits<GLushort>::max();
@@ -128,9 +105,9 @@ void GeometryBuffer::copyIndices(const Geometry& geometry) {
   QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
   std::vector<Index> own;
   for (const Cluster& cluster : geometry.clusters) {
-    own.clear();
-    for (std::uint32_t i = cluster.first; i < cluster.first + cluster.count; ++i)
-      own.push_back(Index(geometry.indices[i] - cluster.firstVertex));
+    own.resize(cluster.count);
+    const std::uint32_t* const indices = geometry.indices.data() + cluster.first;
+    for (std::size_t i = 0; i < own.size(); ++i) own[i] = Index(indices[i] - cluster.firstVertex);
     auto offset = GLintptr(m_FirstIndex + cluster.first * sizeof(Index));
     append(gl, offset, own);
   }

@@ -33,8 +33,6 @@ class GeometryBuffer : public util::YObject {
   void draw(GLenum mode, const std::uint32_t* vertices, std::size_t count) const;
   /// The box of each clustersPerGroup() clusters, in their order.
   const std::vector<Cluster>& groups() const { return m_Groups; }
-  /// Of all faces, in the geometry's own units; infinite for what bones or shapes move.
-  double longestEdge() const { return m_LongestEdge; }
 
  private:
   template <class Index>
@@ -48,7 +46,6 @@ class GeometryBuffer : public util::YObject {
   std::size_t m_FirstIndex = 0;  // bytes before it
   GLenum m_IndexType = GL_UNSIGNED_SHORT;
   std::vector<Cluster> m_Groups;
-  double m_LongestEdge;
 };
 
 /// A texture's picture in OpenGL's memory, with mipmaps.

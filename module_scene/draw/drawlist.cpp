@@ -61,10 +61,10 @@ Range whole(const Cluster& cluster) { return {cluster.first, cluster.count, clus
 
 // Whether no edge of a face is so long in the view that light changes between its ends. Tiles must agree, whatever they
 // show.
-bool isFine(const GeometryBuffer& buffer, const Culler& culler) {
+bool isFine(const Geometry& geometry, const GeometryBuffer& buffer, const Culler& culler) {
   constexpr double MostPixels = 8;
   return std::all_of(buffer.groups().begin(), buffer.groups().end(),
-                     [&](const Cluster& group) { return culler.isSmaller(buffer.longestEdge(), group, MostPixels); });
+                     [&](const Cluster& group) { return culler.isSmaller(double(geometry.longestEdge), group, MostPixels); });
 }
 
 // How many of a cluster's points leave no gaps where they lie on a surface and are MostError wide: every 2^n-th of
@@ -216,7 +216,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
     return;
   }
   const auto coarse = query.detail > 0 ? coarseVersion(geometry) : nullptr;
-  batch.fine = !coarse && geometry.kind == KindFaces && isFine(*batch.buffer, culler);
+  batch.fine = !coarse && geometry.kind == KindFaces && isFine(geometry, *batch.buffer, culler);
   batch.coarse = coarse;
   // The first points of a cluster are spread over it.
   const bool mayBeThinned = query.detail > 0 && geometry.kind == KindPoints && geometry.identities.empty();

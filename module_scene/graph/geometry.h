@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 #include "module_scene/graph/boundingbox.h"
@@ -69,6 +70,8 @@ struct NUBO_MODULE_SCENE_EXPORT Geometry : public util::YObject {
   /// (degenerate faces apart), all counter-clockwise seen from outside, so that back faces cannot be seen. Never where
   /// vertices are moved one by one, which may open it or turn it inside out.
   bool closed = false;
+  /// Of faces, in the geometry's own units; infinite where bones or shapes move vertices.
+  float longestEdge = std::numeric_limits<float>::infinity();
 
   std::size_t vertexCount() const { return positions.size() / 3; }
   std::size_t primitiveCount() const { return indices.size() / (kind == KindFaces ? 3 : kind == KindLines ? 2 : 1); }

@@ -65,6 +65,8 @@ Session::~Session() {
   m_Panel.reset();
   trajectory::TrajectoryHandler::getInstance()->clear();
   main::ModuleManager::getInstance()->unloadModules();
+  // The program ends, and the system takes the memory of a scene of many parts back faster than each of them gives it.
+  [[gnu::used]] static const auto* const left = new util::YPointer<scene::Scene>(m_Viewer.getGlobalScene());
 }
 
 bool Session::isReadingScene() const {
