@@ -11,19 +11,6 @@ namespace nubo::scene {
 
 namespace {
 
-template <class T>
-GLsizeiptr bytesOf(const std::vector<T>& values) {
-  return GLsizeiptr(values.size() * sizeof(T));
-}
-
-template <class T>
-void append(QOpenGLFunctions* gl, GLintptr& offset, const std::vector<T>& values) {
-  if (!values.empty()) gl->glBufferSubData(GL_ARRAY_BUFFER, offset, bytesOf(values), values.data());
-  offset += bytesOf(values);
-}
-
-const void* at(std::size_t bytes) { return reinterpret_cast<const void*>(bytes); }
-
 // Buffer objects are bound while they are filled; this puts back what was bound.
 class BindingGuard {
  public:
@@ -64,23 +51,14 @@ util::YPointer<Buffer> upToDate(const Source& source) {
 
 }  // namespace
 
-GeometryBuffer::GeometryBuffer(const Geometry& geometry) : m_Name(SharedName::buffer()) {
-  QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
+GeometryBuffer::GeometryBuffer(const Geometry& geometry) {
   const bool isShort = std::all_of(geometry.clusters.begin(), geometry.clusters.end(), [](const Cluster& cluster) {
     return cluster.vertexCount <= std::numeric_limits<GLushort>::max();
   });
   m_IndexType = isShort ? GL_UNSIGNED_SHORT : GL_UNSIGNED_INT;
-  m_FirstIndex = std::size_t(bytesOf(geometry.positions) + bytesOf(geometry.normals) + bytesOf(geometry.texCoords) +
-                             bytesOf(geometry.secondTexCoords) + bytesOf(geometry.colors));
-  gl->glBindBuffer(GL_ARRAY_BUFFER, m_Name.name());
-  gl->glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(m_FirstIndex + geometry.indices.size() * indexSize()), nullptr,
-                   GL_STATIC_DRAW);
-  GLintptr offset = 0;
-  append(gl, offset, geometry.positions);
-  append(gl, offset, geometry.normals);
-  append(gl, offset, geometry.secondTexCoords);
-  append(gl, offset, geometry.texCoords);
-  append(gl, offset, geometry.colors);
+  m_Place = VertexStore::roomFor(geometry, geometry.indices.size() * indexSize());
+  QOpenGLContext::currentContext()->functions()->glBindBuffer(GL_ARRAY_BUFFER, store().name());
+  store().fill(geometry, m_Place.firstVertex);
   isShort ? copyIndices<GLushort>(geometry) : copyIndices<GLuint>(geometry);
 
   for (std::size_t i = 0; i < geometry.clusters.size(); ++i) {
@@ -108,61 +86,23 @@ void GeometryBuffer::copyIndices(const Geometry& geometry) {
     own.resize(cluster.count);
     const std::uint32_t* const indices = geometry.indices.data() + cluster.first;
     for (std::size_t i = 0; i < own.size(); ++i) own[i] = Index(indices[i] - cluster.firstVertex);
-    auto offset = GLintptr(m_FirstIndex + cluster.first * sizeof(Index));
-    append(gl, offset, own);
+    gl->glBufferSubData(GL_ARRAY_BUFFER, GLintptr(indexOffset(cluster.first)), GLsizeiptr(own.size() * sizeof(Index)),
+                        own.data());
   }
 }
 
 void GeometryBuffer::draw(GLenum mode, const Range& range) const {
   QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
   gl->glDrawRangeElementsBaseVertex(mode, 0, range.vertexCount - 1, GLsizei(range.count), m_IndexType,
-                                    at(m_FirstIndex + range.first * indexSize()), GLint(range.firstVertex));
+                                    reinterpret_cast<const void*>(indexOffset(range.first)),
+                                    GLint(m_Place.firstVertex + range.firstVertex));
 }
 
 void GeometryBuffer::draw(GLenum mode, const std::uint32_t* vertices, std::size_t count) const {
-  QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
+  QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
   gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
-  gl->glDrawElements(mode, GLsizei(count), GL_UNSIGNED_INT, vertices);
-  bindIndices();
-}
-
-void GeometryBuffer::bindIndices() const {
-  QOpenGLContext::currentContext()->functions()->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Name.name());
-}
-
-void GeometryBuffer::bind(const Geometry& geometry) const {
-  QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
-  gl->glBindBuffer(GL_ARRAY_BUFFER, m_Name.name());
-  bindIndices();
-
-  const char* offset = nullptr;
-  glEnableClientState(GL_VERTEX_ARRAY);
-  glVertexPointer(3, GL_FLOAT, 0, offset);
-  offset += bytesOf(geometry.positions);
-  if (!geometry.normals.empty()) {
-    glEnableClientState(GL_NORMAL_ARRAY);
-    glNormalPointer(GL_FLOAT, 0, offset);
-  } else {
-    glDisableClientState(GL_NORMAL_ARRAY);
-  }
-  offset += bytesOf(geometry.normals);
-  for (const auto& [unit, coordinates] :
-       {std::pair{GL_TEXTURE1, &geometry.secondTexCoords}, {GL_TEXTURE0, &geometry.texCoords}}) {
-    functions()->glClientActiveTexture(GLenum(unit));
-    if (!coordinates->empty()) {
-      glEnableClientState(GL_TEXTURE_COORD_ARRAY);
-      glTexCoordPointer(2, GL_FLOAT, 0, offset);
-    } else {
-      glDisableClientState(GL_TEXTURE_COORD_ARRAY);
-    }
-    offset += bytesOf(*coordinates);
-  }
-  if (!geometry.colors.empty()) {
-    glEnableClientState(GL_COLOR_ARRAY);
-    glColorPointer(4, GL_UNSIGNED_BYTE, 0, offset);
-  } else {
-    glDisableClientState(GL_COLOR_ARRAY);
-  }
+  gl->glDrawElementsBaseVertex(mode, GLsizei(count), GL_UNSIGNED_INT, vertices, GLint(m_Place.firstVertex));
+  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, store().name());
 }
 
 TextureBuffer::TextureBuffer(const Texture& texture) : m_Name(SharedName::texture()) {

@@ -5,6 +5,7 @@
 
 #include "module_scene/draw/environment.h"
 #include "module_scene/draw/sharedname.h"
+#include "module_scene/draw/vertexstore.h"
 #include "module_scene/graph/sceneelement.h"
 
 namespace nubo::scene {
@@ -23,11 +24,10 @@ class GeometryBuffer : public util::YObject {
   explicit GeometryBuffer(const Geometry& geometry);
   ~GeometryBuffer() override;
 
-  bool isUsable() const { return m_Name.isUsable(); }
-  /// Binds the buffer for both and points the arrays of the current context at them.
-  void bind(const Geometry& geometry) const;
-  void bindIndices() const;
-  /// Draws a range of the geometry that is bound.
+  bool isUsable() const { return m_Place.store->isUsable(); }
+  /// What must be bound for it to be drawn, and is for others, too.
+  const VertexStore& store() const { return *m_Place.store; }
+  /// Draws a range of it.
   void draw(GLenum mode, const Range& range) const;
   /// Draws some of its vertices, by their numbers, which OpenGL has not copied.
   void draw(GLenum mode, const std::uint32_t* vertices, std::size_t count) const;
@@ -38,12 +38,12 @@ class GeometryBuffer : public util::YObject {
   template <class Index>
   void copyIndices(const Geometry& geometry);
 
+  std::size_t indexOffset(std::size_t index) const {
+    return store().indexOffset(m_Place.firstIndexByte + index * indexSize());
+  }
   std::size_t indexSize() const { return m_IndexType == GL_UNSIGNED_SHORT ? sizeof(GLushort) : sizeof(GLuint); }
 
-  // Positions, normals, texture coordinates and colours, one array after the other, and behind them the indices,
-  // counted from each cluster's first vertex: one buffer, since to drop one takes longer the more there are.
-  SharedName m_Name;
-  std::size_t m_FirstIndex = 0;  // bytes before it
+  VertexStore::Place m_Place;  // of its vertices, and of indices that count from each cluster's first vertex
   GLenum m_IndexType = GL_UNSIGNED_SHORT;
   std::vector<Cluster> m_Groups;
 };

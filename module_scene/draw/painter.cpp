@@ -142,6 +142,7 @@ void Painter::setUpCut() {
 
 void Painter::draw(std::size_t indices) {
   mp_Current = nullptr;
+  mp_Bound = nullptr;
   setUpCut();
   std::size_t drawn = 0;
   while (!isDone() && drawn < indices) {
@@ -159,6 +160,8 @@ void Painter::draw(std::size_t indices) {
 }
 
 void Painter::drawSamples(Kinds* known) {
+  mp_Current = nullptr;
+  mp_Bound = nullptr;
   setUpCut();
   for (const Step& step : m_Steps) {
     const Geometry& geometry = *step.batch->geometry;
@@ -220,7 +223,7 @@ void Painter::setUp(const Step& step) {
   mp_Current = batch.geometry;
   m_CurrentShading = shading;
   m_CurrentClipped = batch.clipped;
-  batch.buffer->bind(*batch.geometry);
+  if (&batch.buffer->store() != std::exchange(mp_Bound, &batch.buffer->store())) mp_Bound->bind();
   if (m_Bare)
     setUpBare(*batch.geometry);
   else if (!isSetUp)

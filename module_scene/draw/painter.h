@@ -69,6 +69,7 @@ class Painter {
   std::vector<Step> m_Steps;
   std::size_t m_Step = 0, m_Range = 0;  // the next
   const Geometry* mp_Current = nullptr;
+  const VertexStore* mp_Bound = nullptr;
   SurfaceShader::Shading m_CurrentShading{};
   bool m_CurrentClipped = false;
 };

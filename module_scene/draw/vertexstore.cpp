@@ -1,0 +1,93 @@
+#include "module_scene/draw/vertexstore.h"
+
+#include <mutex>
+
+#include "module_scene/draw/drawingstate.h"
+
+namespace nubo::scene {
+
+namespace {
+
+constexpr std::size_t PositionBytes = 3 * sizeof(float), NormalBytes = 3 * sizeof(float),
+                      TexCoordBytes = 2 * sizeof(float), ColorBytes = 4;
+// Of what is shared: a few megabytes, in which what is left free at the end is little.
+constexpr std::size_t SharedVertices = std::size_t(1) << 16, SharedIndexBytes = SharedVertices * 12;
+constexpr std::size_t Share = 16;  // of each of these, at most, has a geometry that shares
+constexpr std::size_t IndexAlignment = 4;
+constexpr std::size_t Formats = 16;
+
+const void* at(std::size_t bytes) { return reinterpret_cast<const void*>(bytes); }
+
+template <class T>
+void copy(std::size_t offset, const std::vector<T>& values) {
+  if (!values.empty())
+    functions()->glBufferSubData(GL_ARRAY_BUFFER, GLintptr(offset), GLsizeiptr(values.size() * sizeof(T)),
+                                 values.data());
+}
+
+// What bones or shapes move is made anew at each step, and would fill what is shared with what nobody draws.
+bool isSmall(const Geometry& geometry, std::size_t indexBytes) {
+  return geometry.identities.empty() && geometry.vertexCount() <= SharedVertices / Share &&
+         indexBytes <= SharedIndexBytes / Share;
+}
+
+}  // namespace
+
+VertexStore::VertexStore(const VertexFormat& format, std::size_t vertices, std::size_t indexBytes)
+    : m_Format(format), m_Name(SharedName::buffer()), m_Vertices(vertices), m_IndexBytes(indexBytes) {
+  m_Offsets[Normals] = vertices * PositionBytes;
+  m_Offsets[SecondTexCoords] = m_Offsets[Normals] + (format.normals ? vertices * NormalBytes : 0);
+  m_Offsets[TexCoords] = m_Offsets[SecondTexCoords] + (format.secondTexCoords ? vertices * TexCoordBytes : 0);
+  m_Offsets[Colors] = m_Offsets[TexCoords] + (format.texCoords ? vertices * TexCoordBytes : 0);
+  m_Offsets[Indices] = m_Offsets[Colors] + (format.colors ? vertices * ColorBytes : 0);
+  functions()->glBindBuffer(GL_ARRAY_BUFFER, m_Name.name());
+  functions()->glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(m_Offsets[Indices] + indexBytes), nullptr, GL_STATIC_DRAW);
+}
+
+VertexStore::Place VertexStore::roomFor(const Geometry& geometry, std::size_t indexBytes) {
+  const VertexFormat format(geometry);
+  const std::size_t vertices = geometry.vertexCount();
+  if (!isSmall(geometry, indexBytes)) return {std::make_shared<VertexStore>(format, vertices, indexBytes), 0, 0};
+  static std::mutex mutex;
+  static std::array<std::weak_ptr<VertexStore>, Formats> last;
+  const std::lock_guard lock(mutex);
+  std::shared_ptr<VertexStore> store = last[format.number()].lock();
+  if (!store || !store->isUsable() || store->m_VerticesUsed + vertices > store->m_Vertices ||
+      store->m_IndexBytesUsed + indexBytes > store->m_IndexBytes) {
+    last[format.number()] = store = std::make_shared<VertexStore>(format, SharedVertices, SharedIndexBytes);
+    glFinish();  // other contexts may fill the next places
+  }
+  const Place place{store, store->m_VerticesUsed, store->m_IndexBytesUsed};
+  store->m_VerticesUsed += vertices;
+  store->m_IndexBytesUsed += (indexBytes + IndexAlignment - 1) / IndexAlignment * IndexAlignment;
+  return place;
+}
+
+void VertexStore::fill(const Geometry& geometry, std::size_t firstVertex) const {
+  copy(m_Offsets[Positions] + firstVertex * PositionBytes, geometry.positions);
+  copy(m_Offsets[Normals] + firstVertex * NormalBytes, geometry.normals);
+  copy(m_Offsets[SecondTexCoords] + firstVertex * TexCoordBytes, geometry.secondTexCoords);
+  copy(m_Offsets[TexCoords] + firstVertex * TexCoordBytes, geometry.texCoords);
+  copy(m_Offsets[Colors] + firstVertex * ColorBytes, geometry.colors);
+}
+
+void VertexStore::bind() const {
+  QOpenGLFunctions_2_0* gl = functions();
+  gl->glBindBuffer(GL_ARRAY_BUFFER, m_Name.name());
+  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Name.name());
+  const auto enable = [](GLenum array, bool isThere) {
+    isThere ? glEnableClientState(array) : glDisableClientState(array);
+    return isThere;
+  };
+  glEnableClientState(GL_VERTEX_ARRAY);
+  glVertexPointer(3, GL_FLOAT, 0, at(m_Offsets[Positions]));
+  if (enable(GL_NORMAL_ARRAY, m_Format.normals)) glNormalPointer(GL_FLOAT, 0, at(m_Offsets[Normals]));
+  gl->glClientActiveTexture(GL_TEXTURE1);
+  if (enable(GL_TEXTURE_COORD_ARRAY, m_Format.secondTexCoords))
+    glTexCoordPointer(2, GL_FLOAT, 0, at(m_Offsets[SecondTexCoords]));
+  gl->glClientActiveTexture(GL_TEXTURE0);
+  if (enable(GL_TEXTURE_COORD_ARRAY, m_Format.texCoords)) glTexCoordPointer(2, GL_FLOAT, 0, at(m_Offsets[TexCoords]));
+  if (enable(GL_COLOR_ARRAY, m_Format.colors)) glColorPointer(4, GL_UNSIGNED_BYTE, 0, at(m_Offsets[Colors]));
+}
+
+}  // namespace nubo::scene
