@@ -57,8 +57,8 @@ GeometryBuffer::GeometryBuffer(const Geometry& geometry) {
   });
   m_IndexType = isShort ? GL_UNSIGNED_SHORT : GL_UNSIGNED_INT;
   m_Place = VertexStore::roomFor(geometry, geometry.indices.size() * indexSize());
-  QOpenGLContext::currentContext()->functions()->glBindBuffer(GL_ARRAY_BUFFER, store().name());
-  store().fill(geometry, m_Place.firstVertex);
+  QOpenGLContext::currentContext()->functions()->glBindBuffer(GL_ARRAY_BUFFER, m_Place.store->name());
+  m_Place.store->fill(geometry, m_Place.firstVertex);
   isShort ? copyIndices<GLushort>(geometry) : copyIndices<GLuint>(geometry);
 
   for (std::size_t i = 0; i < geometry.clusters.size(); ++i) {
@@ -91,6 +91,10 @@ void GeometryBuffer::copyIndices(const Geometry& geometry) {
   }
 }
 
+void GeometryBuffer::bind(const Geometry& geometry, const VertexStore*& bound) const {
+  m_Place.store->bind(geometry, std::exchange(bound, m_Place.store.get()));
+}
+
 void GeometryBuffer::draw(GLenum mode, const Range& range) const {
   QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
   gl->glDrawRangeElementsBaseVertex(mode, 0, range.vertexCount - 1, GLsizei(range.count), m_IndexType,
@@ -102,7 +106,7 @@ void GeometryBuffer::draw(GLenum mode, const std::uint32_t* vertices, std::size_
   QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
   gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
   gl->glDrawElementsBaseVertex(mode, GLsizei(count), GL_UNSIGNED_INT, vertices, GLint(m_Place.firstVertex));
-  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, store().name());
+  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Place.store->name());
 }
 
 TextureBuffer::TextureBuffer(const Texture& texture) : m_Name(SharedName::texture()) {

@@ -25,9 +25,9 @@ class GeometryBuffer : public util::YObject {
   ~GeometryBuffer() override;
 
   bool isUsable() const { return m_Place.store->isUsable(); }
-  /// What must be bound for it to be drawn, and is for others, too.
-  const VertexStore& store() const { return *m_Place.store; }
-  /// Draws a range of it.
+  /// Has OpenGL draw it from now on. `bound` is the store that is bound, or null, and becomes its own.
+  void bind(const Geometry& geometry, const VertexStore*& bound) const;
+  /// Draws a range of the geometry that is bound.
   void draw(GLenum mode, const Range& range) const;
   /// Draws some of its vertices, by their numbers, which OpenGL has not copied.
   void draw(GLenum mode, const std::uint32_t* vertices, std::size_t count) const;
@@ -39,7 +39,7 @@ class GeometryBuffer : public util::YObject {
   void copyIndices(const Geometry& geometry);
 
   std::size_t indexOffset(std::size_t index) const {
-    return store().indexOffset(m_Place.firstIndexByte + index * indexSize());
+    return m_Place.store->indexOffset(m_Place.firstIndexByte + index * indexSize());
   }
   std::size_t indexSize() const { return m_IndexType == GL_UNSIGNED_SHORT ? sizeof(GLushort) : sizeof(GLuint); }
 

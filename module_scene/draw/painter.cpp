@@ -223,7 +223,7 @@ void Painter::setUp(const Step& step) {
   mp_Current = batch.geometry;
   m_CurrentShading = shading;
   m_CurrentClipped = batch.clipped;
-  if (&batch.buffer->store() != std::exchange(mp_Bound, &batch.buffer->store())) mp_Bound->bind();
+  batch.buffer->bind(*batch.geometry, mp_Bound);
   if (m_Bare)
     setUpBare(*batch.geometry);
   else if (!isSetUp)

@@ -26,9 +26,28 @@ void copy(std::size_t offset, const std::vector<T>& values) {
 }
 
 // What bones or shapes move is made anew at each step, and would fill what is shared with what nobody draws.
-bool isSmall(const Geometry& geometry, std::size_t indexBytes) {
-  return geometry.identities.empty() && geometry.vertexCount() <= SharedVertices / Share &&
-         indexBytes <= SharedIndexBytes / Share;
+bool isSmall(const Geometry& geometry, std::size_t vertices, std::size_t indexBytes) {
+  return geometry.identities.empty() && vertices <= SharedVertices / Share && indexBytes <= SharedIndexBytes / Share;
+}
+
+/// Of arrays of which only positions need be there.
+struct Arrays {
+  const void *positions, *normals, *secondTexCoords, *texCoords, *colors;
+};
+
+void pointAt(const VertexFormat& format, const Arrays& arrays) {
+  const auto enable = [](GLenum array, bool isThere) {
+    isThere ? glEnableClientState(array) : glDisableClientState(array);
+    return isThere;
+  };
+  glEnableClientState(GL_VERTEX_ARRAY);
+  glVertexPointer(3, GL_FLOAT, 0, arrays.positions);
+  if (enable(GL_NORMAL_ARRAY, format.normals)) glNormalPointer(GL_FLOAT, 0, arrays.normals);
+  functions()->glClientActiveTexture(GL_TEXTURE1);
+  if (enable(GL_TEXTURE_COORD_ARRAY, format.secondTexCoords)) glTexCoordPointer(2, GL_FLOAT, 0, arrays.secondTexCoords);
+  functions()->glClientActiveTexture(GL_TEXTURE0);
+  if (enable(GL_TEXTURE_COORD_ARRAY, format.texCoords)) glTexCoordPointer(2, GL_FLOAT, 0, arrays.texCoords);
+  if (enable(GL_COLOR_ARRAY, format.colors)) glColorPointer(4, GL_UNSIGNED_BYTE, 0, arrays.colors);
 }
 
 }  // namespace
@@ -46,15 +65,16 @@ VertexStore::VertexStore(const VertexFormat& format, std::size_t vertices, std::
 
 VertexStore::Place VertexStore::roomFor(const Geometry& geometry, std::size_t indexBytes) {
   const VertexFormat format(geometry);
-  const std::size_t vertices = geometry.vertexCount();
-  if (!isSmall(geometry, indexBytes)) return {std::make_shared<VertexStore>(format, vertices, indexBytes), 0, 0};
+  const bool isSoft = isSoftware();
+  const std::size_t vertices = isSoft ? 0 : geometry.vertexCount();
+  if (!isSmall(geometry, vertices, indexBytes)) return {std::make_shared<VertexStore>(format, vertices, indexBytes), 0, 0};
   static std::mutex mutex;
   static std::array<std::weak_ptr<VertexStore>, Formats> last;
   const std::lock_guard lock(mutex);
   std::shared_ptr<VertexStore> store = last[format.number()].lock();
   if (!store || !store->isUsable() || store->m_VerticesUsed + vertices > store->m_Vertices ||
       store->m_IndexBytesUsed + indexBytes > store->m_IndexBytes) {
-    last[format.number()] = store = std::make_shared<VertexStore>(format, SharedVertices, SharedIndexBytes);
+    last[format.number()] = store = std::make_shared<VertexStore>(format, isSoft ? 0 : SharedVertices, SharedIndexBytes);
     glFinish();  // other contexts may fill the next places
   }
   const Place place{store, store->m_VerticesUsed, store->m_IndexBytesUsed};
@@ -64,6 +84,7 @@ VertexStore::Place VertexStore::roomFor(const Geometry& geometry, std::size_t in
 }
 
 void VertexStore::fill(const Geometry& geometry, std::size_t firstVertex) const {
+  if (m_Vertices == 0) return;
   copy(m_Offsets[Positions] + firstVertex * PositionBytes, geometry.positions);
   copy(m_Offsets[Normals] + firstVertex * NormalBytes, geometry.normals);
   copy(m_Offsets[SecondTexCoords] + firstVertex * TexCoordBytes, geometry.secondTexCoords);
@@ -71,23 +92,18 @@ void VertexStore::fill(const Geometry& geometry, std::size_t firstVertex) const 
   copy(m_Offsets[Colors] + firstVertex * ColorBytes, geometry.colors);
 }
 
-void VertexStore::bind() const {
-  QOpenGLFunctions_2_0* gl = functions();
-  gl->glBindBuffer(GL_ARRAY_BUFFER, m_Name.name());
-  gl->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Name.name());
-  const auto enable = [](GLenum array, bool isThere) {
-    isThere ? glEnableClientState(array) : glDisableClientState(array);
-    return isThere;
-  };
-  glEnableClientState(GL_VERTEX_ARRAY);
-  glVertexPointer(3, GL_FLOAT, 0, at(m_Offsets[Positions]));
-  if (enable(GL_NORMAL_ARRAY, m_Format.normals)) glNormalPointer(GL_FLOAT, 0, at(m_Offsets[Normals]));
-  gl->glClientActiveTexture(GL_TEXTURE1);
-  if (enable(GL_TEXTURE_COORD_ARRAY, m_Format.secondTexCoords))
-    glTexCoordPointer(2, GL_FLOAT, 0, at(m_Offsets[SecondTexCoords]));
-  gl->glClientActiveTexture(GL_TEXTURE0);
-  if (enable(GL_TEXTURE_COORD_ARRAY, m_Format.texCoords)) glTexCoordPointer(2, GL_FLOAT, 0, at(m_Offsets[TexCoords]));
-  if (enable(GL_COLOR_ARRAY, m_Format.colors)) glColorPointer(4, GL_UNSIGNED_BYTE, 0, at(m_Offsets[Colors]));
+void VertexStore::bind(const Geometry& geometry, const VertexStore* bound) const {
+  if (bound != this) {
+    functions()->glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_Name.name());
+    functions()->glBindBuffer(GL_ARRAY_BUFFER, m_Vertices > 0 ? m_Name.name() : 0);
+  }
+  if (m_Vertices == 0)
+    pointAt(VertexFormat(geometry),
+            {geometry.positions.data(), geometry.normals.data(), geometry.secondTexCoords.data(),
+             geometry.texCoords.data(), geometry.colors.data()});
+  else if (bound != this)
+    pointAt(m_Format, {at(m_Offsets[Positions]), at(m_Offsets[Normals]), at(m_Offsets[SecondTexCoords]),
+                       at(m_Offsets[TexCoords]), at(m_Offsets[Colors])});
 }
 
 }  // namespace nubo::scene

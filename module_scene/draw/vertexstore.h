@@ -11,7 +11,7 @@
 
 namespace nubo::scene {
 
-/// What the vertices of some geometries have. All of them have positions.
+/// What the vertices of some geometries have beside their positions.
 struct VertexFormat {
   explicit VertexFormat(const Geometry& geometry)
       : normals(!geometry.normals.empty()),
@@ -28,7 +28,8 @@ struct VertexFormat {
 
 /// A buffer of vertices of one format, one array for each of what they have, and indices behind them. A large geometry
 /// has one of its own; small ones, of which an assembly has thousands, share one: to make and to bind one takes OpenGL
-/// as long as to draw a few hundred faces.
+/// as long as to draw a few hundred faces. Where OpenGL is software it has indices only, since vertices are read as
+/// fast where the geometry has them.
 class VertexStore {
  public:
   /// Room in a store: from which vertex, and from which byte of its indices on.
@@ -45,17 +46,15 @@ class VertexStore {
 
   GLuint name() const { return m_Name.name(); }
   bool isUsable() const { return m_Name.isUsable(); }
-  /// Binds the buffer for vertices and indices, and points the arrays of the current context at it.
-  void bind() const;
-  /// Copies a geometry's vertices to a place in it; the buffer is bound.
+  /// Has the current context draw a geometry that has room in this, where `bound` is what it drew before, or null.
+  void bind(const Geometry& geometry, const VertexStore* bound) const;
+  /// Copies a geometry's vertices to their place in it; the buffer is bound.
   void fill(const Geometry& geometry, std::size_t firstVertex) const;
   /// Byte of the buffer at which a byte of the indices lies.
   std::size_t indexOffset(std::size_t indexByte) const { return m_Offsets.back() + indexByte; }
 
  private:
   enum Array { Positions, Normals, SecondTexCoords, TexCoords, Colors, Indices, ArrayCount };
-  static std::shared_ptr<VertexStore> open(const VertexFormat& format, std::size_t vertices, std::size_t indexBytes);
-  void pointAt(Array array, GLenum state, bool isThere) const;
 
   const VertexFormat m_Format;
   SharedName m_Name;
