@@ -9,21 +9,21 @@
 namespace nubo::picture {
 
 PagesAhead::PagesAhead(void* memory, std::size_t bytes) {
-#ifdef MADV_POPULATE_WRITE
   constexpr std::size_t WorthAThread = std::size_t(16) << 20;
-  const auto page = std::uintptr_t(sysconf(_SC_PAGESIZE));
-  m_Begin = (std::uintptr_t(memory) + page - 1) / page * page;
-  m_End = (std::uintptr_t(memory) + bytes) / page * page;
+  m_Page = std::size_t(sysconf(_SC_PAGESIZE));
+  m_Begin = (std::uintptr_t(memory) + m_Page - 1) / m_Page * m_Page;
+  m_End = (std::uintptr_t(memory) + bytes) / m_Page * m_Page;
   if (m_Begin >= m_End) return;
-  // Wishes that need not be granted.
+#ifdef MADV_HUGEPAGE
+  // A wish that need not be granted.
   static_cast<void>(madvise(reinterpret_cast<void*>(m_Begin), m_End - m_Begin, MADV_HUGEPAGE));
+#endif
   if (bytes < WorthAThread) return;
   try {
     m_Thread = std::thread([this] { run(); });
   } catch (const std::system_error&) {
     // Then whoever writes waits for each.
   }
-#endif
 }
 
 PagesAhead::~PagesAhead() {
@@ -31,15 +31,15 @@ PagesAhead::~PagesAhead() {
   if (m_Thread.joinable()) m_Thread.join();
 }
 
-void PagesAhead::run() const {
-#ifdef MADV_POPULATE_WRITE
-  constexpr std::uintptr_t AtOnce = std::uintptr_t(4) << 20;
-  for (std::uintptr_t end = m_End; end > m_Begin && !m_IsOver;) {
-    const std::uintptr_t begin = end - std::min(AtOnce, end - m_Begin);
-    if (madvise(reinterpret_cast<void*>(begin), end - begin, MADV_POPULATE_WRITE) != 0) return;
-    end = begin;
+/// Each page is touched, and not asked for with madvise(): that locks all of the process's memory, so that whoever draws
+/// and has to have some would wait for all of this. Whoever writes meanwhile does so undisturbed, since a zero is
+/// replaced by itself, and only where it still is.
+[[gnu::no_sanitize_thread]] void PagesAhead::run() const {
+  for (std::uintptr_t end = m_End; end > m_Begin && !m_IsOver; end -= m_Page) {
+    std::uint8_t zero = 0;
+    __atomic_compare_exchange_n(reinterpret_cast<std::uint8_t*>(end - m_Page), &zero, std::uint8_t(0), false,
+                                __ATOMIC_RELAXED, __ATOMIC_RELAXED);
   }
-#endif
 }
 
 }  // namespace nubo::picture

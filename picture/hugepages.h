@@ -10,10 +10,9 @@
 
 namespace nubo::picture {
 
-/// Has the system give a picture's memory, which is not in use yet, while the picture is drawn into it: in pieces of
-/// some megabytes where it can, and from the end on, where the first tiles go, on a thread of its own. To get it page
-/// by page when it is written takes longer than to fill it. What is there already stays as it is. The memory must
-/// outlive the object. Without an effect where the system cannot do that.
+/// Has the system give a picture's memory, which is not in use yet, while the picture is drawn into it: in large pages
+/// where it can, and from the end on, where the first tiles go, on a thread of its own. To get it when it is written
+/// takes longer than to fill it. What is there already stays as it is. The memory must outlive the object.
 class NUBO_PICTURE_EXPORT PagesAhead {
  public:
   PagesAhead(void* memory, std::size_t bytes);
@@ -24,6 +23,7 @@ class NUBO_PICTURE_EXPORT PagesAhead {
  private:
   void run() const;
 
+  std::size_t m_Page = 0;  // bytes
   std::uintptr_t m_Begin = 0, m_End = 0;
   std::atomic<bool> m_IsOver{false};
   std::thread m_Thread;
