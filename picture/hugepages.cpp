@@ -31,8 +31,8 @@ PagesAhead::~PagesAhead() {
   if (m_Thread.joinable()) m_Thread.join();
 }
 
-/// Each page is touched, and not asked for with madvise(): that locks all of the process's memory, so that whoever draws
-/// and has to have some would wait for all of this. Whoever writes meanwhile does so undisturbed, since a zero is
+/// Each page is touched, and not asked for with madvise(): that locks all of the process's memory, so that whoever
+/// draws and has to have some would wait for all of this. Whoever writes meanwhile does so undisturbed, since a zero is
 /// replaced by itself, and only where it still is.
 [[gnu::no_sanitize_thread]] void PagesAhead::run() const {
   for (std::uintptr_t end = m_End; end > m_Begin && !m_IsOver; end -= m_Page) {

@@ -63,8 +63,9 @@ Range whole(const Cluster& cluster) { return {cluster.first, cluster.count, clus
 // show.
 bool isFine(const Geometry& geometry, const GeometryBuffer& buffer, const Culler& culler) {
   constexpr double MostPixels = 8;
-  return std::all_of(buffer.groups().begin(), buffer.groups().end(),
-                     [&](const Cluster& group) { return culler.isSmaller(double(geometry.longestEdge), group, MostPixels); });
+  return std::all_of(buffer.groups().begin(), buffer.groups().end(), [&](const Cluster& group) {
+    return culler.isSmaller(double(geometry.longestEdge), group, MostPixels);
+  });
 }
 
 // How many of a cluster's points leave no gaps where they lie on a surface and are MostError wide: every 2^n-th of

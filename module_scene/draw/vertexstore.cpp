@@ -67,14 +67,16 @@ VertexStore::Place VertexStore::roomFor(const Geometry& geometry, std::size_t in
   const VertexFormat format(geometry);
   const bool isSoft = isSoftware();
   const std::size_t vertices = isSoft ? 0 : geometry.vertexCount();
-  if (!isSmall(geometry, vertices, indexBytes)) return {std::make_shared<VertexStore>(format, vertices, indexBytes), 0, 0};
+  if (!isSmall(geometry, vertices, indexBytes))
+    return {std::make_shared<VertexStore>(format, vertices, indexBytes), 0, 0};
   static std::mutex mutex;
   static std::array<std::weak_ptr<VertexStore>, Formats> last;
   const std::lock_guard lock(mutex);
   std::shared_ptr<VertexStore> store = last[format.number()].lock();
   if (!store || !store->isUsable() || store->m_VerticesUsed + vertices > store->m_Vertices ||
       store->m_IndexBytesUsed + indexBytes > store->m_IndexBytes) {
-    last[format.number()] = store = std::make_shared<VertexStore>(format, isSoft ? 0 : SharedVertices, SharedIndexBytes);
+    last[format.number()] = store =
+        std::make_shared<VertexStore>(format, isSoft ? 0 : SharedVertices, SharedIndexBytes);
     glFinish();  // other contexts may fill the next places
   }
   const Place place{store, store->m_VerticesUsed, store->m_IndexBytesUsed};

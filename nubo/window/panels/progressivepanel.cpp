@@ -17,6 +17,7 @@ namespace {
 constexpr int RestMs = 250;
 constexpr int SmoothMs = 20;  // a drawing that takes longer makes turning jerky
 constexpr double PartMs = 10, JoinMs = 3;
+constexpr double FirstJoinMs = 60;  // in which some twenty thousand parts are joined
 constexpr double LeastDetail = 4, MostDetail = 16;
 constexpr int RoomForMore = 5;  // times as much; twice the resolution has four times as many pixels
 
@@ -101,6 +102,7 @@ void ProgressivePanel::paintGL() {
   if (isNewAndLarge()) {
     m_Slow = true;
     m_MovingDetail = MostDetail;  // until it is known how long it takes
+    m_IsJoinedFirst = true;
   }
   const auto isWhole = [&] { return m_Complete && m_Begun == view; };
   QElapsedTimer timer;
@@ -110,6 +112,8 @@ void ProgressivePanel::paintGL() {
     QOpenGLFramebufferObject::blitFramebuffer(nullptr, m_Whole.get());
     return;
   }
+  // To draw thousands of parts one by one, even once, takes longer than that.
+  if (m_IsJoinedFirst) m_IsJoinedFirst = drawer().join(*m_Root, FirstJoinMs);
   paintThinned();
   // A little for each frame, since what is too slow to be turned may not come to rest while it is.
   if (m_Root) std::ignore = drawer().join(*m_Root, JoinMs);

@@ -61,12 +61,13 @@ class ProgressivePanel : public gui::ScenePanel {
   std::optional<View> m_Thinned;               ///< that was painted last
   bool m_PreparesThinned = false;
   bool m_Complete = false;
-  qint64 m_WholeTime = 0;     ///< milliseconds that it has taken
-  bool m_Slow = false;        ///< the last whole drawing took too long for a moving view
-  double m_MovingDetail = 4;  ///< by how much a moving view may be wrong, in pixels
-  QTimer m_Rest;              ///< runs while the view moves
-  QTimer m_Ready;             ///< runs until the driver has made what most drawings need
-  QTimer m_Parts;             ///< runs while the whole is drawn
+  qint64 m_WholeTime = 0;        ///< milliseconds that it has taken
+  bool m_Slow = false;           ///< the last whole drawing took too long for a moving view
+  bool m_IsJoinedFirst = false;  ///< what is new has its small parts joined before it is drawn
+  double m_MovingDetail = 4;     ///< by how much a moving view may be wrong, in pixels
+  QTimer m_Rest;                 ///< runs while the view moves
+  QTimer m_Ready;                ///< runs until the driver has made what most drawings need
+  QTimer m_Parts;                ///< runs while the whole is drawn
 };
 
 }  // namespace nubo::window
