@@ -63,17 +63,19 @@ bool looksAlike(const Geometry& a, const Geometry& b) {
          a.texCoords.empty() == b.texCoords.empty() && a.colors.empty() && b.colors.empty();
 }
 
+bool isMask(const Geometry& geometry) { return materialOf(geometry).alphaMode == AlphaMode::Mask; }
+
 // What is there only in parts leaves out the others.
 void setUpBare(const Geometry& geometry) {
   const Material& material = materialOf(geometry);
   glDisable(GL_LIGHTING);
   glDisable(GL_COLOR_MATERIAL);
   glDisableClientState(GL_COLOR_ARRAY);
-  const bool isMask = material.alphaMode == AlphaMode::Mask;
-  isMask ? setUpTexture(geometry, material) : glDisable(GL_TEXTURE_2D);
-  isMask ? glEnable(GL_ALPHA_TEST) : glDisable(GL_ALPHA_TEST);
+  const bool isInParts = isMask(geometry);
+  isInParts ? setUpTexture(geometry, material) : glDisable(GL_TEXTURE_2D);
+  isInParts ? glEnable(GL_ALPHA_TEST) : glDisable(GL_ALPHA_TEST);
   glAlphaFunc(GL_GEQUAL, material.alphaCutoff);
-  glColor4f(1, 1, 1, isMask ? material.diffuse[3] : 1);
+  glColor4f(1, 1, 1, isInParts ? material.diffuse[3] : 1);
   glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
 }
 
@@ -99,15 +101,13 @@ Painter::Painter(const DrawList& list, SurfaceShader* shader, bool bare, const S
   }
   if (share == Share::Still) return;
   // With a shader, what is there only in parts is opaque where it is.
-  const auto isMask = [shader, bare](const Batch& batch) {
-    return (shader || bare) && materialOf(*batch.geometry).alphaMode == AlphaMode::Mask;
-  };
+  const auto isOpaque = [shader, bare](const Batch& batch) { return (shader || bare) && isMask(*batch.geometry); };
   for (const Batch& batch : list.transparent())
-    if (isMask(batch)) m_Steps.push_back({&batch, false, GL_NONE});
+    if (isOpaque(batch)) m_Steps.push_back({&batch, false, GL_NONE});
   if (bare) return;
   copyTextures();
   for (const Batch& batch : list.transparent()) {
-    if (isMask(batch)) continue;
+    if (isOpaque(batch)) continue;
     // The far side of a body is drawn before its near side.
     if (batch.geometry->kind != KindFaces || (shader && batch.isOneSided())) {
       m_Steps.push_back({&batch, true, GL_NONE});
@@ -202,6 +202,11 @@ void Painter::setUpOrder(const Step& step) const {
   glStencilOp(GL_KEEP, GL_KEEP, GL_REPLACE);
 }
 
+bool Painter::isSetUpFor(const Geometry& geometry) const {
+  if (!mp_Current || mp_Shader) return false;
+  return m_Bare ? !isMask(*mp_Current) && !isMask(geometry) : looksAlike(*mp_Current, geometry);
+}
+
 void Painter::setUp(const Step& step) {
   const Batch& batch = *step.batch;
   setUpOrder(step);
@@ -219,15 +224,15 @@ void Painter::setUp(const Step& step) {
   glLightModeli(GL_LIGHT_MODEL_TWO_SIDE, batch.cullBack ? GL_FALSE : GL_TRUE);
   const SurfaceShader::Shading shading = shadingOf(step);
   if (batch.geometry == mp_Current && shading == m_CurrentShading && batch.clipped == m_CurrentClipped) return;
-  const bool isSetUp = !mp_Shader && !m_Bare && mp_Current && looksAlike(*mp_Current, *batch.geometry);
+  const bool isSetUp = isSetUpFor(*batch.geometry);
   mp_Current = batch.geometry;
   m_CurrentShading = shading;
   m_CurrentClipped = batch.clipped;
   batch.buffer->bind(*batch.geometry, mp_Bound);
-  if (m_Bare)
-    setUpBare(*batch.geometry);
+  if (mp_Shader)
+    mp_Shader->use(*batch.geometry, shading, batch.clipped);
   else if (!isSetUp)
-    mp_Shader ? mp_Shader->use(*batch.geometry, shading, batch.clipped) : setUpMaterial(*batch.geometry);
+    m_Bare ? setUpBare(*batch.geometry) : setUpMaterial(*batch.geometry);
   glPointSize(batch.width);
   glLineWidth(batch.width);
 }

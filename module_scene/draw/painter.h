@@ -58,6 +58,7 @@ class Painter {
   unsigned variantFor(const Step& step) const;
   void copyTextures() const;
   void setUpCut();
+  bool isSetUpFor(const Geometry& geometry) const;
   void setUp(const Step& step);
   void drawRange(const Batch& batch, const Range& range) const;
   std::size_t drawRanges(const Batch& batch, std::size_t indices);

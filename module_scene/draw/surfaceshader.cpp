@@ -45,7 +45,7 @@ enum Uniform : std::size_t {
   AlphaCutoff,
   Places,
   Offsets,
-  Surface,
+  SurfaceKind,
   Emission,
   Relief,
   Occlusion,
@@ -161,6 +161,7 @@ void SurfaceShader::begin(const Viewpoint& viewpoint, Look look, const util::YPo
   m_Parallel = viewpoint.parallel;
   m_Look = look;
   m_Environment = environment;
+  m_Surfaces.clear();
   ++m_Drawing;
   GLint vertexUnits = 0;
   glGetIntegerv(GL_MAX_VERTEX_TEXTURE_IMAGE_UNITS, &vertexUnits);
@@ -186,13 +187,29 @@ unsigned SurfaceShader::contactFor(const Geometry& geometry, unsigned variant) c
   return variant & Lit ? unsigned(Contact) : 0u;
 }
 
-unsigned SurfaceShader::variantFor(const Geometry& geometry, Shading shading, bool clipped) const {
+unsigned SurfaceShader::variantFor(const Geometry& geometry, Shading shading, bool clipped) {
   return surfaceVariantFor(geometry, shading) | (clipped ? unsigned(Clipped) : 0u);
 }
 
-unsigned SurfaceShader::surfaceVariantFor(const Geometry& geometry, Shading shading) const {
+const SurfaceShader::Surface& SurfaceShader::surfaceOf(const Material& material) {
+  const auto known = m_Surfaces.find(&material);
+  if (known != m_Surfaces.end()) return known->second;
+  Surface surface{material.toPhysical(), {}};
+  const PhysicalMaterial& physical = surface.physical;
+  surface.values = {material.alphaCutoff,
+                    physical.metallic,
+                    physical.roughness,
+                    linear(physical.emissive[0]) * physical.emissiveStrength,
+                    linear(physical.emissive[1]) * physical.emissiveStrength,
+                    linear(physical.emissive[2]) * physical.emissiveStrength,
+                    physical.normalScale,
+                    physical.occlusionStrength};
+  return m_Surfaces.emplace(&material, std::move(surface)).first->second;
+}
+
+unsigned SurfaceShader::surfaceVariantFor(const Geometry& geometry, Shading shading) {
   const Material& material = materialOf(geometry);
-  const PhysicalMaterial physical = material.toPhysical();
+  const PhysicalMaterial& physical = surfaceOf(material).physical;
   unsigned result = material.lit && !geometry.normals.empty() ? unsigned(Lit) : 0u;
   const auto maps = mapsOf(physical);
   for (int map = 0; map < MapCount; ++map) {
@@ -225,18 +242,23 @@ void SurfaceShader::use(const Geometry& geometry, Shading shading, bool clipped)
     if (m_Contact) setLookup(current);
   }
 
-  const Material& material = materialOf(geometry);
-  const PhysicalMaterial physical = material.toPhysical();
-  const auto& at = current.locations;
+  const auto& [physical, values] = surfaceOf(materialOf(geometry));
   glColor4fv(physical.baseColor.data());
-  gl->glUniform1f(at[AlphaCutoff], material.alphaCutoff);
-  gl->glUniform2f(at[Surface], physical.metallic, physical.roughness);
-  gl->glUniform3f(at[Emission], linear(physical.emissive[0]) * physical.emissiveStrength,
-                  linear(physical.emissive[1]) * physical.emissiveStrength,
-                  linear(physical.emissive[2]) * physical.emissiveStrength);
-  gl->glUniform1f(at[Relief], physical.normalScale);
-  gl->glUniform1f(at[Occlusion], physical.occlusionStrength);
-  setTextures(current, physical, variant);
+  if (current.values != values) setValues(current, values);
+  if (variant & AllMaps) setTextures(current, physical, variant);
+}
+
+/// Drivers take longer to be told what they know than to be asked for a small part.
+void SurfaceShader::setValues(Program& program, const Values& values) {
+  program.values = values;
+  QOpenGLExtraFunctions* gl = extraFunctions();
+  const auto& at = program.locations;
+  const auto& [cutoff, metallic, roughness, red, green, blue, relief, occlusion] = values;
+  gl->glUniform1f(at[AlphaCutoff], cutoff);
+  gl->glUniform2f(at[SurfaceKind], metallic, roughness);
+  gl->glUniform3f(at[Emission], red, green, blue);
+  gl->glUniform1f(at[Relief], relief);
+  gl->glUniform1f(at[Occlusion], occlusion);
 }
 
 void SurfaceShader::setTextures(const Program& program, const PhysicalMaterial& material, unsigned variant) {
@@ -256,7 +278,6 @@ void SurfaceShader::setTextures(const Program& program, const PhysicalMaterial& 
     }
   }
   gl->glActiveTexture(GL_TEXTURE0);
-  if (!(variant & AllMaps)) return;
   gl->glUniform4fv(program.locations[Places], 2 * MapCount, places.data());
   gl->glUniform2fv(program.locations[Offsets], MapCount, offsets.data());
 }

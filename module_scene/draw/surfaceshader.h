@@ -4,6 +4,7 @@
 #include <array>
 #include <map>
 #include <optional>
+#include <unordered_map>
 
 #include "module_scene/draw/buffercache.h"
 #include "module_scene/draw/contactlookup.h"
@@ -32,26 +33,36 @@ class SurfaceShader {
   /// vertex without textures only.
   enum class Shading { PerPixel, PerVertex, PerVertexOnBothSides };
   /// Which of the programs draws a geometry.
-  unsigned variantFor(const Geometry& geometry, Shading shading, bool clipped) const;
+  unsigned variantFor(const Geometry& geometry, Shading shading, bool clipped);
   /// Sets up program and material for a geometry whose arrays are bound. `clipped`: OpenGL's clip planes are in use.
   void use(const Geometry& geometry, Shading shading, bool clipped);
 
  private:
   static constexpr std::size_t UniformCount = 20;
+  /// Of a material, what a program is told: alpha's limit, metallic, roughness, emission, relief and occlusion.
+  using Values = std::array<float, 8>;
+  struct Surface {
+    PhysicalMaterial physical;
+    Values values;
+  };
   struct Program {
     SharedName name;
     std::array<GLint, UniformCount> locations{};
-    unsigned drawing = 0;  // for which it has the light
+    unsigned drawing = 0;          // for which it has the light
+    std::optional<Values> values;  // that it was told last
   };
 
   Program& program(unsigned variant);
-  unsigned surfaceVariantFor(const Geometry& geometry, Shading shading) const;
+  const Surface& surfaceOf(const Material& material);
+  unsigned surfaceVariantFor(const Geometry& geometry, Shading shading);
   unsigned contactFor(const Geometry& geometry, unsigned variant) const;
   void setLight(const Program& program) const;
   void setLookup(const Program& program) const;
+  static void setValues(Program& program, const Values& values);
   static void setTextures(const Program& program, const PhysicalMaterial& material, unsigned variant);
 
   std::map<unsigned, Program> m_Programs;
+  std::unordered_map<const Material*, Surface> m_Surfaces;  // of this drawing: many parts have few materials
   Look m_Look = Look::Studio;
   util::YPointer<Environment> m_Environment;
   unsigned m_Drawing = 0;

@@ -39,6 +39,17 @@ TEST_F(LooksTest, SurfacesThatMeetTakeEachOtherLight) {
   }
 }
 
+TEST_F(LooksTest, WhatIsLeftOutTakesNoLight) {
+  const Shot without = boxOnAFloor();
+  const MaterialPointer leaf = physical([](PhysicalMaterial& m) { m.baseColor[3] = 0.2f; });
+  leaf->alphaMode = AlphaMode::Mask;
+  leaf->diffuse[3] = 0.2f;
+  Shot with = without;
+  with.root = element({MeshBuilder(leaf).box({0.5, -1, 0.02}, {1, 1, 0.03}).finish()});
+  with.root->addChild(without.root);
+  EXPECT_EQ(draw(with), draw(without));
+}
+
 // The map's texels are some pixels wide in a large picture, and at an edge some of those around a pixel are another
 // surface's: of the floor beside a box, which is darker, or of the bottom of a groove far behind, which is darkest.
 TEST_F(LooksTest, SurfacesTakeNoLightFromBesideTheirEdges) {

@@ -233,47 +233,63 @@ TEST(Gltf, BinaryFilesAreReadWholeOrRefused) {
 
 // The program reads them in the file itself, while those of a file beside it come by shared memory.
 TEST(Gltf, LongArraysAreThoseOfTheSameFileInTwo) {
-  constexpr quint32 Side = 300;
   const QTemporaryDir folder;
-  std::vector<float> numbers(1, 7.0f);  // what comes before
-  std::vector<quint32> indices{0, 1, Side * Side};
-  for (quint32 i = 0; i < Side * Side; ++i) {
-    const quint32 row = i / Side;
-    numbers.insert(numbers.end(), {float(i % Side), float(row), float(i % 7)});
-  }
-  for (quint32 i = 0; i < Side * Side; ++i) numbers.insert(numbers.end(), {float(i % 3), 1, float(i % 5)});
-  for (quint32 i = 0; i + Side + 1 < Side * Side; ++i) indices.insert(indices.end(), {i, i + 1, i + Side});
-  QByteArray content(reinterpret_cast<const char*>(numbers.data()), int(numbers.size() * sizeof(float)));
-  content.append(reinterpret_cast<const char*>(indices.data()), int(indices.size() * sizeof(quint32)));
-  const auto textWith = [&](const char* uri) {
-    return QByteArray(R"({"asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0]}], "nodes": [{"mesh": 0}],
-        "meshes": [{"primitives": [{"attributes": {"POSITION": 0, "NORMAL": 1}, "indices": 2}]}], "accessors": [
-        {"bufferView": 0, "componentType": 5126, "count": 90000, "type": "VEC3"},
-        {"bufferView": 0, "byteOffset": 1080000, "componentType": 5126, "count": 90000, "type": "VEC3"},
-        {"bufferView": 1, "componentType": 5125, "count": 269100, "type": "SCALAR"}], "bufferViews": [
-        {"buffer": 0, "byteOffset": 4, "byteLength": 2160000, "byteStride": 12},
-        {"buffer": 0, "byteOffset": 2160004, "byteLength": 1076400}], "buffers": [{)") +
-           uri + R"("byteLength": 3236404}]})";
-  };
   const auto read = [&](const char* name, const QByteArray& bytes) {
     QFile file(folder.filePath(name));
     EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
     file.close();
     return importFile(file.fileName());
   };
-  read("long.bin", content);
-  std::vector<const Geometry*> found;
-  const ImportResult two = read("long.gltf", textWith(R"("uri": "long.bin", )")),
-                     one = read("long.glb", binary(textWith(""), content));
-  for (const ImportResult* result : {&two, &one}) {
-    ASSERT_TRUE(result->root) << result->error.toStdString();
-    collect(*result->root, found);
+  for (const quint32 side : {300u, 200u}) {
+    SCOPED_TRACE(side);
+    const quint32 vertices = side * side;
+    const bool areShort = vertices < 65536;
+    std::vector<float> numbers(1, 7.0f);  // what comes before
+    std::vector<quint32> indices{0, 1, vertices};
+    for (quint32 i = 0; i < vertices; ++i)
+      numbers.insert(numbers.end(), {float(i % side), float(i / side), float(i % 7)});
+    for (quint32 i = 0; i < vertices; ++i) numbers.insert(numbers.end(), {float(i % 3), 1, float(i % 5)});
+    for (quint32 i = 0; i + side + 1 < vertices; ++i) indices.insert(indices.end(), {i, i + 1, i + side});
+    const std::vector<quint16> shortOnes(indices.begin(), indices.end());
+    const auto bytesOf = [](const auto& values) {
+      return QByteArray(reinterpret_cast<const char*>(values.data()), int(values.size() * sizeof values[0]));
+    };
+    const QByteArray content = bytesOf(numbers) + (areShort ? bytesOf(shortOnes) : bytesOf(indices));
+    const auto textWith = [&](const char* uri) {
+      const auto size = int(vertices * 24);
+      return QStringLiteral(
+                 R"({"asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0]}], "nodes": [{"mesh": 0}],
+          "meshes": [{"primitives": [{"attributes": {"POSITION": 0, "NORMAL": 1}, "indices": 2}]}], "accessors": [
+          {"bufferView": 0, "componentType": 5126, "count": %1, "type": "VEC3"},
+          {"bufferView": 0, "byteOffset": %2, "componentType": 5126, "count": %1, "type": "VEC3"},
+          {"bufferView": 1, "componentType": %3, "count": %4, "type": "SCALAR"}], "bufferViews": [
+          {"buffer": 0, "byteOffset": 4, "byteLength": %5, "byteStride": 12},
+          {"buffer": 0, "byteOffset": %6, "byteLength": %7}], "buffers": [{%8"byteLength": %9}]})")
+          .arg(vertices)
+          .arg(size / 2)
+          .arg(areShort ? 5123 : 5125)
+          .arg(indices.size())
+          .arg(size)
+          .arg(size + 4)
+          .arg(content.size() - size - 4)
+          .arg(QLatin1String(uri))
+          .arg(content.size())
+          .toUtf8();
+    };
+    read("long.bin", content);
+    std::vector<const Geometry*> found;
+    const ImportResult two = read("long.gltf", textWith(R"("uri": "long.bin", )")),
+                       one = read("long.glb", binary(textWith(""), content));
+    for (const ImportResult* result : {&two, &one}) {
+      ASSERT_TRUE(result->root) << result->error.toStdString();
+      collect(*result->root, found);
+    }
+    ASSERT_EQ(found.size(), 2u);
+    EXPECT_EQ(found[1]->primitiveCount(), indices.size() / 3 - 1) << "one names a vertex that is not there";
+    EXPECT_EQ(found[1]->positions, found[0]->positions);
+    EXPECT_EQ(found[1]->normals, found[0]->normals);
+    EXPECT_EQ(found[1]->indices, found[0]->indices);
   }
-  ASSERT_EQ(found.size(), 2u);
-  EXPECT_EQ(found[1]->primitiveCount(), indices.size() / 3 - 1) << "one names a vertex that is not there";
-  EXPECT_EQ(found[1]->positions, found[0]->positions);
-  EXPECT_EQ(found[1]->normals, found[0]->normals);
-  EXPECT_EQ(found[1]->indices, found[0]->indices);
 }
 
 TEST(Gltf, DracosMeshIsThePlainOne) {

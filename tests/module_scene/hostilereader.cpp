@@ -141,6 +141,11 @@ const std::map<std::string, std::function<void(Output&)>> Faults{
      [](Output& output) {
        readWell(output), output.model.meshes[0].storedPositions = {0, 9};
      }},
+    {"narrow",
+     [](Output& output) {
+       readWell(output), output.model.meshes[0].positions = {};
+       output.model.meshes[0].storedPositions = {0, 9, 2};
+     }},
     {"endless",
      [](Output& output) {
        readWell(output), output.model.meshes[0].positions = {};

@@ -122,6 +122,30 @@ TEST_F(LooksTest, SurfacesMirrorAndGatherTheLightWhereItComesFrom) {
     }
 }
 
+TEST_F(LooksTest, EachPartHasItsOwnMaterial) {
+  const auto ball = [](double x, float metallic, float roughness, float emissive) {
+    return MeshBuilder(physical([&](PhysicalMaterial& m) {
+             m.metallic = metallic;
+             m.roughness = roughness;
+             m.emissive = {emissive, 0, 0};
+           }))
+        .sphere({x, 0, 0}, 0.3)
+        .finish();
+  };
+  const auto balls = {ball(-0.7, 1, 0.2f, 0), ball(0, 0, 0.9f, 0), ball(0.7, 0, 0.9f, 0.5f)};
+  Shot shot = shotFromFront(element(balls));
+  shot.look = Look::Studio;
+  shot.samples = 0;
+  const QImage all = draw(shot);
+  for (const GeometryPointer& one : balls) {
+    shot.root = element({one});
+    const QImage alone = draw(shot);
+    for (int y = 0; y < all.height(); ++y)
+      for (int x = 0; x < all.width(); ++x)
+        ASSERT_TRUE(qAlpha(alone.pixel(x, y)) == 0 || alone.pixel(x, y) == all.pixel(x, y)) << x << ' ' << y;
+  }
+}
+
 TEST_F(LooksTest, ADrawerLightsEachViewAnew) {
   Shot shot = shotFromFront(element({MeshBuilder(nullptr).sphere({0, 0, 0}, 1).finish()}));
   SceneDrawer drawer(viewer.getGlobalScene());

@@ -35,11 +35,11 @@ class Reading : public testing::Test {
     ASSERT_TRUE(QDir().mkpath(folder));
     QByteArray suffixes;
     for (const char* misdeed :
-         {"writes",      "overwrites", "removes", "connects", "runs",    "forks",    "rings",      "kills",  "peeks",
-          "hides",       "allocates",  "shares",  "sleeps",   "turns",   "crashes",  "leaves",     "throws", "lies",
-          "keeps still", "talks",      "index",   "corners",  "normals", "material", "mesh",       "parent", "enum",
-          "private",     "picture",    "track",   "warns",    "bones",   "weights",  "influences", "skin",   "bone",
-          "shape",       "behaves",    "bends",   "dawdles",  "brings",  "stored",   "twice",      "endless"})
+         {"writes",      "overwrites", "removes", "connects", "runs",    "forks",    "rings",      "kills",   "peeks",
+          "hides",       "allocates",  "shares",  "sleeps",   "turns",   "crashes",  "leaves",     "throws",  "lies",
+          "keeps still", "talks",      "index",   "corners",  "normals", "material", "mesh",       "parent",  "enum",
+          "private",     "picture",    "track",   "warns",    "bones",   "weights",  "influences", "skin",    "bone",
+          "shape",       "behaves",    "bends",   "dawdles",  "brings",  "stored",   "twice",      "endless", "narrow"})
       suffixes += QByteArray(suffixes.isEmpty() ? "" : ", ") + '"' + misdeed + '"';
     write(folder + "/hostile.json", "{\"library\": \"" NUBO_HOSTILE_READER "\", \"formats\": [{\"suffixes\": [" +
                                         suffixes + "], \"begins\": [{\"text\": \"HOSTILE\"}]}]}");
@@ -81,8 +81,8 @@ TEST_F(Reading, NoReaderTakesTheProgramDownOrReachesBeyondIt) {
              {"parent", "makes no sense"}, {"enum", "makes no sense"}, {"bones", "makes no sense"},
              {"weights", "makes no sense"}, {"influences", "makes no sense"}, {"skin", "makes no sense"},
              {"bone", "makes no sense"}, {"shape", "makes no sense"}, {"stored", "cut short"},
-             {"twice", "makes no sense"}, {"endless", "makes no sense"}, {"private", "memory of its own"},
-             {"picture", "makes no sense"}, {
+             {"twice", "makes no sense"}, {"narrow", "makes no sense"}, {"endless", "makes no sense"},
+             {"private", "memory of its own"}, {"picture", "makes no sense"}, {
            "track", "makes no sense"
          }
        }) {
