@@ -3,6 +3,7 @@
 #include <QOpenGLExtraFunctions>
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "module_scene/draw/drawingstate.h"
 #include "module_scene/draw/miplevels.h"

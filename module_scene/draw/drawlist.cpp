@@ -8,6 +8,7 @@
 #include "module_scene/draw/culler.h"
 #include "module_scene/draw/gapfilling.h"
 #include "module_scene/draw/joinedparts.h"
+#include "module_scene/draw/outlines.h"
 #include "module_scene/mesh/coarsening.h"
 #include "module_scene/mesh/featureedges.h"
 #include "module_scene/mesh/sides.h"
@@ -133,6 +134,7 @@ void DrawList::collect(const SceneParts& parts, const math::Matrix4& transform, 
                        if (!m_Joined[part]) m_Met.emplace_back(part, overlap);
                      });
   std::sort(m_Met.begin(), m_Met.end());
+  if (query.edges) findLines(parts, m_Met, transform, query);
   for (const auto& [part, overlap] : m_Met) {
     m_Part = part;
     add(parts.all()[part], transform, overlap, query);
