@@ -109,5 +109,31 @@ TEST_F(LooksTest, SmoothShapesHaveAnOutlineInAnyTilesAndAtAnySize) {
   }
 }
 
+TEST_F(LooksTest, EachPartHasTheOutlineThatItHasAlone) {
+  const GeometryPointer egg = MeshBuilder(nullptr).sphere({0, 0, 0}, 1).finish();
+  const Element all(new SceneElement);
+  for (const double x : {-0.6, 0.0, 0.6}) {
+    all->addChild(element({egg}));
+    all->getChildren().back()->setTransform(math::translation(x, 0, 0) * math::rotation(x, {0, 1, 0}) *
+                                            math::scaling(0.12, 0.2, 0.3));
+  }
+  Shot shot = shotFromFront(all);
+  shot.look = Look::Technical;
+  shot.samples = 0;
+  const QImage together = draw(shot);
+  for (const auto& part : all->getChildren()) {
+    shot.root = part;
+    const QImage alone = draw(shot);
+    int black = 0;
+    for (int y = 0; y < alone.height(); ++y)
+      for (int x = 0; x < alone.width(); ++x) {
+        const QRgb pixel = alone.pixel(x, y);
+        black += pixel == qRgb(0, 0, 0);
+        ASSERT_TRUE(qAlpha(pixel) == 0 || pixel == together.pixel(x, y)) << x << ' ' << y;
+      }
+    EXPECT_GT(black, 30);
+  }
+}
+
 }  // namespace
 }  // namespace nubo::scene
