@@ -246,8 +246,10 @@ TEST(Gltf, LongArraysAreThoseOfTheSameFileInTwo) {
     const bool areShort = vertices < 65536;
     std::vector<float> numbers(1, 7.0f);  // what comes before
     std::vector<quint32> indices{0, 1, vertices};
-    for (quint32 i = 0; i < vertices; ++i)
-      numbers.insert(numbers.end(), {float(i % side), float(i / side), float(i % 7)});
+    for (quint32 i = 0; i < vertices; ++i) {
+      const quint32 row = i / side;
+      numbers.insert(numbers.end(), {float(i % side), float(row), float(i % 7)});
+    }
     for (quint32 i = 0; i < vertices; ++i) numbers.insert(numbers.end(), {float(i % 3), 1, float(i % 5)});
     for (quint32 i = 0; i + side + 1 < vertices; ++i) indices.insert(indices.end(), {i, i + 1, i + side});
     const std::vector<quint16> shortOnes(indices.begin(), indices.end());
