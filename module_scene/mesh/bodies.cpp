@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include "module_scene/mesh/preparation.h"
+
 namespace nubo::scene {
 
 namespace {
@@ -94,6 +96,7 @@ util::YPointer<Geometry> Bodies::finish() {
     all.max[i] = float(box.max[i]);
   }
   m_Result->clusters = {all};
+  m_Result->longestEdge = longestEdgeOf(*m_Result);
   return m_Result;
 }
 

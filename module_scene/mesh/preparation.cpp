@@ -150,24 +150,6 @@ void prepareFaces(Geometry& g, util::Scratch<std::uint32_t> places) {
   if (g.closed) setCones(g);
 }
 
-float longestEdgeOf(const Geometry& g) {
-  std::vector<float> squares(rangeCount(g.primitiveCount()), 0.0f);
-  parallelRanges(g.primitiveCount(), [&](std::size_t begin, std::size_t end, std::size_t range) {
-    float longest = 0;
-    for (std::size_t face = begin; face < end; ++face) {
-      const float* corners[3];
-      for (std::size_t i = 0; i < 3; ++i) corners[i] = &g.positions[std::size_t(g.indices[3 * face + i]) * 3];
-      for (std::size_t i = 0; i < 3; ++i) {
-        const float *a = corners[i], *b = corners[(i + 1) % 3];
-        const float d[]{a[0] - b[0], a[1] - b[1], a[2] - b[2]};
-        longest = std::max(longest, d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
-      }
-    }
-    squares[range] = longest;
-  });
-  return std::sqrt(*std::max_element(squares.begin(), squares.end()));
-}
-
 void makeOpaque(std::vector<std::uint8_t>& colors) {
   for (std::size_t i = 3; i < colors.size(); i += 4) colors[i] = 255;
 }
@@ -181,6 +163,24 @@ bool isTransparent(const Geometry& g) {
 }
 
 }  // namespace
+
+float longestEdgeOf(const Geometry& faces) {
+  std::vector<float> squares(rangeCount(faces.primitiveCount()), 0.0f);
+  parallelRanges(faces.primitiveCount(), [&](std::size_t begin, std::size_t end, std::size_t range) {
+    float longest = 0;
+    for (std::size_t face = begin; face < end; ++face) {
+      const float* corners[3];
+      for (std::size_t i = 0; i < 3; ++i) corners[i] = &faces.positions[std::size_t(faces.indices[3 * face + i]) * 3];
+      for (std::size_t i = 0; i < 3; ++i) {
+        const float *a = corners[i], *b = corners[(i + 1) % 3];
+        const float d[]{a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+        longest = std::max(longest, d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
+      }
+    }
+    squares[range] = longest;
+  });
+  return std::sqrt(*std::max_element(squares.begin(), squares.end()));
+}
 
 void prepare(Geometry& g) {
   if (g.material && g.material->alphaMode == AlphaMode::Opaque) makeOpaque(g.colors);
