@@ -96,6 +96,11 @@ void GeometryBuffer::bind(const Geometry& geometry, const VertexStore*& bound) c
   m_Place.store->bind(geometry, std::exchange(bound, m_Place.store.get()));
 }
 
+DrawCommand GeometryBuffer::command(const Range& range) const {
+  return {range.count, 1, GLuint(indexOffset(range.first) / indexSize()),
+          GLint(m_Place.firstVertex + range.firstVertex), 0};
+}
+
 void GeometryBuffer::draw(GLenum mode, const Range& range) const {
   QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
   gl->glDrawRangeElementsBaseVertex(mode, 0, range.vertexCount - 1, GLsizei(range.count), m_IndexType,

@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "module_scene/draw/drawcommands.h"
 #include "module_scene/draw/environment.h"
 #include "module_scene/draw/sharedname.h"
 #include "module_scene/draw/vertexstore.h"
@@ -27,6 +28,13 @@ class GeometryBuffer : public util::YObject {
   bool isUsable() const { return m_Place.store->isUsable(); }
   /// Has OpenGL draw it from now on. `bound` is the store that is bound, or null, and becomes its own.
   void bind(const Geometry& geometry, const VertexStore*& bound) const;
+  /// What geometries share, if so, one call may draw: where vertices and indices lie, and what the indices are.
+  bool sharesWith(const GeometryBuffer& other) const {
+    return m_Place.store == other.m_Place.store && m_IndexType == other.m_IndexType;
+  }
+  GLenum indexType() const { return m_IndexType; }
+  /// Draws a range, which is not a coarse version's, once.
+  DrawCommand command(const Range& range) const;
   /// Draws a range of the geometry that is bound.
   void draw(GLenum mode, const Range& range) const;
   /// Draws some of its vertices, by their numbers, which OpenGL has not copied.

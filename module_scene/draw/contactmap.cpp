@@ -36,7 +36,8 @@ double linearity(const math::Matrix4& p) { return std::abs(p(2, 2) * p(3, 3) - p
 
 }  // namespace
 
-bool ContactMap::begin(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts) {
+bool ContactMap::begin(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts,
+                       SurfaceShader& shader) {
   const ViewWindow seen = ViewWindow::of(viewpoint);
   const bool isSame = m_Subject == subject && m_Map.isUsable() && m_Viewpoint.view == viewpoint.view &&
                       m_Viewpoint.parallel == viewpoint.parallel && m_Viewpoint.lens == viewpoint.lens &&
@@ -51,7 +52,7 @@ bool ContactMap::begin(const Viewpoint& viewpoint, const Subject& subject, const
   if (!reserve(texels(height * aspect), texels(height)) || !createPasses()) return false;
   m_Viewpoint = viewpoint;
   m_Viewpoint.projection = projectionOf(viewpoint, m_Window);
-  collect(viewpoint, subject, parts);
+  collect(viewpoint, subject, parts, shader);
   m_Subject = subject;
   m_Stage = Stage::Faces;
   m_Row = 0;
@@ -59,7 +60,8 @@ bool ContactMap::begin(const Viewpoint& viewpoint, const Subject& subject, const
   return true;
 }
 
-void ContactMap::collect(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts) {
+void ContactMap::collect(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts,
+                         SurfaceShader& shader) {
   for (Seen* seen : {&m_Faces, &m_Points}) {
     const int kind = seen == &m_Faces ? KindFaces : KindPoints;
     ViewQuery query{m_Viewpoint.projection, m_Width, m_Height, 0.0, LayerModel | LayerTransparent,
@@ -69,7 +71,7 @@ void ContactMap::collect(const Viewpoint& viewpoint, const Subject& subject, con
     seen->list.clear();
     seen->list.collect(parts, viewpoint.view, query);
     seen->list.sortTransparent();
-    seen->painter.emplace(seen->list, Painter::ForDepth);
+    seen->painter.emplace(seen->list, Painter::ForDepth, shader);
   }
 }
 

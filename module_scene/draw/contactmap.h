@@ -35,8 +35,10 @@ class ContactMap {
       return elements == o.elements && changes == o.changes && kinds == o.kinds && viewHeight == o.viewHeight;
     }
   };
-  /// Keeps the map if it is of the same view, or begins a new one of the subject's parts. False if OpenGL cannot.
-  [[nodiscard]] bool begin(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts);
+  /// Keeps the map if it is of the same view, or begins a new one of the subject's parts, which the shader, that of the
+  /// same drawer, may draw. False if OpenGL cannot.
+  [[nodiscard]] bool begin(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts,
+                           SurfaceShader& shader);
   /// Makes one of the programs, so that begin() does not have to; false: they are there, or OpenGL cannot.
   bool makeNext();
   bool isComplete() const { return m_Stage == Stage::Complete; }
@@ -69,7 +71,7 @@ class ContactMap {
   bool reserve(int width, int height);
   bool createPasses();
   bool create(Pass& pass, const char* source);
-  void collect(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts);
+  void collect(const Viewpoint& viewpoint, const Subject& subject, const SceneParts& parts, SurfaceShader& shader);
   /// What a stage reads and writes, and by which pass. The first only writes.
   struct Work {
     const Pass& pass;

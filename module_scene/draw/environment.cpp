@@ -194,6 +194,47 @@ void Environment::addLevel(const Source& source) {
 
 Environment::~Environment() = default;
 
+math::Matrix4 environmentFrame(const math::Matrix4& view) {
+  const auto normalized = [](math::Vector3 v) {
+    const double length = std::hypot(v[0], v[1], v[2]);
+    for (double& value : v) value /= length;
+    return v;
+  };
+  const auto cross = [](const math::Vector3& a, const math::Vector3& b) {
+    return math::Vector3{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+  };
+  math::Vector3 up{view(0, 2), view(1, 2), view(2, 2)};
+  up = std::hypot(up[0], up[1], up[2]) > 0 ? normalized(up) : math::Vector3{0, 1, 0};
+  constexpr double Steep = 0.98;
+  const math::Vector3 away =
+      std::abs(up[2]) < Steep ? math::Vector3{0, 0, -1} : math::Vector3{0, up[2] > 0 ? 1.0 : -1.0, 0};
+  const math::Vector3 right = normalized(cross(away, up)), level = cross(up, right);
+  math::Matrix4 result;
+  for (int i = 0; i < 3; ++i) {
+    result(0, i) = right[std::size_t(i)];
+    result(1, i) = level[std::size_t(i)];
+    result(2, i) = up[std::size_t(i)];
+  }
+  return result;
+}
+
+Environment::Quadric turned(const Environment::Quadric& source, const math::Matrix4& m) {
+  constexpr int Square[3][3] = {{4, 7, 9}, {7, 5, 8}, {9, 8, 6}};  // where x, y and z times each other stand
+  Environment::Quadric result{};
+  result[0] = source[0];
+  for (int c = 0; c < 3; ++c)
+    for (int i = 0; i < 3; ++i)
+      for (int j = 0; j < 3; ++j) {
+        result[1 + i][c] += source[1 + j][c] * float(m(j, i));
+        if (j < i) continue;
+        double sum = 0;
+        for (int k = 0; k < 3; ++k)
+          for (int l = 0; l < 3; ++l) sum += m(k, i) * m(l, j) * source[Square[k][l]][c] * (k == l ? 1 : 0.5);
+        result[Square[i][j]][c] = float(i == j ? sum : 2 * sum);
+      }
+  return result;
+}
+
 util::YPointer<Environment> environmentOf(const Scene& scene) {
   const util::YPointer<util::YObject> environment = scene.getEnvironment();
   return static_cast<Environment*>(environment.get());

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "module_scene/graph/copyslot.h"
+#include "module_scene/math/matrix.h"
 #include "module_scene/visibility.h"
 
 namespace nubo::scene {
@@ -50,6 +51,12 @@ class NUBO_MODULE_SCENE_EXPORT Environment : public util::YObject {
 class Scene;
 /// What lights a scene; null: the studio.
 NUBO_MODULE_SCENE_EXPORT util::YPointer<Environment> environmentOf(const Scene& scene);
+
+/// From eye space to the environment's: right, away from the eye, and up. Where one looks straight up or down, the top
+/// of the picture is what lies away, or near. In the scene z points up.
+math::Matrix4 environmentFrame(const math::Matrix4& view);
+/// Of directions that the matrix, which only turns, brings to where the source has them.
+Environment::Quadric turned(const Environment::Quadric& source, const math::Matrix4& matrix);
 
 /// Seen from far off: shines from one direction.
 struct DistantLight {

@@ -46,7 +46,7 @@ math::Matrix4 along(const math::Vector3& middle, double half, double height, boo
 }  // namespace
 
 bool GroundShadow::begin(const std::array<const SceneElement*, 2>& elements, std::uint64_t changes, int kinds,
-                         const SceneParts& parts) {
+                         const SceneParts& parts, SurfaceShader& shader) {
   const Subject subject{elements, changes, kinds};
   if (m_Subject == subject && m_Shadow.isUsable()) return true;
   m_Subject.reset();
@@ -67,7 +67,7 @@ bool GroundShadow::begin(const std::array<const SceneElement*, 2>& elements, std
   }
   const Framebuffer framebuffer;
   for (const bool upwards : {true, false})
-    if (!findHeights(framebuffer.name(), parts, kinds, upwards)) return false;
+    if (!findHeights(framebuffer.name(), parts, kinds, upwards, shader)) return false;
   gather(framebuffer.name());
   m_Subject = subject;
   return true;
@@ -94,7 +94,8 @@ bool GroundShadow::createPrograms() {
   return true;
 }
 
-bool GroundShadow::findHeights(GLuint framebuffer, const SceneParts& parts, int kinds, bool upwards) {
+bool GroundShadow::findHeights(GLuint framebuffer, const SceneParts& parts, int kinds, bool upwards,
+                               SurfaceShader& shader) {
   setUpState();
   const GLuint target = upwards ? m_Undersides.name() : m_Tops.name();
   if (!drawInto(framebuffer, m_Raw.name(), target, Size, Size)) return false;
@@ -105,7 +106,7 @@ bool GroundShadow::findHeights(GLuint framebuffer, const SceneParts& parts, int 
   list.sortTransparent();
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   load(GL_PROJECTION, projection);
-  Painter(list, Painter::ForDepth).draw(std::numeric_limits<std::size_t>::max());
+  Painter(list, Painter::ForDepth, shader).draw(std::numeric_limits<std::size_t>::max());
   return true;
 }
 

@@ -8,6 +8,7 @@
 
 #include "module_scene/draw/sceneparts.h"
 #include "module_scene/draw/sharedname.h"
+#include "module_scene/draw/surfaceshader.h"
 #include "module_scene/draw/viewpoint.h"
 
 namespace nubo::scene {
@@ -18,11 +19,11 @@ namespace nubo::scene {
 /// Used with one context at a time; may be destroyed without one.
 class GroundShadow {
  public:
-  /// Finds the shadow of what is seen of a scene, which has those parts, `changes` being their version; it is kept
-  /// while that is the same. False if there is none, or OpenGL cannot. Changes OpenGL's state and the framebuffer that
-  /// is bound.
+  /// Finds the shadow of what is seen of a scene, which has those parts, `changes` being their version, and may be
+  /// drawn with the shader; it is kept while that is the same. False if there is none, or OpenGL cannot. Changes
+  /// OpenGL's state and the framebuffer that is bound.
   [[nodiscard]] bool begin(const std::array<const SceneElement*, 2>& elements, std::uint64_t changes, int kinds,
-                           const SceneParts& parts);
+                           const SceneParts& parts, SurfaceShader& shader);
   /// Whether the plane's upper side is seen.
   bool isSeen(const Viewpoint& viewpoint) const;
   /// Draws it behind everything that is drawn already, in premultiplied colours, with the projection that is loaded.
@@ -44,7 +45,8 @@ class GroundShadow {
   };
 
   bool createPrograms();
-  [[nodiscard]] bool findHeights(GLuint framebuffer, const SceneParts& parts, int kinds, bool upwards);
+  [[nodiscard]] bool findHeights(GLuint framebuffer, const SceneParts& parts, int kinds, bool upwards,
+                                 SurfaceShader& shader);
   void gather(GLuint framebuffer);
 
   std::optional<Subject> m_Subject;

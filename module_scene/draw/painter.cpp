@@ -76,7 +76,13 @@ void setUpBare(const Geometry& geometry) {
   isInParts ? glEnable(GL_ALPHA_TEST) : glDisable(GL_ALPHA_TEST);
   glAlphaFunc(GL_GEQUAL, material.alphaCutoff);
   glColor4f(1, 1, 1, isInParts ? material.diffuse[3] : 1);
-  glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
+}
+
+// A coarse version's indices, and those of vertices that were chosen, lie in no buffer.
+bool mayBeJoined(const Batch& batch, const std::vector<Range>& ranges) {
+  const Range* const first = ranges.data() + batch.firstRange;
+  return batch.geometry->kind != KindPoints && !batch.chosen &&
+         std::all_of(first, first + batch.rangeCount, [](const Range& range) { return range.vertexCount > 0; });
 }
 
 // Colours are premultiplied where they are kept, so that alpha is the share that is covered.
@@ -131,6 +137,50 @@ void Painter::copyTextures() const {
     }
 }
 
+/// Makes one step of those that one call can draw, in their order: where the shader takes places from commands.
+void Painter::join() {
+  if (std::exchange(m_IsJoined, true) || !mp_Shader || !mp_Shader->isPlaced()) return;
+  std::vector<Step> joined;
+  for (Step& step : m_Steps) {
+    const Batch& batch = *step.batch;
+    if (!mayBeJoined(batch, m_List.ranges())) {
+      joined.push_back(step);
+      continue;
+    }
+    if (joined.empty() || joined.back().commandCount == 0 || !lookAlike(joined.back(), step)) {
+      step.firstCommand = m_Commands.count();
+      joined.push_back(step);
+    }
+    Step& last = joined.back();
+    m_Commands.addPlace(batch.modelView);
+    for (std::size_t i = 0; i < batch.rangeCount; ++i) {
+      const DrawCommand command = batch.buffer->command(m_List.ranges()[batch.firstRange + i]);
+      const bool isInstance = batch.rangeCount == 1 && last.commandCount > 0 && m_Commands.repeats(command);
+      isInstance ? m_Commands.repeat() : m_Commands.add(command);
+    }
+    last.commandCount = m_Commands.count() - last.firstCommand;
+  }
+  m_Steps = std::move(joined);
+}
+
+/// Whether the same must be set up for both.
+bool Painter::lookAlike(const Step& a, const Step& b) const {
+  const Batch &one = *a.batch, &other = *b.batch;
+  const auto setting = [this](const Step& step) {
+    const Batch& batch = *step.batch;
+    return std::tuple(step.transparent, step.order, hiddenBy(step), mp_Still ? mp_Still->runOf(batch.part) : 0,
+                      batch.geometry->kind, batch.geometry->transparent, batch.mirrored, batch.clipped,
+                      batch.fine && !m_Bare, batch.width);
+  };
+  return setting(a) == setting(b) && one.buffer->sharesWith(*other.buffer) &&
+         mp_Shader->lookAlike(materialOf(*one.geometry), materialOf(*other.geometry));
+}
+
+/// In ranges or commands.
+std::size_t Painter::lengthOf(const Step& step) const {
+  return step.commandCount > 0 ? step.commandCount : step.batch->rangeCount;
+}
+
 /// Clipping is left as it is where nothing is cut: it is off where drawing begins.
 void Painter::setUpCut() {
   if (!m_List.cut()) return;
@@ -140,16 +190,23 @@ void Painter::setUpCut() {
   glClipPlane(GL_CLIP_PLANE0, kept);
 }
 
-void Painter::draw(std::size_t indices) {
+void Painter::start() {
   mp_Current = nullptr;
   mp_Bound = nullptr;
+  if (m_Bare && mp_Shader) (void)mp_Shader->beginDepths();
+  if (m_Bare) glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
+  join();
   setUpCut();
+}
+
+void Painter::draw(std::size_t indices) {
+  start();
   std::size_t drawn = 0;
   while (!isDone() && drawn < indices) {
     const Step& step = m_Steps[m_Step];
     setUp(step);
-    drawn += drawRanges(*step.batch, indices - drawn);
-    if (m_Range < step.batch->rangeCount) continue;
+    drawn += step.commandCount > 0 ? drawCommands(step, indices - drawn) : drawRanges(*step.batch, indices - drawn);
+    if (m_Range < lengthOf(step)) continue;
     ++m_Step;
     m_Range = 0;
   }
@@ -160,15 +217,16 @@ void Painter::draw(std::size_t indices) {
 }
 
 void Painter::drawSamples(Kinds* known) {
-  mp_Current = nullptr;
-  mp_Bound = nullptr;
-  setUpCut();
+  start();
   for (const Step& step : m_Steps) {
     const Geometry& geometry = *step.batch->geometry;
     const GLenum hidden = hiddenBy(step);
     if (!known->insert({geometry.kind, variantFor(step), hidden, step.order}).second) continue;
     setUp(step);
-    drawRange(*step.batch, m_List.ranges()[step.batch->firstRange]);
+    if (step.commandCount > 0)
+      m_Commands.draw(modeOf(geometry.kind), step.batch->buffer->indexType(), step.firstCommand, 1);
+    else
+      drawRange(*step.batch, m_List.ranges()[step.batch->firstRange]);
   }
   glDisable(GL_CLIP_PLANE0);
 }
@@ -207,10 +265,17 @@ bool Painter::isSetUpFor(const Geometry& geometry) const {
   return m_Bare ? !isMask(*mp_Current) && !isMask(geometry) : looksAlike(*mp_Current, geometry);
 }
 
+void Painter::setUpPlace(const Step& step) const {
+  if (!mp_Shader || !mp_Shader->isPlaced())
+    load(GL_MODELVIEW, step.batch->modelView);
+  else if (step.commandCount == 0)
+    DrawCommands::setPlace(step.batch->modelView);
+}
+
 void Painter::setUp(const Step& step) {
   const Batch& batch = *step.batch;
   setUpOrder(step);
-  load(GL_MODELVIEW, batch.modelView);
+  setUpPlace(step);
   glFrontFace(batch.mirrored ? GL_CW : GL_CCW);
   if (step.transparent) blend();
   const GLenum hidden = hiddenBy(step);
@@ -255,6 +320,16 @@ std::size_t Painter::drawRanges(const Batch& batch, std::size_t indices) {
     drawRange(batch, range);
     drawn += range.count;
   }
+  return drawn;
+}
+
+std::size_t Painter::drawCommands(const Step& step, std::size_t indices) {
+  const std::size_t begin = m_Range;
+  std::size_t drawn = 0;
+  for (; m_Range < step.commandCount && drawn < indices; ++m_Range)
+    drawn += m_Commands.indicesOf(step.firstCommand + m_Range);
+  const Batch& batch = *step.batch;
+  m_Commands.draw(modeOf(batch.geometry->kind), batch.buffer->indexType(), step.firstCommand + begin, m_Range - begin);
   return drawn;
 }
 

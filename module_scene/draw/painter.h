@@ -7,6 +7,7 @@
 #include <tuple>
 #include <vector>
 
+#include "module_scene/draw/drawcommands.h"
 #include "module_scene/draw/drawlist.h"
 #include "module_scene/draw/stillparts.h"
 #include "module_scene/draw/surfaceshader.h"
@@ -27,8 +28,9 @@ class Painter {
   /// it, what moves and all that is transparent. Together they give what All gives.
   Painter(const DrawList& list, SurfaceShader* shader, const StillParts& still, Share share)
       : Painter(list, shader, false, &still, share) {}
-  /// Draws the depths of what is opaque, without a program and no colours.
-  Painter(const DrawList& list, Purpose) : Painter(list, nullptr, true, nullptr, Share::All) {}
+  /// Draws the depths of what is opaque and no colours, with the shader only where that draws many parts at once.
+  Painter(const DrawList& list, Purpose, SurfaceShader& shader)
+      : Painter(list, shader.beginDepths() ? &shader : nullptr, true, nullptr, Share::All) {}
 
   /// What shows where depths are equal: what is drawn later, or what is later by the marks that are left in the
   /// stencil.
@@ -49,9 +51,14 @@ class Painter {
     bool transparent;
     GLenum hidden;
     Order order = Order::Drawn;
+    std::size_t firstCommand = 0, commandCount = 0;  ///< of what is drawn together; else there are none
   };
 
   Painter(const DrawList& list, SurfaceShader* shader, bool bare, const StillParts* still, Share share);
+  void start();
+  void join();
+  bool lookAlike(const Step& a, const Step& b) const;
+  std::size_t lengthOf(const Step& step) const;
   void setUpOrder(const Step& step) const;
   GLenum hiddenBy(const Step& step) const;
   SurfaceShader::Shading shadingOf(const Step& step) const;
@@ -60,15 +67,19 @@ class Painter {
   void setUpCut();
   bool isSetUpFor(const Geometry& geometry) const;
   void setUp(const Step& step);
+  void setUpPlace(const Step& step) const;
   void drawRange(const Batch& batch, const Range& range) const;
   std::size_t drawRanges(const Batch& batch, std::size_t indices);
+  std::size_t drawCommands(const Step& step, std::size_t indices);
 
   const DrawList& m_List;
   SurfaceShader* const mp_Shader;
   const bool m_Bare;  // without light and colours
   const StillParts* const mp_Still;
   std::vector<Step> m_Steps;
-  std::size_t m_Step = 0, m_Range = 0;  // the next
+  bool m_IsJoined = false;
+  DrawCommands m_Commands;
+  std::size_t m_Step = 0, m_Range = 0;  // the next, of ranges or commands
   const Geometry* mp_Current = nullptr;
   const VertexStore* mp_Bound = nullptr;
   SurfaceShader::Shading m_CurrentShading{};

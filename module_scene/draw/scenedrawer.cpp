@@ -115,7 +115,7 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
   facesBack = query.edges ? 1 + 0.75 * query.widthScale : 1;  // half of an edge's width
   shaded = !list.isEmpty() && mayShade();
   inContact = beginContact(kinds, roots);
-  onGround = drawsGround && ground.begin(roots, parts.version(), kinds, parts) && ground.isSeen(viewpoint);
+  onGround = drawsGround && ground.begin(roots, parts.version(), kinds, parts, *shader) && ground.isSeen(viewpoint);
   QOpenGLContext::currentContext()->functions()->glBindFramebuffer(GL_FRAMEBUFFER, state.framebuffer());
   finishedRows = 0;
   painted = false;
@@ -175,7 +175,7 @@ void SceneDrawer::Private::plot() {
 bool SceneDrawer::Private::beginContact(int kinds, const Roots& roots) {
   if (!drawsContact || (look != Look::Studio && look != Look::Clay) || !shader->isAvailable()) return false;
   // Also where this tile shows nothing: the map learns the whole view from the first.
-  return contact.begin(viewpoint, {roots, parts.version(), kinds, viewHeight}, parts) && shaded;
+  return contact.begin(viewpoint, {roots, parts.version(), kinds, viewHeight}, parts, *shader) && shaded;
 }
 
 /// Sets up everything for drawing on: the state, the light and where to draw.

@@ -31,7 +31,8 @@ GLuint compile(QOpenGLFunctions* gl, GLenum type, const QByteArray& source, QByt
 
 }  // namespace
 
-SharedName linkProgram(const QByteArray& vertexShader, const QByteArray& fragmentShader, QByteArray* messages) {
+SharedName linkProgram(const QByteArray& vertexShader, const QByteArray& fragmentShader, QByteArray* messages,
+                       const std::vector<Attribute>& attributes) {
   QOpenGLFunctions* gl = QOpenGLContext::currentContext()->functions();
   SharedName program(gl->glCreateProgram(), [](QOpenGLFunctions* f, GLuint id) { f->glDeleteProgram(id); });
   const GLuint shaders[]{compile(gl, GL_VERTEX_SHADER, vertexShader, messages),
@@ -43,6 +44,7 @@ SharedName linkProgram(const QByteArray& vertexShader, const QByteArray& fragmen
   }
   // What lacks one of them may be linked, and would draw something else.
   if (!shaders[0] || !shaders[1]) return {};
+  for (const auto& [location, name] : attributes) gl->glBindAttribLocation(program.name(), location, name);
   gl->glLinkProgram(program.name());
   GLint linked = GL_FALSE;
   gl->glGetProgramiv(program.name(), GL_LINK_STATUS, &linked);

@@ -1,10 +1,12 @@
 #include "module_scene/draw/surfaceshader.h"
 
 #include <QOpenGLExtraFunctions>
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 
 #include "kernel/log/logger.h"
+#include "module_scene/draw/drawcommands.h"
 #include "module_scene/draw/shaderprogram.h"
 #include "module_scene/draw/surfacesource.h"
 
@@ -28,12 +30,13 @@ enum Variant : unsigned {
   EyeDome = 2048,
   PerVertex = 4096,
   TwoSided = 8192,
-  Clipped = 16384
+  Clipped = 16384,
+  Placed = 32768
 };
 
-constexpr const char* Defines[] = {"BASE_MAP", "ROUGHNESS_MAP", "NORMAL_MAP", "OCCLUSION_MAP", "EMISSIVE_MAP",
-                                   "LIT",      "MASK",          "OPAQUE",     "OF_CLAY",       "OF_DRAWING",
-                                   "CONTACT",  "EYE_DOME",      "PER_VERTEX", "TWO_SIDED",     "CLIPPED"};
+constexpr const char* Defines[] = {
+    "BASE_MAP", "ROUGHNESS_MAP", "NORMAL_MAP", "OCCLUSION_MAP", "EMISSIVE_MAP", "LIT",       "MASK",    "OPAQUE",
+    "OF_CLAY",  "OF_DRAWING",    "CONTACT",    "EYE_DOME",      "PER_VERTEX",   "TWO_SIDED", "CLIPPED", "PLACED"};
 
 // Texture units, the first five also bits of the variant.
 constexpr const char* Samplers[] = {"baseMap",     "roughnessMap", "normalMap", "occlusionMap",
@@ -76,49 +79,8 @@ float linear(float shown) { return shown <= 0.04045f ? shown / 12.92f : std::pow
 
 QOpenGLExtraFunctions* extraFunctions() { return QOpenGLContext::currentContext()->extraFunctions(); }
 
-/// From eye space to the environment's: right, away from the eye, and up. Where one looks straight up or down, the top
-/// of the picture is what lies away, or near.
-math::Matrix4 environmentFrame(const math::Matrix4& view) {
-  const auto normalized = [](math::Vector3 v) {
-    const double length = std::hypot(v[0], v[1], v[2]);
-    for (double& value : v) value /= length;
-    return v;
-  };
-  const auto cross = [](const math::Vector3& a, const math::Vector3& b) {
-    return math::Vector3{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-  };
-  math::Vector3 up{view(0, 2), view(1, 2), view(2, 2)};
-  up = std::hypot(up[0], up[1], up[2]) > 0 ? normalized(up) : math::Vector3{0, 1, 0};
-  constexpr double Steep = 0.98;
-  const math::Vector3 away =
-      std::abs(up[2]) < Steep ? math::Vector3{0, 0, -1} : math::Vector3{0, up[2] > 0 ? 1.0 : -1.0, 0};
-  const math::Vector3 right = normalized(cross(away, up)), level = cross(up, right);
-  math::Matrix4 result;
-  for (int i = 0; i < 3; ++i) {
-    result(0, i) = right[std::size_t(i)];
-    result(1, i) = level[std::size_t(i)];
-    result(2, i) = up[std::size_t(i)];
-  }
-  return result;
-}
-
-/// The irradiance as a function of directions that the matrix turns.
-Environment::Quadric turned(const Environment::Quadric& source, const math::Matrix4& m) {
-  constexpr int Square[3][3] = {{4, 7, 9}, {7, 5, 8}, {9, 8, 6}};  // where x, y and z times each other stand
-  Environment::Quadric result{};
-  result[0] = source[0];
-  for (int c = 0; c < 3; ++c)
-    for (int i = 0; i < 3; ++i)
-      for (int j = 0; j < 3; ++j) {
-        result[1 + i][c] += source[1 + j][c] * float(m(j, i));
-        if (j < i) continue;
-        double sum = 0;
-        for (int k = 0; k < 3; ++k)
-          for (int l = 0; l < 3; ++l) sum += m(k, i) * m(l, j) * source[Square[k][l]][c] * (k == l ? 1 : 0.5);
-        result[Square[i][j]][c] = float(i == j ? sum : 2 * sum);
-      }
-  return result;
-}
+/// How all programs of a drawing know where a part is.
+unsigned placing() { return DrawCommands::areAvailable() ? unsigned(Placed) : 0u; }
 
 }  // namespace
 
@@ -138,16 +100,17 @@ const char* SurfaceShader::whatIsMissing() {
 }
 
 bool SurfaceShader::isAvailable() {
-  const auto made = m_Programs.find(Lit | Opaque);
+  const unsigned usual = Lit | Opaque | placing();
+  const auto made = m_Programs.find(usual);
   const bool isMade = made != m_Programs.end() && made->second.name.isUsable();
   // Every tile asks, and where there is a program nothing can be missing.
-  return !m_Failed && (isMade || !whatIsMissing()) && program(Lit | Opaque).name.name();
+  return !m_Failed && (isMade || !whatIsMissing()) && program(usual).name.name();
 }
 
 bool SurfaceShader::makeNext() {
   if (m_Failed || whatIsMissing()) return false;
-  constexpr unsigned Usual = Lit | Opaque;
-  for (const unsigned variant : {Usual, Usual | Contact, Usual | PerVertex, Usual | PerVertex | Contact}) {
+  const unsigned usual = Lit | Opaque | placing();
+  for (const unsigned variant : {usual, usual | Contact, usual | PerVertex, usual | PerVertex | Contact}) {
     const auto present = m_Programs.find(variant);
     if (present != m_Programs.end() && present->second.name.isUsable()) continue;
     program(variant);
@@ -161,6 +124,8 @@ void SurfaceShader::begin(const Viewpoint& viewpoint, Look look, const util::YPo
   m_Parallel = viewpoint.parallel;
   m_Look = look;
   m_Environment = environment;
+  m_Placing = placing();
+  m_OnlyDepths = false;
   m_Surfaces.clear();
   ++m_Drawing;
   GLint vertexUnits = 0;
@@ -171,6 +136,14 @@ void SurfaceShader::begin(const Viewpoint& viewpoint, Look look, const util::YPo
   gl->glBindTexture(GL_TEXTURE_3D, BufferCache::buffer(environment ? *environment : studio())->name());
   gl->glActiveTexture(GL_TEXTURE0);
   m_Contact.reset();
+}
+
+bool SurfaceShader::beginDepths() {
+  m_Placing = placing();
+  m_OnlyDepths = true;
+  m_Surfaces.clear();
+  m_Contact.reset();
+  return m_Placing && !m_Failed && program(m_Placing).name.name();
 }
 
 void SurfaceShader::setContact(GLuint map, const ContactLookup& lookup) {
@@ -188,7 +161,19 @@ unsigned SurfaceShader::contactFor(const Geometry& geometry, unsigned variant) c
 }
 
 unsigned SurfaceShader::variantFor(const Geometry& geometry, Shading shading, bool clipped) {
-  return surfaceVariantFor(geometry, shading) | (clipped ? unsigned(Clipped) : 0u);
+  return surfaceVariantFor(geometry, shading) | (clipped ? unsigned(Clipped) : 0u) | m_Placing;
+}
+
+bool SurfaceShader::lookAlike(const Material& a, const Material& b) {
+  if (&a == &b) return true;
+  if (m_OnlyDepths) return a.alphaMode != AlphaMode::Mask && b.alphaMode != AlphaMode::Mask;
+  const Surface &one = surfaceOf(a), &other = surfaceOf(b);
+  const auto isPlain = [](const PhysicalMaterial& material) {
+    const auto maps = mapsOf(material);
+    return std::none_of(maps.begin(), maps.end(), [](const TextureUse* map) { return bool(map->texture); });
+  };
+  return a.lit == b.lit && a.alphaMode == b.alphaMode && one.values == other.values &&
+         one.physical.baseColor == other.physical.baseColor && isPlain(one.physical) && isPlain(other.physical);
 }
 
 const SurfaceShader::Surface& SurfaceShader::surfaceOf(const Material& material) {
@@ -217,6 +202,7 @@ unsigned SurfaceShader::surfaceVariantFor(const Geometry& geometry, Shading shad
     if (maps[map]->texture && !coordinates.empty()) result |= 1u << map;
   }
   if (material.alphaMode == AlphaMode::Mask) result |= Mask;
+  if (m_OnlyDepths) return result & Mask ? result & (Mask | BaseMap) : 0;
   if (!geometry.transparent && !(result & Mask)) result |= Opaque;
   result |= contactFor(geometry, result);
   const bool isDrawing = m_Look == Look::Technical;
@@ -291,7 +277,7 @@ SurfaceShader::Program& SurfaceShader::program(unsigned variant) {
   QByteArray messages;
   result = Program();
   result.name = linkProgram(head + SurfaceLightSource + SurfaceVertexShader,
-                            head + SurfaceLightSource + SurfaceFragmentShader, &messages);
+                            head + SurfaceLightSource + SurfaceFragmentShader, &messages, DrawCommands::attributes());
   if (!result.name.name()) {
     m_Failed = true;
     static std::atomic<bool> said{false};

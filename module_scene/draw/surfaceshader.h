@@ -27,6 +27,8 @@ class SurfaceShader {
   /// To be called whenever drawing begins or goes on, before the first use(). In the scene z points up.
   /// Without an environment there is the studio with its key light.
   void begin(const Viewpoint& viewpoint, Look look, const util::YPointer<Environment>& environment);
+  /// In place of begin(), where only depths are of interest. False where it gains nothing: where isPlaced() is false.
+  [[nodiscard]] bool beginDepths();
   /// After begin(): light between surfaces is looked up in this map.
   void setContact(GLuint map, const ContactLookup& lookup);
   /// Where light is computed: software OpenGL does it for a block of pixels of each face, however small it is. Per
@@ -34,6 +36,10 @@ class SurfaceShader {
   enum class Shading { PerPixel, PerVertex, PerVertexOnBothSides };
   /// Which of the programs draws a geometry.
   unsigned variantFor(const Geometry& geometry, Shading shading, bool clipped);
+  /// Whether programs take a part's place from DrawCommands, and not from OpenGL's matrix.
+  bool isPlaced() const { return m_Placing != 0; }
+  /// Whether geometries of the same kind and format need the same to be set up for either material.
+  bool lookAlike(const Material& a, const Material& b);
   /// Sets up program and material for a geometry whose arrays are bound. `clipped`: OpenGL's clip planes are in use.
   void use(const Geometry& geometry, Shading shading, bool clipped);
 
@@ -63,6 +69,8 @@ class SurfaceShader {
 
   std::map<unsigned, Program> m_Programs;
   std::unordered_map<const Material*, Surface> m_Surfaces;  // of this drawing: many parts have few materials
+  unsigned m_Placing = 0;
+  bool m_OnlyDepths = false;
   Look m_Look = Look::Studio;
   util::YPointer<Environment> m_Environment;
   unsigned m_Drawing = 0;

@@ -70,8 +70,14 @@ void shine(vec3 position, vec3 n, vec3 base, float metallic, float roughness, ou
 #endif
 )";
 
-// Matrices, colours and texture coordinates are those of fixed-function drawing, so that callers need not care.
+// Matrices, colours and texture coordinates are those of fixed-function drawing, so that callers need not care; but for
+// places, where many parts are drawn at once.
 const char SurfaceVertexShader[] = R"(
+#ifdef PLACED
+attribute mat3x4 toEye;
+attribute mat3 normalToEye;
+#endif
+
 centroid varying vec4 color;
 varying vec4 coordinates;
 #ifdef PER_VERTEX
@@ -85,24 +91,31 @@ varying vec3 normal;
 #endif
 
 void main() {
+#ifdef PLACED
+  vec4 inEye = vec4(gl_Vertex * toEye, 1.0);
+  vec3 normalInEye = normalToEye * gl_Normal;
+  gl_Position = gl_ProjectionMatrix * inEye;
+#else
+  vec4 inEye = gl_ModelViewMatrix * gl_Vertex;
+  vec3 normalInEye = gl_NormalMatrix * gl_Normal;
   gl_Position = ftransform();
+#endif
 #ifdef CLIPPED
-  gl_ClipVertex = gl_ModelViewMatrix * gl_Vertex;
+  gl_ClipVertex = inEye;
 #endif
   coordinates = vec4(gl_MultiTexCoord0.xy, gl_MultiTexCoord1.xy);
   color = gl_Color;
 #ifdef LIT
   color.rgb = decode(color.rgb);
 #ifdef PER_VERTEX
-  vec3 position = vec3(gl_ModelViewMatrix * gl_Vertex);
-  vec3 n = normalize(gl_NormalMatrix * gl_Normal);
-  shine(position, n, color.rgb, surface.x, surface.y, around, key);
+  vec3 n = normalize(normalInEye);
+  shine(inEye.xyz, n, color.rgb, surface.x, surface.y, around, key);
 #ifdef TWO_SIDED
-  shine(position, -n, color.rgb, surface.x, surface.y, aroundBack, keyBack);
+  shine(inEye.xyz, -n, color.rgb, surface.x, surface.y, aroundBack, keyBack);
 #endif
 #else
-  position = vec3(gl_ModelViewMatrix * gl_Vertex);
-  normal = gl_NormalMatrix * gl_Normal;
+  position = inEye.xyz;
+  normal = normalInEye;
 #endif
 #endif
 }

@@ -82,18 +82,25 @@ inline double determinant(const Matrix4& m) {
          m(0, 2) * (m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0));
 }
 
-/// The inverse of a matrix whose last row is 0 0 0 1; identity if it has none.
-inline Matrix4 affineInverse(const Matrix4& m) {
+/// Of the upper left three by three; the rest is identity. Divided by the determinant they turn normals.
+inline Matrix4 cofactors(const Matrix4& m) {
   Matrix4 r;
   for (int i = 0; i < 3; ++i)
     for (int j = 0; j < 3; ++j) {
       const int a = (i + 1) % 3, b = (i + 2) % 3, c = (j + 1) % 3, d = (j + 2) % 3;
-      r(j, i) = m(a, c) * m(b, d) - m(a, d) * m(b, c);  // the cofactor of (i, j), transposed
+      r(i, j) = m(a, c) * m(b, d) - m(a, d) * m(b, c);
     }
-  const double determinant = m(0, 0) * r(0, 0) + m(0, 1) * r(1, 0) + m(0, 2) * r(2, 0);
+  return r;
+}
+
+/// The inverse of a matrix whose last row is 0 0 0 1; identity if it has none.
+inline Matrix4 affineInverse(const Matrix4& m) {
+  const Matrix4 cofactor = cofactors(m);
+  const double determinant = m(0, 0) * cofactor(0, 0) + m(0, 1) * cofactor(0, 1) + m(0, 2) * cofactor(0, 2);
   if (determinant == 0 || !std::isfinite(determinant)) return Matrix4();
+  Matrix4 r;
   for (int i = 0; i < 3; ++i) {
-    for (int j = 0; j < 3; ++j) r(i, j) /= determinant;
+    for (int j = 0; j < 3; ++j) r(i, j) = cofactor(j, i) / determinant;
     r(i, 3) = -(r(i, 0) * m(0, 3) + r(i, 1) * m(1, 3) + r(i, 2) * m(2, 3));
   }
   return r;

@@ -35,13 +35,7 @@ std::vector<math::Matrix4> matricesOf(const DeformedMesh& mesh, Places& places) 
 
 /// By cofactors, so that what is mirrored keeps its normals on the side from which its corners run counter-clockwise.
 math::Vector3 transformNormal(const math::Matrix4& m, const math::Vector3& n) {
-  math::Vector3 result{};
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j) {
-      const int a = (i + 1) % 3, b = (i + 2) % 3, c = (j + 1) % 3, d = (j + 2) % 3;
-      result[std::size_t(i)] += (m(a, c) * m(b, d) - m(a, d) * m(b, c)) * n[std::size_t(j)];
-    }
-  return normalized(result);
+  return normalized(math::transformPoint(math::cofactors(m), n));
 }
 
 /// Leaves a value that cannot be drawn as it is.
