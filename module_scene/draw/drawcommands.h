@@ -35,6 +35,7 @@ class DrawCommands {
   std::size_t count() const { return m_Commands.size(); }
   /// Of the indices that a command draws, all its places together.
   std::size_t indicesOf(std::size_t command) const;
+  bool isSingle(std::size_t command) const { return m_Commands[command].instances == 1; }
   /// Makes a place, at which what is added next is drawn.
   void addPlace(const math::Matrix4& modelView) { m_Places.push_back(placeOf(modelView)); }
   /// A range, of which count, firstIndex and firstVertex are read.

@@ -139,6 +139,39 @@ void DrawList::collect(const SceneParts& parts, const math::Matrix4& transform, 
     m_Part = part;
     add(parts.all()[part], transform, overlap, query);
   }
+  if (query.edges) addEdges(parts, transform, query);
+}
+
+// All edges, and then all outlines, since lines of many parts look alike.
+void DrawList::addEdges(const SceneParts& parts, const math::Matrix4& transform, const ViewQuery& query) {
+  m_AddsEdges = true;
+  for (const bool outlines : {false, true})
+    for (const auto& [number, overlap] : m_Met) {
+      const ScenePart& part = parts.all()[number];
+      if (!isDrawn(part, query) || part.layer != LayerModel || (outlines && (!query.outlines || part.closes))) continue;
+      m_Part = number;
+      const math::Matrix4 modelView = transform * part.place;
+      const ViewQuery own = queryFor(part, query);
+      if (!outlines) {
+        if (const auto edges = featureEdges(*part.geometry)) add(*edges, modelView, Overlap::Part, own);
+      } else if (Culler(own, modelView, 0).overlap(part.geometry->box) != Overlap::None) {
+        if (const Geometry* outline = query.outlines->of(*part.geometry, modelView))
+          add(*outline, modelView, Overlap::Part, own);
+      }
+    }
+  m_AddsEdges = false;
+}
+
+bool DrawList::isDrawn(const ScenePart& part, const ViewQuery& query) {
+  const int layers = part.layer == LayerModel && part.geometry->transparent ? LayerTransparent : part.layer;
+  return (query.layers & layers) && (query.kinds & part.geometry->kind);
+}
+
+ViewQuery DrawList::queryFor(const ScenePart& part, const ViewQuery& query) const {
+  ViewQuery own = query;
+  if (part.layer != LayerModel) own.detail = 0;  // markers are small, and meant to be seen
+  if (part.layer == LayerModel && !part.closes) own.cut = m_Cut;
+  return own;
 }
 
 void DrawList::addJoined(const JoinedParts& joined, const math::Matrix4& transform, const ViewQuery& query) {
@@ -160,20 +193,7 @@ void DrawList::addJoined(const JoinedParts& joined, const math::Matrix4& transfo
 }
 
 void DrawList::add(const ScenePart& part, const math::Matrix4& transform, Overlap overlap, const ViewQuery& query) {
-  const Geometry& geometry = *part.geometry;
-  const int layers = part.layer == LayerModel && geometry.transparent ? LayerTransparent : part.layer;
-  if (!(query.layers & layers) || !(query.kinds & geometry.kind)) return;
-  const math::Matrix4 modelView = transform * part.place;
-  ViewQuery own = query;
-  if (part.layer != LayerModel) own.detail = 0;  // markers are small, and meant to be seen
-  if (part.layer == LayerModel && !part.closes) own.cut = m_Cut;
-  add(geometry, modelView, overlap, own);
-  if (!query.edges || part.layer != LayerModel) return;
-  if (const auto edges = featureEdges(geometry)) add(*edges, modelView, Overlap::Part, own);
-  const bool isSeen =
-      query.outlines && !part.closes && Culler(own, modelView, 0).overlap(geometry.box) != Overlap::None;
-  if (const Geometry* outline = isSeen ? query.outlines->of(geometry, modelView) : nullptr)
-    add(*outline, modelView, Overlap::Part, own);
+  if (isDrawn(part, query)) add(*part.geometry, transform * part.place, overlap, queryFor(part, query));
 }
 
 void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Overlap overlap, const ViewQuery& query) {
@@ -190,6 +210,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
   Batch batch;
   batch.geometry = &geometry;
   batch.part = m_Part;
+  batch.edges = m_AddsEdges;
   if (!query.plotted) batch.buffer = BufferCache::buffer(geometry);
   batch.modelView = modelView;
   batch.width = width;

@@ -21,6 +21,7 @@ struct Batch {
   util::YPointer<GeometryBuffer> buffer;  ///< null: it is drawn without OpenGL
   util::YPointer<CoarseVersion> coarse;   ///< of those ranges that are a coarse version's
   math::Matrix4 modelView;
+  bool edges = false;     ///< they are a part's edges or outline, which come after all other opaque ones
   bool mirrored = false;  ///< the transform turns counter-clockwise into clockwise
   bool cullBack = false;  ///< back faces cannot be seen
   bool clipped = false;   ///< some of it lies beyond the plane of DrawList::cut()
@@ -67,6 +68,9 @@ class DrawList {
   };
 
   void addJoined(const JoinedParts& joined, const math::Matrix4& transform, const ViewQuery& query);
+  void addEdges(const SceneParts& parts, const math::Matrix4& transform, const ViewQuery& query);
+  static bool isDrawn(const ScenePart& part, const ViewQuery& query);
+  ViewQuery queryFor(const ScenePart& part, const ViewQuery& query) const;
   void add(const ScenePart& part, const math::Matrix4& transform, Overlap overlap, const ViewQuery& query);
   void add(const Geometry& geometry, const math::Matrix4& modelView, Overlap overlap, const ViewQuery& query);
   void addClusters(const Geometry& geometry, Overlap overlap, const Culler& culler, const GapFilling* gaps);
@@ -84,7 +88,8 @@ class DrawList {
   std::vector<Range> m_Ranges;
   PointSieve m_Sieve;
   std::vector<std::uint32_t> m_Chosen;
-  std::uint32_t m_Part = 0;  // that is being added
+  std::uint32_t m_Part = 0;  // that is being added, or whose edges are
+  bool m_AddsEdges = false;
   int m_Margin = 0;
   std::optional<Plane> m_Cut;
 };

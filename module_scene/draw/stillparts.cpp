@@ -60,16 +60,18 @@ bool StillParts::hasSeen(const SceneParts& parts) const {
 /// it.
 bool StillParts::count() {
   constexpr std::size_t PixelsPerIndex = 8;
-  constexpr int MostRuns = std::numeric_limits<std::uint8_t>::max();
+  constexpr int Numbers = std::numeric_limits<std::uint8_t>::max();
+  const int mostRuns = m_Setting.query.edges ? Numbers / 2 : Numbers;
   std::size_t still = 0, moving = 0;
   int run = 0;
   m_Runs.resize(m_Seen.size());
   for (std::size_t i = 0; i < m_Seen.size(); ++i) {
     if (i > 0 && m_Still[i] && !m_Still[i - 1]) ++run;
-    if (run > MostRuns) return false;
+    if (run > mostRuns) return false;
     m_Runs[i] = std::uint8_t(run);
     (m_Still[i] ? still : moving) += m_Seen[i].geometry->indices.size();
   }
+  m_FirstRunOfEdges = run + 1;
   const ViewQuery& query = m_Setting.query;
   const auto samples = std::size_t(query.width) * std::size_t(query.height) * std::size_t(std::max(1, query.samples));
   return still > moving && still * PixelsPerIndex > samples;

@@ -35,9 +35,11 @@ class StillParts {
   Found compare(const SceneParts& parts, const Setting& setting);
   /// Whether a part of the last drawing is one of those that stand still.
   bool isStill(std::size_t part) const { return m_Still[part]; }
-  /// Of a part that stands still: how many runs of others come before it. Of another part: how many come before its own
-  /// run. So the latter is the later one if its number is not the smaller one.
-  std::uint8_t runOf(std::size_t part) const { return m_Runs[part]; }
+  /// Of what belongs to a part that stands still: how many runs of others come before it. Of another part's: how many
+  /// come before its own run. So the latter is the later one if its number is not the smaller one.
+  std::uint8_t runOf(const Batch& batch) const {
+    return std::uint8_t(m_Runs[batch.part] + (batch.edges ? m_FirstRunOfEdges : 0));
+  }
 
  private:
   struct Seen {
@@ -55,6 +57,7 @@ class StillParts {
   std::vector<Seen> m_Seen;     // those that stand still are where they were first
   std::vector<bool> m_Still;
   std::vector<std::uint8_t> m_Runs;  // empty: not counted since the start
+  int m_FirstRunOfEdges = 0;         // which come after all parts, in the same order
 };
 
 }  // namespace nubo::scene
