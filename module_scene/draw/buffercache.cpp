@@ -160,6 +160,25 @@ util::YPointer<GeometryBuffer> BufferCache::buffer(const Geometry& geometry) {
   return upToDate<GeometryBuffer>(geometry);
 }
 
+void BufferCache::fill(const std::vector<const Geometry*>& geometries) {
+  const BindingGuard bindings;
+  std::vector<std::pair<const Geometry*, util::YPointer<GeometryBuffer>>> made;
+  const auto isThere = [](const Geometry& geometry) {
+    const auto* present = static_cast<GeometryBuffer*>(geometry.copySlot().copy.get());
+    return present && present->isUsable();
+  };
+  for (const Geometry* geometry : geometries) {
+    const QMutexLocker locker(&geometry->copySlot().mutex);
+    if (!isThere(*geometry)) made.emplace_back(geometry, new GeometryBuffer(*geometry));
+  }
+  if (made.empty()) return;
+  glFinish();  // other contexts may only see them filled
+  for (const auto& [geometry, buffer] : made) {
+    const QMutexLocker locker(&geometry->copySlot().mutex);
+    if (!isThere(*geometry)) geometry->copySlot().copy = buffer;
+  }
+}
+
 void BufferCache::fill(const Material& material) {
   if (material.texture) buffer(*material.texture);
   if (!material.physical) return;

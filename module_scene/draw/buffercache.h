@@ -91,6 +91,8 @@ class BufferCache {
   static util::YPointer<GeometryBuffer> buffer(const Geometry& geometry);
   static util::YPointer<TextureBuffer> buffer(const Texture& texture);
   static util::YPointer<EnvironmentBuffer> buffer(const Environment& environment);
+  /// Makes the copies of all of these, for which OpenGL has to draw to the end only once.
+  static void fill(const std::vector<const Geometry*>& geometries);
   /// Makes the copies of all in and below an element, so that no drawing has to wait for them.
   static void fill(const SceneElement& root);
   /// Makes the copies of all textures of a material.

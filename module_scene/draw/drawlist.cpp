@@ -4,8 +4,10 @@
 #include <cmath>
 #include <numeric>
 #include <optional>
+#include <utility>
 
 #include "module_scene/draw/culler.h"
+#include "module_scene/draw/facing.h"
 #include "module_scene/draw/gapfilling.h"
 #include "module_scene/draw/joinedparts.h"
 #include "module_scene/draw/outlines.h"
@@ -16,19 +18,6 @@
 namespace nubo::scene {
 
 namespace {
-
-// The point that an affine matrix maps to the origin.
-math::Vector3 originSeenFrom(const math::Matrix4& m, double determinant) {
-  math::Vector3 result{};
-  for (int i = 0; i < 3; ++i) {
-    const int a = (i + 1) % 3, b = (i + 2) % 3;
-    for (int j = 0; j < 3; ++j) {
-      const int c = (j + 1) % 3, e = (j + 2) % 3;
-      result[i] -= (m(c, a) * m(e, b) - m(c, b) * m(e, a)) / determinant * m(j, 3);
-    }
-  }
-  return result;
-}
 
 // Coarse versions that lie off by more are not drawn, whatever the caller allows: they would show what is not there.
 constexpr double MostError = 4;  // pixels
@@ -50,12 +39,6 @@ int widestMargin(const SceneParts& parts, const ViewQuery& query) {
       margin = std::max(margin, marginFor(std::max({drawnWidth(kind, width, query), float(MostError), filling})));
   }
   return margin;
-}
-
-math::Vector3 centerOf(const Cluster& cluster) {
-  math::Vector3 center;
-  for (int i = 0; i < 3; ++i) center[i] = 0.5 * (double(cluster.min[i]) + cluster.max[i]);
-  return center;
 }
 
 Range whole(const Cluster& cluster) { return {cluster.first, cluster.count, cluster.firstVertex, cluster.vertexCount}; }
@@ -86,29 +69,6 @@ bool mayBeDrawn(double error, const Box& bounds, const Culler& culler) {
   return culler.isSmaller(error, bounds, std::min(culler.detail(), MostError));
 }
 
-// Whether no face of the cluster looks towards the eye, for which both are seen from one space. All
-// directions from the eye to the cluster lie within asin(radius / distance) of that to its centre.
-bool facesAway(const Cluster& cluster, const math::Vector3& eye) {
-  const double cosine = cluster.cone[3];
-  if (cosine <= 0) return false;
-  const math::Vector3 center = centerOf(cluster);
-  double along = 0, square = 0;
-  for (int i = 0; i < 3; ++i) {
-    const double d = center[i] - eye[i];
-    along += d * cluster.cone[i];
-    square += d * d;
-  }
-  const double radius = Culler::radius(cluster);
-  if (along <= 0 || square <= radius * radius) return false;
-  const double distance = std::sqrt(square);
-  const double sine = std::sqrt(std::max(0.0, 1 - cosine * cosine));
-  const double spreadSine = radius / distance, spreadCosine = std::sqrt(1 - spreadSine * spreadSine);
-  const double bothCosine = cosine * spreadCosine - sine * spreadSine;
-  const double bothSine = sine * spreadCosine + cosine * spreadSine;
-  constexpr double Rounding = 1e-4;
-  return bothCosine > 0 && along > distance * (bothSine + Rounding);
-}
-
 }  // namespace
 
 void DrawList::clear() {
@@ -123,6 +83,10 @@ void DrawList::clear() {
 }
 
 void DrawList::collect(const SceneParts& parts, const math::Matrix4& transform, const ViewQuery& query) {
+  // What is drawn together has to lie together, however little of it this view shows.
+  if (const std::uint64_t arrangement = parts.arrangement();
+      DrawCommands::areAvailable() && std::exchange(m_Arrangement, arrangement) != arrangement)
+    BufferCache::fill(parts.geometries());
   m_Met.clear();
   m_Joined.assign(parts.all().size(), false);
   if (parts.section()) m_Cut = parts.section()->plane().before(math::affineInverse(transform));
@@ -144,21 +108,31 @@ void DrawList::collect(const SceneParts& parts, const math::Matrix4& transform, 
 
 // All edges, and then all outlines, since lines of many parts look alike.
 void DrawList::addEdges(const SceneParts& parts, const math::Matrix4& transform, const ViewQuery& query) {
-  m_AddsEdges = true;
+  std::vector<std::pair<std::uint32_t, util::YPointer<const Geometry>>> lines;
+  std::vector<const Geometry*> copied;
+  const auto want = [&](std::uint32_t part, util::YPointer<const Geometry> geometry) {
+    if (!geometry) return;
+    copied.push_back(geometry.get());
+    lines.emplace_back(part, std::move(geometry));
+  };
   for (const bool outlines : {false, true})
     for (const auto& [number, overlap] : m_Met) {
       const ScenePart& part = parts.all()[number];
-      if (!isDrawn(part, query) || part.layer != LayerModel || (outlines && (!query.outlines || part.closes))) continue;
-      m_Part = number;
+      if (!isDrawn(part, query) || part.layer != LayerModel) continue;
       const math::Matrix4 modelView = transform * part.place;
-      const ViewQuery own = queryFor(part, query);
-      if (!outlines) {
-        if (const auto edges = featureEdges(*part.geometry)) add(*edges, modelView, Overlap::Part, own);
-      } else if (Culler(own, modelView, 0).overlap(part.geometry->box) != Overlap::None) {
-        if (const Geometry* outline = query.outlines->of(*part.geometry, modelView))
-          add(*outline, modelView, Overlap::Part, own);
-      }
+      if (!outlines)
+        want(number, featureEdges(*part.geometry));
+      else if (query.outlines && !part.closes &&
+               Culler(queryFor(part, query), modelView, 0).overlap(part.geometry->box) != Overlap::None)
+        want(number, query.outlines->of(*part.geometry, modelView));
     }
+  BufferCache::fill(copied);
+  m_AddsEdges = true;
+  for (const auto& [number, geometry] : lines) {
+    const ScenePart& part = parts.all()[number];
+    m_Part = number;
+    add(*geometry, transform * part.place, Overlap::Part, queryFor(part, query));
+  }
   m_AddsEdges = false;
 }
 
@@ -222,7 +196,7 @@ void DrawList::add(const Geometry& geometry, const math::Matrix4& modelView, Ove
   batch.firstRange = m_Ranges.size();
   const bool perspective = query.projection(3, 2) != 0 && query.projection(3, 3) == 0;
   const bool useCones = batch.cullBack && perspective && volume != 0;
-  const math::Vector3 eye = useCones ? originSeenFrom(modelView, volume) : math::Vector3{};
+  const math::Vector3 eye = useCones ? originSeenFrom(modelView) : math::Vector3{};
 
   const std::size_t sortable = m_Sortables.size();
   const auto addPart = [&](const Range& range, const Cluster& bounds) {

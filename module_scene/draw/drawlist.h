@@ -88,7 +88,8 @@ class DrawList {
   std::vector<Range> m_Ranges;
   PointSieve m_Sieve;
   std::vector<std::uint32_t> m_Chosen;
-  std::uint32_t m_Part = 0;  // that is being added, or whose edges are
+  std::uint64_t m_Arrangement = 0;  // of parts of which OpenGL has copies
+  std::uint32_t m_Part = 0;         // that is being added, or whose edges are
   bool m_AddsEdges = false;
   int m_Margin = 0;
   std::optional<Plane> m_Cut;

@@ -1,6 +1,7 @@
 #include "module_scene/draw/outlines.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "module_scene/draw/viewquery.h"
 #include "module_scene/mesh/featureedges.h"
@@ -14,6 +15,11 @@ void Outlines::begin(const Viewpoint& viewpoint, std::uint64_t changes) {
   if (!isSame || changes != m_Changes) m_Found.clear();
   m_Viewpoint = viewpoint;
   m_Changes = changes;
+}
+
+std::size_t Outlines::Hash::operator()(const Key& key) const {
+  const std::string_view place(reinterpret_cast<const char*>(key.second.data()), sizeof key.second);
+  return std::hash<std::string_view>()(place) ^ std::hash<const Geometry*>()(key.first);
 }
 
 Outlines::Key Outlines::keyOf(const Geometry& faces, const math::Matrix4& modelView) {

@@ -3,7 +3,7 @@
 
 #include <array>
 #include <cstdint>
-#include <map>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -27,12 +27,15 @@ class Outlines {
 
  private:
   using Key = std::pair<const Geometry*, std::array<double, 16>>;
+  struct Hash {
+    std::size_t operator()(const Key& key) const;
+  };
   static Key keyOf(const Geometry& faces, const math::Matrix4& modelView);
   util::YPointer<Geometry> made(const Geometry& faces, const math::Matrix4& modelView) const;
 
   Viewpoint m_Viewpoint;
   std::uint64_t m_Changes = 0;
-  std::map<Key, util::YPointer<Geometry>> m_Found;
+  std::unordered_map<Key, util::YPointer<Geometry>, Hash> m_Found;
 };
 
 /// Finds all lines that a drawing of the parts with these numbers needs, edges and outlines, on all cores: one after

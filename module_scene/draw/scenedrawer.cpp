@@ -25,15 +25,6 @@
 
 namespace nubo::scene {
 
-namespace {
-
-/// Makes OpenGL's copies in the order of drawing: what lies together there may be drawn together.
-void fill(const SceneParts& parts) {
-  for (const ScenePart& part : parts.all()) BufferCache::buffer(*part.geometry);
-}
-
-}  // namespace
-
 const double SceneDrawer::ZNEAR = 0.05;
 const double SceneDrawer::ZFAR = 100.0;
 
@@ -57,7 +48,6 @@ struct SceneDrawer::Private : DrawingSettings {
   StillParts still;
   util::YPointer<SceneElement> sample;  // that prepare() draws with
   Pace pace;                            // of parts
-  std::uint64_t filled = 0;             // arrangement of parts of which OpenGL has copies
 
   Painter::Kinds prepared;
   bool finishPrepared = false;
@@ -117,10 +107,6 @@ void SceneDrawer::Private::begin(const StateGuard& state, bool atOnce, double de
     query.outlines = &outlines;
   }
   scene ? parts.update({roots, scene->changeCount(), section}) : parts.reset({roots, 0, section});
-  if (DrawCommands::areAvailable() && filled != parts.arrangement()) {
-    fill(parts);
-    filled = parts.arrangement();
-  }
   query.plotted = mayPlot(atOnce, detail);
   const bool mayJoin = atOnce && detail > 0 && !query.edges && !joined.groups().empty();
   if (mayJoin && joined.begin(parts, mayShade(), viewpoint)) query.joined = &joined;
@@ -334,7 +320,7 @@ void SceneDrawer::beginParts(const util::YPointer<SceneElement>& root, const mat
 void SceneDrawer::upload(const SceneElement& root) {
   SceneParts parts;
   parts.reset({{&root}});
-  fill(parts);
+  BufferCache::fill(parts.geometries());
   BufferCache::fill(root);
   BufferCache::buffer(studio());
 }

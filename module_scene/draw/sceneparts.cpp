@@ -4,6 +4,7 @@
 #include <cmath>
 #include <map>
 #include <numeric>
+#include <unordered_set>
 
 #include "module_scene/draw/culler.h"
 #include "module_scene/draw/sectionfaces.h"
@@ -53,6 +54,14 @@ void SceneParts::gather(const SceneElement& element, const math::Matrix4& parent
   for (const auto& geometry : element.getGeometries())
     if (!geometry->clusters.empty()) m_Found.push_back({geometry.get(), &element, layer, place});
   for (const auto& child : element.getChildren()) gather(*child, place, layer);
+}
+
+std::vector<const Geometry*> SceneParts::geometries() const {
+  std::vector<const Geometry*> result;
+  std::unordered_set<const Geometry*> known;
+  for (const ScenePart& part : m_Parts)
+    if (known.insert(part.geometry).second) result.push_back(part.geometry);
+  return result;
 }
 
 /// Elements' geometries stand side by side.

@@ -45,6 +45,8 @@ class SceneParts {
   std::uint64_t arrangement() const { return m_Arrangement; }
 
   const std::vector<ScenePart>& all() const { return m_Parts; }
+  /// Of all, each once, as they are drawn: where their copies lie in that order, they may be drawn together.
+  std::vector<const Geometry*> geometries() const;
   /// Over their boxes, in the space that the roots are in.
   const BoxTree& tree() const { return m_Tree; }
   /// Pixels: of all points or lines, 0 if there are none.
