@@ -105,7 +105,7 @@ void GeometryBuffer::draw(GLenum mode, const Range& range) const {
   QOpenGLExtraFunctions* gl = QOpenGLContext::currentContext()->extraFunctions();
   gl->glDrawRangeElementsBaseVertex(mode, 0, range.vertexCount - 1, GLsizei(range.count), m_IndexType,
                                     reinterpret_cast<const void*>(indexOffset(range.first)),
-                                    GLint(m_Place.firstVertex + range.firstVertex));
+                                    command(range).firstVertex);
 }
 
 void GeometryBuffer::draw(GLenum mode, const std::uint32_t* vertices, std::size_t count) const {

@@ -61,7 +61,6 @@ void DrawCommands::add(const DrawCommand& range) {
 }
 
 bool DrawCommands::repeats(const DrawCommand& range) const {
-  if (m_Commands.empty()) return false;
   const DrawCommand& last = m_Commands.back();
   return last.count == range.count && last.firstIndex == range.firstIndex && last.firstVertex == range.firstVertex;
 }

@@ -40,7 +40,7 @@ class DrawCommands {
   void addPlace(const math::Matrix4& modelView) { m_Places.push_back(placeOf(modelView)); }
   /// A range, of which count, firstIndex and firstVertex are read.
   void add(const DrawCommand& range);
-  /// Whether the last command has one place so far, or more, and draws this range.
+  /// Whether the last command draws this range.
   bool repeats(const DrawCommand& range) const;
   /// Has the last command draw at the new place, too.
   void repeat() { ++m_Commands.back().instances; }

@@ -155,7 +155,7 @@ void Painter::join() {
     m_Commands.addPlace(batch.modelView);
     for (std::size_t i = 0; i < batch.rangeCount; ++i) {
       const DrawCommand command = batch.buffer->command(m_List.ranges()[batch.firstRange + i]);
-      const bool isInstance = batch.rangeCount == 1 && last.commandCount > 0 && m_Commands.repeats(command);
+      const bool isInstance = m_Commands.count() > last.firstCommand && m_Commands.repeats(command);
       isInstance ? m_Commands.repeat() : m_Commands.add(command);
     }
     last.commandCount = m_Commands.count() - last.firstCommand;

@@ -76,6 +76,51 @@ TEST_F(DrawerTest, PartsOfAnAssemblyAreDrawnAsIfEachWereAsked) {
   }
 }
 
+/// Balls and lines in colours of their own, some of them the same ball in many places. `apart`: no two have the same
+/// material, though all look as if they had.
+Element crowd(bool apart) {
+  GeometryPointer often;
+  const Element root(new SceneElement);
+  for (int i = 0; i < 400; ++i) {
+    GeometryPointer geometry = i % 10 == 4 ? strokes(KindLines, 3, 4, unsigned(i)) : bumpyBall(Qt::white, 6 + i % 5);
+    const auto channel = [i](int step) { return std::uint8_t(60 + i * step % 190); };
+    for (std::size_t vertex = 0; vertex < geometry->vertexCount(); ++vertex)
+      geometry->colors.insert(geometry->colors.end(), {channel(7), channel(11), channel(13), 255});
+    geometry->transparent = i % 7 == 3;
+    if (i % 40 == 0) often = geometry;
+    if (i % 40 < 5) geometry = often;
+    if (i % 40 == 0 || geometry != often || apart) {
+      if (apart) geometry = new Geometry(*geometry);
+      geometry->material = new Material;
+      geometry->material->lit = geometry->kind == KindFaces;
+      geometry->material->alphaCutoff = apart ? 0.001f * float(i + 1) : 0.5f;
+    }
+    root->addChild(element({geometry}, math::translation(std::sin(i * 1.7), std::cos(i * 2.3), std::sin(i * 0.9)) *
+                                           math::rotation(i, {0.6, 0, 0.8}) *
+                                           math::scaling(0.15, i % 3 ? -0.15 : 0.15, 0.07)));
+  }
+  return root;
+}
+
+// Which needs OpenGL as a card has it.
+TEST_F(DrawerTest, PartsThatOneCallDrawsAreDrawnAsEachIsByItsOwn) {
+  const Element together = crowd(false), apart = crowd(true);
+  for (const Look look : {Look::Studio, Look::Clay, Look::Technical})
+    for (const bool cut : {false, true}) {
+      SCOPED_TRACE(testing::Message() << nameOf(look).toStdString() << (cut ? ", cut" : ""));
+      Shot shot;
+      shot.look = look;
+      shot.contact = !cut;
+      if (cut) shot.section = new Section({{0.6, 0.8, 0}, 0.1});
+      shot.root = apart;
+      const QImage expected = draw(shot);
+      shot.root = together;
+      const test::Difference difference = compare(draw(shot), expected);
+      EXPECT_GT(difference.covered, 20000);
+      EXPECT_EQ(difference.changed + difference.rounded, 0) << difference;
+    }
+}
+
 /// Squares in one plane, each of a colour of its own, that lie one on the other, so that what is drawn last shows.
 Element layers() {
   const Element root(new SceneElement);

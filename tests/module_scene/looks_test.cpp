@@ -146,6 +146,28 @@ TEST_F(LooksTest, EachPartHasItsOwnMaterial) {
   }
 }
 
+TEST_F(LooksTest, StretchedShapesAreLitAsIfTheyWereMadeSo) {
+  const GeometryPointer ball = MeshBuilder(nullptr).sphere({0, 0, 0}, 1).finish();
+  for (const double side : {1.0, -1.0}) {
+    const GeometryPointer made(new Geometry(*ball));
+    const std::array<double, 3> factors{0.3 * side, 0.7, 0.9};
+    for (std::size_t i = 0; i < made->positions.size(); ++i) {
+      made->positions[i] *= float(factors[i % 3]);
+      made->normals[i] /= float(factors[i % 3]);
+    }
+    for (std::size_t i = 0; side < 0 && i < made->indices.size(); i += 3)
+      std::swap(made->indices[i], made->indices[i + 1]);
+    made->clusters.clear();
+    prepare(*made);
+    const Element stretched = element({ball});
+    stretched->setTransform(math::scaling(factors[0], factors[1], factors[2]));
+    Shot shot = shotFromFront(stretched);
+    const QImage drawn = draw(shot);
+    shot.root = element({made});
+    EXPECT_LT(meanDistance(drawn, draw(shot)), 1) << side;
+  }
+}
+
 TEST_F(LooksTest, ADrawerLightsEachViewAnew) {
   Shot shot = shotFromFront(element({MeshBuilder(nullptr).sphere({0, 0, 0}, 1).finish()}));
   SceneDrawer drawer(viewer.getGlobalScene());
