@@ -3,6 +3,7 @@
 #include <QOpenGLExtraFunctions>
 #include <algorithm>
 #include <limits>
+#include <unordered_set>
 #include <utility>
 
 #include "module_scene/draw/drawingstate.h"
@@ -167,7 +168,9 @@ void BufferCache::fill(const std::vector<const Geometry*>& geometries) {
     const auto* present = static_cast<GeometryBuffer*>(geometry.copySlot().copy.get());
     return present && present->isUsable();
   };
+  std::unordered_set<const Geometry*> known;  // which may have several places
   for (const Geometry* geometry : geometries) {
+    if (!known.insert(geometry).second) continue;
     const QMutexLocker locker(&geometry->copySlot().mutex);
     if (!isThere(*geometry)) made.emplace_back(geometry, new GeometryBuffer(*geometry));
   }

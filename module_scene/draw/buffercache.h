@@ -91,7 +91,7 @@ class BufferCache {
   static util::YPointer<GeometryBuffer> buffer(const Geometry& geometry);
   static util::YPointer<TextureBuffer> buffer(const Texture& texture);
   static util::YPointer<EnvironmentBuffer> buffer(const Environment& environment);
-  /// Makes the copies of all of these, for which OpenGL has to draw to the end only once.
+  /// Makes the copies of all of these, and hands them out together: OpenGL need not draw to the end for each.
   static void fill(const std::vector<const Geometry*>& geometries);
   /// Makes the copies of all in and below an element, so that no drawing has to wait for them.
   static void fill(const SceneElement& root);

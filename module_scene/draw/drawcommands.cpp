@@ -62,6 +62,9 @@ void DrawCommands::add(const DrawCommand& range) {
 
 bool DrawCommands::repeats(const DrawCommand& range) const {
   const DrawCommand& last = m_Commands.back();
+  // One command is drawn in one go, however long that takes.
+  constexpr std::size_t MostIndices = 1 << 18;
+  if (indicesOf(m_Commands.size() - 1) >= MostIndices) return false;
   return last.count == range.count && last.firstIndex == range.firstIndex && last.firstVertex == range.firstVertex;
 }
 

@@ -40,7 +40,7 @@ class DrawCommands {
   void addPlace(const math::Matrix4& modelView) { m_Places.push_back(placeOf(modelView)); }
   /// A range, of which count, firstIndex and firstVertex are read.
   void add(const DrawCommand& range);
-  /// Whether the last command draws this range.
+  /// Whether the last command draws this range, and in so few places that another may be added.
   bool repeats(const DrawCommand& range) const;
   /// Has the last command draw at the new place, too.
   void repeat() { ++m_Commands.back().instances; }
@@ -48,7 +48,7 @@ class DrawCommands {
   void draw(GLenum mode, GLenum indexType, std::size_t first, std::size_t count);
 
  private:
-  // Such as do not stand for anything that fixed-function drawing has, where these are the same.
+  // Some drivers have these stand for texture coordinates that are not in use here.
   static constexpr GLuint ToEye = 10, NormalToEye = 13, Rows = 3;
   struct Place {
     std::array<std::array<GLfloat, 4>, Rows> toEye;

@@ -83,10 +83,7 @@ void DrawList::clear() {
 }
 
 void DrawList::collect(const SceneParts& parts, const math::Matrix4& transform, const ViewQuery& query) {
-  // What is drawn together has to lie together, however little of it this view shows.
-  if (const std::uint64_t arrangement = parts.arrangement();
-      DrawCommands::areAvailable() && std::exchange(m_Arrangement, arrangement) != arrangement)
-    BufferCache::fill(parts.geometries());
+  if (DrawCommands::areAvailable()) copySmall(parts, query);
   m_Met.clear();
   m_Joined.assign(parts.all().size(), false);
   if (parts.section()) m_Cut = parts.section()->plane().before(math::affineInverse(transform));
@@ -104,6 +101,18 @@ void DrawList::collect(const SceneParts& parts, const math::Matrix4& transform, 
     add(parts.all()[part], transform, overlap, query);
   }
   if (query.edges) addEdges(parts, transform, query);
+}
+
+// What is drawn together has to lie together, however little of it this view shows.
+void DrawList::copySmall(const SceneParts& parts, const ViewQuery& query) {
+  if (std::exchange(m_Arrangement, parts.arrangement()) == parts.arrangement()) return;
+  std::vector<const Geometry*> small = parts.geometries();
+  small.erase(std::remove_if(small.begin(), small.end(),
+                             [&](const Geometry* geometry) {
+                               return !(query.kinds & geometry->kind) || !VertexStore::isShared(*geometry);
+                             }),
+              small.end());
+  BufferCache::fill(small);
 }
 
 // All edges, and then all outlines, since lines of many parts look alike.

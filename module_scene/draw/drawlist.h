@@ -67,6 +67,7 @@ class DrawList {
     Range range;
   };
 
+  void copySmall(const SceneParts& parts, const ViewQuery& query);
   void addJoined(const JoinedParts& joined, const math::Matrix4& transform, const ViewQuery& query);
   void addEdges(const SceneParts& parts, const math::Matrix4& transform, const ViewQuery& query);
   static bool isDrawn(const ScenePart& part, const ViewQuery& query);

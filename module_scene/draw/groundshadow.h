@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "module_scene/draw/sceneparts.h"
+#include "module_scene/draw/drawlist.h"
 #include "module_scene/draw/sharedname.h"
 #include "module_scene/draw/surfaceshader.h"
 #include "module_scene/draw/viewpoint.h"
@@ -51,6 +51,7 @@ class GroundShadow {
 
   std::optional<Subject> m_Subject;
   Area m_Area;
+  DrawList m_List;
   SharedName m_Undersides, m_Tops, m_Raw, m_Shadow;
   SharedName m_GatherProgram, m_SmoothProgram, m_DrawProgram;
 };

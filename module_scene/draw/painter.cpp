@@ -160,6 +160,8 @@ void Painter::join() {
     }
     last.commandCount = m_Commands.count() - last.firstCommand;
   }
+  for (const Step& step : joined)
+    if (!mp_Shader->canPlace(*step.batch->geometry, shadingOf(step), step.batch->clipped)) return;
   // What a table has one line for is drawn as fast without.
   for (Step& step : joined)
     if (step.commandCount == 1 && m_Commands.isSingle(step.firstCommand)) step.commandCount = 0;

@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 #include <numeric>
-#include <unordered_set>
+#include <unordered_map>
 
 #include "module_scene/draw/culler.h"
 #include "module_scene/draw/sectionfaces.h"
@@ -58,9 +57,7 @@ void SceneParts::gather(const SceneElement& element, const math::Matrix4& parent
 
 std::vector<const Geometry*> SceneParts::geometries() const {
   std::vector<const Geometry*> result;
-  std::unordered_set<const Geometry*> known;
-  for (const ScenePart& part : m_Parts)
-    if (known.insert(part.geometry).second) result.push_back(part.geometry);
+  for (const ScenePart& part : m_Parts) result.push_back(part.geometry);
   return result;
 }
 
@@ -114,19 +111,22 @@ void SceneParts::arrange() {
   m_WidestPoint = m_WidestLine = 0;
   m_ArePlainPoints =
       std::all_of(m_Found.begin(), m_Found.end(), [](const ScenePart& part) { return isPlainPoints(*part.geometry); });
-  std::map<const Material*, std::uint32_t> ranks;  // by first use, so that every run has the same
-  std::vector<std::uint32_t> rankOf;
+  // Ranks are by first use, so that every run has the same.
+  std::unordered_map<const void*, std::uint32_t> ranks;
+  const auto rankOf = [&ranks](const void* of) { return ranks.emplace(of, std::uint32_t(ranks.size())).first->second; };
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> keys;  // of materials and geometries
   for (const ScenePart& part : m_Found) {
     const Geometry& geometry = *part.geometry;
     m_Arranged.emplace_back(&geometry, part.layer);
-    const auto rank = ranks.emplace(geometry.material.get(), std::uint32_t(ranks.size())).first->second;
-    rankOf.push_back(geometry.transparent ? 0xFFFFFFFFu : rank);
+    constexpr std::uint32_t Last = 0xFFFFFFFFu;
+    keys.emplace_back(geometry.transparent ? std::pair(Last, Last)
+                                           : std::pair(rankOf(geometry.material.get()), rankOf(&geometry)));
     if (geometry.kind == KindPoints) m_WidestPoint = std::max(m_WidestPoint, geometry.width);
     if (geometry.kind == KindLines) m_WidestLine = std::max(m_WidestLine, geometry.width);
   }
   std::vector<std::uint32_t> order(m_Found.size());
   std::iota(order.begin(), order.end(), 0u);
-  std::stable_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) { return rankOf[a] < rankOf[b]; });
+  std::stable_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) { return keys[a] < keys[b]; });
   m_Places.resize(order.size());
   for (std::uint32_t place = 0; place < order.size(); ++place) m_Places[order[place]] = place;
 }

@@ -22,8 +22,9 @@ struct ScenePart {
 };
 
 /// The parts of all visible elements, and the faces where a section cuts them, in the order in which they are drawn:
-/// what is opaque by its material, since to change it takes longer than to draw what is small; what is transparent as
-/// it stands in the scene. Parts that only move keep their hierarchy, which is refitted. For one thread at a time.
+/// what is opaque by its material, since to change it takes longer than to draw what is small, and one geometry in all
+/// its places after the other; what is transparent as it stands in the scene. Parts that only move keep their
+/// hierarchy, which is refitted. For one thread at a time.
 class SceneParts {
  public:
   /// Roots of which either may be null, a number that changes whenever something below them does, and what cuts them,
@@ -45,7 +46,7 @@ class SceneParts {
   std::uint64_t arrangement() const { return m_Arrangement; }
 
   const std::vector<ScenePart>& all() const { return m_Parts; }
-  /// Of all, each once, as they are drawn: where their copies lie in that order, they may be drawn together.
+  /// Of all, as they are drawn: where their copies lie in that order, they may be drawn together.
   std::vector<const Geometry*> geometries() const;
   /// Over their boxes, in the space that the roots are in.
   const BoxTree& tree() const { return m_Tree; }

@@ -57,7 +57,7 @@ class StillParts {
   std::vector<Seen> m_Seen;     // those that stand still are where they were first
   std::vector<bool> m_Still;
   std::vector<std::uint8_t> m_Runs;  // empty: not counted since the start
-  int m_FirstRunOfEdges = 0;         // which come after all parts, in the same order
+  int m_FirstRunOfEdges = 0;         // which come after all parts; outlines, of the same colour, count as edges
 };
 
 }  // namespace nubo::scene

@@ -79,9 +79,6 @@ float linear(float shown) { return shown <= 0.04045f ? shown / 12.92f : std::pow
 
 QOpenGLExtraFunctions* extraFunctions() { return QOpenGLContext::currentContext()->extraFunctions(); }
 
-/// How all programs of a drawing know where a part is.
-unsigned placing() { return DrawCommands::areAvailable() ? unsigned(Placed) : 0u; }
-
 }  // namespace
 
 const char* SurfaceShader::whatIsMissing() {
@@ -99,18 +96,28 @@ const char* SurfaceShader::whatIsMissing() {
   return size < Environment::Size ? "large enough textures" : nullptr;
 }
 
+/// How all programs of a drawing know where a part is.
+unsigned SurfaceShader::placing() const { return m_CanPlace && DrawCommands::areAvailable() ? unsigned(Placed) : 0u; }
+
+bool SurfaceShader::canPlace(const Geometry& geometry, Shading shading, bool clipped) {
+  program(variantFor(geometry, shading, clipped));
+  return m_CanPlace;
+}
+
 bool SurfaceShader::isAvailable() {
   const unsigned usual = Lit | Opaque | placing();
   const auto made = m_Programs.find(usual);
   const bool isMade = made != m_Programs.end() && made->second.name.isUsable();
   // Every tile asks, and where there is a program nothing can be missing.
-  return !m_Failed && (isMade || !whatIsMissing()) && program(usual).name.name();
+  if (m_Failed || (!isMade && whatIsMissing())) return false;
+  return program(usual).name.name() || program(Lit | Opaque).name.name();
 }
 
 bool SurfaceShader::makeNext() {
   if (m_Failed || whatIsMissing()) return false;
   const unsigned usual = Lit | Opaque | placing();
-  for (const unsigned variant : {usual, usual | Contact, usual | PerVertex, usual | PerVertex | Contact}) {
+  const unsigned depths = placing() ? placing() : usual;
+  for (const unsigned variant : {usual, usual | Contact, usual | PerVertex, usual | PerVertex | Contact, depths}) {
     const auto present = m_Programs.find(variant);
     if (present != m_Programs.end() && present->second.name.isUsable()) continue;
     program(variant);
@@ -278,6 +285,11 @@ SurfaceShader::Program& SurfaceShader::program(unsigned variant) {
   result = Program();
   result.name = linkProgram(head + SurfaceLightSource + SurfaceVertexShader,
                             head + SurfaceLightSource + SurfaceFragmentShader, &messages, DrawCommands::attributes());
+  if (!result.name.name() && (variant & Placed)) {
+    m_CanPlace = false;
+    m_Placing = 0;
+    return result;
+  }
   if (!result.name.name()) {
     m_Failed = true;
     static std::atomic<bool> said{false};

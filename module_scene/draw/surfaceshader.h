@@ -38,6 +38,8 @@ class SurfaceShader {
   unsigned variantFor(const Geometry& geometry, Shading shading, bool clipped);
   /// Whether programs take a part's place from DrawCommands, and not from OpenGL's matrix.
   bool isPlaced() const { return m_Placing != 0; }
+  /// Makes the program that draws a geometry. False: OpenGL refuses it, and isPlaced() is false from now on.
+  bool canPlace(const Geometry& geometry, Shading shading, bool clipped);
   /// Whether geometries of the same kind and format need the same to be set up for either material.
   bool lookAlike(const Material& a, const Material& b);
   /// Sets up program and material for a geometry whose arrays are bound. `clipped`: OpenGL's clip planes are in use.
@@ -58,6 +60,7 @@ class SurfaceShader {
     std::optional<Values> values;  // that it was told last
   };
 
+  unsigned placing() const;
   Program& program(unsigned variant);
   const Surface& surfaceOf(const Material& material);
   unsigned surfaceVariantFor(const Geometry& geometry, Shading shading);
@@ -69,6 +72,7 @@ class SurfaceShader {
 
   std::map<unsigned, Program> m_Programs;
   std::unordered_map<const Material*, Surface> m_Surfaces;  // of this drawing: many parts have few materials
+  bool m_CanPlace = true;                                   // as far as is known
   unsigned m_Placing = 0;
   bool m_OnlyDepths = false;
   Look m_Look = Look::Studio;

@@ -76,6 +76,7 @@ const char SurfaceVertexShader[] = R"(
 #ifdef PLACED
 attribute mat3x4 toEye;
 attribute mat3 normalToEye;
+invariant gl_Position;  // where surfaces coincide, which one is seen depends on the order alone
 #endif
 
 centroid varying vec4 color;

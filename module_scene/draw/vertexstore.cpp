@@ -25,11 +25,6 @@ void copy(std::size_t offset, const std::vector<T>& values) {
                                  values.data());
 }
 
-// What bones or shapes move is made anew at each step, and would fill what is shared with what nobody draws.
-bool isSmall(const Geometry& geometry, std::size_t vertices, std::size_t indexBytes) {
-  return geometry.identities.empty() && vertices <= SharedVertices / Share && indexBytes <= SharedIndexBytes / Share;
-}
-
 /// Of arrays of which only positions need be there.
 struct Arrays {
   const void *positions, *normals, *secondTexCoords, *texCoords, *colors;
@@ -63,12 +58,18 @@ VertexStore::VertexStore(const VertexFormat& format, std::size_t vertices, std::
   functions()->glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(m_Offsets[Indices] + indexBytes), nullptr, GL_STATIC_DRAW);
 }
 
+/// What bones or shapes move is made anew at each step, and would fill what is shared with what nobody draws. The
+/// indices of so few vertices have two bytes.
+bool VertexStore::isShared(const Geometry& geometry) {
+  return geometry.identities.empty() && geometry.vertexCount() <= SharedVertices / Share &&
+         geometry.indices.size() * sizeof(GLushort) <= SharedIndexBytes / Share;
+}
+
 VertexStore::Place VertexStore::roomFor(const Geometry& geometry, std::size_t indexBytes) {
   const VertexFormat format(geometry);
   const bool isSoft = isSoftware();
   const std::size_t vertices = isSoft ? 0 : geometry.vertexCount();
-  if (!isSmall(geometry, vertices, indexBytes))
-    return {std::make_shared<VertexStore>(format, vertices, indexBytes), 0, 0};
+  if (!isShared(geometry)) return {std::make_shared<VertexStore>(format, vertices, indexBytes), 0, 0};
   static std::mutex mutex;
   static std::array<std::weak_ptr<VertexStore>, Formats> last;
   const std::lock_guard lock(mutex);

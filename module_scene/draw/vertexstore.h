@@ -37,6 +37,8 @@ class VertexStore {
     std::shared_ptr<const VertexStore> store;
     std::size_t firstVertex = 0, firstIndexByte = 0;
   };
+  /// Whether a geometry has room in a store that others share.
+  static bool isShared(const Geometry& geometry);
   /// Room for a geometry and as many bytes of indices, for the share group of the current context. It is the caller's
   /// to fill, and is not used again before the whole store is dropped, with the last that has room in it. On any thread
   /// with a context.

@@ -210,6 +210,32 @@ TEST_F(DrawerTest, WhatStandsStillIsSeenAsIfAllWereDrawnAgain) {
   }
 }
 
+TEST_F(DrawerTest, EdgesThatStandStillLieOverLinesThatMoveAlongThem) {
+  viewer.getGlobalScene()->setEdges(true);
+  const Element root = element({bumpyBall(QColor(200, 90, 60), 60, 0.5)}), line(new SceneElement);
+  const GeometryPointer along(new Geometry(*square(Qt::yellow)));
+  along->kind = KindLines;
+  along->width = 5;
+  along->indices = {0, 1};
+  along->clusters.clear();
+  prepare(*along);
+  line->addGeometry(along);
+  root->addChild(element({square(Qt::green, 0.8, 0.6)}));
+  root->addChild(line);
+  Shot shot;
+  shot.root = root;
+  shot.width = shot.height = 64;
+  SceneDrawer drawer(viewer.getGlobalScene());
+  for (int step = 0; step < 4; ++step) {
+    {
+      const SceneChange change(viewer.getGlobalScene(), LockAll);
+      line->setTransform(math::translation(0.05 * step, -0.3, 0.6));
+    }
+    const QImage drawn = drawPart(drawer, shot, 0, 0, shot.width, shot.height), expected = draw(shot);
+    EXPECT_EQ(drawn, expected) << step << ": " << compare(drawn, expected);
+  }
+}
+
 /// Two wavy shells of so many points in all, in the colours of where they are.
 GeometryPointer shells(int count, float width) {
   GeometryPointer points(new Geometry);

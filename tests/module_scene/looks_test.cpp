@@ -3,6 +3,7 @@
 
 #include "looksfixture.h"
 #include "module_scene/mesh/preparation.h"
+#include "support/quad.h"
 
 namespace nubo::scene {
 namespace {
@@ -129,15 +130,23 @@ TEST_F(LooksTest, EachPartHasItsOwnMaterial) {
              m.roughness = roughness;
              m.emissive = {emissive, 0, 0};
            }))
-        .sphere({x, 0, 0}, 0.3)
+        .sphere({x, 0, 0.35}, 0.3, 24, 12)
         .finish();
   };
-  const auto balls = {ball(-0.7, 1, 0.2f, 0), ball(0, 0, 0.9f, 0), ball(0.7, 0, 0.9f, 0.5f)};
-  Shot shot = shotFromFront(element(balls));
+  const auto painted = [](float x, const QColor& color) {
+    const GeometryPointer quad =
+        test::quad({x, 0, -0.7f, x + 0.4f, 0, -0.7f, x + 0.4f, 0, -0.1f, x, 0, -0.1f}, {1, 1, 1, 1});
+    quad->texCoords.assign(8, 0.5f);
+    quad->material = physical([&](PhysicalMaterial& m) { m.baseColorTexture.texture = filled(color); });
+    return quad;
+  };
+  const auto parts = {ball(-0.7, 1, 0.2f, 0), ball(0, 0, 0.9f, 0), ball(0.7, 0, 0.9f, 0.5f), painted(-0.6f, Qt::red),
+                      painted(0.2f, Qt::green)};
+  Shot shot = shotFromFront(element(parts));
   shot.look = Look::Studio;
   shot.samples = 0;
   const QImage all = draw(shot);
-  for (const GeometryPointer& one : balls) {
+  for (const GeometryPointer& one : parts) {
     shot.root = element({one});
     const QImage alone = draw(shot);
     for (int y = 0; y < all.height(); ++y)
