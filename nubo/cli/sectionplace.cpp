@@ -91,12 +91,21 @@ scene::Plane planeOf(const SectionPlace& place, const scene::BoundingBox& box) {
   return plane;
 }
 
+util::YPointer<scene::Section> sectionAlong(scene::Plane plane, const scene::BoundingBox& box) {
+  constexpr double Share = 5e-6;  // of the scene: more than rounding takes, and less than a pixel
+  if (!box.isEmpty() && plane.rangeOf(box).second > 0) {
+    const math::Vector3 size = scene::difference(box.max, box.min);
+    plane.distance -= Share * std::sqrt(scene::dot(size, size) * scene::dot(plane.normal, plane.normal));
+  }
+  return new scene::Section(plane);
+}
+
 QString setSection(scene::Scene& scene, const std::optional<SectionPlace>& place) {
   util::YPointer<scene::Section> section;
   {
     const scene::SceneLocker locker(util::YPointer<scene::Scene>(&scene), scene::LockAll);
     const auto root = scene.getRootNode();
-    if (place && root) section = new scene::Section(planeOf(*place, root->getBoundingBox()));
+    if (place && root) section = sectionAlong(planeOf(*place, root->getBoundingBox()), root->getBoundingBox());
   }
   scene.setSection(section);
   return sectionNote(scene);

@@ -25,6 +25,9 @@ std::optional<SectionPlace> sectionPlace(const QString& text);
 extern const char* const SectionForms;
 /// In a scene with that box.
 scene::Plane planeOf(const SectionPlace& place, const scene::BoundingBox& box);
+/// Along the plane, but for so little before it that what lies in the plane is taken away, too, and not, by how OpenGL
+/// rounds, some of it. Unless nothing of the box lies beyond.
+util::YPointer<scene::Section> sectionAlong(scene::Plane plane, const scene::BoundingBox& box);
 /// Cuts the scene open, which is there; no place: closes it. Takes the scene's lock. Returns what sectionNote() does.
 QString setSection(scene::Scene& scene, const std::optional<SectionPlace>& place);
 /// The empty text, or one line on what is worth knowing of the scene's section. Takes the scene's lock.

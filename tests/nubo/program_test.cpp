@@ -180,6 +180,40 @@ TEST_F(Program, CutsTheSceneOpen) {
   EXPECT_GT(areas[0], 140000) << "of one colour";
   EXPECT_NEAR(areas[1], 0.75 * areas[0], 0.005 * areas[0]);
 
+  // Two bodies that touch in the plane.
+  write("colours.mtl", "newmtl left\nKd 1 0 0\nnewmtl right\nKd 0 1 0\n");
+  QByteArray bodies = "mtllib colours.mtl\n";
+  for (const int first : {0, 1}) {
+    bodies += first ? "o right\nusemtl right\n" : "o left\nusemtl left\n";
+    for (int corner = 0; corner < 8; ++corner)
+      bodies += QStringLiteral("v %1 %2 %3\n")
+                    .arg(0.3 + 0.7 * (first + corner % 2))
+                    .arg(0.3 + 0.7 * (corner / 2 % 2))
+                    .arg(0.3 + 0.7 * (corner / 4))
+                    .toUtf8();
+    for (const char* face : {"1 3 4 2", "5 6 8 7", "1 2 6 5", "3 7 8 4", "1 5 7 3", "2 4 8 6"}) {
+      bodies += 'f';
+      for (const QByteArray& corner : QByteArray(face).split(' '))
+        bodies += ' ' + QByteArray::number(corner.toInt() + 8 * first);
+      bodies += '\n';
+    }
+  }
+  write("bodies.obj", bodies);
+  for (const char* view : {"right", "30,20", "75,35"}) {
+    const QString call =
+        "$nubo --look plain --samples 0 --view %1 --section x=50% bodies.obj grabimage --filename cut.png --width 200";
+    ASSERT_EQ(run(call.arg(view)), 0);
+    const QImage picture(path("cut.png"));
+    int kept = 0, others = 0;
+    for (int y = 0; y < picture.height(); ++y)
+      for (int x = 0; x < picture.width(); ++x) {
+        const QRgb pixel = picture.pixel(x, y);
+        if (qAlpha(pixel) == 255) ++(qRed(pixel) > 20 && qGreen(pixel) < 20 ? kept : others);
+      }
+    EXPECT_GT(kept, 2000) << view;
+    EXPECT_EQ(others, 0) << view;
+  }
+
   write("ends.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 9 0 0\nv 10 0 0\nv 10 1 0\nv 9 1 0\nf 1 2 3 4\nf 5 6 7 8\n");
   const QString ends = "$nubo --view front --size 200x100 --background black ends.obj --turntable 2 --steps 0:0 ";
   ASSERT_EQ(run(ends + "grabvideo --filename a.y4m"), 0);

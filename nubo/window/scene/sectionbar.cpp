@@ -157,8 +157,8 @@ void SectionBar::look() {
   const auto scene = scene::_GlobalScene();
   const scene::SceneLocker locker(scene, scene::LockAll);
   const auto root = m_State.on ? scene->getRootNode() : nullptr;
-  const scene::BoundingBox box = root ? root->getBoundingBox() : scene::BoundingBox();
-  if (!box.isEmpty()) std::tie(m_Least, m_Most) = scene::Plane{m_State.normal, 0}.rangeOf(box);
+  m_Box = root ? root->getBoundingBox() : scene::BoundingBox();
+  if (!m_Box.isEmpty()) std::tie(m_Least, m_Most) = scene::Plane{m_State.normal, 0}.rangeOf(m_Box);
 }
 
 void SectionBar::apply() {
@@ -167,7 +167,7 @@ void SectionBar::apply() {
     for (double& value : plane.normal) value = 0 - value;
     plane.distance = -plane.distance;
   }
-  scene::_GlobalScene()->setSection(m_State.on ? new scene::Section(plane) : nullptr);
+  scene::_GlobalScene()->setSection(m_State.on ? app::sectionAlong(plane, m_Box) : nullptr);
   show();
   emit sectionChanged();
   m_Rest.start(RestMs);

@@ -63,7 +63,8 @@ class SectionBar : public QToolBar {
   void tellOpen();
 
   SectionState m_State;
-  double m_Least = 0, m_Most = 0;  ///< the box's extent along the normal
+  scene::BoundingBox m_Box;        ///< the scene's
+  double m_Least = 0, m_Most = 0;  ///< its extent along the normal
   bool m_Picks = false;
   std::vector<math::Vector3> m_Points;
   QAction* mp_Switch;
