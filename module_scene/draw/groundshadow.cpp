@@ -101,12 +101,12 @@ bool GroundShadow::findHeights(GLuint framebuffer, const SceneParts& parts, int 
   if (!drawInto(framebuffer, m_Raw.name(), target, Size, Size)) return false;
   const math::Matrix4 projection = along(m_Area.middle, m_Area.half, m_Area.height, upwards);
   const ViewQuery query{projection, Size, Size, 0.0, LayerModel | LayerTransparent, kinds};
-  m_List.clear();
   m_List.collect(parts, math::Matrix4(), query);
   m_List.sortTransparent();
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   load(GL_PROJECTION, projection);
   Painter(m_List, Painter::ForDepth, shader).draw(std::numeric_limits<std::size_t>::max());
+  m_List.clear();  // of what it holds on to
   return true;
 }
 
