@@ -188,8 +188,8 @@ TEST_F(Program, CutsTheSceneOpen) {
     for (int corner = 0; corner < 8; ++corner)
       bodies += QStringLiteral("v %1 %2 %3\n")
                     .arg(0.3 + 0.7 * (first + corner % 2))
-                    .arg(0.3 + 0.7 * (corner / 2 % 2))
-                    .arg(0.3 + 0.7 * (corner / 4))
+                    .arg(corner & 2 ? 1.0 : 0.3)
+                    .arg(corner & 4 ? 1.0 : 0.3)
                     .toUtf8();
     for (const char* face : {"1 3 4 2", "5 6 8 7", "1 2 6 5", "3 7 8 4", "1 5 7 3", "2 4 8 6"}) {
       bodies += 'f';
