@@ -5,6 +5,7 @@
 
 #include "module_scene/graph/scene.h"
 #include "module_scene/mesh/parallel.h"
+#include "module_scene/mesh/surface.h"
 
 namespace nubo::scene {
 
@@ -195,14 +196,6 @@ void Environment::addLevel(const Source& source) {
 Environment::~Environment() = default;
 
 math::Matrix4 environmentFrame(const math::Matrix4& view) {
-  const auto normalized = [](math::Vector3 v) {
-    const double length = std::hypot(v[0], v[1], v[2]);
-    for (double& value : v) value /= length;
-    return v;
-  };
-  const auto cross = [](const math::Vector3& a, const math::Vector3& b) {
-    return math::Vector3{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-  };
   math::Vector3 up{view(0, 2), view(1, 2), view(2, 2)};
   up = std::hypot(up[0], up[1], up[2]) > 0 ? normalized(up) : math::Vector3{0, 1, 0};
   constexpr double Steep = 0.98;
