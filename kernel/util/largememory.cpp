@@ -35,12 +35,10 @@ void preferLargePages(void* memory, std::size_t bytes) noexcept {
   if (end > first) madvise(static_cast<char*>(memory) + (first - begin), end - first, MADV_HUGEPAGE);
 }
 
-void populate(void* memory, std::size_t bytes) noexcept {
-#ifdef MADV_POPULATE_WRITE
-  const auto begin = reinterpret_cast<std::uintptr_t>(memory);
-  const std::uintptr_t first = roundUp(begin, Page), end = (begin + bytes) & ~(Page - 1);
-  if (end > first) madvise(static_cast<char*>(memory) + (first - begin), end - first, MADV_POPULATE_WRITE);
-#endif
+void touchPages(void* memory, std::size_t bytes) noexcept {
+  constexpr std::size_t SmallestPage = 4096;
+  auto* const first = static_cast<volatile char*>(memory);
+  for (std::size_t place = 0; place < bytes; place += SmallestPage) first[place] = 0;
 }
 
 }  // namespace nubo::util

@@ -20,8 +20,9 @@ NUBO_KERNEL_EXPORT void* allocatePages(std::size_t bytes);
 NUBO_KERNEL_EXPORT void freePages(void* pages, std::size_t bytes) noexcept;
 /// Asks for large pages for memory that has not been touched yet.
 NUBO_KERNEL_EXPORT void preferLargePages(void* memory, std::size_t bytes) noexcept;
-/// Has the system give that memory now, where it can, in place of page by page when it is touched. What it holds stays.
-NUBO_KERNEL_EXPORT void populate(void* memory, std::size_t bytes) noexcept;
+/// Has the system give that memory now; what it holds is lost. Each page is touched, and not asked for with madvise():
+/// that locks all of the process's memory, so that other threads would wait for all of it.
+NUBO_KERNEL_EXPORT void touchPages(void* memory, std::size_t bytes) noexcept;
 
 /// See Scratch.
 template <class T>

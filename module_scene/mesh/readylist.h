@@ -19,7 +19,7 @@ std::vector<T> readyList(std::size_t size) {
   parallelRanges((bytes + Piece - 1) / Piece,
                  [&](std::size_t first, std::size_t last, std::size_t) {
                    char* const memory = reinterpret_cast<char*>(list.data());
-                   util::populate(memory + first * Piece, std::min(last * Piece, bytes) - first * Piece);
+                   util::touchPages(memory + first * Piece, std::min(last * Piece, bytes) - first * Piece);
                  },
                  PiecesWorthAThread);
   return list;
