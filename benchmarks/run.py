@@ -27,7 +27,7 @@ CODECS = {
             "1200k", "-maxrate", "2400k", "-bufsize", "2400k"],
     "mkv": ["-vf", "{flip}format=bgra", "-c:v", "ffv1", "-level", "3", "-slicecrc", "1", "-g", "1"],
 }
-STILL_LIMITS = {"100k": (0.5, 0.8), "1m": (0.5, 0.7), "4m": (0.5, 0.7)}
+STILL_LIMITS = {"100k": (0.35, 0.8), "1m": (0.35, 0.7), "4m": (0.35, 0.7)}
 
 
 class Run:
