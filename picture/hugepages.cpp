@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <system_error>
 
+#include "module_scene/mesh/parallel.h"
+
 namespace nubo::picture {
 
 PagesAhead::PagesAhead(void* memory, std::size_t bytes) {
@@ -35,6 +37,7 @@ PagesAhead::~PagesAhead() {
 /// draws and has to have some would wait for all of this. Whoever writes meanwhile does so undisturbed, since a zero is
 /// replaced by itself, and only where it still is.
 [[gnu::no_sanitize_thread]] void PagesAhead::run() const {
+  scene::letOthersGoFirst();  // a window, which draws meanwhile
   for (std::uintptr_t end = m_End; end > m_Begin && !m_IsOver; end -= m_Page) {
     std::uint8_t zero = 0;
     __atomic_compare_exchange_n(reinterpret_cast<std::uint8_t*>(end - m_Page), &zero, std::uint8_t(0), false,
